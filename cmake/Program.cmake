@@ -1,0 +1,58 @@
+# Version and manifest resources, the same for every DLL and program.
+
+# zn_add_version(TARGET DESCRIPTION)
+function(zn_add_version TARGET DESCRIPTION)
+  set(NAME ${TARGET})
+  get_target_property(type ${TARGET} TYPE)
+  set(SUFFIX .exe)
+  set(FILE_TYPE VFT_APP)
+  if(NOT type STREQUAL EXECUTABLE)
+    set(SUFFIX .dll)
+    set(FILE_TYPE VFT_DLL)
+  endif()
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc @ONLY)
+  target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc)
+endfunction()
+
+# Embeds a manifest that lets the program create the classes of the assemblies without registration.
+# zn_add_program_manifest(TARGET [ASSEMBLY...])
+function(zn_add_program_manifest TARGET)
+  set(PROGRAM ${TARGET})
+  set(PROGRAM_ASSEMBLIES "")
+  foreach(assembly ${ARGN})
+    string(APPEND PROGRAM_ASSEMBLIES "  <dependency>\n    <dependentAssembly>\n"
+           "      <assemblyIdentity type=\"win32\" name=\"${assembly}\" version=\"${PROJECT_VERSION}.0\""
+           " processorArchitecture=\"${ZN_ASSEMBLY_ARCHITECTURE}\"/>\n"
+           "    </dependentAssembly>\n  </dependency>\n")
+  endforeach()
+  set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}.exe.manifest)
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/program.manifest.in ${manifest} @ONLY)
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc "#include <winuser.h>\n1 RT_MANIFEST \"${manifest}\"\n")
+  target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc)
+  set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc PROPERTIES OBJECT_DEPENDS ${manifest})
+endfunction()
+
+# A DLL that serves COM classes: com's entry points, its type libraries, its manifest.
+# zn_add_com_module(TARGET DESCRIPTION IDL IDL... SOURCES source...)
+function(zn_add_com_module TARGET DESCRIPTION)
+  cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "" "IDL;SOURCES")
+  set(resources "")
+  set(libraries "")
+  set(number 0)
+  foreach(idl ${MODULE_IDL})
+    math(EXPR number "${number} + 1")
+    string(APPEND resources "${number} TYPELIB \"${ZN_GENERATED_DIR}/${idl}.tlb\"\n")
+    list(APPEND libraries ${ZN_GENERATED_DIR}/${idl}.tlb)
+  endforeach()
+  set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_typelib.rc)
+  file(WRITE ${rc} "${resources}")
+  set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS "${libraries}")
+  add_library(${TARGET} SHARED ${MODULE_SOURCES} ${CMAKE_SOURCE_DIR}/com/Exports.cpp
+              ${CMAKE_SOURCE_DIR}/com/Exports.def ${rc})
+  set_target_properties(${TARGET} PROPERTIES PREFIX "")
+  add_dependencies(${TARGET} contracts)
+  target_link_options(${TARGET} PRIVATE -Wl,--enable-stdcall-fixup)
+  target_link_libraries(${TARGET} PRIVATE com)
+  zn_add_version(${TARGET} ${DESCRIPTION})
+  zn_write_assembly_manifest(${TARGET} ${MODULE_IDL})
+endfunction()

@@ -1,0 +1,105 @@
+#include "common/Apartment.h"
+
+#include <windows.h>
+#include <objidl.h>
+
+#include <atomic>
+#include <memory>
+#include <new>
+
+#include "com/Error.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+std::atomic<long> g_apartments = 0;
+
+/// thread_local objects would keep the DLL loaded for ever once touched; a plain slot does not.
+class ThreadSlot {
+public:
+    ThreadSlot() : m_index(TlsAlloc()) {}
+    ThreadSlot(const ThreadSlot&) = delete;
+    ThreadSlot& operator=(const ThreadSlot&) = delete;
+    ~ThreadSlot() { TlsFree(m_index); }
+
+    void* Get() const { return TlsGetValue(m_index); }
+    void Set(void* value) const { TlsSetValue(m_index, value); }
+
+private:
+    DWORD m_index;
+};
+
+const ThreadSlot g_slot;
+
+/// Tells when the thread leaves COM.
+class LeaveWatcher final : public IInitializeSpy {
+public:
+    STDMETHODIMP
+    QueryInterface(REFIID id, void** object) override {
+        if (!object) return E_POINTER;
+        *object = (id == IID_IUnknown || id == IID_IInitializeSpy) ? this : nullptr;
+        if (!*object) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = --m_references;
+        if (left == 0) delete this;
+        return left;
+    }
+    STDMETHODIMP
+    PreInitialize(DWORD, DWORD) override { return S_OK; }
+    STDMETHODIMP
+    PostInitialize(HRESULT result, DWORD, DWORD) override { return result; }
+    STDMETHODIMP
+    PreUninitialize(DWORD count) override {
+        if (count == 1) ReleaseThisApartment();
+        return S_OK;
+    }
+    STDMETHODIMP
+    PostUninitialize(DWORD) override { return S_OK; }
+
+private:
+    ~LeaveWatcher() = default;
+
+    std::atomic<ULONG> m_references = 1;
+};
+
+/// An apartment together with its watcher.
+struct WatchedApartment : Apartment {
+    WatchedApartment() {
+        ComPtr<IInitializeSpy> watcher;
+        *watcher.ReleaseAndGetAddressOf() = new LeaveWatcher;
+        com::Check(CoRegisterInitializeSpy(watcher.Get(), &m_cookie), L"watching the apartment");
+        ++g_apartments;
+    }
+    WatchedApartment(const WatchedApartment&) = delete;
+    WatchedApartment& operator=(const WatchedApartment&) = delete;
+    ~WatchedApartment() {
+        CoRevokeInitializeSpy(m_cookie);
+        --g_apartments;
+    }
+
+private:
+    ULARGE_INTEGER m_cookie{};
+};
+
+}  // namespace
+
+Apartment& ThisApartment() {
+    auto* apartment = static_cast<WatchedApartment*>(g_slot.Get());
+    if (!apartment) {
+        apartment = new WatchedApartment;
+        g_slot.Set(apartment);
+    }
+    return *apartment;
+}
+
+bool ReleaseThisApartment() {
+    // Out of the slot first: releasing an object may call back into the library.
+    const std::unique_ptr<WatchedApartment> apartment(static_cast<WatchedApartment*>(g_slot.Get()));
+    g_slot.Set(nullptr);
+    return g_apartments == (apartment ? 1 : 0);
+}

@@ -1,0 +1,198 @@
+#include "common/FileSystem.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+
+#include "com/Error.h"
+#include "common/Path.h"
+
+namespace FileSystem {
+
+namespace {
+
+/// Windows takes longer paths only in their extended form, which it does not normalise itself.
+/// 248 is the limit for folders, the lowest of the limits.
+constexpr size_t kLongestPlainPath = 247;
+
+std::wstring FullPath(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
+std::wstring Extended(const std::wstring& path) {
+    if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
+    const std::wstring full = FullPath(path);
+    if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
+    return L"\\\\?\\" + full;
+}
+
+DWORD Attributes(const std::wstring& path) noexcept try {
+    return GetFileAttributesW(Extended(path).c_str());
+} catch (const std::bad_alloc&) {
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+struct FindCloser {
+    void operator()(HANDLE find) const noexcept { FindClose(find); }
+};
+using FindHandle = std::unique_ptr<void, FindCloser>;
+
+bool IsSelfOrParent(const wchar_t* name) {
+    const std::wstring_view text(name);
+    return text == L"." || text == L"..";
+}
+
+std::uint64_t Wide(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
+
+void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        listing.files.push_back({found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow)});
+    else if (!IsSelfOrParent(found.cFileName))
+        listing.folders.emplace_back(found.cFileName);
+}
+
+constexpr LONG kDiskQuotaExceeded = 1295;  // not in every version of the headers
+
+/// Failures that can only come once data flows: the destination then holds a part of the source.
+bool LeavesPartialCopy(DWORD error) {
+    constexpr std::array kErrors = {
+        ERROR_DISK_FULL,     ERROR_HANDLE_DISK_FULL, ERROR_WRITE_FAULT,     ERROR_READ_FAULT,
+        ERROR_CRC,           ERROR_IO_DEVICE,        ERROR_NETNAME_DELETED, ERROR_UNEXP_NET_ERR,
+        ERROR_DEV_NOT_EXIST, kDiskQuotaExceeded};
+    return std::ranges::find(kErrors, static_cast<LONG>(error)) != kErrors.end();
+}
+
+enum class Existing { Overwrite, Fail };
+
+void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
+                  Existing existing) {
+    if (!CopyFileW(Extended(source).c_str(), Extended(destination).c_str(), existing == Existing::Fail)) {
+        const DWORD error = GetLastError();
+        if (LeavesPartialCopy(error)) DeleteFileW(Extended(destination).c_str());
+        com::ThrowWin32(error, source + L" -> " + destination);
+    }
+    // A read error in the middle of a copy is not reported by every redirector.
+    const std::uint64_t copied = FileSize(destination);
+    if (copied == size) return;
+    DeleteFileW(Extended(destination).c_str());
+    throw com::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
+                     L"The copy is incomplete: " + std::to_wstring(copied) + L" of " + std::to_wstring(size) +
+                         L" bytes (" + source + L" -> " + destination + L")");
+}
+
+/// For a destination on another volume.
+void CopyAndDelete(const std::wstring& source, const std::wstring& destination) {
+    CopyVerified(source, destination, FileSize(source), Existing::Fail);
+    try {
+        DeleteFile(source);
+    } catch (...) {
+        DeleteFileW(Extended(destination).c_str());
+        throw;
+    }
+}
+
+}  // namespace
+
+bool FileExists(const std::wstring& path) noexcept {
+    return (Attributes(path) & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool FolderExists(const std::wstring& path) noexcept {
+    const DWORD attributes = Attributes(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::uint64_t FileSize(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data))
+        com::ThrowWin32(GetLastError(), path);
+    return Wide(data.nFileSizeHigh, data.nFileSizeLow);
+}
+
+Listing List(const std::wstring& folder) {
+    Listing listing;
+    WIN32_FIND_DATAW found;
+    const HANDLE first = FindFirstFileExW(Extended(Path::Join(folder, L"*")).c_str(), FindExInfoBasic, &found,
+                                          FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+    if (first == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        // The root of an empty volume has not even "." and "..".
+        if (error == ERROR_FILE_NOT_FOUND && FolderExists(folder)) return listing;
+        com::ThrowWin32(error, folder);
+    }
+    const FindHandle find(first);
+    do {
+        Append(listing, found);
+    } while (FindNextFileW(find.get(), &found));
+    if (GetLastError() != ERROR_NO_MORE_FILES) com::ThrowWin32(GetLastError(), folder);
+    return listing;
+}
+
+void CreateFolder(const std::wstring& path) {
+    if (!CreateDirectoryW(Extended(path).c_str(), nullptr)) com::ThrowWin32(GetLastError(), path);
+}
+
+void CopyFile(const std::wstring& source, const std::wstring& destination,
+              std::optional<std::uint64_t> size) {
+    CopyVerified(source, destination, size ? *size : FileSize(source), Existing::Overwrite);
+}
+
+void MoveFile(const std::wstring& source, const std::wstring& destination) {
+    if (MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), 0)) return;
+    const DWORD error = GetLastError();
+    if (error != ERROR_NOT_SAME_DEVICE) com::ThrowWin32(error, source + L" -> " + destination);
+    CopyAndDelete(source, destination);
+}
+
+void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
+    const std::wstring file = Extended(path);
+    if (DeleteFileW(file.c_str())) return;
+    DWORD error = GetLastError();
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    const bool isReadOnly =
+        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (readOnly == ReadOnlyFiles::Delete && isReadOnly) {
+        SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+        if (DeleteFileW(file.c_str())) return;
+        error = GetLastError();
+        SetFileAttributesW(file.c_str(), attributes);
+    }
+    com::ThrowWin32(error, path);
+}
+
+TextFile::TextFile(const std::wstring& path, DWORD access, DWORD disposition)
+    : m_path(path),
+      m_file(CreateFileW(Extended(path).c_str(), access, FILE_SHARE_READ, nullptr, disposition,
+                         FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    if (m_file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
+}
+
+TextFile TextFile::Create(const std::wstring& path) { return TextFile(path, GENERIC_WRITE, CREATE_ALWAYS); }
+TextFile TextFile::Open(const std::wstring& path) { return TextFile(path, GENERIC_READ, OPEN_EXISTING); }
+TextFile::~TextFile() { CloseHandle(m_file); }
+
+void TextFile::WriteLine(std::string_view line) {
+    const std::string text = std::string(line) + "\r\n";
+    DWORD written = 0;
+    if (!WriteFile(m_file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+        written != text.size())
+        com::ThrowWin32(GetLastError(), m_path);
+}
+
+std::string TextFile::ReadLine() {
+    std::array<char, 1024> buffer;
+    DWORD length = 0;
+    if (!ReadFile(m_file, buffer.data(), static_cast<DWORD>(buffer.size()), &length, nullptr))
+        com::ThrowWin32(GetLastError(), m_path);
+    const std::string_view text(buffer.data(), length);
+    const size_t end = text.find_first_of("\r\n");
+    LARGE_INTEGER next{};
+    next.QuadPart =
+        static_cast<LONGLONG>(std::min(text.find('\n'), text.size() - 1) + 1) - static_cast<LONGLONG>(length);
+    if (length != 0) SetFilePointerEx(m_file, next, nullptr, FILE_CURRENT);
+    return std::string(text.substr(0, end));
+}
+
+}  // namespace FileSystem

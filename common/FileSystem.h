@@ -1,0 +1,71 @@
+// The one place that touches files and folders. Paths of any length; every failure is a com::Error
+// that names the path.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Win32 names its functions by macros, which would rename those of this unit.
+#undef CopyFile
+#undef MoveFile
+#undef DeleteFile
+
+namespace FileSystem {
+
+struct FileEntry {
+    std::wstring name;
+    std::uint64_t size = 0;  ///< bytes
+};
+
+/// What lies directly in a folder, in the order in which the file system enumerates it.
+struct Listing {
+    std::vector<FileEntry> files;
+    std::vector<std::wstring> folders;
+};
+
+bool FileExists(const std::wstring& path) noexcept;
+bool FolderExists(const std::wstring& path) noexcept;
+std::uint64_t FileSize(const std::wstring& path);
+Listing List(const std::wstring& folder);
+
+void CreateFolder(const std::wstring& path);
+
+/// Copies a file over an existing one and verifies that the copy has the size of the source.
+/// size: the source's size in bytes where the caller knows it. A failed copy leaves no part of it.
+void CopyFile(const std::wstring& source, const std::wstring& destination,
+              std::optional<std::uint64_t> size = {});
+
+/// Moves a file, also to another volume. Fails when the destination exists; then, and after any other
+/// failure, the source is as it was and no part of it is at the destination.
+void MoveFile(const std::wstring& source, const std::wstring& destination);
+
+enum class ReadOnlyFiles { Keep, Delete };
+void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep);
+
+/// An open 8-bit text file.
+class TextFile {
+public:
+    /// Creates the file, or empties an existing one.
+    static TextFile Create(const std::wstring& path);
+    static TextFile Open(const std::wstring& path);
+    TextFile(const TextFile&) = delete;
+    TextFile& operator=(const TextFile&) = delete;
+    ~TextFile();
+
+    void WriteLine(std::string_view line);
+    /// The next line, without its end; lines longer than 1,024 characters are cut there.
+    std::string ReadLine();
+
+private:
+    TextFile(const std::wstring& path, DWORD access, DWORD disposition);
+
+    std::wstring m_path;
+    HANDLE m_file;
+};
+
+}  // namespace FileSystem

@@ -1,0 +1,52 @@
+#include "common/Path.h"
+
+namespace Path {
+
+namespace {
+
+constexpr std::wstring_view kSeparators = L"\\/";
+
+bool IsSeparator(wchar_t character) { return kSeparators.find(character) != std::wstring_view::npos; }
+
+size_t NameStart(std::wstring_view path) {
+    const size_t separator = path.find_last_of(L"\\/:");
+    return separator == std::wstring_view::npos ? 0 : separator + 1;
+}
+
+}  // namespace
+
+std::wstring Join(std::wstring_view folder, std::wstring_view name) {
+    std::wstring path(folder);
+    if (path.empty() || !IsSeparator(path.back())) path += L'\\';
+    return path.append(name);
+}
+
+std::wstring ParentFolder(std::wstring_view path) {
+    std::wstring_view parent = path.substr(0, NameStart(path));
+    const size_t root = Drive(path).size() + 1;
+    while (parent.size() > root && IsSeparator(parent.back()))
+        parent.remove_suffix(1);
+    return std::wstring(parent);
+}
+
+std::wstring FileName(std::wstring_view path) { return std::wstring(path.substr(NameStart(path))); }
+
+std::wstring BaseName(std::wstring_view path) {
+    const std::wstring name = FileName(path);
+    return name.substr(0, name.rfind(L'.'));
+}
+
+std::wstring Drive(std::wstring_view path) {
+    if (path.size() >= 2 && path[1] == L':') return std::wstring(path.substr(0, 2));
+    if (path.size() < 3 || !IsSeparator(path[0]) || !IsSeparator(path[1])) return {};
+    const size_t serverEnd = path.find_first_of(kSeparators, 2);
+    if (serverEnd == std::wstring_view::npos) return {};
+    const size_t shareEnd = path.find_first_of(kSeparators, serverEnd + 1);
+    return std::wstring(path.substr(0, shareEnd));
+}
+
+std::wstring LastFour(std::wstring_view path) {
+    return std::wstring(path.size() <= 4 ? path : path.substr(path.size() - 4));
+}
+
+}  // namespace Path

@@ -1,0 +1,22 @@
+// Parts of Windows paths, by text alone; the disk is not asked.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Path {
+
+/// Folder & "\" & name, with exactly one separator between them when the folder ends in one already.
+std::wstring Join(std::wstring_view folder, std::wstring_view name);
+/// Everything before the last separator; a root keeps its separator. Empty for a bare name.
+std::wstring ParentFolder(std::wstring_view path);
+/// Everything after the last separator.
+std::wstring FileName(std::wstring_view path);
+/// The file name without its last extension.
+std::wstring BaseName(std::wstring_view path);
+/// "C:", or "\\server\share"; empty for a path that has neither.
+std::wstring Drive(std::wstring_view path);
+/// The last four characters: a dot and three letters where the path has an extension of that length.
+std::wstring LastFour(std::wstring_view path);
+
+}  // namespace Path

@@ -1,0 +1,44 @@
+// Services that every component uses: start-up, folders, settings, registry and branding objects.
+#pragma once
+
+#include <string>
+
+#include "com/Text.h"
+#include "znFramework.h"
+
+/// Runs the library's start-up in the calling apartment unless it ran already. Throws when it fails.
+void Main();
+
+/// Creates one folder. True when it created it; a failure is shown unless SupressMsg, and reported.
+/// Throws like ZNMsgBox where it cannot be shown.
+bool CreateFolder(const std::wstring& Path, bool SupressMsg);
+
+/// Creates every missing level of an absolute path. True when all levels exist afterwards; a failure
+/// is shown unless SupressMsg, and reported. Throws like ZNMsgBox where it cannot be shown.
+bool CreateFolders(const std::wstring& Path, bool SupressMsg);
+
+/// Whether a test file can be created, written, read and deleted in a folder; a failure is reported.
+bool CheckReadWriteDelete(const std::wstring& Folder, bool SupressMsg);
+
+/// A setting as text, or the default when the set does not hold it. Reports and throws a failure.
+std::wstring GetProperty(IZNPropertySet* PropertySet, const std::wstring& Name, const std::wstring& Default);
+
+/// The apartment's registry object and branding resources; created on first use. Report and throw a
+/// failure.
+IZNRegistry* ZNRegObject();
+IZNBrandingResources* ZNBrandingResObject();
+
+/// A value of the start-up service as text. Throws a failure.
+std::wstring StartupEntry(LONG Number);
+
+/// A VARIANT that holds a collection with the identifier of one component category. Throws a failure.
+com::Variant CategoryCollection(ZNCategoryCode code);
+
+/// A command-line option of the host wins over the stored setting of the same name.
+std::wstring OptionOrSetting(const std::wstring& Name, IZNRegistry* Store);
+/// Form for login values: the setting is asked of the side opposite to Flag.
+std::wstring OptionOrSetting(const std::wstring& Name, IZNMobileFolders* Store, const std::wstring& Key,
+                             bool Flag);
+
+/// Lets the host process the window messages that wait for this thread.
+void ProcessPendingMessages();

@@ -1,0 +1,30 @@
+// WinINet, and the texts of its error codes and the system's.
+#pragma once
+
+#include <windows.h>
+#include <wininet.h>
+
+#include <string>
+
+/// The system's text for an error code, followed by the code in decimal and hexadecimal.
+std::wstring ErrorText(DWORD Code);
+
+/// The WinINet functions that the FTP components call, all through this table, so that answers that
+/// no server gives on demand can be scripted.
+struct WinInetFunctions {
+    decltype(&::InternetOpenA) InternetOpenA;
+    decltype(&::InternetConnectA) InternetConnectA;
+    decltype(&::InternetCloseHandle) InternetCloseHandle;
+    decltype(&::InternetFindNextFileA) InternetFindNextFileA;
+    decltype(&::InternetGetLastResponseInfoA) InternetGetLastResponseInfoA;
+    decltype(&::FtpSetCurrentDirectoryA) FtpSetCurrentDirectoryA;
+    decltype(&::FtpGetCurrentDirectoryA) FtpGetCurrentDirectoryA;
+    decltype(&::FtpCreateDirectoryA) FtpCreateDirectoryA;
+    decltype(&::FtpFindFirstFileA) FtpFindFirstFileA;
+    decltype(&::FtpGetFileA) FtpGetFileA;
+    decltype(&::FtpPutFileA) FtpPutFileA;
+    decltype(&::FtpDeleteFileA) FtpDeleteFileA;
+};
+
+/// The table in use; the system's functions until a test replaces them.
+WinInetFunctions& WinInet();

@@ -1,0 +1,23 @@
+// The creatable classes of znTransporter.dll.
+#include "cmdline/clsCmdLine.h"
+#include "com/Module.h"
+#include "common/Apartment.h"
+#include "common/modMain.h"
+#include "sendrecv/clsXCOPYSndRcv.h"
+#include "transport/clsTransporter.h"
+
+namespace {
+
+constexpr com::ClassEntry kClasses[] = {
+    com::ClassOf<clsTransporter>(L"znTransporter.clsTransporter"),
+    com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
+    com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
+};
+
+}  // namespace
+
+const com::ModuleDescription& com::ThisModule() {
+    static constexpr ModuleDescription description{
+        .classes = kClasses, .typeLibraries = 1, .start = &Main, .releaseApartment = &ReleaseThisApartment};
+    return description;
+}

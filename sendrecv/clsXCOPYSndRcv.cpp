@@ -1,0 +1,316 @@
+#include "sendrecv/clsXCOPYSndRcv.h"
+
+#include <cstdint>
+#include <limits>
+
+#include "com/Collections.h"
+#include "com/Return.h"
+#include "common/FileSystem.h"
+#include "common/Framework.h"
+#include "common/Path.h"
+#include "common/PropertySet.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+
+using com::Call;
+using com::Return;
+using com::Text;
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+constexpr LONG kNameEntry = 120;
+
+/// Counts the files of one folder. Sixteen bits are part of the component's contract: hosts rely on a
+/// folder with more files ending in a report instead of a progress bar that runs backwards.
+class FileCounter {
+public:
+    LONG Next() {
+        if (m_count == std::numeric_limits<std::int16_t>::max())
+            throw com::Error(static_cast<HRESULT>(0x800A0006), L"Overflow");
+        return ++m_count;
+    }
+
+private:
+    std::int16_t m_count = 0;
+};
+
+/// Moving a folder into itself would never end.
+void RefuseOverlap(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring outer = com::Upper(Path::Join(source, L""));
+    if (com::Upper(Path::Join(destination, L"")).starts_with(outer))
+        throw com::Error(E_INVALIDARG, L"The folder " + destination + L" lies inside the folder " + source +
+                                           L" whose files are to be moved into it.");
+}
+
+}  // namespace
+
+// --- Settings ---------------------------------------------------------------------------------------
+
+void clsXCOPYSndRcv::StoreTestedFolder(std::wstring& folder, const std::wstring& value,
+                                       std::wstring_view source) try {
+    folder = value;
+    CheckReadWriteDelete(value, SupressMsg);
+} catch (...) {
+    ReportCurrentError(source);
+}
+
+bool clsXCOPYSndRcv::IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
+    m_settings = Settings;
+    for (const auto& [name, value] : AllProperties(Settings)) {
+        if (name == L"RemoteReceiveFolder") m_sRemoteReceiveFolder = value.Text();
+        if (name == L"RemoteSendFolder") m_sRemoteSendFolder = value.Text();
+    }
+    return true;
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Init", false);
+}
+
+std::wstring clsXCOPYSndRcv::FolderPath(bool enterprise, const wchar_t* kind) const {
+    if (!m_folderLocator)
+        throw com::Error(E_UNEXPECTED, L"The folder locator is missing: set ApplicationName before PropSet.");
+    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, m_folderLocator.Get(),
+                                  enterprise ? VARIANT_TRUE : VARIANT_FALSE, com::Bstr(kind).Get());
+}
+
+void clsXCOPYSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
+    const bool enterprise = com::Upper(GetProperty(Settings, L"MOBILE", L"FALSE")) == L"FALSE";
+    m_bMobile = !enterprise;
+    m_sLocalSendFolder = GetProperty(Settings, L"LOCAL_SEND_FOLDER", FolderPath(enterprise, L"Outgoing"));
+    m_sLocalReceiveFolder =
+        GetProperty(Settings, L"LOCAL_RECEIVE_FOLDER", FolderPath(enterprise, L"Incoming"));
+    if (enterprise) return;
+    m_sRemoteSendFolder = GetProperty(Settings, L"REMOTE_SEND_FOLDER", FolderPath(true, L"Incoming"));
+    m_sRemoteReceiveFolder = GetProperty(Settings, L"REMOTE_RECEIVE_FOLDER", FolderPath(true, L"Outgoing"));
+} catch (...) {
+    ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet");
+}
+
+ComPtr<IZNPropertySet> clsXCOPYSndRcv::IZNSenderReceiver2_PropSet() try {
+    const auto properties = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
+    SetProperty(properties.Get(), L"MOBILE", m_bMobile ? L"TRUE" : L"FALSE");
+    SetProperty(properties.Get(), L"LOCAL_SEND_FOLDER", m_sLocalSendFolder);
+    SetProperty(properties.Get(), L"LOCAL_RECEIVE_FOLDER", m_sLocalReceiveFolder);
+    if (m_bMobile) {
+        SetProperty(properties.Get(), L"REMOTE_SEND_FOLDER", m_sRemoteSendFolder);
+        SetProperty(properties.Get(), L"REMOTE_RECEIVE_FOLDER", m_sRemoteReceiveFolder);
+    }
+    return properties;
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet", ComPtr<IZNPropertySet>());
+}
+
+void clsXCOPYSndRcv::IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
+    m_sApplicationName = Name;
+    m_folderLocator = CreateFrameworkObject<ZNMobileFolders, IZNMobileFolders>();
+    com::Check(m_folderLocator->put_ApplicationName(com::Bstr(Name).Get()), L"folder locator");
+} catch (...) {
+    ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_ApplicationName");
+}
+
+// --- Transfer ---------------------------------------------------------------------------------------
+
+bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) try {
+    constexpr std::wstring_view kSource = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send\r\n";
+    const Progress progress(ProgressObject);
+    if (m_sLocalSendFolder.empty()) {
+        Report(std::wstring(kSource) + L"one or more of the Send folders are not set");
+        return false;
+    }
+    if (m_sRemoteSendFolder.empty()) return true;
+    progress.SetRange(0, 1);
+    progress.StatusText(L"Send Packets");
+    if (!FileSystem::FolderExists(m_sLocalSendFolder) ||
+        com::EqualsIgnoringCase(m_sLocalSendFolder, m_sRemoteSendFolder))
+        return true;
+    progress.StatusText(L"Moving packets from local folder");
+    return Transfer(std::wstring(kSource), m_sLocalSendFolder, m_sRemoteSendFolder, progress);
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send", false);
+}
+
+bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) try {
+    constexpr std::wstring_view kSource = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive\r\n";
+    const Progress progress(ProgressObject);
+    if (m_sLocalReceiveFolder.empty()) {
+        Report(std::wstring(kSource) + L"one or more of the Receiver folders are not set");
+        return false;
+    }
+    if (m_sRemoteReceiveFolder.empty()) return true;
+    progress.SetRange(0, 1);
+    progress.StatusText(L"Receive Packets");
+    const std::wstring from = m_sRemoteReceiveFolder + L"\\" + FolderName;
+    if (!FileSystem::FolderExists(from) ||
+        com::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
+        return true;
+    progress.StatusText(L"Moving packets to local folder");
+    return Transfer(std::wstring(kSource), from, m_sLocalReceiveFolder + L"\\" + FolderName, progress);
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive", false);
+}
+
+/// A cancelled move counts as done for MoveFiles; only the second look at Cancelled tells it apart.
+bool clsXCOPYSndRcv::Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
+                              const Progress& progress) {
+    if (!MoveFiles(from, to, progress)) {
+        const std::wstring text =
+            source +
+            L"Failed to transport packets between remote and local\r\nCheck your connection to the server";
+        Report(text);
+        progress.StatusText(text);
+        return false;
+    }
+    return !progress.Cancelled();
+}
+
+bool clsXCOPYSndRcv::PrepareFolders(const std::wstring& source, const std::wstring& destination) const {
+    RefuseOverlap(source, destination);
+    return (FileSystem::FolderExists(source) || CreateFolders(source, SupressMsg)) &&
+           (FileSystem::FolderExists(destination) || CreateFolders(destination, SupressMsg));
+}
+
+bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination,
+                               const Progress& progress) try {
+    if (!PrepareFolders(Source, Destination)) return false;
+    const FileSystem::Listing listing = FileSystem::List(Source);
+    const auto count = static_cast<LONG>(listing.files.size());
+    if (count > 0) progress.SetRange(0, count);
+    progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
+
+    FileCounter done;
+    for (const FileSystem::FileEntry& file : listing.files) {
+        MoveOneFile(Path::Join(Source, file.name), file.size, Path::Join(Destination, file.name), progress);
+        progress.Position(done.Next());
+        ProcessPendingMessages();
+        if (progress.Cancelled()) {
+            progress.AddMessage(L"Interrupted by user", ZN_PROGRESS_INFORMATION);
+            return true;
+        }
+    }
+    for (const std::wstring& folder : listing.folders)
+        MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+    return true;
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.MoveFiles", false);
+}
+
+/// A source that cannot be deleted stays beside its copy; the next cycle moves it again.
+void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
+                                 const std::wstring& destination, const Progress& progress) const {
+    FileSystem::CopyFile(file, destination, size);
+    try {
+        FileSystem::DeleteFile(file);
+    } catch (const com::Error& error) {
+        const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " + file +
+                                  L" in the transporter's source folder. "
+                                  L"Check your folder permissions for read/write/modify/delete access.\r\n" +
+                                  error.failure().description;
+        progress.StatusText(text);
+        Report(text);
+    }
+}
+
+// --- Administration ---------------------------------------------------------------------------------
+
+std::wstring clsXCOPYSndRcv::IZNMobileAdminProperties_Name() try {
+    return StartupEntry(kNameEntry);
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNMobileAdminProperties_Name", std::wstring());
+}
+
+com::Variant clsXCOPYSndRcv::IZNRegInCat_CategoriesToReg() try {
+    return CategoryCollection(ZN_CATEGORY_SENDER_RECEIVER);
+} catch (...) {
+    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNRegInCat_CategoriesToReg", com::Variant());
+}
+
+// --- Binary contract --------------------------------------------------------------------------------
+
+STDMETHODIMP
+clsXCOPYSndRcv::get_LocalSendFolder(BSTR* Value) {
+    return Return(Value, [&] { return m_sLocalSendFolder; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::put_LocalSendFolder(BSTR Value) {
+    return Call([&] {
+        StoreTestedFolder(m_sLocalSendFolder, Text(Value),
+                          L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalSendFolder");
+    });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_LocalReceiveFolder(BSTR* Value) {
+    return Return(Value, [&] { return m_sLocalReceiveFolder; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::put_LocalReceiveFolder(BSTR Value) {
+    return Call([&] {
+        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value),
+                          L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalReceiveFolder");
+    });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
+    return Return(Value, [] { return false; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::put_LoginCancelled(VARIANT_BOOL) { return S_OK; }
+STDMETHODIMP
+clsXCOPYSndRcv::Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) {
+    return Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) {
+    return Return(Success, [&] { return IZNSenderReceiver_Send(Progress); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) {
+    return Return(Success, [&] { return IZNSenderReceiver_Receive(Text(FolderName), Progress); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
+    return Return(Success, [] { return true; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
+    return Return(Success, [] { return true; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_PropSet(IZNPropertySet** Value) {
+    return Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::putref_PropSet(IZNPropertySet* Value) {
+    return Call([&] { IZNSenderReceiver2_PropSet(Value); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_ApplicationName(BSTR* Value) {
+    return Return(Value, [&] { return m_sApplicationName; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::put_ApplicationName(BSTR Value) {
+    return Call([&] { IZNSenderReceiver2_ApplicationName(Text(Value)); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_Name(BSTR* Value) {
+    return Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
+    return Return(Value, [] { return false; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Initialize(LONG, IUnknown*, IUnknown** Result) {
+    return Return(Result, [] { return ComPtr<IUnknown>(); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::Execute(LONG, IUnknown** Result) {
+    return Return(Result, [] { return ComPtr<IUnknown>(); });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
+    return Return(Value, [] { return true; });
+}
+STDMETHODIMP
+clsXCOPYSndRcv::get_CategoriesToReg(VARIANT* Value) {
+    return Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
+}

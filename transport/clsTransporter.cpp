@@ -1,0 +1,277 @@
+#include "transport/clsTransporter.h"
+
+#include "com/Return.h"
+#include "common/FileSystem.h"
+#include "common/Path.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+
+using com::Call;
+using com::Return;
+using com::Text;
+using Microsoft::WRL::ComPtr;
+
+std::optional<std::wstring> clsTransporter::FileList::Next() {
+    if (next >= files.size()) return std::nullopt;
+    return files[next++];
+}
+
+bool clsTransporter::SenderReceiverSet(std::wstring_view Source) const {
+    const auto refuse = [&](const wchar_t* why) {
+        if (!Source.empty()) Report(std::wstring(Source).append(kCrLf).append(why));
+        return false;
+    };
+    if (!m_senderReceiver) return refuse(L"SenderReceiver object has not been set");
+    if (LocalReceiveFolder().empty() || LocalSendFolder().empty())
+        return refuse(L"Local send or receive folder is not set.");
+    return true;
+}
+
+std::wstring clsTransporter::LocalSendFolder() const {
+    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, m_senderReceiver.Get());
+}
+
+std::wstring clsTransporter::LocalReceiveFolder() const {
+    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalReceiveFolder, m_senderReceiver.Get());
+}
+
+/// The first encoder whose extension is that of the file becomes the current one.
+bool clsTransporter::ChooseEncoder(const EncoderList& encoders, ExtensionMember extensionOf,
+                                   const std::wstring& fileName) {
+    const std::wstring extension = com::Upper(Path::LastFour(fileName));
+    for (const auto& encoder : encoders) {
+        if (com::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
+        m_currentEncoder = encoder;
+        return true;
+    }
+    return false;
+}
+
+void clsTransporter::InitFileList(FileList& List, const std::wstring& Folder) try {
+    List.files.clear();
+    if (!FileSystem::FolderExists(Folder)) return;
+    for (const auto& file : FileSystem::List(Folder).files)
+        List.files.push_back(Path::Join(Folder, file.name));
+} catch (...) {
+    const std::wstring description = com::CurrentFailure().description;
+    Report(std::wstring(L"clsTransporter.cls.InitFileList")
+               .append(kCrLf)
+               .append(description)
+               .append(kCrLf)
+               .append(L"Folder: ")
+               .append(Folder));
+}
+
+// --- Sending ----------------------------------------------------------------------------------------
+
+bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder) try {
+    constexpr std::wstring_view kSource = L"clsTransporter.cls.IZNTransporter_Add";
+    if (!SenderReceiverSet(kSource)) return false;
+    const std::wstring name = Path::FileName(FileName);
+    if (!FileSystem::FileExists(FileName)) {
+        Report(
+            std::wstring(kSource).append(kCrLf).append(L"File ").append(FileName).append(L" does not exist"));
+        return false;
+    }
+    const bool encoded = ChooseEncoder(m_sendEncoders, &IZNEncoder::get_InExtension, FileName);
+    const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
+    if (!FileSystem::FolderExists(target) && !CreateFolders(target, SupressMsg)) return false;
+    if (encoded)
+        return com::Get<bool>(&IZNEncoder::Encode, m_currentEncoder.Get(),
+                              com::Bstr(Path::ParentFolder(FileName)).Get(), com::Bstr(target).Get(),
+                              com::Bstr(name).Get());
+    if (!CheckReadWriteDelete(target, SupressMsg)) return false;
+    FileSystem::CopyFile(FileName, Path::Join(target, name));
+    return true;
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_Add", false);
+}
+
+bool clsTransporter::IZNTransporter_SendReceive(BSTR Argument, IUnknown* Progress) try {
+    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_SendReceive")) return false;
+    IZNSenderReceiver* const remote = m_senderReceiver.Get();
+    com::Check(remote->put_LoginCancelled(VARIANT_FALSE));
+    // A login that the user cancelled ends the cycle quietly.
+    if (!com::Get<bool>(&IZNSenderReceiver::Connect, remote))
+        return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote);
+    const bool moved = com::Get<bool>(&IZNSenderReceiver::Send, remote, Argument, Progress) &&
+                       com::Get<bool>(&IZNSenderReceiver::Receive, remote, Argument, Progress);
+    const bool disconnected = com::Get<bool>(&IZNSenderReceiver::Disconnect, remote);
+    return moved && disconnected;
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_SendReceive", false);
+}
+
+LONG clsTransporter::IZNTransporter_ResetLocalSendFiles(const std::wstring& SubFolder) try {
+    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_ResetLocalSendFiles")) return 0;
+    m_sendList.next = 0;
+    InitFileList(m_sendList, LocalSendFolder() + L"\\" + SubFolder);
+    return static_cast<LONG>(m_sendList.files.size());
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_ResetLocalSendFiles", LONG{0});
+}
+
+bool clsTransporter::IZNTransporter_NextLocalSendFile(std::wstring& FileName) try {
+    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_NextLocalSendFile")) return true;
+    FileName = m_sendList.Next().value_or(L"");
+    return true;
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_NextLocalSendFile", false);
+}
+
+// --- Receiving --------------------------------------------------------------------------------------
+
+LONG clsTransporter::IZNTransporter_ResetLocalReceiveFiles(const std::wstring& SubFolder) try {
+    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles")) return 0;
+    m_receiveList.next = 0;
+    InitFileList(m_receiveList, LocalReceiveFolder() + L"\\" + SubFolder);
+    return static_cast<LONG>(m_receiveList.files.size());
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles", LONG{0});
+}
+
+bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& DestinationFolder,
+                                                         std::wstring& FileName) try {
+    constexpr std::wstring_view kSource = L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile";
+    if (!SenderReceiverSet(kSource)) return true;
+    const std::optional<std::wstring> file = m_receiveList.Next();
+    if (!file) return true;
+    OutputDebugStringW((L"Zarn: NextLocalReceiveFile " + *file).c_str());
+    OutputDebugStringW((L"Zarn: sFileName " + Path::BaseName(*file)).c_str());
+    if (!FileSystem::FolderExists(DestinationFolder)) {
+        Report(std::wstring(kSource)
+                   .append(kCrLf)
+                   .append(L"Destination folder ")
+                   .append(DestinationFolder)
+                   .append(L" does not exist."));
+        return false;
+    }
+    if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
+    const Delivery delivery = Deliver(*file, DestinationFolder);
+    FileName = delivery.fileName;
+    return delivery.done;
+} catch (...) {
+    return StandardHandler(L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile", false);
+}
+
+clsTransporter::Delivery clsTransporter::Deliver(const std::wstring& file,
+                                                 const std::wstring& destinationFolder) {
+    return ChooseEncoder(m_receiveEncoders, &IZNEncoder::get_OutExtension, file)
+               ? Decode(file, destinationFolder)
+               : MoveUnchanged(file, destinationFolder);
+}
+
+/// A file that cannot be decoded stays in the receive folder and is offered again.
+clsTransporter::Delivery clsTransporter::Decode(const std::wstring& file,
+                                                const std::wstring& destinationFolder) {
+    const std::wstring baseName = Path::BaseName(file);
+    com::Bstr outputFile;
+    VARIANT_BOOL decoded = VARIANT_FALSE;
+    com::Check(m_currentEncoder->Decode(com::Bstr(Path::ParentFolder(file)).Get(),
+                                        com::Bstr(destinationFolder).Get(), com::Bstr(baseName).Get(),
+                                        outputFile.Put(), &decoded),
+               file);
+    if (decoded) {
+        FileSystem::DeleteFile(file);
+        return {true, outputFile.Text()};
+    }
+    if (!FileSystem::FileExists(file))
+        Report(L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile\r\n"
+               L"The encoder failed to decompress and/or decode the file " +
+               file + L".");
+    return {false, baseName};
+}
+
+/// The previous file of the same name stays until the new one has arrived.
+clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
+                                                       const std::wstring& destinationFolder) {
+    const std::wstring target = Path::Join(destinationFolder, Path::FileName(file));
+    const std::wstring previous = target + L"_bak";
+    const bool replaces = FileSystem::FileExists(target);
+    if (replaces) FileSystem::MoveFile(target, previous);
+    try {
+        FileSystem::MoveFile(file, target);
+    } catch (...) {
+        if (replaces) FileSystem::MoveFile(previous, target);
+        throw;
+    }
+    if (replaces) FileSystem::DeleteFile(previous);
+    return {true, target};
+}
+
+// --- Binary contract --------------------------------------------------------------------------------
+
+STDMETHODIMP
+clsTransporter::get_Encoder(IZNEncoder** Value) {
+    return Return(Value, [&] { return m_currentEncoder; });
+}
+STDMETHODIMP
+clsTransporter::putref_Encoder(IZNEncoder* Value) {
+    if (!Value) return E_POINTER;
+    return Call([&] {
+        m_currentEncoder = Value;
+        m_sendEncoders.emplace_back(Value);
+        m_receiveEncoders.emplace_back(Value);
+    });
+}
+STDMETHODIMP
+clsTransporter::get_SenderReceiver(IZNSenderReceiver** Value) {
+    return Return(Value, [&] { return m_senderReceiver; });
+}
+STDMETHODIMP
+clsTransporter::putref_SenderReceiver(IZNSenderReceiver* Value) {
+    m_senderReceiver = Value;
+    return S_OK;
+}
+STDMETHODIMP
+clsTransporter::Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) {
+    return Return(Result, [&] { return IZNTransporter_Add(Text(FileName), Text(SubFolder)); });
+}
+STDMETHODIMP
+clsTransporter::SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) {
+    return Return(Result, [&] { return IZNTransporter_SendReceive(Argument, Progress); });
+}
+STDMETHODIMP
+clsTransporter::ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) {
+    return Return(Count, [&] { return IZNTransporter_ResetLocalReceiveFiles(Text(SubFolder)); });
+}
+STDMETHODIMP
+clsTransporter::NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VARIANT_BOOL* Result) {
+    if (!FileName) return E_POINTER;
+    *FileName = nullptr;
+    return Return(Result, [&] {
+        std::wstring fileName;
+        const bool result = IZNTransporter_NextLocalReceiveFile(Text(DestinationFolder), fileName);
+        com::Put(FileName, fileName);
+        return result;
+    });
+}
+STDMETHODIMP
+clsTransporter::ResetLocalSendFiles(BSTR SubFolder, LONG* Count) {
+    return Return(Count, [&] { return IZNTransporter_ResetLocalSendFiles(Text(SubFolder)); });
+}
+STDMETHODIMP
+clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) {
+    if (!FileName) return E_POINTER;
+    *FileName = nullptr;
+    return Return(Result, [&] {
+        std::wstring fileName;
+        const bool result = IZNTransporter_NextLocalSendFile(fileName);
+        com::Put(FileName, fileName);
+        return result;
+    });
+}
+STDMETHODIMP
+clsTransporter::get_BackupEnabled(VARIANT_BOOL*) { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::put_BackupEnabled(VARIANT_BOOL) { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::Reset() { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::Next(BSTR*) { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::BackupExists(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::RestoreBackup(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }
+STDMETHODIMP
+clsTransporter::DestroyBackup(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }

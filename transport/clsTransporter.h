@@ -1,0 +1,93 @@
+// The transporter: encodes packets into the send folder, drives the sender/receiver, delivers what was
+// received.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "com/Object.h"
+#include "znTransporter.h"
+
+class clsTransporter final : public com::Object<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
+public:
+    // IZNTransporter
+    STDMETHODIMP
+    get_Encoder(IZNEncoder** Value) override;
+    STDMETHODIMP
+    putref_Encoder(IZNEncoder* Value) override;
+    STDMETHODIMP
+    get_SenderReceiver(IZNSenderReceiver** Value) override;
+    STDMETHODIMP
+    putref_SenderReceiver(IZNSenderReceiver* Value) override;
+    STDMETHODIMP
+    Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) override;
+    STDMETHODIMP
+    SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) override;
+    STDMETHODIMP
+    ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) override;
+    STDMETHODIMP
+    NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VARIANT_BOOL* Result) override;
+    STDMETHODIMP
+    ResetLocalSendFiles(BSTR SubFolder, LONG* Count) override;
+    STDMETHODIMP
+    NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) override;
+    // IZNTransporter2
+    STDMETHODIMP
+    get_BackupEnabled(VARIANT_BOOL* Value) override;
+    STDMETHODIMP
+    put_BackupEnabled(VARIANT_BOOL Value) override;
+    STDMETHODIMP
+    Reset() override;
+    STDMETHODIMP
+    Next(BSTR* PacketId) override;
+    STDMETHODIMP
+    BackupExists(BSTR PacketId, VARIANT_BOOL* Result) override;
+    STDMETHODIMP
+    RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
+    STDMETHODIMP
+    DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
+
+private:
+    /// A list of full paths with the cursor of the member that walks it.
+    struct FileList {
+        std::vector<std::wstring> files;
+        size_t next = 0;
+
+        std::optional<std::wstring> Next();
+    };
+    /// What a received file became, and the name to hand to the host.
+    struct Delivery {
+        bool done = false;
+        std::wstring fileName;
+    };
+    using EncoderList = std::vector<Microsoft::WRL::ComPtr<IZNEncoder>>;
+    using ExtensionMember = HRESULT (STDMETHODCALLTYPE IZNEncoder::*)(BSTR*);
+
+    bool IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder);
+    bool IZNTransporter_SendReceive(BSTR Argument, IUnknown* Progress);
+    LONG IZNTransporter_ResetLocalReceiveFiles(const std::wstring& SubFolder);
+    bool IZNTransporter_NextLocalReceiveFile(const std::wstring& DestinationFolder, std::wstring& FileName);
+    LONG IZNTransporter_ResetLocalSendFiles(const std::wstring& SubFolder);
+    bool IZNTransporter_NextLocalSendFile(std::wstring& FileName);
+
+    bool SenderReceiverSet(std::wstring_view Source) const;
+    std::wstring LocalSendFolder() const;
+    std::wstring LocalReceiveFolder() const;
+    bool ChooseEncoder(const EncoderList& encoders, ExtensionMember extensionOf,
+                       const std::wstring& fileName);
+    static void InitFileList(FileList& List, const std::wstring& Folder);
+    Delivery Deliver(const std::wstring& file, const std::wstring& destinationFolder);
+    Delivery Decode(const std::wstring& file, const std::wstring& destinationFolder);
+    static Delivery MoveUnchanged(const std::wstring& file, const std::wstring& destinationFolder);
+
+    const bool SupressMsg = false;
+    EncoderList m_sendEncoders;
+    EncoderList m_receiveEncoders;
+    Microsoft::WRL::ComPtr<IZNEncoder> m_currentEncoder;
+    Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
+    FileList m_sendList;
+    FileList m_receiveList;
+};
