@@ -20,6 +20,8 @@ void Put(Interface** out, Microsoft::WRL::ComPtr<Interface> value) {
 /// Runs the behaviour of a member without a result.
 template <class Behaviour>
 HRESULT Call(Behaviour&& behaviour) noexcept try {
+    // What an earlier failure left must not describe a later one that leaves nothing.
+    SetErrorInfo(0, nullptr);
     behaviour();
     return S_OK;
 } catch (...) {

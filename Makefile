@@ -1,0 +1,48 @@
+# make          build everything
+# make demo     two installations exchange packets through a shared folder (BITS=64 for the 64-bit build)
+# make test     all tests
+# make bench    the library against bare system calls, side by side
+# make format   clang-format;  make tidy   clang-tidy
+
+SHELL := /bin/bash
+.DELETE_ON_ERROR:
+
+# Which Windows builds run here; tools/setup finds out.
+RUNNABLE = $(or $(shell cat build/setup/bits 2>/dev/null),64)
+BITS ?= $(lastword $(RUNNABLE))
+WARM = tools/wine-server run
+SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
+
+.PHONY: all setup demo test test-native test-windows bench format check-format tidy clean
+.NOTPARALLEL:
+
+all: build-native build-win32 build-win64
+
+setup:
+	@tools/setup
+
+build-%: setup
+	@[[ -f build/$*/build.ninja ]] || cmake --preset $* >build/configure-$*.log || { cat build/configure-$*.log; false; }
+	@cmake --build build/$*
+
+demo: build-win$(BITS)
+	@$(WARM) tools/wine build/win$(BITS)/bin/znhost.exe demo
+
+test: all check-format
+	@$(WARM) tools/test
+
+bench: build-win$(BITS)
+	@$(WARM) tests/bench/run $(BITS)
+
+format: setup
+	@$(SOURCES) | xargs -0 clang-format -i
+
+check-format: setup
+	@$(SOURCES) | xargs -0 clang-format --dry-run -Werror
+
+tidy: all
+	@tools/tidy
+
+clean:
+	@tools/wine-server stop 2>/dev/null || true
+	@rm -rf build

@@ -1,0 +1,51 @@
+#include "common/Path.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(Path, JoinKeepsOneSeparator) {
+    EXPECT_EQ(Path::Join(L"C:\\a", L"b"), L"C:\\a\\b");
+    EXPECT_EQ(Path::Join(L"C:\\a\\", L"b"), L"C:\\a\\b");
+    EXPECT_EQ(Path::Join(L"C:", L"b"), L"C:\\b");
+    EXPECT_EQ(Path::Join(L"C:\\a", L""), L"C:\\a\\");
+}
+
+TEST(Path, SplitsIntoParentNameAndBase) {
+    struct Case {
+        const wchar_t* path;
+        const wchar_t* parent;
+        const wchar_t* name;
+        const wchar_t* base;
+    };
+    for (const Case& c : {Case{L"C:\\a\\x.mdb", L"C:\\a", L"x.mdb", L"x"},
+                          {L"C:\\x.mdb", L"C:\\", L"x.mdb", L"x"},
+                          {L"C:\\a\\\\x", L"C:\\a", L"x", L"x"},
+                          {L"\\\\s\\h\\x.y.z", L"\\\\s\\h\\", L"x.y.z", L"x.y"},
+                          {L"\\\\s\\h\\d\\x", L"\\\\s\\h\\d", L"x", L"x"},
+                          {L"x.mdb", L"", L"x.mdb", L"x"},
+                          {L"C:/a/x.mdb", L"C:/a", L"x.mdb", L"x"},
+                          {L"C:\\a.b\\x", L"C:\\a.b", L"x", L"x"},
+                          {L"C:\\a\\", L"C:\\a", L"", L""},
+                          {L"", L"", L"", L""}}) {
+        EXPECT_EQ(Path::ParentFolder(c.path), c.parent) << testing::PrintToString(std::wstring(c.path));
+        EXPECT_EQ(Path::FileName(c.path), c.name);
+        EXPECT_EQ(Path::BaseName(c.path), c.base);
+    }
+}
+
+TEST(Path, DriveIsLetterOrShare) {
+    EXPECT_EQ(Path::Drive(L"C:\\a"), L"C:");
+    EXPECT_EQ(Path::Drive(L"\\\\server\\share\\a\\b"), L"\\\\server\\share");
+    EXPECT_EQ(Path::Drive(L"\\\\server\\share"), L"\\\\server\\share");
+    for (const wchar_t* path : {L"", L"a", L"a\\b", L"\\a", L"\\\\server", L"\\\\"})
+        EXPECT_EQ(Path::Drive(path), L"") << testing::PrintToString(std::wstring(path));
+}
+
+TEST(Path, LastFourOfShortNamesIsTheName) {
+    EXPECT_EQ(Path::LastFour(L"C:\\a\\x.mdb"), L".mdb");
+    EXPECT_EQ(Path::LastFour(L"x.html"), L"html");
+    EXPECT_EQ(Path::LastFour(L"abc"), L"abc");
+}
+
+}  // namespace

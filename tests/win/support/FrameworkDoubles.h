@@ -1,0 +1,58 @@
+// Stand-ins for the host framework's objects, registered in this process; a test arranges what they
+// answer and reads what they were told.
+#pragma once
+
+#include <windows.h>
+#include <wrl/client.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "com/Text.h"
+#include "znFramework.h"
+
+namespace tests {
+
+struct LogEntry {
+    std::wstring text;
+    LONG type = 0;
+};
+
+/// State behind the stand-ins of the calling thread; every object reads and writes the newest one.
+class Framework {
+public:
+    Framework();
+    Framework(const Framework&) = delete;
+    Framework& operator=(const Framework&) = delete;
+    ~Framework();
+
+    static Framework& Current();
+
+    std::vector<LogEntry> log;
+    HRESULT logResult = S_OK;
+    std::wstring title;  ///< what the start-up service was given
+    std::map<LONG, std::wstring> resources = {{145, L"Test Tool"}, {120, L"Folder Copy"}};
+    std::map<std::wstring, std::wstring> folders;   ///< by "E/Kind" or "F/Kind"
+    std::map<std::wstring, std::wstring> registry;  ///< by "product/subkey/name"
+    bool userInterface = false;
+    int userInterfaceQuestions = 0;
+    HRESULT userInterfaceResult = S_OK;
+    bool rightToLeft = false;
+    long objects = 0;  ///< stand-ins that are alive
+
+    /// Texts of all entries, each followed by a line of its own with "--".
+    std::wstring LogText() const;
+    /// Forgets the class of one object, as if the host had not registered it.
+    void Remove(const CLSID& clsid);
+
+private:
+    std::map<std::wstring, DWORD> m_registrations;
+};
+
+/// A property set with texts.
+Microsoft::WRL::ComPtr<IZNPropertySet>
+Properties(const std::vector<std::pair<std::wstring, std::wstring>>& values);
+std::wstring PropertiesAsText(IZNPropertySet* set);
+
+}  // namespace tests
