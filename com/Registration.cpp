@@ -38,7 +38,7 @@ public:
     ~Key() { RegCloseKey(m_key); }
 
     void Set(const wchar_t* name, const std::wstring& value) const {
-        const DWORD bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+        const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
         const LSTATUS status =
             RegSetValueExW(m_key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()), bytes);
         if (status != ERROR_SUCCESS) ThrowWin32(static_cast<DWORD>(status), value);

@@ -162,6 +162,18 @@ void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
     com::ThrowWin32(error, path);
 }
 
+void Append(const std::wstring& path, std::string_view text) {
+    const HANDLE file =
+        CreateFileW(Extended(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
+    DWORD written = 0;
+    const BOOL done = WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    const DWORD error = GetLastError();
+    CloseHandle(file);
+    if (!done || written != text.size()) com::ThrowWin32(error, path);
+}
+
 TextFile::TextFile(const std::wstring& path, DWORD access, DWORD disposition)
     : m_path(path),
       m_file(CreateFileW(Extended(path).c_str(), access, FILE_SHARE_READ, nullptr, disposition,

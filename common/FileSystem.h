@@ -47,6 +47,9 @@ void MoveFile(const std::wstring& source, const std::wstring& destination);
 enum class ReadOnlyFiles { Keep, Delete };
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep);
 
+/// Appends to a file, which is created when it is missing; several processes may do so at once.
+void Append(const std::wstring& path, std::string_view text);
+
 /// An open 8-bit text file.
 class TextFile {
 public:

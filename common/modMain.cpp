@@ -12,8 +12,6 @@
 #include "common/Path.h"
 #include "common/modZNStartup.h"
 
-using Microsoft::WRL::ComPtr;
-
 namespace {
 
 constexpr LONG kToolNumber = 145;

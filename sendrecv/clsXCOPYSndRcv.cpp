@@ -87,7 +87,7 @@ void clsXCOPYSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
 }
 
 ComPtr<IZNPropertySet> clsXCOPYSndRcv::IZNSenderReceiver2_PropSet() try {
-    const auto properties = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
+    auto properties = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
     SetProperty(properties.Get(), L"MOBILE", m_bMobile ? L"TRUE" : L"FALSE");
     SetProperty(properties.Get(), L"LOCAL_SEND_FOLDER", m_sLocalSendFolder);
     SetProperty(properties.Get(), L"LOCAL_RECEIVE_FOLDER", m_sLocalReceiveFolder);

@@ -9,7 +9,6 @@
 using com::Call;
 using com::Return;
 using com::Text;
-using Microsoft::WRL::ComPtr;
 
 std::optional<std::wstring> clsTransporter::FileList::Next() {
     if (next >= files.size()) return std::nullopt;

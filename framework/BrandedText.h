@@ -1,0 +1,9 @@
+// Texts of the product's string table.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+/// Text of a resource. Throws when the table does not hold the number.
+std::wstring BrandedText(LONG id);

@@ -1,0 +1,15 @@
+// What the hosting process allows, and where the host says so.
+#pragma once
+
+#include "com/Object.h"
+#include "znFramework.h"
+
+class ZNApplicationContext final : public com::Object<IZNApplicationContext, IZNHostSettings> {
+public:
+    STDMETHODIMP
+    get_UserInterface(VARIANT_BOOL* Value) override;
+    STDMETHODIMP
+    put_UserInterface(VARIANT_BOOL Value) override;
+    STDMETHODIMP
+    put_LogFile(BSTR Path) override;
+};

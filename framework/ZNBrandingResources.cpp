@@ -1,0 +1,24 @@
+#include "framework/ZNBrandingResources.h"
+
+#include "com/Module.h"
+#include "com/Return.h"
+#include "framework/BrandedText.h"
+
+std::wstring BrandedText(LONG id) {
+    const wchar_t* text = nullptr;
+    // With a length of 0 the system hands out the resource itself, which is not terminated.
+    const int length = id < 0 || id > 0xFFFF ? 0
+                                             : LoadStringW(com::ModuleHandle(), static_cast<UINT>(id),
+                                                           reinterpret_cast<LPWSTR>(&text), 0);
+    if (length == 0)
+        throw com::Error(E_INVALIDARG, L"There is no branding resource number " + std::to_wstring(id) + L".");
+    return {text, static_cast<size_t>(length)};
+}
+
+STDMETHODIMP
+ZNBrandingResources::Text(VARIANT Id, BSTR* Value) {
+    return com::Return(Value, [&] {
+        const com::Variant id(Id);
+        return id.Get().vt == VT_BSTR ? id.Text() : BrandedText(id.Number());
+    });
+}

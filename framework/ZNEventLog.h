@@ -1,0 +1,11 @@
+// Event log of the host: the log of Windows, and a text file where the host wants one.
+#pragma once
+
+#include "com/Object.h"
+#include "znSystem.h"
+
+class ZNEventLog final : public com::Object<IZNEventLog> {
+public:
+    STDMETHODIMP
+    Write(BSTR Message, LONG EventType) override;
+};

@@ -1,0 +1,25 @@
+// Named values below one registry key of a product.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "com/Object.h"
+#include "com/Text.h"
+#include "znSystem.h"
+
+class ZNRegistry final : public com::Object<IZNRegistry> {
+public:
+    STDMETHODIMP
+    Open(LONG Hive, LONG Product, BSTR SubKey) override;
+    STDMETHODIMP
+    Read(BSTR Name, VARIANT Default, VARIANT* Value) override;
+    STDMETHODIMP
+    Write(BSTR Name, VARIANT Value) override;
+
+private:
+    const std::wstring& Path() const;
+
+    HKEY m_hive = nullptr;
+    std::wstring m_path;  ///< of the selected key, below its hive
+};

@@ -1,0 +1,33 @@
+#include "framework/ZNStartup.h"
+
+#include "com/Return.h"
+#include "framework/BrandedText.h"
+#include "framework/HostSettings.h"
+
+namespace {
+
+com::Variant StartupEntry(LONG number) {
+    switch (number) {
+    case 110:  // binary difference encoder
+    case 120:  // folder-copy sender/receiver
+    case 140:  // zip encoder
+        return com::Variant(BrandedText(number));
+    case 145:  // the tool itself: a branding resource that the caller looks up
+        return com::Variant(number);
+    default:
+        throw com::Error(E_INVALIDARG,
+                         L"The start-up service has no entry number " + std::to_wstring(number) + L".");
+    }
+}
+
+}  // namespace
+
+STDMETHODIMP
+ZNStartup::Initialize(BSTR Title) {
+    return com::Call([&] { HostSettings::OfProcess().Title(com::Text(Title)); });
+}
+
+STDMETHODIMP
+ZNStartup::Entry(LONG Number, VARIANT, VARIANT* Value) {
+    return com::Return(Value, [&] { return StartupEntry(Number); });
+}

@@ -1,0 +1,199 @@
+// The folder-copy sender/receiver against a bare loop of CopyFileW and DeleteFileW, and against xcopy,
+// which copies only. The contenders take turns over the same files, so that caches and disk favour none.
+#include <windows.h>
+#include <psapi.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/win/support/Library.h"
+#include "tests/win/support/ProgressDouble.h"
+#include "tests/win/support/TempFolder.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+struct Load {
+    const char* name;
+    int files;
+    std::uint64_t bytesPerFile;
+    int rounds;
+};
+
+/// Reports no more than a host's progress bar would have to.
+class QuietProgress final : public com::Object<IZNProgress> {
+public:
+    STDMETHODIMP
+    Reserved() override { return S_OK; }
+    STDMETHODIMP
+    SetRange(LONG, LONG) override { return S_OK; }
+    STDMETHODIMP
+    AddMessage(BSTR, LONG) override { return S_OK; }
+    STDMETHODIMP
+    put_StatusText(BSTR) override { return S_OK; }
+    STDMETHODIMP
+    put_Position(LONG) override { return S_OK; }
+    STDMETHODIMP
+    get_Cancelled(VARIANT_BOOL* Value) override {
+        *Value = VARIANT_FALSE;
+        return S_OK;
+    }
+};
+
+class Stopwatch {
+public:
+    Stopwatch() { QueryPerformanceCounter(&m_start); }
+    double Seconds() const {
+        LARGE_INTEGER now;
+        LARGE_INTEGER perSecond;
+        QueryPerformanceCounter(&now);
+        QueryPerformanceFrequency(&perSecond);
+        return static_cast<double>(now.QuadPart - m_start.QuadPart) / static_cast<double>(perSecond.QuadPart);
+    }
+
+private:
+    LARGE_INTEGER m_start;
+};
+
+[[noreturn]] void Fail(const char* what) {
+    std::fprintf(stderr, "bench: %s (error %lu)\n", what, GetLastError());
+    std::exit(1);
+}
+
+void WriteFiles(const std::wstring& folder, const Load& load) {
+    std::vector<char> block(static_cast<size_t>(std::min<std::uint64_t>(load.bytesPerFile, 1 << 20)));
+    for (size_t i = 0; i < block.size(); ++i)
+        block[i] = static_cast<char>(i * 7919 >> 3);
+    for (int i = 0; i < load.files; ++i) {
+        const std::wstring path = folder + L"\\packet " + std::to_wstring(i) + L".mdb";
+        const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        if (file == INVALID_HANDLE_VALUE) Fail("cannot write the files");
+        for (std::uint64_t done = 0; done < load.bytesPerFile; done += block.size()) {
+            DWORD written = 0;
+            if (!WriteFile(file, block.data(), static_cast<DWORD>(block.size()), &written, nullptr))
+                Fail("disk full?");
+        }
+        CloseHandle(file);
+    }
+}
+
+std::vector<std::wstring> Names(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW found;
+    const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    do {
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.emplace_back(found.cFileName);
+    } while (FindNextFileW(find, &found));
+    FindClose(find);
+    return names;
+}
+
+void BareLoop(const std::wstring& from, const std::wstring& to) {
+    for (const std::wstring& name : Names(from)) {
+        const std::wstring source = from + L"\\" + name;
+        if (!CopyFileW(source.c_str(), (to + L"\\" + name).c_str(), FALSE)) Fail("CopyFileW");
+        if (!DeleteFileW(source.c_str())) Fail("DeleteFileW");
+    }
+}
+
+void Xcopy(const std::wstring& from, const std::wstring& to) {
+    std::wstring command = L"xcopy.exe \"" + from + L"\" \"" + to + L"\" /I /Y /Q";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
+                        &startup, &process))
+        Fail("xcopy");
+    WaitForSingleObject(process.hProcess, INFINITE);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+}
+
+class FolderCopy {
+public:
+    explicit FolderCopy(const tests::Library& library)
+        : m_remote(library.Create<clsXCOPYSndRcv, IZNSenderReceiver>()) {}
+
+    void Move(const std::wstring& from, const std::wstring& to) const {
+        m_remote->put_LocalSendFolder(com::Bstr(from).Get());
+        com::Get<bool>(&IZNSenderReceiver::Init, m_remote.Get(),
+                       tests::Properties({{L"RemoteSendFolder", to}}).Get());
+        if (!com::Get<bool>(&IZNSenderReceiver::Send, m_remote.Get(), com::Bstr(L"").Get(),
+                            static_cast<IUnknown*>(static_cast<IZNProgress*>(m_progress.Get()))))
+            Fail("the sender/receiver failed");
+    }
+
+private:
+    ComPtr<IZNSenderReceiver> m_remote;
+    ComPtr<IZNProgress> m_progress = com::Make<QuietProgress>();
+};
+
+using Contender = std::function<void(const std::wstring&, const std::wstring&)>;
+
+double OneRun(const Load& load, const Contender& contender) {
+    const tests::TempFolder temp;
+    const std::wstring from = temp.Folder(L"from");
+    const std::wstring to = temp.Folder(L"to");
+    WriteFiles(from, load);
+    const Stopwatch watch;
+    contender(from, to);
+    const double seconds = watch.Seconds();
+    if (Names(to).size() != static_cast<size_t>(load.files)) Fail("files are missing at the destination");
+    return seconds;
+}
+
+/// Best time of each contender.
+std::vector<double> Race(const Load& load, const std::vector<Contender>& contenders) {
+    std::vector<double> best(contenders.size(), 1e9);
+    for (int round = 0; round < load.rounds; ++round)
+        for (size_t i = 0; i < contenders.size(); ++i)
+            best[i] = std::min(best[i], OneRun(load, contenders[i]));
+    return best;
+}
+
+void Compare(const FolderCopy& library) {
+    const Contender move = [&](const auto& from, const auto& to) { library.Move(from, to); };
+    std::printf("%-22s %10s %10s %10s %8s %8s\n", "load", "library s", "bare s", "xcopy s", "/ bare",
+                "/ xcopy");
+    for (const Load& load :
+         {Load{"2,000 files of 64 KB", 2000, 64 << 10, 7}, Load{"1 file of 1 GB", 1, 1ull << 30, 5}}) {
+        const auto best = Race(load, {move, &BareLoop, &Xcopy});
+        std::printf("%-22s %10.3f %10.3f %10.3f %8.2f %8.2f\n", load.name, best[0], best[1], best[2],
+                    best[0] / best[1], best[0] / best[2]);
+        std::fflush(stdout);
+    }
+}
+
+void Scale(const FolderCopy& library) {
+    const Contender move = [&](const auto& from, const auto& to) { library.Move(from, to); };
+    std::printf("\n%-22s %14s %14s\n", "files of 1 KB", "library us/file", "bare us/file");
+    for (const Load& load : {Load{"100", 100, 1 << 10, 20}, Load{"1,000", 1000, 1 << 10, 7},
+                             Load{"20,000", 20000, 1 << 10, 3}}) {
+        const auto best = Race(load, {move, &BareLoop});
+        std::printf("%-22s %14.1f %14.1f\n", load.name, best[0] * 1e6 / load.files,
+                    best[1] * 1e6 / load.files);
+        std::fflush(stdout);
+    }
+}
+
+}  // namespace
+
+int main() {
+    const tests::Library library;
+    const tests::ComApartment apartment;
+    const tests::Framework framework;
+    {
+        const FolderCopy folderCopy(library);
+        Compare(folderCopy);
+        Scale(folderCopy);
+    }
+    PROCESS_MEMORY_COUNTERS memory{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    std::printf("\npeak memory of this process: %.1f MB\n",
+                static_cast<double>(memory.PeakWorkingSetSize) / (1 << 20));
+}
