@@ -15,19 +15,6 @@ namespace {
 /// 248 is the limit for folders, the lowest of the limits.
 constexpr size_t kLongestPlainPath = 247;
 
-std::wstring FullPath(const std::wstring& path) {
-    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
-    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-    return full;
-}
-
-std::wstring Extended(const std::wstring& path) {
-    if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
-    const std::wstring full = FullPath(path);
-    if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
-    return L"\\\\?\\" + full;
-}
-
 DWORD Attributes(const std::wstring& path) noexcept try {
     return GetFileAttributesW(Extended(path).c_str());
 } catch (const std::bad_alloc&) {
@@ -94,6 +81,19 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination) 
 }
 
 }  // namespace
+
+std::wstring FullPath(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
+std::wstring Extended(const std::wstring& path) {
+    if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
+    const std::wstring full = FullPath(path);
+    if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
+    return L"\\\\?\\" + full;
+}
 
 bool FileExists(const std::wstring& path) noexcept {
     return (Attributes(path) & FILE_ATTRIBUTE_DIRECTORY) == 0;

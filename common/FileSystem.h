@@ -17,6 +17,11 @@
 
 namespace FileSystem {
 
+/// The absolute, normalised form of a path.
+std::wstring FullPath(const std::wstring& path);
+/// The form in which Win32 functions take a path of any length.
+std::wstring Extended(const std::wstring& path);
+
 struct FileEntry {
     std::wstring name;
     std::uint64_t size = 0;  ///< bytes

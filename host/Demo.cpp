@@ -1,0 +1,113 @@
+#include "host/Demo.h"
+
+#include <windows.h>
+
+#include <map>
+#include <vector>
+
+#include "com/Error.h"
+#include "host/Console.h"
+#include "host/Cycle.h"
+#include "host/DemoPackets.h"
+#include "host/ExitCode.h"
+#include "host/Files.h"
+#include "host/Installation.h"
+#include "host/Report.h"
+#include "host/Session.h"
+#include "host/Settings.h"
+#include "host/Sha256.h"
+#include "host/Table.h"
+
+namespace {
+
+/// Packets that are to cross from one outbox to the other side's inbox.
+struct Crossing {
+    std::wstring title;
+    std::wstring inbox;                           ///< where they are to arrive
+    std::map<std::wstring, std::wstring> hashes;  ///< of the sources, by path relative to the outbox
+};
+
+struct Score {
+    size_t delivered = 0;
+    size_t lost = 0;
+};
+
+std::wstring NewScratchFolder() {
+    return Files::Join(Files::TemporaryFolder(), L"znhost-demo-" + std::to_wstring(GetCurrentProcessId()));
+}
+
+void RefuseExisting(const std::wstring& folder) {
+    if (Files::FolderExists(folder) || Files::FileExists(folder))
+        throw com::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+                         folder + L" exists already; name a folder that does not.");
+}
+
+Crossing Prepare(const std::wstring& title, const Settings& from, const Settings& to, unsigned seed) {
+    Crossing crossing{title, to.inbox, {}};
+    for (const std::wstring& packet : WriteDemoPackets(from.outbox, to.inbox, seed))
+        crossing.hashes[packet] = Sha256(Files::Join(from.outbox, packet));
+    return crossing;
+}
+
+void RunSide(const std::wstring& title, const Settings& settings) {
+    Console::Line(L"");
+    Console::Line(title);
+    Session session(settings);
+    PrintReport(RunCycle(session, settings));
+}
+
+std::wstring Verdict(const std::wstring& file, const std::wstring& hash) {
+    if (!Files::FileExists(file)) return L"LOST";
+    return Sha256(file) == hash ? L"equal" : L"DIFFERENT";
+}
+
+Score Compare(const Crossing& crossing) {
+    Score score;
+    Table table(
+        {{L"Packet"}, {L"Size", Table::Align::Right}, {L"SHA-256 of the source"}, {L"Delivered file"}});
+    for (const auto& [packet, hash] : crossing.hashes) {
+        const std::wstring file = Files::Join(crossing.inbox, packet);
+        const std::wstring verdict = Verdict(file, hash);
+        const bool delivered = verdict == L"equal";
+        ++(delivered ? score.delivered : score.lost);
+        table.Add({packet, delivered ? Grouped(Files::Size(file)) : L"", hash.substr(0, 16), verdict});
+    }
+    Console::Line(L"");
+    Console::Line(crossing.title);
+    table.Print();
+    return score;
+}
+
+Score Exchange(const std::wstring& folder) {
+    const Installation made = CreateInstallation(folder);
+    const Settings field = ReadSettings(made.fieldSettings);
+    const Settings enterprise = ReadSettings(made.enterpriseSettings);
+    const Crossing up = Prepare(L"Field computer -> enterprise", field, enterprise, 1);
+    const Crossing down = Prepare(L"Enterprise -> field computer", enterprise, field, 1001);
+
+    const ComApartment apartment;
+    RunSide(L"The field computer sends", field);
+    RunSide(L"The enterprise receives and sends", enterprise);
+    RunSide(L"The field computer receives", field);
+
+    const Score first = Compare(up);
+    const Score second = Compare(down);
+    return {first.delivered + second.delivered, first.lost + second.lost};
+}
+
+}  // namespace
+
+int RunDemo(const std::wstring& folder, bool keep) {
+    const std::wstring scratch = folder.empty() ? NewScratchFolder() : folder;
+    RefuseExisting(scratch);
+    Console::Line(L"This is the " ZN_BITS L"-bit build. Two installations exchange packets in " + scratch);
+    const Score score = Exchange(scratch);
+    Console::Line(L"");
+    if (score.lost == 0 && !keep)
+        Files::DeleteTree(scratch);
+    else
+        Console::Line(L"The files are in " + scratch);
+    Console::Line(L"demo: " + std::to_wstring(score.delivered) + L" packets delivered, " +
+                  std::to_wstring(score.lost) + L" lost");
+    return score.lost == 0 ? kAllDelivered : kSomethingLeft;
+}

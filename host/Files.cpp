@@ -1,0 +1,161 @@
+#include "host/Files.h"
+
+#include "com/Error.h"
+#include "common/FileSystem.h"
+
+namespace Files {
+
+namespace {
+
+using FileSystem::Extended;
+
+bool IsAbsolute(std::wstring_view path) {
+    return path.starts_with(L"\\\\") || path.starts_with(L"//") || (path.size() > 2 && path[1] == L':');
+}
+
+bool IsLink(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(Extended(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+void RemoveFolder(const std::wstring& folder) {
+    if (!RemoveDirectoryW(Extended(folder).c_str())) com::ThrowWin32(GetLastError(), folder);
+}
+
+void AppendSubFolders(const std::wstring& folder, const std::wstring& subFolder,
+                      std::vector<std::wstring>& all) {
+    all.push_back(subFolder);
+    for (const std::wstring& name : FileSystem::List(Join(folder, subFolder)).folders)
+        AppendSubFolders(folder, Join(subFolder, name), all);
+}
+
+bool Rename(const std::wstring& source, const std::wstring& destination, DWORD flags) {
+    return MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), flags) != FALSE;
+}
+
+[[noreturn]] void ThrowMove(const std::wstring& source, const std::wstring& destination) {
+    com::ThrowWin32(GetLastError(), source + L" -> " + destination);
+}
+
+/// The file is copied beside its destination first, so that a copy that fails replaces nothing.
+void MoveAcrossVolumes(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring arriving = destination + L".arriving";
+    if (!CopyFileW(Extended(source).c_str(), Extended(arriving).c_str(), FALSE)) {
+        const DWORD error = GetLastError();
+        DeleteFileW(Extended(arriving).c_str());
+        com::ThrowWin32(error, source + L" -> " + arriving);
+    }
+    if (!Rename(arriving, destination, MOVEFILE_REPLACE_EXISTING)) {
+        const DWORD error = GetLastError();
+        DeleteFileW(Extended(arriving).c_str());
+        com::ThrowWin32(error, source + L" -> " + destination);
+    }
+    Delete(source);
+}
+
+}  // namespace
+
+std::wstring Entry::Relative() const { return Join(subFolder, name); }
+
+std::wstring Join(std::wstring_view folder, std::wstring_view name) {
+    std::wstring path(folder);
+    if (!path.empty() && !name.empty() && path.back() != L'\\') path += L'\\';
+    return path.append(name);
+}
+
+std::wstring FullPath(const std::wstring& base, const std::wstring& path) {
+    std::wstring full = FileSystem::FullPath(IsAbsolute(path) ? path : Join(base, path));
+    constexpr size_t kRoot = 3;
+    while (full.size() > kRoot && full.back() == L'\\')
+        full.pop_back();
+    return full;
+}
+
+std::wstring CurrentFolder() { return FileSystem::FullPath(L"."); }
+
+std::wstring TemporaryFolder() {
+    std::wstring path(MAX_PATH + 1, L'\0');
+    path.resize(GetTempPathW(static_cast<DWORD>(path.size()), path.data()));
+    if (path.empty()) com::ThrowWin32(GetLastError(), L"the folder for temporary files");
+    return path;
+}
+
+std::vector<std::wstring> SubFolders(const std::wstring& folder) {
+    std::vector<std::wstring> all;
+    if (FolderExists(folder)) AppendSubFolders(folder, L"", all);
+    return all;
+}
+
+std::vector<Entry> FilesIn(const std::wstring& folder, const std::wstring& subFolder) {
+    std::vector<Entry> files;
+    const std::wstring path = Join(folder, subFolder);
+    if (!FolderExists(path)) return files;
+    for (FileSystem::FileEntry& file : FileSystem::List(path).files)
+        files.push_back({subFolder, std::move(file.name), file.size});
+    return files;
+}
+
+std::vector<Entry> Tree(const std::wstring& folder) {
+    std::vector<Entry> all;
+    for (const std::wstring& subFolder : SubFolders(folder))
+        for (Entry& file : FilesIn(folder, subFolder))
+            all.push_back(std::move(file));
+    return all;
+}
+
+void CreateFolders(const std::wstring& path) {
+    if (FolderExists(path)) return;
+    const std::wstring parent = ParentFolder(path);
+    if (!parent.empty() && parent.back() != L':') CreateFolders(parent);
+    if (CreateDirectoryW(Extended(path).c_str(), nullptr)) return;
+    const DWORD error = GetLastError();
+    if (!FolderExists(path)) com::ThrowWin32(error, path);
+}
+
+void MoveReplacing(const std::wstring& source, const std::wstring& destination) {
+    if (Rename(source, destination, MOVEFILE_REPLACE_EXISTING)) return;
+    if (GetLastError() != ERROR_NOT_SAME_DEVICE) ThrowMove(source, destination);
+    MoveAcrossVolumes(source, destination);
+}
+
+void Delete(const std::wstring& path) { FileSystem::DeleteFile(path); }
+
+void DeleteTree(const std::wstring& folder) {
+    const FileSystem::Listing listing = FileSystem::List(folder);
+    for (const FileSystem::FileEntry& file : listing.files)
+        Delete(Join(folder, file.name));
+    for (const std::wstring& name : listing.folders) {
+        const std::wstring path = Join(folder, name);
+        // What a link leads to is not part of the tree.
+        IsLink(path) ? RemoveFolder(path) : DeleteTree(path);
+    }
+    RemoveFolder(folder);
+}
+
+FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition) {
+    const HANDLE file = CreateFileW(Extended(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
+    return FileHandle(file);
+}
+
+std::string Read(const std::wstring& path) {
+    const FileHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
+    std::string content(static_cast<size_t>(Size(path)), '\0');
+    DWORD length = 0;
+    if (!ReadFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &length, nullptr))
+        com::ThrowWin32(GetLastError(), path);
+    content.resize(length);
+    return content;
+}
+
+void WriteNew(const std::wstring& path, std::string_view content) {
+    const FileHandle file = Open(path, GENERIC_WRITE, CREATE_NEW);
+    DWORD written = 0;
+    if (!WriteFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr))
+        com::ThrowWin32(GetLastError(), path);
+}
+
+void CheckAppend(const std::wstring& path) { Open(path, FILE_APPEND_DATA, OPEN_ALWAYS); }
+
+}  // namespace Files

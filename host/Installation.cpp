@@ -1,0 +1,67 @@
+#include "host/Installation.h"
+
+#include <SimpleIni.h>
+
+#include <map>
+
+#include "com/Error.h"
+#include "com/Text.h"
+#include "host/Files.h"
+#include "host/SettingsKeys.h"
+
+namespace {
+
+using Values = std::map<std::wstring, std::wstring>;
+
+Values ValuesOf(const std::wstring& side, const std::wstring& otherSide) {
+    return {{L"role", side},
+            {L"application", L"znTransporter"},
+            {L"user_interface", L"no"},
+            {L"outbox", side + L"\\outbox"},
+            {L"sent", side + L"\\sent"},
+            {L"inbox", side + L"\\inbox"},
+            {L"send", side + L"\\send"},
+            {L"receive", side + L"\\receive"},
+            {L"remote_send", L"share\\to-" + otherSide},
+            {L"remote_receive", L"share\\to-" + side},
+            {L"file", side + L".log"}};
+}
+
+constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or relative to this file.\n\n";
+
+std::string SettingsText(const Values& values) {
+    CSimpleIniW ini(true);
+    for (const SettingsKey& key : SettingsKeys())
+        ini.SetValue(key.section, key.name, values.at(key.name).c_str(), key.comment);
+    std::string text;
+    ini.Save(text);
+    return kHeading + text;
+}
+
+void CreateSide(const std::wstring& folder, const Values& values) {
+    for (const SettingsKey& key : SettingsKeys())
+        if (key.kind == ValueKind::Folder) Files::CreateFolders(Files::Join(folder, values.at(key.name)));
+}
+
+void RefuseExisting(const std::wstring& file) {
+    if (!Files::FileExists(file)) return;
+    throw com::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+                     file +
+                         L" exists already and is not overwritten. Name another folder, or remove the file.");
+}
+
+}  // namespace
+
+Installation CreateInstallation(const std::wstring& folder) {
+    const Installation installation{Files::Join(folder, L"field.ini"),
+                                    Files::Join(folder, L"enterprise.ini")};
+    RefuseExisting(installation.fieldSettings);
+    RefuseExisting(installation.enterpriseSettings);
+    const Values field = ValuesOf(L"field", L"enterprise");
+    const Values enterprise = ValuesOf(L"enterprise", L"field");
+    CreateSide(folder, field);
+    CreateSide(folder, enterprise);
+    Files::WriteNew(installation.fieldSettings, SettingsText(field));
+    Files::WriteNew(installation.enterpriseSettings, SettingsText(enterprise));
+    return installation;
+}

@@ -1,0 +1,14 @@
+// The user's wish to stop, as Ctrl+C or a closed console window.
+#pragma once
+
+/// While it exists, the program is not ended by Ctrl+C: the wish is noted, and the work at hand ends
+/// where nothing is lost.
+class Interrupt {
+public:
+    Interrupt();
+    Interrupt(const Interrupt&) = delete;
+    Interrupt& operator=(const Interrupt&) = delete;
+    ~Interrupt();
+
+    static bool Requested() noexcept;
+};

@@ -1,0 +1,88 @@
+#include "host/Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <sstream>
+
+#include "com/Text.h"
+#include "host/Console.h"
+#include "host/ExitCode.h"
+
+namespace {
+
+constexpr const char* kDescription =
+    "znhost moves packets (.mdb, .xml and other files) between a field computer and the enterprise:\n"
+    "what lies in the outbox is sent, what the other side sent is delivered into the inbox.";
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  znhost init C:\\Transport              two installations to start from\n"
+    "  znhost run C:\\Transport\\field.ini     one cycle of the field computer\n"
+    "  znhost list C:\\Transport\\field.ini    what waits there\n"
+    "  znhost demo                           see packets travel in both directions\n\n"
+    "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
+
+std::string Trimmed(std::string text) {
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
+}
+
+/// Prints what the parser has to say; wrong usage goes to the error output.
+[[noreturn]] void End(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream out;
+    std::ostringstream err;
+    if (app.exit(error, out, err) == 0) {
+        Console::Line(com::FromUtf8(Trimmed(out.str())));
+        throw Ended{kAllDelivered};
+    }
+    Console::ErrorLine(com::FromUtf8("znhost: " + Trimmed(err.str())));
+    throw Ended{kBadUsage};
+}
+
+}  // namespace
+
+Options ParseOptions(const std::vector<std::wstring>& arguments) {
+    Options options;
+    std::string path;
+    CLI::App app(kDescription, "znhost");
+    app.footer(kExamples);
+    app.set_version_flag("--version", "znhost " ZN_VERSION " (" ZN_BITS "-bit)");
+    app.require_subcommand(1);
+
+    const auto add = [&](const char* name, const char* description, Command command) {
+        CLI::App* const subcommand = app.add_subcommand(name, description);
+        subcommand->callback([&options, command] { options.command = command; });
+        return subcommand;
+    };
+    add("init", "Write commented settings for a field computer and its enterprise, with their folders.",
+        Command::Init)
+        ->add_option("DIR", path, "Folder for field.ini, enterprise.ini and the folders that they name")
+        ->required();
+    add("run", "Run one cycle: add the outbox, send and receive, deliver what was received.", Command::Run)
+        ->add_option("SETTINGS", path, "Settings file")
+        ->required();
+    add("list", "Show the packets that wait in the outbox, the send folder and the receive folder.",
+        Command::List)
+        ->add_option("SETTINGS", path, "Settings file")
+        ->required();
+    CLI::App* const demo =
+        add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
+            Command::Demo);
+    demo->add_option("DIR", path, "Scratch folder; must not exist. Default: a new one for temporary files");
+    demo->add_flag("--keep", options.keep, "Leave the scratch folder when all went well");
+
+    // The parser takes its arguments from the end of the list.
+    std::vector<std::string> reversed;
+    for (const std::wstring& argument : arguments)
+        reversed.push_back(com::ToUtf8(argument));
+    std::ranges::reverse(reversed);
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ParseError& error) {
+        End(app, error);
+    }
+    options.path = com::FromUtf8(path);
+    return options;
+}

@@ -1,0 +1,136 @@
+#include "host/Session.h"
+
+#include "com/Module.h"
+#include "com/Return.h"
+#include "host/Files.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+std::wstring ProgramFolder() {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return Files::ParentFolder(path);
+}
+
+[[noreturn]] void ThrowMissing(const wchar_t* className, const wchar_t* library, const com::Error& error) {
+    const std::wstring name(library);
+    com::Failure failure = error.failure();
+    failure.description = std::wstring(L"The component ").append(name).append(L".").append(className) +
+                          L" cannot be created: " + failure.description + L"\nPut the " ZN_BITS L"-bit " +
+                          name + L".dll and " + name +
+                          L".manifest, znFramework.dll and znFramework.manifest into " + ProgramFolder() +
+                          L", or register the libraries with regsvr32.";
+    throw com::Error(std::move(failure));
+}
+
+template <class Class, class Interface>
+ComPtr<Interface> Create(const wchar_t* className, const wchar_t* library) try {
+    ComPtr<Interface> object;
+    com::Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
+    return object;
+} catch (const com::Error& error) {
+    ThrowMissing(className, library, error);
+}
+
+template <class Interface, class Object>
+ComPtr<Interface> As(const ComPtr<Object>& object) {
+    ComPtr<Interface> other;
+    com::Check(object->QueryInterface(IID_PPV_ARGS(&other)));
+    return other;
+}
+
+/// A property set that is filled while it is built.
+class PropertySet {
+public:
+    PropertySet() : m_set(Create<ZNPropertySet, IZNPropertySet>(L"ZNPropertySet", L"znSystem")) {}
+
+    PropertySet& With(const wchar_t* name, const std::wstring& value) {
+        com::Check(m_set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+        return *this;
+    }
+    IZNPropertySet* Get() const { return m_set.Get(); }
+
+private:
+    ComPtr<IZNPropertySet> m_set;
+};
+
+/// The library asks the framework while it starts, so this comes before any other object.
+void ConfigureFramework(const Settings& settings) {
+    const auto host = Create<ZNApplicationContext, IZNHostSettings>(L"ZNApplicationContext", L"znFramework");
+    com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
+    com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
+}
+
+}  // namespace
+
+// The program serves no classes of its own.
+const com::ModuleDescription& com::ThisModule() {
+    static constexpr ModuleDescription description{.classes = {}, .typeLibraries = 0};
+    return description;
+}
+
+ComApartment::ComApartment() { com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM"); }
+ComApartment::~ComApartment() { CoUninitialize(); }
+
+Session::Session(const Settings& settings) {
+    ConfigureFramework(settings);
+    m_transporter = Create<clsTransporter, IZNTransporter>(L"clsTransporter", L"znTransporter");
+    CreateSenderReceiver(settings);
+    com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
+}
+
+/// The name comes before the settings, whose defaults depend on it; the remote folders come last, and for
+/// the enterprise only there.
+void Session::CreateSenderReceiver(const Settings& settings) {
+    m_senderReceiver = Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"clsXCOPYSndRcv", L"znTransporter");
+    const auto configurable = As<IZNSenderReceiver2>(m_senderReceiver);
+    com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
+    PropertySet local;
+    local.With(L"MOBILE", settings.role == Role::Field ? L"TRUE" : L"FALSE")
+        .With(L"LOCAL_SEND_FOLDER", settings.send)
+        .With(L"LOCAL_RECEIVE_FOLDER", settings.receive)
+        .With(L"REMOTE_SEND_FOLDER", settings.remoteSend)
+        .With(L"REMOTE_RECEIVE_FOLDER", settings.remoteReceive);
+    com::Check(configurable->putref_PropSet(local.Get()));
+    PropertySet remote;
+    remote.With(L"RemoteSendFolder", settings.remoteSend)
+        .With(L"RemoteReceiveFolder", settings.remoteReceive);
+    if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
+        throw com::Error(E_FAIL, L"The sender/receiver refuses its remote folders.");
+}
+
+bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {
+    return com::Get<bool>(&IZNTransporter::Add, m_transporter.Get(), com::Bstr(path).Get(),
+                          com::Bstr(subFolder).Get());
+}
+
+bool Session::SendReceive(IUnknown* progress) {
+    return com::Get<bool>(&IZNTransporter::SendReceive, m_transporter.Get(), com::Bstr(L"").Get(), progress);
+}
+
+std::vector<std::wstring> Session::FilesToSend(const std::wstring& subFolder) {
+    const LONG count =
+        com::Get<LONG>(&IZNTransporter::ResetLocalSendFiles, m_transporter.Get(), com::Bstr(subFolder).Get());
+    std::vector<std::wstring> files;
+    for (LONG i = 0; i < count; ++i) {
+        com::Bstr file;
+        VARIANT_BOOL ignored = VARIANT_FALSE;
+        com::Check(m_transporter->NextLocalSendFile(file.Put(), &ignored));
+        files.push_back(file.Text());
+    }
+    return files;
+}
+
+LONG Session::ResetReceived(const std::wstring& subFolder) {
+    return com::Get<LONG>(&IZNTransporter::ResetLocalReceiveFiles, m_transporter.Get(),
+                          com::Bstr(subFolder).Get());
+}
+
+Received Session::DeliverNext(const std::wstring& destination) {
+    com::Bstr file;
+    VARIANT_BOOL delivered = VARIANT_FALSE;
+    com::Check(m_transporter->NextLocalReceiveFile(com::Bstr(destination).Get(), file.Put(), &delivered));
+    return {delivered != VARIANT_FALSE, file.Text()};
+}

@@ -1,0 +1,46 @@
+// The COM objects of one cycle, created and wired as the settings say.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <string>
+#include <vector>
+
+#include "host/Settings.h"
+#include "znTransporter.h"
+
+/// COM in the calling thread; everything that is made of COM lives inside its life time.
+class ComApartment {
+public:
+    ComApartment();
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
+    ~ComApartment();
+};
+
+/// What came of one received file.
+struct Received {
+    bool delivered = false;
+    std::wstring path;  ///< of the delivered file; may be empty
+};
+
+/// Its members throw com::Error.
+class Session {
+public:
+    explicit Session(const Settings& settings);
+
+    /// True when the packet waits in the send folder.
+    bool Add(const std::wstring& path, const std::wstring& subFolder);
+    bool SendReceive(IUnknown* progress);
+    /// Paths of the files that wait in a sub-folder of the send folder.
+    std::vector<std::wstring> FilesToSend(const std::wstring& subFolder);
+    /// Starts the list of received files of a sub-folder anew and returns their number.
+    LONG ResetReceived(const std::wstring& subFolder);
+    Received DeliverNext(const std::wstring& destination);
+
+private:
+    void CreateSenderReceiver(const Settings& settings);
+
+    Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
+    Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
+};

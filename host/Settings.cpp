@@ -1,0 +1,200 @@
+#include "host/Settings.h"
+
+#include <SimpleIni.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <map>
+
+#include "com/Error.h"
+#include "com/Text.h"
+#include "host/Files.h"
+#include "host/SettingsKeys.h"
+
+namespace {
+
+using Ini = CSimpleIniW;
+using Problems = std::vector<std::wstring>;
+
+std::wstring Listed(const std::vector<std::wstring>& names) {
+    std::wstring text;
+    for (const std::wstring& name : names)
+        text += (text.empty() ? L"" : L", ") + name;
+    return text;
+}
+
+std::wstring KeysOf(std::wstring_view section) {
+    std::vector<std::wstring> names;
+    for (const SettingsKey& key : SettingsKeys())
+        if (com::EqualsIgnoringCase(key.section, section)) names.emplace_back(key.name);
+    return Listed(names);
+}
+
+/// One settings file on its way to checked values.
+class Reader {
+public:
+    explicit Reader(const std::wstring& file) : m_file(file) {}
+
+    Settings Read();
+
+private:
+    void Load();
+    void CheckSections();
+    void CheckKeys(const wchar_t* section);
+    void ReadValue(const SettingsKey& key);
+    void CheckValue(const SettingsKey& key, const std::wstring& value);
+    void CheckApart();
+    std::wstring Value(const wchar_t* section, const wchar_t* name) const;
+    void Complain(const std::wstring& problem) { m_problems.push_back(m_file + L": " + problem); }
+    void ThrowProblems() const {
+        if (!m_problems.empty()) throw SettingsError(m_problems);
+    }
+
+    std::wstring m_file;
+    // Repeated keys are kept apart so that they can be refused; lines without "=" count as keys.
+    Ini m_ini{true, true, false};
+    std::map<const SettingsKey*, std::wstring> m_values;
+    Problems m_problems;
+};
+
+Settings Reader::Read() {
+    Load();
+    CheckSections();
+    for (const SettingsKey& key : SettingsKeys())
+        ReadValue(key);
+    ThrowProblems();
+    CheckApart();
+    ThrowProblems();
+    return {.role =
+                com::EqualsIgnoringCase(Value(L"host", L"role"), L"field") ? Role::Field : Role::Enterprise,
+            .applicationName = Value(L"host", L"application"),
+            .userInterface = com::EqualsIgnoringCase(Value(L"host", L"user_interface"), L"yes"),
+            .outbox = Value(L"folders", L"outbox"),
+            .sent = Value(L"folders", L"sent"),
+            .inbox = Value(L"folders", L"inbox"),
+            .send = Value(L"folders", L"send"),
+            .receive = Value(L"folders", L"receive"),
+            .remoteSend = Value(L"folders", L"remote_send"),
+            .remoteReceive = Value(L"folders", L"remote_receive"),
+            .logFile = Value(L"log", L"file")};
+}
+
+void Reader::Load() try {
+    m_ini.SetAllowKeyOnly(true);
+    if (m_ini.LoadData(Files::Read(m_file)) < 0) Complain(L"the file is not UTF-8 text");
+    ThrowProblems();
+} catch (const com::Error& error) {
+    throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
+}
+
+void Reader::CheckSections() {
+    Ini::TNamesDepend sections;
+    m_ini.GetAllSections(sections);
+    sections.sort(Ini::Entry::LoadOrder());
+    const std::vector<std::wstring> known = SettingsSections();
+    for (const Ini::Entry& section : sections) {
+        const bool isKnown = std::ranges::any_of(
+            known, [&](const std::wstring& name) { return com::EqualsIgnoringCase(name, section.pItem); });
+        if (isKnown || *section.pItem == L'\0')
+            CheckKeys(section.pItem);
+        else
+            Complain(
+                std::wstring(L"[").append(section.pItem).append(L"] is an unknown section; there are: ") +
+                Listed(known));
+    }
+}
+
+void Reader::CheckKeys(const wchar_t* section) {
+    Ini::TNamesDepend names;
+    m_ini.GetAllKeys(section, names);
+    names.sort(Ini::Entry::LoadOrder());
+    for (const Ini::Entry& name : names) {
+        const std::wstring title = std::wstring(L"[").append(section).append(L"] ").append(name.pItem);
+        if (*section == L'\0')
+            Complain(std::wstring(name.pItem) + L" stands before the first section");
+        else if (!FindSettingsKey(section, name.pItem))
+            Complain(title + L" is an unknown key; the section has: " + KeysOf(section));
+        else if (Ini::TNamesDepend values;
+                 m_ini.GetAllValues(section, name.pItem, values) && values.size() > 1)
+            Complain(title + L" is given " + std::to_wstring(values.size()) + L" times");
+    }
+}
+
+void Reader::ReadValue(const SettingsKey& key) {
+    const wchar_t* const raw = m_ini.GetValue(key.section, key.name);
+    if (!raw && key.presence != Presence::Optional) return Complain(key.Title() + L" is missing");
+    std::wstring value = raw ? raw : key.fallback;
+    if (value.empty() && key.presence == Presence::Required) return Complain(key.Title() + L" has no value");
+    if (value.empty()) value = key.fallback;
+    CheckValue(key, value);
+    if (key.kind != ValueKind::Text && !value.empty())
+        value = Files::FullPath(Files::ParentFolder(m_file), value);
+    m_values[&key] = value;
+}
+
+void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
+    const bool isAllowed = std::ranges::any_of(
+        key.allowed, [&](const std::wstring& allowed) { return com::EqualsIgnoringCase(allowed, value); });
+    if (!key.allowed.empty() && !isAllowed)
+        Complain(key.Title() + L" = " + value + L": the value must be one of: " + Listed(key.allowed));
+    if (key.kind != ValueKind::Text && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
+        Complain(key.Title() + L" = " + value + L": the path holds a character that no path may hold");
+}
+
+std::wstring WithSeparator(std::wstring folder) {
+    if (!folder.ends_with(L'\\')) folder += L'\\';
+    return folder;
+}
+
+/// A folder inside another one, or named twice, would send packets in a circle.
+void Reader::CheckApart() {
+    std::vector<std::pair<const SettingsKey*, std::wstring>> folders;
+    for (const SettingsKey& key : SettingsKeys())
+        if (key.kind == ValueKind::Folder && !m_values[&key].empty())
+            folders.emplace_back(&key, com::Upper(WithSeparator(m_values[&key])));
+    for (const auto& [outerKey, outer] : folders)
+        for (const auto& [innerKey, inner] : folders)
+            if (outerKey != innerKey && inner.starts_with(outer) && (inner != outer || outerKey < innerKey))
+                Complain(innerKey->Title() + L" = " + m_values[innerKey] +
+                         L": the folder must not be or lie in that of " + outerKey->Title());
+}
+
+std::wstring Reader::Value(const wchar_t* section, const wchar_t* name) const {
+    return m_values.at(FindSettingsKey(section, name));
+}
+
+std::wstring Complaint(const std::wstring& file, const wchar_t* section, const wchar_t* name,
+                       const std::wstring& value, const std::wstring& problem) {
+    return file + L": " + FindSettingsKey(section, name)->Title() + L" = " + value + L": " + problem;
+}
+
+}  // namespace
+
+Settings ReadSettings(const std::wstring& file) { return Reader(file).Read(); }
+
+void CheckFolders(const Settings& settings, const std::wstring& file) {
+    const std::array<std::pair<const wchar_t*, const std::wstring*>, 5> folders{
+        {{L"outbox", &settings.outbox},
+         {L"sent", &settings.sent},
+         {L"inbox", &settings.inbox},
+         {L"send", &settings.send},
+         {L"receive", &settings.receive}}};
+    Problems problems;
+    for (const auto& [name, path] : folders)
+        if (!path->empty() && Files::FileExists(*path))
+            problems.push_back(Complaint(file, L"folders", name, *path, L"this is a file, not a folder"));
+    if (problems.empty() && !Files::FolderExists(settings.outbox))
+        problems.push_back(
+            Complaint(file, L"folders", L"outbox", settings.outbox, L"there is no such folder"));
+    if (!problems.empty()) throw SettingsError(problems);
+}
+
+void CheckLogFile(const Settings& settings, const std::wstring& file) try {
+    if (settings.logFile.empty()) return;
+    Files::CreateFolders(Files::ParentFolder(settings.logFile));
+    Files::CheckAppend(settings.logFile);
+} catch (const com::Error& error) {
+    throw SettingsError({Complaint(file, L"log", L"file", settings.logFile,
+                                   L"the log cannot be written: " + error.failure().description)});
+}

@@ -1,0 +1,43 @@
+// Settings of one installation: what its settings file says, checked.
+#pragma once
+
+#include <exception>
+#include <string>
+#include <vector>
+
+enum class Role { Field, Enterprise };
+
+/// All paths are absolute.
+struct Settings {
+    Role role = Role::Field;
+    std::wstring applicationName;
+    bool userInterface = false;
+    std::wstring outbox;
+    std::wstring sent;  ///< empty when sent files are not kept
+    std::wstring inbox;
+    std::wstring send;
+    std::wstring receive;
+    std::wstring remoteSend;
+    std::wstring remoteReceive;
+    std::wstring logFile;  ///< empty for none
+};
+
+/// Thrown for settings that cannot be used; each problem names its key.
+class SettingsError : public std::exception {
+public:
+    explicit SettingsError(std::vector<std::wstring> problems) : m_problems(std::move(problems)) {}
+
+    const std::vector<std::wstring>& Problems() const noexcept { return m_problems; }
+    const char* what() const noexcept override { return "SettingsError"; }
+
+private:
+    std::vector<std::wstring> m_problems;
+};
+
+/// Throws SettingsError.
+Settings ReadSettings(const std::wstring& file);
+
+/// Looks at the disk: local folders are no files, the outbox is there. Throws SettingsError.
+void CheckFolders(const Settings& settings, const std::wstring& file);
+/// The log file can be written. Throws SettingsError.
+void CheckLogFile(const Settings& settings, const std::wstring& file);

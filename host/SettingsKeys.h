@@ -1,0 +1,33 @@
+// The keys that a settings file may hold: one table for reading, checking and writing it.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+enum class Presence {
+    Required,       ///< must be there and have a value
+    RequiredEmpty,  ///< must be there, its value may be empty
+    Optional,
+};
+
+enum class ValueKind { Text, Folder, File };
+
+struct SettingsKey {
+    const wchar_t* section;
+    const wchar_t* name;
+    Presence presence;
+    ValueKind kind;
+    std::vector<std::wstring> allowed;  ///< all values that a Text may have; empty for any
+    const wchar_t* fallback;            ///< of an optional key
+    const wchar_t* comment;             ///< lines that explain the key in a new settings file
+
+    /// "[section] name", as messages name it.
+    std::wstring Title() const;
+};
+
+std::span<const SettingsKey> SettingsKeys();
+/// Names of all sections, each once.
+std::vector<std::wstring> SettingsSections();
+/// Null when there is no such key; names are compared in any letter case.
+const SettingsKey* FindSettingsKey(std::wstring_view section, std::wstring_view name);

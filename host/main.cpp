@@ -1,0 +1,87 @@
+// znhost: a command-line host of the transport library.
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "com/Error.h"
+#include "host/Console.h"
+#include "host/Cycle.h"
+#include "host/Demo.h"
+#include "host/ExitCode.h"
+#include "host/Files.h"
+#include "host/Installation.h"
+#include "host/Interrupt.h"
+#include "host/Options.h"
+#include "host/Report.h"
+#include "host/Session.h"
+#include "host/Settings.h"
+#include "host/Waiting.h"
+
+namespace {
+
+std::wstring Absolute(const std::wstring& path) { return Files::FullPath(Files::CurrentFolder(), path); }
+
+int Init(const std::wstring& folder) {
+    const Installation made = CreateInstallation(folder);
+    Console::Line(L"Settings of the field computer: " + made.fieldSettings);
+    Console::Line(L"Settings of the enterprise:     " + made.enterpriseSettings);
+    Console::Line(L"Put packets into " + Files::Join(folder, L"field\\outbox") +
+                  L", then run: znhost run \"" + made.fieldSettings + L"\"");
+    return kAllDelivered;
+}
+
+/// Settings that can be worked with: folders and log are as they must be.
+Settings UsableSettings(const std::wstring& file) {
+    Settings settings = ReadSettings(file);
+    CheckFolders(settings, file);
+    CheckLogFile(settings, file);
+    return settings;
+}
+
+int Run(const std::wstring& file) {
+    const Settings settings = UsableSettings(file);
+    const ComApartment apartment;
+    const Interrupt interrupt;
+    Session session(settings);
+    const CycleResult result = RunCycle(session, settings);
+    PrintReport(result);
+    return result.Complete() ? kAllDelivered : kSomethingLeft;
+}
+
+int List(const std::wstring& file) {
+    const Settings settings = UsableSettings(file);
+    const ComApartment apartment;
+    Session session(settings);
+    PrintWaiting(session, settings);
+    return kAllDelivered;
+}
+
+int Execute(const Options& options) {
+    switch (options.command) {
+    case Command::Init:
+        return Init(Absolute(options.path));
+    case Command::Run:
+        return Run(Absolute(options.path));
+    case Command::List:
+        return List(Absolute(options.path));
+    case Command::Demo:
+        return RunDemo(options.path.empty() ? L"" : Absolute(options.path), options.keep);
+    }
+    return kBadUsage;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) try {
+    return Execute(ParseOptions({arguments + 1, arguments + count}));
+} catch (const Ended& ended) {
+    return ended.exitCode;
+} catch (const SettingsError& error) {
+    for (const std::wstring& problem : error.Problems())
+        Console::ErrorLine(L"znhost: " + problem);
+    return kBadUsage;
+} catch (...) {
+    Console::ErrorLine(L"znhost: " + com::CurrentFailure().description);
+    return kSomethingLeft;
+}
