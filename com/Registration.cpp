@@ -127,12 +127,19 @@ HRESULT DeleteTree(HKEY hive, const std::wstring& path) {
     return status == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(static_cast<DWORD>(status));
 }
 
+bool KeyExists(HKEY hive, const std::wstring& path) {
+    HKEY key = nullptr;
+    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+    RegCloseKey(key);
+    return true;
+}
+
 HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
     const TypeLibraryId id = IdOf(TypeLibrary(TypeLibraryPath(number)).Get());
+    if (!KeyExists(Hive(scope), L"Software\\Classes\\TypeLib\\" + Text(id.guid))) return S_OK;
     const auto unregister =
         scope == RegistrationScope::Machine ? &::UnRegisterTypeLib : &::UnRegisterTypeLibForUser;
-    const HRESULT result = unregister(id.guid, id.major, id.minor, id.locale, kSystem);
-    return result == TYPE_E_REGISTRYACCESS ? S_OK : result;  // that is what a missing registration gives
+    return unregister(id.guid, id.major, id.minor, id.locale, kSystem);
 }
 
 }  // namespace

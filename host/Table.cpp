@@ -49,6 +49,6 @@ std::wstring Grouped(std::uint64_t number) {
     return text;
 }
 
-std::wstring Counted(size_t count, const std::wstring& noun) {
+std::wstring Counted(std::uint64_t count, const std::wstring& noun) {
     return Grouped(count) + L" " + noun + (count == 1 ? L"" : L"s");
 }

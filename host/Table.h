@@ -31,4 +31,4 @@ private:
 /// A number with its thousands separated.
 std::wstring Grouped(std::uint64_t number);
 /// "1 packet", "2 packets".
-std::wstring Counted(size_t count, const std::wstring& noun);
+std::wstring Counted(std::uint64_t count, const std::wstring& noun);

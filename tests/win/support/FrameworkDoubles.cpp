@@ -240,9 +240,3 @@ std::wstring PropertiesAsText(IZNPropertySet* set) {
 }
 
 }  // namespace tests
-
-// The stand-ins are no module of their own: nothing creates them by a module's table.
-const com::ModuleDescription& com::ThisModule() {
-    static constexpr ModuleDescription none{.classes = {}, .typeLibraries = 0};
-    return none;
-}
