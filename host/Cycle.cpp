@@ -151,13 +151,14 @@ void Cycle::DeliverFolder(const std::wstring& subFolder) {
 std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::wstring& reason) {
     const std::wstring destination = Files::Join(m_settings.inbox, subFolder);
     std::set<std::wstring> names;
+    LONG count = 0;
     const Attempt ready = Try([&] {
         Files::CreateFolders(destination);
+        count = m_session.ResetReceived(subFolder);
         return true;
     });
     if (!ready.done) reason = ready.reason;
     // An empty name also stands for a file that failed, so that only the count tells the end of the list.
-    const LONG count = ready.done ? m_session.ResetReceived(subFolder) : 0;
     for (LONG i = 0; i < count && !Interrupt::Requested(); ++i)
         DeliverNext(subFolder, destination, names, reason);
     return names;

@@ -5,13 +5,13 @@
 #include <map>
 #include <vector>
 
-#include "com/Error.h"
 #include "host/Console.h"
 #include "host/Cycle.h"
 #include "host/DemoPackets.h"
 #include "host/ExitCode.h"
 #include "host/Files.h"
 #include "host/Installation.h"
+#include "host/Interrupt.h"
 #include "host/Report.h"
 #include "host/Session.h"
 #include "host/Settings.h"
@@ -38,8 +38,7 @@ std::wstring NewScratchFolder() {
 
 void RefuseExisting(const std::wstring& folder) {
     if (Files::FolderExists(folder) || Files::FileExists(folder))
-        throw com::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
-                         folder + L" exists already; name a folder that does not.");
+        throw SettingsError({folder + L" exists already; name a folder that does not."});
 }
 
 Crossing Prepare(const std::wstring& title, const Settings& from, const Settings& to, unsigned seed) {
@@ -50,6 +49,7 @@ Crossing Prepare(const std::wstring& title, const Settings& from, const Settings
 }
 
 void RunSide(const std::wstring& title, const Settings& settings) {
+    if (Interrupt::Requested()) return;
     Console::Line(L"");
     Console::Line(title);
     Session session(settings);
@@ -101,12 +101,18 @@ int RunDemo(const std::wstring& folder, bool keep) {
     const std::wstring scratch = folder.empty() ? NewScratchFolder() : folder;
     RefuseExisting(scratch);
     Console::Line(L"This is the " ZN_BITS L"-bit build. Two installations exchange packets in " + scratch);
+    const Interrupt interrupt;
     const Score score = Exchange(scratch);
     Console::Line(L"");
-    if (score.lost == 0 && !keep)
-        Files::DeleteTree(scratch);
-    else
+    const bool stopped = Interrupt::Requested();
+    if (keep || (score.lost != 0 && !stopped))
         Console::Line(L"The files are in " + scratch);
+    else
+        Files::DeleteTree(scratch);
+    if (stopped) {
+        Console::Line(L"demo: stopped by the user");
+        return kSomethingLeft;
+    }
     Console::Line(L"demo: " + std::to_wstring(score.delivered) + L" packets delivered, " +
                   std::to_wstring(score.lost) + L" lost");
     return score.lost == 0 ? kAllDelivered : kSomethingLeft;

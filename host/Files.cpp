@@ -9,8 +9,14 @@ namespace {
 
 using FileSystem::Extended;
 
-bool IsAbsolute(std::wstring_view path) {
-    return path.starts_with(L"\\\\") || path.starts_with(L"//") || (path.size() > 2 && path[1] == L':');
+bool HasDrive(std::wstring_view path) { return path.size() > 1 && path[1] == L':'; }
+bool IsRooted(std::wstring_view path) { return path.starts_with(L'\\') || path.starts_with(L'/'); }
+bool IsShare(std::wstring_view path) { return IsRooted(path) && IsRooted(path.substr(1)); }
+
+std::wstring Absolute(const std::wstring& base, const std::wstring& path) {
+    if (HasDrive(path) || IsShare(path)) return path;
+    if (IsRooted(path) && HasDrive(base)) return base.substr(0, 2) + path;
+    return Join(base, path);
 }
 
 bool IsLink(const std::wstring& path) {
@@ -64,7 +70,7 @@ std::wstring Join(std::wstring_view folder, std::wstring_view name) {
 }
 
 std::wstring FullPath(const std::wstring& base, const std::wstring& path) {
-    std::wstring full = FileSystem::FullPath(IsAbsolute(path) ? path : Join(base, path));
+    std::wstring full = FileSystem::FullPath(Absolute(base, path));
     constexpr size_t kRoot = 3;
     while (full.size() > kRoot && full.back() == L'\\')
         full.pop_back();

@@ -4,9 +4,9 @@
 
 #include <map>
 
-#include "com/Error.h"
 #include "com/Text.h"
 #include "host/Files.h"
+#include "host/Settings.h"
 #include "host/SettingsKeys.h"
 
 namespace {
@@ -45,9 +45,8 @@ void CreateSide(const std::wstring& folder, const Values& values) {
 
 void RefuseExisting(const std::wstring& file) {
     if (!Files::FileExists(file)) return;
-    throw com::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
-                     file +
-                         L" exists already and is not overwritten. Name another folder, or remove the file.");
+    throw SettingsError(
+        {file + L" exists already and is not overwritten. Name another folder, or remove the file."});
 }
 
 }  // namespace

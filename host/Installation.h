@@ -8,6 +8,6 @@ struct Installation {
     std::wstring enterpriseSettings;
 };
 
-/// Creates folder\field.ini, folder\enterprise.ini and the folders that they name. Throws when one of
-/// the files exists, which then stays as it is.
+/// Creates folder\field.ini, folder\enterprise.ini and the folders that they name. Throws SettingsError
+/// when one of the files exists, which then stays as it is.
 Installation CreateInstallation(const std::wstring& folder);

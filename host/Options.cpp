@@ -23,6 +23,8 @@ constexpr const char* kExamples =
     "  znhost demo                           see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
+constexpr const char* kVersion = "znhost " ZN_VERSION " (" ZN_BITS "-bit)";
+
 std::string Trimmed(std::string text) {
     while (!text.empty() && text.back() == '\n')
         text.pop_back();
@@ -37,7 +39,11 @@ std::string Trimmed(std::string text) {
         Console::Line(com::FromUtf8(Trimmed(out.str())));
         throw Ended{kAllDelivered};
     }
-    Console::ErrorLine(com::FromUtf8("znhost: " + Trimmed(err.str())));
+    // Without a known command the parser misses one, and does not say what it found in its place.
+    const std::vector<std::string> unknown =
+        app.get_subcommands().empty() ? app.remaining() : std::vector<std::string>();
+    const std::string what = unknown.empty() ? "" : "\"" + unknown.front() + "\" is no command. ";
+    Console::ErrorLine(com::FromUtf8("znhost: " + what + Trimmed(err.str())));
     throw Ended{kBadUsage};
 }
 
@@ -48,12 +54,15 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     std::string path;
     CLI::App app(kDescription, "znhost");
     app.footer(kExamples);
-    app.set_version_flag("--version", "znhost " ZN_VERSION " (" ZN_BITS "-bit)");
-    app.require_subcommand(1);
+    app.set_version_flag("--version", kVersion);
+    // A path may begin with a slash.
+    app.allow_windows_style_options(false);
 
     const auto add = [&](const char* name, const char* description, Command command) {
         CLI::App* const subcommand = app.add_subcommand(name, description);
         subcommand->callback([&options, command] { options.command = command; });
+        subcommand->set_version_flag("--version", kVersion);
+        subcommand->footer(kExamples);
         return subcommand;
     };
     add("init", "Write commented settings for a field computer and its enterprise, with their folders.",
@@ -80,6 +89,8 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     std::ranges::reverse(reversed);
     try {
         app.parse(reversed);
+        // Asked for only now, so that a mistyped command is named instead.
+        if (app.get_subcommands().empty()) throw CLI::RequiredError("A command (init, run, list or demo)");
     } catch (const CLI::ParseError& error) {
         End(app, error);
     }

@@ -14,24 +14,33 @@ std::wstring ProgramFolder() {
     return Files::ParentFolder(path);
 }
 
-[[noreturn]] void ThrowMissing(const wchar_t* className, const wchar_t* library, const com::Error& error) {
-    const std::wstring name(library);
+/// What the program needs beside it, and does not find there.
+std::wstring MissingFiles(const std::wstring& folder) {
+    std::wstring names;
+    for (const wchar_t* name :
+         {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
+        if (!Files::FileExists(Files::Join(folder, name))) names.append(L" ").append(name);
+    return names.empty() ? L"" : L" Missing there:" + names;
+}
+
+[[noreturn]] void ThrowMissing(const wchar_t* component, const com::Error& error) {
+    const std::wstring folder = ProgramFolder();
     com::Failure failure = error.failure();
-    failure.description = std::wstring(L"The component ").append(name).append(L".").append(className) +
-                          L" cannot be created: " + failure.description + L"\nPut the " ZN_BITS L"-bit " +
-                          name + L".dll and " + name +
-                          L".manifest, znFramework.dll and znFramework.manifest into " + ProgramFolder() +
-                          L", or register the libraries with regsvr32.";
+    failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
+                          failure.description +
+                          L"\nPut znTransporter.dll and znFramework.dll of "
+                          L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
+                          folder + L", or register both with regsvr32." + MissingFiles(folder);
     throw com::Error(std::move(failure));
 }
 
 template <class Class, class Interface>
-ComPtr<Interface> Create(const wchar_t* className, const wchar_t* library) try {
+ComPtr<Interface> Create(const wchar_t* component) try {
     ComPtr<Interface> object;
     com::Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
     return object;
 } catch (const com::Error& error) {
-    ThrowMissing(className, library, error);
+    ThrowMissing(component, error);
 }
 
 template <class Interface, class Object>
@@ -44,7 +53,7 @@ ComPtr<Interface> As(const ComPtr<Object>& object) {
 /// A property set that is filled while it is built.
 class PropertySet {
 public:
-    PropertySet() : m_set(Create<ZNPropertySet, IZNPropertySet>(L"ZNPropertySet", L"znSystem")) {}
+    PropertySet() : m_set(Create<ZNPropertySet, IZNPropertySet>(L"znSystem.ZNPropertySet")) {}
 
     PropertySet& With(const wchar_t* name, const std::wstring& value) {
         com::Check(m_set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
@@ -58,7 +67,7 @@ private:
 
 /// The library asks the framework while it starts, so this comes before any other object.
 void ConfigureFramework(const Settings& settings) {
-    const auto host = Create<ZNApplicationContext, IZNHostSettings>(L"ZNApplicationContext", L"znFramework");
+    const auto host = Create<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
     com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
     com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
 }
@@ -76,7 +85,7 @@ ComApartment::~ComApartment() { CoUninitialize(); }
 
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
-    m_transporter = Create<clsTransporter, IZNTransporter>(L"clsTransporter", L"znTransporter");
+    m_transporter = Create<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
     CreateSenderReceiver(settings);
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
 }
@@ -84,7 +93,7 @@ Session::Session(const Settings& settings) {
 /// The name comes before the settings, whose defaults depend on it; the remote folders come last, and for
 /// the enterprise only there.
 void Session::CreateSenderReceiver(const Settings& settings) {
-    m_senderReceiver = Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"clsXCOPYSndRcv", L"znTransporter");
+    m_senderReceiver = Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
     const auto configurable = As<IZNSenderReceiver2>(m_senderReceiver);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet local;
