@@ -136,10 +136,12 @@ bool KeyExists(HKEY hive, const std::wstring& path) {
 
 HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
     const TypeLibraryId id = IdOf(TypeLibrary(TypeLibraryPath(number)).Get());
-    if (!KeyExists(Hive(scope), L"Software\\Classes\\TypeLib\\" + Text(id.guid))) return S_OK;
     const auto unregister =
         scope == RegistrationScope::Machine ? &::UnRegisterTypeLib : &::UnRegisterTypeLibForUser;
-    return unregister(id.guid, id.major, id.minor, id.locale, kSystem);
+    const HRESULT result = unregister(id.guid, id.major, id.minor, id.locale, kSystem);
+    // A library that was not registered is reported as a failure. It is always asked for, because not
+    // every system keeps the registration for a user in the hive of that user.
+    return KeyExists(Hive(scope), L"Software\\Classes\\TypeLib\\" + Text(id.guid)) ? result : S_OK;
 }
 
 }  // namespace

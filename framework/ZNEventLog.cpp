@@ -30,25 +30,56 @@ std::wstring FileEntry(const std::wstring& message, LONG type) {
     return header.data() + message + L"\r\n\r\n";
 }
 
-/// True when the log of Windows took the entry.
-bool WriteToWindows(const std::wstring& message, LONG type) {
+/// A turn among all processes that write: not every file system appends without gaps and overlaps.
+class Turn {
+public:
+    Turn() : m_mutex(CreateMutexW(nullptr, FALSE, L"znFramework.EventLog")) {
+        if (!m_mutex) return;
+        const DWORD result = WaitForSingleObject(m_mutex, kPatience);
+        m_isOwner = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    ~Turn() {
+        if (m_isOwner) ReleaseMutex(m_mutex);
+        if (m_mutex) CloseHandle(m_mutex);
+    }
+
+private:
+    // After that the entry is written all the same: a stuck process must not silence the others.
+    static constexpr DWORD kPatience = 2000;
+
+    HANDLE m_mutex;
+    bool m_isOwner = false;
+};
+
+constexpr size_t kLongestWindowsText = 31839;  // a longer text would be refused as a whole
+
+/// Why the log of Windows refused the entry; ERROR_SUCCESS when it took it.
+DWORD WriteToWindows(const std::wstring& message, LONG type) {
     const HANDLE source = RegisterEventSourceW(nullptr, HostSettings::OfProcess().Title().c_str());
-    if (!source) return false;
-    const wchar_t* text = message.c_str();
+    if (!source) return GetLastError();
+    const std::wstring shown = message.substr(0, kLongestWindowsText);
+    const wchar_t* text = shown.c_str();
     const BOOL written = ReportEventW(source, static_cast<WORD>(type), 0, 0, nullptr, 1, 0, &text, nullptr);
+    const DWORD refusal = written ? ERROR_SUCCESS : GetLastError();
     DeregisterEventSource(source);
-    return written != FALSE;
+    return refusal;
 }
 
 void WriteEntry(const std::wstring& message, LONG type) {
+    const DWORD refusal = WriteToWindows(message, type);
     const std::wstring file = HostSettings::OfProcess().LogFile();
-    const bool inWindows = WriteToWindows(message, type);
-    try {
-        if (!file.empty()) FileSystem::Append(file, com::ToUtf8(FileEntry(message, type)));
-    } catch (...) {
-        if (!inWindows) throw;
+    if (file.empty()) {
+        if (refusal != ERROR_SUCCESS) com::ThrowWin32(refusal, L"event log of Windows");
+        return;
     }
-    if (!inWindows && file.empty()) com::ThrowWin32(GetLastError(), L"event log of Windows");
+    try {
+        const Turn turn;
+        FileSystem::Append(file, com::ToUtf8(FileEntry(message, type)));
+    } catch (...) {
+        if (refusal != ERROR_SUCCESS) throw;
+    }
 }
 
 }  // namespace

@@ -4,30 +4,27 @@
 
 #include "com/Return.h"
 
-com::Variant* ZNPropertySet::Find(const std::wstring& name) {
-    const auto found = std::ranges::find(m_names, name);
-    return found == m_names.end() ? nullptr : &m_values[static_cast<size_t>(found - m_names.begin())];
+ZNPropertySet::Property* ZNPropertySet::Find(const std::wstring& name) {
+    const auto found = std::ranges::find(m_properties, name, &Property::name);
+    return found == m_properties.end() ? nullptr : &*found;
 }
 
 STDMETHODIMP
 ZNPropertySet::GetProperty(BSTR Name, VARIANT* Value) {
     return com::Return(Value, [&] {
-        const com::Variant* value = Find(com::Text(Name));
-        return value ? *value : com::Variant();
+        const Property* property = Find(com::Text(Name));
+        return property ? property->value : com::Variant();
     });
 }
 
 STDMETHODIMP
 ZNPropertySet::SetProperty(BSTR Name, VARIANT Value) {
     return com::Call([&] {
-        const std::wstring name = com::Text(Name);
-        com::Variant value(Value);
-        if (com::Variant* existing = Find(name)) {
-            *existing = std::move(value);
-        } else {
-            m_values.push_back(std::move(value));
-            m_names.push_back(name);
-        }
+        Property property{com::Text(Name), com::Variant(Value)};
+        if (Property* existing = Find(property.name))
+            existing->value = std::move(property.value);
+        else
+            m_properties.push_back(std::move(property));
     });
 }
 
@@ -37,9 +34,15 @@ ZNPropertySet::GetAllProperties(VARIANT* Names, VARIANT* Values) {
     VariantInit(Names);
     VariantInit(Values);
     return com::Call([&] {
-        com::Variant names = com::Variant::Array(m_names);
-        com::Variant values = com::Variant::Array(m_values);
-        *Names = names.Release();
-        *Values = values.Release();
+        std::vector<std::wstring> names;
+        std::vector<com::Variant> values;
+        for (const Property& property : m_properties) {
+            names.push_back(property.name);
+            values.push_back(property.value);
+        }
+        com::Variant allNames = com::Variant::Array(names);
+        com::Variant allValues = com::Variant::Array(values);
+        *Names = allNames.Release();
+        *Values = allValues.Release();
     });
 }

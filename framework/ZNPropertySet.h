@@ -18,8 +18,12 @@ public:
     GetAllProperties(VARIANT* Names, VARIANT* Values) override;
 
 private:
-    com::Variant* Find(const std::wstring& name);
+    struct Property {
+        std::wstring name;
+        com::Variant value;
+    };
 
-    std::vector<std::wstring> m_names;
-    std::vector<com::Variant> m_values;  ///< in the order of their names
+    Property* Find(const std::wstring& name);
+
+    std::vector<Property> m_properties;  ///< in the order of first setting
 };

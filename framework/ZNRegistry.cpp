@@ -64,8 +64,8 @@ std::wstring Expanded(const std::wstring& text) {
 std::wstring StoredText(const RawValue& value) {
     std::wstring text(value.data.size() / sizeof(wchar_t), L'\0');
     std::memcpy(text.data(), value.data.data(), text.size() * sizeof(wchar_t));
-    while (!text.empty() && text.back() == L'\0')
-        text.pop_back();
+    // Just the terminator: an enciphered text may itself end with null characters.
+    if (!text.empty() && text.back() == L'\0') text.pop_back();
     return text;
 }
 
@@ -83,6 +83,10 @@ std::optional<com::Variant> ReadValue(HKEY hive, const std::wstring& path, const
                      L"The registry value " + path + L"\\" + name + L" is neither text nor a 32-bit number.");
 }
 
+LSTATUS WriteNumber(HKEY hive, const std::wstring& path, const std::wstring& name, DWORD number) {
+    return RegSetKeyValueW(hive, path.c_str(), name.c_str(), REG_DWORD, &number, sizeof number);
+}
+
 LSTATUS WriteValue(HKEY hive, const std::wstring& path, const std::wstring& name, const com::Variant& value) {
     switch (value.Get().vt) {
     case VT_I1:
@@ -90,10 +94,11 @@ LSTATUS WriteValue(HKEY hive, const std::wstring& path, const std::wstring& name
     case VT_I4:
     case VT_INT:
     case VT_UI1:
-    case VT_UI2: {
-        const LONG number = value.Number();
-        return RegSetKeyValueW(hive, path.c_str(), name.c_str(), REG_DWORD, &number, sizeof number);
-    }
+    case VT_UI2:
+        return WriteNumber(hive, path, name, static_cast<DWORD>(value.Number()));
+    case VT_UI4:
+    case VT_UINT:
+        return WriteNumber(hive, path, name, value.Get().ulVal);
     default: {
         const std::wstring text = value.Text();
         return RegSetKeyValueW(hive, path.c_str(), name.c_str(), REG_SZ, text.c_str(),

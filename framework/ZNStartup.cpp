@@ -24,7 +24,11 @@ com::Variant StartupEntry(LONG number) {
 
 STDMETHODIMP
 ZNStartup::Initialize(BSTR Title) {
-    return com::Call([&] { HostSettings::OfProcess().Title(com::Text(Title)); });
+    return com::Call([&] {
+        const std::wstring title = com::Text(Title);
+        // The event log of Windows refuses entries of a source without a name.
+        if (!title.empty()) HostSettings::OfProcess().Title(title);
+    });
 }
 
 STDMETHODIMP

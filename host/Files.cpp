@@ -86,6 +86,13 @@ std::wstring TemporaryFolder() {
     return path;
 }
 
+std::uint64_t Size(const std::wstring& path) try {
+    return FileSystem::FileSize(path);
+} catch (const com::Error&) {
+    // Whoever waits for a packet may have taken it already.
+    return 0;
+}
+
 std::vector<std::wstring> SubFolders(const std::wstring& folder) {
     std::vector<std::wstring> all;
     if (FolderExists(folder)) AppendSubFolders(folder, L"", all);
@@ -147,7 +154,7 @@ FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition) {
 
 std::string Read(const std::wstring& path) {
     const FileHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
-    std::string content(static_cast<size_t>(Size(path)), '\0');
+    std::string content(static_cast<size_t>(FileSystem::FileSize(path)), '\0');
     DWORD length = 0;
     if (!ReadFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &length, nullptr))
         com::ThrowWin32(GetLastError(), path);

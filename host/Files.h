@@ -34,7 +34,8 @@ std::wstring TemporaryFolder();
 
 using FileSystem::FileExists;
 using FileSystem::FolderExists;
-inline std::uint64_t Size(const std::wstring& path) { return FileSystem::FileSize(path); }
+/// Bytes; 0 when the file is not there any more.
+std::uint64_t Size(const std::wstring& path);
 
 /// The folder itself ("") and all folders below it, relative to it; empty when it does not exist.
 std::vector<std::wstring> SubFolders(const std::wstring& folder);

@@ -52,8 +52,7 @@ void RefuseExisting(const std::wstring& file) {
 }  // namespace
 
 Installation CreateInstallation(const std::wstring& folder) {
-    const Installation installation{Files::Join(folder, L"field.ini"),
-                                    Files::Join(folder, L"enterprise.ini")};
+    Installation installation{Files::Join(folder, L"field.ini"), Files::Join(folder, L"enterprise.ini")};
     RefuseExisting(installation.fieldSettings);
     RefuseExisting(installation.enterpriseSettings);
     const Values field = ValuesOf(L"field", L"enterprise");

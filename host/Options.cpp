@@ -84,6 +84,7 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
 
     // The parser takes its arguments from the end of the list.
     std::vector<std::string> reversed;
+    reversed.reserve(arguments.size());
     for (const std::wstring& argument : arguments)
         reversed.push_back(com::ToUtf8(argument));
     std::ranges::reverse(reversed);

@@ -34,7 +34,7 @@ std::wstring KeysOf(std::wstring_view section) {
 /// One settings file on its way to checked values.
 class Reader {
 public:
-    explicit Reader(const std::wstring& file) : m_file(file) {}
+    explicit Reader(std::wstring file) : m_file(std::move(file)) {}
 
     Settings Read();
 

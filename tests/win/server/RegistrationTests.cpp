@@ -1,4 +1,6 @@
 // Registration of the DLLs: machine, user, failure half-way, and a script that needs it.
+#include <initguid.h>  // the identifiers of the type libraries come from the contracts' headers
+
 #include <gmock/gmock.h>
 
 #include "tests/win/support/Dll.h"
@@ -11,16 +13,19 @@ namespace {
 struct Module {
     const wchar_t* dll;
     std::vector<const wchar_t*> progIds;
+    std::vector<GUID> typeLibraries;
 };
 
 const std::vector<Module>& Modules() {
     static const std::vector<Module> modules = {
         {L"znTransporter.dll",
-         {L"znTransporter.clsTransporter", L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsCmdLine"}},
+         {L"znTransporter.clsTransporter", L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsCmdLine"},
+         {LIBID_znTransporter}},
         {L"znFramework.dll",
          {L"znSystem.ZNEventLog", L"znSystem.ZNStartup", L"znSystem.ZNRegistry", L"znSystem.ZNPropertySet",
           L"znFramework.ZNBrandingResources", L"znFramework.ZNApplicationContext", L"znFramework.ZNLocale",
-          L"znFramework.ZNCategory", L"znFramework.ZNMobileFolders"}}};
+          L"znFramework.ZNCategory", L"znFramework.ZNMobileFolders"},
+         {LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI}}};
     return modules;
 }
 
@@ -33,6 +38,15 @@ std::wstring Value(HKEY hive, const std::wstring& path, const wchar_t* name = nu
 
 std::wstring ClassIdOf(HKEY hive, const std::wstring& progId) {
     return Value(hive, L"Software\\Classes\\" + progId + L"\\CLSID");
+}
+
+/// Looks where programs look: in the classes of the user and of the machine.
+bool HasTypeLibrary(const GUID& id) {
+    HKEY key = nullptr;
+    const std::wstring path = L"TypeLib\\" + com::Text(id);
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
+    RegCloseKey(key);
+    return true;
 }
 
 /// Number of keys below CLSID that name a DLL as their server.
@@ -63,6 +77,11 @@ protected:
         for (const wchar_t* progId : module.progIds)
             EXPECT_EQ(ClassIdOf(hive, progId), L"(none)");
         EXPECT_EQ(ServedClasses(hive, module.dll), 0);
+        ExpectTypeLibraries(false);
+    }
+    void ExpectTypeLibraries(bool expected) const {
+        for (const GUID& id : module.typeLibraries)
+            EXPECT_EQ(HasTypeLibrary(id), expected) << testing::PrintToString(com::Text(id));
     }
 };
 
@@ -70,6 +89,7 @@ TEST_P(Registration, MachineWideAndBack) {
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
     EXPECT_EQ(Call("DllRegisterServer"), S_OK) << "again";
     EXPECT_EQ(ServedClasses(HKEY_LOCAL_MACHINE, module.dll), static_cast<int>(module.progIds.size()));
+    ExpectTypeLibraries(true);
     for (const wchar_t* progId : module.progIds) {
         CLSID clsid;
         ASSERT_EQ(CLSIDFromProgID(progId, &clsid), S_OK);
@@ -89,6 +109,9 @@ TEST_P(Registration, ForTheUserOnly) {
     ASSERT_EQ(install(TRUE, L"user"), S_OK);
     for (const wchar_t* progId : module.progIds)
         EXPECT_NE(ClassIdOf(HKEY_CURRENT_USER, progId), L"(none)");
+    EXPECT_EQ(ServedClasses(HKEY_CURRENT_USER, module.dll), static_cast<int>(module.progIds.size()));
+    EXPECT_EQ(ServedClasses(HKEY_LOCAL_MACHINE, module.dll), 0);
+    ExpectTypeLibraries(true);
     EXPECT_EQ(install(FALSE, L"USER"), S_OK);
     ExpectNothing(HKEY_CURRENT_USER);
     EXPECT_EQ(install(TRUE, L"somebody"), E_INVALIDARG);

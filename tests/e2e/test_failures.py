@@ -1,0 +1,213 @@
+"""Folders and files that are in the way, locked or gone: what cannot be moved is named and never lost."""
+import os
+import shutil
+
+from support import Holder, HostTest, Mount, files_below, wait_until
+
+WAITING = "waiting in send folder"
+
+
+class RemoteFolderTest(HostTest):
+    def test_a_remote_folder_that_is_gone_is_made_anew(self):
+        self.put(self.field, "a.mdb")
+        shutil.rmtree(self.root / "share")
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_in_place_of_the_remote_folder(self):
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "sub/b.mdb")
+        self.to_enterprise.rmdir()
+        self.to_enterprise.write_text("a file")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): WAITING, ("out", "sub/b.mdb"): WAITING})
+        self.assertIn("Failed to transport packets between remote and local", self.field.log)
+        self.assertIn(self.field.log_file.name, outcome.output)
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertIn("is a file, not a folder", outcome.output)
+        self.assert_nothing_lost()
+        self.to_enterprise.unlink()
+        self.assert_next_cycle_delivers()
+
+    def vanish(self):
+        """The share goes away as a whole, and a file takes its name."""
+        away = self.scratch / "away"
+        os.rename(self.to_enterprise, away)
+        self.to_enterprise.write_text("a file")
+        self.other_places.append(away)
+
+    def come_back(self):
+        self.to_enterprise.unlink()
+        os.rename(self.scratch / "away", self.to_enterprise)
+
+    def test_the_remote_folder_vanishes_between_two_files(self):
+        for number in range(150):
+            self.put(self.field, f"{number}.mdb", os.urandom(100_000))
+        process = self.start_run(self.field)
+        wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 10)
+        self.vanish()
+        outcome = self.assert_end(process, 1)
+        waiting = set(files_below(self.field.send))
+        self.assertTrue(0 < len(waiting) < 150, len(waiting))
+        self.assertEqual({name for (_, name), state in outcome.packets.items() if state == WAITING}, waiting)
+        self.assert_nothing_lost()
+        self.come_back()
+        self.assert_next_cycle_delivers()
+
+    def test_the_remote_folder_vanishes_during_a_large_file(self):
+        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 384)
+        copy = self.to_enterprise / "large.mdb"
+        process = self.start_run(self.field)
+        wait_until(lambda: copy.exists() and copy.stat().st_size > 1 << 20)
+        self.vanish()
+        outcome = self.assert_end(process, 1)
+        self.assertEqual(outcome.packets, {("out", "large.mdb"): WAITING})
+        self.assertTrue((self.field.send / "large.mdb").exists())
+        self.come_back()
+        self.assert_next_cycle_delivers()
+
+    def test_a_remote_folder_that_takes_no_files(self):
+        Mount(self, self.to_enterprise, "1m").remount("ro")
+        self.put(self.field, "a.mdb")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): WAITING})
+        self.assert_nothing_lost()
+
+    def test_a_remote_folder_that_gives_no_files_away(self):
+        volume = Mount(self, self.to_enterprise, "1m")
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "b.mdb")
+        self.assert_run(self.field, 0)
+        volume.remount("ro")
+        outcome = self.assert_run(self.enterprise, 1)
+        # The copies arrived; what stays is named, because it will arrive again.
+        self.assertEqual(set(outcome.packets.values()), {"delivered"})
+        self.assertEqual(outcome.output.count("stays at remote side"), 2, outcome)
+        self.assertEqual(set(files_below(self.enterprise.inbox)), {"a.mdb", "b.mdb"})
+        volume.remount("rw")
+        self.assert_run(self.enterprise, 0)
+        self.assert_delivered()
+
+
+class ObstacleTest(HostTest):
+    def test_a_read_only_packet_is_copied_and_stays(self):
+        os.chmod(self.put(self.field, "fixed.mdb"), 0o444)
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "z.mdb")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "fixed.mdb"): WAITING, ("out", "a.mdb"): "sent",
+                                           ("out", "z.mdb"): "sent"})
+        self.assertIn("Could not delete packet file:", self.field.log)
+        self.assertIn("fixed.mdb", self.field.log)
+        self.assertEqual(set(files_below(self.to_enterprise)), {"fixed.mdb", "a.mdb", "z.mdb"})
+        self.assertEqual(set(files_below(self.field.send)), {"fixed.mdb"})
+        self.assert_nothing_lost()
+
+    def test_a_folder_where_the_remote_file_belongs(self):
+        self.put(self.field, "a.mdb")
+        obstacle = self.to_enterprise / "a.mdb"
+        obstacle.mkdir()
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): WAITING})
+        self.assert_nothing_lost()
+        obstacle.rmdir()
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_where_a_remote_sub_folder_belongs(self):
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "sub/b.mdb")
+        obstacle = self.to_enterprise / "sub"
+        obstacle.write_text("a file")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): "sent", ("out", "sub/b.mdb"): WAITING})
+        self.assert_nothing_lost()
+        obstacle.unlink()
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_where_a_folder_of_the_inbox_belongs(self):
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "sub/b.mdb")
+        self.assert_run(self.field, 0)
+        obstacle = self.enterprise.inbox / "sub"
+        obstacle.write_text("a file")
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "a.mdb"): "delivered", ("in", "sub/b.mdb"): "not delivered"})
+        self.assert_nothing_lost()
+        obstacle.unlink()
+        self.assert_next_cycle_delivers()
+
+    def test_a_folder_where_a_file_of_the_inbox_belongs(self):
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "b.mdb")
+        self.assert_run(self.field, 0)
+        obstacle = self.enterprise.inbox / "a.mdb"
+        obstacle.mkdir()
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "a.mdb"): "not delivered", ("in", "b.mdb"): "delivered"})
+        self.assert_nothing_lost()
+        obstacle.rmdir()
+        self.assert_next_cycle_delivers()
+
+    def test_an_older_file_that_cannot_be_removed(self):
+        older = self.enterprise.inbox / "a.mdb"
+        older.write_bytes(b"older")
+        older.chmod(0o444)
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field, 0)
+        outcome = self.enterprise.run()
+        self.assertEqual(outcome.packets, {("in", "a.mdb"): "delivered"})
+        self.assertIn(self.enterprise.log_file.name, outcome.output)
+        self.assert_delivered()
+
+    def test_an_archive_that_cannot_be_written_leaves_the_file_in_the_outbox(self):
+        self.put(self.field, "sub/a.mdb")
+        obstacle = self.field.sent / "sub"
+        obstacle.write_text("a file")
+        outcome = self.assert_run(self.field, 1)
+        self.assertIn("stays in outbox", outcome.output)
+        self.assertTrue((self.field.outbox / "sub/a.mdb").exists())
+        obstacle.unlink()
+        self.assert_next_cycle_delivers()
+
+
+class LockedFileTest(HostTest):
+    """Another program holds a file open without sharing it."""
+
+    def test_in_the_outbox(self):
+        held = Holder(self, self.put(self.field, "held.mdb"))
+        self.put(self.field, "free.mdb")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets, {("out", "held.mdb"): "not added", ("out", "free.mdb"): "sent"})
+        self.assertIn("clsTransporter.cls.IZNTransporter_Add", self.field.log)
+        held.release()
+        self.assert_next_cycle_delivers()
+
+    def test_in_the_send_folder(self):
+        held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send))
+        self.put(self.field, "free.mdb")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.packets["out", "held.mdb"], WAITING)
+        self.assert_nothing_lost()
+        held.release()
+        self.assert_next_cycle_delivers()
+
+    def test_in_the_remote_folder(self):
+        held = Holder(self, self.put(self.field, "held.mdb", folder=self.to_enterprise))
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "held.mdb"): "stays at remote side"})
+        self.assert_nothing_lost()
+        held.release()
+        self.assert_next_cycle_delivers()
+
+    def test_in_the_inbox_where_the_older_file_stays(self):
+        older = self.enterprise.inbox / "held.mdb"
+        older.write_bytes(b"older")
+        held = Holder(self, older)
+        self.put(self.field, "held.mdb")
+        self.put(self.field, "free.mdb")
+        self.assert_run(self.field, 0)
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "held.mdb"): "not delivered", ("in", "free.mdb"): "delivered"})
+        self.assertEqual(older.read_bytes(), b"older")
+        self.assert_nothing_lost()
+        held.release()
+        self.assert_next_cycle_delivers()

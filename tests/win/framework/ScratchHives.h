@@ -1,0 +1,43 @@
+// Empty stand-ins for the registry hives, so that no test meets or changes the settings of the machine.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "com/Error.h"
+
+namespace tests {
+
+/// While it exists, this process sees two scratch keys as HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER.
+class ScratchHives {
+public:
+    ScratchHives() {
+        const HKEY machine = Create(L"\\Machine");
+        const HKEY user = Create(L"\\User");
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
+        RegOverridePredefKey(HKEY_CURRENT_USER, user);
+        RegCloseKey(machine);
+        RegCloseKey(user);
+    }
+    ScratchHives(const ScratchHives&) = delete;
+    ScratchHives& operator=(const ScratchHives&) = delete;
+    ~ScratchHives() {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+        RegDeleteTreeW(HKEY_CURRENT_USER, m_root.c_str());
+    }
+
+private:
+    HKEY Create(const wchar_t* name) const {
+        HKEY key = nullptr;
+        const LSTATUS status = RegCreateKeyExW(HKEY_CURRENT_USER, (m_root + name).c_str(), 0, nullptr, 0,
+                                               KEY_ALL_ACCESS, nullptr, &key, nullptr);
+        if (status != ERROR_SUCCESS) com::ThrowWin32(static_cast<DWORD>(status), m_root + name);
+        return key;
+    }
+
+    const std::wstring m_root = L"Software\\zntests-" + std::to_wstring(GetCurrentProcessId());
+};
+
+}  // namespace tests
