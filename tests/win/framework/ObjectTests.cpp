@@ -86,7 +86,7 @@ const FrameworkClass kClasses[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Framework, ObjectRules, testing::ValuesIn(kClasses),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& tested) { return tested.param.name; });
 
 TEST_F(ObjectTest, ResultsNeedAPlace) {
     const VARIANT none{};
