@@ -62,7 +62,8 @@ class Outcome:
 
 def start(*arguments, program=None, **options):
     program = program or BIN / "znhost.exe"
-    return subprocess.Popen([str(WINE), windows(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
+    # By its Unix path the runner sees which loader the program needs; signals then reach the program itself.
+    return subprocess.Popen([str(WINE), str(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
                             stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
 
 
