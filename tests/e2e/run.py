@@ -2,7 +2,8 @@
 """End-to-end tests: znhost.exe with its libraries, on real folders.
 
 Use: python3 tests/e2e/run.py BINDIR [-k TEXT] [-v]
-BINDIR holds znhost.exe and the libraries. A Wine server that stays up (tools/wine-server) makes it much faster. -k runs the tests whose name contains TEXT.
+BINDIR holds znhost.exe and the libraries. -k runs the tests whose name contains TEXT.
+A Wine server that stays up makes the tests much faster: tools/wine-server run python3 tests/e2e/run.py ...
 """
 import argparse
 import pathlib
