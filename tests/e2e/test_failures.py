@@ -2,7 +2,7 @@
 import os
 import shutil
 
-from support import Holder, HostTest, Mount, files_below, wait_until
+from support import Holder, HostTest, Mount, files_below, finish, wait_until
 
 WAITING = "waiting in send folder"
 
@@ -30,40 +30,57 @@ class RemoteFolderTest(HostTest):
 
     def vanish(self):
         """The share goes away as a whole, and a file takes its name."""
-        away = self.scratch / "away"
-        os.rename(self.to_enterprise, away)
+        self.away = self.root / "away"
+        os.rename(self.to_enterprise, self.away)
         self.to_enterprise.write_text("a file")
-        self.other_places.append(away)
+        self.other_places.append(self.away)
 
     def come_back(self):
         self.to_enterprise.unlink()
-        os.rename(self.scratch / "away", self.to_enterprise)
+        os.rename(self.away, self.to_enterprise)
+
+    def vanish_during_run(self, condition):
+        """What the run said; None when it had nothing left to send."""
+        process = self.start_run(self.field)
+        wait_until(condition)
+        self.vanish()
+        outcome = finish(process)
+        if not files_below(self.field.send):
+            return None
+        self.assertEqual(outcome.code, 1, outcome)
+        return outcome
 
     def test_the_remote_folder_vanishes_between_two_files(self):
-        for number in range(150):
-            self.put(self.field, f"{number}.mdb", os.urandom(100_000))
-        process = self.start_run(self.field)
-        wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 10)
-        self.vanish()
-        outcome = self.assert_end(process, 1)
-        waiting = set(files_below(self.field.send))
-        self.assertTrue(0 < len(waiting) < 150, len(waiting))
-        self.assertEqual({name for (_, name), state in outcome.packets.items() if state == WAITING}, waiting)
-        self.assert_nothing_lost()
-        self.come_back()
-        self.assert_next_cycle_delivers()
+        def attempt(load):
+            for number in range(150 * load):
+                self.put(self.field, f"{number}.mdb", os.urandom(50_000), self.field.send)
+            outcome = self.vanish_during_run(lambda: len(os.listdir(self.to_enterprise)) >= 10)
+            if not outcome:
+                return False
+            waiting = {("out", name) for name in files_below(self.field.send)}
+            self.assertEqual({row for row, state in outcome.packets.items() if state == WAITING}, waiting)
+            self.assertGreaterEqual(len(files_below(self.away)), 10)
+            self.assert_nothing_lost()
+            self.come_back()
+            self.assert_next_cycle_delivers()
+            return True
+
+        self.in_time(attempt)
 
     def test_the_remote_folder_vanishes_during_a_large_file(self):
-        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 384)
-        copy = self.to_enterprise / "large.mdb"
-        process = self.start_run(self.field)
-        wait_until(lambda: copy.exists() and copy.stat().st_size > 1 << 20)
-        self.vanish()
-        outcome = self.assert_end(process, 1)
-        self.assertEqual(outcome.packets, {("out", "large.mdb"): WAITING})
-        self.assertTrue((self.field.send / "large.mdb").exists())
-        self.come_back()
-        self.assert_next_cycle_delivers()
+        def attempt(load):
+            self.put(self.field, "large.mdb", os.urandom(1 << 20) * (256 * load), self.field.send)
+            copy = self.to_enterprise / "large.mdb"
+            outcome = self.vanish_during_run(lambda: copy.exists() and copy.stat().st_size > 1 << 20)
+            if not outcome:
+                return False
+            self.assertEqual(outcome.packets, {("out", "large.mdb"): WAITING})
+            self.assert_nothing_lost()
+            self.come_back()
+            self.assert_next_cycle_delivers()
+            return True
+
+        self.in_time(attempt)
 
     def test_a_remote_folder_that_takes_no_files(self):
         Mount(self, self.to_enterprise, "1m").remount("ro")
