@@ -35,8 +35,9 @@ void AppendSubFolders(const std::wstring& folder, const std::wstring& subFolder,
         AppendSubFolders(folder, Join(subFolder, name), all);
 }
 
-bool Rename(const std::wstring& source, const std::wstring& destination, DWORD flags) {
-    return MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), flags) != FALSE;
+bool Replace(const std::wstring& source, const std::wstring& destination) {
+    return MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), MOVEFILE_REPLACE_EXISTING) !=
+           FALSE;
 }
 
 [[noreturn]] void ThrowMove(const std::wstring& source, const std::wstring& destination) {
@@ -46,15 +47,12 @@ bool Rename(const std::wstring& source, const std::wstring& destination, DWORD f
 /// The file is copied beside its destination first, so that a copy that fails replaces nothing.
 void MoveAcrossVolumes(const std::wstring& source, const std::wstring& destination) {
     const std::wstring arriving = destination + L".arriving";
-    if (!CopyFileW(Extended(source).c_str(), Extended(arriving).c_str(), FALSE)) {
-        const DWORD error = GetLastError();
+    try {
+        FileSystem::CopyFile(source, arriving);
+        if (!Replace(arriving, destination)) ThrowMove(source, destination);
+    } catch (...) {
         DeleteFileW(Extended(arriving).c_str());
-        com::ThrowWin32(error, source + L" -> " + arriving);
-    }
-    if (!Rename(arriving, destination, MOVEFILE_REPLACE_EXISTING)) {
-        const DWORD error = GetLastError();
-        DeleteFileW(Extended(arriving).c_str());
-        com::ThrowWin32(error, source + L" -> " + destination);
+        throw;
     }
     Delete(source);
 }
@@ -126,7 +124,7 @@ void CreateFolders(const std::wstring& path) {
 }
 
 void MoveReplacing(const std::wstring& source, const std::wstring& destination) {
-    if (Rename(source, destination, MOVEFILE_REPLACE_EXISTING)) return;
+    if (Replace(source, destination)) return;
     if (GetLastError() != ERROR_NOT_SAME_DEVICE) ThrowMove(source, destination);
     MoveAcrossVolumes(source, destination);
 }
@@ -169,6 +167,6 @@ void WriteNew(const std::wstring& path, std::string_view content) {
         com::ThrowWin32(GetLastError(), path);
 }
 
-void CheckAppend(const std::wstring& path) { Open(path, FILE_APPEND_DATA, OPEN_ALWAYS); }
+void CheckAppend(const std::wstring& path) { FileSystem::Append(path, {}); }
 
 }  // namespace Files

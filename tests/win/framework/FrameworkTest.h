@@ -1,21 +1,15 @@
-// Base of the framework's tests: its DLL, in a COM apartment.
+// Base of the framework's tests.
 #pragma once
 
 #include <gmock/gmock.h>
 
-#include "tests/win/support/Dll.h"
+#include "tests/win/support/DllTest.h"
 
 namespace tests {
 
-class FrameworkTest : public testing::Test {
+class FrameworkTest : public DllTest {
 protected:
-    template <class Class, class Interface>
-    Microsoft::WRL::ComPtr<Interface> Create() const {
-        return library.Create<Class, Interface>();
-    }
-
-    Library library{L"znFramework.dll"};
-    ComApartment apartment;
+    FrameworkTest() : DllTest(L"znFramework.dll") {}
 };
 
 }  // namespace tests

@@ -1,23 +1,15 @@
-// The library under test, with stand-ins for the host framework, in a COM apartment around each test.
+// The library under test, with stand-ins for the host framework around each test.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include "tests/win/support/Dll.h"
+#include "tests/win/support/DllTest.h"
 #include "tests/win/support/FrameworkDoubles.h"
 
 namespace tests {
 
-/// A fresh apartment, framework and library for each test.
-class LibraryTest : public testing::Test {
+class LibraryTest : public DllTest {
 protected:
-    template <class Class, class Interface>
-    Microsoft::WRL::ComPtr<Interface> Create() const {
-        return library.Create<Class, Interface>();
-    }
+    LibraryTest() : DllTest(L"znTransporter.dll") {}
 
-    Library library;
-    ComApartment apartment;
     Framework framework;
 };
 
