@@ -1,6 +1,7 @@
 # make          build everything
 # make demo     two installations exchange packets through a shared folder (BITS=64 for the 64-bit build)
 # make test     all tests
+# make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each, 20 in the tests)
 # make bench    the library against bare system calls, side by side
 # make format   clang-format;  make tidy   clang-tidy
 
@@ -13,10 +14,10 @@ BITS ?= $(lastword $(RUNNABLE))
 WARM = tools/wine-server run
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test test-native test-windows bench format check-format tidy clean
+.PHONY: all setup demo test fuzz bench format check-format tidy clean
 .NOTPARALLEL:
 
-all: build-native build-win32 build-win64
+all: build-native build-fuzz build-win32 build-win64
 
 setup:
 	@tools/setup
@@ -30,6 +31,10 @@ demo: build-win$(BITS)
 
 test: all check-format
 	@$(WARM) tools/test
+
+fuzz: export FUZZ_SECONDS ?= 300
+fuzz: build-fuzz
+	@ctest --test-dir build/fuzz --output-on-failure -j 2
 
 bench: build-win$(BITS)
 	@$(WARM) tests/bench/run $(BITS)
