@@ -81,17 +81,18 @@ VARIANT* Variant::Put() noexcept {
     return &m_value;
 }
 
-Variant Variant::Converted(VARTYPE type) const {
+Variant Variant::Converted(VARTYPE type, std::wstring_view subject) const {
     Variant result;
     // The invariant locale keeps settings readable whatever the user's locale is.
     Check(VariantChangeTypeEx(&result.m_value, const_cast<VARIANT*>(&m_value), LOCALE_INVARIANT,
-                              VARIANT_NOVALUEPROP, type));
+                              VARIANT_NOVALUEPROP, type),
+          subject);
     return result;
 }
 
 std::wstring Variant::Text() const { return com::Text(Converted(VT_BSTR).m_value.bstrVal); }
 
-LONG Variant::Number() const { return Converted(VT_I4).m_value.lVal; }
+LONG Variant::Number(std::wstring_view subject) const { return Converted(VT_I4, subject).m_value.lVal; }
 
 std::wstring FromUtf8(std::string_view text) {
     const int size = static_cast<int>(text.size());

@@ -68,11 +68,11 @@ public:
     bool IsEmpty() const noexcept { return m_value.vt == VT_EMPTY || m_value.vt == VT_NULL; }
     /// The value as text, as a script would see it. Throws when it cannot be converted.
     std::wstring Text() const;
-    /// The value as a 32-bit number. Throws when it cannot be converted.
-    LONG Number() const;
+    /// The value as a 32-bit number. Throws when it cannot be converted, naming the subject where given.
+    LONG Number(std::wstring_view subject = {}) const;
 
 private:
-    Variant Converted(VARTYPE type) const;
+    Variant Converted(VARTYPE type, std::wstring_view subject = {}) const;
 
     VARIANT m_value;
 };

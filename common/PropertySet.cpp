@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "com/Error.h"
+#include "common/modMain.h"
 
 namespace {
 
@@ -41,3 +42,10 @@ std::vector<std::pair<std::wstring, com::Variant>> AllProperties(IZNPropertySet*
 void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstring& value) {
     com::Check(set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
 }
+
+LONG GetNumber(IZNPropertySet* set, const std::wstring& name, LONG missing) {
+    const std::wstring text = GetProperty(set, name, std::to_wstring(missing));
+    return com::Variant(text).Number(L"setting " + name + L" = " + text);
+}
+
+bool IsMobile(IZNPropertySet* set) { return com::Upper(GetProperty(set, L"MOBILE", L"FALSE")) != L"FALSE"; }

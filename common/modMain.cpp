@@ -10,6 +10,7 @@
 #include "common/FileSystem.h"
 #include "common/Framework.h"
 #include "common/Path.h"
+#include "common/clsShell.h"
 #include "common/modZNStartup.h"
 
 namespace {
@@ -52,6 +53,58 @@ std::optional<std::wstring> CommandLineOption(const std::wstring& name) {
     auto& commandLine = ThisApartment().commandLine;
     if (!commandLine) commandLine = com::Make<clsCmdLine>();
     return commandLine->Option(name);
+}
+
+void ReportDecode(std::wstring_view text, LONG eventType) {
+    Report(std::wstring(L"modMain.CommonDecode").append(kCrLf).append(text), eventType);
+}
+
+std::wstring BackupOf(const std::wstring& file) { return file + L"_bck"; }
+
+/// Carries out one step; a failure is reported after a heading.
+template <class Step>
+bool TryDecodeStep(Step&& step, const std::wstring& heading) try {
+    step();
+    return true;
+} catch (...) {
+    ReportDecode(heading + std::wstring(kCrLf) + com::CurrentFailure().description, ZN_EVENTLOG_WARNING_TYPE);
+    return false;
+}
+
+bool RenameToBackup(const std::wstring& OutputFile) {
+    return TryDecodeStep([&] { FileSystem::MoveFile(OutputFile, BackupOf(OutputFile)); },
+                         L"Decode output file " + OutputFile +
+                             L" already exists and couldn't be renamed. The file may be in use by another "
+                             L"application. Please close the application and try again.");
+}
+
+/// Takes a previous output file out of the decoder's way. True when its name is free.
+bool MakeRoomForOutput(const std::wstring& OutputFile) {
+    const std::wstring backup = BackupOf(OutputFile);
+    if (!FileSystem::FileExists(backup)) return RenameToBackup(OutputFile);
+    ReportDecode(L"Decode backup output file " + backup +
+                     L" already exists. Will attempt to delete the existing backup file." +
+                     std::wstring(kCrLf),
+                 ZN_EVENTLOG_INFORMATION_TYPE);
+    if (TryDecodeStep([&] { FileSystem::DeleteFile(backup, FileSystem::ReadOnlyFiles::Delete); },
+                      L"Existing decode backup file " + backup +
+                          L" couldn't be deleted Will attempt to delete the existing output file instead."))
+        return RenameToBackup(OutputFile);
+    return TryDecodeStep([&] { FileSystem::DeleteFile(OutputFile, FileSystem::ReadOnlyFiles::Delete); },
+                         L"Decode output file " + OutputFile +
+                             L" already exists and couldn't be renamed or deleted. The file may be in use by "
+                             L"another application. Please close the application and try again.");
+}
+
+void RestoreBackup(const std::wstring& OutputFile) {
+    const std::wstring backup = BackupOf(OutputFile);
+    if (FileSystem::FileExists(backup)) FileSystem::MoveFile(backup, OutputFile);
+}
+
+bool FailDecode(const std::wstring& text, const std::wstring& OutputFile) {
+    ReportDecode(text, ZN_EVENTLOG_ERROR_TYPE);
+    RestoreBackup(OutputFile);
+    return false;
 }
 
 }  // namespace
@@ -175,6 +228,49 @@ std::wstring OptionOrSetting(const std::wstring& Name, IZNMobileFolders* Store, 
     if (const auto option = CommandLineOption(Name)) return *option;
     const VARIANT_BOOL otherSide = Flag ? VARIANT_FALSE : VARIANT_TRUE;
     return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, Store, otherSide, com::Bstr(Key).Get());
+}
+
+bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) try {
+    clsShell shell;
+    shell.Command(Command);
+    shell.Execute();
+    if (shell.WaitProcessingMessages(TimeoutSeconds)) return true;
+    Report(std::wstring(L"modMain.DoShellCmd")
+               .append(kCrLf)
+               .append(L"Command: ")
+               .append(Command)
+               .append(kCrLf)
+               .append(L"timed out"));
+    return false;
+} catch (...) {
+    return StandardHandler(L"modMain.DoShellCmd", false);
+}
+
+bool CommonDecode(std::wstring& OutputFile, bool SupressMsg, const std::wstring& Command, LONG TimeoutSeconds,
+                  std::wstring& ResultFile) try {
+    const std::wstring extension = com::Upper(Path::LastFour(OutputFile));
+    if (extension != L".MDB" && extension != L".XML") OutputFile += L".MDB";
+    ResultFile = OutputFile;
+    if (FileSystem::FileExists(OutputFile) && !MakeRoomForOutput(OutputFile)) return false;
+    if (!DoShellCmd(Command, TimeoutSeconds, SupressMsg))
+        return FailDecode(
+            std::wstring(L"Command: ").append(Command).append(kCrLf).append(L"Command timed out"),
+            OutputFile);
+    if (!FileSystem::FileExists(OutputFile))
+        return FailDecode(L"Decoding failed for output file " + OutputFile, OutputFile);
+    if (FileSystem::FileSize(OutputFile) == 0) {
+        ReportDecode(
+            L"Output file " + OutputFile +
+                L" is zero length. Check that the decoder input files are compatible with each other.",
+            ZN_EVENTLOG_ERROR_TYPE);
+        FileSystem::DeleteFile(OutputFile);
+        RestoreBackup(OutputFile);
+        return false;
+    }
+    if (FileSystem::FileExists(BackupOf(OutputFile))) FileSystem::DeleteFile(BackupOf(OutputFile));
+    return true;
+} catch (...) {
+    return StandardHandler(L"modMain.CommonDecode", false);
 }
 
 void ProcessPendingMessages() {

@@ -3,6 +3,8 @@
 #include "com/Module.h"
 #include "common/Apartment.h"
 #include "common/modMain.h"
+#include "encoders/clsXDeltaEncoder.h"
+#include "encoders/clsZipEncoder.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
 #include "transport/clsTransporter.h"
 
@@ -10,6 +12,8 @@ namespace {
 
 constexpr com::ClassEntry kClasses[] = {
     com::ClassOf<clsTransporter>(L"znTransporter.clsTransporter"),
+    com::ClassOf<clsZipEncoder>(L"znTransporter.clsZipEncoder"),
+    com::ClassOf<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder"),
     com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
     com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
 };

@@ -66,22 +66,16 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
     return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Init", false);
 }
 
-std::wstring clsXCOPYSndRcv::FolderPath(bool enterprise, const wchar_t* kind) const {
-    if (!m_folderLocator)
-        throw com::Error(E_UNEXPECTED, L"The folder locator is missing: set ApplicationName before PropSet.");
-    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, m_folderLocator.Get(),
-                                  enterprise ? VARIANT_TRUE : VARIANT_FALSE, com::Bstr(kind).Get());
-}
-
 void clsXCOPYSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
-    const bool enterprise = com::Upper(GetProperty(Settings, L"MOBILE", L"FALSE")) == L"FALSE";
-    m_bMobile = !enterprise;
-    m_sLocalSendFolder = GetProperty(Settings, L"LOCAL_SEND_FOLDER", FolderPath(enterprise, L"Outgoing"));
-    m_sLocalReceiveFolder =
-        GetProperty(Settings, L"LOCAL_RECEIVE_FOLDER", FolderPath(enterprise, L"Incoming"));
-    if (enterprise) return;
-    m_sRemoteSendFolder = GetProperty(Settings, L"REMOTE_SEND_FOLDER", FolderPath(true, L"Incoming"));
-    m_sRemoteReceiveFolder = GetProperty(Settings, L"REMOTE_RECEIVE_FOLDER", FolderPath(true, L"Outgoing"));
+    m_bMobile = IsMobile(Settings);
+    const auto folder = [&](const wchar_t* setting, bool enterprise, const wchar_t* kind) {
+        return GetProperty(Settings, setting, m_folderLocator.FolderPath(enterprise, kind));
+    };
+    m_sLocalSendFolder = folder(L"LOCAL_SEND_FOLDER", !m_bMobile, L"Outgoing");
+    m_sLocalReceiveFolder = folder(L"LOCAL_RECEIVE_FOLDER", !m_bMobile, L"Incoming");
+    if (!m_bMobile) return;
+    m_sRemoteSendFolder = folder(L"REMOTE_SEND_FOLDER", true, L"Incoming");
+    m_sRemoteReceiveFolder = folder(L"REMOTE_RECEIVE_FOLDER", true, L"Outgoing");
 } catch (...) {
     ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet");
 }
@@ -102,8 +96,7 @@ ComPtr<IZNPropertySet> clsXCOPYSndRcv::IZNSenderReceiver2_PropSet() try {
 
 void clsXCOPYSndRcv::IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
     m_sApplicationName = Name;
-    m_folderLocator = CreateFrameworkObject<ZNMobileFolders, IZNMobileFolders>();
-    com::Check(m_folderLocator->put_ApplicationName(com::Bstr(Name).Get()), L"folder locator");
+    m_folderLocator.Open(Name);
 } catch (...) {
     ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_ApplicationName");
 }

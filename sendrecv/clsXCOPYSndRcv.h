@@ -7,6 +7,7 @@
 
 #include "com/Object.h"
 #include "com/Text.h"
+#include "common/FolderLocator.h"
 #include "sendrecv/Progress.h"
 #include "znTransporter.h"
 
@@ -74,7 +75,6 @@ private:
     std::wstring IZNMobileAdminProperties_Name();
     com::Variant IZNRegInCat_CategoriesToReg();
 
-    std::wstring FolderPath(bool enterprise, const wchar_t* kind) const;
     bool Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
                   const Progress& progress);
     bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, const Progress& progress);
@@ -90,5 +90,5 @@ private:
     Microsoft::WRL::ComPtr<IZNPropertySet> m_settings;
     bool m_bMobile = false;
     std::wstring m_sApplicationName;
-    Microsoft::WRL::ComPtr<IZNMobileFolders> m_folderLocator;
+    FolderLocator m_folderLocator;
 };

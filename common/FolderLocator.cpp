@@ -1,0 +1,16 @@
+#include "common/FolderLocator.h"
+
+#include "com/Return.h"
+#include "common/Framework.h"
+
+void FolderLocator::Open(const std::wstring& applicationName) {
+    m_locator = CreateFrameworkObject<ZNMobileFolders, IZNMobileFolders>();
+    com::Check(m_locator->put_ApplicationName(com::Bstr(applicationName).Get()), L"folder locator");
+}
+
+std::wstring FolderLocator::FolderPath(bool enterprise, const wchar_t* kind) const {
+    if (!m_locator)
+        throw com::Error(E_UNEXPECTED, L"The folder locator is missing: set ApplicationName before PropSet.");
+    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, m_locator.Get(),
+                                  enterprise ? VARIANT_TRUE : VARIANT_FALSE, com::Bstr(kind).Get());
+}

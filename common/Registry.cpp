@@ -1,0 +1,27 @@
+#include "common/Registry.h"
+
+#include <wrl/client.h>
+
+#include "com/Return.h"
+
+namespace {
+
+com::Variant Read(IZNRegistry* registry, const std::wstring& name, const com::Variant& missing) {
+    return com::Get<com::Variant>(&IZNRegistry::Read, registry, com::Bstr(name).Get(), missing.Get());
+}
+
+}  // namespace
+
+void OpenMachineKey(IZNRegistry* registry, ZNRegistryProduct product, const std::wstring& subKey) {
+    const auto hive = static_cast<LONG>(reinterpret_cast<LONG_PTR>(HKEY_LOCAL_MACHINE));
+    com::Check(registry->Open(hive, product, com::Bstr(subKey).Get()), L"registry key " + subKey);
+}
+
+std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std::wstring& missing) {
+    return Read(registry, name, com::Variant(missing)).Text();
+}
+
+LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, LONG missing) {
+    const com::Variant value = Read(registry, name, com::Variant(missing));
+    return value.Number(L"registry value " + name + L" = " + value.Text());
+}

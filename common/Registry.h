@@ -1,0 +1,15 @@
+// The framework's registry object as C++ values.
+#pragma once
+
+#include <string>
+
+#include "com/Text.h"
+#include "znSystem.h"
+
+/// Selects a key below HKEY_LOCAL_MACHINE for the reads and writes that follow. Throws a failure.
+void OpenMachineKey(IZNRegistry* registry, ZNRegistryProduct product, const std::wstring& subKey);
+
+/// A value of the key that is open, or the default when it is missing. Throws a failure; a value that is
+/// no number fails with DISP_E_TYPEMISMATCH.
+std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std::wstring& missing = {});
+LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, LONG missing);

@@ -1,0 +1,42 @@
+// Runs one command line as a child process without a window.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+class clsShell {
+public:
+    clsShell() = default;
+    clsShell(const clsShell&) = delete;
+    clsShell& operator=(const clsShell&) = delete;
+    /// Ends a process that still runs.
+    ~clsShell();
+
+    /// The whole command line: program and arguments.
+    void Command(std::wstring command) { m_sCommand = std::move(command); }
+    const std::wstring& Command() const noexcept { return m_sCommand; }
+
+    /// Starts the process. 0 when it could not be started; Wait then returns at once.
+    BOOL Execute();
+
+    /// Whether the process ended within a time.
+    bool Wait(DWORD Milliseconds);
+
+    /// As Wait for some seconds, in slices of 100 ms between which the host's window messages are
+    /// processed; even a time of 0 allows two slices.
+    bool WaitProcessingMessages(LONG Seconds);
+
+    /// Ends the process by force.
+    void Terminate();
+
+    /// Lets the process run on without its runner.
+    void Detach();
+
+private:
+    void CloseHandles();
+
+    std::wstring m_sCommand;
+    PROCESS_INFORMATION m_process{};
+    bool m_bRunning = false;
+};

@@ -1,0 +1,139 @@
+// What every encoder is: the binary contract of the encoder, administration and category interfaces, over
+// a few members that state the encoder's own behaviour.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <string>
+
+#include "com/Object.h"
+#include "com/Return.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+#include "znTransporter.h"
+
+/// DefaultInterface: the dual interface that scripts reach the encoder by.
+template <class DefaultInterface>
+class Encoder : public com::Object<com::Dual<DefaultInterface>, IZNEncoder, IZNEncoder2,
+                                   IZNMobileAdminProperties, IZNRegInCat> {
+public:
+    // IZNEncoder
+    STDMETHODIMP
+    Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) final {
+        com::Bstr producedFile;
+        return Encode(InFolder, OutFolder, FileName, producedFile.Put(), Success);
+    }
+    STDMETHODIMP
+    get_InExtension(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sInExtension; });
+    }
+    STDMETHODIMP
+    put_InExtension(BSTR Value) final {
+        return com::Call([&] { m_sInExtension = com::Text(Value); });
+    }
+    STDMETHODIMP
+    get_OutExtension(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sOutExtension; });
+    }
+    STDMETHODIMP
+    put_OutExtension(BSTR Value) final {
+        return com::Call([&] { m_sOutExtension = com::Text(Value); });
+    }
+    // IZNEncoder2
+    STDMETHODIMP
+    Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile, VARIANT_BOOL* Success) final {
+        return Run(&Encoder::IZNEncoder_Encode, InFolder, OutFolder, FileName, OutFile, Success);
+    }
+    STDMETHODIMP
+    get_PropSet(IZNPropertySet** Value) final {
+        return com::Return(Value, [&] { return IZNEncoder2_PropSet(); });
+    }
+    STDMETHODIMP
+    putref_PropSet(IZNPropertySet* Value) final {
+        return com::Call([&] { IZNEncoder2_PropSet(Value); });
+    }
+    STDMETHODIMP
+    get_ApplicationName(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sApplicationName; });
+    }
+    STDMETHODIMP
+    put_ApplicationName(BSTR Value) final {
+        return com::Call([&] { IZNEncoder2_ApplicationName(com::Text(Value)); });
+    }
+    // IZNEncoder and IZNEncoder2
+    STDMETHODIMP
+    Decode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile, VARIANT_BOOL* Success) final {
+        return Run(&Encoder::IZNEncoder_Decode, InFolder, OutFolder, FileName, OutFile, Success);
+    }
+    // IZNMobileAdminProperties
+    STDMETHODIMP
+    get_Name(BSTR* Value) final {
+        return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
+    }
+    STDMETHODIMP
+    get_HasProperties(VARIANT_BOOL* Value) final {
+        return com::Return(Value, [] { return false; });
+    }
+    STDMETHODIMP
+    Initialize(LONG, IUnknown*, IUnknown** Result) final {
+        return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
+    }
+    STDMETHODIMP
+    Execute(LONG, IUnknown** Result) final {
+        return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
+    }
+    // IZNRegInCat
+    STDMETHODIMP
+    get_CategoriesToReg(VARIANT* Value) final {
+        return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
+    }
+
+protected:
+    /// className: for error sources. nameEntry: the start-up service's entry with the display name.
+    Encoder(std::wstring className, LONG nameEntry, std::wstring outExtension)
+        : m_sOutExtension(std::move(outExtension)),
+          m_className(std::move(className)),
+          m_nameEntry(nameEntry) {}
+
+    virtual bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                                   const std::wstring& FileName, std::wstring& OutFile) = 0;
+    virtual bool IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                                   const std::wstring& FileName, std::wstring& OutFile) = 0;
+    virtual Microsoft::WRL::ComPtr<IZNPropertySet> IZNEncoder2_PropSet() = 0;
+    virtual void IZNEncoder2_PropSet(IZNPropertySet* Settings) = 0;
+    virtual void IZNEncoder2_ApplicationName(const std::wstring& Name) { m_sApplicationName = Name; }
+
+    /// "<class>.cls.<member>"
+    std::wstring Source(const wchar_t* member) const { return m_className + L".cls." + member; }
+
+    std::wstring m_sInExtension = L".mdb";
+    std::wstring m_sOutExtension;
+    std::wstring m_sApplicationName;
+
+private:
+    using Member = bool (Encoder::*)(const std::wstring&, const std::wstring&, const std::wstring&,
+                                     std::wstring&);
+
+    HRESULT Run(Member member, BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
+                VARIANT_BOOL* Success) {
+        if (!OutFile) return E_POINTER;
+        return com::Return(Success, [&] {
+            std::wstring outFile = com::Text(*OutFile);
+            const bool done =
+                (this->*member)(com::Text(InFolder), com::Text(OutFolder), com::Text(FileName), outFile);
+            com::Replace(OutFile, outFile);
+            return done;
+        });
+    }
+    std::wstring IZNMobileAdminProperties_Name() try { return StartupEntry(m_nameEntry); } catch (...) {
+        return StandardHandler(Source(L"IZNMobileAdminProperties_Name"), std::wstring());
+    }
+    com::Variant IZNRegInCat_CategoriesToReg() try {
+        return CategoryCollection(ZN_CATEGORY_ENCODER);
+    } catch (...) {
+        return StandardHandler(Source(L"IZNRegInCat_CategoriesToReg"), com::Variant());
+    }
+
+    const std::wstring m_className;
+    const LONG m_nameEntry;
+};

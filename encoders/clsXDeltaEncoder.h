@@ -1,0 +1,60 @@
+// Encoder that sends only a packet's difference against a reference file which both sides hold, made and
+// applied by the program xDelta.exe.
+#pragma once
+
+#include "common/FolderLocator.h"
+#include "encoders/Encoder.h"
+
+class clsXDeltaEncoder final : public Encoder<_clsXDeltaEncoder> {
+public:
+    /// Reads the defaults from the registry. Throws a failure.
+    clsXDeltaEncoder();
+
+    // _clsXDeltaEncoder
+    STDMETHODIMP
+    get_XDeltaUtilLocation(BSTR* Value) override;
+    STDMETHODIMP
+    put_XDeltaUtilLocation(BSTR Value) override;
+    STDMETHODIMP
+    get_ReferencePath(BSTR* Value) override;
+    STDMETHODIMP
+    put_ReferencePath(BSTR Value) override;
+    STDMETHODIMP
+    get_Timeout(LONG* Value) override;
+    STDMETHODIMP
+    put_Timeout(LONG Value) override;
+
+private:
+    /// What the name of an encoded file says: "<packet>~<reference>".
+    struct EncodedName {
+        std::wstring packet;
+        std::wstring reference;
+    };
+
+    bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                           const std::wstring& FileName, std::wstring& OutFile) override;
+    bool IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                           const std::wstring& FileName, std::wstring& OutFile) override;
+    Microsoft::WRL::ComPtr<IZNPropertySet> IZNEncoder2_PropSet() override;
+    void IZNEncoder2_PropSet(IZNPropertySet* Settings) override;
+    void IZNEncoder2_ApplicationName(const std::wstring& Name) override;
+
+    /// Takes all settings but the program's folder, which is returned. Reports failures.
+    std::wstring TakeSettings(IZNPropertySet* Settings);
+    void XDeltaUtilLocation(const std::wstring& Folder);
+    void ReferencePath(const std::wstring& File);
+    void UseReference(const std::wstring& file);
+    bool ValidRegistryKeys();
+    bool Refuse(const wchar_t* member, const std::wstring& why) const;
+    bool FailEncode(const std::wstring& command, const wchar_t* why, const std::wstring& target,
+                    const std::wstring& backup) const;
+    static EncodedName Split(const std::wstring& FileName);
+
+    const bool SupressMsg = false;
+    std::wstring m_sXDeltaUtilLocation;
+    LONG m_lTimeout = 0;  // seconds
+    std::wstring m_sReferencePath;
+    std::wstring m_sReferenceFolder;
+    bool m_bMobile = false;
+    FolderLocator m_folderLocator;
+};

@@ -1,0 +1,44 @@
+// Encoder that compresses packets by the program Zip.exe and restores them by Unzip.exe.
+#pragma once
+
+#include "encoders/Encoder.h"
+
+class clsZipEncoder final : public Encoder<_clsZipEncoder> {
+public:
+    /// Reads the defaults from the registry. Throws a failure.
+    clsZipEncoder();
+
+    // _clsZipEncoder
+    STDMETHODIMP
+    get_ZipUtilLocation(BSTR* Value) override;
+    STDMETHODIMP
+    put_ZipUtilLocation(BSTR Value) override;
+    STDMETHODIMP
+    get_CompressionLevel(LONG* Value) override;
+    STDMETHODIMP
+    put_CompressionLevel(LONG Value) override;
+    STDMETHODIMP
+    get_ZipTimeout(LONG* Value) override;
+    STDMETHODIMP
+    put_ZipTimeout(LONG Value) override;
+
+private:
+    bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                           const std::wstring& FileName, std::wstring& OutFile) override;
+    bool IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
+                           const std::wstring& FileName, std::wstring& OutFile) override;
+    Microsoft::WRL::ComPtr<IZNPropertySet> IZNEncoder2_PropSet() override;
+    void IZNEncoder2_PropSet(IZNPropertySet* Settings) override;
+
+    bool ProgramExists(const wchar_t* Program);
+    std::wstring ProgramPath(const wchar_t* Program) const;
+    std::wstring ZipCommand(const std::wstring& workFile, const std::wstring& source) const;
+    bool Zip(const std::wstring& source, const std::wstring& workFile) const;
+    void ReportLateWorkFile(const std::wstring& workFile, int seconds) const;
+
+    const bool SupressMsg = false;
+    std::wstring m_sZipUtilLocation;
+    LONG m_lCompressionLevel = 0;
+    LONG m_lZipTimeout = 0;  // seconds
+    bool m_missingProgramReported = false;
+};
