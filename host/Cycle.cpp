@@ -1,6 +1,7 @@
 #include "host/Cycle.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "com/Error.h"
@@ -8,8 +9,16 @@
 #include "host/Archive.h"
 #include "host/Interrupt.h"
 #include "host/Progress.h"
+#include "host/TravelName.h"
 
 namespace {
+
+using Sizes = std::map<std::wstring, std::uint64_t>;  // by packet, in capitals
+
+std::optional<std::uint64_t> Find(const Sizes& sizes, const std::wstring& packet) {
+    const auto found = sizes.find(com::Upper(packet));
+    return found == sizes.end() ? std::nullopt : std::optional(found->second);
+}
 
 /// One call to the transport: done, or why not.
 struct Attempt {
@@ -35,17 +44,23 @@ private:
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
     void DeliverNext(const std::wstring& subFolder, const std::wstring& destination,
                      std::set<std::wstring>& names, std::wstring& reason);
+    void ReportDelivered(const std::wstring& subFolder, const std::wstring& name,
+                         const std::wstring& reason = {});
     void ReportDelivery(const Files::Entry& file, const std::set<std::wstring>& names,
                         const std::wstring& reason);
 
     template <class Call>
     Attempt Try(Call&& call) const;
     std::wstring Reason() const;
-    void Report(Direction direction, const Files::Entry& file, PacketState state,
-                const std::wstring& reason = {});
+    void ReportOut(const Files::Entry& file, PacketState state, const std::wstring& reason = {});
+    void ReportTravelling(Direction direction, const Files::Entry& file, PacketState state,
+                          const std::wstring& reason = {});
+    Files::Entry PacketIn(const Files::Entry& file) const;
 
     Session& m_session;
     const Settings& m_settings;
+    Sizes m_added;     // of the packets that left the outbox
+    Sizes m_received;  // of the files that hold them
     CycleResult m_result;
 };
 
@@ -73,9 +88,31 @@ std::wstring Cycle::Reason() const {
     return Interrupt::Requested() ? L"stopped before its turn" : LogReference(m_settings);
 }
 
-void Cycle::Report(Direction direction, const Files::Entry& file, PacketState state,
-                   const std::wstring& reason) {
-    m_result.outcomes.push_back({direction, file.Relative(), file.size, state, reason});
+/// Reports a packet that is still what it was in the outbox.
+void Cycle::ReportOut(const Files::Entry& file, PacketState state, const std::wstring& reason) {
+    m_result.outcomes.push_back({.direction = Direction::Out,
+                                 .packet = file.Relative(),
+                                 .size = file.size,
+                                 .travelSize = {},
+                                 .state = state,
+                                 .reason = reason});
+}
+
+/// Reports a packet by the file that holds it on its way.
+void Cycle::ReportTravelling(Direction direction, const Files::Entry& file, PacketState state,
+                             const std::wstring& reason) {
+    const Files::Entry packet = PacketIn(file);
+    const auto size = packet.name == file.name ? std::optional(file.size) : Find(m_added, packet.Relative());
+    m_result.outcomes.push_back({.direction = direction,
+                                 .packet = packet.Relative(),
+                                 .size = size,
+                                 .travelSize = file.size,
+                                 .state = state,
+                                 .reason = reason});
+}
+
+Files::Entry Cycle::PacketIn(const Files::Entry& file) const {
+    return {file.subFolder, PacketOf(m_settings, file.name), file.size};
 }
 
 // --- Sending ----------------------------------------------------------------------------------------
@@ -87,13 +124,16 @@ void Cycle::AddOutbox() {
 
 void Cycle::AddFile(const Files::Entry& file) {
     const std::wstring path = Files::Join(m_settings.outbox, file.Relative());
+    if (file.size == 0 && IsEncoded(m_settings, file.name))
+        return ReportOut(file, PacketState::NotAdded, L"it is empty, and encoded packets must not be");
     const Attempt added = Try([&] { return !Interrupt::Requested() && m_session.Add(path, file.subFolder); });
-    if (!added.done) return Report(Direction::Out, file, PacketState::NotAdded, added.reason);
+    if (!added.done) return ReportOut(file, PacketState::NotAdded, added.reason);
+    m_added[com::Upper(file.Relative())] = file.size;
     const Attempt left = Try([&] {
         LeaveOutbox(m_settings.outbox, file, m_settings.sent);
         return true;
     });
-    if (!left.done) Report(Direction::Out, file, PacketState::InOutbox, left.reason);
+    if (!left.done) ReportOut(file, PacketState::InOutbox, left.reason);
 }
 
 void Cycle::Transfer() {
@@ -108,9 +148,9 @@ void Cycle::Transfer() {
 void Cycle::ReportSending(const std::vector<Files::Entry>& waiting) {
     for (const Files::Entry& file : waiting) {
         if (Files::FileExists(Files::Join(m_settings.send, file.Relative())))
-            Report(Direction::Out, file, PacketState::Waiting, Reason());
+            ReportTravelling(Direction::Out, file, PacketState::Waiting, Reason());
         else
-            Report(Direction::Out, file, PacketState::Sent);
+            ReportTravelling(Direction::Out, file, PacketState::Sent);
     }
 }
 
@@ -126,7 +166,7 @@ std::vector<Files::Entry> Cycle::OfferedFiles() const try {
 void Cycle::ReportReceiving(const std::vector<Files::Entry>& offered) {
     for (const Files::Entry& file : offered)
         if (Files::FileExists(Files::Join(m_settings.remoteReceive, file.Relative())))
-            Report(Direction::In, file, PacketState::NotReceived, Reason());
+            ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
     if (Files::FileExists(m_settings.remoteReceive)) {
         m_result.transferred = false;
         m_result.transferReason = m_settings.remoteReceive + L" is a file, not a folder";
@@ -141,6 +181,8 @@ void Cycle::DeliverAll() {
 void Cycle::DeliverFolder(const std::wstring& subFolder) {
     const std::vector<Files::Entry> files = Files::FilesIn(m_settings.receive, subFolder);
     if (files.empty()) return;
+    for (const Files::Entry& file : files)
+        m_received[com::Upper(PacketIn(file).Relative())] = file.size;
     std::wstring reason = Reason();
     const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
     for (const Files::Entry& file : files)
@@ -171,22 +213,33 @@ void Cycle::DeliverNext(const std::wstring& subFolder, const std::wstring& desti
         if (!received.delivered) return false;
         const std::wstring name = Files::FileName(received.path);
         names.insert(com::Upper(name));
-        Report(Direction::In, {subFolder, name, Files::Size(Files::Join(destination, name))},
-               PacketState::Delivered);
+        ReportDelivered(subFolder, name);
         return true;
     });
     if (!attempt.done) reason = attempt.reason;
+}
+
+void Cycle::ReportDelivered(const std::wstring& subFolder, const std::wstring& name,
+                            const std::wstring& reason) {
+    const Files::Entry packet{subFolder, name, 0};
+    m_result.outcomes.push_back({.direction = Direction::In,
+                                 .packet = packet.Relative(),
+                                 .size = Files::Size(Files::Join(m_settings.inbox, packet.Relative())),
+                                 .travelSize = Find(m_received, packet.Relative()),
+                                 .state = PacketState::Delivered,
+                                 .reason = reason});
 }
 
 /// Reports a received file that no call handed out as delivered.
 void Cycle::ReportDelivery(const Files::Entry& file, const std::set<std::wstring>& names,
                            const std::wstring& reason) {
     if (Files::FileExists(Files::Join(m_settings.receive, file.Relative())))
-        return Report(Direction::In, file, PacketState::NotDelivered, reason);
+        return ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
     // Delivered all the same: only the removal of its predecessor failed.
-    if (!names.contains(com::Upper(file.name)) &&
-        Files::FileExists(Files::Join(m_settings.inbox, file.Relative())))
-        Report(Direction::In, file, PacketState::Delivered, reason);
+    const Files::Entry packet = PacketIn(file);
+    if (!names.contains(com::Upper(packet.name)) &&
+        Files::FileExists(Files::Join(m_settings.inbox, packet.Relative())))
+        ReportDelivered(packet.subFolder, packet.name, reason);
 }
 
 }  // namespace

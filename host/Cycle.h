@@ -1,6 +1,7 @@
 // One transport cycle: the outbox is added, packets are sent and received, received ones are delivered.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,10 @@ enum class PacketState {
 
 struct Outcome {
     Direction direction;
-    std::wstring packet;  ///< path below the outbox, send folder or receive folder
-    std::uint64_t size = 0;
+    std::wstring packet;  ///< path below the outbox, or below the inbox once it is there
+    std::optional<std::uint64_t>
+        size;  ///< bytes; unknown for a packet of an earlier cycle that waits encoded
+    std::optional<std::uint64_t> travelSize;  ///< bytes of the file that travels, where there was one
     PacketState state;
     std::wstring reason;
 };

@@ -41,11 +41,16 @@ void RefuseExisting(const std::wstring& folder) {
         throw SettingsError({folder + L" exists already; name a folder that does not."});
 }
 
+std::map<std::wstring, std::wstring> Hashes(const std::wstring& outbox,
+                                            const std::vector<std::wstring>& packets) {
+    std::map<std::wstring, std::wstring> hashes;
+    for (const std::wstring& packet : packets)
+        hashes[packet] = Sha256(Files::Join(outbox, packet));
+    return hashes;
+}
+
 Crossing Prepare(const std::wstring& title, const Settings& from, const Settings& to, unsigned seed) {
-    Crossing crossing{title, to.inbox, {}};
-    for (const std::wstring& packet : WriteDemoPackets(from.outbox, to.inbox, seed))
-        crossing.hashes[packet] = Sha256(Files::Join(from.outbox, packet));
-    return crossing;
+    return {title, to.inbox, Hashes(from.outbox, WriteDemoPackets(from.outbox, to.inbox, seed))};
 }
 
 void RunSide(const std::wstring& title, const Settings& settings) {
@@ -78,21 +83,56 @@ Score Compare(const Crossing& crossing) {
     return score;
 }
 
+Score operator+(const Score& left, const Score& right) {
+    return {left.delivered + right.delivered, left.lost + right.lost};
+}
+
+/// Both directions, packets compressed.
+Score ExchangeZipped(const Settings& field, const Settings& enterprise) {
+    const Crossing up = Prepare(L"Field computer -> enterprise", field, enterprise, 1);
+    const Crossing down = Prepare(L"Enterprise -> field computer", enterprise, field, 1001);
+    RunSide(L"The field computer sends, zipped", field);
+    RunSide(L"The enterprise receives and sends, zipped", enterprise);
+    RunSide(L"The field computer receives", field);
+    return Compare(up) + Compare(down);
+}
+
+/// Keeps a packet that a side has as its reference for differences.
+Settings WithReference(Settings settings, const std::wstring& packet, const std::wstring& folder) {
+    const std::wstring reference = Files::Join(folder, L"survey-1.AXR");
+    Files::CreateFolders(folder);
+    FileSystem::CopyFile(packet, reference);
+    settings.encoder = EncoderKind::XDelta;
+    settings.xdelta.properties.emplace_back(L"REFERENCE_PATH", reference);
+    return settings;
+}
+
+/// The survey again, changed: only its difference against the one that both sides hold travels.
+Score SendDifference(const Settings& field, const Settings& enterprise, const std::wstring& folder) {
+    const wchar_t* const name = L"survey.mdb";
+    const std::wstring packet = Files::Join(field.outbox, name);
+    const std::wstring sentBefore = Files::Join(field.sent, name);
+    const std::wstring receivedBefore = Files::Join(enterprise.inbox, name);
+    if (Interrupt::Requested() || !Files::FileExists(sentBefore) || !Files::FileExists(receivedBefore))
+        return {};
+    FileSystem::CopyFile(sentBefore, packet);
+    ChangeDatabase(packet, 2);
+    const Crossing up{L"Field computer -> enterprise", enterprise.inbox, Hashes(field.outbox, {name})};
+    RunSide(L"The field computer sends what changed in survey.mdb",
+            WithReference(field, sentBefore, Files::Join(folder, L"field\\references")));
+    RunSide(L"The enterprise receives it",
+            WithReference(enterprise, receivedBefore, Files::Join(folder, L"enterprise\\references")));
+    return Compare(up);
+}
+
 Score Exchange(const std::wstring& folder) {
     const Installation made = CreateInstallation(folder);
     const Settings field = ReadSettings(made.fieldSettings);
     const Settings enterprise = ReadSettings(made.enterpriseSettings);
-    const Crossing up = Prepare(L"Field computer -> enterprise", field, enterprise, 1);
-    const Crossing down = Prepare(L"Enterprise -> field computer", enterprise, field, 1001);
-
+    CheckPrograms(field, made.fieldSettings);
     const ComApartment apartment;
-    RunSide(L"The field computer sends", field);
-    RunSide(L"The enterprise receives and sends", enterprise);
-    RunSide(L"The field computer receives", field);
-
-    const Score first = Compare(up);
-    const Score second = Compare(down);
-    return {first.delivered + second.delivered, first.lost + second.lost};
+    const Score zipped = ExchangeZipped(field, enterprise);
+    return zipped + SendDifference(field, enterprise, folder);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <random>
 
 #include "com/Error.h"
@@ -9,21 +10,36 @@
 
 namespace {
 
-constexpr std::uint64_t kDatabaseSize = 64ull << 20;
+constexpr size_t kPageSize = 4096;
+constexpr std::uint64_t kSurveyPages = (64ull << 20) / kPageSize;
 
-void WriteBinary(const std::wstring& path, std::uint64_t size, unsigned seed) {
-    const Files::FileHandle file = Files::Open(path, GENERIC_WRITE, CREATE_NEW);
-    std::mt19937_64 random(seed);
-    std::vector<std::uint64_t> block((1 << 20) / sizeof(std::uint64_t));
-    for (std::uint64_t left = size; left > 0;) {
-        std::ranges::generate(block, [&] { return random(); });
-        const auto part =
-            static_cast<DWORD>(std::min<std::uint64_t>(left, block.size() * sizeof(std::uint64_t)));
-        DWORD written = 0;
-        if (!WriteFile(file.get(), block.data(), part, &written, nullptr))
-            com::ThrowWin32(GetLastError(), path);
-        left -= part;
+constexpr const char* kWords[] = {"pole",        "cable",    "meter", "valve",     "transformer",
+                                  "inspected",   "replaced", "rusty", "Lindenweg", "Bahnhofstrasse",
+                                  "street lamp", "closed",   "open",  "good"};
+
+/// A page of a database: records of words and measured values, and the space that they leave.
+std::string MakePage(std::uint64_t number, std::mt19937& random) {
+    std::string page = "PAGE" + std::to_string(number) + ";";
+    while (page.size() < kPageSize * 3 / 4) {
+        for (int word = 0; word < 4; ++word)
+            page.append(kWords[random() % std::size(kWords)]).append(" ");
+        page += std::to_string(random()) + ";" + std::to_string(random() % 1000) + "\n";
     }
+    page.resize(kPageSize);
+    return page;
+}
+
+void WritePage(HANDLE file, const std::string& page, const std::wstring& path) {
+    DWORD written = 0;
+    if (!WriteFile(file, page.data(), static_cast<DWORD>(page.size()), &written, nullptr))
+        com::ThrowWin32(GetLastError(), path);
+}
+
+void WriteDatabase(const std::wstring& path, std::uint64_t pages, unsigned seed) {
+    const Files::FileHandle file = Files::Open(path, GENERIC_WRITE, CREATE_NEW);
+    std::mt19937 random(seed);
+    for (std::uint64_t number = 0; number < pages; ++number)
+        WritePage(file.get(), MakePage(number, random), path);
 }
 
 std::string XmlText(unsigned seed) {
@@ -36,16 +52,30 @@ std::string XmlText(unsigned seed) {
 std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std::wstring& otherInbox,
                                            unsigned seed) {
     const auto path = [&](const wchar_t* name) { return Files::Join(outbox, name); };
-    WriteBinary(path(L"survey.mdb"), kDatabaseSize, seed);
+    WriteDatabase(path(L"survey.mdb"), kSurveyPages, seed);
     Files::WriteNew(path(L"Größen.xml"), XmlText(seed));
-    Files::WriteNew(path(L"empty.mdb"), "");
-    WriteBinary(path(L"work order 17.mdb"), 300'000, seed + 1);
-    WriteBinary(path(L"4711~2.mdb"), 12'345, seed + 2);
+    Files::WriteNew(path(L"empty.xml"), "");
+    WriteDatabase(path(L"work order 17.mdb"), 75, seed + 1);
+    WriteDatabase(path(L"4711~2.mdb"), 3, seed + 2);
     Files::CreateFolders(path(L"district 5"));
-    WriteBinary(path(L"district 5\\poles.mdb"), 70'001, seed + 3);
+    WriteDatabase(path(L"district 5\\poles.mdb"), 17, seed + 3);
     Files::WriteNew(Files::Join(otherInbox, L"settings.xml"), "<settings version=\"older\"/>\n");
     Files::WriteNew(path(L"settings.xml"), "<settings version=\"" + std::to_string(seed) + "\"/>\n");
-    return {L"survey.mdb",        L"Größen.xml", L"empty.mdb",
+    return {L"survey.mdb",        L"Größen.xml", L"empty.xml",
             L"work order 17.mdb", L"4711~2.mdb", L"district 5\\poles.mdb",
             L"settings.xml"};
+}
+
+void ChangeDatabase(const std::wstring& path, unsigned seed) {
+    constexpr std::uint64_t kStep = 100;
+    const std::uint64_t pages = Files::Size(path) / kPageSize;
+    const Files::FileHandle file = Files::Open(path, GENERIC_WRITE, OPEN_EXISTING);
+    std::mt19937 random(seed);
+    for (std::uint64_t number = random() % kStep; number < pages; number += kStep) {
+        LARGE_INTEGER position;
+        position.QuadPart = static_cast<LONGLONG>(number * kPageSize);
+        if (!SetFilePointerEx(file.get(), position, nullptr, FILE_BEGIN))
+            com::ThrowWin32(GetLastError(), path);
+        WritePage(file.get(), MakePage(number, random), path);
+    }
 }

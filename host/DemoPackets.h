@@ -8,3 +8,6 @@
 /// inbox. Returns their paths, relative to the outbox. seed: makes the content differ between sides.
 std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std::wstring& otherInbox,
                                            unsigned seed);
+
+/// Rewrites one page of each hundred of a database packet, as a day's work would.
+void ChangeDatabase(const std::wstring& path, unsigned seed);

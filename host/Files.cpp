@@ -77,6 +77,12 @@ std::wstring FullPath(const std::wstring& base, const std::wstring& path) {
 
 std::wstring CurrentFolder() { return FileSystem::FullPath(L"."); }
 
+std::wstring ProgramFolder() {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return ParentFolder(path);
+}
+
 std::wstring TemporaryFolder() {
     std::wstring path(MAX_PATH + 1, L'\0');
     path.resize(GetTempPathW(static_cast<DWORD>(path.size()), path.data()));

@@ -30,6 +30,8 @@ using Path::ParentFolder;
 /// An absolute path; a relative one is taken from base.
 std::wstring FullPath(const std::wstring& base, const std::wstring& path);
 std::wstring CurrentFolder();
+/// Folder of the running program.
+std::wstring ProgramFolder();
 std::wstring TemporaryFolder();
 
 using FileSystem::FileExists;

@@ -11,20 +11,25 @@
 
 namespace {
 
+/// Values that differ from the keys' own, by title of the key.
 using Values = std::map<std::wstring, std::wstring>;
 
 Values ValuesOf(const std::wstring& side, const std::wstring& otherSide) {
-    return {{L"role", side},
-            {L"application", L"znTransporter"},
-            {L"user_interface", L"no"},
-            {L"outbox", side + L"\\outbox"},
-            {L"sent", side + L"\\sent"},
-            {L"inbox", side + L"\\inbox"},
-            {L"send", side + L"\\send"},
-            {L"receive", side + L"\\receive"},
-            {L"remote_send", L"share\\to-" + otherSide},
-            {L"remote_receive", L"share\\to-" + side},
-            {L"file", side + L".log"}};
+    return {{L"[host] role", side},
+            {L"[host] encoder", L"zip"},
+            {L"[folders] outbox", side + L"\\outbox"},
+            {L"[folders] sent", side + L"\\sent"},
+            {L"[folders] inbox", side + L"\\inbox"},
+            {L"[folders] send", side + L"\\send"},
+            {L"[folders] receive", side + L"\\receive"},
+            {L"[folders] remote_send", L"share\\to-" + otherSide},
+            {L"[folders] remote_receive", L"share\\to-" + side},
+            {L"[log] file", side + L".log"}};
+}
+
+std::wstring ValueOf(const SettingsKey& key, const Values& values) {
+    const auto found = values.find(key.Title());
+    return found == values.end() ? key.fallback : found->second;
 }
 
 constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or relative to this file.\n\n";
@@ -32,7 +37,7 @@ constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or r
 std::string SettingsText(const Values& values) {
     CSimpleIniW ini(true);
     for (const SettingsKey& key : SettingsKeys())
-        ini.SetValue(key.section, key.name, values.at(key.name).c_str(), key.comment);
+        ini.SetValue(key.section, key.name, ValueOf(key, values).c_str(), key.comment);
     std::string text;
     ini.Save(text);
     return kHeading + text;
@@ -40,7 +45,7 @@ std::string SettingsText(const Values& values) {
 
 void CreateSide(const std::wstring& folder, const Values& values) {
     for (const SettingsKey& key : SettingsKeys())
-        if (key.kind == ValueKind::Folder) Files::CreateFolders(Files::Join(folder, values.at(key.name)));
+        if (key.kind == ValueKind::Folder) Files::CreateFolders(Files::Join(folder, ValueOf(key, values)));
 }
 
 void RefuseExisting(const std::wstring& file) {

@@ -29,11 +29,27 @@ const wchar_t* Text(PacketState state) {
     return L"";
 }
 
+std::wstring Text(std::optional<std::uint64_t> size) { return size ? Grouped(*size) : L"-"; }
+
+/// What the file that travels is of the packet, in percent with one decimal.
+std::wstring Ratio(const Outcome& outcome) {
+    if (!outcome.travelSize || outcome.size.value_or(0) == 0) return L"-";
+    const std::uint64_t permille = (*outcome.travelSize * 1000 + *outcome.size / 2) / *outcome.size;
+    return std::to_wstring(permille / 10) + L"." + std::to_wstring(permille % 10) + L" %";
+}
+
 void PrintPackets(const std::vector<Outcome>& outcomes) {
-    Table table({{L"Direction"}, {L"Packet"}, {L"Size", Table::Align::Right}, {L"State"}, {L"Reason"}});
+    using enum Table::Align;
+    Table table({{L"Direction"},
+                 {L"Packet"},
+                 {L"Size", Right},
+                 {L"Travels as", Right},
+                 {L"Ratio", Right},
+                 {L"State"},
+                 {L"Reason"}});
     for (const Outcome& outcome : outcomes)
-        table.Add({Text(outcome.direction), outcome.packet, Grouped(outcome.size), Text(outcome.state),
-                   outcome.reason});
+        table.Add({Text(outcome.direction), outcome.packet, Text(outcome.size), Text(outcome.travelSize),
+                   Ratio(outcome), Text(outcome.state), outcome.reason});
     if (!table.IsEmpty()) table.Print();
 }
 

@@ -8,12 +8,6 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-std::wstring ProgramFolder() {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return Files::ParentFolder(path);
-}
-
 /// What the program needs beside it, and does not find there.
 std::wstring MissingFiles(const std::wstring& folder) {
     std::wstring names;
@@ -24,7 +18,7 @@ std::wstring MissingFiles(const std::wstring& folder) {
 }
 
 [[noreturn]] void ThrowMissing(const wchar_t* component, const com::Error& error) {
-    const std::wstring folder = ProgramFolder();
+    const std::wstring folder = Files::ProgramFolder();
     com::Failure failure = error.failure();
     failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
                           failure.description +
@@ -65,6 +59,8 @@ private:
     ComPtr<IZNPropertySet> m_set;
 };
 
+const wchar_t* Mobile(const Settings& settings) { return settings.role == Role::Field ? L"TRUE" : L"FALSE"; }
+
 /// The library asks the framework while it starts, so this comes before any other object.
 void ConfigureFramework(const Settings& settings) {
     const auto host = Create<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
@@ -86,8 +82,30 @@ ComApartment::~ComApartment() { CoUninitialize(); }
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
     m_transporter = Create<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
+    AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, settings.zip,
+                              settings.encoder == EncoderKind::Zip, L"Unzip.exe");
+    AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings, settings.xdelta,
+                                 settings.encoder == EncoderKind::XDelta, L"xDelta.exe");
     CreateSenderReceiver(settings);
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
+}
+
+/// Every encoder decodes what comes in, where its program is there; only the chosen one also encodes.
+template <class Class>
+void Session::AddEncoder(const wchar_t* component, const Settings& settings,
+                         const EncoderSettings& encoderSettings, bool encodes,
+                         const wchar_t* decodingProgram) {
+    if (!encodes && !Files::FileExists(Files::Join(encoderSettings.programFolder, decodingProgram))) return;
+    const auto encoder = Create<Class, IZNEncoder>(component);
+    const auto configurable = As<IZNEncoder2>(encoder);
+    com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
+    PropertySet properties;
+    for (const auto& [name, value] : encoderSettings.properties)
+        properties.With(name.c_str(), value);
+    properties.With(L"MOBILE", Mobile(settings));
+    com::Check(configurable->putref_PropSet(properties.Get()), component);
+    if (!encodes) com::Check(encoder->put_InExtension(nullptr));
+    com::Check(m_transporter->putref_Encoder(encoder.Get()));
 }
 
 /// The name comes before the settings, whose defaults depend on it; the remote folders come last, and for
@@ -97,7 +115,7 @@ void Session::CreateSenderReceiver(const Settings& settings) {
     const auto configurable = As<IZNSenderReceiver2>(m_senderReceiver);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet local;
-    local.With(L"MOBILE", settings.role == Role::Field ? L"TRUE" : L"FALSE")
+    local.With(L"MOBILE", Mobile(settings))
         .With(L"LOCAL_SEND_FOLDER", settings.send)
         .With(L"LOCAL_RECEIVE_FOLDER", settings.receive)
         .With(L"REMOTE_SEND_FOLDER", settings.remoteSend)

@@ -39,6 +39,9 @@ public:
     Received DeliverNext(const std::wstring& destination);
 
 private:
+    template <class Class>
+    void AddEncoder(const wchar_t* component, const Settings& settings,
+                    const EncoderSettings& encoderSettings, bool encodes, const wchar_t* decodingProgram);
     void CreateSenderReceiver(const Settings& settings);
 
     Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;

@@ -31,6 +31,11 @@ std::wstring KeysOf(std::wstring_view section) {
     return Listed(names);
 }
 
+bool IsNumber(const std::wstring& value) {
+    return !value.empty() && value.size() <= 6 &&
+           value.find_first_not_of(L"0123456789") == std::wstring::npos;
+}
+
 /// One settings file on its way to checked values.
 class Reader {
 public:
@@ -45,6 +50,8 @@ private:
     void ReadValue(const SettingsKey& key);
     void CheckValue(const SettingsKey& key, const std::wstring& value);
     void CheckApart();
+    EncoderKind Encoder() const;
+    EncoderSettings EncoderSection(const wchar_t* section, const wchar_t* folderKey) const;
     std::wstring Value(const wchar_t* section, const wchar_t* name) const;
     void Complain(const std::wstring& problem) { m_problems.push_back(m_file + L": " + problem); }
     void ThrowProblems() const {
@@ -70,6 +77,9 @@ Settings Reader::Read() {
                 com::EqualsIgnoringCase(Value(L"host", L"role"), L"field") ? Role::Field : Role::Enterprise,
             .applicationName = Value(L"host", L"application"),
             .userInterface = com::EqualsIgnoringCase(Value(L"host", L"user_interface"), L"yes"),
+            .encoder = Encoder(),
+            .zip = EncoderSection(L"zip", L"zip_util_location"),
+            .xdelta = EncoderSection(L"xdelta", L"xdelta_util_location"),
             .outbox = Value(L"folders", L"outbox"),
             .sent = Value(L"folders", L"sent"),
             .inbox = Value(L"folders", L"inbox"),
@@ -128,8 +138,7 @@ void Reader::ReadValue(const SettingsKey& key) {
     if (value.empty() && key.presence == Presence::Required) return Complain(key.Title() + L" has no value");
     if (value.empty()) value = key.fallback;
     CheckValue(key, value);
-    if (key.kind != ValueKind::Text && !value.empty())
-        value = Files::FullPath(Files::ParentFolder(m_file), value);
+    if (IsPath(key.kind) && !value.empty()) value = Files::FullPath(Files::ParentFolder(m_file), value);
     m_values[&key] = value;
 }
 
@@ -138,7 +147,9 @@ void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
         key.allowed, [&](const std::wstring& allowed) { return com::EqualsIgnoringCase(allowed, value); });
     if (!key.allowed.empty() && !isAllowed)
         Complain(key.Title() + L" = " + value + L": the value must be one of: " + Listed(key.allowed));
-    if (key.kind != ValueKind::Text && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
+    if (key.kind == ValueKind::Number && !IsNumber(value))
+        Complain(key.Title() + L" = " + value + L": the value must be a whole number from 0 to 999999");
+    if (IsPath(key.kind) && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
         Complain(key.Title() + L" = " + value + L": the path holds a character that no path may hold");
 }
 
@@ -162,6 +173,28 @@ void Reader::CheckApart() {
 
 std::wstring Reader::Value(const wchar_t* section, const wchar_t* name) const {
     return m_values.at(FindSettingsKey(section, name));
+}
+
+EncoderKind Reader::Encoder() const {
+    const std::wstring name = Value(L"host", L"encoder");
+    if (com::EqualsIgnoringCase(name, L"zip")) return EncoderKind::Zip;
+    return com::EqualsIgnoringCase(name, L"xdelta") ? EncoderKind::XDelta : EncoderKind::None;
+}
+
+/// The keys of an encoder's section are its property set's names in small letters.
+EncoderSettings Reader::EncoderSection(const wchar_t* section, const wchar_t* folderKey) const {
+    EncoderSettings settings{.inExtension = Value(section, L"in_extension"),
+                             .outExtension = Value(section, L"out_extension"),
+                             .programFolder = Value(section, folderKey),
+                             .properties = {}};
+    for (const auto& [key, value] : m_values)
+        if (com::EqualsIgnoringCase(key->section, section) && !value.empty())
+            settings.properties.emplace_back(com::Upper(key->name), value);
+    if (settings.programFolder.empty()) {
+        settings.programFolder = Files::ProgramFolder();
+        settings.properties.emplace_back(com::Upper(folderKey), settings.programFolder);
+    }
+    return settings;
 }
 
 std::wstring Complaint(const std::wstring& file, const wchar_t* section, const wchar_t* name,
@@ -188,6 +221,20 @@ void CheckFolders(const Settings& settings, const std::wstring& file) {
         problems.push_back(
             Complaint(file, L"folders", L"outbox", settings.outbox, L"there is no such folder"));
     if (!problems.empty()) throw SettingsError(problems);
+}
+
+void CheckPrograms(const Settings& settings, const std::wstring& file) {
+    const auto check = [&](const EncoderSettings& encoder, const wchar_t* section, const wchar_t* key,
+                           const wchar_t* program) {
+        if (!Files::FileExists(Files::Join(encoder.programFolder, program)))
+            throw SettingsError({Complaint(file, section, key, encoder.programFolder,
+                                           std::wstring(L"there is no ") + program +
+                                               L" in this folder; copy it there, name its folder, or set "
+                                               L"[host] encoder = none")});
+    };
+    if (settings.encoder == EncoderKind::Zip) check(settings.zip, L"zip", L"zip_util_location", L"Zip.exe");
+    if (settings.encoder == EncoderKind::XDelta)
+        check(settings.xdelta, L"xdelta", L"xdelta_util_location", L"xDelta.exe");
 }
 
 void CheckLogFile(const Settings& settings, const std::wstring& file) try {

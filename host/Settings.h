@@ -3,15 +3,29 @@
 
 #include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 enum class Role { Field, Enterprise };
+
+enum class EncoderKind { None, Zip, XDelta };
+
+/// One encoder: what the host itself needs to know, and its property set as names and values.
+struct EncoderSettings {
+    std::wstring inExtension;
+    std::wstring outExtension;
+    std::wstring programFolder;
+    std::vector<std::pair<std::wstring, std::wstring>> properties;
+};
 
 /// All paths are absolute.
 struct Settings {
     Role role = Role::Field;
     std::wstring applicationName;
     bool userInterface = false;
+    EncoderKind encoder = EncoderKind::None;  ///< of packets that are sent
+    EncoderSettings zip;
+    EncoderSettings xdelta;
     std::wstring outbox;
     std::wstring sent;  ///< empty when sent files are not kept
     std::wstring inbox;
@@ -39,5 +53,7 @@ Settings ReadSettings(const std::wstring& file);
 
 /// Looks at the disk: local folders are no files, the outbox is there. Throws SettingsError.
 void CheckFolders(const Settings& settings, const std::wstring& file);
+/// The programs that the chosen encoder needs are there. Throws SettingsError.
+void CheckPrograms(const Settings& settings, const std::wstring& file);
 /// The log file can be written. Throws SettingsError.
 void CheckLogFile(const Settings& settings, const std::wstring& file);

@@ -11,14 +11,20 @@ enum class Presence {
     Optional,
 };
 
-enum class ValueKind { Text, Folder, File };
+enum class ValueKind {
+    Text,
+    Number,
+    File,
+    Folder,         ///< of packets: no two of them may overlap
+    ProgramFolder,  ///< of external programs
+};
 
 struct SettingsKey {
     const wchar_t* section;
     const wchar_t* name;
     Presence presence;
     ValueKind kind;
-    std::vector<std::wstring> allowed;  ///< all values that a Text may have; empty for any
+    std::vector<std::wstring> allowed;  ///< all values that are possible; empty for any
     const wchar_t* fallback;            ///< of an optional key
     const wchar_t* comment;             ///< lines that explain the key in a new settings file
 
@@ -27,6 +33,8 @@ struct SettingsKey {
 };
 
 std::span<const SettingsKey> SettingsKeys();
+/// Whether the value is a path, which may be relative to the settings file.
+bool IsPath(ValueKind kind);
 /// Names of all sections, each once.
 std::vector<std::wstring> SettingsSections();
 /// Null when there is no such key; names are compared in any letter case.

@@ -35,6 +35,7 @@ int Init(const std::wstring& folder) {
 Settings UsableSettings(const std::wstring& file) {
     Settings settings = ReadSettings(file);
     CheckFolders(settings, file);
+    CheckPrograms(settings, file);
     CheckLogFile(settings, file);
     return settings;
 }

@@ -52,8 +52,8 @@ class Outcome:
         rows = {}
         for line in self.output.splitlines():
             cells = re.split(r"\s{2,}", line.strip())
-            if cells[0] in ("out", "in") and len(cells) >= 4:
-                rows[cells[0], cells[1].replace("\\", "/")] = cells[3]
+            if cells[0] in ("out", "in") and len(cells) >= 6:
+                rows[cells[0], cells[1].replace("\\", "/")] = cells[5]
         return rows
 
     def __str__(self):
@@ -120,6 +120,8 @@ class HostTest(unittest.TestCase):
         self.assertEqual(outcome.code, 0, outcome)
         self.field = Side(root, "field")
         self.enterprise = Side(root, "enterprise")
+        for side in (self.field, self.enterprise):
+            side.change("encoder", "none")
         self.to_enterprise = root / "share" / "to-enterprise"
         self.to_field = root / "share" / "to-field"
         self.ledger = []

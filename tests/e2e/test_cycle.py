@@ -99,7 +99,7 @@ class ProgramTest(support.unittest.TestCase):
         self.assertEqual(outcome.code, 0, outcome)
         lines = outcome.output.splitlines()
         self.assertRegex(lines[0], r"\b(32|64)-bit\b")
-        self.assertEqual(lines[-1], "demo: 14 packets delivered, 0 lost")
+        self.assertEqual(lines[-1], "demo: 15 packets delivered, 0 lost")
         self.assertFalse(folder.exists())
 
     def test_demo_keeps_its_folder_when_asked(self):
@@ -123,6 +123,7 @@ class ProgramTest(support.unittest.TestCase):
     def test_missing_libraries_are_named(self):
         shutil.copy(support.BIN / "znhost.exe", self.scratch)
         run("init", windows(self.scratch / "pair"))
+        support.Side(self.scratch / "pair", "field").change("encoder", "none")
         packet = self.scratch / "pair" / "field" / "outbox" / "a.mdb"
         packet.write_bytes(b"packet")
         outcome = run("run", windows(self.scratch / "pair" / "field.ini"),

@@ -1,0 +1,25 @@
+#include "host/TravelName.h"
+
+#include "com/Text.h"
+
+namespace {
+
+bool HasExtension(const std::wstring& name, const std::wstring& extension) {
+    return name.size() > extension.size() &&
+           com::EqualsIgnoringCase(std::wstring_view(name).substr(name.size() - extension.size()), extension);
+}
+
+}  // namespace
+
+bool IsEncoded(const Settings& settings, const std::wstring& fileName) {
+    if (settings.encoder == EncoderKind::None) return false;
+    const EncoderSettings& encoder = settings.encoder == EncoderKind::Zip ? settings.zip : settings.xdelta;
+    return HasExtension(fileName, encoder.inExtension);
+}
+
+std::wstring PacketOf(const Settings& settings, const std::wstring& fileName) {
+    if (HasExtension(fileName, settings.zip.outExtension))
+        return fileName.substr(0, fileName.size() - settings.zip.outExtension.size());
+    if (HasExtension(fileName, settings.xdelta.outExtension)) return fileName.substr(0, fileName.rfind(L'~'));
+    return fileName;
+}
