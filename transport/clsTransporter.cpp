@@ -5,10 +5,23 @@
 #include "common/Path.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "transport/PacketName.h"
 
 using com::Call;
 using com::Return;
 using com::Text;
+
+namespace {
+
+/// What goes wrong with backups never disturbs the host: a member that fails answers with its default.
+template <class Behaviour>
+auto Quietly(Behaviour&& behaviour) -> decltype(behaviour()) try {
+    return behaviour();
+} catch (...) {
+    return decltype(behaviour())();
+}
+
+}  // namespace
 
 std::optional<std::wstring> clsTransporter::FileList::Next() {
     if (next >= files.size()) return std::nullopt;
@@ -146,6 +159,7 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
         return false;
     }
     if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
+    if (m_bBackupEnabled && FileSystem::FolderExists(LocalReceiveFolder())) TakeBackup(*file);
     const Delivery delivery = Deliver(*file, DestinationFolder);
     FileName = delivery.fileName;
     return delivery.done;
@@ -196,6 +210,81 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
     }
     if (replaces) FileSystem::DeleteFile(previous);
     return {true, target};
+}
+
+// --- Backups ----------------------------------------------------------------------------------------
+
+std::wstring clsTransporter::BackupFolder() const { return LocalReceiveFolder() + L"\\Backup"; }
+
+std::optional<std::wstring> clsTransporter::BackupOf(const std::wstring& PacketId) const {
+    return m_bBackupEnabled ? m_backups.Find(PacketId) : std::nullopt;
+}
+
+/// The copy's path below the backup folder is that of the file below the receive folder.
+void clsTransporter::TakeBackup(const std::wstring& file) {
+    const std::wstring backup = BackupFolder() + file.substr(LocalReceiveFolder().size());
+    const std::wstring parent = Path::ParentFolder(backup);
+    if (!FileSystem::FolderExists(parent)) CreateFolders(parent, SupressMsg);
+    if (!FileSystem::FolderExists(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;
+    FileSystem::CopyFile(file, backup);
+    const std::wstring id = GetPacketId(Path::FileName(file));
+    if (!id.empty()) m_backups.Add(id, backup);
+}
+
+/// A folder's own files come before those of its sub-folders.
+void clsTransporter::AddToList(const std::wstring& Folder) try {
+    if (!FileSystem::FolderExists(Folder)) return;
+    const FileSystem::Listing listing = FileSystem::List(Folder);
+    for (const FileSystem::FileEntry& file : listing.files) {
+        const std::wstring id = GetPacketId(file.name);
+        if (id.empty() || m_backups.Add(id, Path::Join(Folder, file.name))) continue;
+        Report(
+            L"clsTransporter.cls.AddToList\r\nPacket id " + id +
+                L" is represented by multiple files in the backup folder " + Folder +
+                L".\r\nThis is often due to using several different compression methods on the same packet.",
+            ZN_EVENTLOG_WARNING_TYPE);
+    }
+    for (const std::wstring& subFolder : listing.folders)
+        AddToList(Path::Join(Folder, subFolder));
+} catch (...) {
+    ReportCurrentError(L"clsTransporter.cls.AddToList");
+}
+
+void clsTransporter::IZNTransporter2_Reset() {
+    if (!m_bBackupEnabled || !m_senderReceiver) return;
+    m_backups.Clear();
+    AddToList(BackupFolder());
+}
+
+std::wstring clsTransporter::IZNTransporter2_Next() {
+    return m_bBackupEnabled ? m_backups.NextId().value_or(L"") : std::wstring();
+}
+
+bool clsTransporter::IZNTransporter2_BackupExists(const std::wstring& PacketId) const {
+    return BackupOf(PacketId).has_value();
+}
+
+/// The entry stays: the id is known until the next Reset.
+bool clsTransporter::IZNTransporter2_DestroyBackup(const std::wstring& PacketId) {
+    const std::optional<std::wstring> backup = BackupOf(PacketId);
+    if (!backup) return false;
+    if (FileSystem::FileExists(*backup)) FileSystem::DeleteFile(*backup, FileSystem::ReadOnlyFiles::Delete);
+    return true;
+}
+
+/// Back to where the packet was received, which must still be the receive folder.
+bool clsTransporter::IZNTransporter2_RestoreBackup(const std::wstring& PacketId) {
+    const std::optional<std::wstring> backup = BackupOf(PacketId);
+    if (!backup || !FileSystem::FileExists(*backup)) return false;
+    const std::wstring folder = BackupFolder();
+    if (!com::EqualsIgnoringCase(backup->substr(0, folder.size()), folder)) return false;
+    const std::wstring received = LocalReceiveFolder() + backup->substr(folder.size());
+    const std::wstring parent = Path::ParentFolder(received);
+    if (!FileSystem::FolderExists(parent)) CreateFolders(parent, SupressMsg);
+    if (!FileSystem::FolderExists(parent)) return false;
+    if (FileSystem::FileExists(received)) FileSystem::DeleteFile(received, FileSystem::ReadOnlyFiles::Delete);
+    FileSystem::MoveFile(*backup, received);
+    return true;
 }
 
 // --- Binary contract --------------------------------------------------------------------------------
@@ -261,16 +350,34 @@ clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) {
     });
 }
 STDMETHODIMP
-clsTransporter::get_BackupEnabled(VARIANT_BOOL*) { return E_NOTIMPL; }
+clsTransporter::get_BackupEnabled(VARIANT_BOOL* Value) {
+    return Return(Value, [&] { return m_bBackupEnabled; });
+}
 STDMETHODIMP
-clsTransporter::put_BackupEnabled(VARIANT_BOOL) { return E_NOTIMPL; }
+clsTransporter::put_BackupEnabled(VARIANT_BOOL Value) {
+    m_bBackupEnabled = Value != VARIANT_FALSE;
+    return S_OK;
+}
 STDMETHODIMP
-clsTransporter::Reset() { return E_NOTIMPL; }
+clsTransporter::Reset() {
+    return Call([&] { Quietly([&] { IZNTransporter2_Reset(); }); });
+}
 STDMETHODIMP
-clsTransporter::Next(BSTR*) { return E_NOTIMPL; }
+clsTransporter::Next(BSTR* PacketId) {
+    return Return(PacketId, [&] { return Quietly([&] { return IZNTransporter2_Next(); }); });
+}
 STDMETHODIMP
-clsTransporter::BackupExists(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }
+clsTransporter::BackupExists(BSTR PacketId, VARIANT_BOOL* Result) {
+    return Return(Result,
+                  [&] { return Quietly([&] { return IZNTransporter2_BackupExists(Text(PacketId)); }); });
+}
 STDMETHODIMP
-clsTransporter::RestoreBackup(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }
+clsTransporter::RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) {
+    return Return(Result,
+                  [&] { return Quietly([&] { return IZNTransporter2_RestoreBackup(Text(PacketId)); }); });
+}
 STDMETHODIMP
-clsTransporter::DestroyBackup(BSTR, VARIANT_BOOL*) { return E_NOTIMPL; }
+clsTransporter::DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) {
+    return Return(Result,
+                  [&] { return Quietly([&] { return IZNTransporter2_DestroyBackup(Text(PacketId)); }); });
+}

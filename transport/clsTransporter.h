@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "com/Object.h"
+#include "transport/BackupMap.h"
 #include "znTransporter.h"
 
 class clsTransporter final : public com::Object<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
@@ -73,6 +74,12 @@ private:
     LONG IZNTransporter_ResetLocalSendFiles(const std::wstring& SubFolder);
     bool IZNTransporter_NextLocalSendFile(std::wstring& FileName);
 
+    void IZNTransporter2_Reset();
+    std::wstring IZNTransporter2_Next();
+    bool IZNTransporter2_BackupExists(const std::wstring& PacketId) const;
+    bool IZNTransporter2_RestoreBackup(const std::wstring& PacketId);
+    bool IZNTransporter2_DestroyBackup(const std::wstring& PacketId);
+
     bool SenderReceiverSet(std::wstring_view Source) const;
     std::wstring LocalSendFolder() const;
     std::wstring LocalReceiveFolder() const;
@@ -82,6 +89,10 @@ private:
     Delivery Deliver(const std::wstring& file, const std::wstring& destinationFolder);
     Delivery Decode(const std::wstring& file, const std::wstring& destinationFolder);
     static Delivery MoveUnchanged(const std::wstring& file, const std::wstring& destinationFolder);
+    std::wstring BackupFolder() const;
+    std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
+    void TakeBackup(const std::wstring& file);
+    void AddToList(const std::wstring& Folder);
 
     const bool SupressMsg = false;
     EncoderList m_sendEncoders;
@@ -90,4 +101,6 @@ private:
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
     FileList m_sendList;
     FileList m_receiveList;
+    bool m_bBackupEnabled = false;
+    BackupMap m_backups;
 };
