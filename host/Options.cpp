@@ -17,10 +17,11 @@ constexpr const char* kDescription =
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  znhost init C:\\Transport              two installations to start from\n"
-    "  znhost run C:\\Transport\\field.ini     one cycle of the field computer\n"
-    "  znhost list C:\\Transport\\field.ini    what waits there\n"
-    "  znhost demo                           see packets travel in both directions\n\n"
+    "  znhost init C:\\Transport               two installations to start from\n"
+    "  znhost run C:\\Transport\\field.ini      one cycle of the field computer\n"
+    "  znhost list C:\\Transport\\field.ini     what waits there\n"
+    "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
+    "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
 constexpr const char* kVersion = "znhost " ZN_VERSION " (" ZN_BITS "-bit)";
@@ -45,6 +46,25 @@ std::string Trimmed(std::string text) {
     const std::string what = unknown.empty() ? "" : "\"" + unknown.front() + "\" is no command. ";
     Console::ErrorLine(com::FromUtf8("znhost: " + what + Trimmed(err.str())));
     throw Ended{kBadUsage};
+}
+
+void AddBackupOptions(CLI::App& backups, BackupRequest& request) {
+    const auto take = [&request](BackupAction action) {
+        return [&request, action](const std::string& id) { request = {action, com::FromUtf8(id)}; };
+    };
+    CLI::Option* const restore =
+        backups
+            .add_option_function<std::string>("--restore", take(BackupAction::Restore),
+                                              "Put a packet back into the receive folder")
+            ->type_name("ID");
+    CLI::Option* const restoreAll = backups.add_flag_callback(
+        "--restore-all", [&request] { request.action = BackupAction::RestoreAll; },
+        "Put every packet back into the receive folder");
+    CLI::Option* const destroy =
+        backups.add_option_function<std::string>("--destroy", take(BackupAction::Destroy), "Delete a backup")
+            ->type_name("ID");
+    restore->excludes(restoreAll, destroy);
+    restoreAll->excludes(destroy);
 }
 
 }  // namespace
@@ -76,6 +96,10 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         Command::List)
         ->add_option("SETTINGS", path, "Settings file")
         ->required();
+    CLI::App* const backups =
+        add("backups", "List the received packets that have a backup, or use one.", Command::Backups);
+    backups->add_option("SETTINGS", path, "Settings file")->required();
+    AddBackupOptions(*backups, options.backup);
     CLI::App* const demo =
         add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
             Command::Demo);
@@ -91,7 +115,8 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     try {
         app.parse(reversed);
         // Asked for only now, so that a mistyped command is named instead.
-        if (app.get_subcommands().empty()) throw CLI::RequiredError("A command (init, run, list or demo)");
+        if (app.get_subcommands().empty())
+            throw CLI::RequiredError("A command (init, run, list, backups or demo)");
     } catch (const CLI::ParseError& error) {
         End(app, error);
     }

@@ -4,11 +4,14 @@
 #include <string>
 #include <vector>
 
-enum class Command { Init, Run, List, Demo };
+#include "host/Backups.h"
+
+enum class Command { Init, Run, List, Backups, Demo };
 
 struct Options {
     Command command = Command::Run;
     std::wstring path;  ///< folder of init and demo, settings file of the others; empty where it is optional
+    BackupRequest backup;
     bool keep = false;  ///< demo: leave the scratch folder
 };
 

@@ -82,6 +82,8 @@ ComApartment::~ComApartment() { CoUninitialize(); }
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
     m_transporter = Create<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
+    m_backups = As<IZNTransporter2>(m_transporter);
+    com::Check(m_backups->put_BackupEnabled(settings.backups ? VARIANT_TRUE : VARIANT_FALSE));
     AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, settings.zip,
                               settings.encoder == EncoderKind::Zip, L"Unzip.exe");
     AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings, settings.xdelta,
@@ -160,4 +162,23 @@ Received Session::DeliverNext(const std::wstring& destination) {
     VARIANT_BOOL delivered = VARIANT_FALSE;
     com::Check(m_transporter->NextLocalReceiveFile(com::Bstr(destination).Get(), file.Put(), &delivered));
     return {delivered != VARIANT_FALSE, file.Text()};
+}
+
+std::vector<std::wstring> Session::PacketsWithBackup() {
+    com::Check(m_backups->put_BackupEnabled(VARIANT_TRUE));
+    com::Check(m_backups->Reset());
+    std::vector<std::wstring> packetIds;
+    for (;;) {
+        std::wstring id = com::Get<std::wstring>(&IZNTransporter2::Next, m_backups.Get());
+        if (id.empty()) return packetIds;
+        packetIds.push_back(std::move(id));
+    }
+}
+
+bool Session::RestoreBackup(const std::wstring& packetId) {
+    return com::Get<bool>(&IZNTransporter2::RestoreBackup, m_backups.Get(), com::Bstr(packetId).Get());
+}
+
+bool Session::DestroyBackup(const std::wstring& packetId) {
+    return com::Get<bool>(&IZNTransporter2::DestroyBackup, m_backups.Get(), com::Bstr(packetId).Get());
 }

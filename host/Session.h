@@ -37,6 +37,11 @@ public:
     /// Starts the list of received files of a sub-folder anew and returns their number.
     LONG ResetReceived(const std::wstring& subFolder);
     Received DeliverNext(const std::wstring& destination);
+    /// Ids of the packets in the backup folder, whether or not the settings ask for new backups.
+    std::vector<std::wstring> PacketsWithBackup();
+    /// False when no backup of the packet can be used; PacketsWithBackup comes first.
+    bool RestoreBackup(const std::wstring& packetId);
+    bool DestroyBackup(const std::wstring& packetId);
 
 private:
     template <class Class>
@@ -45,5 +50,6 @@ private:
     void CreateSenderReceiver(const Settings& settings);
 
     Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
+    Microsoft::WRL::ComPtr<IZNTransporter2> m_backups;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
 };

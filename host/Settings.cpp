@@ -77,6 +77,7 @@ Settings Reader::Read() {
                 com::EqualsIgnoringCase(Value(L"host", L"role"), L"field") ? Role::Field : Role::Enterprise,
             .applicationName = Value(L"host", L"application"),
             .userInterface = com::EqualsIgnoringCase(Value(L"host", L"user_interface"), L"yes"),
+            .backups = com::EqualsIgnoringCase(Value(L"host", L"backups"), L"yes"),
             .encoder = Encoder(),
             .zip = EncoderSection(L"zip", L"zip_util_location"),
             .xdelta = EncoderSection(L"xdelta", L"xdelta_util_location"),

@@ -23,6 +23,7 @@ struct Settings {
     Role role = Role::Field;
     std::wstring applicationName;
     bool userInterface = false;
+    bool backups = false;
     EncoderKind encoder = EncoderKind::None;  ///< of packets that are sent
     EncoderSettings zip;
     EncoderSettings xdelta;

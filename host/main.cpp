@@ -58,6 +58,13 @@ int List(const std::wstring& file) {
     return kAllDelivered;
 }
 
+int Backups(const std::wstring& file, const BackupRequest& request) {
+    const Settings settings = UsableSettings(file);
+    const ComApartment apartment;
+    Session session(settings);
+    return HandleBackups(session, request);
+}
+
 int Execute(const Options& options) {
     switch (options.command) {
     case Command::Init:
@@ -66,6 +73,8 @@ int Execute(const Options& options) {
         return Run(Absolute(options.path));
     case Command::List:
         return List(Absolute(options.path));
+    case Command::Backups:
+        return Backups(Absolute(options.path), options.backup);
     case Command::Demo:
         return RunDemo(options.path.empty() ? L"" : Absolute(options.path), options.keep);
     }

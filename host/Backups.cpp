@@ -1,0 +1,56 @@
+#include "host/Backups.h"
+
+#include "host/Console.h"
+#include "host/ExitCode.h"
+#include "host/Table.h"
+
+namespace {
+
+int List(const std::vector<std::wstring>& packetIds) {
+    for (const std::wstring& id : packetIds)
+        Console::Line(id);
+    Console::Line(Counted(packetIds.size(), L"packet") + L" with a backup");
+    return kAllDelivered;
+}
+
+int Refuse(const std::wstring& packetId) {
+    Console::ErrorLine(L"znhost: there is no backup of packet " + packetId +
+                       L" that can be used; \"znhost backups SETTINGS\" lists those that there are");
+    return kSomethingLeft;
+}
+
+int Restore(Session& session, const std::wstring& packetId) {
+    if (!session.RestoreBackup(packetId)) return Refuse(packetId);
+    Console::Line(L"Packet " + packetId + L" is in the receive folder again; the next run delivers it.");
+    return kAllDelivered;
+}
+
+int RestoreAll(Session& session, const std::vector<std::wstring>& packetIds) {
+    int code = kAllDelivered;
+    for (const std::wstring& id : packetIds)
+        if (Restore(session, id) != kAllDelivered) code = kSomethingLeft;
+    return code;
+}
+
+int Destroy(Session& session, const std::wstring& packetId) {
+    if (!session.DestroyBackup(packetId)) return Refuse(packetId);
+    Console::Line(L"The backup of packet " + packetId + L" is deleted.");
+    return kAllDelivered;
+}
+
+}  // namespace
+
+int HandleBackups(Session& session, const BackupRequest& request) {
+    const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
+    switch (request.action) {
+    case BackupAction::List:
+        return List(packetIds);
+    case BackupAction::Restore:
+        return Restore(session, request.packetId);
+    case BackupAction::RestoreAll:
+        return RestoreAll(session, packetIds);
+    case BackupAction::Destroy:
+        return Destroy(session, request.packetId);
+    }
+    return kBadUsage;
+}
