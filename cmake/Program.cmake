@@ -14,9 +14,11 @@ function(zn_add_version TARGET DESCRIPTION)
   target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc)
 endfunction()
 
-# Embeds a manifest that lets the program create the classes of the assemblies without registration.
-# zn_add_program_manifest(TARGET [ASSEMBLY...])
-function(zn_add_program_manifest TARGET)
+# Embeds a manifest as resource NUMBER. Number 1 is in force while the program runs; a program that names
+# ASSEMBLIES there creates their classes without registration, and does not start without them. Under another
+# number the program activates the manifest itself.
+# zn_add_program_manifest(TARGET NUMBER [ASSEMBLY...])
+function(zn_add_program_manifest TARGET NUMBER)
   set(PROGRAM ${TARGET})
   set(PROGRAM_ASSEMBLIES "")
   foreach(assembly ${ARGN})
@@ -25,11 +27,12 @@ function(zn_add_program_manifest TARGET)
            " processorArchitecture=\"${ZN_ASSEMBLY_ARCHITECTURE}\"/>\n"
            "    </dependentAssembly>\n  </dependency>\n")
   endforeach()
-  set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}.exe.manifest)
+  set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_${NUMBER}.manifest)
+  set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest_${NUMBER}.rc)
   configure_file(${CMAKE_SOURCE_DIR}/cmake/program.manifest.in ${manifest} @ONLY)
-  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc "#include <winuser.h>\n1 RT_MANIFEST \"${manifest}\"\n")
-  target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc)
-  set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest.rc PROPERTIES OBJECT_DEPENDS ${manifest})
+  file(WRITE ${rc} "#include <winuser.h>\n${NUMBER} RT_MANIFEST \"${manifest}\"\n")
+  target_sources(${TARGET} PRIVATE ${rc})
+  set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS ${manifest})
 endfunction()
 
 # A DLL that serves COM classes: com's entry points, its type libraries, its manifest.

@@ -5,6 +5,7 @@
 #include <map>
 #include <vector>
 
+#include "host/Apartment.h"
 #include "host/Console.h"
 #include "host/Cycle.h"
 #include "host/DemoPackets.h"

@@ -76,9 +76,6 @@ const com::ModuleDescription& com::ThisModule() {
     return description;
 }
 
-ComApartment::ComApartment() { com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM"); }
-ComApartment::~ComApartment() { CoUninitialize(); }
-
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
     m_transporter = Create<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");

@@ -9,15 +9,6 @@
 #include "host/Settings.h"
 #include "znTransporter.h"
 
-/// COM in the calling thread; everything that is made of COM lives inside its life time.
-class ComApartment {
-public:
-    ComApartment();
-    ComApartment(const ComApartment&) = delete;
-    ComApartment& operator=(const ComApartment&) = delete;
-    ~ComApartment();
-};
-
 /// What came of one received file.
 struct Received {
     bool delivered = false;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "com/Error.h"
+#include "host/Apartment.h"
 #include "host/Console.h"
 #include "host/Cycle.h"
 #include "host/Demo.h"

@@ -1,0 +1,33 @@
+#include "host/Apartment.h"
+
+#include <objbase.h>
+
+#include "com/Error.h"
+
+namespace {
+
+constexpr WORD kAssembliesManifest = 2;  // number of the resource
+
+/// The assemblies are no part of the program's own manifest: without them it would not even start to say so.
+HANDLE AssembliesContext() {
+    ACTCTXW description{};
+    description.cbSize = sizeof description;
+    description.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID | ACTCTX_FLAG_HMODULE_VALID;
+    description.hModule = GetModuleHandleW(nullptr);
+    description.lpResourceName = MAKEINTRESOURCEW(kAssembliesManifest);
+    return CreateActCtxW(&description);
+}
+
+}  // namespace
+
+ComApartment::ComApartment() {
+    com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM");
+    m_context = AssembliesContext();
+    if (m_context != INVALID_HANDLE_VALUE) ActivateActCtx(m_context, &m_cookie);
+}
+
+ComApartment::~ComApartment() {
+    if (m_cookie) DeactivateActCtx(0, m_cookie);
+    CoUninitialize();
+    if (m_context != INVALID_HANDLE_VALUE) ReleaseActCtx(m_context);
+}
