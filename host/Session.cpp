@@ -166,7 +166,7 @@ std::vector<std::wstring> Session::PacketsWithBackup() {
     com::Check(m_backups->Reset());
     std::vector<std::wstring> packetIds;
     for (;;) {
-        std::wstring id = com::Get<std::wstring>(&IZNTransporter2::Next, m_backups.Get());
+        auto id = com::Get<std::wstring>(&IZNTransporter2::Next, m_backups.Get());
         if (id.empty()) return packetIds;
         packetIds.push_back(std::move(id));
     }
