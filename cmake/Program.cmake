@@ -1,4 +1,18 @@
-# Version and manifest resources, the same for every DLL and program.
+# What DLLs and programs share: headers from Debian, version and manifest resources.
+
+# Debian's header-only libraries lie in /usr/include, beside headers of the build machine that must not
+# reach a cross compiler: links show the compiler these libraries alone.
+function(zn_use_system_headers TARGET)
+  set(folder ${CMAKE_CURRENT_BINARY_DIR}/system_headers)
+  file(MAKE_DIRECTORY ${folder})
+  foreach(name ${ARGN})
+    if(NOT EXISTS /usr/include/${name})
+      message(FATAL_ERROR "/usr/include/${name} is missing: run tools/setup")
+    endif()
+    file(CREATE_LINK /usr/include/${name} ${folder}/${name} SYMBOLIC)
+  endforeach()
+  target_include_directories(${TARGET} SYSTEM PRIVATE ${folder})
+endfunction()
 
 # zn_add_version(TARGET DESCRIPTION)
 function(zn_add_version TARGET DESCRIPTION)

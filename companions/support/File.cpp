@@ -1,0 +1,53 @@
+#include "companions/support/File.h"
+
+#include <algorithm>
+
+namespace companions {
+
+namespace {
+
+/// Always the same name for the same file, so that what a crash leaves is replaced the next time and does not
+/// pile up.
+std::filesystem::path TemporaryName(const std::filesystem::path& path) {
+    // Names are limited to 255 characters: room for the suffix.
+    constexpr std::size_t kLongest = 230;
+    const std::filesystem::path name = path.filename().native().substr(0, kLongest);
+    return path.parent_path() / (name.native() + std::filesystem::path(".unfinished").native());
+}
+
+}  // namespace
+
+std::size_t MemorySource::ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const {
+    if (offset >= m_bytes.size()) return 0;
+    const auto rest = m_bytes.subspan(static_cast<std::size_t>(offset));
+    const std::size_t count = std::min(rest.size(), buffer.size());
+    std::copy_n(rest.begin(), count, buffer.begin());
+    return count;
+}
+
+OutputFile::OutputFile(const std::filesystem::path& path)
+    : m_path(path), m_temporary(TemporaryName(path)), m_file(NativeFile::Create(m_temporary)) {}
+
+OutputFile::~OutputFile() {
+    m_file.Close();
+    if (!m_committed) Remove(m_temporary);
+}
+
+void OutputFile::Write(std::span<const std::uint8_t> bytes) {
+    m_file.WriteAt(m_size, bytes);
+    m_size += bytes.size();
+}
+
+void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    m_file.WriteAt(offset, bytes);
+    m_size = std::max(m_size, offset + bytes.size());
+}
+
+void OutputFile::Commit() {
+    m_file.Keep();
+    m_file.Close();
+    Rename(m_temporary, m_path);
+    m_committed = true;
+}
+
+}  // namespace companions

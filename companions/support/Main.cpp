@@ -1,0 +1,41 @@
+#include <windows.h>
+
+#include <new>
+
+#include "com/Text.h"
+#include "companions/support/Error.h"
+#include "companions/support/Program.h"
+#include "host/Console.h"
+
+namespace {
+
+using namespace companions;
+
+int Failed(const std::string& message, ExitCode exitCode) {
+    Console::ErrorLine(com::FromUtf8(std::string(kProgram.name) + ": " + message));
+    return exitCode;
+}
+
+}  // namespace
+
+namespace companions {
+
+void Print(const std::string& line) { Console::Line(com::FromUtf8(line)); }
+
+}  // namespace companions
+
+int wmain(int count, wchar_t** texts) try {
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i)
+        arguments.push_back(com::ToUtf8(texts[i]));
+    kProgram.run(arguments);
+    return kDone;
+} catch (const Ended&) {
+    return kDone;
+} catch (const UsageError& error) {
+    return Failed(std::string(error.what()) + "\nRun it with --help for more information.", kBadUsage);
+} catch (const std::bad_alloc&) {
+    return Failed("out of memory; close other programs, and try again", kFailed);
+} catch (const std::exception& error) {
+    return Failed(error.what(), kFailed);
+}

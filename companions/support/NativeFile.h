@@ -1,0 +1,51 @@
+// The system's file functions, which File.h is made of. One implementation for each system.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <span>
+
+namespace companions {
+
+/// A moment in the resolution of Windows file times.
+using FileTime = std::chrono::sys_time<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>;
+
+/// An open file; every failure is an Error that names it. Paths may be of any length.
+class NativeFile {
+public:
+    static NativeFile Open(const std::filesystem::path& path);
+    /// Replaces an existing file. Nobody else can open the file until it is closed, and the system removes it
+    /// when the process ends before Keep, however it ends (where the system can do so: on Windows).
+    static NativeFile Create(const std::filesystem::path& path);
+    NativeFile(NativeFile&& other) noexcept;
+    NativeFile& operator=(NativeFile&&) = delete;
+    ~NativeFile();
+
+    std::uint64_t Size() const;
+    FileTime ModificationTime() const;
+    void SetModificationTime(FileTime time);
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
+    void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+    /// Brings everything to the disk and lets the file outlive the process.
+    void Keep();
+    void Close() noexcept;
+
+private:
+#ifdef _WIN32
+    using Handle = void*;
+#else
+    using Handle = int;
+#endif
+    NativeFile(std::filesystem::path path, Handle handle) : m_path(std::move(path)), m_handle(handle) {}
+
+    std::filesystem::path m_path;
+    Handle m_handle;
+};
+
+/// Replaces a file at the destination in one step: whoever looks sees the old one or the new one.
+void Rename(const std::filesystem::path& source, const std::filesystem::path& destination);
+void Remove(const std::filesystem::path& path) noexcept;
+
+}  // namespace companions
