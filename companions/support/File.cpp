@@ -43,11 +43,22 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> byt
     m_size = std::max(m_size, offset + bytes.size());
 }
 
+void OutputFile::Truncate(std::uint64_t size) {
+    m_file.Truncate(size);
+    m_size = size;
+}
+
 void OutputFile::Commit() {
     m_file.Keep();
     m_file.Close();
     Rename(m_temporary, m_path);
     m_committed = true;
+}
+
+void CreateFolders(const std::filesystem::path& path) {
+    if (path.empty() || FolderExists(path)) return;
+    CreateFolders(path.parent_path());
+    CreateFolder(path);
 }
 
 }  // namespace companions

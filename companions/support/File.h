@@ -39,6 +39,7 @@ public:
     void Write(std::span<const std::uint8_t> bytes) override;
     /// Replaces bytes that were written before.
     void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+    void Truncate(std::uint64_t size);
     std::uint64_t Size() const { return m_size; }
     /// After the last Write, which would change it again.
     void SetModificationTime(FileTime time) { m_file.SetModificationTime(time); }
@@ -51,5 +52,8 @@ private:
     std::uint64_t m_size = 0;
     bool m_committed = false;
 };
+
+/// Creates a folder with those above it, as far as they are missing.
+void CreateFolders(const std::filesystem::path& path);
 
 }  // namespace companions

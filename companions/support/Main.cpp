@@ -20,6 +20,8 @@ int Failed(const std::string& message, ExitCode exitCode) {
 
 namespace companions {
 
+std::filesystem::path ToPath(const std::string& argument) { return com::FromUtf8(argument); }
+
 void Print(const std::string& line) { Console::Line(com::FromUtf8(line)); }
 
 }  // namespace companions

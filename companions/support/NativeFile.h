@@ -28,6 +28,7 @@ public:
     void SetModificationTime(FileTime time);
     std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
     void WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+    void Truncate(std::uint64_t size);
     /// Brings everything to the disk and lets the file outlive the process.
     void Keep();
     void Close() noexcept;
@@ -46,6 +47,9 @@ private:
 
 /// Replaces a file at the destination in one step: whoever looks sees the old one or the new one.
 void Rename(const std::filesystem::path& source, const std::filesystem::path& destination);
+bool Exists(const std::filesystem::path& path) noexcept;
+bool FolderExists(const std::filesystem::path& path) noexcept;
+void CreateFolder(const std::filesystem::path& path);
 void Remove(const std::filesystem::path& path) noexcept;
 
 }  // namespace companions

@@ -90,6 +90,10 @@ void NativeFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> byt
     }
 }
 
+void NativeFile::Truncate(std::uint64_t size) {
+    if (ftruncate(m_handle, static_cast<off_t>(size)) != 0) Throw("write", m_path);
+}
+
 void NativeFile::Keep() {
     if (fsync(m_handle) != 0) Throw("write", m_path);
 }
@@ -100,6 +104,17 @@ void NativeFile::Close() noexcept {
 
 void Rename(const std::filesystem::path& source, const std::filesystem::path& destination) {
     if (rename(source.c_str(), destination.c_str()) != 0) Throw("replace", destination);
+}
+
+bool Exists(const std::filesystem::path& path) noexcept { return access(path.c_str(), F_OK) == 0; }
+
+bool FolderExists(const std::filesystem::path& path) noexcept {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+void CreateFolder(const std::filesystem::path& path) {
+    if (mkdir(path.c_str(), 0777) != 0) Throw("create", path);
 }
 
 void Remove(const std::filesystem::path& path) noexcept { unlink(path.c_str()); }

@@ -149,6 +149,13 @@ void NativeFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> byt
     }
 }
 
+void NativeFile::Truncate(std::uint64_t size) {
+    LARGE_INTEGER end;
+    end.QuadPart = static_cast<LONGLONG>(size);
+    if (!SetFilePointerEx(m_handle, end, nullptr, FILE_BEGIN) || !SetEndOfFile(m_handle))
+        Throw("write", m_path, GetLastError());
+}
+
 void NativeFile::Keep() {
     if (!FlushFileBuffers(m_handle)) Throw("write", m_path, GetLastError());
     SetRemovedWhenClosed(m_handle, false);
@@ -162,6 +169,18 @@ void Rename(const std::filesystem::path& source, const std::filesystem::path& de
     if (!MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(),
                      MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
         Throw("replace", destination, GetLastError());
+}
+
+bool Exists(const std::filesystem::path& path) noexcept {
+    return FileSystem::FileExists(path.native()) || FolderExists(path);
+}
+
+bool FolderExists(const std::filesystem::path& path) noexcept {
+    return FileSystem::FolderExists(path.native());
+}
+
+void CreateFolder(const std::filesystem::path& path) {
+    if (!CreateDirectoryW(Extended(path).c_str(), nullptr)) Throw("create", path, GetLastError());
 }
 
 void Remove(const std::filesystem::path& path) noexcept try {

@@ -1,6 +1,7 @@
 // What the programs share around their work: arguments, messages, exit codes.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ struct Ended {};
 
 /// Reads the command line. Throws Ended after --help and --version, and UsageError.
 void Parse(CLI::App& app, const std::vector<std::string>& arguments);
+
+/// The path that an argument names.
+std::filesystem::path ToPath(const std::string& argument);
 
 void Print(const std::string& line);
 

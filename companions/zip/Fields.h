@@ -1,0 +1,75 @@
+// Records of little-endian fields, as archives consist of.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "companions/support/Error.h"
+
+namespace companions::zip {
+
+/// The archive is damaged, or is none, or uses what is not understood here.
+class FormatError : public Error {
+    using Error::Error;
+};
+
+class FieldWriter {
+public:
+    FieldWriter& U16(std::uint64_t value) { return Append(value, 2); }
+    FieldWriter& U32(std::uint64_t value) { return Append(value, 4); }
+    FieldWriter& U64(std::uint64_t value) { return Append(value, 8); }
+    FieldWriter& Bytes(std::span<const std::uint8_t> bytes) {
+        m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+        return *this;
+    }
+    FieldWriter& Text(std::string_view text) {
+        m_bytes.insert(m_bytes.end(), text.begin(), text.end());
+        return *this;
+    }
+    const std::vector<std::uint8_t>& Written() const { return m_bytes; }
+
+private:
+    /// The low bytes of a value; the caller knows that the others are zero.
+    FieldWriter& Append(std::uint64_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            m_bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+        return *this;
+    }
+
+    std::vector<std::uint8_t> m_bytes;
+};
+
+/// Reading past the end is a FormatError.
+class FieldReader {
+public:
+    explicit FieldReader(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}
+
+    std::uint16_t U16() { return static_cast<std::uint16_t>(Number(2)); }
+    std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
+    std::uint64_t U64() { return Number(8); }
+    std::span<const std::uint8_t> Bytes(std::size_t count) {
+        if (count > m_bytes.size()) throw FormatError("a record is cut off");
+        const auto taken = m_bytes.first(count);
+        m_bytes = m_bytes.subspan(count);
+        return taken;
+    }
+    void Skip(std::size_t count) { Bytes(count); }
+    std::size_t Left() const { return m_bytes.size(); }
+
+private:
+    std::uint64_t Number(std::size_t bytes) {
+        std::uint64_t value = 0;
+        int shift = 0;
+        for (const std::uint8_t byte : Bytes(bytes)) {
+            value |= std::uint64_t{byte} << shift;
+            shift += 8;
+        }
+        return value;
+    }
+
+    std::span<const std::uint8_t> m_bytes;
+};
+
+}  // namespace companions::zip

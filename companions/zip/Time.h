@@ -1,0 +1,20 @@
+// Times as archives hold them.
+#pragma once
+
+#include <cstdint>
+
+#include "companions/support/NativeFile.h"
+
+namespace companions::zip {
+
+/// Local time in steps of two seconds, from 1980 to 2107.
+struct DosTime {
+    std::uint16_t time = 0;
+    std::uint16_t date = 0;
+};
+
+/// Times outside of the range become its first or last moment.
+DosTime ToDosTime(FileTime time);
+FileTime FromDosTime(DosTime time);
+
+}  // namespace companions::zip
