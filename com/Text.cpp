@@ -83,9 +83,10 @@ VARIANT* Variant::Put() noexcept {
 
 Variant Variant::Converted(VARTYPE type, std::wstring_view subject) const {
     Variant result;
-    // The invariant locale keeps settings readable whatever the user's locale is.
+    // The invariant locale keeps settings readable whatever the user's locale is. Without VARIANT_ALPHABOOL
+    // a Boolean would become "0" or "-1", which no setting is compared with.
     Check(VariantChangeTypeEx(&result.m_value, const_cast<VARIANT*>(&m_value), LOCALE_INVARIANT,
-                              VARIANT_NOVALUEPROP, type),
+                              VARIANT_NOVALUEPROP | VARIANT_ALPHABOOL, type),
           subject);
     return result;
 }

@@ -90,9 +90,13 @@ TEST_F(FolderServices, FolderTestNamesTheStepThatFailed) {
 TEST_F(FolderServices, SettingsFallBackToTheirDefault) {
     const auto set = Properties({{L"NAME", L"text"}, {L"EMPTY", L""}});
     set->SetProperty(com::Bstr(L"NUMBER").Get(), com::Variant(42).Get());
+    VARIANT off{};
+    off.vt = VT_BOOL;
+    set->SetProperty(com::Bstr(L"SWITCH").Get(), off);
     EXPECT_EQ(GetProperty(set.Get(), L"NAME", L"default"), L"text");
     EXPECT_EQ(GetProperty(set.Get(), L"EMPTY", L"default"), L"");
     EXPECT_EQ(GetProperty(set.Get(), L"NUMBER", L"default"), L"42");
+    EXPECT_EQ(GetProperty(set.Get(), L"SWITCH", L"default"), L"False");
     EXPECT_EQ(GetProperty(set.Get(), L"name", L"default"), L"default");
     EXPECT_THROW(GetProperty(nullptr, L"NAME", L""), com::Error);
     EXPECT_THAT(framework.LogText(), HasSubstr(L"modMain.GetProperty\r\n"));
