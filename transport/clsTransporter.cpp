@@ -10,6 +10,7 @@
 using com::Call;
 using com::Return;
 using com::Text;
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -101,14 +102,15 @@ bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std:
 
 bool clsTransporter::IZNTransporter_SendReceive(BSTR Argument, IUnknown* Progress) try {
     if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_SendReceive")) return false;
-    IZNSenderReceiver* const remote = m_senderReceiver.Get();
+    // The host processes messages during a transfer and may set another sender/receiver meanwhile.
+    const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     com::Check(remote->put_LoginCancelled(VARIANT_FALSE));
     // A login that the user cancelled ends the cycle quietly.
-    if (!com::Get<bool>(&IZNSenderReceiver::Connect, remote))
-        return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote);
-    const bool moved = com::Get<bool>(&IZNSenderReceiver::Send, remote, Argument, Progress) &&
-                       com::Get<bool>(&IZNSenderReceiver::Receive, remote, Argument, Progress);
-    const bool disconnected = com::Get<bool>(&IZNSenderReceiver::Disconnect, remote);
+    if (!com::Get<bool>(&IZNSenderReceiver::Connect, remote.Get()))
+        return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get());
+    const bool moved = com::Get<bool>(&IZNSenderReceiver::Send, remote.Get(), Argument, Progress) &&
+                       com::Get<bool>(&IZNSenderReceiver::Receive, remote.Get(), Argument, Progress);
+    const bool disconnected = com::Get<bool>(&IZNSenderReceiver::Disconnect, remote.Get());
     return moved && disconnected;
 } catch (...) {
     return StandardHandler(L"clsTransporter.cls.IZNTransporter_SendReceive", false);

@@ -1,6 +1,8 @@
 // The transporter with encoders and sender/receivers that a test arranges, over real folders.
 #include <gmock/gmock.h>
 
+#include <functional>
+
 #include "com/Object.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
@@ -53,7 +55,10 @@ public:
     STDMETHODIMP
     Init(IZNPropertySet*, VARIANT_BOOL*) override { return E_NOTIMPL; }
     STDMETHODIMP
-    Connect(VARIANT_BOOL* Success) override { return Step(L"connect", Success); }
+    Connect(VARIANT_BOOL* Success) override {
+        onConnect();
+        return Step(L"connect", Success);
+    }
     STDMETHODIMP
     Disconnect(VARIANT_BOOL* Success) override { return Step(L"disconnect", Success); }
 
@@ -63,6 +68,7 @@ public:
     std::wstring failing;  ///< name of the step that answers False
     std::wstring broken;   ///< name of the step that answers an error
     bool loginCancelled = false;
+    std::function<void()> onConnect = [] {};
 
 private:
     HRESULT Step(const std::wstring& name, VARIANT_BOOL* success) {
@@ -242,6 +248,22 @@ TEST_F(Transporter, AnErrorOfTheSenderReceiverIsReported) {
     remote->broken = L"send";
     EXPECT_FALSE(SendReceive());
     EXPECT_THAT(framework.log.at(0).text, HasSubstr(L"clsTransporter.cls.IZNTransporter_SendReceive\r\n"));
+}
+
+TEST_F(Transporter, AHostMayDropTheSenderReceiverWhileItRuns) {
+    auto dropped = com::Make<Remote>();
+    dropped->send = dropped->receive = temp.Path();
+    ULONG left = 0;
+    dropped->onConnect = [&, raw = dropped.Get()] {
+        transporter->putref_SenderReceiver(remote.Get());
+        raw->AddRef();
+        left = raw->Release();
+    };
+    transporter->putref_SenderReceiver(dropped.Get());
+    EXPECT_TRUE(SendReceive());
+    EXPECT_EQ(left, 2u) << "held by the test and by the running cycle";
+    EXPECT_EQ(dropped->steps, L"reset,connect,send(arg),receive(arg),disconnect,");
+    EXPECT_EQ(remote->steps, L"");
 }
 
 TEST_F(Transporter, WithoutSenderReceiverEverythingEndsAtOnce) {
