@@ -3,8 +3,10 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "companions/zip/Fields.h"
@@ -50,9 +52,27 @@ private:
 
 Range Whole(const ByteSource& source) { return {source, 0, source.Size()}; }
 
+/// Random bytes, as of compressed or encrypted content, are all about equally frequent, yet not exactly so:
+/// the chi-squared statistic tells, which is about 255 for them. Repeated content makes it larger, regular
+/// content smaller.
+bool LooksRandom(std::span<const std::uint8_t> bytes) {
+    constexpr double kLeast = 187;
+    constexpr double kMost = 323;
+    constexpr std::size_t kEnough = std::size_t{64} << 10;
+    if (bytes.size() < kEnough) return false;
+    std::array<std::uint32_t, 256> counts{};
+    for (const std::uint8_t byte : bytes)
+        ++counts[byte];
+    const double expected = static_cast<double>(bytes.size()) / static_cast<double>(counts.size());
+    double statistic = 0;
+    for (const std::uint32_t count : counts)
+        statistic += (count - expected) * (count - expected) / expected;
+    return statistic > kLeast && statistic < kMost;
+}
+
 class Deflater {
 public:
-    explicit Deflater(int level) {
+    explicit Deflater(int level) : m_level(level), m_currentLevel(level) {
         constexpr int kMemoryLevel = 8;
         if (deflateInit2(&m_stream, level, Z_DEFLATED, kRawWindow, kMemoryLevel, Z_DEFAULT_STRATEGY) != Z_OK)
             throw std::bad_alloc();
@@ -63,23 +83,44 @@ public:
 
     std::uint64_t Written() const { return m_written; }
 
-    /// flush: Z_NO_FLUSH, or Z_FINISH at the end.
-    void Write(std::span<std::uint8_t> bytes, int flush, ByteSink& sink) {
+    void Write(std::span<std::uint8_t> bytes, ByteSink& sink) {
+        // Most of the time would go into the search for matches that random bytes do not have.
+        SetLevel(LooksRandom(bytes) ? 0 : m_level, sink);
+        Run(bytes, Z_NO_FLUSH, sink);
+    }
+    void Finish(ByteSink& sink) { Run({}, Z_FINISH, sink); }
+
+private:
+    void SetLevel(int level, ByteSink& sink) {
+        if (level == std::exchange(m_currentLevel, level)) return;
+        // What the stream still holds is less than a block.
+        m_stream.next_out = m_out.data();
+        m_stream.avail_out = Count(m_out.size());
+        deflateParams(&m_stream, level, Z_DEFAULT_STRATEGY);
+        Drain(sink);
+    }
+
+    void Run(std::span<std::uint8_t> bytes, int flush, ByteSink& sink) {
         m_stream.next_in = bytes.data();
         m_stream.avail_in = Count(bytes.size());
         do {
             m_stream.next_out = m_out.data();
             m_stream.avail_out = Count(m_out.size());
             deflate(&m_stream, flush);
-            const std::size_t made = m_out.size() - m_stream.avail_out;
-            sink.Write(std::span(m_out).first(made));
-            m_written += made;
+            Drain(sink);
         } while (m_stream.avail_out == 0);
     }
 
-private:
+    void Drain(ByteSink& sink) {
+        const std::size_t made = m_out.size() - m_stream.avail_out;
+        sink.Write(std::span(m_out).first(made));
+        m_written += made;
+    }
+
     z_stream m_stream{};
     Block m_out = Block(kBlock);
+    int m_level;
+    int m_currentLevel;
     std::uint64_t m_written = 0;
 };
 
@@ -158,9 +199,9 @@ Packed Deflate(const ByteSource& source, int level, ByteSink& sink) {
     BlockReader reader(Whole(source));
     for (auto block = reader.Next(); !block.empty(); block = reader.Next()) {
         packed.crc = Crc(packed.crc, block);
-        deflater.Write(block, Z_NO_FLUSH, sink);
+        deflater.Write(block, sink);
     }
-    deflater.Write({}, Z_FINISH, sink);
+    deflater.Finish(sink);
     packed.size = reader.Done();
     packed.packedSize = deflater.Written();
     return packed;
