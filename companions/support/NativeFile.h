@@ -12,7 +12,8 @@ namespace companions {
 /// A moment in the resolution of Windows file times.
 using FileTime = std::chrono::sys_time<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>;
 
-/// An open file; every failure is an Error that names it. Paths may be of any length.
+/// An open file, for one thread at a time; every failure is an Error that names it. Paths may be of any
+/// length.
 class NativeFile {
 public:
     static NativeFile Open(const std::filesystem::path& path);
@@ -36,6 +37,7 @@ public:
 private:
 #ifdef _WIN32
     using Handle = void*;
+    void Seek(std::uint64_t offset) const;
 #else
     using Handle = int;
 #endif

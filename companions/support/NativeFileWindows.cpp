@@ -57,13 +57,6 @@ HANDLE OpenHandle(const std::filesystem::path& path, DWORD access, DWORD sharing
     return file;
 }
 
-OVERLAPPED At(std::uint64_t offset) {
-    OVERLAPPED position{};
-    position.Offset = static_cast<DWORD>(offset);
-    position.OffsetHigh = static_cast<DWORD>(offset >> 32);
-    return position;
-}
-
 /// The part of a buffer that one call may carry: 32-bit counts, and redirectors that take far less than
 /// those.
 template <typename Byte>
@@ -122,13 +115,12 @@ void NativeFile::SetModificationTime(FileTime time) {
 }
 
 std::size_t NativeFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const {
+    Seek(offset);
     std::size_t done = 0;
     while (done < buffer.size()) {
         const auto part = OneCall(buffer.subspan(done));
-        OVERLAPPED position = At(offset + done);
         DWORD got = 0;
-        if (!ReadFile(m_handle, part.data(), static_cast<DWORD>(part.size()), &got, &position) &&
-            GetLastError() != ERROR_HANDLE_EOF)
+        if (!ReadFile(m_handle, part.data(), static_cast<DWORD>(part.size()), &got, nullptr))
             Throw("read", m_path, GetLastError());
         if (got == 0) break;
         done += got;
@@ -137,12 +129,12 @@ std::size_t NativeFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> buf
 }
 
 void NativeFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+    Seek(offset);
     std::size_t done = 0;
     while (done < bytes.size()) {
         const auto part = OneCall(bytes.subspan(done));
-        OVERLAPPED position = At(offset + done);
         DWORD written = 0;
-        if (!WriteFile(m_handle, part.data(), static_cast<DWORD>(part.size()), &written, &position))
+        if (!WriteFile(m_handle, part.data(), static_cast<DWORD>(part.size()), &written, nullptr))
             Throw("write", m_path, GetLastError());
         if (written == 0) Throw("write", m_path, ERROR_DISK_FULL);
         done += written;
@@ -150,10 +142,15 @@ void NativeFile::WriteAt(std::uint64_t offset, std::span<const std::uint8_t> byt
 }
 
 void NativeFile::Truncate(std::uint64_t size) {
-    LARGE_INTEGER end;
-    end.QuadPart = static_cast<LONGLONG>(size);
-    if (!SetFilePointerEx(m_handle, end, nullptr, FILE_BEGIN) || !SetEndOfFile(m_handle))
-        Throw("write", m_path, GetLastError());
+    Seek(size);
+    if (!SetEndOfFile(m_handle)) Throw("write", m_path, GetLastError());
+}
+
+/// Calls that carry their position cost a message to Wine's server each.
+void NativeFile::Seek(std::uint64_t offset) const {
+    LARGE_INTEGER position;
+    position.QuadPart = static_cast<LONGLONG>(offset);
+    if (!SetFilePointerEx(m_handle, position, nullptr, FILE_BEGIN)) Throw("use", m_path, GetLastError());
 }
 
 void NativeFile::Keep() {
