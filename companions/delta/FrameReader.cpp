@@ -1,0 +1,69 @@
+#include "companions/delta/FrameReader.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+
+#include "companions/delta/Varint.h"
+
+namespace companions::delta {
+
+namespace {
+
+std::vector<std::uint8_t> Unpacked(const std::vector<std::uint8_t>& packed, std::size_t size) {
+    std::vector<std::uint8_t> bytes(size);
+    auto unpackedSize = static_cast<uLongf>(size);
+    auto packedSize = static_cast<uLong>(packed.size());
+    if (uncompress2(bytes.data(), &unpackedSize, packed.data(), &packedSize) != Z_OK ||
+        unpackedSize != size || packedSize != packed.size())
+        throw DamagedDelta("is damaged: its compressed data cannot be unpacked");
+    return bytes;
+}
+
+}  // namespace
+
+bool FrameReader::Next(Frame& frame) {
+    const Part instructions = TakeSizes(kMostInstructions);
+    if (instructions.size == 0) {
+        if (m_next != m_end) throw DamagedDelta("is damaged: something follows its end");
+        return false;
+    }
+    const Part literals = TakeSizes(kMostLiterals);
+    frame.instructions = TakePart(instructions);
+    frame.literals = TakePart(literals);
+    return true;
+}
+
+/// The packed size is there only where there is something to unpack.
+FrameReader::Part FrameReader::TakeSizes(std::size_t most) {
+    const std::uint64_t size = TakeNumber();
+    if (size == 0) return {};
+    const std::uint64_t packedSize = TakeNumber();
+    if (size > most || packedSize > size) throw DamagedDelta("is damaged: it has parts of impossible sizes");
+    return {static_cast<std::size_t>(size), static_cast<std::size_t>(packedSize)};
+}
+
+std::vector<std::uint8_t> FrameReader::TakePart(Part part) {
+    auto packed = Take(part.packedSize);
+    return part.packedSize == part.size ? std::move(packed) : Unpacked(packed, part.size);
+}
+
+std::uint64_t FrameReader::TakeNumber() {
+    constexpr std::uint64_t kLongest = 10;
+    const auto bytes = Take(std::min(kLongest, m_end - m_next));
+    Bytes rest = bytes;
+    const auto number = TakeVarint(rest);
+    if (!number) throw DamagedDelta("is damaged: it ends too early");
+    m_next -= rest.size();
+    return *number;
+}
+
+std::vector<std::uint8_t> FrameReader::Take(std::uint64_t size) {
+    if (size > m_end - m_next) throw DamagedDelta("is damaged: it ends too early");
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    if (m_delta.ReadAt(m_next, bytes) != bytes.size()) throw DamagedDelta("became shorter while it was read");
+    m_next += size;
+    return bytes;
+}
+
+}  // namespace companions::delta

@@ -1,0 +1,40 @@
+// Unpacks the frames of a delta.
+#pragma once
+
+#include <vector>
+
+#include "companions/delta/Format.h"
+
+namespace companions::delta {
+
+struct Frame {
+    std::vector<std::uint8_t> instructions;
+    std::vector<std::uint8_t> literals;
+};
+
+class FrameReader {
+public:
+    /// The frames lie in delta from begin to end.
+    FrameReader(const ByteSource& delta, std::uint64_t begin, std::uint64_t end)
+        : m_delta(delta), m_next(begin), m_end(end) {}
+
+    /// False after the last frame. Throws DamagedDelta.
+    bool Next(Frame& frame);
+
+private:
+    struct Part {
+        std::size_t size = 0;
+        std::size_t packedSize = 0;
+    };
+
+    std::uint64_t TakeNumber();
+    Part TakeSizes(std::size_t most);
+    std::vector<std::uint8_t> TakePart(Part part);
+    std::vector<std::uint8_t> Take(std::uint64_t size);
+
+    const ByteSource& m_delta;
+    std::uint64_t m_next;
+    const std::uint64_t m_end;
+};
+
+}  // namespace companions::delta

@@ -1,0 +1,24 @@
+// Applies a delta.
+#pragma once
+
+#include "companions/delta/Format.h"
+
+namespace companions::delta {
+
+class Patch {
+public:
+    /// Reads both in full: nothing needs to be written before it is known that they belong together.
+    /// Throws DamagedDelta and WrongReference.
+    Patch(const ByteSource& delta, const ByteSource& reference);
+
+    /// Writes what the delta was made from. Throws DamagedDelta, and what was written is useless then.
+    void Apply(ByteSink& output) const;
+
+private:
+    const ByteSource& m_delta;
+    const ByteSource& m_reference;
+    Header m_header;
+    Digest m_outputDigest{};
+};
+
+}  // namespace companions::delta
