@@ -1,0 +1,68 @@
+// Any delta is refused, or makes no more bytes than it says. Most inputs are the frames alone and get a
+// header and checksums that fit, as random ones would never pass the checksum.
+#include "companions/delta/Patch.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+using namespace companions;
+using namespace companions::delta;
+
+namespace {
+
+class CountingSink final : public ByteSink {
+public:
+    void Write(Bytes bytes) override { count += bytes.size(); }
+
+    std::uint64_t count = 0;
+};
+
+const std::vector<std::uint8_t>& Reference() {
+    static const std::vector<std::uint8_t> reference = [] {
+        std::vector<std::uint8_t> bytes(5000);
+        std::ranges::generate(bytes, [number = 1u]() mutable {
+            number = number * 1664525 + 1013904223;
+            return static_cast<std::uint8_t>(number >> 24);
+        });
+        return bytes;
+    }();
+    return reference;
+}
+
+void AppendDigest(std::vector<std::uint8_t>& bytes, const Digest& digest) {
+    bytes.insert(bytes.end(), digest.begin(), digest.end());
+}
+
+std::vector<std::uint8_t> DeltaOf(std::uint64_t outputSize, Bytes frames) {
+    const MemorySource reference(Reference());
+    auto delta = Encoded({reference.Size(), DigestOf(reference, reference.Size()), outputSize});
+    delta.insert(delta.end(), frames.begin(), frames.end());
+    AppendDigest(delta, Digest{});
+    AppendDigest(delta, DigestOf(MemorySource(delta), delta.size()));
+    return delta;
+}
+
+void Apply(Bytes bytes) {
+    const MemorySource delta(bytes);
+    const MemorySource reference(Reference());
+    CountingSink output;
+    try {
+        const Patch patch(delta, reference);
+        patch.Apply(output);
+    } catch (const DamagedDelta&) {
+    } catch (const WrongReference&) {
+    }
+    if (output.count != 0 && output.count > DecodedHeader(bytes).outputSize) abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 3) return 0;
+    const Bytes input(data, size);
+    const auto outputSize = static_cast<std::uint64_t>(data[0] | data[1] << 8);
+    // The first two bytes of every delta.
+    Apply(outputSize == 0x5889 ? std::vector<std::uint8_t>(data, data + size)
+                               : DeltaOf(outputSize, input.subspan(2)));
+    return 0;
+}
