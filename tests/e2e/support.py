@@ -4,6 +4,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import tempfile
 import time
@@ -64,7 +65,7 @@ def start(*arguments, program=None, **options):
     program = program or BIN / "znhost.exe"
     # By its Unix path the runner sees which loader the program needs; signals then reach the program itself.
     return subprocess.Popen([str(WINE), str(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
-                            stdout=subprocess.PIPE, stderr=subprocess.PIPE, **options)
+                            **{"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options})
 
 
 def finish(process, timeout=TIMEOUT):
@@ -79,6 +80,16 @@ def finish(process, timeout=TIMEOUT):
 
 def run(*arguments, program=None, timeout=TIMEOUT, **options):
     return finish(start(*arguments, program=program, **options), timeout)
+
+
+def end_programs_naming(text):
+    """Ends the processes whose command line holds a text that only this test uses."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if int(process.name) != os.getpid() and text.encode() in (process / "cmdline").read_bytes():
+                os.kill(int(process.name), signal.SIGKILL)
+        except (OSError, ProcessLookupError):
+            continue
 
 
 class Side:
