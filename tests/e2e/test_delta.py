@@ -1,0 +1,104 @@
+"""xDelta.exe: differences between real files, and what it says when something is wrong."""
+import os
+import pathlib
+import shutil
+import tempfile
+import unittest
+
+import support
+from support import run, windows
+
+PAGE = 4096
+
+
+class DeltaTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="xdelta-e2e-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        self.reference, self.source, self.delta, self.output = (
+            self.folder / name for name in ("Base1.AXR", "x.mdb", "x.mdb~Base1.axd", "restored.mdb"))
+        self.reference.write_bytes(os.urandom(40 * PAGE))
+        self.source.write_bytes(os.urandom(PAGE) + self.reference.read_bytes()[:-PAGE])
+
+    def xdelta(self, command, *arguments):
+        return run(command, *(windows(path) for path in arguments), program=support.BIN / "xDelta.exe")
+
+    def make_delta(self):
+        outcome = self.xdelta("delta", self.reference, self.source, self.delta)
+        self.assertEqual((outcome.code, outcome.output + outcome.errors), (0, ""))
+
+    def assert_restores(self):
+        outcome = self.xdelta("patch", self.delta, self.reference, self.output)
+        self.assertEqual((outcome.code, outcome.output + outcome.errors), (0, ""))
+        self.assertEqual(self.output.read_bytes(), self.source.read_bytes())
+
+    def assert_refuses(self, text, *, code=1, command="patch", arguments=None):
+        """It names its reason, and leaves neither an output nor any other file."""
+        arguments = (self.delta, self.reference, self.output) if arguments is None else arguments
+        before = sorted(self.folder.iterdir())
+        outcome = self.xdelta(command, *arguments)
+        self.assertEqual(outcome.code, code, outcome)
+        self.assertIn("xDelta: ", outcome.errors)
+        self.assertIn(text, outcome.errors)
+        self.assertEqual(sorted(self.folder.iterdir()), before)
+
+    def test_restores_the_source(self):
+        self.make_delta()
+        self.assertLess(self.delta.stat().st_size, PAGE + 300)
+        self.assert_restores()
+
+    def test_one_changed_page_in_a_hundred(self):
+        """64 MB that cannot be compressed; the changed pages are all that travels."""
+        content = bytearray(os.urandom(64 << 20))
+        self.reference.write_bytes(content)
+        for start in range(0, len(content), 100 * PAGE):
+            content[start:start + PAGE] = os.urandom(PAGE)
+        self.source.write_bytes(content)
+        self.make_delta()
+        self.assertLess(self.delta.stat().st_size, 700_000)
+        self.assert_restores()
+
+    def test_unusual_paths(self):
+        deep = self.folder / ("a folder with a rather long name " * 3).strip() / ("x" * 100) / ("y" * 100)
+        deep.mkdir(parents=True)
+        for name in ("reference", "source", "delta", "output"):
+            path = deep / f"{name} \u00e4\u0416\u4e2d\U0001f4e6 (1) 100%.mdb"
+            if name in ("reference", "source"):
+                shutil.move(getattr(self, name), path)
+            setattr(self, name, path)
+        self.make_delta()
+        self.assert_restores()
+
+    def test_replaces_an_older_output(self):
+        self.delta.write_bytes(b"older")
+        self.output.write_bytes(b"older")
+        self.make_delta()
+        self.assert_restores()
+
+    def test_refuses_what_does_not_belong_together(self):
+        self.make_delta()
+        good = self.delta.read_bytes()
+        changed = bytearray(self.reference.read_bytes())
+        changed[PAGE] ^= 1
+        other = self.folder / "Base2.AXR"
+        other.write_bytes(changed)
+        self.assert_refuses(f"{windows(other)} is not the reference that the delta was made against",
+                            arguments=(self.delta, other, self.output))
+        self.output.write_bytes(b"older")
+        for content, text in ((good[:-1], "is damaged or cut short"), (good[:20], "is cut short"),
+                              (b"", "is not a delta"), (good[:8] + b"\2" + good[9:], "has format 2")):
+            self.delta.write_bytes(content)
+            self.assert_refuses(f"{windows(self.delta)} {text}")
+        self.assertEqual(self.output.read_bytes(), b"older")
+
+    def test_names_files_that_cannot_be_used(self):
+        missing = self.folder / "missing" / "x"
+        for arguments in ((missing, self.source, self.delta), (self.reference, missing, self.delta),
+                          (self.reference, self.source, missing), (self.folder, self.source, self.delta)):
+            bad = missing if missing in arguments else self.folder
+            self.assert_refuses(windows(bad), command="delta", arguments=arguments)
+
+    def test_wrong_usage(self):
+        for command, arguments in (("delta", (self.reference,)), ("patch", ()), ("compare", ()), ("", ())):
+            self.assert_refuses("--help", code=2, command=command, arguments=arguments)
+        self.assertIn("Exit codes", self.xdelta("--help").output)
