@@ -6,6 +6,7 @@
 
 #include <array>
 #include <new>
+#include <stdexcept>
 
 #include "com/Text.h"
 
@@ -66,6 +67,10 @@ Failure CurrentFailure() noexcept {
         return error.failure();
     } catch (const std::bad_alloc&) {
         return {E_OUTOFMEMORY, {}, L"Out of memory", 0};
+    } catch (const std::invalid_argument& error) {
+        return {E_INVALIDARG, {}, FromUtf8(error.what()), 0};
+    } catch (const std::out_of_range& error) {
+        return {DISP_E_BADINDEX, {}, FromUtf8(error.what()), 0};
     } catch (const std::exception& error) {
         return {E_UNEXPECTED, {}, FromUtf8(error.what()), 0};
     } catch (...) {

@@ -1,4 +1,5 @@
 // The creatable classes of znTransporter.dll.
+#include "cipher/clsRijndael.h"
 #include "cmdline/clsCmdLine.h"
 #include "com/Module.h"
 #include "common/Apartment.h"
@@ -16,6 +17,7 @@ constexpr com::ClassEntry kClasses[] = {
     com::ClassOf<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder"),
     com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
     com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
+    com::ClassOf<clsRijndael>(L"znTransporter.clsRijndael"),
 };
 
 }  // namespace

@@ -19,7 +19,8 @@ struct Module {
 const std::vector<Module>& Modules() {
     static const std::vector<Module> modules = {
         {L"znTransporter.dll",
-         {L"znTransporter.clsTransporter", L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsCmdLine"},
+         {L"znTransporter.clsTransporter", L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsCmdLine",
+          L"znTransporter.clsRijndael"},
          {LIBID_znTransporter}},
         {L"znFramework.dll",
          {L"znSystem.ZNEventLog", L"znSystem.ZNStartup", L"znSystem.ZNRegistry", L"znSystem.ZNPropertySet",
@@ -151,16 +152,29 @@ DWORD RunProgram(std::wstring command) {
     return code;
 }
 
-TEST(Script, UsesTheCommandLineParserByProgId) {
+class Script : public testing::TestWithParam<const wchar_t*> {
+protected:
+    Script() {
+        for (const wchar_t* dll : {L"znFramework.dll", L"znTransporter.dll"})
+            EXPECT_EQ(RunProgram(L"regsvr32.exe /s \"" + bin + dll + L"\""), 0u);
+    }
+    ~Script() override {
+        for (const wchar_t* dll : {L"znTransporter.dll", L"znFramework.dll"})
+            EXPECT_EQ(RunProgram(L"regsvr32.exe /s /u \"" + bin + dll + L"\""), 0u);
+    }
+
     const std::wstring bin = BuildFolder() + L"\\bin\\";
-    for (const wchar_t* dll : {L"znFramework.dll", L"znTransporter.dll"})
-        ASSERT_EQ(RunProgram(L"regsvr32.exe /s \"" + bin + dll + L"\""), 0u);
+};
+
+TEST_P(Script, UsesAClassByProgId) {
     // The script ends with this code when each of its checks held; an error ends it with 0.
     constexpr DWORD kAllChecksHeld = 42;
-    EXPECT_EQ(RunProgram(L"cscript.exe /nologo \"" ZN_SCRIPTS L"\\cmdline.vbs\""), kAllChecksHeld);
-    for (const wchar_t* dll : {L"znTransporter.dll", L"znFramework.dll"})
-        EXPECT_EQ(RunProgram(L"regsvr32.exe /s /u \"" + bin + dll + L"\""), 0u);
+    const std::wstring script = std::wstring(ZN_SCRIPTS L"\\") + GetParam();
+    EXPECT_EQ(RunProgram(L"cscript.exe /nologo \"" + script + L"\""), kAllChecksHeld);
 }
+
+INSTANTIATE_TEST_SUITE_P(Scripts, Script, testing::Values(L"cmdline.vbs", L"rijndael.vbs"),
+                         [](const auto& script) { return script.index == 0 ? "CommandLine" : "Rijndael"; });
 
 }  // namespace
 }  // namespace tests
