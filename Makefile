@@ -2,7 +2,7 @@
 # make demo     two installations exchange packets through a shared folder (BITS=64 for the 64-bit build)
 # make test     all tests
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each, 20 in the tests)
-# make bench    the library against bare system calls, side by side
+# make bench    the library against bare system calls, the cipher against another one, side by side
 # make format   clang-format;  make tidy   clang-tidy
 
 SHELL := /bin/bash
@@ -36,7 +36,7 @@ fuzz: export FUZZ_SECONDS ?= 300
 fuzz: build-fuzz
 	@ctest --test-dir build/fuzz --output-on-failure -j 2
 
-bench: build-win$(BITS)
+bench: build-native build-win$(BITS)
 	@$(WARM) tests/bench/run $(BITS)
 
 format: setup
