@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -80,6 +82,17 @@ TEST(Rijndael, RefusesOtherLengths) {
         EXPECT_THROW(cipher.Encrypt(std::span(block).first(size)), std::out_of_range) << size;
     cipher.Encrypt(std::span(block).first(32));
     EXPECT_EQ(block[0], 0xC6) << "the key of before the failures still holds";
+}
+
+TEST(Rijndael, LeavesNoKeyInMemory) {
+    alignas(Rijndael) unsigned char memory[sizeof(Rijndael)];
+    const Bytes key(4, 0x5A);
+    const auto holdsKey = [&] { return !std::ranges::search(memory, key).empty(); };
+    auto* cipher = new (memory) Rijndael;
+    cipher->gkey(4, 4, Bytes(16, 0x5A));
+    EXPECT_TRUE(holdsKey());
+    cipher->~Rijndael();
+    EXPECT_FALSE(holdsKey());
 }
 
 }  // namespace
