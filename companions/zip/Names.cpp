@@ -89,6 +89,20 @@ std::filesystem::path FromUtf8(const std::string& text, const std::string& name)
 
 }  // namespace
 
+bool IsUtf8(std::string_view text) {
+    std::size_t following = 0;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool continues = (byte & 0xC0) == 0x80;
+        if (continues != (following > 0)) return false;
+        if (continues)
+            --following;
+        else if (byte >= 0x80)
+            following = byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : 1;
+    }
+    return following == 0;
+}
+
 std::string FromOemCharacters(std::string_view name) {
     std::string text;
     for (const char character : name) {

@@ -12,6 +12,7 @@
 
 namespace companions::zip {
 
+bool IsUtf8(std::string_view text);
 /// UTF-8 of a name in the character set of the original IBM PC, the format's default.
 std::string FromOemCharacters(std::string_view name);
 /// The name of a Unicode path field; nothing when it belongs to another name than this one.

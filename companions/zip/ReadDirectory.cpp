@@ -80,19 +80,26 @@ FileTime TimeOf(const Entry& entry) {
     return FileTime(std::chrono::seconds(static_cast<std::int32_t>(exact->U32())));
 }
 
+bool IsFromUnix(const Entry& entry) {
+    constexpr unsigned kUnix = 3;
+    constexpr unsigned kDarwin = 19;
+    const unsigned system = entry.madeBy >> 8;
+    return system == kUnix || system == kDarwin;
+}
+
 std::string NameOf(const Entry& entry) {
     const bool isUtf8 = (entry.flags & flag::kUtf8) != 0;
     if (const auto unicode = FindExtra(entry.extras, extra::kUnicodePath); unicode && !isUtf8)
         if (const auto name = UnicodePath(*unicode, entry.name)) return *name;
     const std::string_view raw(reinterpret_cast<const char*>(entry.name.data()), entry.name.size());
-    return isUtf8 ? std::string(raw) : FromOemCharacters(raw);
+    // Where file names are UTF-8 anyway, programs leave the mark out.
+    return isUtf8 || (IsFromUnix(entry) && IsUtf8(raw)) ? std::string(raw) : FromOemCharacters(raw);
 }
 
 bool IsLink(const Entry& entry) {
-    constexpr unsigned kUnix = 3;
     constexpr std::uint32_t kTypeMask = 0170000;
     constexpr std::uint32_t kLink = 0120000;
-    return entry.madeBy >> 8 == kUnix && (entry.attributes >> 16 & kTypeMask) == kLink;
+    return IsFromUnix(entry) && (entry.attributes >> 16 & kTypeMask) == kLink;
 }
 
 void CheckExtractable(const Entry& entry, const Member& member) {
