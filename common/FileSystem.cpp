@@ -162,48 +162,44 @@ void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
     com::ThrowWin32(error, path);
 }
 
-void Append(const std::wstring& path, std::string_view text) {
-    const HANDLE file =
-        CreateFileW(Extended(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
+    return FileHandle(file);
+}
+
+void Write(HANDLE file, const std::wstring& path, std::string_view text) {
     DWORD written = 0;
-    const BOOL done = WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-    const DWORD error = GetLastError();
-    CloseHandle(file);
-    if (!done || written != text.size()) com::ThrowWin32(error, path);
+    if (!WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
+        written != text.size())
+        com::ThrowWin32(GetLastError(), path);
+}
+
+void Append(const std::wstring& path, std::string_view text) {
+    const FileHandle file = Open(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
+    Write(file.get(), path, text);
 }
 
 TextFile::TextFile(const std::wstring& path, DWORD access, DWORD disposition)
-    : m_path(path),
-      m_file(CreateFileW(Extended(path).c_str(), access, FILE_SHARE_READ, nullptr, disposition,
-                         FILE_ATTRIBUTE_NORMAL, nullptr)) {
-    if (m_file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
-}
+    : m_path(path), m_file(FileSystem::Open(path, access, FILE_SHARE_READ, disposition)) {}
 
 TextFile TextFile::Create(const std::wstring& path) { return TextFile(path, GENERIC_WRITE, CREATE_ALWAYS); }
 TextFile TextFile::Open(const std::wstring& path) { return TextFile(path, GENERIC_READ, OPEN_EXISTING); }
-TextFile::~TextFile() { CloseHandle(m_file); }
 
-void TextFile::WriteLine(std::string_view line) {
-    const std::string text = std::string(line) + "\r\n";
-    DWORD written = 0;
-    if (!WriteFile(m_file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) ||
-        written != text.size())
-        com::ThrowWin32(GetLastError(), m_path);
-}
+void TextFile::WriteLine(std::string_view line) { Write(m_file.get(), m_path, std::string(line) + "\r\n"); }
 
 std::string TextFile::ReadLine() {
     std::array<char, 1024> buffer;
     DWORD length = 0;
-    if (!ReadFile(m_file, buffer.data(), static_cast<DWORD>(buffer.size()), &length, nullptr))
+    if (!ReadFile(m_file.get(), buffer.data(), static_cast<DWORD>(buffer.size()), &length, nullptr))
         com::ThrowWin32(GetLastError(), m_path);
     const std::string_view text(buffer.data(), length);
     const size_t end = text.find_first_of("\r\n");
     LARGE_INTEGER next{};
     next.QuadPart =
         static_cast<LONGLONG>(std::min(text.find('\n'), text.size() - 1) + 1) - static_cast<LONGLONG>(length);
-    if (length != 0) SetFilePointerEx(m_file, next, nullptr, FILE_CURRENT);
+    if (length != 0) SetFilePointerEx(m_file.get(), next, nullptr, FILE_CURRENT);
     return std::string(text.substr(0, end));
 }
 

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -52,6 +53,17 @@ void MoveFile(const std::wstring& source, const std::wstring& destination);
 enum class ReadOnlyFiles { Keep, Delete };
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep);
 
+struct HandleCloser {
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+using FileHandle = std::unique_ptr<HANDLE, HandleCloser>;
+
+/// As CreateFile. sharing: what others may do to the file meanwhile.
+FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
+/// Writes a whole text. path: names the file in a failure.
+void Write(HANDLE file, const std::wstring& path, std::string_view text);
+
 /// Appends to a file, which is created when it is missing; several processes may do so at once.
 void Append(const std::wstring& path, std::string_view text);
 
@@ -61,9 +73,6 @@ public:
     /// Creates the file, or empties an existing one.
     static TextFile Create(const std::wstring& path);
     static TextFile Open(const std::wstring& path);
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
-    ~TextFile();
 
     void WriteLine(std::string_view line);
     /// The next line, without its end; lines longer than 1,024 characters are cut there.
@@ -73,7 +82,7 @@ private:
     TextFile(const std::wstring& path, DWORD access, DWORD disposition);
 
     std::wstring m_path;
-    HANDLE m_file;
+    FileHandle m_file;
 };
 
 }  // namespace FileSystem

@@ -150,10 +150,7 @@ void DeleteTree(const std::wstring& folder) {
 }
 
 FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition) {
-    const HANDLE file = CreateFileW(Extended(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                    nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
-    return FileHandle(file);
+    return FileSystem::Open(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, disposition);
 }
 
 std::string Read(const std::wstring& path) {
@@ -168,9 +165,7 @@ std::string Read(const std::wstring& path) {
 
 void WriteNew(const std::wstring& path, std::string_view content) {
     const FileHandle file = Open(path, GENERIC_WRITE, CREATE_NEW);
-    DWORD written = 0;
-    if (!WriteFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &written, nullptr))
-        com::ThrowWin32(GetLastError(), path);
+    FileSystem::Write(file.get(), path, content);
 }
 
 void CheckAppend(const std::wstring& path) { FileSystem::Append(path, {}); }

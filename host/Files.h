@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,11 +51,7 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination);
 void Delete(const std::wstring& path);
 void DeleteTree(const std::wstring& folder);
 
-struct HandleCloser {
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
-};
-using FileHandle = std::unique_ptr<HANDLE, HandleCloser>;
+using FileSystem::FileHandle;
 
 /// As CreateFile; others may read and write the file meanwhile.
 FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition);
