@@ -114,7 +114,7 @@ class Run:
         process.returncode = os.waitstatus_to_exitcode(status)
         # xdelta answers 1 when the files differ.
         if process.returncode not in (0, 1) or not output.exists():
-            sys.exit(f"tests/bench/delta: {arguments[0]} failed with {process.returncode}")
+            sys.exit(f"tests/bench/delta_bench.py: {arguments[0]} failed with {process.returncode}")
         self.processor = usage.ru_utime + usage.ru_stime
         self.memory = usage.ru_maxrss / 1024
         self.size = output.stat().st_size
@@ -170,7 +170,7 @@ def main():
             Run([*ours, "delta", *map(windows, (first, second, output))], output).print("delta" + name)
             Run([*ours, "patch", *map(windows, (output, first, restored))], restored).print("patch" + name)
             if not filecmp.cmp(second, restored, shallow=False):
-                sys.exit("tests/bench/delta: the restored file differs")
+                sys.exit("tests/bench/delta_bench.py: the restored file differs")
 
 
 if __name__ == "__main__":
