@@ -14,7 +14,7 @@ namespace {
 /// Every build that is to read another one's messages must have the same one.
 constexpr std::wstring_view kDefaultPassword = L"5C3E9A71-2B6D-48f0-9E4A-7D1C0B83F26E";
 constexpr int kWords = 8;
-constexpr std::size_t kBlockSize = 4 * kWords;
+constexpr std::size_t kBlockSize = 32;
 constexpr std::size_t kHeaderSize = 4;
 
 std::size_t RoundedUp(std::size_t size) { return (size + kBlockSize - 1) / kBlockSize * kBlockSize; }
