@@ -175,6 +175,7 @@ TEST_F(Zip, RefusesToLoseAMember) {
     EXPECT_THROW(plan({"a/", "a/x", "b/x"}, Paths::Junk), FormatError);
     EXPECT_THROW(plan({"x", "x"}, Paths::Keep), FormatError);
 #ifdef _WIN32
+    EXPECT_THROW(plan({"\xFF"}, Paths::Keep), FormatError);
     EXPECT_THROW(plan({"x", "X"}, Paths::Keep), FormatError);
 #endif
 }
