@@ -51,6 +51,13 @@ bool LeavesPartialCopy(DWORD error) {
     return std::ranges::find(kErrors, static_cast<LONG>(error)) != kErrors.end();
 }
 
+/// No handle when the file cannot be opened; GetLastError tells why.
+FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
+    return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
+
 enum class Existing { Overwrite, Fail };
 
 void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
@@ -71,6 +78,8 @@ void CopyVerified(const std::wstring& source, const std::wstring& destination, s
 
 /// For a destination on another volume.
 void CopyAndDelete(const std::wstring& source, const std::wstring& destination) {
+    const WriteBlock block(source);
+    block.Check();
     CopyVerified(source, destination, FileSize(source), Existing::Fail);
     try {
         DeleteFile(source);
@@ -162,11 +171,19 @@ void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
     com::ThrowWin32(error, path);
 }
 
+WriteBlock::WriteBlock(const std::wstring& path)
+    : m_path(path),
+      m_file(TryOpen(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING)),
+      m_error(m_file ? ERROR_SUCCESS : GetLastError()) {}
+
+void WriteBlock::Check() const {
+    if (!m_file) com::ThrowWin32(m_error, m_path);
+}
+
 FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
-    const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
-                                    FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), path);
-    return FileHandle(file);
+    FileHandle file = TryOpen(path, access, sharing, disposition);
+    if (!file) com::ThrowWin32(GetLastError(), path);
+    return file;
 }
 
 void Write(HANDLE file, const std::wstring& path, std::string_view text) {

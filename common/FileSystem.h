@@ -23,6 +23,15 @@ std::wstring FullPath(const std::wstring& path);
 /// The form in which Win32 functions take a path of any length.
 std::wstring Extended(const std::wstring& path);
 
+struct HandleCloser {
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
+};
+using FileHandle = std::unique_ptr<HANDLE, HandleCloser>;
+
+/// As CreateFile. sharing: what others may do to the file meanwhile.
+FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
+
 struct FileEntry {
     std::wstring name;
     std::uint64_t size = 0;  ///< bytes
@@ -46,6 +55,20 @@ void CreateFolder(const std::wstring& path);
 void CopyFile(const std::wstring& source, const std::wstring& destination,
               std::optional<std::uint64_t> size = {});
 
+/// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
+/// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
+class WriteBlock {
+public:
+    explicit WriteBlock(const std::wstring& path);
+    /// Throws when somebody was writing to the file already, so that it is not blocked.
+    void Check() const;
+
+private:
+    std::wstring m_path;
+    FileHandle m_file;
+    DWORD m_error;  ///< why there is no handle
+};
+
 /// Moves a file, also to another volume. Fails when the destination exists; then, and after any other
 /// failure, the source is as it was and no part of it is at the destination.
 void MoveFile(const std::wstring& source, const std::wstring& destination);
@@ -53,14 +76,6 @@ void MoveFile(const std::wstring& source, const std::wstring& destination);
 enum class ReadOnlyFiles { Keep, Delete };
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep);
 
-struct HandleCloser {
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
-};
-using FileHandle = std::unique_ptr<HANDLE, HandleCloser>;
-
-/// As CreateFile. sharing: what others may do to the file meanwhile.
-FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
 /// Writes a whole text. path: names the file in a failure.
 void Write(HANDLE file, const std::wstring& path, std::string_view text);
 

@@ -190,8 +190,11 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
 /// A source that cannot be deleted stays beside its copy; the next cycle moves it again.
 void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
                                  const std::wstring& destination, const Progress& progress) const {
+    // The other side, too, may write to a shared folder now: a newer packet of the same name.
+    const FileSystem::WriteBlock block(file);
     FileSystem::CopyFile(file, destination, size);
     try {
+        block.Check();
         FileSystem::DeleteFile(file);
     } catch (const com::Error& error) {
         const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " + file +

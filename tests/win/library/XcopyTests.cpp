@@ -202,6 +202,24 @@ TEST_F(Xcopy, AFileInUseEndsTheTransferAndLosesNothing) {
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "locked");
 }
 
+TEST_F(Xcopy, AFileThatIsStillBeingWrittenIsNotDeleted) {
+    BeMobile();
+    const auto source = temp.File(L"out\\a.mdb", "half");
+    temp.File(L"out\\b.mdb");
+    const HANDLE writer =
+        CreateFileW(source.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(writer, INVALID_HANDLE_VALUE);
+    EXPECT_TRUE(Send());
+    DWORD written = 0;
+    EXPECT_TRUE(WriteFile(writer, " and the rest", 13, &written, nullptr));
+    CloseHandle(writer);
+    EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"a.mdb"));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not delete packet file: " + source));
+    EXPECT_TRUE(Send());
+    EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
+}
+
 TEST_F(Xcopy, AFolderInTheWayOfAFileIsReported) {
     BeMobile();
     temp.File(L"out\\a.mdb");
