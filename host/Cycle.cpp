@@ -126,7 +126,13 @@ void Cycle::AddFile(const Files::Entry& file) {
     const std::wstring path = Files::Join(m_settings.outbox, file.Relative());
     if (file.size == 0 && IsEncoded(m_settings, file.name))
         return ReportOut(file, PacketState::NotAdded, L"it is empty, and encoded packets must not be");
-    const Attempt added = Try([&] { return !Interrupt::Requested() && m_session.Add(path, file.subFolder); });
+    // A version that somebody saves after this one was added would leave the outbox without being sent.
+    const FileSystem::WriteBlock block(path);
+    const Attempt added = Try([&] {
+        if (Interrupt::Requested()) return false;
+        block.Check();
+        return m_session.Add(path, file.subFolder);
+    });
     if (!added.done) return ReportOut(file, PacketState::NotAdded, added.reason);
     m_added[com::Upper(file.Relative())] = file.size;
     const Attempt left = Try([&] {

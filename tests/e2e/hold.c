@@ -1,10 +1,14 @@
-// Holds a file open, unshared, until its standard input ends.
+// Holds a file open until its standard input ends: unshared, or with a second argument as a writer that
+// lets others do anything.
 #include <windows.h>
 #include <stdio.h>
 
 int wmain(int count, wchar_t** arguments) {
-    if (count != 2) return 2;
-    HANDLE file = CreateFileW(arguments[1], GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL);
+    if (count < 2) return 2;
+    const int writes = count > 2;
+    HANDLE file = CreateFileW(arguments[1], writes ? FILE_APPEND_DATA : GENERIC_READ,
+                              writes ? FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE : 0, NULL,
+                              OPEN_EXISTING, 0, NULL);
     puts(file == INVALID_HANDLE_VALUE ? "failed" : "held");
     fflush(stdout);
     while (getchar() != EOF) {

@@ -222,14 +222,14 @@ class Mount:
 
 
 class Holder:
-    """A second Windows program that holds a file open without sharing it."""
+    """A second Windows program that holds a file open: unshared, or as a writer that shares it."""
 
     _program = None
 
-    def __init__(self, test, path):
+    def __init__(self, test, path, *how):
         program = self._build(test)
-        self.process = subprocess.Popen([str(WINE), windows(program), windows(path)], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE)
+        self.process = subprocess.Popen([str(WINE), windows(program), windows(path), *how],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         test.addCleanup(self.release)
         answer = self.process.stdout.readline().strip()
         test.assertEqual(answer, b"held", f"{path} cannot be held")
