@@ -34,7 +34,8 @@ FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD dis
 
 struct FileEntry {
     std::wstring name;
-    std::uint64_t size = 0;  ///< bytes
+    std::uint64_t size = 0;       ///< bytes
+    std::uint64_t lastWrite = 0;  ///< as FILETIME
 };
 
 /// What lies directly in a folder, in the order in which the file system enumerates it.
@@ -54,6 +55,9 @@ void CreateFolder(const std::wstring& path);
 /// size: the source's size in bytes where the caller knows it. A failed copy leaves no part of it.
 void CopyFile(const std::wstring& source, const std::wstring& destination,
               std::optional<std::uint64_t> size = {});
+
+/// Deletes a file that is still as it was listed. Fails when somebody has written to it since, or writes.
+void DeleteUnchanged(const std::wstring& path, const FileEntry& listed);
 
 /// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
 /// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
