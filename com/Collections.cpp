@@ -76,9 +76,18 @@ Collection::get__NewEnum(IUnknown** Value) {
     return Return(Value, [&] { return Enumerate(m_values); });
 }
 
+bool Dictionary::Equal(const std::wstring& left, const std::wstring& right) const noexcept {
+    return m_comparison == KeyComparison::Exact ? left == right : EqualsIgnoringCase(left, right);
+}
+
 std::optional<std::wstring> Dictionary::Find(const std::wstring& key) const {
-    const auto found = std::ranges::find(m_entries, key, &Entry::first);
+    const auto found =
+        std::ranges::find_if(m_entries, [&](const Entry& entry) { return Equal(entry.first, key); });
     return found == m_entries.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::wstring> Dictionary::KeyAt(size_t position) const {
+    return position < m_entries.size() ? std::optional(m_entries[position].first) : std::nullopt;
 }
 
 std::vector<Variant> Dictionary::AllKeys() const {
@@ -89,7 +98,7 @@ std::vector<Variant> Dictionary::AllKeys() const {
 }
 
 void Dictionary::Set(const std::wstring& key, std::wstring value) {
-    std::erase_if(m_entries, [&](const Entry& entry) { return entry.first == key; });
+    std::erase_if(m_entries, [&](const Entry& entry) { return Equal(entry.first, key); });
     m_entries.emplace_back(key, std::move(value));
 }
 

@@ -28,12 +28,18 @@ private:
     std::vector<Variant> m_values;
 };
 
+enum class KeyComparison { Exact, IgnoringCase };
+
 /// Ordered map from names to texts (_Dictionary).
 class Dictionary final : public Object<Dual<_Dictionary>> {
 public:
-    /// Sets the text of a name; a name that is set again moves to the end.
+    explicit Dictionary(KeyComparison comparison = KeyComparison::Exact) : m_comparison(comparison) {}
+
+    /// Sets the text of a name; a name that is set again moves to the end, in its new spelling.
     void Set(const std::wstring& key, std::wstring value);
     std::optional<std::wstring> Find(const std::wstring& key) const;
+    /// The name at a position from 0; nothing beyond the end.
+    std::optional<std::wstring> KeyAt(size_t position) const;
 
     STDMETHODIMP
     get_Item(BSTR Key, BSTR* Value) override;
@@ -51,8 +57,10 @@ public:
 private:
     using Entry = std::pair<std::wstring, std::wstring>;
 
+    bool Equal(const std::wstring& left, const std::wstring& right) const noexcept;
     std::vector<Variant> AllKeys() const;
 
+    KeyComparison m_comparison;
     std::vector<Entry> m_entries;
 };
 

@@ -6,6 +6,7 @@
 #include "common/modMain.h"
 #include "encoders/clsXDeltaEncoder.h"
 #include "encoders/clsZipEncoder.h"
+#include "mobile/clsTranMobileConfig.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
 #include "transport/clsTransporter.h"
 
@@ -16,6 +17,7 @@ constexpr com::ClassEntry kClasses[] = {
     com::ClassOf<clsZipEncoder>(L"znTransporter.clsZipEncoder"),
     com::ClassOf<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder"),
     com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
+    com::ClassOf<clsTranMobileConfig>(L"znTransporter.clsTranMobileConfig"),
     com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
     com::ClassOf<clsRijndael>(L"znTransporter.clsRijndael"),
 };

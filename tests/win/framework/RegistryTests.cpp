@@ -4,7 +4,7 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "tests/win/framework/ScratchHives.h"
+#include "tests/win/support/ScratchHives.h"
 
 using Microsoft::WRL::ComPtr;
 

@@ -67,8 +67,10 @@ public:
     STDMETHODIMP
     Read(BSTR Name, VARIANT Default, VARIANT* Value) override {
         return Return(Value, [&] {
+            const std::wstring entry = m_key + Text(Name);
+            if (entry == Framework::Current().unreadable) com::ThrowWin32(ERROR_ACCESS_DENIED, entry);
             const auto& values = Framework::Current().registry;
-            const auto found = values.find(m_key + Text(Name));
+            const auto found = values.find(entry);
             return found == values.end() ? com::Variant(Default) : com::Variant(found->second);
         });
     }

@@ -1,0 +1,47 @@
+// Mobile configuration: folders and transfer settings of one application, read from the registry.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <string>
+
+#include "com/Collections.h"
+#include "com/Object.h"
+#include "znTransporter.h"
+
+/// It has no error handler: whatever fails is raised to the caller.
+class clsTranMobileConfig final : public com::Object<com::Dual<_clsTranMobileConfig>, IZNMobileConfig> {
+public:
+    STDMETHODIMP
+    put_ApplicationName(BSTR Value) override;
+    STDMETHODIMP
+    get_ApplicationName(BSTR* Value) override;
+    STDMETHODIMP
+    GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override;
+    STDMETHODIMP
+    NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) override;
+    STDMETHODIMP
+    ResetConfigNames(VARIANT_BOOL Enterprise) override;
+    STDMETHODIMP
+    SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) override;
+
+private:
+    /// What is known of one side.
+    struct Side {
+        Microsoft::WRL::ComPtr<com::Dictionary> table;  ///< null until the application is named
+        size_t next = 0;  ///< position in the enumeration of names; outlives the table
+    };
+
+    void IZNMobileConfig_ApplicationName(const std::wstring& Name);
+    std::wstring IZNMobileConfig_GetConfig(bool Enterprise, const std::wstring& ConfigName);
+    std::wstring IZNMobileConfig_NextConfigName(bool Enterprise);
+    void IZNMobileConfig_ResetConfigNames(bool Enterprise);
+    void IZNMobileConfig_SetConfig(bool Enterprise, const std::wstring& ConfigName,
+                                   const std::wstring& ConfigValue);
+
+    Side& SideOf(bool enterprise) { return enterprise ? m_enterprise : m_field; }
+
+    Side m_enterprise;
+    Side m_field;
+    std::wstring m_sApplicationName;
+};
