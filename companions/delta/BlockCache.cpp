@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "companions/support/Error.h"
+
 namespace companions::delta {
 
 namespace {
@@ -64,7 +66,9 @@ void BlockCache::Load(std::uint64_t number) {
     const std::span slots(&m_slots[first], count);
     // A block that cannot be read must not be taken for one that was there before.
     std::ranges::fill(slots, Slot{});
-    std::size_t size = m_source.ReadAt(number * kBlock, {&m_bytes[first * kBlock], count * kBlock});
+    auto size = static_cast<std::size_t>(std::min<std::uint64_t>(count * kBlock, m_size - number * kBlock));
+    if (m_source.ReadAt(number * kBlock, {&m_bytes[first * kBlock], size}) != size)
+        throw Error("a file became shorter while it was read; try again");
     m_afterLoaded = number + count;
     for (Slot& slot : slots) {
         slot = {number++, std::min(size, kBlock)};

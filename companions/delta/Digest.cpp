@@ -34,7 +34,7 @@ Digest DigestOf(const ByteSource& source, std::uint64_t size) {
     for (std::uint64_t done = 0; done < size;) {
         const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size - done, buffer.size()));
         if (source.ReadAt(done, {buffer.data(), wanted}) != wanted)
-            throw Error("a file became shorter while it was read");
+            throw Error("a file became shorter while it was read; try again");
         hasher.Add({buffer.data(), wanted});
         done += wanted;
     }

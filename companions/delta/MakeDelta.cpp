@@ -5,7 +5,6 @@
 #include "companions/delta/DeltaWriter.h"
 #include "companions/delta/IndexedReference.h"
 #include "companions/delta/Matcher.h"
-#include "companions/support/Error.h"
 
 namespace companions::delta {
 
@@ -15,7 +14,6 @@ void AddLiterals(DeltaWriter& writer, BlockCache& source, std::uint64_t begin, s
     while (begin < end) {
         Bytes bytes = source.From(begin);
         bytes = bytes.first(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), end - begin)));
-        if (bytes.empty()) throw Error("the source became shorter while it was read");
         writer.Add(bytes);
         begin += bytes.size();
     }
@@ -25,9 +23,9 @@ void AddLiterals(DeltaWriter& writer, BlockCache& source, std::uint64_t begin, s
 
 void MakeDelta(const ByteSource& reference, const ByteSource& source, ByteSink& delta) {
     const IndexedReference indexed(reference);
-    DeltaWriter writer(delta, {reference.Size(), indexed.digest, source.Size()});
     BlockCache referenceBytes(reference);
     BlockCache sourceBytes(source);
+    DeltaWriter writer(delta, {referenceBytes.Size(), indexed.digest, sourceBytes.Size()});
     Matcher matcher(referenceBytes, sourceBytes, indexed.index);
     std::uint64_t done = 0;
     while (const auto match = matcher.Next(done)) {
@@ -35,8 +33,8 @@ void MakeDelta(const ByteSource& reference, const ByteSource& source, ByteSink& 
         writer.Copy(match->reference, match->length);
         done = match->End();
     }
-    AddLiterals(writer, sourceBytes, done, source.Size());
-    writer.Finish(DigestOf(source, source.Size()));
+    AddLiterals(writer, sourceBytes, done, sourceBytes.Size());
+    writer.Finish(DigestOf(source, sourceBytes.Size()));
 }
 
 }  // namespace companions::delta

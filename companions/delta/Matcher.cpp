@@ -32,10 +32,10 @@ std::optional<Match> Matcher::Next(std::uint64_t begin) {
     RollingHash hash;
     for (Range range{begin, begin}; range.end < m_source.Size(); range.begin = range.end) {
         range.end = std::min(range.begin + kStep, m_source.Size());
-        const auto atKnown = AtKnownShifts(range, begin);
-        if (atKnown) range.end = std::min(range.end, atKnown->source);
+        const auto known = AtKnownShifts(range);
+        if (known) range.end = known->at;
         if (const auto elsewhere = InIndex(hash, range, begin)) return Remembered(*elsewhere);
-        if (atKnown) return Remembered(*atKnown);
+        if (known) return Remembered(Extended(known->at, known->shift, begin));
     }
     return std::nullopt;
 }
@@ -54,18 +54,15 @@ Match Matcher::Extended(std::uint64_t at, Shift shift, std::uint64_t begin) cons
     return {at - back, at - back + shift, back + ahead};
 }
 
-std::optional<Match> Matcher::AtKnownShifts(Range range, std::uint64_t begin) const {
-    auto match = AtShift(m_last, range, begin);
-    if (m_main == m_last) return match;
-    if (match) range.end = match->source;
-    const auto inMain = AtShift(m_main, range, begin);
-    return inMain ? inMain : match;
-}
-
-std::optional<Match> Matcher::AtShift(Shift shift, Range range, std::uint64_t begin) const {
-    const std::uint64_t at = FirstEqual(shift, range);
-    if (at >= range.end) return std::nullopt;
-    return Extended(at, shift, begin);
+/// Where equal bytes begin, and no more: the index may know of something before, and then they wait.
+std::optional<Matcher::Hit> Matcher::AtKnownShifts(Range range) const {
+    Hit hit{FirstEqual(m_last, range), m_last};
+    if (m_main != m_last) {
+        const std::uint64_t inMain = FirstEqual(m_main, {range.begin, hit.at});
+        if (inMain < hit.at) hit = {inMain, m_main};
+    }
+    if (hit.at >= range.end) return std::nullopt;
+    return hit;
 }
 
 /// Looks at every unit of the range only, which a long enough match cannot escape.

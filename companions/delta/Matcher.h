@@ -36,9 +36,13 @@ private:
         std::uint64_t end;
     };
 
+    struct Hit {
+        std::uint64_t at;
+        Shift shift;
+    };
+
     Match Extended(std::uint64_t at, Shift shift, std::uint64_t begin) const;
-    std::optional<Match> AtShift(Shift shift, Range range, std::uint64_t begin) const;
-    std::optional<Match> AtKnownShifts(Range range, std::uint64_t begin) const;
+    std::optional<Hit> AtKnownShifts(Range range) const;
     std::optional<Match> InIndex(RollingHash& hash, Range range, std::uint64_t begin) const;
     std::uint64_t FirstEqual(Shift shift, Range range) const;
     Match Remembered(const Match& match);
