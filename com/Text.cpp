@@ -10,6 +10,18 @@
 
 namespace com {
 
+namespace {
+
+std::wstring Decoded(UINT codePage, std::string_view text) {
+    const int size = static_cast<int>(text.size());
+    std::wstring result(static_cast<size_t>(MultiByteToWideChar(codePage, 0, text.data(), size, nullptr, 0)),
+                        L'\0');
+    MultiByteToWideChar(codePage, 0, text.data(), size, result.data(), static_cast<int>(result.size()));
+    return result;
+}
+
+}  // namespace
+
 Bstr::Bstr(std::wstring_view text) : m_text(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {
     if (!m_text) throw std::bad_alloc();
 }
@@ -95,13 +107,7 @@ std::wstring Variant::Text() const { return com::Text(Converted(VT_BSTR).m_value
 
 LONG Variant::Number(std::wstring_view subject) const { return Converted(VT_I4, subject).m_value.lVal; }
 
-std::wstring FromUtf8(std::string_view text) {
-    const int size = static_cast<int>(text.size());
-    std::wstring result(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), size, nullptr, 0)),
-                        L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), size, result.data(), static_cast<int>(result.size()));
-    return result;
-}
+std::wstring FromUtf8(std::string_view text) { return Decoded(CP_UTF8, text); }
 
 std::string ToUtf8(std::wstring_view text) {
     const int size = static_cast<int>(text.size());
@@ -110,6 +116,25 @@ std::string ToUtf8(std::wstring_view text) {
         '\0');
     WideCharToMultiByte(CP_UTF8, 0, text.data(), size, result.data(), static_cast<int>(result.size()),
                         nullptr, nullptr);
+    return result;
+}
+
+std::wstring FromSystemCodePage(std::string_view text) { return Decoded(CP_ACP, text); }
+
+std::string ToSystemCodePage(const std::wstring& text) {
+    // Windows refuses these two where the code page is UTF-8, which has every character.
+    const bool hasAll = GetACP() == CP_UTF8;
+    BOOL lacking = FALSE;
+    const auto convert = [&](char* out, int size) {
+        return WideCharToMultiByte(CP_ACP, hasAll ? 0 : WC_NO_BEST_FIT_CHARS, text.data(),
+                                   static_cast<int>(text.size()), out, size, nullptr,
+                                   hasAll ? nullptr : &lacking);
+    };
+    std::string result(static_cast<size_t>(convert(nullptr, 0)), '\0');
+    convert(result.data(), static_cast<int>(result.size()));
+    if (lacking)
+        throw Error(HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION),
+                    text + L": a character is not in the system's 8-bit code page; use another name.");
     return result;
 }
 

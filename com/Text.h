@@ -79,6 +79,10 @@ private:
 
 std::wstring FromUtf8(std::string_view text);
 std::string ToUtf8(std::wstring_view text);
+/// Text of the system's 8-bit code page, in which the 8-bit functions of Windows speak.
+std::wstring FromSystemCodePage(std::string_view text);
+/// Throws when a character is not in the code page: a similar one in its place would name another file.
+std::string ToSystemCodePage(const std::wstring& text);
 /// "0x" and the upper-case hexadecimal digits of a number.
 std::wstring Hexadecimal(DWORD number);
 std::wstring Upper(std::wstring_view text);

@@ -38,7 +38,8 @@ std::uint64_t Wide(const FILETIME& time) { return Wide(time.dwHighDateTime, time
 void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
         listing.files.push_back(
-            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), Wide(found.ftLastWriteTime)});
+            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), Wide(found.ftLastWriteTime),
+             found.dwFileAttributes});
     else if (!IsSelfOrParent(found.cFileName))
         listing.folders.emplace_back(found.cFileName);
 }

@@ -36,6 +36,7 @@ struct FileEntry {
     std::wstring name;
     std::uint64_t size = 0;       ///< bytes
     std::uint64_t lastWrite = 0;  ///< as FILETIME
+    DWORD attributes = 0;         ///< as in WIN32_FIND_DATA
 };
 
 /// What lies directly in a folder, in the order in which the file system enumerates it.

@@ -8,9 +8,13 @@ void FolderLocator::Open(const std::wstring& applicationName) {
     com::Check(m_locator->put_ApplicationName(com::Bstr(applicationName).Get()), L"folder locator");
 }
 
-std::wstring FolderLocator::FolderPath(bool enterprise, const wchar_t* kind) const {
+IZNMobileFolders* FolderLocator::Get() const {
     if (!m_locator)
         throw com::Error(E_UNEXPECTED, L"The folder locator is missing: set ApplicationName before PropSet.");
-    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, m_locator.Get(),
+    return m_locator.Get();
+}
+
+std::wstring FolderLocator::FolderPath(bool enterprise, const wchar_t* kind) const {
+    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, Get(),
                                   enterprise ? VARIANT_TRUE : VARIANT_FALSE, com::Bstr(kind).Get());
 }

@@ -207,6 +207,11 @@ IZNBrandingResources* ZNBrandingResObject() try {
     ReportAndRaise(L"modMain.ZNBrandingResObject: ");
 }
 
+std::wstring BrandedText(LONG Number) {
+    return com::Get<std::wstring>(&IZNBrandingResources::Text, ZNBrandingResObject(),
+                                  com::Variant(Number).Get());
+}
+
 std::wstring StartupEntry(LONG Number) { return AskStartupService(Number).Text(); }
 
 com::Variant CategoryCollection(ZNCategoryCode code) {

@@ -28,6 +28,9 @@ std::wstring GetProperty(IZNPropertySet* PropertySet, const std::wstring& Name, 
 IZNRegistry* ZNRegObject();
 IZNBrandingResources* ZNBrandingResObject();
 
+/// Text of a branding resource. Throws a failure.
+std::wstring BrandedText(LONG Number);
+
 /// A value of the start-up service as text. Throws a failure.
 std::wstring StartupEntry(LONG Number);
 

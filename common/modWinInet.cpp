@@ -3,20 +3,29 @@
 #include <array>
 #include <cwchar>
 
-namespace {
+#include "com/Text.h"
 
-std::wstring FromSystemCodePage(const char* text, DWORD length) {
-    std::wstring result(length, L'\0');
-    result.resize(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text, static_cast<int>(length),
-                                                          result.data(), static_cast<int>(result.size()))));
-    return result;
-}
+namespace {
 
 std::wstring CodeHeader(DWORD code) {
     std::array<wchar_t, 48> header;
     const int length =
         swprintf(header.data(), header.size(), L"Dec: %ld\tHex: %lX", static_cast<LONG>(code), code);
     return {header.data(), static_cast<size_t>(length)};
+}
+
+bool RunsUnderWine() {
+    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+    return system && GetProcAddress(system, "wine_get_version");
+}
+
+/// Wine's search gives no handle and no error where Windows gives ERROR_NO_MORE_FILES.
+HINTERNET WINAPI FindFirstUnderWine(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found,
+                                    DWORD flags, DWORD_PTR context) {
+    SetLastError(ERROR_SUCCESS);
+    const HINTERNET find = ::FtpFindFirstFileA(connection, pattern, found, flags, context);
+    if (!find && GetLastError() == ERROR_SUCCESS) SetLastError(ERROR_NO_MORE_FILES);
+    return find;
 }
 
 }  // namespace
@@ -26,7 +35,7 @@ std::wstring ErrorText(DWORD Code) {
     const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                         Code, 0, buffer.data(), buffer.size(), nullptr);
     if (length == 0) return L"(No such error)\r\n\r\n" + CodeHeader(Code);
-    return FromSystemCodePage(buffer.data(), length) + L"\r\n" + CodeHeader(Code);
+    return com::FromSystemCodePage({buffer.data(), length}) + L"\r\n" + CodeHeader(Code);
 }
 
 WinInetFunctions& WinInet() {
@@ -39,7 +48,7 @@ WinInetFunctions& WinInet() {
         &::FtpSetCurrentDirectoryA,
         &::FtpGetCurrentDirectoryA,
         &::FtpCreateDirectoryA,
-        &::FtpFindFirstFileA,
+        RunsUnderWine() ? &FindFirstUnderWine : &::FtpFindFirstFileA,
         &::FtpGetFileA,
         &::FtpPutFileA,
         &::FtpDeleteFileA,

@@ -26,5 +26,6 @@ struct WinInetFunctions {
     decltype(&::FtpDeleteFileA) FtpDeleteFileA;
 };
 
-/// The table in use; the system's functions until a test replaces them.
+/// The table in use; the system's functions until a test replaces them. A search that finds nothing ends
+/// with ERROR_NO_MORE_FILES wherever it runs.
 WinInetFunctions& WinInet();

@@ -7,6 +7,8 @@
 #include "encoders/clsXDeltaEncoder.h"
 #include "encoders/clsZipEncoder.h"
 #include "mobile/clsTranMobileConfig.h"
+#include "sendrecv/clsFTPFile.h"
+#include "sendrecv/clsFTPSndRcv.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
 #include "transport/clsTransporter.h"
 
@@ -18,6 +20,8 @@ constexpr com::ClassEntry kClasses[] = {
     com::ClassOf<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder"),
     com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
     com::ClassOf<clsTranMobileConfig>(L"znTransporter.clsTranMobileConfig"),
+    com::ClassOf<clsFTPSndRcv>(L"znTransporter.clsFTPSndRcv"),
+    com::ClassOf<clsFTPFile>(L"znTransporter.clsFTPFile"),
     com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
     com::ClassOf<clsRijndael>(L"znTransporter.clsRijndael"),
 };

@@ -47,14 +47,6 @@ void RefuseOverlap(const std::wstring& source, const std::wstring& destination) 
 
 // --- Settings ---------------------------------------------------------------------------------------
 
-void clsXCOPYSndRcv::StoreTestedFolder(std::wstring& folder, const std::wstring& value,
-                                       std::wstring_view source) try {
-    folder = value;
-    CheckReadWriteDelete(value, SupressMsg);
-} catch (...) {
-    ReportCurrentError(source);
-}
-
 bool clsXCOPYSndRcv::IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
     m_settings = Settings;
     for (const auto& [name, value] : AllProperties(Settings)) {
@@ -227,7 +219,7 @@ clsXCOPYSndRcv::get_LocalSendFolder(BSTR* Value) {
 STDMETHODIMP
 clsXCOPYSndRcv::put_LocalSendFolder(BSTR Value) {
     return Call([&] {
-        StoreTestedFolder(m_sLocalSendFolder, Text(Value),
+        StoreTestedFolder(m_sLocalSendFolder, Text(Value), SupressMsg,
                           L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalSendFolder");
     });
 }
@@ -238,7 +230,7 @@ clsXCOPYSndRcv::get_LocalReceiveFolder(BSTR* Value) {
 STDMETHODIMP
 clsXCOPYSndRcv::put_LocalReceiveFolder(BSTR Value) {
     return Call([&] {
-        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value),
+        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value), SupressMsg,
                           L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalReceiveFolder");
     });
 }
@@ -278,7 +270,7 @@ clsXCOPYSndRcv::putref_PropSet(IZNPropertySet* Value) {
 }
 STDMETHODIMP
 clsXCOPYSndRcv::get_ApplicationName(BSTR* Value) {
-    return Return(Value, [&] { return m_sApplicationName; });
+    return Return(Value, [&] { return m_folderLocator.ApplicationName(); });
 }
 STDMETHODIMP
 clsXCOPYSndRcv::put_ApplicationName(BSTR Value) {

@@ -9,6 +9,7 @@
 #include "com/Text.h"
 #include "common/FileSystem.h"
 #include "common/FolderLocator.h"
+#include "sendrecv/CommonSettings.h"
 #include "sendrecv/Progress.h"
 #include "znTransporter.h"
 
@@ -66,7 +67,6 @@ public:
     get_CategoriesToReg(VARIANT* Value) override;
 
 private:
-    void StoreTestedFolder(std::wstring& folder, const std::wstring& value, std::wstring_view source);
     bool IZNSenderReceiver_Init(IZNPropertySet* Settings);
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject);
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject);

@@ -48,4 +48,14 @@ TEST(Path, LastFourOfShortNamesIsTheName) {
     EXPECT_EQ(Path::LastFour(L"abc"), L"abc");
 }
 
+TEST(Path, PlainNamesStayInTheirFolder) {
+    for (const wchar_t* name :
+         {L"a.mdb", L"a b.mdb", L".hidden", L"CONSOLE.TXT", L"COM.mdb", L"COM10", L"a..b", L"~x"})
+        EXPECT_TRUE(Path::IsPlainName(name)) << testing::PrintToString(std::wstring(name));
+    for (const wchar_t* name :
+         {L"", L".", L"..", L"a\\b", L"a/b", L"..\\a", L"C:a", L"a:stream", L"CON", L"nul.txt", L"Aux .mdb",
+          L"com1", L"LPT9.x.y", L"COM\u00B2", L"conin$", L"a.", L"a ", L".. "})
+        EXPECT_FALSE(Path::IsPlainName(name)) << testing::PrintToString(std::wstring(name));
+}
+
 }  // namespace

@@ -1,0 +1,81 @@
+#include "sendrecv/FtpAdministration.h"
+
+#include <array>
+#include <utility>
+
+#include "com/Return.h"
+#include "common/Registry.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+#include "mobile/frmFTP.h"
+#include "mobile/modMobileAdminXML.h"
+#include "mobile/modverification.h"
+#include "sendrecv/CommonSettings.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+const std::wstring kTransportKey =
+    L"/MOBILECONFIGURATIONROOT/MOBILECONFIGURATION[@KeyName='SENDERRECEIVER']//KEY[@KeyName='Transport']";
+
+/// Stores the value of a setting; one that the document lacks stays as it is.
+void ReadSetting(IXMLDOMNode* document, const std::wstring& name, std::wstring& value) {
+    ComPtr<IXMLDOMNode> node;
+    const std::wstring path = kTransportKey + L"/SETTING[@KeyName='" + name + L"']/@KeyValue";
+    com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
+    if (node) value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
+}
+
+}  // namespace
+
+ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
+    *this = FtpAdministration();
+    m_initialized = true;
+    if (context) {
+        ComPtr<IXMLDOMNode> document;
+        com::Check(context->QueryInterface(IID_IXMLDOMNode, &document), L"administration document");
+        ParseXML(document.Get());
+    } else {
+        ReadRegistry();
+    }
+    // The settings alone are checked: asking the tool's user, or a server, is the dialog's business.
+    if (!modverification::VerifyFTPSite(m_server, m_user, m_password, m_enterpriseToField,
+                                        m_fieldToEnterprise, false, false))
+        return {};
+    const auto document = modMobileAdminXML::GenerateFTPXML(sides, m_enterpriseToField, m_fieldToEnterprise,
+                                                            m_server, m_user, m_password);
+    ComPtr<IXMLDOMElement> element;
+    if (document) com::Check(document->get_documentElement(&element), L"administration document");
+    return element;
+}
+
+ComPtr<IUnknown> FtpAdministration::Execute(LONG sides) {
+    if (!m_initialized) {
+        Report(L"clsFTPSndRcv.cls.IZNMobileAdminProperties_Execute: \r\n"
+               L"Please Initialize IZNMobileAdminProperties before calling Execute.");
+        return {};
+    }
+    frmFTP dialog;
+    dialog.Execute(sides, m_enterpriseToField, m_fieldToEnterprise, m_server, m_user, m_password);
+    ComPtr<IXMLDOMDocument> document = dialog.GetXML();
+    if (document) ParseXML(document.Get());
+    return document;
+}
+
+void FtpAdministration::ReadRegistry() {
+    IZNRegistry* const registry = OpenTransportKey();
+    m_enterpriseToField = ReadText(registry, L"FTPEnterpriseToField");
+    m_fieldToEnterprise = ReadText(registry, L"FTPFieldtoEnterprise");
+    m_server = ReadText(registry, L"FTPServer");
+    m_user = ReadText(registry, L"FTPUser");
+    m_password = ReadText(registry, L"FTPPassword");
+}
+
+void FtpAdministration::ParseXML(IXMLDOMNode* document) {
+    ReadSetting(document, L"FTPEnterpriseToField", m_enterpriseToField);
+    ReadSetting(document, L"FTPFieldtoEnterprise", m_fieldToEnterprise);
+    ReadSetting(document, L"FTPServer", m_server);
+    ReadSetting(document, L"FTPUser", m_user);
+    ReadSetting(document, L"FTPPassword", m_password);
+}

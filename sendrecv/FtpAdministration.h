@@ -1,0 +1,27 @@
+// What an administration tool asks of the FTP sender/receiver: five settings, as a document and in a dialog.
+#pragma once
+
+#include <msxml2.h>
+#include <wrl/client.h>
+
+#include <string>
+
+class FtpAdministration {
+public:
+    /// Reads the settings from a document, or from the registry where there is none. Returns the
+    /// document's element for them, or null when they are not complete.
+    Microsoft::WRL::ComPtr<IUnknown> Initialize(LONG sides, IUnknown* context);
+    /// Shows the dialog and returns the document that it leaves, or null. Initialize comes first.
+    Microsoft::WRL::ComPtr<IUnknown> Execute(LONG sides);
+
+private:
+    void ReadRegistry();
+    void ParseXML(IXMLDOMNode* document);
+
+    bool m_initialized = false;
+    std::wstring m_server;
+    std::wstring m_user;
+    std::wstring m_password;  ///< enciphered, as stored
+    std::wstring m_enterpriseToField;
+    std::wstring m_fieldToEnterprise;
+};

@@ -1,0 +1,86 @@
+#include "sendrecv/FtpConnection.h"
+
+#include "com/Error.h"
+#include "common/Apartment.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+#include "sendrecv/CommonSettings.h"
+#include "sendrecv/FtpPassword.h"
+#include "sendrecv/frmPromptFTP.h"
+
+namespace {
+
+constexpr LONG kIncompleteLogin = 143;
+constexpr LONG kLoginFailed = 144;
+
+void ShowBrandedText(LONG number) {
+    ZNMsgBox(BrandedText(number), MB_ICONINFORMATION, ThisApartment().gk_sToolName);
+}
+
+/// An unattended host must learn from its log what nobody can be asked.
+std::wstring WhyNotAsked(const FtpLogin& login) {
+    const std::wstring text =
+        L"The host allows no user interface, so nobody can be asked for the FTP login. ";
+    if (!login.IsComplete()) return text + L"Set the FTP server, user and password.";
+    return text + L"There is no connection as user " + login.user + L" to the FTP server " + login.server +
+           L": check the server, the user and the password.";
+}
+
+}  // namespace
+
+bool FtpConnection::Open(const Progress& progress) try {
+    if (m_session.IsConnected()) return true;
+    LoginCancelled = false;
+    if (login.IsComplete()) {
+        if (m_session.DoConnection(login, progress)) return true;
+        if (SupressMsg) return false;
+    }
+    if (!UserInterfaceIsAllowed()) {
+        ReportFailure(L"clsFTPSndRcv.cls.InternalOpenConnection", WhyNotAsked(login), progress);
+        return false;
+    }
+    frmPromptFTP prompt;
+    prompt.txtServer = login.server;
+    prompt.txtUser = login.user;
+    return PromptLogin(prompt, progress);
+} catch (...) {
+    return StandardHandler(L"clsFTPSndRcv.cls.InternalOpenConnection", false);
+}
+
+bool FtpConnection::PromptLogin(frmPromptFTP& prompt, const Progress& progress) {
+    const FtpLogin previous = login;
+    while (prompt.Show()) {
+        const FtpLogin entered{prompt.txtServer, prompt.txtUser, prompt.txtPassword};
+        if (!entered.IsComplete()) {
+            ShowBrandedText(kIncompleteLogin);
+            continue;
+        }
+        login = entered;
+        if (ConnectAndSaveLogin(prompt.chkSaveProperties, progress)) return true;
+    }
+    login = previous;
+    LoginCancelled = true;
+    return false;
+}
+
+/// A login that works but cannot be saved still connects.
+bool FtpConnection::ConnectAndSaveLogin(bool saveLogin, const Progress& progress) try {
+    if (!m_session.DoConnection(login, progress)) {
+        ShowBrandedText(kLoginFailed);
+        return false;
+    }
+    if (saveLogin) SaveLogin();
+    return true;
+} catch (...) {
+    return StandardHandler(L"clsFTPSndRcv.cls.ConnectAndSaveLogin", m_session.IsConnected());
+}
+
+void FtpConnection::SaveLogin() const {
+    IZNRegistry* const registry = OpenTransportKey();
+    const auto write = [&](const wchar_t* name, const std::wstring& value) {
+        com::Check(registry->Write(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+    };
+    write(L"FTPServer", login.server);
+    write(L"FTPUser", login.user);
+    write(L"FTPPassword", FtpPassword::Encipher(login.password));
+}

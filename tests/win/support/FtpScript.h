@@ -1,0 +1,50 @@
+// A server that exists only behind the table of WinINet functions: a tree of files in memory, a transcript
+// of the calls, and calls that fail as a test arranges.
+#pragma once
+
+#include <windows.h>
+#include <wininet.h>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "common/modWinInet.h"
+
+namespace tests {
+
+struct RemoteEntry {
+    std::string name;
+    DWORD attributes = FILE_ATTRIBUTE_NORMAL;
+    DWORD size = 0;
+};
+
+/// While it exists, the library's FTP calls end here.
+class FtpScript {
+public:
+    FtpScript();
+    FtpScript(const FtpScript&) = delete;
+    FtpScript& operator=(const FtpScript&) = delete;
+    ~FtpScript();
+
+    /// The next calls of a function fail with these errors, one after the other.
+    void Fail(const std::string& function, std::vector<DWORD> errors) {
+        failures[function] = std::move(errors);
+    }
+
+    std::map<std::string, std::string> files;  ///< contents by path
+    std::set<std::string> folders = {"/"};
+    std::string currentFolder = "/";
+    std::optional<std::vector<RemoteEntry>> listing;  ///< what every folder lists, instead of the tree
+    size_t listingFailsAt = SIZE_MAX;                 ///< number of entries before the listing breaks off
+    std::string response;                             ///< the server's last reply
+    std::map<std::string, std::vector<DWORD>> failures;
+    std::string transcript;  ///< "Function argument argument|"
+
+private:
+    WinInetFunctions m_real;
+};
+
+}  // namespace tests
