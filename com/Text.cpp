@@ -150,6 +150,12 @@ std::wstring Upper(std::wstring_view text) {
     return result;
 }
 
+std::wstring_view Trimmed(std::wstring_view text) noexcept {
+    const size_t start = text.find_first_not_of(L' ');
+    if (start == std::wstring_view::npos) return {};
+    return text.substr(start, text.find_last_not_of(L' ') - start + 1);
+}
+
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept {
     return CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
                                 static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;

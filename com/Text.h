@@ -86,6 +86,8 @@ std::string ToSystemCodePage(const std::wstring& text);
 /// "0x" and the upper-case hexadecimal digits of a number.
 std::wstring Hexadecimal(DWORD number);
 std::wstring Upper(std::wstring_view text);
+/// Without blanks at both ends.
+std::wstring_view Trimmed(std::wstring_view text) noexcept;
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;
 /// A GUID in braces.
 std::wstring Text(const GUID& id);

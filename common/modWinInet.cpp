@@ -55,3 +55,13 @@ WinInetFunctions& WinInet() {
     };
     return functions;
 }
+
+std::wstring LastResponse() {
+    DWORD error = 0;
+    DWORD length = 0;
+    WinInet().InternetGetLastResponseInfoA(&error, nullptr, &length);
+    std::string text(length + 1, '\0');
+    length = static_cast<DWORD>(text.size());
+    WinInet().InternetGetLastResponseInfoA(&error, text.data(), &length);
+    return com::FromSystemCodePage(text.c_str());
+}

@@ -29,3 +29,6 @@ struct WinInetFunctions {
 /// The table in use; the system's functions until a test replaces them. A search that finds nothing ends
 /// with ERROR_NO_MORE_FILES wherever it runs.
 WinInetFunctions& WinInet();
+
+/// The server's reply that made the last call of this thread fail.
+std::wstring LastResponse();

@@ -1,9 +1,6 @@
 #include "sendrecv/FtpSession.h"
 
-#include <array>
-
 #include "com/Text.h"
-#include "common/Apartment.h"
 #include "common/modZNStartup.h"
 
 using com::ToSystemCodePage;
@@ -39,18 +36,12 @@ void ReportFailure(std::wstring_view source, const std::wstring& message, const 
 
 bool FtpSession::DoConnection(const FtpLogin& login, const Progress& progress) try {
     constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.DoConnection";
-    m_internet = WinInet().InternetOpenA(ToSystemCodePage(ThisApartment().gk_sToolName).c_str(),
-                                         INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
-    if (!m_internet) {
+    if (!Open()) {
         const DWORD error = GetLastError();
         ReportFailure(kSource, L"Could not Initialize Internet connection: " + ErrorText(error), progress);
         return false;
     }
-    m_connection =
-        WinInet().InternetConnectA(m_internet, ToSystemCodePage(login.server).c_str(),
-                                   INTERNET_INVALID_PORT_NUMBER, ToSystemCodePage(login.user).c_str(),
-                                   ToSystemCodePage(login.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0);
-    if (m_connection) return true;
+    if (Connect(login)) return true;
     const std::wstring failure = ConnectFailure(GetLastError(), login);
     if (!failure.empty()) ReportFailure(kSource, failure, progress);
     CloseConnection();
@@ -58,13 +49,6 @@ bool FtpSession::DoConnection(const FtpLogin& login, const Progress& progress) t
 } catch (...) {
     CloseConnection();
     return StandardHandler(L"clsFTPSndRcv.cls.DoConnection", false);
-}
-
-void FtpSession::CloseConnection() {
-    if (m_connection) WinInet().InternetCloseHandle(m_connection);
-    m_connection = nullptr;
-    WinInet().InternetCloseHandle(m_internet);
-    m_internet = nullptr;
 }
 
 bool FtpSession::SetRemoteFolder(bool mustExist, const std::wstring& path, const Progress& progress) const
@@ -84,7 +68,7 @@ bool FtpSession::CreateRemoteFolders(const std::wstring& path, const Progress& p
 bool FtpSession::EnterOrCreate(const std::wstring& folder, const Progress& progress) const {
     constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.CreateRemoteFolders";
     if (Enter(folder)) return true;
-    if (!WinInet().FtpCreateDirectoryA(m_connection, ToSystemCodePage(folder).c_str())) {
+    if (!WinInet().FtpCreateDirectoryA(Connection(), ToSystemCodePage(folder).c_str())) {
         const DWORD error = GetLastError();
         ReportFailure(kSource,
                       L"Could not create FTP directory: " + ErrorText(error) + L"\r\nFolder: " + folder,
@@ -99,16 +83,5 @@ bool FtpSession::EnterOrCreate(const std::wstring& folder, const Progress& progr
 }
 
 bool FtpSession::Enter(const std::wstring& folder) const {
-    return WinInet().FtpSetCurrentDirectoryA(m_connection, ToSystemCodePage(folder).c_str()) != FALSE;
-}
-
-std::string FtpSession::CurrentFolder() const {
-    std::array<char, 260> folder{};
-    DWORD length = folder.size() - 1;
-    WinInet().FtpGetCurrentDirectoryA(m_connection, folder.data(), &length);
-    return folder.data();
-}
-
-void FtpSession::ReturnTo(const std::string& folder) const {
-    WinInet().FtpSetCurrentDirectoryA(m_connection, folder.c_str());
+    return WinInet().FtpSetCurrentDirectoryA(Connection(), ToSystemCodePage(folder).c_str()) != FALSE;
 }

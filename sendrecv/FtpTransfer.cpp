@@ -17,17 +17,6 @@ std::wstring WithErrorText(const std::wstring& message, DWORD error) {
     return message + L"\r\n" + ErrorText(error);
 }
 
-/// The reply that made the last call fail.
-std::wstring LastResponse() {
-    DWORD error = 0;
-    DWORD length = 0;
-    WinInet().InternetGetLastResponseInfoA(&error, nullptr, &length);
-    std::string text(length + 1, '\0');
-    length = static_cast<DWORD>(text.size());
-    WinInet().InternetGetLastResponseInfoA(&error, text.data(), &length);
-    return FromSystemCodePage(text.c_str());
-}
-
 /// What a failed put is reported with; nothing for a local file that somebody still writes.
 std::optional<std::wstring> PutFailure(const std::wstring& name, DWORD error) {
     if (error == ERROR_SHARING_VIOLATION) return std::nullopt;
@@ -187,7 +176,7 @@ bool FtpTransfer::Fetch(const clsFTPFile& entry, const std::wstring& localFolder
     constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.GetRemoteFile";
     if (!WinInet().FtpGetFileA(m_session.Connection(), ToSystemCodePage(entry.sFileName).c_str(),
                                ToSystemCodePage(target).c_str(), FALSE, static_cast<DWORD>(entry.lAttributes),
-                               FtpSession::kFlags, 0)) {
+                               FtpHandles::kFlags, 0)) {
         const DWORD error = GetLastError();
         return Failed(kSource, WithErrorText(L"Failed to retrieve file " + entry.sFileName +
                                                  L" on the FTP server to local folder " + localFolder,
@@ -203,7 +192,7 @@ bool FtpTransfer::SendLocalFile(const clsFTPFile& entry, const std::wstring& loc
     const std::wstring& name = entry.sFileName;
     const std::wstring file = localFolder + L"\\" + name;
     if (!WinInet().FtpPutFileA(m_session.Connection(), ToSystemCodePage(file).c_str(),
-                               ToSystemCodePage(name).c_str(), FtpSession::kFlags, 0)) {
+                               ToSystemCodePage(name).c_str(), FtpHandles::kFlags, 0)) {
         const std::optional<std::wstring> failure = PutFailure(name, GetLastError());
         return failure && Failed(kSource, *failure);
     }

@@ -1,0 +1,40 @@
+#include "common/FtpHandles.h"
+
+#include <array>
+
+#include "com/Text.h"
+#include "common/Apartment.h"
+
+using com::ToSystemCodePage;
+
+bool FtpHandles::Open() {
+    m_internet = WinInet().InternetOpenA(ToSystemCodePage(ThisApartment().gk_sToolName).c_str(),
+                                         INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0);
+    return m_internet != nullptr;
+}
+
+bool FtpHandles::Connect(const FtpLogin& login) {
+    m_connection =
+        WinInet().InternetConnectA(m_internet, ToSystemCodePage(login.server).c_str(),
+                                   INTERNET_INVALID_PORT_NUMBER, ToSystemCodePage(login.user).c_str(),
+                                   ToSystemCodePage(login.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0);
+    return m_connection != nullptr;
+}
+
+void FtpHandles::Close() {
+    if (m_connection) WinInet().InternetCloseHandle(m_connection);
+    m_connection = nullptr;
+    WinInet().InternetCloseHandle(m_internet);
+    m_internet = nullptr;
+}
+
+std::string FtpHandles::CurrentFolder() const {
+    std::array<char, 260> folder{};
+    DWORD length = folder.size() - 1;
+    WinInet().FtpGetCurrentDirectoryA(m_connection, folder.data(), &length);
+    return folder.data();
+}
+
+bool FtpHandles::ReturnTo(const std::string& folder) const {
+    return WinInet().FtpSetCurrentDirectoryA(m_connection, folder.c_str()) != FALSE;
+}
