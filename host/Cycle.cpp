@@ -162,8 +162,9 @@ void Cycle::ReportSending(const std::vector<Files::Entry>& waiting) {
 
 // --- Receiving --------------------------------------------------------------------------------------
 
-/// A remote side that cannot be listed now offers nothing; the transfer tells why.
+/// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
 std::vector<Files::Entry> Cycle::OfferedFiles() const try {
+    if (m_settings.transport == Transport::Ftp) return {};
     return Files::Tree(m_settings.remoteReceive);
 } catch (const com::Error&) {
     return {};
@@ -173,7 +174,7 @@ void Cycle::ReportReceiving(const std::vector<Files::Entry>& offered) {
     for (const Files::Entry& file : offered)
         if (Files::FileExists(Files::Join(m_settings.remoteReceive, file.Relative())))
             ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
-    if (Files::FileExists(m_settings.remoteReceive)) {
+    if (m_settings.transport == Transport::Folder && Files::FileExists(m_settings.remoteReceive)) {
         m_result.transferred = false;
         m_result.transferReason = m_settings.remoteReceive + L" is a file, not a folder";
     }

@@ -45,7 +45,8 @@ std::string SettingsText(const Values& values) {
 
 void CreateSide(const std::wstring& folder, const Values& values) {
     for (const SettingsKey& key : SettingsKeys())
-        if (key.kind == ValueKind::Folder) Files::CreateFolders(Files::Join(folder, ValueOf(key, values)));
+        if (key.kind == ValueKind::Folder || key.kind == ValueKind::RemoteFolder)
+            Files::CreateFolders(Files::Join(folder, ValueOf(key, values)));
 }
 
 void RefuseExisting(const std::wstring& file) {

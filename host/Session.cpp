@@ -107,10 +107,12 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
     com::Check(m_transporter->putref_Encoder(encoder.Get()));
 }
 
-/// The name comes before the settings, whose defaults depend on it; the remote folders come last, and for
-/// the enterprise only there.
+/// The name comes before the settings, whose defaults depend on it; the remote side's settings come last:
+/// the folder transport of the enterprise, and a login, are only taken there.
 void Session::CreateSenderReceiver(const Settings& settings) {
-    m_senderReceiver = Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
+    m_senderReceiver = settings.transport == Transport::Ftp
+                           ? Create<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv")
+                           : Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
     const auto configurable = As<IZNSenderReceiver2>(m_senderReceiver);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet local;
@@ -122,9 +124,12 @@ void Session::CreateSenderReceiver(const Settings& settings) {
     com::Check(configurable->putref_PropSet(local.Get()));
     PropertySet remote;
     remote.With(L"RemoteSendFolder", settings.remoteSend)
-        .With(L"RemoteReceiveFolder", settings.remoteReceive);
+        .With(L"RemoteReceiveFolder", settings.remoteReceive)
+        .With(L"FTPServer", settings.ftpServer)
+        .With(L"FTPUser", settings.ftpUser)
+        .With(L"FTPPassword", settings.ftpPassword);
     if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
-        throw com::Error(E_FAIL, L"The sender/receiver refuses its remote folders.");
+        throw com::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
 }
 
 bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {

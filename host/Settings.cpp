@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 
+#include "cipher/FtpPassword.h"
 #include "com/Error.h"
 #include "com/Text.h"
 #include "host/Files.h"
@@ -36,6 +37,12 @@ bool IsNumber(const std::wstring& value) {
            value.find_first_not_of(L"0123456789") == std::wstring::npos;
 }
 
+bool HoldsPackets(ValueKind kind) { return kind == ValueKind::Folder || kind == ValueKind::RemoteFolder; }
+
+std::wstring PlainPassword(const std::wstring& text) {
+    return FtpPassword::IsEnciphered(text) ? FtpPassword::Decipher(text) : text;
+}
+
 /// One settings file on its way to checked values.
 class Reader {
 public:
@@ -48,6 +55,8 @@ private:
     void CheckSections();
     void CheckKeys(const wchar_t* section);
     void ReadValue(const SettingsKey& key);
+    bool IsFtp() const { return com::EqualsIgnoringCase(Value(L"host", L"transport"), L"ftp"); }
+    bool IsLocal(const SettingsKey& key) const;
     void CheckValue(const SettingsKey& key, const std::wstring& value);
     void CheckApart();
     EncoderKind Encoder() const;
@@ -86,8 +95,12 @@ Settings Reader::Read() {
             .inbox = Value(L"folders", L"inbox"),
             .send = Value(L"folders", L"send"),
             .receive = Value(L"folders", L"receive"),
+            .transport = IsFtp() ? Transport::Ftp : Transport::Folder,
             .remoteSend = Value(L"folders", L"remote_send"),
             .remoteReceive = Value(L"folders", L"remote_receive"),
+            .ftpServer = Value(L"ftp", L"server"),
+            .ftpUser = Value(L"ftp", L"user"),
+            .ftpPassword = PlainPassword(Value(L"ftp", L"password")),
             .logFile = Value(L"log", L"file")};
 }
 
@@ -139,8 +152,13 @@ void Reader::ReadValue(const SettingsKey& key) {
     if (value.empty() && key.presence == Presence::Required) return Complain(key.Title() + L" has no value");
     if (value.empty()) value = key.fallback;
     CheckValue(key, value);
-    if (IsPath(key.kind) && !value.empty()) value = Files::FullPath(Files::ParentFolder(m_file), value);
+    if (IsLocal(key) && !value.empty()) value = Files::FullPath(Files::ParentFolder(m_file), value);
     m_values[&key] = value;
+}
+
+/// The transport stands before the folders in the table, so that it is known here.
+bool Reader::IsLocal(const SettingsKey& key) const {
+    return key.kind == ValueKind::RemoteFolder ? !IsFtp() : IsPath(key.kind);
 }
 
 void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
@@ -150,7 +168,9 @@ void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
         Complain(key.Title() + L" = " + value + L": the value must be one of: " + Listed(key.allowed));
     if (key.kind == ValueKind::Number && !IsNumber(value))
         Complain(key.Title() + L" = " + value + L": the value must be a whole number from 0 to 999999");
-    if (IsPath(key.kind) && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
+    if (key.kind == ValueKind::RemoteFolder && IsFtp() && value.find(L'\\') != std::wstring::npos)
+        Complain(key.Title() + L" = " + value + L": a path on an FTP server is written with /");
+    if (IsLocal(key) && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
         Complain(key.Title() + L" = " + value + L": the path holds a character that no path may hold");
 }
 
@@ -163,7 +183,7 @@ std::wstring WithSeparator(std::wstring folder) {
 void Reader::CheckApart() {
     std::vector<std::pair<const SettingsKey*, std::wstring>> folders;
     for (const SettingsKey& key : SettingsKeys())
-        if (key.kind == ValueKind::Folder && !m_values[&key].empty())
+        if (HoldsPackets(key.kind) && IsLocal(key) && !m_values[&key].empty())
             folders.emplace_back(&key, com::Upper(WithSeparator(m_values[&key])));
     for (const auto& [outerKey, outer] : folders)
         for (const auto& [innerKey, inner] : folders)

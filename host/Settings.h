@@ -7,6 +7,7 @@
 #include <vector>
 
 enum class Role { Field, Enterprise };
+enum class Transport { Folder, Ftp };
 
 enum class EncoderKind { None, Zip, XDelta };
 
@@ -18,7 +19,7 @@ struct EncoderSettings {
     std::vector<std::pair<std::wstring, std::wstring>> properties;
 };
 
-/// All paths are absolute.
+/// All local paths are absolute.
 struct Settings {
     Role role = Role::Field;
     std::wstring applicationName;
@@ -32,9 +33,13 @@ struct Settings {
     std::wstring inbox;
     std::wstring send;
     std::wstring receive;
-    std::wstring remoteSend;
+    Transport transport = Transport::Folder;
+    std::wstring remoteSend;  ///< as remoteReceive a path on the server when packets travel through FTP
     std::wstring remoteReceive;
-    std::wstring logFile;  ///< empty for none
+    std::wstring ftpServer;
+    std::wstring ftpUser;
+    std::wstring ftpPassword;  ///< plain
+    std::wstring logFile;      ///< empty for none
 };
 
 /// Thrown for settings that cannot be used; each problem names its key.

@@ -16,6 +16,7 @@ enum class ValueKind {
     Number,
     File,
     Folder,         ///< of packets: no two of them may overlap
+    RemoteFolder,   ///< of packets: a folder, or a path on the FTP server
     ProgramFolder,  ///< of external programs
 };
 

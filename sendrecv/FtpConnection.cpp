@@ -5,7 +5,7 @@
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "sendrecv/CommonSettings.h"
-#include "sendrecv/FtpPassword.h"
+#include "cipher/FtpPassword.h"
 #include "sendrecv/frmPromptFTP.h"
 
 namespace {
@@ -24,6 +24,12 @@ std::wstring WhyNotAsked(const FtpLogin& login) {
     if (!login.IsComplete()) return text + L"Set the FTP server, user and password.";
     return text + L"There is no connection as user " + login.user + L" to the FTP server " + login.server +
            L": check the server, the user and the password.";
+}
+
+/// Registry texts end at a NUL, which enciphered bytes may hold; digits never do.
+std::wstring StoredPassword(const std::wstring& password) {
+    std::wstring bytes = FtpPassword::EncipherBytes(password);
+    return bytes.find(L'\0') == std::wstring::npos ? bytes : FtpPassword::Encipher(password);
 }
 
 }  // namespace
@@ -82,5 +88,5 @@ void FtpConnection::SaveLogin() const {
     };
     write(L"FTPServer", login.server);
     write(L"FTPUser", login.user);
-    write(L"FTPPassword", FtpPassword::Encipher(login.password));
+    write(L"FTPPassword", StoredPassword(login.password));
 }

@@ -1,12 +1,12 @@
 #include "sendrecv/clsFTPSndRcv.h"
 
+#include "cipher/FtpPassword.h"
 #include "com/Return.h"
 #include "common/Framework.h"
 #include "common/PropertySet.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "sendrecv/CommonSettings.h"
-#include "sendrecv/FtpPassword.h"
 #include "sendrecv/FtpTransfer.h"
 
 using com::Call;

@@ -270,7 +270,7 @@ clsXCOPYSndRcv::putref_PropSet(IZNPropertySet* Value) {
 }
 STDMETHODIMP
 clsXCOPYSndRcv::get_ApplicationName(BSTR* Value) {
-    return Return(Value, [&] { return m_folderLocator.ApplicationName(); });
+    return Return(Value, [&] { return m_sApplicationName; });
 }
 STDMETHODIMP
 clsXCOPYSndRcv::put_ApplicationName(BSTR Value) {

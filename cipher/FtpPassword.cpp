@@ -1,0 +1,29 @@
+#include "cipher/FtpPassword.h"
+
+#include "cipher/Envelope.h"
+#include "cipher/TextBytes.h"
+
+namespace {
+
+constexpr size_t kDigitsPerBlock = 64;
+
+std::vector<std::uint8_t> Enciphered(std::wstring_view password) {
+    return Envelope().EncryptData(BytesOf(password), {});
+}
+
+}  // namespace
+
+bool FtpPassword::IsEnciphered(std::wstring_view text) {
+    return !text.empty() && text.size() % kDigitsPerBlock == 0 &&
+           text.find_first_not_of(L"0123456789ABCDEF") == std::wstring_view::npos;
+}
+
+std::wstring FtpPassword::Decipher(std::wstring_view stored) {
+    const auto password = IsEnciphered(stored) ? Envelope().DecryptData(BytesOfHexadecimal(stored), {})
+                                               : Envelope().DecryptData(BytesOf(stored), {});
+    return password ? TextOf(*password) : std::wstring();
+}
+
+std::wstring FtpPassword::Encipher(std::wstring_view password) { return HexadecimalOf(Enciphered(password)); }
+
+std::wstring FtpPassword::EncipherBytes(std::wstring_view password) { return TextOf(Enciphered(password)); }

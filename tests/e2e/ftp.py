@@ -1,0 +1,132 @@
+"""Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply."""
+import os
+import random
+import socket
+import subprocess
+import threading
+
+from support import HostTest, ROOT, wait_until
+
+TOOL = ROOT / "tools" / "ftp-server"
+USERS = {"vsftpd": "ftp", "pure-ftpd": "packets"}
+PASSWORD = "secret"
+
+
+def own_address():
+    """An address of its own for each server: the clients use no port but 21."""
+    while True:
+        address = f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
+        with socket.socket() as probe:
+            try:
+                probe.bind((address, 21))
+                return address
+            except OSError:
+                continue
+
+
+class Server:
+    def __init__(self, test, kind):
+        check = subprocess.run([TOOL, "check"], capture_output=True, text=True, check=False)
+        if check.returncode != 0:
+            test.assertIn(os.environ.get("CI", "false"), ("", "false"), check.stderr)
+            test.skipTest(check.stderr.strip())
+        self.kind = kind
+        self.user = USERS[kind]
+        self.address = own_address()
+        self.folder = test.scratch / "server"
+        self.packets = self.folder / "root" / "packets"
+        self.process = None
+        test.addCleanup(self.kill)
+        self.start()
+
+    def start(self):
+        self.process = subprocess.Popen([TOOL, self.kind, self.address, self.folder])
+        wait_until(self.answers)
+
+    def answers(self):
+        assert self.process.poll() is None, f"{self.kind} ended at once"
+        with socket.socket() as client:
+            return client.connect_ex((self.address, 21)) == 0
+
+    def kill(self):
+        """Ends the server and all its sessions, in the middle of whatever they do."""
+        if self.process:
+            self.process.kill()
+            self.process.wait()
+            self.process = None
+
+    def own(self, *paths):
+        """Lets the server change files that the test made."""
+        for path in paths:
+            os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
+
+
+class CuttingProxy:
+    """Passes commands on to a server until the reply that follows a command; then it drops the connection."""
+
+    def __init__(self, test, server, command, reply):
+        self.server, self.command, self.reply = server, command, reply
+        self.address = own_address()
+        self.cuts = 0
+        self.listener = socket.create_server((self.address, 21))
+        test.addCleanup(self.listener.close)
+        threading.Thread(target=self.serve, daemon=True).start()
+
+    def serve(self):
+        while True:
+            try:
+                client, _ = self.listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=self.session, args=(client,), daemon=True).start()
+
+    def session(self, client):
+        with client, socket.create_connection((self.server.address, 21)) as upstream:
+            state = {"armed": False}
+
+            def commands():
+                for line in client.makefile("rb"):
+                    state["armed"] = state["armed"] or line.startswith(self.command)
+                    upstream.sendall(line)
+
+            threading.Thread(target=commands, daemon=True).start()
+            for line in upstream.makefile("rb"):
+                if state["armed"] and line.startswith(self.reply):
+                    self.cuts += 1
+                    client.shutdown(socket.SHUT_RDWR)
+                    upstream.shutdown(socket.SHUT_RDWR)
+                    return
+                client.sendall(line)
+
+
+class FtpHostTest(HostTest):
+    """Two installations that exchange packets through a server of the class's kind."""
+
+    KIND = "vsftpd"
+
+    def setUp(self):
+        super().setUp()
+        self.scratch.chmod(0o711)  # the server's user passes through
+        self.server = Server(self, self.KIND)
+        self.use_server()
+
+    def install(self, root):
+        super().install(root)
+        if hasattr(self, "server"):
+            self.use_server()
+
+    def use_server(self):
+        self.to_enterprise = self.server.packets / "to-enterprise"
+        self.to_field = self.server.packets / "to-field"
+        for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
+            side.change("transport", "ftp")
+            side.change("server", self.server.address)
+            side.change("user", self.server.user)
+            side.change("password", PASSWORD)
+            side.change("remote_send", f"packets/to-{other}")
+            side.change("remote_receive", f"packets/to-{side.name}")
+
+    def remote_folder(self, folder):
+        folder.mkdir(exist_ok=True)
+        self.server.own(folder)
+        return folder

@@ -1,0 +1,28 @@
+#include <gtest/gtest.h>
+
+#include "cipher/FtpPassword.h"
+
+namespace {
+
+TEST(FtpPassword, ComesBackFromBothStoredForms) {
+    for (const std::wstring password : {L"a", L"secret", L"\u00E9\u4E2D", L"fourteen chars and a few more"}) {
+        const std::wstring digits = FtpPassword::Encipher(password);
+        EXPECT_TRUE(FtpPassword::IsEnciphered(digits));
+        EXPECT_EQ(digits.find(password), std::wstring::npos);
+        EXPECT_EQ(FtpPassword::Decipher(digits), password);
+        const std::wstring bytes = FtpPassword::EncipherBytes(password);
+        EXPECT_EQ(bytes.size() * 4, digits.size());
+        EXPECT_FALSE(FtpPassword::IsEnciphered(bytes));
+        EXPECT_EQ(FtpPassword::Decipher(bytes), password);
+    }
+}
+
+TEST(FtpPassword, OtherTextsAreNoPasswords) {
+    for (const std::wstring& text :
+         {std::wstring(), std::wstring(L"plain"), std::wstring(63, L'A'), std::wstring(64, L'g')}) {
+        EXPECT_FALSE(FtpPassword::IsEnciphered(text));
+        EXPECT_EQ(FtpPassword::Decipher(text), L"");
+    }
+}
+
+}  // namespace
