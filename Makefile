@@ -2,7 +2,8 @@
 # make demo     two installations exchange packets through a shared folder (BITS=64 for the 64-bit build)
 # make test     all tests
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each, 20 in the tests)
-# make bench    the library against bare system calls, the cipher against another one, side by side
+# make screenshots  pictures of the dialogs
+# make bench    the library and the companion programs beside others of their kind
 # make format   clang-format;  make tidy   clang-tidy
 
 SHELL := /bin/bash
@@ -14,7 +15,7 @@ BITS ?= $(lastword $(RUNNABLE))
 WARM = tools/wine-server run
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test fuzz bench format check-format tidy clean
+.PHONY: all setup demo test screenshots fuzz bench format check-format tidy clean
 .NOTPARALLEL:
 
 all: build-native build-fuzz build-win32 build-win64
@@ -31,6 +32,10 @@ demo: build-win$(BITS)
 
 test: all check-format
 	@$(WARM) tools/test
+	@tools/screenshots $(BITS)
+
+screenshots: build-win$(BITS)
+	@tools/screenshots $(BITS)
 
 fuzz: export FUZZ_SECONDS ?= 300
 fuzz: build-fuzz

@@ -1,0 +1,12 @@
+// The settings of an FTP site.
+#pragma once
+
+#include <string>
+
+struct FtpSite {
+    std::wstring server;
+    std::wstring user;
+    std::wstring password;  ///< plain
+    std::wstring enterpriseToField;
+    std::wstring fieldToEnterprise;
+};

@@ -1,0 +1,42 @@
+// The FTP properties dialog: edits the settings of an FTP site, tests the site, and leaves the
+// administration document.
+#pragma once
+
+#include <msxml2.h>
+#include <wrl/client.h>
+
+#include <string>
+
+#include "common/Dialog.h"
+#include "mobile/FtpSite.h"
+
+class frmFTP final : Dialog {
+public:
+    frmFTP() : Dialog(L"frmFTP") {}
+
+    /// Shows the dialog modally. Sides: goes into the document. Password: enciphered, as stored. What the
+    /// user applied replaces the five texts; a cancelled dialog leaves them, and so does a host that
+    /// allows no user interface, at once and with a report. Failures are reported.
+    void Execute(long Sides, std::wstring& EnterpriseToField, std::wstring& FieldToEnterprise,
+                 std::wstring& Server, std::wstring& User, std::wstring& Password);
+
+    /// The document of the settings that were applied, or else given; null where they are not complete.
+    Microsoft::WRL::ComPtr<IXMLDOMDocument> GetXML() const { return m_document; }
+
+private:
+    int Load() override;
+    void Command(int control, int code) override;
+    void InitializeLocale() const;
+    void SetInitalControlState() const;
+    void SetApplyButtonState() const;
+    void cmdFTP_Click() const;
+    void cmdApply_Click();
+    FtpSite ReadBoxes() const;
+    bool VerifyFTPSite(const FtpSite& site, bool testConnection) const;
+    Microsoft::WRL::ComPtr<IXMLDOMDocument> GenerateFTPXML() const;
+
+    long m_lSides = 0;
+    FtpSite m_site;  ///< what the boxes start with, and what was applied
+    std::wstring m_sEncipheredPassword;
+    Microsoft::WRL::ComPtr<IXMLDOMDocument> m_document;
+};

@@ -1,0 +1,42 @@
+// show_dialog NAME: opens a dialog of the library with sample settings, for people and pictures.
+#include <iostream>
+
+#include "cipher/FtpPassword.h"
+#include "common/modMain.h"
+#include "mobile/frmFTP.h"
+#include "sendrecv/frmPromptFTP.h"
+#include "tests/win/dialogs/ProductTexts.h"
+#include "tests/win/support/Dll.h"
+
+namespace {
+
+void ShowProperties() {
+    std::wstring enterpriseToField = L"EnterpriseToField";
+    std::wstring fieldToEnterprise = L"FieldToEnterprise";
+    std::wstring server = L"ftp.example.org";
+    std::wstring user = L"field-17";
+    std::wstring password = FtpPassword::Encipher(L"secret");
+    frmFTP().Execute(3, enterpriseToField, fieldToEnterprise, server, user, password);
+}
+
+void ShowPrompt() {
+    frmPromptFTP prompt;
+    prompt.txtServer = L"ftp.example.org";
+    prompt.txtUser = L"field-17";
+    prompt.Show();
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+    const tests::ComApartment apartment;
+    tests::Framework framework;
+    tests::TakeProductTexts(framework);
+    framework.userInterface = true;
+    Main();
+    const std::wstring name = argc > 1 ? argv[1] : L"";
+    if (name == L"frmFTP") return ShowProperties(), 0;
+    if (name == L"frmPromptFTP") return ShowPrompt(), 0;
+    std::wcerr << L"show_dialog frmFTP | frmPromptFTP\n";
+    return 2;
+}

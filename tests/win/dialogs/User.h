@@ -1,0 +1,67 @@
+// A person at the screen who answers dialogs with keyboard and eyes, from a thread of his own.
+#pragma once
+
+#include <windows.h>
+
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace tests {
+
+/// A visible top-level window of this process.
+class Screen {
+public:
+    explicit Screen(HWND window) : m_window(window) {}
+
+    HWND Handle() const { return m_window; }
+    bool IsOpen() const { return IsWindow(m_window) && IsWindowVisible(m_window); }
+    std::wstring Caption() const { return TextOf(m_window); }
+    std::wstring Text(int control) const { return TextOf(Control(control)); }
+    bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)); }
+    bool IsChecked(int control) const { return SendMessageW(Control(control), BM_GETCHECK, 0, 0) != 0; }
+    HWND Control(int control) const { return GetDlgItem(m_window, control); }
+    /// Identifier of the control that has the keyboard.
+    int Focus() const;
+
+    /// Empties a box and types into it, key by key.
+    void Type(int control, const std::wstring& text) const;
+    /// Each of these waits until the focus moved or the window closed, or a second passed.
+    void Key(WORD key) const { Post(WM_KEYDOWN, key); }
+    void Mnemonic(wchar_t letter) const { Post(WM_SYSCHAR, static_cast<WPARAM>(letter)); }
+    /// Presses a button with the mouse; does not wait for what that brings up.
+    void Click(int button) const { PostMessageW(Control(button), BM_CLICK, 0, 0); }
+
+    /// The window that this one brought up, such as a message box.
+    Screen Popup() const;
+    /// The text of a message box.
+    std::wstring Message() const { return Text(0xFFFF); }
+    /// Presses Enter until the window is gone, and waits for that.
+    void Confirm() const;
+    void AwaitEnd() const;
+
+private:
+    static std::wstring TextOf(HWND window);
+    HWND FocusedWindow() const;
+    void Post(UINT message, WPARAM key) const;
+
+    HWND m_window;
+};
+
+/// Polls for some seconds; false when it never came true.
+bool Eventually(const std::function<bool()>& condition);
+
+/// Waits for a dialog of this process with the caption, runs the script on it, and sees to it that the dialog
+/// is closed in the end: a script that fails must not leave the test waiting.
+class User {
+public:
+    User(std::wstring caption, std::function<void(const Screen&)> script);
+    User(const User&) = delete;
+    User& operator=(const User&) = delete;
+    ~User() { m_thread.join(); }
+
+private:
+    std::thread m_thread;
+};
+
+}  // namespace tests
