@@ -57,8 +57,8 @@ void frmFTP::Execute(long Sides, std::wstring& EnterpriseToField, std::wstring& 
 }
 
 Microsoft::WRL::ComPtr<IXMLDOMDocument> frmFTP::GenerateFTPXML() const {
-    return modMobileAdminXML::GenerateFTPXML(m_lSides, m_site.enterpriseToField, m_site.fieldToEnterprise,
-                                             m_site.server, m_site.user, m_sEncipheredPassword);
+    return ::GenerateFTPXML(m_lSides, m_site.enterpriseToField, m_site.fieldToEnterprise, m_site.server,
+                            m_site.user, m_sEncipheredPassword);
 }
 
 int frmFTP::Load() {

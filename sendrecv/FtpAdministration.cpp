@@ -16,13 +16,13 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-const std::wstring kTransportKey =
+constexpr auto kTransportKey =
     L"/MOBILECONFIGURATIONROOT/MOBILECONFIGURATION[@KeyName='SENDERRECEIVER']//KEY[@KeyName='Transport']";
 
 /// Stores the value of a setting; one that the document lacks stays as it is.
-void ReadSetting(IXMLDOMNode* document, const std::wstring& name, std::wstring& value) {
+void ReadSetting(IXMLDOMNode* document, const wchar_t* name, std::wstring& value) {
     ComPtr<IXMLDOMNode> node;
-    const std::wstring path = kTransportKey + L"/SETTING[@KeyName='" + name + L"']/@KeyValue";
+    const std::wstring path = std::wstring(kTransportKey) + L"/SETTING[@KeyName='" + name + L"']/@KeyValue";
     com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
     if (node) value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
 }
@@ -43,8 +43,8 @@ ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
     if (!modverification::VerifyFTPSite(m_server, m_user, m_password, m_enterpriseToField,
                                         m_fieldToEnterprise, false, false))
         return {};
-    const auto document = modMobileAdminXML::GenerateFTPXML(sides, m_enterpriseToField, m_fieldToEnterprise,
-                                                            m_server, m_user, m_password);
+    const auto document =
+        GenerateFTPXML(sides, m_enterpriseToField, m_fieldToEnterprise, m_server, m_user, m_password);
     ComPtr<IXMLDOMElement> element;
     if (document) com::Check(document->get_documentElement(&element), L"administration document");
     return element;
@@ -73,9 +73,9 @@ void FtpAdministration::ReadRegistry() {
 }
 
 void FtpAdministration::ParseXML(IXMLDOMNode* document) {
-    ReadSetting(document, L"FTPEnterpriseToField", m_enterpriseToField);
-    ReadSetting(document, L"FTPFieldtoEnterprise", m_fieldToEnterprise);
-    ReadSetting(document, L"FTPServer", m_server);
-    ReadSetting(document, L"FTPUser", m_user);
-    ReadSetting(document, L"FTPPassword", m_password);
+    ReadSetting(document, AdminXml::kFTPEnterpriseToField, m_enterpriseToField);
+    ReadSetting(document, AdminXml::kFTPFieldToEnterprise, m_fieldToEnterprise);
+    ReadSetting(document, AdminXml::kFTPServer, m_server);
+    ReadSetting(document, AdminXml::kFTPUser, m_user);
+    ReadSetting(document, AdminXml::kFTPPassword, m_password);
 }
