@@ -10,10 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/bench/Bench.h"
 #include "tests/win/support/Library.h"
-#include "tests/win/support/ProgressDouble.h"
 #include "tests/win/support/TempFolder.h"
 
+using bench::Fail;
+using bench::QuietProgress;
+using bench::Stopwatch;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -24,63 +27,6 @@ struct Load {
     std::uint64_t bytesPerFile;
     int rounds;
 };
-
-/// Reports no more than a host's progress bar would have to.
-class QuietProgress final : public com::Object<IZNProgress> {
-public:
-    STDMETHODIMP
-    Reserved() override { return S_OK; }
-    STDMETHODIMP
-    SetRange(LONG, LONG) override { return S_OK; }
-    STDMETHODIMP
-    AddMessage(BSTR, LONG) override { return S_OK; }
-    STDMETHODIMP
-    put_StatusText(BSTR) override { return S_OK; }
-    STDMETHODIMP
-    put_Position(LONG) override { return S_OK; }
-    STDMETHODIMP
-    get_Cancelled(VARIANT_BOOL* Value) override {
-        *Value = VARIANT_FALSE;
-        return S_OK;
-    }
-};
-
-class Stopwatch {
-public:
-    Stopwatch() { QueryPerformanceCounter(&m_start); }
-    double Seconds() const {
-        LARGE_INTEGER now;
-        LARGE_INTEGER perSecond;
-        QueryPerformanceCounter(&now);
-        QueryPerformanceFrequency(&perSecond);
-        return static_cast<double>(now.QuadPart - m_start.QuadPart) / static_cast<double>(perSecond.QuadPart);
-    }
-
-private:
-    LARGE_INTEGER m_start;
-};
-
-[[noreturn]] void Fail(const char* what) {
-    std::fprintf(stderr, "bench: %s (error %lu)\n", what, GetLastError());
-    std::exit(1);
-}
-
-void WriteFiles(const std::wstring& folder, const Load& load) {
-    std::vector<char> block(static_cast<size_t>(std::min<std::uint64_t>(load.bytesPerFile, 1 << 20)));
-    for (size_t i = 0; i < block.size(); ++i)
-        block[i] = static_cast<char>(i * 7919 >> 3);
-    for (int i = 0; i < load.files; ++i) {
-        const std::wstring path = folder + L"\\packet " + std::to_wstring(i) + L".mdb";
-        const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-        if (file == INVALID_HANDLE_VALUE) Fail("cannot write the files");
-        for (std::uint64_t done = 0; done < load.bytesPerFile; done += block.size()) {
-            DWORD written = 0;
-            if (!WriteFile(file, block.data(), static_cast<DWORD>(block.size()), &written, nullptr))
-                Fail("disk full?");
-        }
-        CloseHandle(file);
-    }
-}
 
 std::vector<std::wstring> Names(const std::wstring& folder) {
     std::vector<std::wstring> names;
@@ -139,7 +85,7 @@ double OneRun(const Load& load, const Contender& contender) {
     const tests::TempFolder temp;
     const std::wstring from = temp.Folder(L"from");
     const std::wstring to = temp.Folder(L"to");
-    WriteFiles(from, load);
+    bench::WriteFiles(from, load.files, load.bytesPerFile);
     const Stopwatch watch;
     contender(from, to);
     const double seconds = watch.Seconds();

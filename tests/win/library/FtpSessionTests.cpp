@@ -1,4 +1,7 @@
 // The FTP sender/receiver's connection, settings and administration.
+#include <msxml2.h>
+
+#include "cipher/FtpPassword.h"
 #include "com/Collections.h"
 #include "tests/win/library/FtpTest.h"
 
@@ -157,6 +160,39 @@ TEST_F(FtpAdministrationTest, NameCategoriesAndOrderOfCalls) {
     ASSERT_EQ(value.Get().punkVal->QueryInterface(IID_PPV_ARGS(&categories)), S_OK);
     EXPECT_EQ(com::Get<com::Variant>(&_Collection::get_Item, categories.Get(), LONG{1}).Text(),
               L"{category 135}");
+}
+
+TEST_F(FtpAdministrationTest, SettingsComeFromTheRegistryOrFromADocument) {
+    EXPECT_EQ(Initialize(nullptr), nullptr) << "nothing is configured";
+    for (const wchar_t* name :
+         {L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPEnterpriseToField", L"FTPFieldtoEnterprise"})
+        framework.registry[std::wstring(L"13/Transport/") + name] = std::wstring(L"my ") + name;
+    const ComPtr<IUnknown> element = Initialize(nullptr);
+    framework.registry.clear();
+    for (const ComPtr<IUnknown>& result : {element, Initialize(element.Get())}) {
+        ASSERT_NE(result, nullptr);
+        ComPtr<IXMLDOMNode> node;
+        ASSERT_EQ(result->QueryInterface(IID_IXMLDOMNode, &node), S_OK);
+        const auto text = com::Get<std::wstring>(&IXMLDOMNode::get_xml, node.Get());
+        EXPECT_THAT(text, StartsWith(L"<MOBILECONFIGURATIONROOT>"));
+        EXPECT_THAT(text, HasSubstr(L"KeyName=\"FTPServer\" KeyValue=\"my FTPServer\""));
+        EXPECT_THAT(text,
+                    HasSubstr(L"KeyName=\"FTPFieldtoEnterprise\" KeyValue=\"my FTPFieldtoEnterprise\""));
+    }
+    EXPECT_EQ(Reported(), L"");
+}
+
+TEST_F(FtpAdministrationTest, TheStoredPasswordIsDeciphered) {
+    settings->put_ApplicationName(com::Bstr(L"App").Get());
+    for (const std::wstring& stored :
+         {FtpPassword::Encipher(L"secret"), FtpPassword::EncipherBytes(L"secret")}) {
+        framework.folders = {{L"F/FTPServer", L"host"}, {L"F/FTPUser", L"joe"}, {L"F/FTPPassword", stored}};
+        remote = com::Make<clsFTPSndRcv>();
+        remote.As(&settings);
+        settings->put_ApplicationName(com::Bstr(L"App").Get());
+        EXPECT_TRUE(Connect());
+        EXPECT_THAT(Calls(), EndsWith("Connect host 0 joe secret 1 0|"));
+    }
 }
 
 }  // namespace

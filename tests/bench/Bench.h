@@ -1,0 +1,77 @@
+// What the benchmarks share.
+#pragma once
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "com/Object.h"
+#include "znFrameworkUI.h"
+
+namespace bench {
+
+/// Reports no more than a host's progress bar would have to.
+class QuietProgress final : public com::Object<IZNProgress> {
+public:
+    STDMETHODIMP
+    Reserved() override { return S_OK; }
+    STDMETHODIMP
+    SetRange(LONG, LONG) override { return S_OK; }
+    STDMETHODIMP
+    AddMessage(BSTR, LONG) override { return S_OK; }
+    STDMETHODIMP
+    put_StatusText(BSTR) override { return S_OK; }
+    STDMETHODIMP
+    put_Position(LONG) override { return S_OK; }
+    STDMETHODIMP
+    get_Cancelled(VARIANT_BOOL* Value) override {
+        *Value = VARIANT_FALSE;
+        return S_OK;
+    }
+};
+
+class Stopwatch {
+public:
+    Stopwatch() { QueryPerformanceCounter(&m_start); }
+    double Seconds() const {
+        LARGE_INTEGER now;
+        LARGE_INTEGER perSecond;
+        QueryPerformanceCounter(&now);
+        QueryPerformanceFrequency(&perSecond);
+        return static_cast<double>(now.QuadPart - m_start.QuadPart) / static_cast<double>(perSecond.QuadPart);
+    }
+
+private:
+    LARGE_INTEGER m_start;
+};
+
+[[noreturn]] inline void Fail(const char* what) {
+    std::fprintf(stderr, "bench: %s (error %lu)\n", what, GetLastError());
+    std::exit(1);
+}
+
+/// Files named by the prefix and a number from 0 on.
+inline void WriteFiles(const std::wstring& folder, int files, std::uint64_t bytesPerFile,
+                       const wchar_t* prefix = L"packet ") {
+    std::vector<char> block(static_cast<size_t>(std::min<std::uint64_t>(bytesPerFile, 1 << 20)));
+    for (size_t i = 0; i < block.size(); ++i)
+        block[i] = static_cast<char>(i * 7919 >> 3);
+    for (int i = 0; i < files; ++i) {
+        const std::wstring path = folder + L"\\" + prefix + std::to_wstring(i) + L".mdb";
+        const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+        if (file == INVALID_HANDLE_VALUE) Fail("cannot write the files");
+        for (std::uint64_t done = 0; done < bytesPerFile; done += block.size()) {
+            DWORD written = 0;
+            if (!WriteFile(file, block.data(), static_cast<DWORD>(block.size()), &written, nullptr))
+                Fail("disk full?");
+        }
+        CloseHandle(file);
+    }
+}
+
+}  // namespace bench
