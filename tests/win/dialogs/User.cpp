@@ -54,7 +54,9 @@ HWND Screen::FocusedWindow() const {
     return info.hwndFocus;
 }
 
-int Screen::Focus() const { return GetDlgCtrlID(FocusedWindow()); }
+bool Screen::FocusReaches(int control) const {
+    return Eventually([&] { return FocusedWindow() == Control(control); });
+}
 
 void Screen::Type(int control, const std::wstring& text) const {
     SendMessageW(Control(control), EM_SETSEL, 0, -1);
@@ -64,11 +66,9 @@ void Screen::Type(int control, const std::wstring& text) const {
 }
 
 void Screen::Post(UINT message, WPARAM key) const {
-    const HWND before = FocusedWindow();
+    EXPECT_TRUE(Eventually([this] { return IsChild(m_window, FocusedWindow()); })) << "never got the focus";
     // Bit 29 of a system character tells that Alt is down.
-    PostMessageW(before, message, key, message == WM_SYSCHAR ? 1 << 29 : 0);
-    for (int i = 0; i < 50 && IsOpen() && FocusedWindow() == before; ++i)
-        Sleep(20);
+    PostMessageW(FocusedWindow(), message, key, message == WM_SYSCHAR ? 1 << 29 : 0);
 }
 
 Screen Screen::Popup() const {

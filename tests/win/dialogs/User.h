@@ -21,22 +21,22 @@ public:
     bool IsEnabled(int control) const { return IsWindowEnabled(Control(control)); }
     bool IsChecked(int control) const { return SendMessageW(Control(control), BM_GETCHECK, 0, 0) != 0; }
     HWND Control(int control) const { return GetDlgItem(m_window, control); }
-    /// Identifier of the control that has the keyboard.
-    int Focus() const;
+    /// Whether a control gets the keyboard before long.
+    bool FocusReaches(int control) const;
 
     /// Empties a box and types into it, key by key.
     void Type(int control, const std::wstring& text) const;
-    /// Each of these waits until the focus moved or the window closed, or a second passed.
+    /// These go to the control that has the keyboard, one after the other; what they bring about takes time.
     void Key(WORD key) const { Post(WM_KEYDOWN, key); }
     void Mnemonic(wchar_t letter) const { Post(WM_SYSCHAR, static_cast<WPARAM>(letter)); }
-    /// Presses a button with the mouse; does not wait for what that brings up.
+    /// Presses a button with the mouse.
     void Click(int button) const { PostMessageW(Control(button), BM_CLICK, 0, 0); }
 
     /// The window that this one brought up, such as a message box.
     Screen Popup() const;
     /// The text of a message box.
     std::wstring Message() const { return Text(0xFFFF); }
-    /// Presses Enter until the window is gone, and waits for that.
+    /// Presses Enter and waits for the end of the window.
     void Confirm() const;
     void AwaitEnd() const;
 
