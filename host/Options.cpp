@@ -21,6 +21,7 @@ constexpr const char* kExamples =
     "  znhost run C:\\Transport\\field.ini      one cycle of the field computer\n"
     "  znhost list C:\\Transport\\field.ini     what waits there\n"
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
+    "  znhost verify C:\\Transport\\field.ini   whether its FTP server works\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
@@ -100,6 +101,13 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         add("backups", "List the received packets that have a backup, or use one.", Command::Backups);
     backups->add_option("SETTINGS", path, "Settings file")->required();
     AddBackupOptions(*backups, options.backup);
+    add("verify", "Test the FTP server: both folders take, give back and delete a test file.",
+        Command::Verify)
+        ->add_option("SETTINGS", path, "Settings file")
+        ->required();
+    add("settings", "Edit the FTP settings in a dialog.", Command::Settings)
+        ->add_option("SETTINGS", path, "Settings file")
+        ->required();
     CLI::App* const demo =
         add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
             Command::Demo);
@@ -116,7 +124,7 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         app.parse(reversed);
         // Asked for only now, so that a mistyped command is named instead.
         if (app.get_subcommands().empty())
-            throw CLI::RequiredError("A command (init, run, list, backups or demo)");
+            throw CLI::RequiredError("A command (init, run, list, backups, verify, settings or demo)");
     } catch (const CLI::ParseError& error) {
         End(app, error);
     }

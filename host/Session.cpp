@@ -184,3 +184,17 @@ bool Session::RestoreBackup(const std::wstring& packetId) {
 bool Session::DestroyBackup(const std::wstring& packetId) {
     return com::Get<bool>(&IZNTransporter2::DestroyBackup, m_backups.Get(), com::Bstr(packetId).Get());
 }
+
+std::wstring Session::VerifySite() {
+    return com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite, As<_clsFTPSndRcv>(m_senderReceiver).Get());
+}
+
+ComPtr<IUnknown> Session::EditSite(IUnknown* document) {
+    constexpr LONG kBothSides = 3;
+    const auto properties = As<IZNMobileAdminProperties>(m_senderReceiver);
+    ComPtr<IUnknown> ignored;
+    ComPtr<IUnknown> edited;
+    com::Check(properties->Initialize(kBothSides, document, &ignored));
+    com::Check(properties->Execute(kBothSides, &edited));
+    return edited;
+}

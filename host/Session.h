@@ -34,6 +34,12 @@ public:
     bool RestoreBackup(const std::wstring& packetId);
     bool DestroyBackup(const std::wstring& packetId);
 
+    /// What fails of the FTP site; empty when it works.
+    std::wstring VerifySite();
+    /// Shows the settings dialog of the sender/receiver, which starts with the document's settings. Returns
+    /// the document that it leaves; null when the settings are not complete.
+    Microsoft::WRL::ComPtr<IUnknown> EditSite(IUnknown* document);
+
 private:
     template <class Class>
     void AddEncoder(const wchar_t* component, const Settings& settings,

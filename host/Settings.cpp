@@ -227,6 +227,13 @@ std::wstring Complaint(const std::wstring& file, const wchar_t* section, const w
 
 Settings ReadSettings(const std::wstring& file) { return Reader(file).Read(); }
 
+void CheckTransport(const Settings& settings, Transport transport, const std::wstring& file) {
+    if (settings.transport == transport) return;
+    const auto name = [](Transport which) { return which == Transport::Ftp ? L"ftp" : L"folder"; };
+    throw SettingsError({Complaint(file, L"host", L"transport", name(settings.transport),
+                                   std::wstring(L"this command needs transport = ") + name(transport))});
+}
+
 void CheckFolders(const Settings& settings, const std::wstring& file) {
     const std::array<std::pair<const wchar_t*, const std::wstring*>, 5> folders{
         {{L"outbox", &settings.outbox},
@@ -265,4 +272,21 @@ void CheckLogFile(const Settings& settings, const std::wstring& file) try {
 } catch (const com::Error& error) {
     throw SettingsError({Complaint(file, L"log", L"file", settings.logFile,
                                    L"the log cannot be written: " + error.failure().description)});
+}
+
+void WriteFtpSettings(const Settings& settings, const std::wstring& file) {
+    Ini ini(true);
+    if (ini.LoadData(Files::Read(file)) < 0) throw com::Error(E_FAIL, file + L" is not UTF-8 text.");
+    ini.SetValue(L"folders", L"remote_send", settings.remoteSend.c_str());
+    ini.SetValue(L"folders", L"remote_receive", settings.remoteReceive.c_str());
+    ini.SetValue(L"ftp", L"server", settings.ftpServer.c_str());
+    ini.SetValue(L"ftp", L"user", settings.ftpUser.c_str());
+    ini.SetValue(L"ftp", L"password", FtpPassword::Encipher(settings.ftpPassword).c_str());
+    std::string text;
+    ini.Save(text);
+    // A file that is half written would be no settings file any more.
+    const std::wstring written = file + L".new";
+    if (Files::FileExists(written)) Files::Delete(written);
+    Files::WriteNew(written, text);
+    Files::MoveReplacing(written, file);
 }

@@ -57,9 +57,15 @@ private:
 /// Throws SettingsError.
 Settings ReadSettings(const std::wstring& file);
 
+/// Packets travel in this way. Throws SettingsError.
+void CheckTransport(const Settings& settings, Transport transport, const std::wstring& file);
 /// Looks at the disk: local folders are no files, the outbox is there. Throws SettingsError.
 void CheckFolders(const Settings& settings, const std::wstring& file);
 /// The programs that the chosen encoder needs are there. Throws SettingsError.
 void CheckPrograms(const Settings& settings, const std::wstring& file);
 /// The log file can be written. Throws SettingsError.
 void CheckLogFile(const Settings& settings, const std::wstring& file);
+
+/// Writes the FTP server, its login and the remote folders into the file, the password enciphered; comments
+/// and other keys stay. Throws com::Error.
+void WriteFtpSettings(const Settings& settings, const std::wstring& file);

@@ -17,6 +17,7 @@
 #include "host/Report.h"
 #include "host/Session.h"
 #include "host/Settings.h"
+#include "host/Site.h"
 #include "host/Waiting.h"
 
 namespace {
@@ -66,6 +67,30 @@ int Backups(const std::wstring& file, const BackupRequest& request) {
     return HandleBackups(session, request);
 }
 
+/// Settings of an installation whose packets travel through an FTP server.
+Settings FtpSettings(const std::wstring& file) {
+    Settings settings = ReadSettings(file);
+    CheckTransport(settings, Transport::Ftp, file);
+    CheckLogFile(settings, file);
+    return settings;
+}
+
+int Verify(const std::wstring& file) {
+    const Settings settings = FtpSettings(file);
+    const ComApartment apartment;
+    Session session(settings);
+    return VerifySite(session);
+}
+
+int Edit(const std::wstring& file) {
+    Settings settings = FtpSettings(file);
+    // Whoever asks for a dialog is there to see it.
+    settings.userInterface = true;
+    const ComApartment apartment;
+    Session session(settings);
+    return EditSite(session, settings, file);
+}
+
 int Execute(const Options& options) {
     switch (options.command) {
     case Command::Init:
@@ -76,6 +101,10 @@ int Execute(const Options& options) {
         return List(Absolute(options.path));
     case Command::Backups:
         return Backups(Absolute(options.path), options.backup);
+    case Command::Verify:
+        return Verify(Absolute(options.path));
+    case Command::Settings:
+        return Edit(Absolute(options.path));
     case Command::Demo:
         return RunDemo(options.path.empty() ? L"" : Absolute(options.path), options.keep);
     }

@@ -6,6 +6,7 @@
 #include "common/PropertySet.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "mobile/modverification.h"
 #include "sendrecv/CommonSettings.h"
 #include "sendrecv/FtpTransfer.h"
 
@@ -94,6 +95,19 @@ void clsFTPSndRcv::ReadMissingSettings() {
     if (values.password.empty()) values.password = FtpPassword::Decipher(login(L"FTPPassword"));
     if (m_sRemoteReceiveFolder.empty()) m_sRemoteReceiveFolder = folder(L"RemoteReceiveFolder");
     if (m_sRemoteSendFolder.empty()) m_sRemoteSendFolder = folder(L"RemoteSendFolder");
+}
+
+std::wstring clsFTPSndRcv::VerifyFTPSite() {
+    ProcessParameters();
+    const FtpLogin& login = m_connection.login;
+    const FtpSite site{login.server, login.user, login.password,
+                       m_bMobile ? m_sRemoteReceiveFolder : m_sRemoteSendFolder,
+                       m_bMobile ? m_sRemoteSendFolder : m_sRemoteReceiveFolder};
+    std::wstring failure;
+    if (!modverification::CheckFTPSite(site, true, [&](const std::wstring& text, LONG) { failure = text; }) &&
+        failure.empty())
+        throw com::Error(E_FAIL, L"The FTP site could not be verified; the event log tells why.");
+    return failure;
 }
 
 // --- Transfer ---------------------------------------------------------------------------------------
@@ -190,6 +204,10 @@ com::Variant clsFTPSndRcv::IZNRegInCat_CategoriesToReg() try {
 
 // --- Binary contract --------------------------------------------------------------------------------
 
+STDMETHODIMP
+clsFTPSndRcv::VerifyFTPSite(BSTR* Failure) {
+    return Return(Failure, [&] { return VerifyFTPSite(); });
+}
 STDMETHODIMP
 clsFTPSndRcv::get_SupressMsg(VARIANT_BOOL* Value) {
     return Return(Value, [&] { return m_connection.SupressMsg; });

@@ -21,6 +21,8 @@ public:
     get_SupressMsg(VARIANT_BOOL* Value) override;
     STDMETHODIMP
     put_SupressMsg(VARIANT_BOOL Value) override;
+    STDMETHODIMP
+    VerifyFTPSite(BSTR* Failure) override;
     // _clsFTPSndRcv and IZNSenderReceiver
     STDMETHODIMP
     get_LoginCancelled(VARIANT_BOOL* Value) override;
@@ -82,6 +84,7 @@ private:
     Microsoft::WRL::ComPtr<IUnknown> IZNMobileAdminProperties_Execute(LONG Value);
     com::Variant IZNRegInCat_CategoriesToReg();
 
+    std::wstring VerifyFTPSite();
     void ProcessParameters();
     void ReadMissingSettings();
     bool InternalOpenConnection(const Progress& progress);
