@@ -33,13 +33,10 @@ bool IsSelfOrParent(const wchar_t* name) {
 
 std::uint64_t Wide(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
 
-std::uint64_t Wide(const FILETIME& time) { return Wide(time.dwHighDateTime, time.dwLowDateTime); }
-
 void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
     if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
         listing.files.push_back(
-            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), Wide(found.ftLastWriteTime),
-             found.dwFileAttributes});
+            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), found.dwFileAttributes});
     else if (!IsSelfOrParent(found.cFileName))
         listing.folders.emplace_back(found.cFileName);
 }
@@ -56,10 +53,9 @@ bool LeavesPartialCopy(DWORD error) {
 }
 
 /// No handle when the file cannot be opened; GetLastError tells why.
-FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition,
-                   DWORD flags = FILE_ATTRIBUTE_NORMAL) {
-    const HANDLE file =
-        CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition, flags, nullptr);
+FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
     return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
@@ -174,21 +170,6 @@ void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
         SetFileAttributesW(file.c_str(), attributes);
     }
     com::ThrowWin32(error, path);
-}
-
-void DeleteUnchanged(const std::wstring& path, const FileEntry& listed) {
-    // The handle keeps writers out, so that nobody comes between the look at the file and its deletion.
-    const FileHandle file = TryOpen(path, DELETE | FILE_READ_ATTRIBUTES, FILE_SHARE_READ, OPEN_EXISTING,
-                                    FILE_FLAG_OPEN_REPARSE_POINT);
-    BY_HANDLE_FILE_INFORMATION now;
-    if (!file || !GetFileInformationByHandle(file.get(), &now)) com::ThrowWin32(GetLastError(), path);
-    if (Wide(now.nFileSizeHigh, now.nFileSizeLow) != listed.size ||
-        Wide(now.ftLastWriteTime) != listed.lastWrite)
-        throw com::Error(HRESULT_FROM_WIN32(ERROR_FILE_INVALID),
-                         L"Somebody wrote to the file while it was copied (" + path + L")");
-    FILE_DISPOSITION_INFO deletion{TRUE};
-    if (!SetFileInformationByHandle(file.get(), FileDispositionInfo, &deletion, sizeof deletion))
-        com::ThrowWin32(GetLastError(), path);
 }
 
 WriteBlock::WriteBlock(const std::wstring& path)

@@ -34,9 +34,8 @@ FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD dis
 
 struct FileEntry {
     std::wstring name;
-    std::uint64_t size = 0;       ///< bytes
-    std::uint64_t lastWrite = 0;  ///< as FILETIME
-    DWORD attributes = 0;         ///< as in WIN32_FIND_DATA
+    std::uint64_t size = 0;  ///< bytes
+    DWORD attributes = 0;    ///< as in WIN32_FIND_DATA
 };
 
 /// What lies directly in a folder, in the order in which the file system enumerates it.
@@ -56,9 +55,6 @@ void CreateFolder(const std::wstring& path);
 /// size: the source's size in bytes where the caller knows it. A failed copy leaves no part of it.
 void CopyFile(const std::wstring& source, const std::wstring& destination,
               std::optional<std::uint64_t> size = {});
-
-/// Deletes a file that is still as it was listed. Fails when somebody has written to it since, or writes.
-void DeleteUnchanged(const std::wstring& path, const FileEntry& listed);
 
 /// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
 /// A file that is copied and then deleted needs it: what somebody writes in between would be lost.

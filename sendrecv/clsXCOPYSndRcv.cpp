@@ -164,7 +164,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
 
     FileCounter done;
     for (const FileSystem::FileEntry& file : listing.files) {
-        MoveOneFile(Path::Join(Source, file.name), file, Path::Join(Destination, file.name), progress);
+        MoveOneFile(Path::Join(Source, file.name), file.size, Path::Join(Destination, file.name), progress);
         progress.Position(done.Next());
         ProcessPendingMessages();
         if (progress.Cancelled()) {
@@ -180,12 +180,14 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
 }
 
 /// A source that cannot be deleted stays beside its copy; the next cycle moves it again.
-void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, const FileSystem::FileEntry& listed,
+void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
                                  const std::wstring& destination, const Progress& progress) const {
-    FileSystem::CopyFile(file, destination, listed.size);
+    // The other side, too, may write to a shared folder now: a newer packet of the same name.
+    const FileSystem::WriteBlock block(file);
+    FileSystem::CopyFile(file, destination, size);
     try {
-        // The other side may have put a newer packet of the same name into a shared folder meanwhile.
-        FileSystem::DeleteUnchanged(file, listed);
+        block.Check();
+        FileSystem::DeleteFile(file);
     } catch (const com::Error& error) {
         const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " + file +
                                   L" in the transporter's source folder. "

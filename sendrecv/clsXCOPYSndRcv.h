@@ -7,7 +7,6 @@
 
 #include "com/Object.h"
 #include "com/Text.h"
-#include "common/FileSystem.h"
 #include "common/FolderLocator.h"
 #include "sendrecv/CommonSettings.h"
 #include "sendrecv/Progress.h"
@@ -80,8 +79,8 @@ private:
                   const Progress& progress);
     bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, const Progress& progress);
     bool PrepareFolders(const std::wstring& source, const std::wstring& destination) const;
-    void MoveOneFile(const std::wstring& file, const FileSystem::FileEntry& listed,
-                     const std::wstring& destination, const Progress& progress) const;
+    void MoveOneFile(const std::wstring& file, std::uint64_t size, const std::wstring& destination,
+                     const Progress& progress) const;
 
     const bool SupressMsg = false;
     std::wstring m_sLocalSendFolder;

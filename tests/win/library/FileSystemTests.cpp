@@ -99,18 +99,6 @@ TEST_F(Files, MovesNeverReplaceAFile) {
     EXPECT_EQ(temp.Content(L"destination"), "old");
 }
 
-TEST_F(Files, DeletesOnlyWhatNobodyWroteTo) {
-    const auto file = temp.File(L"file", "older");
-    const auto listed = FileSystem::List(temp.Path()).files.at(0);
-    Sleep(20);
-    temp.File(L"file", "newer");
-    EXPECT_THAT(DescriptionOf([&] { FileSystem::DeleteUnchanged(file, listed); }),
-                HasSubstr(L"Somebody wrote to the file"));
-    EXPECT_EQ(temp.Content(L"file"), "newer");
-    FileSystem::DeleteUnchanged(file, FileSystem::List(temp.Path()).files.at(0));
-    EXPECT_FALSE(temp.Exists(L"file"));
-}
-
 TEST_F(Files, DeletesReadOnlyFilesOnlyWhenAsked) {
     const auto file = temp.File(L"file");
     temp.Protect(L"file");
