@@ -113,8 +113,9 @@ void Main() {
     Apartment& apartment = ThisApartment();
     if (apartment.started) return;
     znMain();
-    apartment.gk_sToolName = com::Get<std::wstring>(&IZNBrandingResources::Text, ZNBrandingResObject(),
-                                                    AskStartupService(kToolNumber).Get());
+    IZNBrandingResources* const resources = ZNBrandingResObject();
+    const com::Variant toolName = AskStartupService(kToolNumber);
+    apartment.gk_sToolName = com::Get<std::wstring>(&IZNBrandingResources::Text, resources, toolName.Get());
     apartment.started = true;
 }
 
