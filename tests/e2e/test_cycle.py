@@ -55,14 +55,6 @@ class CycleTest(HostTest):
         self.assert_run(self.enterprise, 0)
         self.assert_delivered()
 
-    def test_a_packet_replaces_an_older_file_at_its_destination(self):
-        (self.enterprise.inbox / "a.mdb").write_bytes(b"older")
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field, 0)
-        self.assert_run(self.enterprise, 0)
-        self.assert_delivered()
-        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"a.mdb"})
-
     def test_backups_of_the_receive_folder_are_no_packets(self):
         backup = self.enterprise.receive / "Backup" / "old.mdb"
         backup.parent.mkdir()

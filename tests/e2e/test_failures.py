@@ -106,29 +106,6 @@ class RemoteFolderTest(HostTest):
 
 
 class ObstacleTest(HostTest):
-    def test_a_read_only_packet_is_copied_and_stays(self):
-        os.chmod(self.put(self.field, "fixed.mdb"), 0o444)
-        self.put(self.field, "a.mdb")
-        self.put(self.field, "z.mdb")
-        outcome = self.assert_run(self.field, 1)
-        self.assertEqual(outcome.packets, {("out", "fixed.mdb"): WAITING, ("out", "a.mdb"): "sent",
-                                           ("out", "z.mdb"): "sent"})
-        self.assertIn("Could not delete packet file:", self.field.log)
-        self.assertIn("fixed.mdb", self.field.log)
-        self.assertEqual(set(files_below(self.to_enterprise)), {"fixed.mdb", "a.mdb", "z.mdb"})
-        self.assertEqual(set(files_below(self.field.send)), {"fixed.mdb"})
-        self.assert_nothing_lost()
-
-    def test_a_folder_where_the_remote_file_belongs(self):
-        self.put(self.field, "a.mdb")
-        obstacle = self.to_enterprise / "a.mdb"
-        obstacle.mkdir()
-        outcome = self.assert_run(self.field, 1)
-        self.assertEqual(outcome.packets, {("out", "a.mdb"): WAITING})
-        self.assert_nothing_lost()
-        obstacle.rmdir()
-        self.assert_next_cycle_delivers()
-
     def test_a_file_where_a_remote_sub_folder_belongs(self):
         self.put(self.field, "a.mdb")
         self.put(self.field, "sub/b.mdb")
@@ -199,23 +176,6 @@ class LockedFileTest(HostTest):
         self.assertIn(f"({windows(self.field.outbox / 'held.mdb')})", outcome.output)
         for holder in held:
             holder.release()
-        self.assert_next_cycle_delivers()
-
-    def test_in_the_send_folder(self):
-        held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send))
-        self.put(self.field, "free.mdb")
-        outcome = self.assert_run(self.field, 1)
-        self.assertEqual(outcome.packets["out", "held.mdb"], WAITING)
-        self.assert_nothing_lost()
-        held.release()
-        self.assert_next_cycle_delivers()
-
-    def test_in_the_remote_folder(self):
-        held = Holder(self, self.put(self.field, "held.mdb", folder=self.to_enterprise))
-        outcome = self.assert_run(self.enterprise, 1)
-        self.assertEqual(outcome.packets, {("in", "held.mdb"): "stays at remote side"})
-        self.assert_nothing_lost()
-        held.release()
         self.assert_next_cycle_delivers()
 
     def test_in_the_inbox_where_the_older_file_stays(self):
