@@ -1,11 +1,10 @@
 """Packets through real FTP servers, and what goes wrong with those."""
 import os
-import shutil
-import signal
 import unittest
 
 from ftp import CuttingProxy, FtpHostTest, PASSWORD
-from support import Holder, HostTest, Mount, files_below, finish, wait_until
+from support import Holder, Mount, files_below, finish, wait_until, windows
+from test_stop import Terminal
 
 WAITING = "waiting in send folder"
 AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
@@ -186,17 +185,16 @@ class LocalTroubleTest(FtpHostTest):
         volume.remount("size=20m")
         self.assert_next_cycle_delivers()
 
-    def test_stopping_loses_nothing(self):
+    def test_ctrl_c_ends_the_cycle_and_loses_nothing(self):
         def attempt(load):
-            for number in range(100 * load):
-                self.put(self.field, f"{number}.mdb", os.urandom(20_000), self.field.send)
-            process = self.start_run(self.field)
-            wait_until(lambda: process.poll() is not None or len(files_below(self.to_enterprise)) > 5)
-            process.send_signal(signal.SIGINT)
-            outcome = finish(process)
-            self.assert_nothing_lost()
-            if outcome.code == 0:
+            for number in range(20 * load):
+                self.put(self.field, f"F{number % 5}/{load}-{number}.mdb", os.urandom(20_000), self.field.send)
+            terminal = Terminal("run", windows(self.field.settings))
+            terminal.press_when(b"\x03", lambda: len(files_below(self.to_enterprise)) > 2)
+            if terminal.wait() == 0:
                 return False
+            self.assertIn("Stopped by the user", terminal.output)
+            self.assert_nothing_lost()
             self.assert_next_cycle_delivers()
             return True
 
