@@ -32,7 +32,8 @@ std::wstring ValueOf(const SettingsKey& key, const Values& values) {
     return found == values.end() ? key.fallback : found->second;
 }
 
-constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or relative to this file.\n\n";
+// With the blank lines that the file has when its settings are written again.
+constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or relative to this file.\n\n\n";
 
 std::string SettingsText(const Values& values) {
     CSimpleIniW ini(true);

@@ -58,7 +58,8 @@ void AppendSetting(IXMLDOMDocument* document, const std::wstring& name, const st
     com::Check(document->createElement(com::Bstr(L"SETTING").Get(), &setting));
     com::Check(setting->setAttribute(com::Bstr(L"KeyName").Get(), com::Variant(name).Get()), name);
     com::Check(setting->setAttribute(com::Bstr(L"KeyValue").Get(), com::Variant(value).Get()), name);
-    com::Check(SelectNode(document, L"//KEY")->appendChild(setting.Get(), nullptr));
+    ComPtr<IXMLDOMNode> appended;
+    com::Check(SelectNode(document, L"//KEY")->appendChild(setting.Get(), &appended), name);
 }
 
 ComPtr<IXMLDOMDocument> DocumentOf(const SiteValues& values) {
@@ -86,8 +87,9 @@ SiteValues ReadDocument(IUnknown* document, SiteValues values) {
 }  // namespace
 
 int VerifySite(Session& session) {
-    const std::wstring failure = session.VerifySite();
+    std::wstring failure = session.VerifySite();
     if (!failure.empty()) {
+        failure.erase(failure.find_last_not_of(L"\r\n") + 1);
         Console::ErrorLine(L"znhost: " + failure);
         return kSomethingLeft;
     }

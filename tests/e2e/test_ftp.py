@@ -2,8 +2,9 @@
 import os
 import unittest
 
+import support
 from ftp import CuttingProxy, FtpHostTest, PASSWORD
-from support import Holder, Mount, files_below, finish, wait_until, windows
+from support import Holder, Mount, files_below, finish, run, start, wait_until, windows
 from test_stop import Terminal
 
 WAITING = "waiting in send folder"
@@ -164,6 +165,47 @@ class LoginTest(FtpHostTest):
         self.assert_waits("no connection as user ftp to the FTP server " + self.server.address)
         self.server.start()
         self.assert_next_cycle_delivers()
+
+
+class SiteTest(FtpHostTest):
+    def verify(self):
+        return run("verify", windows(self.field.settings), cwd=self.scratch)
+
+    def test_verifying_a_site(self):
+        folders = [self.server.folder / "root" / name for name in ("to-field", "to-enterprise")]
+        for folder in folders:
+            self.remote_folder(folder)
+            self.field.change("remote_receive" if folder.name == "to-field" else "remote_send", folder.name)
+        outcome = self.verify()
+        self.assertEqual(outcome.code, 0, outcome)
+        self.assertEqual([files_below(folder) for folder in folders], [{}, {}])
+        for key, value, text in (("remote_send", "new", "A folder cannot be created on the server:"),
+                                 ("password", "wrong", "The login to the FTP server failed."),
+                                 ("server", "no-such-host.invalid", "The name of the server cannot be resolved."),
+                                 ("remote_send", "to-field", "must not be the same")):
+            self.field.change(key, value)
+            outcome = self.verify()
+            self.assertIn(text, outcome.errors)
+            self.assertEqual(outcome.code, 1)
+
+    def test_a_shared_folder_is_no_site(self):
+        self.field.change("transport", "folder")
+        outcome = self.verify()
+        self.assertIn("this command needs transport = ftp", outcome.errors)
+        self.assertEqual(outcome.code, 2)
+
+    def test_the_dialog_writes_the_settings_file(self):
+        before = self.field.settings.read_text(encoding="utf-8")
+        process = start("settings", windows(self.field.settings))
+        applied = run("ftp.example", program=support.BIN.parent / "tests" / "apply_settings.exe")
+        outcome = finish(process)
+        self.assertEqual((applied.code, outcome.code), (0, 0), outcome)
+        after = self.field.settings.read_text(encoding="utf-8")
+        self.assertRegex(after, "(?m)^server = ftp.example\r?$")
+        self.assertRegex(after, "(?m)^password = [0-9A-F]{64}\r?$")
+        keep = [line for line in before.splitlines() if not line.startswith(("server =", "password ="))]
+        self.assertEqual([line for line in after.splitlines() if not line.startswith(("server =", "password ="))],
+                         keep)
 
 
 class LocalTroubleTest(FtpHostTest):
