@@ -76,11 +76,11 @@ TEST_F(FrameworkTest, TextsByNumber) {
     EXPECT_EQ(entry(110).Get().vt, VT_BSTR);
     EXPECT_EQ(entry(140).Get().vt, VT_BSTR);
     for (const LONG id :
-         {101, 102, 110, 120, 130, 131, 132, 133, 134, 135, 136, 138, 139, 140, 141,   143,  144,
-          145, 150, 151, 152, 153, 154, 155, 156, 157, 158, 159, 160, 162, 163, 12007, 12014})
+         {101, 102, 110, 120, 130, 131, 132, 133, 134, 135, 136, 138, 139, 140, 141,   143,   144,
+          145, 150, 151, 152, 153, 154, 155, 156, 157, 158, 159, 160, 162, 163, 12007, 12014, 12029})
         EXPECT_NE(text(com::Variant(id)), L"") << id;
     com::Bstr none;
-    for (const LONG id : {0, 1, 12029, 70000, -1})
+    for (const LONG id : {0, 1, 12030, 70000, -1})
         EXPECT_EQ(resources->Text(com::Variant(id).Get(), none.Put()), E_INVALIDARG) << id;
     com::Variant value;
     EXPECT_EQ(startup->Entry(999, com::Variant().Get(), value.Put()), E_INVALIDARG);

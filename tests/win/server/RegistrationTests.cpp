@@ -19,8 +19,9 @@ struct Module {
 const std::vector<Module>& Modules() {
     static const std::vector<Module> modules = {
         {L"znTransporter.dll",
-         {L"znTransporter.clsTransporter", L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsCmdLine",
-          L"znTransporter.clsRijndael"},
+         {L"znTransporter.clsTransporter", L"znTransporter.clsZipEncoder", L"znTransporter.clsXDeltaEncoder",
+          L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsFTPSndRcv", L"znTransporter.clsFTPFile",
+          L"znTransporter.clsTranMobileConfig", L"znTransporter.clsCmdLine", L"znTransporter.clsRijndael"},
          {LIBID_znTransporter}},
         {L"znFramework.dll",
          {L"znSystem.ZNEventLog", L"znSystem.ZNStartup", L"znSystem.ZNRegistry", L"znSystem.ZNPropertySet",
