@@ -3,6 +3,8 @@
 #include "com/Return.h"
 #include "framework/ZNRegistry.h"
 
+using Microsoft::WRL::ComPtr;
+
 namespace {
 
 /// A setting of the registry's "Transport" key.
@@ -24,7 +26,7 @@ constexpr Setting kSettings[] = {
     {L"FTPPassword", L"FTPPassword", L"FTPPassword", L""},
 };
 
-std::wstring ConfiguredValue(bool enterprise, const std::wstring& kind) {
+std::wstring RegisteredValue(bool enterprise, const std::wstring& kind) {
     for (const Setting& setting : kSettings) {
         if (!com::EqualsIgnoringCase(setting.kind, kind)) continue;
         const auto registry = com::Make<ZNRegistry>();
@@ -38,13 +40,32 @@ std::wstring ConfiguredValue(bool enterprise, const std::wstring& kind) {
     return {};
 }
 
+/// Null where the class is not registered; that the class fails to start is no such case.
+ComPtr<IZNMobileConfig> CreateMobileConfig() {
+    ComPtr<IZNMobileConfig> config;
+    const HRESULT result =
+        CoCreateInstance(__uuidof(clsTranMobileConfig), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&config));
+    if (result != REGDB_E_CLASSNOTREG) com::Check(result, L"znTransporter.clsTranMobileConfig");
+    return config;
+}
+
 }  // namespace
 
-/// The layout in the registry is the same for all applications.
+std::wstring ZNMobileFolders::ConfiguredPath(VARIANT_BOOL enterprise, BSTR kind) const {
+    if (!m_config) return RegisteredValue(enterprise != VARIANT_FALSE, com::Text(kind));
+    return com::Get<std::wstring>(&IZNMobileConfig::GetConfig, m_config.Get(), enterprise, kind);
+}
+
+/// The configuration is created here, not with the locator: it builds its tables for one application.
 STDMETHODIMP
-ZNMobileFolders::put_ApplicationName(BSTR) { return S_OK; }
+ZNMobileFolders::put_ApplicationName(BSTR Value) {
+    return com::Call([&] {
+        m_config = CreateMobileConfig();
+        if (m_config) com::Check(m_config->put_ApplicationName(Value), L"mobile configuration");
+    });
+}
 
 STDMETHODIMP
 ZNMobileFolders::FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) {
-    return com::Return(Value, [&] { return ConfiguredValue(Enterprise != VARIANT_FALSE, com::Text(Kind)); });
+    return com::Return(Value, [&] { return ConfiguredPath(Enterprise, Kind); });
 }

@@ -21,6 +21,7 @@ constexpr const char* kExamples =
     "  znhost run C:\\Transport\\field.ini      one cycle of the field computer\n"
     "  znhost list C:\\Transport\\field.ini     what waits there\n"
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
+    "  znhost config C:\\Transport\\field.ini   the folders and FTP settings of the registry\n"
     "  znhost verify C:\\Transport\\field.ini   whether its FTP server works\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
@@ -101,6 +102,11 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         add("backups", "List the received packets that have a backup, or use one.", Command::Backups);
     backups->add_option("SETTINGS", path, "Settings file")->required();
     AddBackupOptions(*backups, options.backup);
+    add("config",
+        "Show the mobile configuration that the registry holds for the application of the settings.",
+        Command::Config)
+        ->add_option("SETTINGS", path, "Settings file")
+        ->required();
     add("verify", "Test the FTP server: both folders take, give back and delete a test file.",
         Command::Verify)
         ->add_option("SETTINGS", path, "Settings file")
@@ -124,7 +130,8 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         app.parse(reversed);
         // Asked for only now, so that a mistyped command is named instead.
         if (app.get_subcommands().empty())
-            throw CLI::RequiredError("A command (init, run, list, backups, verify, settings or demo)");
+            throw CLI::RequiredError(
+                "A command (init, run, list, backups, config, verify, settings or demo)");
     } catch (const CLI::ParseError& error) {
         End(app, error);
     }

@@ -6,7 +6,7 @@
 
 #include "host/Backups.h"
 
-enum class Command { Init, Run, List, Backups, Verify, Settings, Demo };
+enum class Command { Init, Run, List, Backups, Config, Verify, Settings, Demo };
 
 struct Options {
     Command command = Command::Run;

@@ -2,40 +2,12 @@
 
 #include "com/Module.h"
 #include "com/Return.h"
+#include "host/Components.h"
 #include "host/Files.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-/// What the program needs beside it, and does not find there.
-std::wstring MissingFiles(const std::wstring& folder) {
-    std::wstring names;
-    for (const wchar_t* name :
-         {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
-        if (!Files::FileExists(Files::Join(folder, name))) names.append(L" ").append(name);
-    return names.empty() ? L"" : L" Missing there:" + names;
-}
-
-[[noreturn]] void ThrowMissing(const wchar_t* component, const com::Error& error) {
-    const std::wstring folder = Files::ProgramFolder();
-    com::Failure failure = error.failure();
-    failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
-                          failure.description +
-                          L"\nPut znTransporter.dll and znFramework.dll of "
-                          L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
-                          folder + L", or register both with regsvr32." + MissingFiles(folder);
-    throw com::Error(std::move(failure));
-}
-
-template <class Class, class Interface>
-ComPtr<Interface> Create(const wchar_t* component) try {
-    ComPtr<Interface> object;
-    com::Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
-    return object;
-} catch (const com::Error& error) {
-    ThrowMissing(component, error);
-}
 
 template <class Interface, class Object>
 ComPtr<Interface> As(const ComPtr<Object>& object) {
@@ -47,7 +19,7 @@ ComPtr<Interface> As(const ComPtr<Object>& object) {
 /// A property set that is filled while it is built.
 class PropertySet {
 public:
-    PropertySet() : m_set(Create<ZNPropertySet, IZNPropertySet>(L"znSystem.ZNPropertySet")) {}
+    PropertySet() : m_set(CreateComponent<ZNPropertySet, IZNPropertySet>(L"znSystem.ZNPropertySet")) {}
 
     PropertySet& With(const wchar_t* name, const std::wstring& value) {
         com::Check(m_set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
@@ -61,13 +33,6 @@ private:
 
 const wchar_t* Mobile(const Settings& settings) { return settings.role == Role::Field ? L"TRUE" : L"FALSE"; }
 
-/// The library asks the framework while it starts, so this comes before any other object.
-void ConfigureFramework(const Settings& settings) {
-    const auto host = Create<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
-    com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
-    com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
-}
-
 }  // namespace
 
 // The program serves no classes of its own.
@@ -78,7 +43,7 @@ const com::ModuleDescription& com::ThisModule() {
 
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
-    m_transporter = Create<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
+    m_transporter = CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
     m_backups = As<IZNTransporter2>(m_transporter);
     com::Check(m_backups->put_BackupEnabled(settings.backups ? VARIANT_TRUE : VARIANT_FALSE));
     AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, settings.zip,
@@ -95,7 +60,7 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
                          const EncoderSettings& encoderSettings, bool encodes,
                          const wchar_t* decodingProgram) {
     if (!encodes && !Files::FileExists(Files::Join(encoderSettings.programFolder, decodingProgram))) return;
-    const auto encoder = Create<Class, IZNEncoder>(component);
+    const auto encoder = CreateComponent<Class, IZNEncoder>(component);
     const auto configurable = As<IZNEncoder2>(encoder);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet properties;
@@ -110,9 +75,10 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
 /// The name comes before the settings, whose defaults depend on it; the remote side's settings come last:
 /// the folder transport of the enterprise, and a login, are only taken there.
 void Session::CreateSenderReceiver(const Settings& settings) {
-    m_senderReceiver = settings.transport == Transport::Ftp
-                           ? Create<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv")
-                           : Create<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
+    m_senderReceiver =
+        settings.transport == Transport::Ftp
+            ? CreateComponent<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv")
+            : CreateComponent<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
     const auto configurable = As<IZNSenderReceiver2>(m_senderReceiver);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet local;

@@ -13,6 +13,7 @@
 #include "host/Files.h"
 #include "host/Installation.h"
 #include "host/Interrupt.h"
+#include "host/MobileConfig.h"
 #include "host/Options.h"
 #include "host/Report.h"
 #include "host/Session.h"
@@ -67,6 +68,15 @@ int Backups(const std::wstring& file, const BackupRequest& request) {
     return HandleBackups(session, request);
 }
 
+/// The folders and programs of a cycle need not be there.
+int Config(const std::wstring& file) {
+    const Settings settings = ReadSettings(file);
+    CheckLogFile(settings, file);
+    const ComApartment apartment;
+    PrintMobileConfig(settings);
+    return kAllDelivered;
+}
+
 /// Settings of an installation whose packets travel through an FTP server.
 Settings FtpSettings(const std::wstring& file) {
     Settings settings = ReadSettings(file);
@@ -101,6 +111,8 @@ int Execute(const Options& options) {
         return List(Absolute(options.path));
     case Command::Backups:
         return Backups(Absolute(options.path), options.backup);
+    case Command::Config:
+        return Config(Absolute(options.path));
     case Command::Verify:
         return Verify(Absolute(options.path));
     case Command::Settings:

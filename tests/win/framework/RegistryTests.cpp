@@ -1,4 +1,4 @@
-// Settings in the registry: whose value counts, what is stored how, and the folders that come from there.
+// Settings in the registry: whose value counts, and what is stored how.
 #include "tests/win/framework/FrameworkTest.h"
 
 #include <aclapi.h>
@@ -159,38 +159,6 @@ TEST_F(RegistryTest, MisuseIsRefused) {
     EXPECT_EQ(closed->Read(com::Bstr(L"x").Get(), com::Variant().Get(), value.Put()), E_UNEXPECTED);
     EXPECT_EQ(closed->Write(com::Bstr(L"x").Get(), com::Variant().Get()), E_UNEXPECTED);
     EXPECT_EQ(Read(L"x").Text(), L"default") << "a refused Open leaves the key as it was";
-}
-
-TEST_F(RegistryTest, FoldersComeFromTheRegistry) {
-    const auto folders = Create<ZNMobileFolders, IZNMobileFolders>();
-    EXPECT_EQ(folders->put_ApplicationName(com::Bstr(L"App").Get()), S_OK);
-    const auto path = [&](VARIANT_BOOL enterprise, const wchar_t* kind) {
-        return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, folders.Get(), enterprise,
-                                      com::Bstr(kind).Get());
-    };
-    for (const wchar_t* kind : {L"Outgoing", L"Incoming", L"XDeltaRefPath", L"FTPServer", L"unknown", L""})
-        EXPECT_EQ(path(VARIANT_TRUE, kind), L"") << "nothing is configured";
-    EXPECT_EQ(path(VARIANT_FALSE, L"FTPFieldToEnterprise"), L"FieldToEnterprise");
-    EXPECT_EQ(path(VARIANT_TRUE, L"FTPEnterpriseToField"), L"EnterpriseToField");
-
-    EXPECT_EQ(registry->Open(kMachine, ZN_PRODUCT_MOBILE, com::Bstr(L"Transport").Get()), S_OK);
-    for (const wchar_t* name :
-         {L"EnterpriseOutgoing", L"EnterpriseIncoming", L"FieldOutgoing", L"FieldIncoming", L"XDeltaRegPath",
-          L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPFieldtoEnterprise", L"FTPEnterpriseToField"})
-        EXPECT_EQ(Write(name, com::Variant(std::wstring(L"the ") + name)), S_OK);
-    EXPECT_EQ(path(VARIANT_TRUE, L"OUTGOING"), L"the EnterpriseOutgoing");
-    EXPECT_EQ(path(VARIANT_TRUE, L"incoming"), L"the EnterpriseIncoming");
-    EXPECT_EQ(path(VARIANT_FALSE, L"Outgoing"), L"the FieldOutgoing");
-    EXPECT_EQ(path(VARIANT_FALSE, L"Incoming"), L"the FieldIncoming");
-    for (const VARIANT_BOOL enterprise : {VARIANT_TRUE, VARIANT_FALSE}) {
-        EXPECT_EQ(path(enterprise, L"XDeltaRefPath"), L"the XDeltaRegPath");
-        EXPECT_EQ(path(enterprise, L"FTPServer"), L"the FTPServer");
-        EXPECT_EQ(path(enterprise, L"FTPUser"), L"the FTPUser");
-        EXPECT_EQ(path(enterprise, L"FTPPassword"), L"the FTPPassword");
-        EXPECT_EQ(path(enterprise, L"FTPFieldToEnterprise"), L"the FTPFieldtoEnterprise");
-        EXPECT_EQ(path(enterprise, L"FTPEnterpriseToField"), L"the FTPEnterpriseToField");
-        EXPECT_EQ(path(enterprise, L"unknown"), L"");
-    }
 }
 
 }  // namespace

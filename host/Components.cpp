@@ -1,0 +1,36 @@
+#include "host/Components.h"
+
+#include "com/Text.h"
+#include "host/Files.h"
+#include "znFramework.h"
+
+namespace {
+
+/// What the program needs beside it, and does not find there.
+std::wstring MissingFiles(const std::wstring& folder) {
+    std::wstring names;
+    for (const wchar_t* name :
+         {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
+        if (!Files::FileExists(Files::Join(folder, name))) names.append(L" ").append(name);
+    return names.empty() ? L"" : L" Missing there:" + names;
+}
+
+}  // namespace
+
+void ThrowMissing(const wchar_t* component, const com::Error& error) {
+    const std::wstring folder = Files::ProgramFolder();
+    com::Failure failure = error.failure();
+    failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
+                          failure.description +
+                          L"\nPut znTransporter.dll and znFramework.dll of "
+                          L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
+                          folder + L", or register both with regsvr32." + MissingFiles(folder);
+    throw com::Error(std::move(failure));
+}
+
+void ConfigureFramework(const Settings& settings) {
+    const auto host =
+        CreateComponent<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
+    com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
+    com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
+}

@@ -1,0 +1,7 @@
+// The mobile configuration of an application, for the user.
+#pragma once
+
+#include "host/Settings.h"
+
+/// Prints the values of both sides. Passwords are not shown. Throws com::Error.
+void PrintMobileConfig(const Settings& settings);

@@ -1,0 +1,129 @@
+// The folder locator: answers of the mobile configuration, and of the registry where there is none.
+#include "com/Object.h"
+#include "tests/win/framework/FrameworkTest.h"
+#include "tests/win/support/ScratchHives.h"
+
+using com::Bstr;
+using Microsoft::WRL::ComPtr;
+
+namespace tests {
+namespace {
+
+/// Answers with what it is asked.
+class ConfigDouble final : public com::Object<IZNMobileConfig> {
+public:
+    STDMETHODIMP
+    put_ApplicationName(BSTR Value) override {
+        return com::Call([&] {
+            m_application = com::Text(Value);
+            if (m_application == L"broken") throw com::Error(E_ACCESSDENIED, L"the settings are locked");
+        });
+    }
+    STDMETHODIMP
+    get_ApplicationName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP
+    GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override {
+        return com::Return(Value, [&] {
+            return m_application + (Enterprise ? L" enterprise " : L" field ") + com::Text(ConfigName);
+        });
+    }
+    STDMETHODIMP
+    NextConfigName(VARIANT_BOOL, BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP
+    ResetConfigNames(VARIANT_BOOL) override { return E_NOTIMPL; }
+    STDMETHODIMP
+    SetConfig(VARIANT_BOOL, BSTR, BSTR) override { return E_NOTIMPL; }
+
+private:
+    std::wstring m_application;
+};
+
+/// Makes doubles, or fails as COM does.
+class ConfigFactory final : public com::Object<IClassFactory> {
+public:
+    explicit ConfigFactory(const HRESULT& result) : m_result(result) {}
+
+    STDMETHODIMP
+    CreateInstance(IUnknown*, REFIID id, void** object) override {
+        return FAILED(m_result) ? m_result : com::Make<ConfigDouble>().CopyTo(id, object);
+    }
+    STDMETHODIMP
+    LockServer(BOOL) override { return S_OK; }
+
+private:
+    const HRESULT& m_result;
+};
+
+class MobileFolders : public FrameworkTest {
+protected:
+    MobileFolders() : folders(Create<ZNMobileFolders, IZNMobileFolders>()) {
+        com::Check(CoRegisterClassObject(__uuidof(clsTranMobileConfig),
+                                         com::Make<ConfigFactory>(creation).Get(), CLSCTX_INPROC_SERVER,
+                                         REGCLS_MULTIPLEUSE, &cookie));
+    }
+    ~MobileFolders() override { CoRevokeClassObject(cookie); }
+
+    HRESULT Open(const wchar_t* application) const {
+        return folders->put_ApplicationName(Bstr(application).Get());
+    }
+    std::wstring Path(VARIANT_BOOL enterprise, const wchar_t* kind) const {
+        return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, folders.Get(), enterprise,
+                                      Bstr(kind).Get());
+    }
+
+    HRESULT creation = S_OK;  ///< of the mobile configuration
+    DWORD cookie = 0;
+    ScratchHives hives;
+    ComPtr<IZNMobileFolders> folders;
+};
+
+TEST_F(MobileFolders, AnswerFromTheConfigurationOfTheApplication) {
+    ASSERT_EQ(Open(L"Designer"), S_OK);
+    EXPECT_EQ(Path(VARIANT_TRUE, L"Outgoing"), L"Designer enterprise Outgoing");
+    EXPECT_EQ(Path(VARIANT_FALSE, L"FTPServer"), L"Designer field FTPServer");
+    ASSERT_EQ(Open(L"Viewer"), S_OK);
+    EXPECT_EQ(Path(VARIANT_FALSE, L"Incoming"), L"Viewer field Incoming");
+}
+
+TEST_F(MobileFolders, FailuresOfTheConfigurationAreTheirs) {
+    const HRESULT refused = Open(L"broken");
+    ASSERT_EQ(refused, E_ACCESSDENIED);
+    try {
+        com::Check(refused);
+    } catch (const com::Error& error) {
+        EXPECT_EQ(error.failure().description, L"the settings are locked");
+    }
+    creation = E_OUTOFMEMORY;
+    EXPECT_EQ(Open(L"Designer"), E_OUTOFMEMORY) << "a class that cannot start is not a missing one";
+}
+
+TEST_F(MobileFolders, WithoutTheConfigurationTheRegistryAnswers) {
+    creation = REGDB_E_CLASSNOTREG;
+    EXPECT_EQ(Open(L"Designer"), S_OK);
+    for (const wchar_t* kind : {L"Outgoing", L"Incoming", L"XDeltaRefPath", L"FTPServer", L"unknown", L""})
+        EXPECT_EQ(Path(VARIANT_TRUE, kind), L"") << "nothing is configured";
+    EXPECT_EQ(Path(VARIANT_FALSE, L"FTPFieldToEnterprise"), L"FieldToEnterprise");
+    EXPECT_EQ(Path(VARIANT_TRUE, L"FTPEnterpriseToField"), L"EnterpriseToField");
+
+    const auto registry = Create<ZNRegistry, IZNRegistry>();
+    const auto machine = static_cast<LONG>(0x80000002);
+    EXPECT_EQ(registry->Open(machine, ZN_PRODUCT_MOBILE, Bstr(L"Transport").Get()), S_OK);
+    for (const wchar_t* name :
+         {L"EnterpriseOutgoing", L"EnterpriseIncoming", L"FieldOutgoing", L"FieldIncoming", L"XDeltaRegPath",
+          L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPFieldToEnterprise", L"FTPEnterpriseToField"})
+        EXPECT_EQ(registry->Write(Bstr(name).Get(), com::Variant(std::wstring(L"the ") + name).Get()), S_OK);
+    EXPECT_EQ(Path(VARIANT_TRUE, L"OUTGOING"), L"the EnterpriseOutgoing");
+    EXPECT_EQ(Path(VARIANT_TRUE, L"incoming"), L"the EnterpriseIncoming");
+    EXPECT_EQ(Path(VARIANT_FALSE, L"Outgoing"), L"the FieldOutgoing");
+    EXPECT_EQ(Path(VARIANT_FALSE, L"Incoming"), L"the FieldIncoming");
+    for (const VARIANT_BOOL enterprise : {VARIANT_TRUE, VARIANT_FALSE}) {
+        EXPECT_EQ(Path(enterprise, L"XDeltaRefPath"), L"the XDeltaRegPath");
+        for (const std::wstring name :
+             {L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPFieldToEnterprise", L"FTPEnterpriseToField"})
+            EXPECT_EQ(Path(enterprise, name.c_str()), L"the " + name);
+        EXPECT_EQ(Path(enterprise, L"unknown"), L"");
+    }
+}
+
+}  // namespace
+}  // namespace tests
