@@ -45,7 +45,7 @@ class SettingsTest(HostTest):
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
-                                   ([], "init, run, list or demo"), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
+                                   ([], "A command ("), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
                 outcome = run(*arguments)
                 self.assertEqual(outcome.code, 2, outcome)

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/win/support/Dll.h"
+#include "tests/win/support/ScratchHives.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -27,6 +28,27 @@ TEST(RegistrationFree, ManifestsServeTheClassesByProgId) {
     EXPECT_EQ(
         CoCreateInstance(__uuidof(clsTransporter), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&transporter)),
         S_OK);
+}
+
+TEST(RegistrationFree, TheFolderLocatorAnswersFromTheMobileConfiguration) {
+    const ScratchHives hives;
+    const ComApartment apartment;
+    const DWORD mode = 1;
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"MobileConfigValue", REG_DWORD, &mode,
+                    sizeof mode);
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"FieldHome", REG_SZ, L"D:\\M",
+                    sizeof L"D:\\M");
+    ComPtr<IZNMobileFolders> folders;
+    ASSERT_EQ(
+        CoCreateInstance(__uuidof(ZNMobileFolders), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&folders)),
+        S_OK);
+    ASSERT_EQ(folders->put_ApplicationName(com::Bstr(L"Designer").Get()), S_OK);
+    const auto path = [&](const wchar_t* kind) {
+        return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, folders.Get(), VARIANT_FALSE,
+                                      com::Bstr(kind).Get());
+    };
+    EXPECT_EQ(path(L"Incoming"), L"D:\\M\\Transport\\Incoming");
+    EXPECT_EQ(path(L"XDeltaRefPath"), L"D:\\M\\Transport\\Designer\\XDeltaReferenceFiles\\");
 }
 
 }  // namespace
