@@ -57,8 +57,9 @@ private:
 class MobileFolders : public FrameworkTest {
 protected:
     MobileFolders() : folders(Create<ZNMobileFolders, IZNMobileFolders>()) {
+        const auto factory = com::Make<ConfigFactory>(creation);
         com::Check(CoRegisterClassObject(__uuidof(clsTranMobileConfig),
-                                         com::Make<ConfigFactory>(creation).Get(), CLSCTX_INPROC_SERVER,
+                                         static_cast<IClassFactory*>(factory.Get()), CLSCTX_INPROC_SERVER,
                                          REGCLS_MULTIPLEUSE, &cookie));
     }
     ~MobileFolders() override { CoRevokeClassObject(cookie); }
