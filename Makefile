@@ -1,5 +1,5 @@
 # make          build everything
-# make demo     two installations exchange packets through a shared folder (BITS=64 for the 64-bit build)
+# make demo     two installations exchange packets, through a folder and an FTP server (BITS=64 for the 64-bit build)
 # make test     all tests
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each, 20 in the tests)
 # make screenshots  pictures of the dialogs
@@ -28,7 +28,7 @@ build-%: setup
 	@cmake --build build/$*
 
 demo: build-win$(BITS)
-	@$(WARM) tools/wine build/win$(BITS)/bin/znhost.exe demo
+	@$(WARM) tools/demo $(BITS)
 
 test: all check-format
 	@$(WARM) tools/test

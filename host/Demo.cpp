@@ -126,24 +126,50 @@ Score SendDifference(const Settings& field, const Settings& enterprise, const st
     return Compare(up);
 }
 
-Score Exchange(const std::wstring& folder) {
+Settings ThroughFtp(Settings settings, const FtpAccount& ftp, const wchar_t* sendTo,
+                    const wchar_t* receiveFrom) {
+    settings.transport = Transport::Ftp;
+    settings.ftpServer = ftp.server;
+    settings.ftpUser = ftp.user;
+    settings.ftpPassword = ftp.password;
+    settings.remoteSend = ftp.folder + L"/" + sendTo;
+    settings.remoteReceive = ftp.folder + L"/" + receiveFrom;
+    return settings;
+}
+
+/// Both directions once more, with an FTP server between the sides.
+Score ExchangeThroughFtp(const Settings& field, const Settings& enterprise, const FtpAccount& ftp) {
+    if (ftp.server.empty() || Interrupt::Requested()) return {};
+    const Crossing up{L"Field computer -> FTP server -> enterprise", enterprise.inbox,
+                      Hashes(field.outbox, WriteFtpDemoPackets(field.outbox, 3))};
+    const Crossing down{L"Enterprise -> FTP server -> field computer", field.inbox,
+                        Hashes(enterprise.outbox, WriteFtpDemoPackets(enterprise.outbox, 1003))};
+    const Settings fieldSide = ThroughFtp(field, ftp, L"up", L"down");
+    RunSide(L"The field computer sends to the FTP server " + ftp.server, fieldSide);
+    RunSide(L"The enterprise receives from it and sends", ThroughFtp(enterprise, ftp, L"down", L"up"));
+    RunSide(L"The field computer receives", fieldSide);
+    return Compare(up) + Compare(down);
+}
+
+Score Exchange(const std::wstring& folder, const FtpAccount& ftp) {
     const Installation made = CreateInstallation(folder);
     const Settings field = ReadSettings(made.fieldSettings);
     const Settings enterprise = ReadSettings(made.enterpriseSettings);
     CheckPrograms(field, made.fieldSettings);
     const ComApartment apartment;
     const Score zipped = ExchangeZipped(field, enterprise);
-    return zipped + SendDifference(field, enterprise, folder);
+    const Score difference = SendDifference(field, enterprise, folder);
+    return zipped + difference + ExchangeThroughFtp(field, enterprise, ftp);
 }
 
 }  // namespace
 
-int RunDemo(const std::wstring& folder, bool keep) {
+int RunDemo(const std::wstring& folder, bool keep, const FtpAccount& ftp) {
     const std::wstring scratch = folder.empty() ? NewScratchFolder() : folder;
     RefuseExisting(scratch);
     Console::Line(L"This is the " ZN_BITS L"-bit build. Two installations exchange packets in " + scratch);
     const Interrupt interrupt;
-    const Score score = Exchange(scratch);
+    const Score score = Exchange(scratch, ftp);
     Console::Line(L"");
     const bool stopped = Interrupt::Requested();
     if (keep || (score.lost != 0 && !stopped))

@@ -66,6 +66,15 @@ std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std
             L"settings.xml"};
 }
 
+std::vector<std::wstring> WriteFtpDemoPackets(const std::wstring& outbox, unsigned seed) {
+    const auto path = [&](const wchar_t* name) { return Files::Join(outbox, name); };
+    WriteDatabase(path(L"inspection.mdb"), 500, seed);
+    Files::WriteNew(path(L"route.xml"), XmlText(seed));
+    Files::CreateFolders(path(L"district7"));
+    WriteDatabase(path(L"district7\\4712~1.mdb"), 20, seed + 1);
+    return {L"inspection.mdb", L"route.xml", L"district7\\4712~1.mdb"};
+}
+
 void ChangeDatabase(const std::wstring& path, unsigned seed) {
     constexpr std::uint64_t kStep = 100;
     const std::uint64_t pages = Files::Size(path) / kPageSize;

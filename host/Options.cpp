@@ -69,6 +69,24 @@ void AddBackupOptions(CLI::App& backups, BackupRequest& request) {
     restoreAll->excludes(destroy);
 }
 
+/// Adds the options of a round through an FTP server, which go together.
+void AddFtpOptions(CLI::App& demo, FtpAccount& account) {
+    const auto add = [&demo](const char* name, std::wstring& value, const char* description) {
+        return demo
+            .add_option_function<std::string>(
+                name, [&value](const std::string& text) { value = com::FromUtf8(text); }, description)
+            ->type_name("TEXT");
+    };
+    CLI::Option* const server =
+        add("--ftp-server", account.server, "Exchange packets through this server, too");
+    CLI::Option* const user = add("--ftp-user", account.user, "User of the FTP server");
+    CLI::Option* const password = add("--ftp-password", account.password, "Password of the user");
+    CLI::Option* const folder = add("--ftp-folder", account.folder, "Folder on the server; made if missing");
+    server->needs(user, password, folder);
+    for (CLI::Option* const option : {user, password, folder})
+        option->needs(server);
+}
+
 }  // namespace
 
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
@@ -119,6 +137,7 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
             Command::Demo);
     demo->add_option("DIR", path, "Scratch folder; must not exist. Default: a new one for temporary files");
     demo->add_flag("--keep", options.keep, "Leave the scratch folder when all went well");
+    AddFtpOptions(*demo, options.ftp);
 
     // The parser takes its arguments from the end of the list.
     std::vector<std::string> reversed;

@@ -118,7 +118,7 @@ int Execute(const Options& options) {
     case Command::Settings:
         return Edit(Absolute(options.path));
     case Command::Demo:
-        return RunDemo(options.path.empty() ? L"" : Absolute(options.path), options.keep);
+        return RunDemo(options.path.empty() ? L"" : Absolute(options.path), options.keep, options.ftp);
     }
     return kBadUsage;
 }

@@ -103,7 +103,8 @@ class ProgramTest(support.unittest.TestCase):
         self.assertEqual(again.code, 2, again)
 
     def test_help_and_version_everywhere(self):
-        for arguments in ([], ["init"], ["run"], ["list"], ["demo"]):
+        for arguments in ([], *([command] for command in ("init", "run", "list", "backups", "config", "verify",
+                                                          "settings", "demo"))):
             with self.subTest(arguments):
                 outcome = run(*arguments, "--help")
                 self.assertEqual(outcome.code, 0, outcome)

@@ -122,7 +122,7 @@ const Mode kModes[] = {
     {L"-1", L"3", kSharedReference, kBelowFieldHome},
 };
 INSTANTIATE_TEST_SUITE_P(Configured, Modes, testing::ValuesIn(kModes),
-                         [](const auto& info) { return "Mode" + com::ToUtf8(info.param.mode); });
+                         [](const auto& mode) { return "Mode" + com::ToUtf8(mode.param.mode); });
 
 TEST_F(MobileConfig, AnOverrideMovesItsNameToTheEnd) {
     framework.registry = {{L"13//MobileConfigValue", L"1"}, {L"13//FieldHome", L"C:\\F"}};
