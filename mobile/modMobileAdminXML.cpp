@@ -5,6 +5,7 @@
 #include "com/Error.h"
 #include "com/Text.h"
 #include "common/modZNStartup.h"
+#include "mobile/modverification.h"
 
 using com::Bstr;
 using com::Check;
@@ -15,13 +16,6 @@ namespace {
 /// DOMDocument60, which the compiler's headers do not know.
 constexpr CLSID kDomDocument60 = {
     0x88d96a05, 0xf192, 0x11d4, {0xa6, 0x5f, 0x00, 0x40, 0x96, 0x32, 0x51, 0xe5}};
-
-/// Without the blanks around it.
-std::wstring_view Trimmed(std::wstring_view text) noexcept {
-    const size_t first = text.find_first_not_of(L' ');
-    if (first == std::wstring_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(L' ') - first + 1);
-}
 
 /// Whether XML allows a character that is not one half of a pair.
 bool IsXmlCharacter(wchar_t character) noexcept {
@@ -135,12 +129,9 @@ ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& Name, IXMLDOMDoc
 }
 
 bool VerifyFTPSite(const std::wstring& Server, const std::wstring& User, const std::wstring& Password,
-                   const std::wstring& EnterpriseToField, const std::wstring& FieldToEnterprise) noexcept {
-    for (const std::wstring_view value :
-         {std::wstring_view(Server), std::wstring_view(User), std::wstring_view(Password),
-          std::wstring_view(EnterpriseToField), std::wstring_view(FieldToEnterprise)})
-        if (Trimmed(value).empty()) return false;
-    return Trimmed(EnterpriseToField) != Trimmed(FieldToEnterprise);
+                   const std::wstring& EnterpriseToField, const std::wstring& FieldToEnterprise) {
+    return modverification::SettingsFault({Server, User, Password, EnterpriseToField, FieldToEnterprise}) ==
+           0;
 }
 
 ComPtr<IXMLDOMDocument> GenerateFTPXML(LONG Sides, const std::wstring& EnterpriseToField,

@@ -56,7 +56,7 @@ Microsoft::WRL::ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& 
 /// Whether the settings can be used: none is empty or blank, and the two folders differ in more than the
 /// blanks around them.
 bool VerifyFTPSite(const std::wstring& Server, const std::wstring& User, const std::wstring& Password,
-                   const std::wstring& EnterpriseToField, const std::wstring& FieldToEnterprise) noexcept;
+                   const std::wstring& EnterpriseToField, const std::wstring& FieldToEnterprise);
 
 /// The document that holds the settings, each as it was given. Sides: mask of the sides to configure, which
 /// are its two low bits; with neither of them the document holds no settings. Null when VerifyFTPSite refuses
