@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/Settings.h"
+#include "host/WorkFolder.h"
 #include "znTransporter.h"
 
 /// What came of one received file.
@@ -46,6 +47,7 @@ private:
                     const EncoderSettings& encoderSettings, bool encodes, const wchar_t* decodingProgram);
     void CreateSenderReceiver(const Settings& settings);
 
+    WorkFolder m_workFolder;
     Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
     Microsoft::WRL::ComPtr<IZNTransporter2> m_backups;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;

@@ -5,7 +5,7 @@ import shutil
 import subprocess
 import time
 
-from support import HostTest, end_programs_naming, start, windows
+from support import HostTest, end_programs_naming, finish, start, windows
 
 
 def database(pages, seed):
@@ -76,6 +76,18 @@ class ZipTest(EncoderCase):
         outcome = self.assert_run(self.field, 2)
         self.assertIn("[zip] zip_util_location", outcome.errors)
         self.assert_nothing_lost()
+
+    def test_hosts_that_run_side_by_side_keep_their_packets_apart(self):
+        packets = []
+        for name in ("one", "two"):
+            self.install(self.scratch / name)
+            packets.append((self.put(self.field, "a.mdb", os.urandom(4_000_000)).read_bytes(), self.field,
+                            self.enterprise))
+        runs = [self.start_run(field) for _, field, _ in packets]
+        self.assertEqual([finish(process).code for process in runs], [0, 0])
+        for content, _, enterprise in packets:
+            self.assert_run(enterprise, 0)
+            self.assertEqual((enterprise.inbox / "a.mdb").read_bytes(), content)
 
     def test_the_host_can_end_at_any_moment_of_a_delivery(self):
         old, new = database(400, seed=1), os.urandom(3_000_000)
