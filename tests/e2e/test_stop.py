@@ -1,8 +1,11 @@
 """Runs that end early: Ctrl+C, and a process that is killed."""
+import fcntl
 import os
 import pty
 import select
 import signal
+import struct
+import termios
 import time
 
 import support
@@ -18,6 +21,8 @@ class Terminal:
         self.output = ""
         self._pid, self._terminal = pty.fork()
         if self._pid == 0:
+            # Wide enough for every line of the table: 50 rows of 200 columns.
+            fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
             os.execv(support.WINE, ["wine", str(support.BIN / "znhost.exe"), *arguments])
 
     def _read(self):
