@@ -3,6 +3,7 @@
 #include <wrl/client.h>
 
 #include "com/Return.h"
+#include "common/modMain.h"
 
 namespace {
 
@@ -15,6 +16,12 @@ com::Variant Read(IZNRegistry* registry, const std::wstring& name, const com::Va
 void OpenMachineKey(IZNRegistry* registry, ZNRegistryProduct product, const std::wstring& subKey) {
     const auto hive = static_cast<LONG>(reinterpret_cast<LONG_PTR>(HKEY_LOCAL_MACHINE));
     com::Check(registry->Open(hive, product, com::Bstr(subKey).Get()), L"registry key " + subKey);
+}
+
+IZNRegistry* OpenTransportKey() {
+    IZNRegistry* const registry = ZNRegObject();
+    OpenMachineKey(registry, ZN_PRODUCT_MOBILE, L"Transport");
+    return registry;
 }
 
 std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std::wstring& missing) {

@@ -6,7 +6,7 @@
 #include "common/Path.h"
 #include "common/PropertySet.h"
 #include "common/Registry.h"
-#include "encoders/Quoted.h"
+#include "encoders/ExternalProgram.h"
 
 using com::Call;
 using com::Return;
@@ -21,15 +21,10 @@ constexpr LONG kDefaultTimeout = 60;  // seconds
 /// Of whatever key the apartment's registry object has open.
 LONG RegisteredTimeout() { return ReadNumber(ZNRegObject(), L"XDeltaTimeout", kDefaultTimeout); }
 
-std::wstring RegisteredProgramFolder() {
-    OpenMachineKey(ZNRegObject(), ZN_PRODUCT_FRAMEWORK, L"");
-    return ReadText(ZNRegObject(), L"ZNBinDir");
-}
-
 }  // namespace
 
 clsXDeltaEncoder::clsXDeltaEncoder() : Encoder(L"clsXDeltaEncoder", kNameEntry, L".axd") {
-    OpenMachineKey(ZNRegObject(), ZN_PRODUCT_MOBILE, L"Transport");
+    OpenTransportKey();
     m_lTimeout = RegisteredTimeout();
 }
 

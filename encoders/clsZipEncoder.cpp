@@ -5,7 +5,7 @@
 #include "common/PropertySet.h"
 #include "common/Registry.h"
 #include "common/clsShell.h"
-#include "encoders/Quoted.h"
+#include "encoders/ExternalProgram.h"
 
 using com::Call;
 using com::Return;
@@ -18,15 +18,7 @@ constexpr LONG kNameEntry = 140;
 constexpr LONG kDefaultTimeout = 60;         // seconds
 constexpr int kLongestWaitForWorkFile = 10;  // seconds
 
-LONG RegisteredTimeout() {
-    OpenMachineKey(ZNRegObject(), ZN_PRODUCT_MOBILE, L"Transport");
-    return ReadNumber(ZNRegObject(), L"ZipTimeout", kDefaultTimeout);
-}
-
-std::wstring RegisteredProgramFolder() {
-    OpenMachineKey(ZNRegObject(), ZN_PRODUCT_FRAMEWORK, L"");
-    return ReadText(ZNRegObject(), L"ZNBinDir");
-}
+LONG RegisteredTimeout() { return ReadNumber(OpenTransportKey(), L"ZipTimeout", kDefaultTimeout); }
 
 std::wstring EnvironmentVariable(const wchar_t* name) {
     std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');

@@ -4,11 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "znFramework.h"
-
-/// The apartment's registry object, on the machine's key of the transport settings. Throws a failure.
-IZNRegistry* OpenTransportKey();
-
 /// Stores a local folder, and reports when it cannot be read and written. source: of the report when
 /// the test itself fails.
 void StoreTestedFolder(std::wstring& folder, const std::wstring& value, bool supressMsg,

@@ -1,8 +1,5 @@
 #include "sendrecv/FtpAdministration.h"
 
-#include <array>
-#include <utility>
-
 #include "com/Return.h"
 #include "common/Registry.h"
 #include "common/modMain.h"
@@ -10,7 +7,6 @@
 #include "mobile/frmFTP.h"
 #include "mobile/modMobileAdminXML.h"
 #include "mobile/modverification.h"
-#include "sendrecv/CommonSettings.h"
 
 using Microsoft::WRL::ComPtr;
 

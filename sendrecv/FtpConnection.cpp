@@ -2,9 +2,9 @@
 
 #include "com/Error.h"
 #include "common/Apartment.h"
+#include "common/Registry.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
-#include "sendrecv/CommonSettings.h"
 #include "cipher/FtpPassword.h"
 #include "sendrecv/frmPromptFTP.h"
 

@@ -4,6 +4,7 @@
 #include "com/Return.h"
 #include "common/Framework.h"
 #include "common/PropertySet.h"
+#include "common/Registry.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "mobile/modverification.h"

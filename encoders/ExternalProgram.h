@@ -1,0 +1,12 @@
+// What the encoders need to start their programs.
+#pragma once
+
+#include <string>
+
+/// The framework's program folder, where the programs lie unless the settings say otherwise. Throws a
+/// failure.
+std::wstring RegisteredProgramFolder();
+
+/// A path as an argument: in double quotes. A separator at the end is doubled, or it would take the closing
+/// quote as its own.
+std::wstring Quoted(const std::wstring& path);
