@@ -1,6 +1,6 @@
 #include "host/Backups.h"
 
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/ExitCode.h"
 #include "host/Table.h"
 

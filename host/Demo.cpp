@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/Apartment.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Cycle.h"
 #include "host/DemoPackets.h"
 #include "host/ExitCode.h"

@@ -2,7 +2,7 @@
 
 #include "com/Return.h"
 #include "host/Components.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Table.h"
 #include "znTransporter.h"
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "com/Text.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/ExitCode.h"
 
 namespace {

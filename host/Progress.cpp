@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "com/Return.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Interrupt.h"
 
 namespace {

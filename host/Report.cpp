@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Table.h"
 
 namespace {

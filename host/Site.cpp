@@ -7,7 +7,7 @@
 
 #include "cipher/FtpPassword.h"
 #include "com/Return.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/ExitCode.h"
 
 using Microsoft::WRL::ComPtr;

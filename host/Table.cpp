@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/Console.h"
+#include "common/Console.h"
 
 Table::Table(std::vector<Column> columns) : m_columns(std::move(columns)) {
     for (const Column& column : m_columns)

@@ -1,6 +1,6 @@
 #include "host/Waiting.h"
 
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Cycle.h"
 #include "host/Files.h"
 #include "host/Table.h"

@@ -6,7 +6,7 @@
 
 #include "com/Error.h"
 #include "host/Apartment.h"
-#include "host/Console.h"
+#include "common/Console.h"
 #include "host/Cycle.h"
 #include "host/Demo.h"
 #include "host/ExitCode.h"

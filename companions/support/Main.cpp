@@ -5,7 +5,7 @@
 #include "com/Text.h"
 #include "companions/support/Error.h"
 #include "companions/support/Program.h"
-#include "host/Console.h"
+#include "common/Console.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "host/Console.h"
+#include "common/Console.h"
 
 #include <windows.h>
 
