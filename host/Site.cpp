@@ -7,16 +7,13 @@
 
 #include "cipher/FtpPassword.h"
 #include "com/Return.h"
+#include "com/XmlDocument.h"
 #include "common/Console.h"
 #include "host/ExitCode.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-/// DOMDocument60, which the compiler's headers do not know.
-constexpr CLSID kDomDocument60 = {
-    0x88d96a05, 0xf192, 0x11d4, {0xa6, 0x5f, 0x00, 0x40, 0x96, 0x32, 0x51, 0xe5}};
 
 /// An administration document without settings.
 constexpr wchar_t kEmptyDocument[] =
@@ -63,10 +60,7 @@ void AppendSetting(IXMLDOMDocument* document, const std::wstring& name, const st
 }
 
 ComPtr<IXMLDOMDocument> DocumentOf(const SiteValues& values) {
-    ComPtr<IXMLDOMDocument> document;
-    com::Check(
-        CoCreateInstance(kDomDocument60, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument, &document),
-        L"MSXML 6, the XML parser");
+    ComPtr<IXMLDOMDocument> document = com::NewXmlDocument();
     VARIANT_BOOL parsed = VARIANT_FALSE;
     com::Check(document->loadXML(com::Bstr(kEmptyDocument).Get(), &parsed));
     for (const auto& [name, value] : values)

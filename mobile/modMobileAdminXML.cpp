@@ -4,18 +4,16 @@
 
 #include "com/Error.h"
 #include "com/Text.h"
+#include "com/XmlDocument.h"
 #include "common/modZNStartup.h"
 #include "mobile/modverification.h"
 
 using com::Bstr;
 using com::Check;
+using com::NewXmlDocument;
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-/// DOMDocument60, which the compiler's headers do not know.
-constexpr CLSID kDomDocument60 = {
-    0x88d96a05, 0xf192, 0x11d4, {0xa6, 0x5f, 0x00, 0x40, 0x96, 0x32, 0x51, 0xe5}};
 
 /// Whether XML allows a character that is not one half of a pair.
 bool IsXmlCharacter(wchar_t character) noexcept {
@@ -101,15 +99,6 @@ ComPtr<IXMLDOMElement> AppendTransportKey(IXMLDOMDocument* document) {
 }
 
 }  // namespace
-
-ComPtr<IXMLDOMDocument> NewXmlDocument() {
-    ComPtr<IXMLDOMDocument> document;
-    // By hand: the compiler's header ties no identifier to the interface.
-    Check(CoCreateInstance(kDomDocument60, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
-                           reinterpret_cast<void**>(document.GetAddressOf())),
-          L"MSXML 6, the XML parser");
-    return document;
-}
 
 ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& Name, IXMLDOMDocument* Document,
                                             IXMLDOMNode* Parent, const std::wstring& AttributeName,

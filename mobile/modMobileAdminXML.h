@@ -42,9 +42,6 @@ inline constexpr auto kFTPFieldToEnterprise = L"FTPFieldtoEnterprise";
 
 }  // namespace AdminXml
 
-/// An empty document of MSXML 6. Throws when that is not installed.
-Microsoft::WRL::ComPtr<IXMLDOMDocument> NewXmlDocument();
-
 /// Appends an element to Parent, or to the document itself where Parent is null. The attribute is set when
 /// its name and its value are not empty. Null when Name is empty or Document is null, and when the element
 /// cannot be made, for example for characters that XML does not allow, which is reported.

@@ -3,6 +3,7 @@
 
 #include "com/Return.h"
 #include "common/modMain.h"
+#include "com/XmlDocument.h"
 #include "mobile/modMobileAdminXML.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
@@ -30,7 +31,7 @@ std::string Saved(IXMLDOMDocument* document) {
 
 /// A setting of a document that was parsed from text, found as the readers of the document look for it.
 std::wstring ReadBack(const std::string& text, const std::wstring& name) {
-    const auto document = NewXmlDocument();
+    const auto document = com::NewXmlDocument();
     VARIANT_BOOL parsed = VARIANT_FALSE;
     com::Check(document->loadXML(Bstr(com::FromUtf8(text)).Get(), &parsed));
     EXPECT_TRUE(parsed) << text;
@@ -117,7 +118,7 @@ TEST_F(AdminXml, CharactersThatCannotBeReadBackAreRefused) {
 }
 
 TEST_F(AdminXml, ChildElementsGoToTheirParent) {
-    const auto document = NewXmlDocument();
+    const auto document = com::NewXmlDocument();
     const auto root = GenerateChildElement(L"Root", document.Get(), nullptr, L"", L"");
     ASSERT_TRUE(root);
     EXPECT_TRUE(GenerateChildElement(L"Größe", document.Get(), root.Get(), L"a-1", L"x"));
