@@ -115,10 +115,16 @@ bool FolderExists(const std::wstring& path) noexcept {
 }
 
 std::uint64_t FileSize(const std::wstring& path) {
+    const std::optional<FileVersion> version = VersionOf(path);
+    if (!version) com::ThrowWin32(GetLastError(), path);
+    return version->size;
+}
+
+std::optional<FileVersion> VersionOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data))
-        com::ThrowWin32(GetLastError(), path);
-    return Wide(data.nFileSizeHigh, data.nFileSizeLow);
+    if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+    return FileVersion{Wide(data.nFileSizeHigh, data.nFileSizeLow),
+                       Wide(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
 }
 
 Listing List(const std::wstring& folder) {

@@ -44,9 +44,18 @@ struct Listing {
     std::vector<std::wstring> folders;
 };
 
+/// Tells one saved state of a file from the next.
+struct FileVersion {
+    std::uint64_t size = 0;       ///< bytes
+    std::uint64_t lastWrite = 0;  ///< units of 100 ns, as in FILETIME
+    bool operator==(const FileVersion&) const = default;
+};
+
 bool FileExists(const std::wstring& path) noexcept;
 bool FolderExists(const std::wstring& path) noexcept;
 std::uint64_t FileSize(const std::wstring& path);
+/// Nothing when there is no such file.
+std::optional<FileVersion> VersionOf(const std::wstring& path);
 Listing List(const std::wstring& folder);
 
 void CreateFolder(const std::wstring& path);
@@ -61,7 +70,9 @@ void CopyFile(const std::wstring& source, const std::wstring& destination,
 class WriteBlock {
 public:
     explicit WriteBlock(const std::wstring& path);
-    /// Throws when somebody was writing to the file already, so that it is not blocked.
+    /// False when somebody was writing to the file already, so that it is not blocked.
+    bool Holds() const noexcept { return m_file != nullptr; }
+    /// Throws when it does not hold.
     void Check() const;
 
 private:

@@ -191,6 +191,7 @@ bool FtpTransfer::SendLocalFile(const clsFTPFile& entry, const std::wstring& loc
     constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.SendLocalFile";
     const std::wstring& name = entry.sFileName;
     const std::wstring file = localFolder + L"\\" + name;
+    const std::optional<FileSystem::FileVersion> sent = FileSystem::VersionOf(file);
     if (!WinInet().FtpPutFileA(m_session.Connection(), ToSystemCodePage(file).c_str(),
                                ToSystemCodePage(name).c_str(), FtpHandles::kFlags, 0)) {
         const std::optional<std::wstring> failure = PutFailure(name, GetLastError());
@@ -198,6 +199,9 @@ bool FtpTransfer::SendLocalFile(const clsFTPFile& entry, const std::wstring& loc
     }
     if (!RemoteFileExists(name))
         return Failed(kSource, L"Failed occurred while transmiting file " + name + L" to the FTP server.");
+    // Blocked only now: WinINet may ask for the file for itself alone.
+    const FileSystem::WriteBlock block(file);
+    if (!block.Holds() || FileSystem::VersionOf(file) != sent) return false;  // the newer one travels next
     FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete);
     return true;
 } catch (...) {

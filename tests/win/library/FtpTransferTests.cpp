@@ -139,6 +139,28 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     EXPECT_THAT(temp.Files(L"send"), IsEmpty());
 }
 
+TEST_F(FtpTransferTest, APacketSavedAgainWhileItIsSentStaysForTheNextRun) {
+    const auto file = temp.File(L"send\\a.mdb", "old");
+    server.afterPut = [&] { temp.File(L"send\\a.mdb", "new"); };
+    EXPECT_FALSE(Send()) << "in use, as a file that cannot be opened";
+    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "new") << "also of the same size";
+    HANDLE writer = nullptr;
+    server.afterPut = [&] {
+        writer = CreateFileW(file.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                             OPEN_EXISTING, 0, nullptr);
+    };
+    server.currentFolder = "/";
+    EXPECT_FALSE(Send());
+    ASSERT_NE(writer, INVALID_HANDLE_VALUE);
+    CloseHandle(writer);
+    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "new");
+    EXPECT_EQ(Reported(), L"");
+    server.afterPut = [] {};
+    server.currentFolder = "/";
+    EXPECT_TRUE(Send());
+    EXPECT_EQ(server.files["/in/a.mdb"], "new");
+}
+
 TEST_F(FtpTransferTest, ARemoteFolderThatCannotBeMadeIsReported) {
     temp.File(L"send\\a.mdb");
     Init({{L"RemoteSendFolder", L"x/y"}});

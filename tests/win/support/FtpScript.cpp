@@ -145,6 +145,8 @@ BOOL WINAPI Put(HINTERNET, LPCSTR source, LPCSTR name, DWORD flags, DWORD_PTR) {
     std::ifstream file(source, std::ios::binary);
     if (!file) return Result(false, ERROR_FILE_NOT_FOUND);
     g_script->files[PathOf(name)] = {std::istreambuf_iterator<char>(file), {}};
+    file.close();
+    g_script->afterPut();
     return TRUE;
 }
 

@@ -5,6 +5,7 @@
 #include <windows.h>
 #include <wininet.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -41,7 +42,8 @@ public:
     size_t listingFailsAt = SIZE_MAX;                 ///< number of entries before the listing breaks off
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
-    std::string transcript;  ///< "Function argument argument|"
+    std::function<void()> afterPut = [] {};  ///< what happens once a file was sent
+    std::string transcript;                  ///< "Function argument argument|"
 
 private:
     WinInetFunctions m_real;
