@@ -27,7 +27,8 @@ struct HandleCloser {
     using pointer = HANDLE;
     void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
 };
-using FileHandle = std::unique_ptr<HANDLE, HandleCloser>;
+using Handle = std::unique_ptr<HANDLE, HandleCloser>;
+using FileHandle = Handle;
 
 /// As CreateFile. sharing: what others may do to the file meanwhile.
 FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);

@@ -8,29 +8,31 @@ namespace {
 
 constexpr DWORD kSlice = 100;  // milliseconds
 constexpr std::int64_t kSlicesPerSecond = 10;
+constexpr DWORD kLongestEnd = 5000;  // milliseconds
 
 }  // namespace
 
 clsShell::~clsShell() {
-    if (!m_bRunning) return;
     Terminate();
-    CloseHandles();
+    // A process that is ended holds its files open for a moment, and its caller is about to remove them.
+    Wait(kLongestEnd);
 }
 
 BOOL clsShell::Execute() {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
     // The wide form: a packet may have a name that the 8-bit code page cannot express.
     const BOOL started =
         CreateProcessW(nullptr, m_sCommand.data(), nullptr, nullptr, TRUE,
-                       CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startup, &m_process);
-    // Also after a failed start: waiting for no process ends at once.
-    m_bRunning = true;
+                       CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startup, &process);
+    if (started) CloseHandle(process.hThread);
+    m_process.reset(process.hProcess);
     return started;
 }
 
 bool clsShell::Wait(DWORD Milliseconds) {
-    if (WaitForSingleObject(m_process.hProcess, Milliseconds) == WAIT_TIMEOUT) return false;
+    if (m_process && WaitForSingleObject(m_process.get(), Milliseconds) == WAIT_TIMEOUT) return false;
     Detach();
     return true;
 }
@@ -44,17 +46,7 @@ bool clsShell::WaitProcessingMessages(LONG Seconds) {
 }
 
 void clsShell::Terminate() {
-    if (m_bRunning && !Wait(0)) TerminateProcess(m_process.hProcess, 1);
+    if (!Wait(0)) TerminateProcess(m_process.get(), 1);
 }
 
-void clsShell::Detach() {
-    CloseHandles();
-    m_bRunning = false;
-}
-
-void clsShell::CloseHandles() {
-    for (HANDLE* handle : {&m_process.hThread, &m_process.hProcess}) {
-        if (*handle) CloseHandle(*handle);
-        *handle = nullptr;
-    }
-}
+void clsShell::Detach() { m_process.reset(); }

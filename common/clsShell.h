@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "common/FileSystem.h"
+
 class clsShell {
 public:
     clsShell() = default;
@@ -34,9 +36,6 @@ public:
     void Detach();
 
 private:
-    void CloseHandles();
-
     std::wstring m_sCommand;
-    PROCESS_INFORMATION m_process{};
-    bool m_bRunning = false;
+    FileSystem::Handle m_process;  // while it runs, as far as is known
 };

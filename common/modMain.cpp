@@ -96,14 +96,9 @@ bool MakeRoomForOutput(const std::wstring& OutputFile) {
                              L"another application. Please close the application and try again.");
 }
 
-void RestoreBackup(const std::wstring& OutputFile) {
-    const std::wstring backup = BackupOf(OutputFile);
-    if (FileSystem::FileExists(backup)) FileSystem::MoveFile(backup, OutputFile);
-}
-
 bool FailDecode(const std::wstring& text, const std::wstring& OutputFile) {
     ReportDecode(text, ZN_EVENTLOG_ERROR_TYPE);
-    RestoreBackup(OutputFile);
+    RestoreOutput(OutputFile, BackupOf(OutputFile));
     return false;
 }
 
@@ -252,6 +247,11 @@ bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) try {
     return StandardHandler(L"modMain.DoShellCmd", false);
 }
 
+void RestoreOutput(const std::wstring& OutputFile, const std::wstring& Backup) {
+    if (FileSystem::FileExists(OutputFile)) FileSystem::DeleteFile(OutputFile);
+    if (FileSystem::FileExists(Backup)) FileSystem::MoveFile(Backup, OutputFile);
+}
+
 bool CommonDecode(std::wstring& OutputFile, bool SupressMsg, const std::wstring& Command, LONG TimeoutSeconds,
                   std::wstring& ResultFile) try {
     const std::wstring extension = com::Upper(Path::LastFour(OutputFile));
@@ -269,8 +269,7 @@ bool CommonDecode(std::wstring& OutputFile, bool SupressMsg, const std::wstring&
             L"Output file " + OutputFile +
                 L" is zero length. Check that the decoder input files are compatible with each other.",
             ZN_EVENTLOG_ERROR_TYPE);
-        FileSystem::DeleteFile(OutputFile);
-        RestoreBackup(OutputFile);
+        RestoreOutput(OutputFile, BackupOf(OutputFile));
         return false;
     }
     if (FileSystem::FileExists(BackupOf(OutputFile))) FileSystem::DeleteFile(BackupOf(OutputFile));

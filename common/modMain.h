@@ -48,6 +48,10 @@ std::wstring OptionOrSetting(const std::wstring& Name, IZNMobileFolders* Store, 
 /// counts as ended: look for what it should have made.
 bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool SupressMsg);
 
+/// After a command that should have made a file failed: removes what it left, and brings the previous
+/// file back from its backup, if there is one. Throws a failure.
+void RestoreOutput(const std::wstring& OutputFile, const std::wstring& Backup);
+
 /// Runs a command that decodes a packet into OutputFile, which gets the extension ".MDB" when it has
 /// neither that nor ".XML". A previous file of that name is kept as OutputFile & "_bck" until the new
 /// one is there in full, and comes back when the command fails. ResultFile: the final name. False when

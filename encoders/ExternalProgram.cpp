@@ -9,5 +9,6 @@ std::wstring RegisteredProgramFolder() {
 }
 
 std::wstring Quoted(const std::wstring& path) {
-    return L"\"" + path + (path.ends_with(L'\\') ? L"\\" : L"") + L"\"";
+    const size_t separators = path.size() - (path.find_last_not_of(L'\\') + 1);
+    return L"\"" + path + std::wstring(separators, L'\\') + L"\"";
 }

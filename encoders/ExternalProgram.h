@@ -7,6 +7,6 @@
 /// failure.
 std::wstring RegisteredProgramFolder();
 
-/// A path as an argument: in double quotes. A separator at the end is doubled, or it would take the closing
-/// quote as its own.
+/// A path as an argument: in double quotes. Separators at the end are doubled, or the last one would take
+/// the closing quote as its own.
 std::wstring Quoted(const std::wstring& path);

@@ -26,6 +26,8 @@ LONG RegisteredTimeout() { return ReadNumber(ZNRegObject(), L"XDeltaTimeout", kD
 clsXDeltaEncoder::clsXDeltaEncoder() : Encoder(L"clsXDeltaEncoder", kNameEntry, L".axd") {
     OpenTransportKey();
     m_lTimeout = RegisteredTimeout();
+    // Not for its value: the apartment's registry object is left where a later default is looked up.
+    RegisteredProgramFolder();
 }
 
 // --- Settings ---------------------------------------------------------------------------------------
@@ -64,7 +66,7 @@ void clsXDeltaEncoder::IZNEncoder2_ApplicationName(const std::wstring& Name) try
     ReportCurrentError(Source(L"IZNEncoder2_ApplicationName"));
 }
 
-std::wstring clsXDeltaEncoder::TakeSettings(IZNPropertySet* Settings) try {
+std::optional<std::wstring> clsXDeltaEncoder::TakeSettings(IZNPropertySet* Settings) try {
     m_bMobile = IsMobile(Settings);
     m_sInExtension = GetProperty(Settings, L"IN_EXTENSION", L".mdb");
     m_sOutExtension = GetProperty(Settings, L"OUT_EXTENSION", L".axd");
@@ -73,11 +75,11 @@ std::wstring clsXDeltaEncoder::TakeSettings(IZNPropertySet* Settings) try {
         GetProperty(Settings, L"REFERENCE_PATH", m_folderLocator.FolderPath(!m_bMobile, L"XDeltaRefPath")));
     return GetProperty(Settings, L"XDELTA_UTIL_LOCATION", RegisteredProgramFolder());
 } catch (...) {
-    return StandardHandler(Source(L"IZNEncoder2_PropSet"), std::wstring());
+    return StandardHandler(Source(L"IZNEncoder2_PropSet"), std::optional<std::wstring>());
 }
 
 void clsXDeltaEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
-    XDeltaUtilLocation(TakeSettings(Settings));
+    if (const std::optional<std::wstring> folder = TakeSettings(Settings)) XDeltaUtilLocation(*folder);
 }
 
 ComPtr<IZNPropertySet> clsXDeltaEncoder::IZNEncoder2_PropSet() try {
@@ -137,11 +139,10 @@ bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std
     return StandardHandler(Source(L"IZNEncoder_Encode"), false);
 }
 
-/// The previous encoded file comes back.
 bool clsXDeltaEncoder::FailEncode(const std::wstring& command, const wchar_t* why, const std::wstring& target,
                                   const std::wstring& backup) const {
     Refuse(L"IZNEncoder_Encode", L"Command: " + command + std::wstring(kCrLf) + why);
-    if (FileSystem::FileExists(backup)) FileSystem::MoveFile(backup, target);
+    RestoreOutput(target, backup);
     return false;
 }
 

@@ -2,6 +2,8 @@
 // applied by the program xDelta.exe.
 #pragma once
 
+#include <optional>
+
 #include "common/FolderLocator.h"
 #include "encoders/Encoder.h"
 
@@ -39,8 +41,9 @@ private:
     void IZNEncoder2_PropSet(IZNPropertySet* Settings) override;
     void IZNEncoder2_ApplicationName(const std::wstring& Name) override;
 
-    /// Takes all settings but the program's folder, which is returned. Reports failures.
-    std::wstring TakeSettings(IZNPropertySet* Settings);
+    /// Takes all settings but the program's folder, which is returned. Nothing after a failure, which is
+    /// reported.
+    std::optional<std::wstring> TakeSettings(IZNPropertySet* Settings);
     void XDeltaUtilLocation(const std::wstring& Folder);
     void ReferencePath(const std::wstring& File);
     void UseReference(const std::wstring& file);

@@ -38,8 +38,8 @@ int AwaitFile(const std::wstring& path) {
 
 clsZipEncoder::clsZipEncoder()
     : Encoder(L"clsZipEncoder", kNameEntry, L".afz"),
-      m_sZipUtilLocation(RegisteredProgramFolder()),
-      m_lZipTimeout(RegisteredTimeout()) {}
+      m_lZipTimeout(RegisteredTimeout()),
+      m_sZipUtilLocation(RegisteredProgramFolder()) {}
 
 void clsZipEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
     m_lCompressionLevel = GetNumber(Settings, L"COMPRESSION_LEVEL", 0);
@@ -89,8 +89,8 @@ bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile
     shell.Command(ZipCommand(workFile, source));
     shell.Execute();
     if (shell.WaitProcessingMessages(m_lZipTimeout)) return true;
-    Report(Source(L"IZNEncoder_Encode").append(kCrLf) + L"Zip program timed out for " + source);
     shell.Detach();
+    Report(Source(L"IZNEncoder_Encode").append(kCrLf) + L"Zip program timed out for " + source);
     return false;
 }
 

@@ -37,8 +37,8 @@ private:
     void ReportLateWorkFile(const std::wstring& workFile, int seconds) const;
 
     const bool SupressMsg = false;
-    std::wstring m_sZipUtilLocation;
     LONG m_lCompressionLevel = 0;
     LONG m_lZipTimeout = 0;  // seconds
+    std::wstring m_sZipUtilLocation;
     bool m_missingProgramReported = false;
 };

@@ -255,12 +255,23 @@ TEST_F(DeltaEncoder, AMissingProgramRaisesFromTheSettings) {
     }
 }
 
-TEST_F(DeltaEncoder, SettingsThatCannotBeReadAreReportedAndNothingIsEncoded) {
-    EXPECT_EQ(Configure({{L"TIMEOUT", L"soon"}, {L"REFERENCE_PATH", reference}}), S_OK);
+TEST_F(DeltaEncoder, SettingsThatCannotBeReadAreReportedAndNotTaken) {
+    EXPECT_EQ(
+        Configure({{L"TIMEOUT", L"soon"}, {L"REFERENCE_PATH", L"none"}, {L"XDELTA_UTIL_LOCATION", L""}}),
+        S_OK);
     EXPECT_THAT(Log(0), HasSubstr(L"clsXDeltaEncoder.cls.IZNEncoder2_PropSet\r\n"));
     EXPECT_THAT(Log(0), HasSubstr(L"TIMEOUT = soon"));
-    EXPECT_FALSE(Encode(L"x.mdb"));
-    EXPECT_FALSE(children.WasStarted());
+    EXPECT_THAT(Configuration(), HasSubstr(L"REFERENCE_PATH=" + reference));
+    EXPECT_THAT(Configuration(), HasSubstr(L"XDELTA_UTIL_LOCATION=" + children.Folder()));
+}
+
+TEST_F(DeltaEncoder, TheTimeoutComesFromTheKeyThatIsOpen) {
+    framework.registry[L"13/Transport/XDeltaTimeout"] = L"8";
+    framework.registry[L"1//XDeltaTimeout"] = L"9";
+    Create();
+    EXPECT_EQ(com::Get<LONG>(&_clsXDeltaEncoder::get_Timeout, settings.Get()), 8);
+    EXPECT_EQ(Configure({{L"XDELTA_UTIL_LOCATION", L""}}), S_OK);
+    EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=9\n"));
 }
 
 TEST_F(DeltaEncoder, EncodesBesideTheReferencesName) {
@@ -284,7 +295,7 @@ TEST_F(DeltaEncoder, AFailedDeltaBringsThePreviousFileBack) {
     EXPECT_THAT(Log(0),
                 HasSubstr(L"clsXDeltaEncoder.cls.IZNEncoder_Encode\r\nCommand: " + children.Folder()));
     settings->put_Timeout(0);
-    ChildPrograms::Script(L"sleep 5000");
+    ChildPrograms::Script(L"write " + temp / L"out\\x.mdb~Base1.axd" + L"*half|sleep 5000");
     EXPECT_FALSE(Encode(L"x.mdb"));
     EXPECT_THAT(framework.log.back().text, EndsWith(L"\"\r\nCommand timed out"));
     EXPECT_EQ(temp.Content(L"out\\x.mdb~Base1.axd"), "previous");
