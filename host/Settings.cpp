@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cwctype>
 #include <iterator>
 #include <map>
 
@@ -37,6 +38,18 @@ bool IsNumber(const std::wstring& value) {
            value.find_first_not_of(L"0123456789") == std::wstring::npos;
 }
 
+/// The transporter tells packets apart by the last four characters of their names.
+bool IsExtension(const std::wstring& value) {
+    return value.size() == 4 && value.front() == L'.' &&
+           std::all_of(value.begin() + 1, value.end(), [](wchar_t letter) { return std::iswalnum(letter); });
+}
+
+/// A difference names its reference after a "~", without the extension.
+bool CanBeReference(const std::wstring& path) {
+    const std::wstring name = Files::FileName(path);
+    return com::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
+}
+
 bool HoldsPackets(ValueKind kind) { return kind == ValueKind::Folder || kind == ValueKind::RemoteFolder; }
 
 std::wstring PlainPassword(const std::wstring& text) {
@@ -58,6 +71,7 @@ private:
     bool IsFtp() const { return com::EqualsIgnoringCase(Value(L"host", L"transport"), L"ftp"); }
     bool IsLocal(const SettingsKey& key) const;
     void CheckValue(const SettingsKey& key, const std::wstring& value);
+    void CheckExtensions();
     void CheckApart();
     EncoderKind Encoder() const;
     EncoderSettings EncoderSection(const wchar_t* section, const wchar_t* folderKey) const;
@@ -80,6 +94,7 @@ Settings Reader::Read() {
     for (const SettingsKey& key : SettingsKeys())
         ReadValue(key);
     ThrowProblems();
+    CheckExtensions();
     CheckApart();
     ThrowProblems();
     return {.role =
@@ -162,16 +177,36 @@ bool Reader::IsLocal(const SettingsKey& key) const {
 }
 
 void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
+    const auto refuse = [&](const std::wstring& why) {
+        Complain(key.Title() + L" = " + value + L": " + why);
+    };
     const bool isAllowed = std::ranges::any_of(
         key.allowed, [&](const std::wstring& allowed) { return com::EqualsIgnoringCase(allowed, value); });
-    if (!key.allowed.empty() && !isAllowed)
-        Complain(key.Title() + L" = " + value + L": the value must be one of: " + Listed(key.allowed));
+    if (!key.allowed.empty() && !isAllowed) refuse(L"the value must be one of: " + Listed(key.allowed));
     if (key.kind == ValueKind::Number && !IsNumber(value))
-        Complain(key.Title() + L" = " + value + L": the value must be a whole number from 0 to 999999");
+        refuse(L"the value must be a whole number from 0 to 999999");
+    if (key.kind == ValueKind::Extension && !IsExtension(value))
+        refuse(L"the value must be a dot and three letters or digits");
+    if (key.kind == ValueKind::Reference && !value.empty() && !CanBeReference(value))
+        refuse(L"the file's name must end in .AXR and hold no ~");
     if (key.kind == ValueKind::RemoteFolder && IsFtp() && value.find(L'\\') != std::wstring::npos)
-        Complain(key.Title() + L" = " + value + L": a path on an FTP server is written with /");
+        refuse(L"a path on an FTP server is written with /");
     if (IsLocal(key) && value.find_first_of(L"*?\"<>|") != std::wstring::npos)
-        Complain(key.Title() + L" = " + value + L": the path holds a character that no path may hold");
+        refuse(L"the path holds a character that no path may hold");
+}
+
+/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
+void Reader::CheckExtensions() {
+    const SettingsKey* const keys[] = {
+        FindSettingsKey(L"zip", L"in_extension"), FindSettingsKey(L"xdelta", L"in_extension"),
+        FindSettingsKey(L"zip", L"out_extension"), FindSettingsKey(L"xdelta", L"out_extension")};
+    for (const SettingsKey* out : {keys[2], keys[3]})
+        for (const SettingsKey* other : keys) {
+            if (other == out) break;
+            if (com::EqualsIgnoringCase(m_values[other], m_values[out]))
+                Complain(out->Title() + L" = " + m_values[out] +
+                         L": the extension must differ from that of " + other->Title());
+        }
 }
 
 std::wstring WithSeparator(std::wstring folder) {

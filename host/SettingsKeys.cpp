@@ -126,14 +126,14 @@ std::span<const SettingsKey> SettingsKeys() {
         {L"zip",
          L"in_extension",
          Presence::Optional,
-         ValueKind::Text,
+         ValueKind::Extension,
          {},
          L".mdb",
          L"; Extension of the packets that are compressed. Default: .mdb"},
         {L"zip",
          L"out_extension",
          Presence::Optional,
-         ValueKind::Text,
+         ValueKind::Extension,
          {},
          L".afz",
          L"; Extension that compressed packets get; the same on both sides. Default: .afz"},
@@ -161,21 +161,21 @@ std::span<const SettingsKey> SettingsKeys() {
         {L"xdelta",
          L"in_extension",
          Presence::Optional,
-         ValueKind::Text,
+         ValueKind::Extension,
          {},
          L".mdb",
          L"; Extension of the packets that travel as a difference. Default: .mdb"},
         {L"xdelta",
          L"out_extension",
          Presence::Optional,
-         ValueKind::Text,
+         ValueKind::Extension,
          {},
          L".axd",
          L"; Extension that differences get; the same on both sides. Default: .axd"},
         {L"xdelta",
          L"reference_path",
          Presence::Optional,
-         ValueKind::File,
+         ValueKind::Reference,
          {},
          L"",
          L"; Reference file (.AXR). Both sides hold the same file under the same name; differences against "
@@ -207,7 +207,8 @@ std::span<const SettingsKey> SettingsKeys() {
 }
 
 bool IsPath(ValueKind kind) {
-    return kind == ValueKind::File || kind == ValueKind::Folder || kind == ValueKind::ProgramFolder;
+    return kind == ValueKind::File || kind == ValueKind::Reference || kind == ValueKind::Folder ||
+           kind == ValueKind::ProgramFolder;
 }
 
 std::vector<std::wstring> SettingsSections() {

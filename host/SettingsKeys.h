@@ -15,6 +15,8 @@ enum class ValueKind {
     Text,
     Number,
     File,
+    Reference,      ///< a file that differences are made against
+    Extension,      ///< of file names, with its dot
     Folder,         ///< of packets: no two of them may overlap
     RemoteFolder,   ///< of packets: a folder, or a path on the FTP server
     ProgramFolder,  ///< of external programs

@@ -25,6 +25,16 @@ BAD_SETTINGS = {
                           ["[folders] sent", "[folders] outbox"]),
     "impossible path": (("send = field\\send", "send = field\\se?nd"), ["[folders] send", "character"]),
     "absent outbox": (("outbox = field\\outbox", "outbox = nowhere"), ["[folders] outbox", "no such folder"]),
+    "long extension": (("out_extension = .afz", "out_extension = .zipx"),
+                       ["[zip] out_extension = .zipx", "a dot and three"]),
+    "one extension for both": (("out_extension = .axd", "out_extension = .AFZ"),
+                               ["[xdelta] out_extension = .AFZ", "[zip] out_extension"]),
+    "extension that stays": (("out_extension = .afz", "out_extension = .mdb"),
+                             ["[zip] out_extension = .mdb", "[zip] in_extension"]),
+    "reference of another kind": (("reference_path = ", "reference_path = refs\\base.mdb"),
+                                  ["[xdelta] reference_path", ".AXR"]),
+    "reference with a tilde": (("reference_path = ", "reference_path = refs\\ba~se.axr"),
+                               ["[xdelta] reference_path", "~"]),
     "two problems": (("role = field", "role = foo\ncolour = red"), ["[host] role = foo", "[host] colour"]),
 }
 
