@@ -61,6 +61,12 @@ class Outcome:
         return f"exit code {self.code}\n{self.output}\n{self.errors}"
 
 
+def temporary_folders():
+    """TEMP of every user of the Wine prefix."""
+    prefix = os.environ.get("ZN_WINEPREFIX") or BIN.parents[1] / "setup" / "wineprefix"
+    return list(pathlib.Path(prefix).glob("drive_c/users/*/Temp"))
+
+
 def start(*arguments, program=None, **options):
     program = program or BIN / "znhost.exe"
     # By its Unix path the runner sees which loader the program needs; signals then reach the program itself.

@@ -5,7 +5,7 @@ import shutil
 import subprocess
 import time
 
-from support import HostTest, end_programs_naming, finish, start, windows
+from support import HostTest, end_programs_naming, finish, start, temporary_folders, windows
 
 
 def database(pages, seed):
@@ -88,6 +88,15 @@ class ZipTest(EncoderCase):
         for content, _, enterprise in packets:
             self.assert_run(enterprise, 0)
             self.assertEqual((enterprise.inbox / "a.mdb").read_bytes(), content)
+
+    def test_work_files_of_a_host_that_was_ended_are_removed(self):
+        no_process = 4294967292
+        abandoned = [folder / f"znhost-work-{no_process}" for folder in temporary_folders()]
+        for folder in abandoned:
+            folder.mkdir()
+            (folder / "a.mdb.afz").write_bytes(b"part of an archive")
+        self.assert_run(self.field, 0)
+        self.assertIn(False, [folder.exists() for folder in abandoned])
 
     def test_the_host_can_end_at_any_moment_of_a_delivery(self):
         old, new = database(400, seed=1), os.urandom(3_000_000)
