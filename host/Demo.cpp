@@ -95,7 +95,8 @@ Score ExchangeZipped(const Settings& field, const Settings& enterprise) {
     RunSide(L"The field computer sends, zipped", field);
     RunSide(L"The enterprise receives and sends, zipped", enterprise);
     RunSide(L"The field computer receives", field);
-    return Compare(up) + Compare(down);
+    const Score sent = Compare(up);
+    return sent + Compare(down);
 }
 
 /// Keeps a packet that a side has as its reference for differences.
@@ -148,7 +149,8 @@ Score ExchangeThroughFtp(const Settings& field, const Settings& enterprise, cons
     RunSide(L"The field computer sends to the FTP server " + ftp.server, fieldSide);
     RunSide(L"The enterprise receives from it and sends", ThroughFtp(enterprise, ftp, L"down", L"up"));
     RunSide(L"The field computer receives", fieldSide);
-    return Compare(up) + Compare(down);
+    const Score sent = Compare(up);
+    return sent + Compare(down);
 }
 
 Score Exchange(const std::wstring& folder, const FtpAccount& ftp) {
