@@ -5,8 +5,8 @@
 #include <map>
 #include <vector>
 
-#include "host/Apartment.h"
 #include "common/Console.h"
+#include "host/Apartment.h"
 #include "host/Cycle.h"
 #include "host/DemoPackets.h"
 #include "host/ExitCode.h"

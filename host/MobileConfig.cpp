@@ -1,8 +1,8 @@
 #include "host/MobileConfig.h"
 
 #include "com/Return.h"
-#include "host/Components.h"
 #include "common/Console.h"
+#include "host/Components.h"
 #include "host/Table.h"
 #include "znTransporter.h"
 

@@ -87,73 +87,93 @@ void AddFtpOptions(CLI::App& demo, FtpAccount& account) {
         option->needs(server);
 }
 
-}  // namespace
+/// The commands, their options and what they set.
+class Parser {
+public:
+    explicit Parser(Options& options) : m_options(options) {
+        m_app.footer(kExamples);
+        m_app.set_version_flag("--version", kVersion);
+        // A path may begin with a slash.
+        m_app.allow_windows_style_options(false);
+        AddCommands();
+    }
 
-Options ParseOptions(const std::vector<std::wstring>& arguments) {
-    Options options;
-    std::string path;
-    CLI::App app(kDescription, "znhost");
-    app.footer(kExamples);
-    app.set_version_flag("--version", kVersion);
-    // A path may begin with a slash.
-    app.allow_windows_style_options(false);
+    /// Throws Ended, after it told the user.
+    void Parse(const std::vector<std::wstring>& arguments);
 
-    const auto add = [&](const char* name, const char* description, Command command) {
-        CLI::App* const subcommand = app.add_subcommand(name, description);
-        subcommand->callback([&options, command] { options.command = command; });
-        subcommand->set_version_flag("--version", kVersion);
-        subcommand->footer(kExamples);
-        return subcommand;
-    };
-    add("init", "Write commented settings for a field computer and its enterprise, with their folders.",
+private:
+    void AddCommands();
+    CLI::App& Add(const char* name, const char* description, Command command);
+    /// A command that works on the settings file of one side.
+    CLI::App& AddForSettings(const char* name, const char* description, Command command);
+
+    Options& m_options;
+    std::string m_path;
+    CLI::App m_app{kDescription, "znhost"};
+};
+
+void Parser::AddCommands() {
+    Add("init", "Write commented settings for a field computer and its enterprise, with their folders.",
         Command::Init)
-        ->add_option("DIR", path, "Folder for field.ini, enterprise.ini and the folders that they name")
+        .add_option("DIR", m_path, "Folder for field.ini, enterprise.ini and the folders that they name")
         ->required();
-    add("run", "Run one cycle: add the outbox, send and receive, deliver what was received.", Command::Run)
-        ->add_option("SETTINGS", path, "Settings file")
-        ->required();
-    add("list", "Show the packets that wait in the outbox, the send folder and the receive folder.",
-        Command::List)
-        ->add_option("SETTINGS", path, "Settings file")
-        ->required();
-    CLI::App* const backups =
-        add("backups", "List the received packets that have a backup, or use one.", Command::Backups);
-    backups->add_option("SETTINGS", path, "Settings file")->required();
-    AddBackupOptions(*backups, options.backup);
-    add("config",
+    AddForSettings("run", "Run one cycle: add the outbox, send and receive, deliver what was received.",
+                   Command::Run);
+    AddForSettings("list",
+                   "Show the packets that wait in the outbox, the send folder and the receive folder.",
+                   Command::List);
+    AddBackupOptions(AddForSettings("backups", "List the received packets that have a backup, or use one.",
+                                    Command::Backups),
+                     m_options.backup);
+    AddForSettings(
+        "config",
         "Show the mobile configuration that the registry holds for the application of the settings.",
-        Command::Config)
-        ->add_option("SETTINGS", path, "Settings file")
-        ->required();
-    add("verify", "Test the FTP server: both folders take, give back and delete a test file.",
-        Command::Verify)
-        ->add_option("SETTINGS", path, "Settings file")
-        ->required();
-    add("settings", "Edit the FTP settings in a dialog.", Command::Settings)
-        ->add_option("SETTINGS", path, "Settings file")
-        ->required();
-    CLI::App* const demo =
-        add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
+        Command::Config);
+    AddForSettings("verify", "Test the FTP server: both folders take, give back and delete a test file.",
+                   Command::Verify);
+    AddForSettings("settings", "Edit the FTP settings in a dialog.", Command::Settings);
+    CLI::App& demo =
+        Add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
             Command::Demo);
-    demo->add_option("DIR", path, "Scratch folder; must not exist. Default: a new one for temporary files");
-    demo->add_flag("--keep", options.keep, "Leave the scratch folder when all went well");
-    AddFtpOptions(*demo, options.ftp);
+    demo.add_option("DIR", m_path, "Scratch folder; must not exist. Default: a new one for temporary files");
+    demo.add_flag("--keep", m_options.keep, "Leave the scratch folder when all went well");
+    AddFtpOptions(demo, m_options.ftp);
+}
 
+CLI::App& Parser::Add(const char* name, const char* description, Command command) {
+    CLI::App& added = *m_app.add_subcommand(name, description);
+    added.callback([this, command] { m_options.command = command; });
+    added.set_version_flag("--version", kVersion);
+    added.footer(kExamples);
+    return added;
+}
+
+CLI::App& Parser::AddForSettings(const char* name, const char* description, Command command) {
+    CLI::App& added = Add(name, description, command);
+    added.add_option("SETTINGS", m_path, "Settings file")->required();
+    return added;
+}
+
+void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     // The parser takes its arguments from the end of the list.
     std::vector<std::string> reversed;
     reversed.reserve(arguments.size());
     for (const std::wstring& argument : arguments)
         reversed.push_back(com::ToUtf8(argument));
     std::ranges::reverse(reversed);
-    try {
-        app.parse(reversed);
-        // Asked for only now, so that a mistyped command is named instead.
-        if (app.get_subcommands().empty())
-            throw CLI::RequiredError(
-                "A command (init, run, list, backups, config, verify, settings or demo)");
-    } catch (const CLI::ParseError& error) {
-        End(app, error);
-    }
-    options.path = com::FromUtf8(path);
+    m_app.parse(reversed);
+    // Asked for only now, so that a mistyped command is named instead.
+    if (m_app.get_subcommands().empty())
+        throw CLI::RequiredError("A command (init, run, list, backups, config, verify, settings or demo)");
+    m_options.path = com::FromUtf8(m_path);
+} catch (const CLI::ParseError& error) {
+    End(m_app, error);
+}
+
+}  // namespace
+
+Options ParseOptions(const std::vector<std::wstring>& arguments) {
+    Options options;
+    Parser(options).Parse(arguments);
     return options;
 }

@@ -40,10 +40,7 @@ ConsoleProgress::AddMessage(BSTR Text, LONG Level) {
 
 STDMETHODIMP
 ConsoleProgress::put_StatusText(BSTR Text) {
-    return com::Call([&] {
-        m_headline = com::Text(Text);
-        PrintIndented(m_headline);
-    });
+    return com::Call([&] { PrintIndented(com::Text(Text)); });
 }
 
 STDMETHODIMP

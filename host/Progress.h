@@ -27,5 +27,4 @@ private:
 
     LONG m_low = 0;
     LONG m_high = 1;
-    std::wstring m_headline;
 };

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "com/Error.h"
-#include "host/Apartment.h"
 #include "common/Console.h"
+#include "host/Apartment.h"
 #include "host/Cycle.h"
 #include "host/Demo.h"
 #include "host/ExitCode.h"

@@ -1,11 +1,11 @@
 #include "sendrecv/FtpConnection.h"
 
+#include "cipher/FtpPassword.h"
 #include "com/Error.h"
 #include "common/Apartment.h"
 #include "common/Registry.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
-#include "cipher/FtpPassword.h"
 #include "sendrecv/frmPromptFTP.h"
 
 namespace {

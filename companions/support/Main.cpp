@@ -3,9 +3,9 @@
 #include <new>
 
 #include "com/Text.h"
+#include "common/Console.h"
 #include "companions/support/Error.h"
 #include "companions/support/Program.h"
-#include "common/Console.h"
 
 namespace {
 

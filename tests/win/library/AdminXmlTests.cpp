@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "com/Return.h"
-#include "common/modMain.h"
 #include "com/XmlDocument.h"
+#include "common/modMain.h"
 #include "mobile/modMobileAdminXML.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
