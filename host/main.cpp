@@ -8,6 +8,7 @@
 #include "common/Console.h"
 #include "host/Apartment.h"
 #include "host/Cycle.h"
+#include "host/CycleLock.h"
 #include "host/Demo.h"
 #include "host/ExitCode.h"
 #include "host/Files.h"
@@ -45,6 +46,7 @@ Settings UsableSettings(const std::wstring& file) {
 
 int Run(const std::wstring& file) {
     const Settings settings = UsableSettings(file);
+    const CycleLock lock(file);
     const ComApartment apartment;
     const Interrupt interrupt;
     Session session(settings);

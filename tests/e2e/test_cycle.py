@@ -5,7 +5,7 @@ import tempfile
 import pathlib
 
 import support
-from support import HostTest, files_below, run, windows
+from support import HostTest, files_below, finish, run, wait_until, windows
 
 NAMES = ["a.mdb", "b.xml", "with blanks.mdb", "1234~2.mdb", "no extension", "Größe 5 µm.xml",
          "north/district 7/deep.mdb", "empty.mdb"]
@@ -37,6 +37,24 @@ class CycleTest(HostTest):
         self.assertEqual(outcome.packets, {})
         self.assertIn("0 sent, 0 delivered, 0 left behind", outcome.output)
         self.assertEqual(files_below(self.root), before)
+
+    def test_a_run_during_another_one_is_refused(self):
+        def attempt(load):
+            for number in range(200 * load):
+                self.put(self.field, f"{number}.mdb")
+            first = self.start_run(self.field)
+            wait_until(lambda: files_below(self.field.sent) or first.poll() is not None)
+            second = self.field.run()
+            self.assertEqual(finish(first).code, 0)
+            if second.code == 0:
+                return False
+            self.assertEqual(second.code, 1, second)
+            self.assertIn("Another znhost is at work with", second.errors)
+            self.assert_run(self.enterprise, 0)
+            self.assert_delivered()
+            return True
+
+        self.in_time(attempt)
 
     def test_sent_files_are_archived_and_replace_older_ones(self):
         old = self.put(self.field, "sub/a.mdb", b"old")

@@ -1,0 +1,15 @@
+#include "host/CycleLock.h"
+
+#include "com/Error.h"
+
+CycleLock::CycleLock(const std::wstring& settingsFile)
+    : m_file(FileSystem::Open(settingsFile, GENERIC_READ,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING)) {
+    OVERLAPPED place{};
+    // Far behind the text, so that everybody can still read and edit that.
+    place.Offset = 1u << 30;
+    if (LockFileEx(m_file.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
+        return;
+    throw com::Error(HRESULT_FROM_WIN32(GetLastError()),
+                     L"Another znhost is at work with " + settingsFile + L"; run again when it has ended.");
+}
