@@ -2,17 +2,48 @@
 // and applies. For the end-to-end tests.
 #include <windows.h>
 
+#include <string>
+
 #include "mobile/frmFTPControls.h"
 
 namespace {
 
+/// Folder of the build that a process belongs to; its programs lie in a folder below it.
+std::wstring BuildOf(HANDLE process) {
+    std::wstring path(32768, L'\0');
+    auto size = static_cast<DWORD>(path.size());
+    if (!QueryFullProcessImageNameW(process, 0, path.data(), &size)) return {};
+    path.resize(size);
+    for (int level = 0; level < 2; ++level)
+        path.resize(path.find_last_of(L'\\'));
+    return path;
+}
+
+/// The other bitness may be tested at the same time.
+bool IsOfThisBuild(HWND window) {
+    DWORD id = 0;
+    GetWindowThreadProcessId(window, &id);
+    const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id);
+    const bool same = process && BuildOf(process) == BuildOf(GetCurrentProcess());
+    if (process) CloseHandle(process);
+    return same;
+}
+
+HWND FindDialog() {
+    HWND dialog = nullptr;
+    do
+        dialog = FindWindowExW(nullptr, dialog, nullptr, L"FTP Properties");
+    while (dialog && !(IsWindowVisible(dialog) && IsOfThisBuild(dialog)));
+    return dialog;
+}
+
 HWND AwaitDialog() {
-    for (int i = 0; i < 600; ++i) {
-        const HWND dialog = FindWindowW(nullptr, L"FTP Properties");
-        if (dialog && IsWindowVisible(dialog)) return dialog;
-        Sleep(50);
+    HWND dialog = nullptr;
+    for (int i = 0; i < 600 && !dialog; ++i) {
+        dialog = FindDialog();
+        if (!dialog) Sleep(50);
     }
-    return nullptr;
+    return dialog;
 }
 
 }  // namespace
