@@ -17,21 +17,6 @@ size_t NameStart(std::wstring_view path) {
     return separator == std::wstring_view::npos ? 0 : separator + 1;
 }
 
-/// Windows finds a device by the part of a name before its first dot, blanks at the end aside.
-bool IsDeviceName(std::wstring_view name) {
-    constexpr std::array<std::wstring_view, 6> kDevices = {L"CON", L"PRN",    L"AUX",
-                                                           L"NUL", L"CONIN$", L"CONOUT$"};
-    constexpr std::wstring_view kPortNumbers = L"123456789\u00B9\u00B2\u00B3";
-    std::wstring stem(name.substr(0, name.find(L'.')));
-    stem.erase(stem.find_last_not_of(L' ') + 1);
-    std::ranges::transform(stem, stem.begin(), [](wchar_t c) {
-        return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
-    });
-    if (std::ranges::find(kDevices, stem) != kDevices.end()) return true;
-    return stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) &&
-           kPortNumbers.find(stem[3]) != std::wstring_view::npos;
-}
-
 }  // namespace
 
 std::wstring Join(std::wstring_view folder, std::wstring_view name) {
@@ -66,6 +51,21 @@ std::wstring Drive(std::wstring_view path) {
 
 std::wstring LastFour(std::wstring_view path) {
     return std::wstring(path.size() <= 4 ? path : path.substr(path.size() - 4));
+}
+
+bool IsDeviceName(std::wstring_view name) {
+    constexpr std::array<std::wstring_view, 6> kDevices = {L"CON", L"PRN",    L"AUX",
+                                                           L"NUL", L"CONIN$", L"CONOUT$"};
+    constexpr std::wstring_view kPortNumbers = L"123456789\u00B9\u00B2\u00B3";
+    // The part before the first dot counts, blanks at its end aside.
+    std::wstring stem(name.substr(0, name.find(L'.')));
+    stem.erase(stem.find_last_not_of(L' ') + 1);
+    std::ranges::transform(stem, stem.begin(), [](wchar_t c) {
+        return static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+    });
+    if (std::ranges::find(kDevices, stem) != kDevices.end()) return true;
+    return stem.size() == 4 && (stem.starts_with(L"COM") || stem.starts_with(L"LPT")) &&
+           kPortNumbers.find(stem[3]) != std::wstring_view::npos;
 }
 
 bool IsPlainName(std::wstring_view name) {

@@ -18,6 +18,8 @@ std::wstring BaseName(std::wstring_view path);
 std::wstring Drive(std::wstring_view path);
 /// The last four characters: a dot and three letters where the path has an extension of that length.
 std::wstring LastFour(std::wstring_view path);
+/// Whether Windows takes a name for that of a device, in any folder and with any extension.
+bool IsDeviceName(std::wstring_view name);
 /// Whether a name that somebody else chose names one file directly in the folder it is joined to: not
 /// another folder, drive, stream or device, and not a file whose name Windows would shorten to another.
 bool IsPlainName(std::wstring_view name);

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "companions/support/Bytes.h"
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 #include "companions/zip/Member.h"
 
 namespace companions::zip {

@@ -5,7 +5,7 @@
 
 #include "companions/zip/Codec.h"
 #include "companions/zip/Directory.h"
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 #include "companions/zip/Time.h"
 
 namespace companions::zip {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 
 namespace companions::zip {
 

@@ -3,7 +3,7 @@
 #include <span>
 
 #include "companions/zip/Directory.h"
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 
 namespace companions::zip {
 

@@ -3,10 +3,10 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <ranges>
 #include <vector>
+
+#include "common/Path.h"
 
 #ifdef _WIN32
 #include "com/Text.h"
@@ -44,47 +44,26 @@ std::vector<std::string> Components(const std::string& name) {
     return components;
 }
 
-bool IsForbidden(char character) {
-    constexpr std::string_view kForbidden = "<>:\"|?*";
-    constexpr unsigned char kFirstPrintable = 32;
-    return static_cast<unsigned char>(character) < kFirstPrintable ||
-           kForbidden.find(character) != std::string_view::npos;
+std::wstring FromUtf8(const std::string& text, const std::string& name) try {
+    return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
+} catch (const std::system_error&) {
+    throw FormatError(name + " is not named in UTF-8");
 }
 
-std::string Upper(std::string_view text) {
-    std::string upper(text);
-    for (char& character : upper)
-        character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
-    return upper;
+bool IsForbidden(wchar_t character) {
+    constexpr std::wstring_view kForbidden = L"<>:\"|?*";
+    constexpr wchar_t kFirstPrintable = 32;
+    return character < kFirstPrintable || kForbidden.find(character) != std::wstring_view::npos;
 }
 
-/// Windows opens a device by such a name in any folder, and with any extension.
-bool IsDevice(std::string_view component) {
-    const auto bare = component.substr(0, component.find_first_of(". "));
-    const std::string name = Upper(bare);
-    constexpr std::array<std::string_view, 6> kDevices = {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"};
-    if (std::ranges::find(kDevices, name) != kDevices.end()) return true;
-    if (!name.starts_with("COM") && !name.starts_with("LPT")) return false;
-    const std::string_view number = std::string_view(name).substr(3);
-    constexpr std::array<std::string_view, 3> kSuperscripts = {"\u00B9", "\u00B2", "\u00B3"};
-    return (number.size() == 1 && number[0] >= '0' && number[0] <= '9') ||
-           std::ranges::find(kSuperscripts, number) != kSuperscripts.end();
-}
-
-void CheckComponent(const std::string& component, const std::string& name) {
-    if (component == "..") throw FormatError(name + " leads out of the folder");
+void CheckComponent(const std::wstring& component, const std::string& name) {
+    if (component == L"..") throw FormatError(name + " leads out of the folder");
     if (std::ranges::any_of(component, IsForbidden))
         throw FormatError(name + " has a character that no file name may have");
     // Windows drops them: the name would mean another file.
-    if (component.ends_with('.') || component.ends_with(' '))
+    if (component.ends_with(L'.') || component.ends_with(L' '))
         throw FormatError(name + " has a name that ends with a dot or a blank");
-    if (IsDevice(component)) throw FormatError(name + " has the name of a device");
-}
-
-std::filesystem::path FromUtf8(const std::string& text, const std::string& name) try {
-    return std::filesystem::path(std::u8string(text.begin(), text.end()));
-} catch (const std::system_error&) {
-    throw FormatError(name + " is not named in UTF-8");
+    if (Path::IsDeviceName(component)) throw FormatError(name + " has the name of a device");
 }
 
 }  // namespace
@@ -132,8 +111,9 @@ std::filesystem::path TargetPath(const std::string& name, Paths paths) {
     std::filesystem::path path;
     for (const std::string& component : components) {
         if (component.empty() || component == ".") continue;
-        CheckComponent(component, name);
-        path /= FromUtf8(component, name);
+        const std::wstring wide = FromUtf8(component, name);
+        CheckComponent(wide, name);
+        path /= wide;
     }
     return path;
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 
 namespace companions::zip {
 

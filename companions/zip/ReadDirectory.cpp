@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "companions/zip/Directory.h"
-#include "companions/zip/Fields.h"
+#include "companions/support/Fields.h"
 #include "companions/zip/Names.h"
 #include "companions/zip/Time.h"
 

@@ -89,7 +89,7 @@ void Run(const std::vector<std::string>& arguments) {
     const InputFile archive(options.archive);
     try {
         ExtractAll(archive, options);
-    } catch (const zip::FormatError& error) {
+    } catch (const FormatError& error) {
         throw Error(Shown(options.archive) + ": " + error.what());
     }
 }

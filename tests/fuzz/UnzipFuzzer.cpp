@@ -29,13 +29,13 @@ void Extract(const zip::ArchiveReader& reader, const zip::Target& target) try {
     CountingSink sink(target.member->size);
     reader.Extract(*target.member, sink);
     if (sink.Left() != 0) abort();
-} catch (const zip::FormatError&) {
+} catch (const FormatError&) {
 }
 
 void ExtractAll(const zip::ArchiveReader& reader, zip::Paths paths) try {
     for (const zip::Target& target : zip::PlanExtraction(reader.Members(), paths))
         Extract(reader, target);
-} catch (const zip::FormatError&) {
+} catch (const FormatError&) {
 }
 
 }  // namespace
@@ -46,6 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) try {
     ExtractAll(reader, zip::Paths::Keep);
     ExtractAll(reader, zip::Paths::Junk);
     return 0;
-} catch (const zip::FormatError&) {
+} catch (const FormatError&) {
     return 0;
 }

@@ -7,12 +7,12 @@
 #include <random>
 #include <string>
 
+#include "companions/support/Fields.h"
 #include "companions/support/File.h"
 #include "companions/zip/ArchiveWriter.h"
 #include "companions/zip/Extraction.h"
 
 using namespace companions;
-using zip::FormatError;
 using zip::Paths;
 
 namespace {
@@ -153,13 +153,13 @@ TEST_F(Zip, RefusesNamesThatLeadElsewhere) {
                              "C:a",          "C:/a",      "a/..\\..\\b", "a:stream", "NUL",
                              "sub/com1.mdb", "lpt\u00B2", "conin$",      "a?",       "a*b",
                              "a\nb",         "a.",        "a ",          "sub./a",   "..",
-                             "...",          "a|b"}) {
+                             "...",          "a|b",       "con .txt",    "\xFF"}) {
         EXPECT_THROW(zip::TargetPath(name, Paths::Keep), FormatError) << name;
     }
     EXPECT_EQ(zip::TargetPath("a/./b//c", Paths::Keep), std::filesystem::path("a") / "b" / "c");
     EXPECT_EQ(zip::TargetPath("../../a.mdb", Paths::Junk), std::filesystem::path("a.mdb"));
     for (const char* name :
-         {"-a", "console", "com", "com10", ".hidden", "a b.mdb", "Gr\u00F6\u00DFe", "COM1x"})
+         {"-a", "console", "com", "com10", ".hidden", "a b.mdb", "Gr\u00F6\u00DFe", "COM1x", "COM0", "CON x"})
         EXPECT_EQ(zip::TargetPath(name, Paths::Junk),
                   std::filesystem::path(std::u8string(name, name + std::string_view(name).size())));
 }
@@ -175,7 +175,6 @@ TEST_F(Zip, RefusesToLoseAMember) {
     EXPECT_THROW(plan({"a/", "a/x", "b/x"}, Paths::Junk), FormatError);
     EXPECT_THROW(plan({"x", "x"}, Paths::Keep), FormatError);
 #ifdef _WIN32
-    EXPECT_THROW(plan({"\xFF"}, Paths::Keep), FormatError);
     EXPECT_THROW(plan({"x", "X"}, Paths::Keep), FormatError);
 #endif
 }

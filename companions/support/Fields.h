@@ -1,4 +1,4 @@
-// Records of little-endian fields, as archives consist of.
+// Records of little-endian fields, as archives and deltas consist of.
 #pragma once
 
 #include <cstdint>
@@ -8,9 +8,9 @@
 
 #include "companions/support/Error.h"
 
-namespace companions::zip {
+namespace companions {
 
-/// The archive is damaged, or is none, or uses what is not understood here.
+/// A file is damaged, or is of another format, or uses what is not understood here.
 class FormatError : public Error {
     using Error::Error;
 };
@@ -72,4 +72,4 @@ private:
     std::span<const std::uint8_t> m_bytes;
 };
 
-}  // namespace companions::zip
+}  // namespace companions
