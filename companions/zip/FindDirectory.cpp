@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "companions/zip/Directory.h"
 #include "companions/support/Fields.h"
@@ -100,6 +101,11 @@ Directory FindDirectory(const ByteSource& source) {
         throw FormatError("its directory lies outside of the file");
     if (directory.members > directory.size / kDirectoryEntrySize)
         throw FormatError("its directory is too short for its members");
+    // It is read as a whole, so that a false size would take any amount of memory. Other entries than those
+    // of members may follow, as a signature.
+    if (directory.members < directory.size / kLongestDirectoryEntry ||
+        !std::in_range<std::size_t>(directory.size))
+        throw FormatError("its directory is too large for its members");
     return directory;
 }
 

@@ -148,6 +148,41 @@ TEST_F(Zip, NoDamageGoesUnnoticed) {
     }
 }
 
+/// Zeros, and the end of an archive behind them: as a file without disk space for them may be.
+class SparseArchive final : public ByteSource {
+public:
+    SparseArchive(std::uint64_t size, Bytes end) : m_size(size), m_end(std::move(end)) {}
+
+    std::uint64_t Size() const override { return m_size; }
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const override {
+        const std::uint64_t zeros = m_size - m_end.size();
+        std::ranges::fill(buffer, std::uint8_t{0});
+        for (std::uint64_t at = std::max(offset, zeros); at < offset + buffer.size(); ++at)
+            buffer[static_cast<std::size_t>(at - offset)] = m_end[static_cast<std::size_t>(at - zeros)];
+        return buffer.size();
+    }
+
+private:
+    std::uint64_t m_size;
+    Bytes m_end;
+};
+
+TEST_F(Zip, RefusesADirectoryLargerThanItsMembers) {
+    constexpr std::uint64_t kSize = std::uint64_t{1} << 46;
+    // The ends of zip64 and of the archive, and the locator between them.
+    constexpr std::size_t kEnds = 56 + 20 + 22;
+    const Bytes archive = Archive({{"a", {}}}, 6, {1, 1});
+    FieldWriter extent;
+    extent.U64(kSize - kEnds).U64(0);
+    FieldWriter position;
+    position.U64(kSize - kEnds);
+    Bytes end(archive.end() - kEnds, archive.end());
+    std::ranges::copy(extent.Written(), end.begin() + 40);
+    std::ranges::copy(position.Written(), end.begin() + 56 + 8);
+    const SparseArchive source(kSize, end);
+    EXPECT_THROW(zip::ArchiveReader{source}, FormatError);
+}
+
 TEST_F(Zip, RefusesNamesThatLeadElsewhere) {
     for (const char* name : {"../a",         "a/../../b", "/a",          "\\a",      "\\\\server\\share\\a",
                              "C:a",          "C:/a",      "a/..\\..\\b", "a:stream", "NUL",
