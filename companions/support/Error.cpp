@@ -15,7 +15,7 @@ const char* WayOut(std::errc kind) {
     case std::errc::permission_denied:
         return "; check that it is no folder, that it is not read-only, and that you may use it";
     case std::errc::device_or_resource_busy:
-        return "; close the program that uses it, and try again";
+        return "; it is in use by another program: close that, and try again";
     case std::errc::no_space_on_device:
         return "; make room on that volume, and try again";
     case std::errc::filename_too_long:

@@ -10,7 +10,8 @@
 
 namespace companions {
 
-/// A file of any size at a path of any length. Failures are Errors that name it.
+/// A file of any size at a path of any length, to which nobody can write meanwhile (where the system can
+/// prevent it: on Windows). Failures are Errors that name it.
 class InputFile final : public ByteSource {
 public:
     explicit InputFile(const std::filesystem::path& path) : m_file(NativeFile::Open(path)) {}
@@ -47,7 +48,6 @@ public:
 
 private:
     std::filesystem::path m_path;
-    std::filesystem::path m_temporary;
     NativeFile m_file;
     std::uint64_t m_size = 0;
     bool m_committed = false;

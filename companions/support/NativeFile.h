@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 
 namespace companions {
@@ -16,14 +17,17 @@ using FileTime = std::chrono::sys_time<std::chrono::duration<std::int64_t, std::
 /// length.
 class NativeFile {
 public:
+    /// Nobody can write to the file until it is closed, and nobody does so now (on Windows).
     static NativeFile Open(const std::filesystem::path& path);
-    /// Replaces an existing file. Nobody else can open the file until it is closed, and the system removes it
-    /// when the process ends before Keep, however it ends (where the system can do so: on Windows).
-    static NativeFile Create(const std::filesystem::path& path);
+    /// Nothing when there is something of that name. Nobody else can open the file until it is closed, and
+    /// the system removes it when the process ends before Keep, however it ends (where the system can do so:
+    /// on Windows).
+    static std::optional<NativeFile> CreateNew(const std::filesystem::path& path);
     NativeFile(NativeFile&& other) noexcept;
     NativeFile& operator=(NativeFile&&) = delete;
     ~NativeFile();
 
+    const std::filesystem::path& Path() const { return m_path; }
     std::uint64_t Size() const;
     FileTime ModificationTime() const;
     void SetModificationTime(FileTime time);

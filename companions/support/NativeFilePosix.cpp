@@ -22,12 +22,6 @@ constexpr int kClosed = -1;
     ThrowFileError(verb, path, code.message(), static_cast<std::errc>(code.value()));
 }
 
-int OpenDescriptor(const std::filesystem::path& path, int flags, std::string_view verb) {
-    const int file = open(path.c_str(), flags | O_CLOEXEC, 0666);
-    if (file == kClosed) Throw(verb, path);
-    return file;
-}
-
 struct stat Status(int file, const std::filesystem::path& path) {
     struct stat status;
     if (fstat(file, &status) != 0) Throw("examine", path);
@@ -37,11 +31,16 @@ struct stat Status(int file, const std::filesystem::path& path) {
 }  // namespace
 
 NativeFile NativeFile::Open(const std::filesystem::path& path) {
-    return {path, OpenDescriptor(path, O_RDONLY, "open")};
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file == kClosed) Throw("open", path);
+    return {path, file};
 }
 
-NativeFile NativeFile::Create(const std::filesystem::path& path) {
-    return {path, OpenDescriptor(path, O_RDWR | O_CREAT | O_TRUNC, "create")};
+std::optional<NativeFile> NativeFile::CreateNew(const std::filesystem::path& path) {
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file == kClosed && errno == EEXIST) return std::nullopt;
+    if (file == kClosed) Throw("create", path);
+    return NativeFile(path, file);
 }
 
 NativeFile::NativeFile(NativeFile&& other) noexcept

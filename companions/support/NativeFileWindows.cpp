@@ -49,12 +49,9 @@ std::errc Kind(DWORD error) {
 
 std::wstring Extended(const std::filesystem::path& path) { return FileSystem::Extended(path.native()); }
 
-HANDLE OpenHandle(const std::filesystem::path& path, DWORD access, DWORD sharing, DWORD disposition,
-                  std::string_view verb) {
-    const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
-                                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    if (file == INVALID_HANDLE_VALUE) Throw(verb, path, GetLastError());
-    return file;
+HANDLE OpenHandle(const std::filesystem::path& path, DWORD access, DWORD sharing, DWORD disposition) {
+    return CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
+                       FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
 }
 
 /// The part of a buffer that one call may carry: 32-bit counts, and redirectors that take far less than
@@ -77,14 +74,20 @@ constexpr std::chrono::seconds kWindowsEpoch{11'644'473'600};
 }  // namespace
 
 NativeFile NativeFile::Open(const std::filesystem::path& path) {
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    return {path, OpenHandle(path, GENERIC_READ, kShareAll, OPEN_EXISTING, "open")};
+    // What is written while a file is read may be in one part of the output and not in another.
+    constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_DELETE;
+    const HANDLE file = OpenHandle(path, GENERIC_READ, kSharing, OPEN_EXISTING);
+    if (file == INVALID_HANDLE_VALUE) Throw("open", path, GetLastError());
+    return {path, file};
 }
 
-NativeFile NativeFile::Create(const std::filesystem::path& path) {
-    const HANDLE file = OpenHandle(path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_ALWAYS, "create");
+std::optional<NativeFile> NativeFile::CreateNew(const std::filesystem::path& path) {
+    const HANDLE file = OpenHandle(path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
+    const DWORD error = GetLastError();
+    if (file == INVALID_HANDLE_VALUE && error == ERROR_FILE_EXISTS) return std::nullopt;
+    if (file == INVALID_HANDLE_VALUE) Throw("create", path, error);
     SetRemovedWhenClosed(file, true);
-    return {path, file};
+    return NativeFile(path, file);
 }
 
 NativeFile::NativeFile(NativeFile&& other) noexcept
@@ -183,7 +186,7 @@ void CreateFolder(const std::filesystem::path& path) {
 void Remove(const std::filesystem::path& path) noexcept try {
     DeleteFileW(Extended(path).c_str());
 } catch (const std::bad_alloc&) {
-    // The file stays; the next one of that name replaces it.
+    // The file stays; the next one takes another name.
 }
 
 }  // namespace companions

@@ -234,4 +234,19 @@ TEST_F(Zip, OutputAppearsOnlyWhenComplete) {
     EXPECT_THROW(InputFile(m_folder / "no such file"), Error);
 }
 
+TEST_F(Zip, UnfinishedOutputReplacesNoOtherFile) {
+    const std::filesystem::path other = m_archive.native() + std::filesystem::path(".unfinished").native();
+    OutputFile first(other);
+    first.Write(Text(10));
+    first.Commit();
+    const Bytes archive = Archive({{"a", Text(20)}});
+    {
+        OutputFile second(m_archive);
+        OutputFile third(m_archive);
+    }
+    EXPECT_EQ(ReadAll(other), Text(10));
+    EXPECT_EQ(ReadAll(m_archive), archive);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder), {}), 2);
+}
+
 }  // namespace
