@@ -43,19 +43,9 @@ class DeltaTest(unittest.TestCase):
         self.assertEqual(sorted(self.folder.iterdir()), before)
 
     def test_restores_the_source(self):
+        self.output.write_bytes(b"older")
         self.make_delta()
         self.assertLess(self.delta.stat().st_size, PAGE + 300)
-        self.assert_restores()
-
-    def test_one_changed_page_in_a_hundred(self):
-        """64 MB that cannot be compressed; the changed pages are all that travels."""
-        content = bytearray(os.urandom(64 << 20))
-        self.reference.write_bytes(content)
-        for start in range(0, len(content), 100 * PAGE):
-            content[start:start + PAGE] = os.urandom(PAGE)
-        self.source.write_bytes(content)
-        self.make_delta()
-        self.assertLess(self.delta.stat().st_size, 700_000)
         self.assert_restores()
 
     def test_unusual_paths(self):
@@ -66,12 +56,6 @@ class DeltaTest(unittest.TestCase):
             if name in ("reference", "source"):
                 shutil.move(getattr(self, name), path)
             setattr(self, name, path)
-        self.make_delta()
-        self.assert_restores()
-
-    def test_replaces_an_older_output(self):
-        self.delta.write_bytes(b"older")
-        self.output.write_bytes(b"older")
         self.make_delta()
         self.assert_restores()
 
@@ -97,6 +81,12 @@ class DeltaTest(unittest.TestCase):
                           (self.reference, self.source, missing), (self.folder, self.source, self.delta)):
             bad = missing if missing in arguments else self.folder
             self.assert_refuses(windows(bad), command="delta", arguments=arguments)
+
+    def test_refuses_a_source_that_somebody_writes(self):
+        """The delta would restore neither the old content nor the new one."""
+        support.Holder(self, self.source, "as a writer")
+        self.assert_refuses("in use by another program", command="delta",
+                            arguments=(self.reference, self.source, self.delta))
 
     def test_wrong_usage(self):
         for command, arguments in (("delta", (self.reference,)), ("patch", ()), ("compare", ()), ("", ())):
