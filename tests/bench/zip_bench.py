@@ -2,28 +2,22 @@
 """Zip.exe against the zip of this machine: the same 256 MB at levels 1, 6 and 9, and the memory for 1 GB.
 
 Elapsed seconds count; those of the processor tell more on a machine that has other work.
-
-The contenders take turns, and the best of their rounds counts, so that caches and other load favour none.
 """
 import argparse
-import os
 import pathlib
 import random
-import struct
-import subprocess
 import tempfile
-import time
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-MB = 1 << 20
+from contest import MB, PAGE, Database, Run, in_process, program, race, windows
+
 KIND_SIZE = 256 * MB // 3
 PATTERN_SIZE = 8 * MB  # far beyond the reach of a match, so that repeating it helps nobody
-ROUNDS = 3
 MOST_TIME = 1.3
 MOST_SIZE = 1.02
 
 
-def words(rng, size):
+def words(size):
+    rng = random.Random("words")
     vocabulary = ["".join(rng.choices("etaoinshrdlucmfwypvbgkqjxz", k=rng.randint(2, 11))) for _ in range(6000)]
     weights = [1 / rank for rank in range(1, len(vocabulary) + 1)]
     lines, length = [], 0
@@ -33,68 +27,29 @@ def words(rng, size):
     return "".join(lines).encode()[:size]
 
 
-def pages(rng, size):
-    """Pages of 4 KB: a header, rows of numbers and UTF-16 texts, a rest of zeros."""
-    names = words(rng, MB // 4).decode().split()
-    made = []
-    for page in range(size // 4096):
-        rows = [struct.pack("<HHI", page & 0xFFFF, 0x0103, page * 37)]
-        for row in range(rng.randint(20, 40)):
-            text = " ".join(rng.choices(names, k=3)).encode("utf-16-le")[:60]
-            rows.append(struct.pack("<IHdI", page * 64 + row, rng.randint(0, 40), rng.randrange(1000),
-                                    1_700_000_000 + page * 977 + row) + text)
-        made.append(b"".join(rows)[:4096].ljust(4096, b"\0"))
-    return b"".join(made)
+def pages(size):
+    return Database().pages(0, size // PAGE)
 
 
-def noise(rng, size):
-    return rng.randbytes(size)
+def noise(size):
+    return random.Random("noise").randbytes(size)
 
 
-def write(path, pattern, size):
+def write(path, make, size):
+    pattern = make(PATTERN_SIZE)
     with path.open("wb") as out:
         for start in range(0, size, len(pattern)):
             out.write(pattern[:size - start])
+    return path
 
 
-class Contender:
-    def __init__(self, command, archive):
-        self.command = command
-        self.archive = archive
-
-    def pack(self, level, file):
-        """Seconds elapsed and of the processor, and bytes of the archive."""
-        start = time.monotonic()
-        process = self.start(level, file)
-        _, status, usage = os.wait4(process.pid, 0)
-        seconds = time.monotonic() - start
-        if status != 0:
-            raise SystemExit(f"zip_bench.py: {self.command[-1]} failed")
-        return seconds, usage.ru_utime + usage.ru_stime, self.archive.stat().st_size
-
-    def peak_memory(self, level, file):
-        """Bytes. The usage that the system reports at the end would count this process before it became the other."""
-        process = self.start(level, file)
-        peak = 0
-        while process.poll() is None:
-            status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
-            if "VmHWM" in status and "Zip.exe" in status:
-                peak = int(status.split("VmHWM:")[1].split()[0]) * 1024
-            time.sleep(0.02)
-        if process.returncode != 0 or peak == 0:
-            raise SystemExit(f"zip_bench.py: the memory of {self.command[-1]} could not be measured")
-        return peak
-
-    def start(self, level, file):
-        self.archive.unlink(missing_ok=True)
-        return subprocess.Popen([*self.command, f"-{level}", "-jo", str(self.archive), str(file)],
-                                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
-
-
-def compare(contenders, level, file):
-    results = [[contender.pack(level, file) for contender in contenders] for _ in range(ROUNDS)]
-    return [tuple(min(columns) for columns in zip(*(turn[i] for turn in results)))
-            for i in range(len(contenders))]
+def compare(bits, level, file, archive):
+    """The columns of the table: seconds elapsed and of the processor, and bytes, for Zip.exe and for zip."""
+    runs = race({
+        "ours": [*program(bits, "Zip"), f"-{level}", "-jo", windows(archive), windows(file)],
+        "theirs": ["zip", f"-{level}", "-jqo", archive, file],
+    }, archive)
+    return [(run.seconds, run.processor, run.size) for run in runs.values()]
 
 
 def report(level, name, ours, theirs):
@@ -111,24 +66,19 @@ def main():
     bits = parser.parse_args().bits
     with tempfile.TemporaryDirectory(prefix="zip-bench-") as folder:
         scratch = pathlib.Path(folder)
-        program = ROOT / "build" / f"win{bits}" / "bin" / "Zip.exe"
-        contenders = [Contender([ROOT / "tools" / "wine", program], scratch / "ours.afz"),
-                      Contender(["zip", "-q"], scratch / "theirs.zip")]
-        files = {}
-        for make in (words, pages, noise):
-            files[make.__name__] = scratch / make.__name__
-            write(files[make.__name__], make(random.Random(make.__name__), PATTERN_SIZE), KIND_SIZE)
+        archive = scratch / "archive.zip"
+        files = {make.__name__: in_process(write, scratch / make.__name__, make, KIND_SIZE)
+                 for make in (words, pages, noise)}
         print("               elapsed                  processor                bytes\n"
               "level  data   Zip.exe    zip  ratio    Zip.exe    zip  ratio      Zip.exe         zip  ratio")
         for level in (1, 6, 9):
-            rows = {name: compare(contenders, level, file) for name, file in files.items()}
+            rows = {name: compare(bits, level, file, archive) for name, file in files.items()}
             for name, (ours, theirs) in rows.items():
                 report(level, name, ours, theirs)
             report(level, "all", *([sum(column) for column in zip(*side)] for side in zip(*rows.values())))
-        large = scratch / "large"
-        write(large, pages(random.Random("pages"), PATTERN_SIZE), 1024 * MB)
-        memory = contenders[0].peak_memory(1, large)
-        print(f"1 GB of pages at level 1: {memory / MB:.1f} MB of memory at most")
+        large = in_process(write, scratch / "large", pages, 1024 * MB)
+        run = Run([*program(bits, "Zip"), "-1", "-jo", windows(archive), windows(large)], archive)
+        print(f"1 GB of pages at level 1: {run.memory:.1f} MB of memory at most")
 
 
 if __name__ == "__main__":
