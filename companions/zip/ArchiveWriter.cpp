@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "companions/support/Fields.h"
 #include "companions/zip/Codec.h"
 #include "companions/zip/Directory.h"
-#include "companions/support/Fields.h"
 #include "companions/zip/Time.h"
 
 namespace companions::zip {

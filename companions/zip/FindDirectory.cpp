@@ -3,8 +3,8 @@
 #include <span>
 #include <utility>
 
-#include "companions/zip/Directory.h"
 #include "companions/support/Fields.h"
+#include "companions/zip/Directory.h"
 
 namespace companions::zip {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "companions/zip/Directory.h"
 #include "companions/support/Fields.h"
+#include "companions/zip/Directory.h"
 #include "companions/zip/Names.h"
 #include "companions/zip/Time.h"
 
