@@ -44,12 +44,6 @@ std::vector<std::string> Components(const std::string& name) {
     return components;
 }
 
-std::wstring FromUtf8(const std::string& text, const std::string& name) try {
-    return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
-} catch (const std::system_error&) {
-    throw FormatError(name + " is not named in UTF-8");
-}
-
 bool IsForbidden(wchar_t character) {
     constexpr std::wstring_view kForbidden = L"<>:\"|?*";
     constexpr wchar_t kFirstPrintable = 32;
@@ -64,6 +58,16 @@ void CheckComponent(const std::wstring& component, const std::string& name) {
     if (component.ends_with(L'.') || component.ends_with(L' '))
         throw FormatError(name + " has a name that ends with a dot or a blank");
     if (Path::IsDeviceName(component)) throw FormatError(name + " has the name of a device");
+}
+
+std::filesystem::path CheckedPart(const std::string& component, const std::string& name) try {
+    std::filesystem::path part(std::u8string(component.begin(), component.end()));
+    // A wide string of it would depend on the locale.
+    const std::u16string units = part.u16string();
+    CheckComponent({units.begin(), units.end()}, name);
+    return part;
+} catch (const std::system_error&) {
+    throw FormatError(name + " is not named in UTF-8");
 }
 
 }  // namespace
@@ -111,9 +115,7 @@ std::filesystem::path TargetPath(const std::string& name, Paths paths) {
     std::filesystem::path path;
     for (const std::string& component : components) {
         if (component.empty() || component == ".") continue;
-        const std::wstring wide = FromUtf8(component, name);
-        CheckComponent(wide, name);
-        path /= wide;
+        path /= CheckedPart(component, name);
     }
     return path;
 }
