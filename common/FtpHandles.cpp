@@ -2,10 +2,24 @@
 
 #include <array>
 
+#include "com/Error.h"
 #include "com/Text.h"
 #include "common/Apartment.h"
 
 using com::ToSystemCodePage;
+
+namespace {
+
+/// The usual failure would carry the password into logs and message boxes.
+std::string PasswordBytes(const std::wstring& password) try {
+    return ToSystemCodePage(password);
+} catch (const com::Error& error) {
+    throw com::Error(error.failure().number,
+                     L"The FTP password has a character that is not in the system's 8-bit code page; "
+                     L"use another password.");
+}
+
+}  // namespace
 
 bool FtpHandles::Open() {
     m_internet = WinInet().InternetOpenA(ToSystemCodePage(ThisApartment().gk_sToolName).c_str(),
@@ -17,7 +31,7 @@ bool FtpHandles::Connect(const FtpLogin& login) {
     m_connection =
         WinInet().InternetConnectA(m_internet, ToSystemCodePage(login.server).c_str(),
                                    INTERNET_INVALID_PORT_NUMBER, ToSystemCodePage(login.user).c_str(),
-                                   ToSystemCodePage(login.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0);
+                                   PasswordBytes(login.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0);
     return m_connection != nullptr;
 }
 

@@ -64,6 +64,14 @@ TEST_F(FtpSessionTest, AFailedConnectionSaysWhatIsKnown) {
     EXPECT_TRUE(Connect()) << "after all this, everything is closed and can be opened";
 }
 
+TEST_F(FtpSessionTest, APasswordThatCannotTravelIsNotTold) {
+    Init({{L"FTPPassword", L"secret\u0100"}});
+    EXPECT_FALSE(Connect());
+    const std::wstring text = Reported();
+    EXPECT_THAT(text, HasSubstr(L"The FTP password has a character that is not in the system's"));
+    EXPECT_THAT(text, testing::Not(HasSubstr(L"secret")));
+}
+
 TEST_F(FtpSessionTest, NobodyIsAskedWithoutUserInterface) {
     server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
     EXPECT_FALSE(Send()) << "nothing to send, but the server is asked for";
