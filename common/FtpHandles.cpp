@@ -42,6 +42,21 @@ void FtpHandles::Close() {
     m_internet = nullptr;
 }
 
+bool FtpHandles::SetCurrentFolder(const std::string& folder) const {
+    return WinInet().FtpSetCurrentDirectoryA(m_connection, folder.c_str()) != FALSE;
+}
+
+bool FtpHandles::Enter(const std::wstring& folder) const {
+    return SetCurrentFolder(ToSystemCodePage(folder));
+}
+
+FtpHandles::Entry FtpHandles::EnterOrCreate(const std::wstring& folder) const {
+    if (Enter(folder)) return Entry::Entered;
+    if (!WinInet().FtpCreateDirectoryA(m_connection, ToSystemCodePage(folder).c_str()))
+        return Entry::NotCreated;
+    return Enter(folder) ? Entry::Entered : Entry::NotEntered;
+}
+
 std::string FtpHandles::CurrentFolder() const {
     std::array<char, 260> folder{};
     DWORD length = folder.size() - 1;
@@ -50,5 +65,8 @@ std::string FtpHandles::CurrentFolder() const {
 }
 
 bool FtpHandles::ReturnTo(const std::string& folder) const {
-    return WinInet().FtpSetCurrentDirectoryA(m_connection, folder.c_str()) != FALSE;
+    if (!folder.empty()) return SetCurrentFolder(folder);
+    // Some servers take an empty path for the user's home.
+    SetLastError(ERROR_PATH_NOT_FOUND);
+    return false;
 }

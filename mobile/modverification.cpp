@@ -10,7 +10,6 @@
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 
-using com::ToSystemCodePage;
 using com::Trimmed;
 
 namespace modverification {
@@ -72,9 +71,8 @@ private:
     void CollectConnectFailure();
     bool HasNoSlash(const std::wstring& folder);
     bool TestFolders(const FtpSite& site);
-    bool TestFTPGetandPutFile(HINTERNET connection, const std::wstring& folder, const char* localFile,
-                              const char* remoteFile);
-    bool EnterOrCreate(HINTERNET connection, const std::wstring& folder);
+    bool TestFTPGetandPutFile(const std::wstring& folder);
+    bool EnterOrCreate(const std::wstring& folder);
     bool ReturnTo(const std::string& folder);
     void InternalCloseConnection() { m_handles.Close(); }
 
@@ -132,10 +130,9 @@ bool Verification::HasNoSlash(const std::wstring& folder) {
 
 bool Verification::TestFolders(const FtpSite& site) {
     FileSystem::TextFile::Create(com::FromSystemCodePage(kTestFile));
-    const HINTERNET connection = m_handles.Connection();
     const std::string start = m_handles.CurrentFolder();
-    return TestFTPGetandPutFile(connection, site.enterpriseToField, kTestFile, kTestFile) &&
-           ReturnTo(start) && TestFTPGetandPutFile(connection, site.fieldToEnterprise, kTestFile, kTestFile);
+    return TestFTPGetandPutFile(site.enterpriseToField) && ReturnTo(start) &&
+           TestFTPGetandPutFile(site.fieldToEnterprise);
 }
 
 bool Verification::ReturnTo(const std::string& folder) {
@@ -144,31 +141,26 @@ bool Verification::ReturnTo(const std::string& folder) {
     return false;
 }
 
-bool Verification::TestFTPGetandPutFile(HINTERNET connection, const std::wstring& folder,
-                                        const char* localFile, const char* remoteFile) {
-    if (!EnterOrCreate(connection, folder)) return false;
-    if (!WinInet().FtpPutFileA(connection, localFile, remoteFile, FTP_TRANSFER_TYPE_BINARY, 0)) {
+bool Verification::TestFTPGetandPutFile(const std::wstring& folder) {
+    const HINTERNET connection = m_handles.Connection();
+    if (!EnterOrCreate(folder)) return false;
+    if (!WinInet().FtpPutFileA(connection, kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY, 0)) {
         Collect(CallFailure());
         return false;
     }
     // Users without administrator's rights may not write to the fixed path, and their site is fine.
-    if (!WinInet().FtpGetFileA(connection, remoteFile, kFetchedFile, FALSE, FILE_ATTRIBUTE_NORMAL,
+    if (!WinInet().FtpGetFileA(connection, kTestFile, kFetchedFile, FALSE, FILE_ATTRIBUTE_NORMAL,
                                FtpHandles::kFlags, 0))
         Collect(CallFailure());
-    WinInet().FtpDeleteFileA(connection, remoteFile);
+    WinInet().FtpDeleteFileA(connection, kTestFile);
     return true;
 }
 
-bool Verification::EnterOrCreate(HINTERNET connection, const std::wstring& folder) {
-    const std::string name = ToSystemCodePage(folder);
-    if (WinInet().FtpSetCurrentDirectoryA(connection, name.c_str())) return true;
-    if (!WinInet().FtpCreateDirectoryA(connection, name.c_str())) {
-        Collect(kFolderNotCreated, folder);
-        return false;
-    }
-    if (WinInet().FtpSetCurrentDirectoryA(connection, name.c_str())) return true;
-    Collect(CallFailure());
-    return false;
+bool Verification::EnterOrCreate(const std::wstring& folder) {
+    const FtpHandles::Entry entry = m_handles.EnterOrCreate(folder);
+    if (entry == FtpHandles::Entry::NotCreated) Collect(kFolderNotCreated, folder);
+    if (entry == FtpHandles::Entry::NotEntered) Collect(CallFailure());
+    return entry == FtpHandles::Entry::Entered;
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "sendrecv/FtpSession.h"
 
-#include "com/Text.h"
 #include "common/modZNStartup.h"
-
-using com::ToSystemCodePage;
 
 namespace {
 
@@ -67,21 +64,14 @@ bool FtpSession::CreateRemoteFolders(const std::wstring& path, const Progress& p
 
 bool FtpSession::EnterOrCreate(const std::wstring& folder, const Progress& progress) const {
     constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.CreateRemoteFolders";
-    if (Enter(folder)) return true;
-    if (!WinInet().FtpCreateDirectoryA(Connection(), ToSystemCodePage(folder).c_str())) {
-        const DWORD error = GetLastError();
+    const Entry entry = FtpHandles::EnterOrCreate(folder);
+    const DWORD error = GetLastError();
+    if (entry == Entry::NotCreated)
         ReportFailure(kSource,
                       L"Could not create FTP directory: " + ErrorText(error) + L"\r\nFolder: " + folder,
                       progress);
-        return false;
-    }
-    if (Enter(folder)) return true;
-    const DWORD error = GetLastError();
-    ReportFailure(kSource, L"Could not set current directory(" + folder + L"): " + ErrorText(error),
-                  progress);
-    return false;
-}
-
-bool FtpSession::Enter(const std::wstring& folder) const {
-    return WinInet().FtpSetCurrentDirectoryA(Connection(), ToSystemCodePage(folder).c_str()) != FALSE;
+    if (entry == Entry::NotEntered)
+        ReportFailure(kSource, L"Could not set current directory(" + folder + L"): " + ErrorText(error),
+                      progress);
+    return entry == Entry::Entered;
 }

@@ -31,5 +31,4 @@ public:
 private:
     bool CreateRemoteFolders(const std::wstring& path, const Progress& progress) const;
     bool EnterOrCreate(const std::wstring& folder, const Progress& progress) const;
-    bool Enter(const std::wstring& folder) const;
 };
