@@ -1,5 +1,6 @@
 #include "sendrecv/FtpTransfer.h"
 
+#include <set>
 #include <string_view>
 
 #include "com/Text.h"
@@ -34,6 +35,13 @@ void Remove(const std::wstring& file) noexcept try {
     return;
 }
 
+/// Others come from this machine, before the server was asked for anything.
+bool IsInternetError(DWORD error) { return error > INTERNET_ERROR_BASE && error <= INTERNET_ERROR_LAST; }
+
+std::uint64_t SizeOf(const WIN32_FIND_DATAA& found) {
+    return (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow;
+}
+
 /// The server's name for a file may stand for something else here.
 std::wstring Refusal(const std::wstring& name) {
     return L"The FTP server lists the name " + name +
@@ -57,26 +65,38 @@ bool FtpTransfer::MoveFiles(const std::wstring& from, const std::wstring& to, bo
     Source source = receiving ? Source() : ListLocal(local);
     const std::string start = m_session.CurrentFolder();
     if (receiving || !source.files.empty() || !source.folders.empty()) {
-        if (!m_session.SetRemoteFolder(receiving, remote, m_progress)) {
-            m_session.ReturnTo(start);
-            return receiving;  // no remote folder, nothing to receive
-        }
-        if (receiving && !ListRemote(remote, source)) {
+        const bool entered = m_session.SetRemoteFolder(receiving, remote, m_progress);
+        // No remote folder, nothing to receive; but a connection that is lost has none, either.
+        if (!entered && receiving) return ReturnTo(start);
+        if (!entered || (receiving && !ListRemote(remote, source))) {
             m_session.ReturnTo(start);
             return false;
         }
         if (!MoveEachFile(source.files, local, receiving)) return false;
     }
-    if (!MoveSubFolders(source.folders, local, receiving)) return false;
-    m_session.ReturnTo(start);
-    return true;
+    return MoveSubFolders(source.folders, local, receiving) && ReturnTo(start);
 } catch (...) {
     return StandardHandler(L"clsFTPSndRcv.cls.MoveFiles", false);
 }
 
 bool FtpTransfer::MakeLocalFolder(const std::wstring& local) const {
-    if (FileSystem::FolderExists(local) || CreateFolders(local, m_supressMsg)) return true;
+    if (FileSystem::FolderExists(local) || LocalFolderIsMade(local)) return true;
     return Failed(L"clsFTPSndRcv.cls.MoveFiles", L"Local receiving folder does not exist: " + local);
+}
+
+/// CreateFolders throws where a failure cannot be shown.
+bool FtpTransfer::LocalFolderIsMade(const std::wstring& local) const try {
+    return CreateFolders(local, m_supressMsg);
+} catch (...) {
+    return StandardHandler(L"clsFTPSndRcv.cls.MoveFiles", false);
+}
+
+/// Remote folders are entered by their names: from a wrong one, everything after it would land elsewhere.
+bool FtpTransfer::ReturnTo(const std::string& remote) const {
+    if (m_session.ReturnTo(remote)) return true;
+    const DWORD error = GetLastError();
+    return Failed(L"clsFTPSndRcv.cls.MoveFiles", L"Could not set current directory(" +
+                                                     FromSystemCodePage(remote) + L"): " + ErrorText(error));
 }
 
 FtpTransfer::Source FtpTransfer::ListLocal(const std::wstring& local) const {
@@ -91,7 +111,7 @@ FtpTransfer::Source FtpTransfer::ListLocal(const std::wstring& local) const {
 
 bool FtpTransfer::ListRemote(const std::wstring& remote, Source& source) const {
     std::optional<FileList> files = CreateRemoteFileList(remote);
-    if (!files) return false;
+    if (!files || !HasLocalNames(*files)) return false;
     source.files = std::move(*files);
     for (const auto& entry : source.files)
         if (entry->IsFolder() && !entry->IsSelfOrParent()) source.folders.push_back(entry->sFileName);
@@ -129,21 +149,36 @@ std::optional<FtpTransfer::FileList> FtpTransfer::CreateRemoteFileList(const std
     };
     FileList files;
     WIN32_FIND_DATAA found{};
-    const HINTERNET find = WinInet().FtpFindFirstFileA(m_session.Connection(), "*.*", &found, 0, 0);
-    if (!find) {
+    const FtpSearch search = Find("*.*", found);
+    if (!search) {
         const DWORD error = GetLastError();
         if (error == ERROR_NO_MORE_FILES) return files;
         return failed(L"Could not find first FTP file: ", error);
     }
     do {
-        const std::uint64_t size = (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow;
-        files.push_back(
-            com::Make<clsFTPFile>(FromSystemCodePage(found.cFileName), found.dwFileAttributes, size));
-    } while (WinInet().InternetFindNextFileA(find, &found));
+        files.push_back(com::Make<clsFTPFile>(FromSystemCodePage(found.cFileName), found.dwFileAttributes,
+                                              SizeOf(found)));
+    } while (WinInet().InternetFindNextFileA(search.get(), &found));
     const DWORD error = GetLastError();
-    WinInet().InternetCloseHandle(find);
     if (error == ERROR_NO_MORE_FILES) return files;
     return failed(L"Could not find FTP file: ", error);
+}
+
+/// A server may tell names apart that are one name here: the second file would replace the first, whose
+/// only copy is the local one by then. Whoever named them must settle it while both are on the server.
+bool FtpTransfer::HasLocalNames(const FileList& files) const {
+    std::set<std::wstring> names;
+    for (const auto& entry : files)
+        if (!names.insert(com::Upper(entry->sFileName)).second)
+            return Failed(L"clsFTPSndRcv.cls.CreateRemoteFileList",
+                          L"The FTP server lists the name " + entry->sFileName +
+                              L" and another one that differs only in the case of letters. Both would be one "
+                              L"local file. Rename or remove one on the server.");
+    return true;
+}
+
+FtpSearch FtpTransfer::Find(const std::string& pattern, WIN32_FIND_DATAA& found) const {
+    return FtpSearch(WinInet().FtpFindFirstFileA(m_session.Connection(), pattern.c_str(), &found, 0, 0));
 }
 
 // --- Files ------------------------------------------------------------------------------------------
@@ -194,8 +229,10 @@ bool FtpTransfer::SendLocalFile(const clsFTPFile& entry, const std::wstring& loc
     const std::optional<FileSystem::FileVersion> sent = FileSystem::VersionOf(file);
     if (!WinInet().FtpPutFileA(m_session.Connection(), ToSystemCodePage(file).c_str(),
                                ToSystemCodePage(name).c_str(), FtpHandles::kFlags, 0)) {
-        const std::optional<std::wstring> failure = PutFailure(name, GetLastError());
-        return failure && Failed(kSource, *failure);
+        const DWORD error = GetLastError();
+        if (const std::optional<std::wstring> failure = PutFailure(name, error)) Failed(kSource, *failure);
+        if (sent && IsInternetError(error)) RemovePart(name, sent->size);
+        return false;
     }
     if (!RemoteFileExists(name))
         return Failed(kSource, L"Failed occurred while transmiting file " + name + L" to the FTP server.");
@@ -208,15 +245,23 @@ bool FtpTransfer::SendLocalFile(const clsFTPFile& entry, const std::wstring& loc
     return StandardHandler(L"clsFTPSndRcv.cls.SendLocalFile", false);
 }
 
+/// The other side would take a part under the packet's name for the packet. What is not shorter is no part
+/// but a whole packet that the server kept. A failure needs no report beside that of the put.
+void FtpTransfer::RemovePart(const std::wstring& name, std::uint64_t whole) const {
+    const std::string remote = ToSystemCodePage(name);
+    WIN32_FIND_DATAA found{};
+    if (Find(remote, found) && SizeOf(found) < whole)
+        WinInet().FtpDeleteFileA(m_session.Connection(), remote.c_str());
+}
+
 /// Some proxies and servers end a search for one file without handle and without error although the file
 /// is there: only an error says that it is not.
 bool FtpTransfer::RemoteFileExists(const std::wstring& name) const {
     WIN32_FIND_DATAA found{};
-    const HINTERNET find =
-        WinInet().FtpFindFirstFileA(m_session.Connection(), ToSystemCodePage(name).c_str(), &found, 0, 0);
-    const DWORD error = find ? ERROR_SUCCESS : GetLastError();
+    const HINTERNET search = Find(ToSystemCodePage(name), found).release();
+    const DWORD error = search ? ERROR_SUCCESS : GetLastError();
     if (error == ERROR_SUCCESS) {
-        WinInet().InternetCloseHandle(find);
+        WinInet().InternetCloseHandle(search);
         return true;
     }
     if (error == ERROR_NO_MORE_FILES) return false;

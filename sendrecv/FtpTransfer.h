@@ -32,16 +32,21 @@ private:
     };
 
     bool MakeLocalFolder(const std::wstring& local) const;
+    bool LocalFolderIsMade(const std::wstring& local) const;
+    bool ReturnTo(const std::string& remote) const;
     Source ListLocal(const std::wstring& local) const;
     bool ListRemote(const std::wstring& remote, Source& source) const;
     bool MoveEachFile(const FileList& files, const std::wstring& local, bool receiving) const;
     bool MoveSubFolders(const std::vector<std::wstring>& folders, const std::wstring& local, bool receiving);
 
     std::optional<FileList> CreateRemoteFileList(const std::wstring& folder) const;
+    bool HasLocalNames(const FileList& files) const;
     bool GetRemoteFile(const clsFTPFile& entry, const std::wstring& localFolder) const;
     bool Fetch(const clsFTPFile& entry, const std::wstring& localFolder, const std::wstring& target) const;
     bool SendLocalFile(const clsFTPFile& entry, const std::wstring& localFolder) const;
+    void RemovePart(const std::wstring& name, std::uint64_t whole) const;
     bool RemoteFileExists(const std::wstring& name) const;
+    FtpSearch Find(const std::string& pattern, WIN32_FIND_DATAA& found) const;
     /// Reports and is False, for the result of the step that failed.
     bool Failed(std::wstring_view source, const std::wstring& message) const;
 

@@ -114,6 +114,34 @@ TEST_F(FtpTransferTest, AFailedPutSaysWhyAndKeepsTheFile) {
     EXPECT_TRUE(Send()) << "the next run completes the job";
 }
 
+TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
+    temp.File(L"send\\a.mdb", "content");
+    server.failedPut = [&] { server.files["/in/a.mdb"] = "con"; };
+    server.Fail("Put", {ERROR_INTERNET_INTERNAL_ERROR});
+    server.Fail("Delete", {ERROR_INTERNET_CONNECTION_RESET});
+    const auto failOnce = [&] {
+        EXPECT_FALSE(Send());
+        EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+        server.currentFolder = "/";
+        Calls();
+        const std::wstring text = Reported();
+        EXPECT_EQ(text.find(L"clsFTPSndRcv.cls"), text.rfind(L"clsFTPSndRcv.cls")) << "one report";
+    };
+    failOnce();
+    EXPECT_EQ(server.files.size(), 1u) << "the server refused to delete it";
+    server.Fail("Put", {ERROR_INTERNET_EXTENDED_ERROR});
+    failOnce();
+    EXPECT_THAT(server.files, IsEmpty());
+    server.failedPut = [] {};
+    for (const auto& [error, content] : {std::pair<DWORD, const char*>{ERROR_SHARING_VIOLATION, "old"},
+                                         {ERROR_INTERNET_EXTENDED_ERROR, "older and whole"}}) {
+        server.files["/in/a.mdb"] = content;
+        server.Fail("Put", {error});
+        failOnce();
+        EXPECT_EQ(server.files["/in/a.mdb"], content) << "the put never came to replace it";
+    }
+}
+
 TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     server.folders.insert("/in");
     for (const DWORD error : {DWORD{ERROR_NO_MORE_FILES}, DWORD{ERROR_INTERNET_TIMEOUT}}) {
@@ -258,6 +286,42 @@ TEST_F(FtpTransferTest, AListedNameThatWouldLeaveTheLocalFolderIsRefused) {
     EXPECT_THAT(temp.Files(), IsEmpty());
 }
 
+TEST_F(FtpTransferTest, NamesThatDifferOnlyInCaseStayOnTheServer) {
+    for (const char* folder : {"/out", "/out/SUB", "/out/Sub"})
+        server.folders.insert(folder);
+    server.files = {{"/out/SUB/a.mdb", "1"}, {"/out/Sub/a.mdb", "2"}};
+    EXPECT_FALSE(Receive()) << "folders";
+    server.currentFolder = "/";
+    server.folders.erase("/out/SUB");
+    server.files = {{"/out/Sub/A.mdb", "1"}, {"/out/Sub/a.mdb", "2"}};
+    EXPECT_FALSE(Receive()) << "files";
+    EXPECT_THAT(Reported(), HasSubstr(L"clsFTPSndRcv.cls.CreateRemoteFileList\r\nThe FTP server lists the "
+                                      L"name a.mdb and another one"));
+    EXPECT_EQ(server.files.size(), 2u);
+    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+}
+
+TEST_F(FtpTransferTest, AConnectionThatIsLostBetweenFoldersIsReported) {
+    const std::wstring report = L"clsFTPSndRcv.cls.MoveFiles\r\nCould not set current directory(";
+    const DWORD lost = ERROR_INTERNET_CONNECTION_RESET;
+    server.Fail("SetFolder", {lost, lost});
+    EXPECT_FALSE(Receive()) << "not the same as a missing folder";
+    EXPECT_EQ(Reported(), report + L"/): " + ErrorText(lost));
+    Calls();
+    server.Fail("GetFolder", {lost});
+    EXPECT_FALSE(Receive());
+    EXPECT_EQ(Reported(), report + L"): " + ErrorText(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(Calls(), "SetFolder out/|") << "an empty path would be another folder";
+    for (const char* folder : {"/in", "/in/A", "/in/B"})
+        server.folders.insert(folder);
+    temp.File(L"send\\a\\1.mdb");
+    temp.File(L"send\\b\\2.mdb");
+    server.afterPut = [&] { server.Fail("SetFolder", {lost}); };
+    EXPECT_FALSE(Send());
+    EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"b\\2.mdb")) << "it would have landed in in/A";
+    EXPECT_EQ(server.files.size(), 1u);
+}
+
 TEST_F(FtpTransferTest, ANameOutsideTheCodePageDoesNotTravelUnderAnother) {
     temp.File(L"send\\\u0100.mdb");
     EXPECT_FALSE(Send());
@@ -294,6 +358,9 @@ TEST_F(FtpTransferTest, AReceiveFolderThatCannotBeMadeIsReported) {
                 EndsWith(L"clsFTPSndRcv.cls.MoveFiles\r\nLocal receiving folder does not exist: " +
                          temp / L"blocked\\sub\\x"));
     EXPECT_EQ(Calls(), "") << "no connection is made for it";
+    quiet->put_SupressMsg(VARIANT_FALSE);
+    EXPECT_FALSE(Receive(L"x")) << "nobody can be shown why";
+    EXPECT_THAT(Reported(), HasSubstr(L"Local receiving folder does not exist: " + temp / L"blocked"));
 }
 
 }  // namespace

@@ -17,13 +17,17 @@ const auto kInternet = reinterpret_cast<HINTERNET>(1);
 const auto kConnection = reinterpret_cast<HINTERNET>(2);
 const auto kFind = reinterpret_cast<HINTERNET>(3);
 
-bool Succeed(const std::string& function, const std::string& arguments) {
-    g_script->transcript += function + (arguments.empty() ? "" : " ") + arguments + "|";
+bool Succeed(const std::string& function) {
     auto& errors = g_script->failures[function];
     if (errors.empty()) return true;
     SetLastError(errors.front());
     errors.erase(errors.begin());
     return false;
+}
+
+bool Succeed(const std::string& function, const std::string& arguments) {
+    g_script->transcript += function + (arguments.empty() ? "" : " ") + arguments + "|";
+    return Succeed(function);
 }
 
 BOOL Result(bool done, DWORD error) {
@@ -105,6 +109,7 @@ BOOL WINAPI SetFolder(HINTERNET, LPCSTR folder) {
 }
 
 BOOL WINAPI GetFolder(HINTERNET, LPSTR folder, LPDWORD length) {
+    if (!Succeed("GetFolder")) return FALSE;
     const std::string& current = g_script->currentFolder;
     if (*length != 259 || current.size() >= *length) return Result(false, ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(folder, current.c_str(), current.size() + 1);
@@ -141,7 +146,12 @@ BOOL WINAPI Get(HINTERNET, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD 
 }
 
 BOOL WINAPI Put(HINTERNET, LPCSTR source, LPCSTR name, DWORD flags, DWORD_PTR) {
-    if (!Succeed("Put", std::string(name) + " " + std::to_string(flags))) return FALSE;
+    if (!Succeed("Put", std::string(name) + " " + std::to_string(flags))) {
+        const DWORD error = GetLastError();
+        g_script->failedPut();
+        SetLastError(error);
+        return FALSE;
+    }
     std::ifstream file(source, std::ios::binary);
     if (!file) return Result(false, ERROR_FILE_NOT_FOUND);
     g_script->files[PathOf(name)] = {std::istreambuf_iterator<char>(file), {}};

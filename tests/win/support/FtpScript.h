@@ -42,8 +42,9 @@ public:
     size_t listingFailsAt = SIZE_MAX;                 ///< number of entries before the listing breaks off
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
-    std::function<void()> afterPut = [] {};  ///< what happens once a file was sent
-    std::string transcript;                  ///< "Function argument argument|"
+    std::function<void()> afterPut = [] {};   ///< what happens once a file was sent
+    std::function<void()> failedPut = [] {};  ///< what happens before a put fails
+    std::string transcript;                   ///< "Function argument argument|"
 
 private:
     WinInetFunctions m_real;
