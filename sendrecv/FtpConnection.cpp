@@ -32,14 +32,24 @@ std::wstring StoredPassword(const std::wstring& password) {
     return bytes.find(L'\0') == std::wstring::npos ? bytes : FtpPassword::Encipher(password);
 }
 
+void SaveLogin(const FtpLogin& login) {
+    IZNRegistry* const registry = OpenTransportKey();
+    const auto write = [&](const wchar_t* name, const std::wstring& value) {
+        com::Check(registry->Write(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+    };
+    write(L"FTPServer", login.server);
+    write(L"FTPUser", login.user);
+    write(L"FTPPassword", StoredPassword(login.password));
+}
+
 }  // namespace
 
-bool FtpConnection::Open(const Progress& progress) try {
+bool FtpConnection::Open(bool supressMsg, const Progress& progress) try {
     if (m_session.IsConnected()) return true;
     LoginCancelled = false;
     if (login.IsComplete()) {
         if (m_session.DoConnection(login, progress)) return true;
-        if (SupressMsg) return false;
+        if (supressMsg) return false;
     }
     if (!UserInterfaceIsAllowed()) {
         ReportFailure(L"clsFTPSndRcv.cls.InternalOpenConnection", WhyNotAsked(login), progress);
@@ -53,40 +63,32 @@ bool FtpConnection::Open(const Progress& progress) try {
     return StandardHandler(L"clsFTPSndRcv.cls.InternalOpenConnection", false);
 }
 
+/// The login changes only for one that works: a prompt that is cancelled, or fails, leaves the previous one.
 bool FtpConnection::PromptLogin(frmPromptFTP& prompt, const Progress& progress) {
-    const FtpLogin previous = login;
     while (prompt.Show()) {
         const FtpLogin entered{prompt.txtServer, prompt.txtUser, prompt.txtPassword};
         if (!entered.IsComplete()) {
             ShowBrandedText(kIncompleteLogin);
             continue;
         }
-        login = entered;
-        if (ConnectAndSaveLogin(prompt.chkSaveProperties, progress)) return true;
+        if (ConnectAndSaveLogin(entered, prompt.chkSaveProperties, progress)) {
+            login = entered;
+            return true;
+        }
     }
-    login = previous;
     LoginCancelled = true;
     return false;
 }
 
 /// A login that works but cannot be saved still connects.
-bool FtpConnection::ConnectAndSaveLogin(bool saveLogin, const Progress& progress) try {
-    if (!m_session.DoConnection(login, progress)) {
+bool FtpConnection::ConnectAndSaveLogin(const FtpLogin& entered, bool saveLogin,
+                                        const Progress& progress) try {
+    if (!m_session.DoConnection(entered, progress)) {
         ShowBrandedText(kLoginFailed);
         return false;
     }
-    if (saveLogin) SaveLogin();
+    if (saveLogin) SaveLogin(entered);
     return true;
 } catch (...) {
     return StandardHandler(L"clsFTPSndRcv.cls.ConnectAndSaveLogin", m_session.IsConnected());
-}
-
-void FtpConnection::SaveLogin() const {
-    IZNRegistry* const registry = OpenTransportKey();
-    const auto write = [&](const wchar_t* name, const std::wstring& value) {
-        com::Check(registry->Write(com::Bstr(name).Get(), com::Variant(value).Get()), name);
-    };
-    write(L"FTPServer", login.server);
-    write(L"FTPUser", login.user);
-    write(L"FTPPassword", StoredPassword(login.password));
 }

@@ -9,19 +9,18 @@ class frmPromptFTP;
 class FtpConnection {
 public:
     FtpLogin login;
-    bool SupressMsg = false;  ///< a failed connection does not lead to the login prompt
     bool LoginCancelled = false;
 
     FtpSession& Session() { return m_session; }
 
     /// Connects unless the session is connected. The user is asked for a login that is incomplete or
-    /// does not work; without a user interface that is a report.
-    bool Open(const Progress& progress);
+    /// does not work; without a user interface that is a report. supressMsg: a failed connection does not
+    /// lead to the login prompt.
+    bool Open(bool supressMsg, const Progress& progress);
 
 private:
     bool PromptLogin(frmPromptFTP& prompt, const Progress& progress);
-    bool ConnectAndSaveLogin(bool saveLogin, const Progress& progress);
-    void SaveLogin() const;
+    bool ConnectAndSaveLogin(const FtpLogin& entered, bool saveLogin, const Progress& progress);
 
     FtpSession m_session;
 };

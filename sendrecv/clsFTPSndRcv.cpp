@@ -116,7 +116,7 @@ std::wstring clsFTPSndRcv::VerifyFTPSite() {
 bool clsFTPSndRcv::InternalOpenConnection(const Progress& progress) {
     if (m_connection.Session().IsConnected()) return true;
     ProcessParameters();
-    return m_connection.Open(progress);
+    return m_connection.Open(SupressMsg, progress);
 }
 
 bool clsFTPSndRcv::IZNSenderReceiver_Connect() try {
@@ -136,8 +136,7 @@ bool clsFTPSndRcv::IZNSenderReceiver_Disconnect() try {
 bool clsFTPSndRcv::MoveFiles(const std::wstring& from, const std::wstring& to, bool receiving,
                              const Progress& progress) {
     FtpTransfer transfer(
-        m_connection.Session(), [&] { return InternalOpenConnection(progress); }, m_connection.SupressMsg,
-        progress);
+        m_connection.Session(), [&] { return InternalOpenConnection(progress); }, SupressMsg, progress);
     // A login that the user cancelled ends the cycle quietly.
     return transfer.MoveFiles(from, to, receiving) || m_connection.LoginCancelled;
 }
@@ -211,11 +210,11 @@ clsFTPSndRcv::VerifyFTPSite(BSTR* Failure) {
 }
 STDMETHODIMP
 clsFTPSndRcv::get_SupressMsg(VARIANT_BOOL* Value) {
-    return Return(Value, [&] { return m_connection.SupressMsg; });
+    return Return(Value, [&] { return SupressMsg; });
 }
 STDMETHODIMP
 clsFTPSndRcv::put_SupressMsg(VARIANT_BOOL Value) {
-    return Call([&] { m_connection.SupressMsg = Value != VARIANT_FALSE; });
+    return Call([&] { SupressMsg = Value != VARIANT_FALSE; });
 }
 STDMETHODIMP
 clsFTPSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
@@ -232,7 +231,7 @@ clsFTPSndRcv::get_LocalSendFolder(BSTR* Value) {
 STDMETHODIMP
 clsFTPSndRcv::put_LocalSendFolder(BSTR Value) {
     return Call([&] {
-        StoreTestedFolder(m_sLocalSendFolder, Text(Value), m_connection.SupressMsg,
+        StoreTestedFolder(m_sLocalSendFolder, Text(Value), SupressMsg,
                           L"clsFTPSndRcv.cls.IZNSenderReceiver_LocalSendFolder");
     });
 }
@@ -243,7 +242,7 @@ clsFTPSndRcv::get_LocalReceiveFolder(BSTR* Value) {
 STDMETHODIMP
 clsFTPSndRcv::put_LocalReceiveFolder(BSTR Value) {
     return Call([&] {
-        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value), m_connection.SupressMsg,
+        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value), SupressMsg,
                           L"clsFTPSndRcv.cls.IZNSenderReceiver_LocalReceiveFolder");
     });
 }

@@ -91,6 +91,7 @@ private:
     bool MoveFiles(const std::wstring& from, const std::wstring& to, bool receiving,
                    const Progress& progress);
 
+    bool SupressMsg = false;
     FtpConnection m_connection;
     std::wstring m_sLocalSendFolder;
     std::wstring m_sLocalReceiveFolder;

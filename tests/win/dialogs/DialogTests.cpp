@@ -10,6 +10,7 @@
 #include "sendrecv/frmPromptFTPControls.h"
 #include "tests/win/dialogs/ProductTexts.h"
 #include "tests/win/dialogs/User.h"
+#include "tests/win/library/FtpTest.h"
 #include "tests/win/support/CurrentFolder.h"
 #include "tests/win/support/FtpScript.h"
 #include "tests/win/support/Library.h"
@@ -259,6 +260,94 @@ TEST_F(LoginPromptTest, WithoutUserInterfaceItIsCancelledAtOnce) {
     framework.userInterface = false;
     EXPECT_FALSE(prompt.Show());
     EXPECT_THAT(framework.LogText(), HasSubstr(L"dialog frmPromptFTP and a user interface is not supported"));
+}
+
+/// The sender/receiver that asks for its login: server "host" and user "joe" are known, the password is not.
+class LoginTest : public FtpTest {
+protected:
+    LoginTest() {
+        TakeProductTexts(framework);
+        framework.userInterface = true;
+        Configure();
+        settings->put_ApplicationName(com::Bstr(L"App").Get());
+        Init({{L"FTPPassword", L""}});
+        temp.File(L"send\\a.mdb");
+        server.folders.insert("/out");
+        server.files["/out/b.mdb"] = "b";
+    }
+    ~LoginTest() override {
+        EXPECT_EQ(server.files.size() + temp.Files(L"send").size(), 2u) << "nothing moves";
+    }
+
+    static void Enter(const Screen& prompt, const wchar_t* user, const wchar_t* password) {
+        prompt.Type(IDC_PROMPT_USER, user);
+        prompt.Type(IDC_PROMPT_PASSWORD, password);
+        prompt.Confirm();
+    }
+    /// Reads the message box that follows a prompt, and returns the next prompt.
+    static Screen NextPrompt(const std::wstring& text) {
+        const Screen message = Screen::Await(L"Test Tool");
+        EXPECT_EQ(message.Message(), text);
+        message.Confirm();
+        return Screen::Await(L"FTP Prompt");
+    }
+    bool LoginCancelled() { return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get()); }
+};
+
+TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
+    server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
+    const User user(L"FTP Prompt", [&](const Screen& prompt) {
+        EXPECT_EQ(prompt.Text(IDC_PROMPT_SERVER) + L"," + prompt.Text(IDC_PROMPT_USER), L"host,joe");
+        prompt.Confirm();
+        const Screen second = NextPrompt(framework.resources[143]);
+        EXPECT_EQ(Calls(), "") << "no connection without a password";
+        Enter(second, L"ann", L"wrong");
+        const Screen third = NextPrompt(framework.resources[144]);
+        EXPECT_EQ(third.Text(IDC_PROMPT_USER), L"ann");
+        SendMessageW(third.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
+        Enter(third, L"ann", L"right");
+    });
+    EXPECT_TRUE(Connect());
+    EXPECT_THAT(Calls(), testing::EndsWith("Connect host 0 ann right 1 0|"));
+    EXPECT_FALSE(LoginCancelled());
+    EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=ann\nFTP_PASSWORD=right\n"));
+    EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], L"host");
+    EXPECT_EQ(framework.registry[L"13/Transport/FTPUser"], L"ann");
+    EXPECT_EQ(framework.registry[L"13/Transport/FTPPassword"], FtpPassword::EncipherBytes(L"right"));
+}
+
+TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {
+    server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
+    for (const auto& transfer :
+         {std::function([&] { return Send(); }), std::function([&] { return Receive(); })}) {
+        const User user(L"FTP Prompt", [&](const Screen& prompt) {
+            Screen last = prompt;
+            if (!server.failures["Connect"].empty()) {
+                Enter(prompt, L"ann", L"wrong");
+                last = NextPrompt(framework.resources[144]);
+            }
+            last.Key(VK_ESCAPE);
+            last.AwaitEnd();
+        });
+        EXPECT_TRUE(transfer());
+        EXPECT_TRUE(LoginCancelled());
+        EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
+    }
+    EXPECT_EQ(Reported(), L"");
+    EXPECT_TRUE(framework.registry.empty());
+}
+
+TEST_F(LoginTest, APromptThatFailsLeavesThePreviousLogin) {
+    framework.resources.erase(143);
+    server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
+    const User user(L"FTP Prompt", [&](const Screen& prompt) {
+        Enter(prompt, L"ann", L"wrong");
+        Enter(NextPrompt(framework.resources[144]), L"ann", L"");
+    });
+    EXPECT_FALSE(Send());
+    EXPECT_THAT(Reported(), HasSubstr(L"clsFTPSndRcv.cls.InternalOpenConnection"));
+    EXPECT_FALSE(LoginCancelled());
+    EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
 }
 
 }  // namespace

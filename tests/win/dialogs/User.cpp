@@ -22,7 +22,16 @@ BOOL CALLBACK Look(HWND window, LPARAM parameter) {
     return !wanted.found;
 }
 
-HWND Await(std::function<bool(HWND)> matches) {
+/// A dialog behind a message box is disabled, and must stay: the request would be lost on it.
+BOOL CALLBACK CloseIfOurs(HWND window, LPARAM) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId() && IsWindowVisible(window) && IsWindowEnabled(window))
+        PostMessageW(window, WM_CLOSE, 0, 0);
+    return TRUE;
+}
+
+HWND AwaitWindow(std::function<bool(HWND)> matches) {
     Wanted wanted{std::move(matches)};
     Eventually([&] {
         EnumWindows(&Look, reinterpret_cast<LPARAM>(&wanted));
@@ -71,8 +80,12 @@ void Screen::Post(UINT message, WPARAM key) const {
     PostMessageW(FocusedWindow(), message, key, message == WM_SYSCHAR ? 1 << 29 : 0);
 }
 
+Screen Screen::Await(const std::wstring& caption) {
+    return Screen(AwaitWindow([&](HWND window) { return TextOf(window) == caption; }));
+}
+
 Screen Screen::Popup() const {
-    return Screen(Await([this](HWND window) { return GetWindow(window, GW_OWNER) == m_window; }));
+    return Screen(AwaitWindow([this](HWND window) { return GetWindow(window, GW_OWNER) == m_window; }));
 }
 
 void Screen::Confirm() const {
@@ -85,17 +98,12 @@ void Screen::AwaitEnd() const {
 }
 
 User::User(std::wstring caption, std::function<void(const Screen&)> script)
-    : m_thread([caption = std::move(caption), script = std::move(script)] {
-          const Screen screen(Await([&](HWND window) { return Screen(window).Caption() == caption; }));
+    : m_thread([caption = std::move(caption), script = std::move(script)](const std::stop_token& done) {
+          const Screen screen = Screen::Await(caption);
           EXPECT_TRUE(screen.IsOpen()) << "no dialog";
-          if (!screen.IsOpen()) return;
-          script(screen);
-          if (!screen.IsOpen()) return;
-          // A message box in front would swallow the request.
-          for (HWND front = screen.Handle(); IsWindow(screen.Handle()); Sleep(20)) {
-              front = GetLastActivePopup(screen.Handle());
-              PostMessageW(front, WM_CLOSE, 0, 0);
-          }
+          if (screen.IsOpen()) script(screen);
+          for (; !done.stop_requested(); Sleep(20))
+              EnumWindows(&CloseIfOurs, 0);
       }) {}
 
 }  // namespace tests

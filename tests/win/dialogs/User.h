@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <thread>
 
@@ -32,6 +33,8 @@ public:
     /// Presses a button with the mouse.
     void Click(int button) const { PostMessageW(Control(button), BM_CLICK, 0, 0); }
 
+    /// Waits for a window with the caption; one that is not open when none came.
+    static Screen Await(const std::wstring& caption);
     /// The window that this one brought up, such as a message box.
     Screen Popup() const;
     /// The text of a message box.
@@ -51,17 +54,17 @@ private:
 /// Polls for some seconds; false when it never came true.
 bool Eventually(const std::function<bool()>& condition);
 
-/// Waits for a dialog of this process with the caption, runs the script on it, and sees to it that the dialog
-/// is closed in the end: a script that fails must not leave the test waiting.
+/// Waits for a dialog of this process with the caption, runs the script on it, and then closes every dialog
+/// that comes until it is done with: a script that fails must not leave the test waiting.
 class User {
 public:
     User(std::wstring caption, std::function<void(const Screen&)> script);
     User(const User&) = delete;
     User& operator=(const User&) = delete;
-    ~User() { m_thread.join(); }
+    ~User() = default;
 
 private:
-    std::thread m_thread;
+    std::jthread m_thread;
 };
 
 }  // namespace tests
