@@ -52,8 +52,12 @@ bool CanBeReference(const std::wstring& path) {
 
 bool HoldsPackets(ValueKind kind) { return kind == ValueKind::Folder || kind == ValueKind::RemoteFolder; }
 
+bool IsPlain(const std::wstring& password) {
+    return !password.empty() && !FtpPassword::IsEnciphered(password);
+}
+
 std::wstring PlainPassword(const std::wstring& text) {
-    return FtpPassword::IsEnciphered(text) ? FtpPassword::Decipher(text) : text;
+    return IsPlain(text) ? text : FtpPassword::Decipher(text);
 }
 
 /// One settings file on its way to checked values.
@@ -116,6 +120,7 @@ Settings Reader::Read() {
             .ftpServer = Value(L"ftp", L"server"),
             .ftpUser = Value(L"ftp", L"user"),
             .ftpPassword = PlainPassword(Value(L"ftp", L"password")),
+            .fileTellsPassword = IsPlain(Value(L"ftp", L"password")),
             .logFile = Value(L"log", L"file")};
 }
 

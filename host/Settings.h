@@ -38,8 +38,9 @@ struct Settings {
     std::wstring remoteReceive;
     std::wstring ftpServer;
     std::wstring ftpUser;
-    std::wstring ftpPassword;  ///< plain
-    std::wstring logFile;      ///< empty for none
+    std::wstring ftpPassword;        ///< plain
+    bool fileTellsPassword = false;  ///< the settings file holds it plain, too
+    std::wstring logFile;            ///< empty for none
 };
 
 /// Thrown for settings that cannot be used; each problem names its key.

@@ -95,7 +95,8 @@ int EditSite(Session& session, Settings settings, const std::wstring& file) {
     const SiteValues values = ValuesOf(settings);
     const ComPtr<IUnknown> document = session.EditSite(DocumentOf(values).Get());
     const SiteValues edited = document ? ReadDocument(document.Get(), values) : values;
-    if (edited == values) {
+    // Old values that are applied look like a cancelled dialog; neither leaves a plain password in the file.
+    if (edited == values && !settings.fileTellsPassword) {
         Console::Line(L"The settings stay as they were.");
         return kAllDelivered;
     }

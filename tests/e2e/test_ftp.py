@@ -35,8 +35,11 @@ class Transfers:
         self.put(self.field, "Field1/a.mdb", b"one")
         self.assert_run(self.field, 0)
         self.assertEqual(list(files_below(self.to_enterprise)), ["FIELD1/a.mdb"])
+        self.remote_folder(self.to_enterprise / "EMPTY")
         self.assert_run(self.enterprise, 0)
         self.assertEqual((self.enterprise.inbox / "FIELD1" / "a.mdb").read_bytes(), b"one")
+        self.assert_run(self.enterprise, 0)
+        self.assertEqual(self.enterprise.log, "", "folders that hold no file are no trouble")
 
     def test_many_small_files(self):
         # Each sent file is looked up by a listing, and Wine reads listings byte by byte: small folders.
@@ -75,6 +78,8 @@ class Transfers:
         self.assertEqual(outcome.packets, {("out", "a.mdb"): WAITING})
         self.assertIn("clsFTPSndRcv.cls.SendLocalFile", self.field.log)
         self.assert_nothing_lost()
+        self.assert_run(self.enterprise, 0)
+        self.assertEqual(files_below(self.enterprise.inbox), {}, "a part was delivered as a packet")
         volume.remount("size=20m")
         self.assert_next_cycle_delivers()
 
@@ -119,7 +124,7 @@ class Transfers:
 
     def test_the_connection_drops_at_each_step_of_a_file(self):
         for side, command, reply in ((self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
-                                     (self.enterprise, b"LIST", b"226"),
+                                     (self.field, b"LIST", b"150"), (self.enterprise, b"LIST", b"226"),
                                      (self.enterprise, b"RETR", b"226"), (self.enterprise, b"DELE", b"250")):
             with self.subTest(side=side.name, command=command, reply=reply):
                 self.put(self.field, f"{side.name}{command.decode()}{reply.decode()}.mdb", os.urandom(200_000))
@@ -194,15 +199,20 @@ class SiteTest(FtpHostTest):
         self.assertIn("this command needs transport = ftp", outcome.errors)
         self.assertEqual(outcome.code, 2)
 
-    def test_the_dialog_writes_the_settings_file(self):
-        before = self.field.settings.read_text(encoding="utf-8")
+    def apply_settings(self):
         process = start("settings", windows(self.field.settings))
         applied = run("ftp.example", program=support.BIN.parent / "tests" / "apply_settings.exe")
         outcome = finish(process)
         self.assertEqual((applied.code, outcome.code), (0, 0), outcome)
-        after = self.field.settings.read_text(encoding="utf-8")
+        return self.field.settings.read_text(encoding="utf-8")
+
+    def test_the_dialog_writes_the_settings_file(self):
+        before = self.field.settings.read_text(encoding="utf-8")
+        after = self.apply_settings()
         self.assertRegex(after, "(?m)^server = ftp.example\r?$")
         self.assertRegex(after, "(?m)^password = [0-9A-F]{64}\r?$")
+        self.field.change("password", PASSWORD)
+        self.assertEqual(self.apply_settings(), after, "a plain password is enciphered also among old values")
         keep = [line for line in before.splitlines() if not line.startswith(("server =", "password ="))]
         self.assertEqual([line for line in after.splitlines() if not line.startswith(("server =", "password ="))],
                          keep)
