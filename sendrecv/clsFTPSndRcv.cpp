@@ -3,17 +3,14 @@
 #include "cipher/FtpPassword.h"
 #include "com/Return.h"
 #include "common/Framework.h"
-#include "common/PropertySet.h"
 #include "common/Registry.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "mobile/modverification.h"
-#include "sendrecv/CommonSettings.h"
 #include "sendrecv/FtpTransfer.h"
 
 using com::Call;
 using com::Return;
-using com::Text;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -24,17 +21,13 @@ constexpr LONG kNameText = 130;
 
 // --- Settings ---------------------------------------------------------------------------------------
 
-bool clsFTPSndRcv::IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
-    for (const auto& [name, value] : AllProperties(Settings)) {
-        if (name == L"RemoteReceiveFolder") m_sRemoteReceiveFolder = value.Text();
-        if (name == L"RemoteSendFolder") m_sRemoteSendFolder = value.Text();
-        if (name == L"FTPServer") m_connection.login.server = value.Text();
-        if (name == L"FTPUser") m_connection.login.user = value.Text();
-        if (name == L"FTPPassword") m_connection.login.password = value.Text();
-    }
-    return true;
-} catch (...) {
-    return StandardHandler(L"clsFTPSndRcv.cls.IZNSenderReceiver_Init", false);
+clsFTPSndRcv::clsFTPSndRcv() : SenderReceiver(L"clsFTPSndRcv") {}
+
+void clsFTPSndRcv::TakeSetting(const std::wstring& name, const com::Variant& value) {
+    SenderReceiver::TakeSetting(name, value);
+    if (name == L"FTPServer") m_connection.login.server = value.Text();
+    if (name == L"FTPUser") m_connection.login.user = value.Text();
+    if (name == L"FTPPassword") m_connection.login.password = value.Text();
 }
 
 void clsFTPSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
@@ -67,13 +60,6 @@ ComPtr<IZNPropertySet> clsFTPSndRcv::IZNSenderReceiver2_PropSet() try {
     return properties;
 } catch (...) {
     return StandardHandler(L"clsFTPSndRcv.cls.IZNSenderReceiver2_PropSet", ComPtr<IZNPropertySet>());
-}
-
-void clsFTPSndRcv::IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
-    m_sApplicationName = Name;
-    m_folderLocator.Open(Name);
-} catch (...) {
-    ReportCurrentError(L"clsFTPSndRcv.cls.IZNSenderReceiver2_ApplicationName");
 }
 
 /// Once for each object: a value that is cleared later stays empty.
@@ -178,11 +164,7 @@ bool clsFTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUn
 
 // --- Administration ---------------------------------------------------------------------------------
 
-std::wstring clsFTPSndRcv::IZNMobileAdminProperties_Name() try {
-    return BrandedText(kNameText);
-} catch (...) {
-    return StandardHandler(L"clsFTPSndRcv.cls.IZNMobileAdminProperties_Name", std::wstring());
-}
+std::wstring clsFTPSndRcv::DisplayName() { return BrandedText(kNameText); }
 
 ComPtr<IUnknown> clsFTPSndRcv::IZNMobileAdminProperties_Initialize(LONG Value, IUnknown* Context) try {
     return m_administration.Initialize(Value, Context);
@@ -194,12 +176,6 @@ ComPtr<IUnknown> clsFTPSndRcv::IZNMobileAdminProperties_Execute(LONG Value) try 
     return m_administration.Execute(Value);
 } catch (...) {
     return StandardHandler(L"clsFTPSndRcv.cls.IZNMobileAdminProperties_Execute", ComPtr<IUnknown>());
-}
-
-com::Variant clsFTPSndRcv::IZNRegInCat_CategoriesToReg() try {
-    return CategoryCollection(ZN_CATEGORY_SENDER_RECEIVER);
-} catch (...) {
-    return StandardHandler(L"clsFTPSndRcv.cls.IZNRegInCat_CategoriesToReg", com::Variant());
 }
 
 // --- Binary contract --------------------------------------------------------------------------------
@@ -225,66 +201,12 @@ clsFTPSndRcv::put_LoginCancelled(VARIANT_BOOL Value) {
     return Call([&] { m_connection.LoginCancelled = Value != VARIANT_FALSE; });
 }
 STDMETHODIMP
-clsFTPSndRcv::get_LocalSendFolder(BSTR* Value) {
-    return Return(Value, [&] { return m_sLocalSendFolder; });
-}
-STDMETHODIMP
-clsFTPSndRcv::put_LocalSendFolder(BSTR Value) {
-    return Call([&] {
-        StoreTestedFolder(m_sLocalSendFolder, Text(Value), SupressMsg,
-                          L"clsFTPSndRcv.cls.IZNSenderReceiver_LocalSendFolder");
-    });
-}
-STDMETHODIMP
-clsFTPSndRcv::get_LocalReceiveFolder(BSTR* Value) {
-    return Return(Value, [&] { return m_sLocalReceiveFolder; });
-}
-STDMETHODIMP
-clsFTPSndRcv::put_LocalReceiveFolder(BSTR Value) {
-    return Call([&] {
-        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value), SupressMsg,
-                          L"clsFTPSndRcv.cls.IZNSenderReceiver_LocalReceiveFolder");
-    });
-}
-STDMETHODIMP
-clsFTPSndRcv::Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
-}
-STDMETHODIMP
-clsFTPSndRcv::Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Send(Progress); });
-}
-STDMETHODIMP
-clsFTPSndRcv::Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Receive(Text(FolderName), Progress); });
-}
-STDMETHODIMP
 clsFTPSndRcv::Connect(VARIANT_BOOL* Success) {
     return Return(Success, [&] { return IZNSenderReceiver_Connect(); });
 }
 STDMETHODIMP
 clsFTPSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [&] { return IZNSenderReceiver_Disconnect(); });
-}
-STDMETHODIMP
-clsFTPSndRcv::get_PropSet(IZNPropertySet** Value) {
-    return Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
-}
-STDMETHODIMP
-clsFTPSndRcv::putref_PropSet(IZNPropertySet* Value) {
-    return Call([&] { IZNSenderReceiver2_PropSet(Value); });
-}
-STDMETHODIMP
-clsFTPSndRcv::get_ApplicationName(BSTR* Value) {
-    return Return(Value, [&] { return m_sApplicationName; });
-}
-STDMETHODIMP
-clsFTPSndRcv::put_ApplicationName(BSTR Value) {
-    return Call([&] { IZNSenderReceiver2_ApplicationName(Text(Value)); });
-}
-STDMETHODIMP
-clsFTPSndRcv::get_Name(BSTR* Value) {
-    return Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
 }
 STDMETHODIMP
 clsFTPSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
@@ -297,8 +219,4 @@ clsFTPSndRcv::Initialize(LONG Value, IUnknown* Context, IUnknown** Result) {
 STDMETHODIMP
 clsFTPSndRcv::Execute(LONG Value, IUnknown** Result) {
     return Return(Result, [&] { return IZNMobileAdminProperties_Execute(Value); });
-}
-STDMETHODIMP
-clsFTPSndRcv::get_CategoriesToReg(VARIANT* Value) {
-    return Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
 }

@@ -3,18 +3,14 @@
 #include <cstdint>
 #include <limits>
 
-#include "com/Collections.h"
 #include "com/Return.h"
 #include "common/FileSystem.h"
 #include "common/Framework.h"
 #include "common/Path.h"
-#include "common/PropertySet.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 
-using com::Call;
 using com::Return;
-using com::Text;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -47,16 +43,7 @@ void RefuseOverlap(const std::wstring& source, const std::wstring& destination) 
 
 // --- Settings ---------------------------------------------------------------------------------------
 
-bool clsXCOPYSndRcv::IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
-    m_settings = Settings;
-    for (const auto& [name, value] : AllProperties(Settings)) {
-        if (name == L"RemoteReceiveFolder") m_sRemoteReceiveFolder = value.Text();
-        if (name == L"RemoteSendFolder") m_sRemoteSendFolder = value.Text();
-    }
-    return true;
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Init", false);
-}
+clsXCOPYSndRcv::clsXCOPYSndRcv() : SenderReceiver(L"clsXCOPYSndRcv") {}
 
 void clsXCOPYSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
     m_bMobile = IsMobile(Settings);
@@ -84,13 +71,6 @@ ComPtr<IZNPropertySet> clsXCOPYSndRcv::IZNSenderReceiver2_PropSet() try {
     return properties;
 } catch (...) {
     return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet", ComPtr<IZNPropertySet>());
-}
-
-void clsXCOPYSndRcv::IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
-    m_sApplicationName = Name;
-    m_folderLocator.Open(Name);
-} catch (...) {
-    ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_ApplicationName");
 }
 
 // --- Transfer ---------------------------------------------------------------------------------------
@@ -200,42 +180,10 @@ void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
 
 // --- Administration ---------------------------------------------------------------------------------
 
-std::wstring clsXCOPYSndRcv::IZNMobileAdminProperties_Name() try {
-    return StartupEntry(kNameEntry);
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNMobileAdminProperties_Name", std::wstring());
-}
-
-com::Variant clsXCOPYSndRcv::IZNRegInCat_CategoriesToReg() try {
-    return CategoryCollection(ZN_CATEGORY_SENDER_RECEIVER);
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNRegInCat_CategoriesToReg", com::Variant());
-}
+std::wstring clsXCOPYSndRcv::DisplayName() { return StartupEntry(kNameEntry); }
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsXCOPYSndRcv::get_LocalSendFolder(BSTR* Value) {
-    return Return(Value, [&] { return m_sLocalSendFolder; });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::put_LocalSendFolder(BSTR Value) {
-    return Call([&] {
-        StoreTestedFolder(m_sLocalSendFolder, Text(Value), SupressMsg,
-                          L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalSendFolder");
-    });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::get_LocalReceiveFolder(BSTR* Value) {
-    return Return(Value, [&] { return m_sLocalReceiveFolder; });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::put_LocalReceiveFolder(BSTR Value) {
-    return Call([&] {
-        StoreTestedFolder(m_sLocalReceiveFolder, Text(Value), SupressMsg,
-                          L"clsXCOPYSndRcv.cls.IZNSenderReceiver_LocalReceiveFolder");
-    });
-}
 STDMETHODIMP
 clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
     return Return(Value, [] { return false; });
@@ -243,44 +191,12 @@ clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
 STDMETHODIMP
 clsXCOPYSndRcv::put_LoginCancelled(VARIANT_BOOL) { return S_OK; }
 STDMETHODIMP
-clsXCOPYSndRcv::Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Send(Progress); });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) {
-    return Return(Success, [&] { return IZNSenderReceiver_Receive(Text(FolderName), Progress); });
-}
-STDMETHODIMP
 clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
     return Return(Success, [] { return true; });
 }
 STDMETHODIMP
 clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [] { return true; });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::get_PropSet(IZNPropertySet** Value) {
-    return Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::putref_PropSet(IZNPropertySet* Value) {
-    return Call([&] { IZNSenderReceiver2_PropSet(Value); });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::get_ApplicationName(BSTR* Value) {
-    return Return(Value, [&] { return m_sApplicationName; });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::put_ApplicationName(BSTR Value) {
-    return Call([&] { IZNSenderReceiver2_ApplicationName(Text(Value)); });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::get_Name(BSTR* Value) {
-    return Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
 }
 STDMETHODIMP
 clsXCOPYSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
@@ -297,8 +213,4 @@ clsXCOPYSndRcv::Execute(LONG, IUnknown** Result) {
 STDMETHODIMP
 clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
     return Return(Value, [] { return true; });
-}
-STDMETHODIMP
-clsXCOPYSndRcv::get_CategoriesToReg(VARIANT* Value) {
-    return Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
 }

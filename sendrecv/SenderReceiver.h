@@ -1,0 +1,148 @@
+// What every sender/receiver is: the binary contract of the sender/receiver, administration and category
+// interfaces, and the folders and settings that all of them have, over a few members that state the
+// sender/receiver's own behaviour.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <string>
+
+#include "com/Object.h"
+#include "com/Return.h"
+#include "common/FolderLocator.h"
+#include "common/PropertySet.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
+#include "znTransporter.h"
+
+/// DefaultInterface: the dual interface that scripts reach the sender/receiver by. Others: interfaces that
+/// not every sender/receiver has.
+template <class DefaultInterface, class... Others>
+class SenderReceiver : public com::Object<com::Dual<DefaultInterface>, IZNSenderReceiver, IZNSenderReceiver2,
+                                          IZNMobileAdminProperties, IZNRegInCat, Others...> {
+public:
+    // IZNSenderReceiver
+    STDMETHODIMP
+    get_LocalSendFolder(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sLocalSendFolder; });
+    }
+    STDMETHODIMP
+    put_LocalSendFolder(BSTR Value) final {
+        return com::Call([&] {
+            StoreTestedFolder(m_sLocalSendFolder, com::Text(Value), L"IZNSenderReceiver_LocalSendFolder");
+        });
+    }
+    STDMETHODIMP
+    get_LocalReceiveFolder(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sLocalReceiveFolder; });
+    }
+    STDMETHODIMP
+    put_LocalReceiveFolder(BSTR Value) final {
+        return com::Call([&] {
+            StoreTestedFolder(m_sLocalReceiveFolder, com::Text(Value),
+                              L"IZNSenderReceiver_LocalReceiveFolder");
+        });
+    }
+    STDMETHODIMP
+    Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) final {
+        return com::Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
+    }
+    // IZNSenderReceiver and IZNSenderReceiver2
+    STDMETHODIMP
+    Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) final {
+        return com::Return(Success, [&] { return IZNSenderReceiver_Send(Progress); });
+    }
+    STDMETHODIMP
+    Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) final {
+        return com::Return(Success,
+                           [&] { return IZNSenderReceiver_Receive(com::Text(FolderName), Progress); });
+    }
+    // IZNSenderReceiver2
+    STDMETHODIMP
+    get_PropSet(IZNPropertySet** Value) final {
+        return com::Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
+    }
+    STDMETHODIMP
+    putref_PropSet(IZNPropertySet* Value) final {
+        return com::Call([&] { IZNSenderReceiver2_PropSet(Value); });
+    }
+    STDMETHODIMP
+    get_ApplicationName(BSTR* Value) final {
+        return com::Return(Value, [&] { return m_sApplicationName; });
+    }
+    STDMETHODIMP
+    put_ApplicationName(BSTR Value) final {
+        return com::Call([&] { IZNSenderReceiver2_ApplicationName(com::Text(Value)); });
+    }
+    // IZNMobileAdminProperties
+    STDMETHODIMP
+    get_Name(BSTR* Value) final {
+        return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
+    }
+    // IZNRegInCat
+    STDMETHODIMP
+    get_CategoriesToReg(VARIANT* Value) final {
+        return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
+    }
+
+protected:
+    /// className: for error sources.
+    explicit SenderReceiver(std::wstring className) : m_className(std::move(className)) {}
+
+    /// One setting of Init; names that nobody knows are ignored.
+    virtual void TakeSetting(const std::wstring& name, const com::Variant& value) {
+        if (name == L"RemoteReceiveFolder") m_sRemoteReceiveFolder = value.Text();
+        if (name == L"RemoteSendFolder") m_sRemoteSendFolder = value.Text();
+    }
+    virtual bool IZNSenderReceiver_Send(IUnknown* ProgressObject) = 0;
+    virtual bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) = 0;
+    virtual Microsoft::WRL::ComPtr<IZNPropertySet> IZNSenderReceiver2_PropSet() = 0;
+    virtual void IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) = 0;
+    /// For administration tools. Throws a failure.
+    virtual std::wstring DisplayName() = 0;
+
+    bool SupressMsg = false;
+    std::wstring m_sLocalSendFolder;
+    std::wstring m_sLocalReceiveFolder;
+    std::wstring m_sRemoteSendFolder;
+    std::wstring m_sRemoteReceiveFolder;
+    bool m_bMobile = false;
+    FolderLocator m_folderLocator;
+
+private:
+    bool IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
+        for (const auto& [name, value] : AllProperties(Settings))
+            TakeSetting(name, value);
+        return true;
+    } catch (...) {
+        return StandardHandler(Source(L"IZNSenderReceiver_Init"), false);
+    }
+    void IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
+        m_sApplicationName = Name;
+        m_folderLocator.Open(Name);
+    } catch (...) {
+        ReportCurrentError(Source(L"IZNSenderReceiver2_ApplicationName"));
+    }
+    std::wstring IZNMobileAdminProperties_Name() try { return DisplayName(); } catch (...) {
+        return StandardHandler(Source(L"IZNMobileAdminProperties_Name"), std::wstring());
+    }
+    com::Variant IZNRegInCat_CategoriesToReg() try {
+        return CategoryCollection(ZN_CATEGORY_SENDER_RECEIVER);
+    } catch (...) {
+        return StandardHandler(Source(L"IZNRegInCat_CategoriesToReg"), com::Variant());
+    }
+
+    /// A folder that cannot be read and written is reported, and stored all the same.
+    void StoreTestedFolder(std::wstring& folder, const std::wstring& value, const wchar_t* member) try {
+        folder = value;
+        CheckReadWriteDelete(value, SupressMsg);
+    } catch (...) {
+        ReportCurrentError(Source(member));
+    }
+
+    /// "<class>.cls.<member>"
+    std::wstring Source(const wchar_t* member) const { return m_className + L".cls." + member; }
+
+    const std::wstring m_className;
+    std::wstring m_sApplicationName;
+};
