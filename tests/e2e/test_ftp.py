@@ -43,15 +43,11 @@ class Transfers:
 
     def test_many_small_files(self):
         # Each sent file is looked up by a listing, and Wine reads listings byte by byte: small folders.
-        for number in range(self.SMALL_FILES):
+        for number in range(500):
             self.put(self.field, f"F{number % 50}/{number}.mdb", os.urandom(1000))
         self.assert_run(self.field, 0, timeout=600)
         self.assert_run(self.enterprise, 0, timeout=600)
         self.assert_delivered()
-
-    def test_a_large_file(self):
-        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 200)
-        self.assert_next_cycle_delivers()
 
     def test_a_folder_that_only_the_server_may_write(self):
         self.put(self.field, "a.mdb")
@@ -81,6 +77,22 @@ class Transfers:
         self.assert_run(self.enterprise, 0)
         self.assertEqual(files_below(self.enterprise.inbox), {}, "a part was delivered as a packet")
         volume.remount("size=20m")
+        self.assert_next_cycle_delivers()
+
+
+class VsftpdTest(Transfers, FtpHostTest):
+    KIND = "vsftpd"
+
+
+class PureFtpdTest(Transfers, FtpHostTest):
+    KIND = "pure-ftpd"
+
+
+class InterruptionTest(FtpHostTest):
+    """What is the same with every server."""
+
+    def test_a_large_file(self):
+        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 200)
         self.assert_next_cycle_delivers()
 
     def killed_while(self, condition, side):
@@ -137,16 +149,6 @@ class Transfers:
                 self.assert_nothing_lost()
                 side.change("server", self.server.address)
                 self.assert_next_cycle_delivers()
-
-
-class VsftpdTest(Transfers, FtpHostTest):
-    KIND = "vsftpd"
-    SMALL_FILES = 500
-
-
-class PureFtpdTest(Transfers, FtpHostTest):
-    KIND = "pure-ftpd"
-    SMALL_FILES = 100
 
 
 class LoginTest(FtpHostTest):
