@@ -3,6 +3,7 @@
 #include <wrl/client.h>
 
 #include "com/Return.h"
+#include "common/MobileRegistry.h"
 #include "common/modMain.h"
 
 namespace {
@@ -20,7 +21,7 @@ void OpenMachineKey(IZNRegistry* registry, ZNRegistryProduct product, const std:
 
 IZNRegistry* OpenTransportKey() {
     IZNRegistry* const registry = ZNRegObject();
-    OpenMachineKey(registry, ZN_PRODUCT_MOBILE, L"Transport");
+    OpenMachineKey(registry, ZN_PRODUCT_MOBILE, MobileRegistry::kTransportKey);
     return registry;
 }
 
@@ -28,7 +29,11 @@ std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std
     return Read(registry, name, com::Variant(missing)).Text();
 }
 
-LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, LONG missing) {
-    const com::Variant value = Read(registry, name, com::Variant(missing));
+LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, SHORT missing) {
+    com::Variant number;
+    VARIANT* const raw = number.Put();
+    raw->vt = VT_I2;
+    raw->iVal = missing;
+    const com::Variant value = Read(registry, name, number);
     return value.Number(L"registry value " + name + L" = " + value.Text());
 }

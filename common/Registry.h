@@ -13,6 +13,6 @@ void OpenMachineKey(IZNRegistry* registry, ZNRegistryProduct product, const std:
 IZNRegistry* OpenTransportKey();
 
 /// A value of the key that is open, or the default when it is missing. Throws a failure; a value that is
-/// no number fails with DISP_E_TYPEMISMATCH.
+/// no number fails with DISP_E_TYPEMISMATCH. The framework is asked with a 16-bit number as the default.
 std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std::wstring& missing = {});
-LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, LONG missing);
+LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, SHORT missing);

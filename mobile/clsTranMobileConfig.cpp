@@ -2,8 +2,8 @@
 
 #include "com/Return.h"
 #include "common/Framework.h"
+#include "common/MobileRegistry.h"
 #include "common/Registry.h"
-#include "mobile/MobileRegistry.h"
 
 using com::Call;
 using com::Return;

@@ -62,6 +62,7 @@ TEST_F(MobileConfig, AnEmptyRegistryGivesDefaults) {
                                   L"FTPPassword=\n";
     EXPECT_EQ(config.Table(kEnterprise), defaults);
     EXPECT_EQ(config.Table(kField), defaults);
+    EXPECT_EQ(framework.defaults.at(L"13//MobileConfigValue"), VT_I2);
 }
 
 struct Mode {
@@ -200,21 +201,33 @@ protected:
     ActivationContext context{L"znFramework"};
 };
 
-TEST_F(MobileConfigInRegistry, IsReadFromTheMobileProduct) {
-    const DWORD mode = 5;
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"MobileConfigValue", REG_DWORD, &mode,
-                    sizeof mode);
-    Store(L"Software\\znMobile", L"EnterpriseHome", L"D:\\Mobile");
+TEST_F(MobileConfigInRegistry, IsReadFromTheMobileProductInEveryMode) {
+    Store(L"Software\\znMobile", L"EnterpriseHome", L"D:\\E");
+    Store(L"Software\\znMobile", L"FieldHome", L"D:\\F");
+    Store(L"Software\\znMobile\\VtMobile", L"EnterpriseWorkingDir", L"work E");
+    Store(L"Software\\znMobile\\Transport", L"FieldIncoming", L"in F");
+    Store(L"Software\\znMobile\\Transport", L"XDeltaRegPath", L"reference");
     Store(L"Software\\znMobile\\Transport\\Designer", L"XDeltaReference", L"base.mdb");
     const std::wstring password(L"\xD800\0x", 3);
     Store(L"Software\\znMobile\\Transport", L"FTPPassword", password);
-    Config config(Create<clsTranMobileConfig, IZNMobileConfig>());
-    ASSERT_EQ(config.Open(L"Designer"), S_OK);
-    EXPECT_EQ(config.Value(kEnterprise, L"MobileConfigValue"), L"1");
-    EXPECT_EQ(config.Value(kEnterprise, L"XDeltaRefPath"),
-              L"D:\\Mobile\\Transport\\Designer\\XDeltaReferenceFiles\\base.mdb");
-    EXPECT_EQ(config.Value(kField, L"FTPPassword"), password) << "as it is stored";
-    EXPECT_EQ(config.Value(kField, L"FTPFieldToEnterprise"), L"FieldToEnterprise");
+    const auto reference = [](const std::wstring& home) {
+        return home + L"\\Transport\\Designer\\XDeltaReferenceFiles\\base.mdb";
+    };
+    for (const DWORD mode : {0u, 5u, 2u, 0xFFFFFFFFu}) {
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"MobileConfigValue", REG_DWORD, &mode,
+                        sizeof mode);
+        const bool homes = (mode & 3) != 0;
+        Config config(Create<clsTranMobileConfig, IZNMobileConfig>());
+        ASSERT_EQ(config.Open(L"Designer"), S_OK);
+        EXPECT_EQ(config.Value(kEnterprise, L"MobileConfigValue"), std::to_wstring(mode & 3));
+        EXPECT_EQ(config.Value(kEnterprise, L"WorkingDir"), homes ? L"D:\\E\\WorkingDir" : L"work E");
+        EXPECT_EQ(config.Value(kField, L"Incoming"), homes ? L"D:\\F\\Transport\\Incoming" : L"in F");
+        EXPECT_EQ(config.Value(kField, L"XDeltaRefPath"), homes ? reference(L"D:\\F") : L"reference");
+        EXPECT_EQ(config.Value(kEnterprise, L"XDeltaRefPath"),
+                  homes ? reference((mode & 3) == 1 ? L"D:\\E" : L"D:\\F") : L"reference");
+        EXPECT_EQ(config.Value(kField, L"FTPPassword"), password) << "as it is stored";
+        EXPECT_EQ(config.Value(kField, L"FTPFieldToEnterprise"), L"FieldToEnterprise");
+    }
 }
 
 }  // namespace

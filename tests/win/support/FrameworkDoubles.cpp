@@ -69,6 +69,7 @@ public:
         return Return(Value, [&] {
             const std::wstring entry = m_key + Text(Name);
             if (entry == Framework::Current().unreadable) com::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            Framework::Current().defaults[entry] = Default.vt;
             const auto& values = Framework::Current().registry;
             const auto found = values.find(entry);
             return found == values.end() ? com::Variant(Default) : com::Variant(found->second);

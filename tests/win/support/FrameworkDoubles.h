@@ -35,6 +35,7 @@ public:
     std::map<LONG, std::wstring> resources = {{145, L"Test Tool"}, {120, L"Folder Copy"}};
     std::map<std::wstring, std::wstring> folders;   ///< by "E/Kind" or "F/Kind"
     std::map<std::wstring, std::wstring> registry;  ///< by "product/subkey/name"
+    std::map<std::wstring, VARTYPE> defaults;       ///< types of the defaults that were offered, by entry
     std::wstring unreadable;                        ///< entry of the registry that cannot be read
     bool userInterface = false;
     int userInterfaceQuestions = 0;
