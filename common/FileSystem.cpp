@@ -59,19 +59,48 @@ FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD 
     return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
+/// Windows neither deletes nor replaces a read-only file: the attribute is lifted for the action, and comes
+/// back when that fails. Returns the action's error.
+template <class Action>
+DWORD WithoutReadOnly(const std::wstring& file, Action action) {
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
+    if (readOnly) SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    if (action()) return ERROR_SUCCESS;
+    const DWORD error = GetLastError();
+    if (readOnly) SetFileAttributesW(file.c_str(), attributes);
+    return error;
+}
+
+DWORD DeleteEvenReadOnly(const std::wstring& path) {
+    const std::wstring file = Extended(path);
+    return WithoutReadOnly(file, [&] { return DeleteFileW(file.c_str()); });
+}
+
+DWORD Replace(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring target = Extended(destination);
+    return WithoutReadOnly(target, [&] {
+        return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
+    });
+}
+
+[[noreturn]] void ThrowTransfer(DWORD error, const std::wstring& source, const std::wstring& destination) {
+    com::ThrowWin32(error, source + L" -> " + destination);
+}
+
 enum class Existing { Overwrite, Fail };
 
 void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
                   Existing existing) {
     if (!CopyFileW(Extended(source).c_str(), Extended(destination).c_str(), existing == Existing::Fail)) {
         const DWORD error = GetLastError();
-        if (LeavesPartialCopy(error)) DeleteFileW(Extended(destination).c_str());
-        com::ThrowWin32(error, source + L" -> " + destination);
+        if (LeavesPartialCopy(error)) DeleteEvenReadOnly(destination);
+        ThrowTransfer(error, source, destination);
     }
     // A read error in the middle of a copy is not reported by every redirector.
     const std::uint64_t copied = FileSize(destination);
     if (copied == size) return;
-    DeleteFileW(Extended(destination).c_str());
+    DeleteEvenReadOnly(destination);
     throw com::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
                      L"The copy is incomplete: " + std::to_wstring(copied) + L" of " + std::to_wstring(size) +
                          L" bytes (" + source + L" -> " + destination + L")");
@@ -85,9 +114,16 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination) 
     try {
         DeleteFile(source);
     } catch (...) {
-        DeleteFileW(Extended(destination).c_str());
+        DeleteEvenReadOnly(destination);
         throw;
     }
+}
+
+/// Where a file arrives before it takes its place. No two threads share a name, which is short enough for
+/// every folder and, as the transporter reads names, that of no packet: a crash leaves no false backup.
+std::wstring ArrivalBeside(const std::wstring& path) {
+    const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
+    return folder + L"~" + std::to_wstring(GetCurrentThreadId()) + L".arriving";
 }
 
 }  // namespace
@@ -158,24 +194,36 @@ void CopyFile(const std::wstring& source, const std::wstring& destination,
 void MoveFile(const std::wstring& source, const std::wstring& destination) {
     if (MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), 0)) return;
     const DWORD error = GetLastError();
-    if (error != ERROR_NOT_SAME_DEVICE) com::ThrowWin32(error, source + L" -> " + destination);
+    if (error != ERROR_NOT_SAME_DEVICE) ThrowTransfer(error, source, destination);
     CopyAndDelete(source, destination);
 }
 
-void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
-    const std::wstring file = Extended(path);
-    if (DeleteFileW(file.c_str())) return;
-    DWORD error = GetLastError();
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    const bool isReadOnly =
-        attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
-    if (readOnly == ReadOnlyFiles::Delete && isReadOnly) {
-        SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-        if (DeleteFileW(file.c_str())) return;
-        error = GetLastError();
-        SetFileAttributesW(file.c_str(), attributes);
+void CopyReplacing(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring arrival = ArrivalBeside(destination);
+    try {
+        CopyFile(source, arrival);
+        const DWORD error = Replace(arrival, destination);
+        if (error != ERROR_SUCCESS) ThrowTransfer(error, source, destination);
+    } catch (...) {
+        DeleteEvenReadOnly(arrival);
+        throw;
     }
-    com::ThrowWin32(error, path);
+}
+
+void MoveReplacing(const std::wstring& source, const std::wstring& destination) {
+    const DWORD error = Replace(source, destination);
+    if (error == ERROR_SUCCESS) return;
+    if (error != ERROR_NOT_SAME_DEVICE) ThrowTransfer(error, source, destination);
+    const WriteBlock block(source);
+    block.Check();
+    CopyReplacing(source, destination);
+    DeleteFile(source, ReadOnlyFiles::Delete);
+}
+
+void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly) {
+    if (readOnly == ReadOnlyFiles::Keep && DeleteFileW(Extended(path).c_str())) return;
+    const DWORD error = readOnly == ReadOnlyFiles::Keep ? GetLastError() : DeleteEvenReadOnly(path);
+    if (error != ERROR_SUCCESS) com::ThrowWin32(error, path);
 }
 
 WriteBlock::WriteBlock(const std::wstring& path)

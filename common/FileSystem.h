@@ -86,6 +86,11 @@ private:
 /// failure, the source is as it was and no part of it is at the destination.
 void MoveFile(const std::wstring& source, const std::wstring& destination);
 
+/// Copies or moves a file, also to another volume, in the place of any other, even a read-only one, which
+/// stays as it was until the new one has arrived completely. A move that fails leaves the source.
+void CopyReplacing(const std::wstring& source, const std::wstring& destination);
+void MoveReplacing(const std::wstring& source, const std::wstring& destination);
+
 enum class ReadOnlyFiles { Keep, Delete };
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep);
 

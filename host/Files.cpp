@@ -35,28 +35,6 @@ void AppendSubFolders(const std::wstring& folder, const std::wstring& subFolder,
         AppendSubFolders(folder, Join(subFolder, name), all);
 }
 
-bool Replace(const std::wstring& source, const std::wstring& destination) {
-    return MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), MOVEFILE_REPLACE_EXISTING) !=
-           FALSE;
-}
-
-[[noreturn]] void ThrowMove(const std::wstring& source, const std::wstring& destination) {
-    com::ThrowWin32(GetLastError(), source + L" -> " + destination);
-}
-
-/// The file is copied beside its destination first, so that a copy that fails replaces nothing.
-void MoveAcrossVolumes(const std::wstring& source, const std::wstring& destination) {
-    const std::wstring arriving = destination + L".arriving";
-    try {
-        FileSystem::CopyFile(source, arriving);
-        if (!Replace(arriving, destination)) ThrowMove(source, destination);
-    } catch (...) {
-        DeleteFileW(Extended(arriving).c_str());
-        throw;
-    }
-    Delete(source);
-}
-
 }  // namespace
 
 std::wstring Entry::Relative() const { return Join(subFolder, name); }
@@ -127,12 +105,6 @@ void CreateFolders(const std::wstring& path) {
     if (CreateDirectoryW(Extended(path).c_str(), nullptr)) return;
     const DWORD error = GetLastError();
     if (!FolderExists(path)) com::ThrowWin32(error, path);
-}
-
-void MoveReplacing(const std::wstring& source, const std::wstring& destination) {
-    if (Replace(source, destination)) return;
-    if (GetLastError() != ERROR_NOT_SAME_DEVICE) ThrowMove(source, destination);
-    MoveAcrossVolumes(source, destination);
 }
 
 void Delete(const std::wstring& path) { FileSystem::DeleteFile(path); }

@@ -46,8 +46,7 @@ std::vector<Entry> FilesIn(const std::wstring& folder, const std::wstring& subFo
 std::vector<Entry> Tree(const std::wstring& folder);
 
 void CreateFolders(const std::wstring& path);
-/// Moves a file, also to another volume. A file at the destination stays until the new one has arrived.
-void MoveReplacing(const std::wstring& source, const std::wstring& destination);
+using FileSystem::MoveReplacing;
 void Delete(const std::wstring& path);
 void DeleteTree(const std::wstring& folder);
 

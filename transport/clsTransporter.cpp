@@ -14,6 +14,8 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
+constexpr auto kNoSenderReceiver = L"SenderReceiver object has not been set";
+
 /// What goes wrong with backups never disturbs the host: a member that fails answers with its default.
 template <class Behaviour>
 auto Quietly(Behaviour&& behaviour) -> decltype(behaviour()) try {
@@ -21,6 +23,15 @@ auto Quietly(Behaviour&& behaviour) -> decltype(behaviour()) try {
 } catch (...) {
     return decltype(behaviour())();
 }
+
+/// The rest of a path that lies below a folder, with the separator between them; nothing for any other path.
+std::optional<std::wstring> Below(const std::wstring& folder, const std::wstring& path) {
+    if (!com::EqualsIgnoringCase(path.substr(0, folder.size()), folder)) return std::nullopt;
+    std::wstring rest = path.substr(folder.size());
+    return rest.starts_with(L'\\') ? std::optional(rest) : std::nullopt;
+}
+
+std::wstring BackupFolder(const std::wstring& receiveFolder) { return receiveFolder + L"\\Backup"; }
 
 }  // namespace
 
@@ -34,25 +45,35 @@ bool clsTransporter::SenderReceiverSet(std::wstring_view Source) const {
         if (!Source.empty()) Report(std::wstring(Source).append(kCrLf).append(why));
         return false;
     };
-    if (!m_senderReceiver) return refuse(L"SenderReceiver object has not been set");
+    if (!m_senderReceiver) return refuse(kNoSenderReceiver);
     if (LocalReceiveFolder().empty() || LocalSendFolder().empty())
         return refuse(L"Local send or receive folder is not set.");
     return true;
 }
 
+IZNSenderReceiver* clsTransporter::Remote() const {
+    if (!m_senderReceiver) throw com::Error(E_UNEXPECTED, kNoSenderReceiver);
+    return m_senderReceiver.Get();
+}
+
 std::wstring clsTransporter::LocalSendFolder() const {
-    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, m_senderReceiver.Get());
+    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, Remote());
 }
 
 std::wstring clsTransporter::LocalReceiveFolder() const {
-    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalReceiveFolder, m_senderReceiver.Get());
+    return com::Get<std::wstring>(&IZNSenderReceiver::get_LocalReceiveFolder, Remote());
+}
+
+/// True when the folder is there, also when somebody else has just created it.
+bool clsTransporter::ProvideFolder(const std::wstring& folder) const {
+    if (!FileSystem::FolderExists(folder)) CreateFolders(folder, SupressMsg);
+    return FileSystem::FolderExists(folder);
 }
 
 /// The first encoder whose extension is that of the file becomes the current one.
-bool clsTransporter::ChooseEncoder(const EncoderList& encoders, ExtensionMember extensionOf,
-                                   const std::wstring& fileName) {
+bool clsTransporter::ChooseEncoder(ExtensionMember extensionOf, const std::wstring& fileName) {
     const std::wstring extension = com::Upper(Path::LastFour(fileName));
-    for (const auto& encoder : encoders) {
+    for (const auto& encoder : m_encoders) {
         if (com::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
         m_currentEncoder = encoder;
         return true;
@@ -86,9 +107,9 @@ bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std:
             std::wstring(kSource).append(kCrLf).append(L"File ").append(FileName).append(L" does not exist"));
         return false;
     }
-    const bool encoded = ChooseEncoder(m_sendEncoders, &IZNEncoder::get_InExtension, FileName);
+    const bool encoded = ChooseEncoder(&IZNEncoder::get_InExtension, FileName);
     const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
-    if (!FileSystem::FolderExists(target) && !CreateFolders(target, SupressMsg)) return false;
+    if (!ProvideFolder(target)) return false;
     if (encoded)
         return com::Get<bool>(&IZNEncoder::Encode, m_currentEncoder.Get(),
                               com::Bstr(Path::ParentFolder(FileName)).Get(), com::Bstr(target).Get(),
@@ -161,7 +182,7 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
         return false;
     }
     if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
-    if (m_bBackupEnabled && FileSystem::FolderExists(LocalReceiveFolder())) TakeBackup(*file);
+    if (m_bBackupEnabled) TakeBackup(*file, LocalReceiveFolder());
     const Delivery delivery = Deliver(*file, DestinationFolder);
     FileName = delivery.fileName;
     return delivery.done;
@@ -171,9 +192,8 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
 
 clsTransporter::Delivery clsTransporter::Deliver(const std::wstring& file,
                                                  const std::wstring& destinationFolder) {
-    return ChooseEncoder(m_receiveEncoders, &IZNEncoder::get_OutExtension, file)
-               ? Decode(file, destinationFolder)
-               : MoveUnchanged(file, destinationFolder);
+    return ChooseEncoder(&IZNEncoder::get_OutExtension, file) ? Decode(file, destinationFolder)
+                                                              : MoveUnchanged(file, destinationFolder);
 }
 
 /// A file that cannot be decoded stays in the receive folder and is offered again.
@@ -216,19 +236,21 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
 
 // --- Backups ----------------------------------------------------------------------------------------
 
-std::wstring clsTransporter::BackupFolder() const { return LocalReceiveFolder() + L"\\Backup"; }
-
 std::optional<std::wstring> clsTransporter::BackupOf(const std::wstring& PacketId) const {
     return m_bBackupEnabled ? m_backups.Find(PacketId) : std::nullopt;
 }
 
 /// The copy's path below the backup folder is that of the file below the receive folder.
-void clsTransporter::TakeBackup(const std::wstring& file) {
-    const std::wstring backup = BackupFolder() + file.substr(LocalReceiveFolder().size());
+void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& receiveFolder) {
+    if (!FileSystem::FolderExists(receiveFolder)) return;
+    const std::optional<std::wstring> below = Below(receiveFolder, file);
+    if (!below)
+        throw com::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
+                                           L", which has changed since the received files were listed.");
+    const std::wstring backup = BackupFolder(receiveFolder) + *below;
     const std::wstring parent = Path::ParentFolder(backup);
-    if (!FileSystem::FolderExists(parent)) CreateFolders(parent, SupressMsg);
-    if (!FileSystem::FolderExists(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;
-    FileSystem::CopyFile(file, backup);
+    if (!ProvideFolder(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;
+    FileSystem::CopyReplacing(file, backup);
     const std::wstring id = GetPacketId(Path::FileName(file));
     if (!id.empty()) m_backups.Add(id, backup);
 }
@@ -255,7 +277,7 @@ void clsTransporter::AddToList(const std::wstring& Folder) try {
 void clsTransporter::IZNTransporter2_Reset() {
     if (!m_bBackupEnabled || !m_senderReceiver) return;
     m_backups.Clear();
-    AddToList(BackupFolder());
+    AddToList(BackupFolder(LocalReceiveFolder()));
 }
 
 std::wstring clsTransporter::IZNTransporter2_Next() {
@@ -278,14 +300,12 @@ bool clsTransporter::IZNTransporter2_DestroyBackup(const std::wstring& PacketId)
 bool clsTransporter::IZNTransporter2_RestoreBackup(const std::wstring& PacketId) {
     const std::optional<std::wstring> backup = BackupOf(PacketId);
     if (!backup || !FileSystem::FileExists(*backup)) return false;
-    const std::wstring folder = BackupFolder();
-    if (!com::EqualsIgnoringCase(backup->substr(0, folder.size()), folder)) return false;
-    const std::wstring received = LocalReceiveFolder() + backup->substr(folder.size());
-    const std::wstring parent = Path::ParentFolder(received);
-    if (!FileSystem::FolderExists(parent)) CreateFolders(parent, SupressMsg);
-    if (!FileSystem::FolderExists(parent)) return false;
-    if (FileSystem::FileExists(received)) FileSystem::DeleteFile(received, FileSystem::ReadOnlyFiles::Delete);
-    FileSystem::MoveFile(*backup, received);
+    const std::wstring receiveFolder = LocalReceiveFolder();
+    const std::optional<std::wstring> below = Below(BackupFolder(receiveFolder), *backup);
+    if (!below) return false;
+    const std::wstring received = receiveFolder + *below;
+    if (!ProvideFolder(Path::ParentFolder(received))) return false;
+    FileSystem::MoveReplacing(*backup, received);
     return true;
 }
 
@@ -300,8 +320,7 @@ clsTransporter::putref_Encoder(IZNEncoder* Value) {
     if (!Value) return E_POINTER;
     return Call([&] {
         m_currentEncoder = Value;
-        m_sendEncoders.emplace_back(Value);
-        m_receiveEncoders.emplace_back(Value);
+        m_encoders.emplace_back(Value);
     });
 }
 STDMETHODIMP

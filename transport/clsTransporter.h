@@ -64,7 +64,6 @@ private:
         bool done = false;
         std::wstring fileName;
     };
-    using EncoderList = std::vector<Microsoft::WRL::ComPtr<IZNEncoder>>;
     using ExtensionMember = HRESULT (STDMETHODCALLTYPE IZNEncoder::*)(BSTR*);
 
     bool IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder);
@@ -81,22 +80,22 @@ private:
     bool IZNTransporter2_DestroyBackup(const std::wstring& PacketId);
 
     bool SenderReceiverSet(std::wstring_view Source) const;
+    /// The sender/receiver; throws while none is set.
+    IZNSenderReceiver* Remote() const;
     std::wstring LocalSendFolder() const;
     std::wstring LocalReceiveFolder() const;
-    bool ChooseEncoder(const EncoderList& encoders, ExtensionMember extensionOf,
-                       const std::wstring& fileName);
+    bool ProvideFolder(const std::wstring& folder) const;
+    bool ChooseEncoder(ExtensionMember extensionOf, const std::wstring& fileName);
     static void InitFileList(FileList& List, const std::wstring& Folder);
     Delivery Deliver(const std::wstring& file, const std::wstring& destinationFolder);
     Delivery Decode(const std::wstring& file, const std::wstring& destinationFolder);
     static Delivery MoveUnchanged(const std::wstring& file, const std::wstring& destinationFolder);
-    std::wstring BackupFolder() const;
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
-    void TakeBackup(const std::wstring& file);
+    void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);
 
     const bool SupressMsg = false;
-    EncoderList m_sendEncoders;
-    EncoderList m_receiveEncoders;
+    std::vector<Microsoft::WRL::ComPtr<IZNEncoder>> m_encoders;  ///< of both ways, in order of assignment
     Microsoft::WRL::ComPtr<IZNEncoder> m_currentEncoder;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
     FileList m_sendList;

@@ -1,6 +1,8 @@
 // Backups of received packets: taken while receiving, listed, restored, destroyed.
 #include <gmock/gmock.h>
 
+#include "common/FileSystem.h"
+#include "common/Path.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
@@ -23,14 +25,14 @@ protected:
         temp.Folder(L"out");
     }
 
-    void Open() {
+    void Open(bool enabled = true) {
         transporter = Create<clsTransporter, IZNTransporter>();
         transporter.As(&backups);
         remote = Create<clsXCOPYSndRcv, IZNSenderReceiver>();
         UseReceiveFolder(L"in");
         remote->put_LocalSendFolder(Bstr(temp.Folder(L"send")).Get());
         transporter->putref_SenderReceiver(remote.Get());
-        backups->put_BackupEnabled(VARIANT_TRUE);
+        if (enabled) backups->put_BackupEnabled(VARIANT_TRUE);
     }
     void UseReceiveFolder(const wchar_t* name) {
         remote->put_LocalReceiveFolder(Bstr(temp.Folder(name)).Get());
@@ -44,7 +46,9 @@ protected:
             Bstr name;
             VARIANT_BOOL done = VARIANT_FALSE;
             transporter->NextLocalReceiveFile(Bstr(temp / L"out").Get(), name.Put(), &done);
-            delivered += done ? 1 : 0;
+            if (!done) continue;
+            ++delivered;
+            inOrder.push_back(Path::BaseName(name.Text()));
         }
         return delivered;
     }
@@ -66,14 +70,14 @@ protected:
     bool Destroy(const std::wstring& id) { return Ask(&IZNTransporter2::DestroyBackup, id); }
 
     TempFolder temp;
+    std::vector<std::wstring> inOrder;  ///< base names of what was delivered
     ComPtr<IZNTransporter> transporter;
     ComPtr<IZNTransporter2> backups;
     ComPtr<IZNSenderReceiver> remote;
 };
 
 TEST_F(Backups, AreOffUntilAskedFor) {
-    Open();
-    backups->put_BackupEnabled(VARIANT_FALSE);
+    Open(false);
     EXPECT_FALSE(com::Get<bool>(&IZNTransporter2::get_BackupEnabled, backups.Get()));
     temp.File(L"in\\1.mdb");
     EXPECT_EQ(Receive(), 1);
@@ -117,6 +121,32 @@ TEST_F(Backups, RestoredPacketsAreOfferedAgain) {
     EXPECT_EQ(temp.Content(L"out\\1.mdb"), "backup");
 }
 
+TEST_F(Backups, AFailedRestoreLeavesTheReceivedFile) {
+    temp.File(L"in\\1.mdb", "backup");
+    EXPECT_EQ(Receive(), 1);
+    temp.File(L"in\\1.mdb", "received since");
+    temp.Protect(L"in\\1.mdb");
+    {
+        const auto lock = FileSystem::Open(temp / L"in\\Backup\\1.mdb", GENERIC_READ, 0, OPEN_EXISTING);
+        EXPECT_FALSE(Restore(L"1"));
+    }
+    EXPECT_EQ(temp.Content(L"in\\1.mdb"), "received since");
+    EXPECT_TRUE(GetFileAttributesW((temp / L"in\\1.mdb").c_str()) & FILE_ATTRIBUTE_READONLY);
+    EXPECT_THAT(temp.Files(L"in"), UnorderedElementsAre(L"1.mdb", L"Backup\\1.mdb"));
+    EXPECT_TRUE(Restore(L"1"));
+    EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"1.mdb"));
+}
+
+TEST_F(Backups, NothingIsRestoredWithoutASenderReceiver) {
+    temp.File(L"in\\1.mdb");
+    EXPECT_EQ(Receive(), 1);
+    transporter->putref_SenderReceiver(nullptr);
+    EXPECT_FALSE(Restore(L"1"));
+    EXPECT_EQ(backups->Reset(), S_OK);
+    EXPECT_TRUE(Exists(L"1"));
+    EXPECT_THAT(framework.log, IsEmpty());
+}
+
 TEST_F(Backups, AreNotRestoredIntoAnotherReceiveFolder) {
     temp.File(L"in\\1.mdb");
     EXPECT_EQ(Receive(), 1);
@@ -124,6 +154,42 @@ TEST_F(Backups, AreNotRestoredIntoAnotherReceiveFolder) {
     EXPECT_FALSE(Restore(L"1"));
     EXPECT_THAT(temp.Files(L"elsewhere"), IsEmpty());
     EXPECT_TRUE(temp.Exists(L"in\\Backup\\1.mdb"));
+
+    UseReceiveFolder(L"in\\Backup2");
+    temp.File(L"in\\Backup2\\2.mdb");
+    EXPECT_EQ(Receive(), 1);
+    UseReceiveFolder(L"in");
+    EXPECT_FALSE(Restore(L"2")) << "the backup folder's name only begins like the old folder's";
+    EXPECT_TRUE(temp.Exists(L"in\\Backup2\\Backup\\2.mdb"));
+}
+
+TEST_F(Backups, AFileOutsideTheReceiveFolderStays) {
+    temp.File(L"in\\1.mdb");
+    for (const wchar_t* folder : {L"i", L"a folder with a longer path than the file"}) {
+        UseReceiveFolder(L"in");
+        com::Get<LONG>(&IZNTransporter::ResetLocalReceiveFiles, transporter.Get(), nullptr);
+        UseReceiveFolder(folder);
+        Bstr name;
+        VARIANT_BOOL done = VARIANT_TRUE;
+        transporter->NextLocalReceiveFile(Bstr(temp / L"out").Get(), name.Put(), &done);
+        ASSERT_FALSE(done);
+        EXPECT_THAT(framework.log.back().text,
+                    HasSubstr(temp / L"in\\1.mdb" + L" does not lie in the receive folder " + temp / folder));
+    }
+    EXPECT_THAT(temp.Files(), ElementsAre(L"in\\1.mdb"));
+}
+
+TEST_F(Backups, AnOlderCopyIsReplaced) {
+    for (const char* content : {"older", "newer"}) {
+        SetFileAttributesW((temp / L"in\\Backup\\1.mdb").c_str(),
+                           FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+        temp.File(L"in\\1.mdb", content);
+        temp.Protect(L"in\\1.mdb");
+        EXPECT_EQ(Receive(), 1);
+        EXPECT_EQ(temp.Content(L"in\\Backup\\1.mdb"), content);
+        SetFileAttributesW((temp / L"out\\1.mdb").c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+    EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"Backup\\1.mdb"));
 }
 
 TEST_F(Backups, DestroyedOnesAreKnownUntilTheNextReset) {
@@ -149,13 +215,17 @@ TEST_F(Backups, ManyPacketsInManyFolders) {
     for (int folder = 0; folder < kFolders; ++folder)
         delivered += Receive(std::to_wstring(folder));
     EXPECT_EQ(delivered, kPackets);
-    EXPECT_EQ(Ids().size(), size_t{kPackets});
+    EXPECT_EQ(Ids(), inOrder);
     // The same packet in another encoding.
     temp.File(L"in\\Backup\\0\\more\\0~Base.axd");
     Open();
     backups->Reset();
-    const std::vector<std::wstring> ids = Ids();
-    ASSERT_EQ(ids.size(), size_t{kPackets});
+    std::vector<std::wstring> onDisk;
+    for (const std::wstring& folder : FileSystem::List(temp / L"in\\Backup").folders)
+        for (const auto& file : FileSystem::List(temp / (L"in\\Backup\\" + folder)).files)
+            onDisk.push_back(Path::BaseName(file.name));
+    ASSERT_EQ(onDisk.size(), size_t{kPackets});
+    EXPECT_EQ(Ids(), onDisk);
     ASSERT_EQ(framework.log.size(), 1u);
     EXPECT_EQ(framework.log[0].type, ZN_EVENTLOG_WARNING_TYPE);
     EXPECT_THAT(
