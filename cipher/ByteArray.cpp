@@ -131,11 +131,20 @@ void WriteArray(SAFEARRAY* array, VARTYPE type, std::span<const std::uint8_t> by
         PutNumber(array, index++, type, byte);
 }
 
-SAFEARRAY* NewArray(VARTYPE type, std::span<const std::uint8_t> bytes) {
-    SAFEARRAY* array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(bytes.size()));
+com::Variant Owner(SAFEARRAY* array, VARTYPE type) {
+    com::Variant value;
+    VARIANT* raw = value.Put();
+    raw->vt = static_cast<VARTYPE>(VT_ARRAY | type);
+    raw->parray = array;
+    return value;
+}
+
+com::Variant NewArray(VARTYPE type, std::span<const std::uint8_t> bytes) {
+    SAFEARRAY* const array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(bytes.size()));
     if (!array) throw std::bad_alloc();
+    com::Variant owner = Owner(array, type);
     WriteArray(array, type, bytes);
-    return array;
+    return owner;
 }
 
 /// A caller's own array variable keeps its type of elements.
@@ -144,15 +153,21 @@ void ReplaceArray(SAFEARRAY** array, VARTYPE type, std::span<const std::uint8_t>
     if (*array && ((*array)->fFeatures & kFixed))
         throw com::Error(DISP_E_ARRAYISLOCKED, Named(name) + L" has a fixed size; pass an array that can be "
                                                              L"resized, or a variant.");
+    com::Variant replacement = NewArray(type, bytes);
     if (*array) com::Check(SafeArrayDestroy(*array), name);
-    *array = nullptr;
-    *array = NewArray(type, bytes);
+    *array = replacement.Release().parray;
+}
+
+/// What is enciphered in place leaves nothing of the plain text behind.
+void WipeText(BSTR text) {
+    if (text) Wipe(text, SysStringByteLen(text));
 }
 
 void ReplaceText(BSTR* text, std::span<const std::uint8_t> bytes) {
     const BSTR replacement =
         SysAllocStringByteLen(reinterpret_cast<const char*>(bytes.data()), static_cast<UINT>(bytes.size()));
     if (!replacement) throw std::bad_alloc();
+    WipeText(*text);
     SysFreeString(std::exchange(*text, replacement));
 }
 
@@ -162,16 +177,9 @@ void Replace(VARIANT& value, std::span<const std::uint8_t> bytes, const wchar_t*
         return ReplaceArray(value.pparray, ElementTypeOf(value), bytes, name);
     }
     com::Variant replacement = Make(bytes);
+    if (IsText(value)) WipeText(value.bstrVal);
     com::Check(VariantClear(&value), name);
     value = replacement.Release();
-}
-
-com::Variant Owner(SAFEARRAY* array) {
-    com::Variant value;
-    VARIANT* raw = value.Put();
-    raw->vt = VT_ARRAY | VT_UI1;
-    raw->parray = array;
-    return value;
 }
 
 }  // namespace
@@ -195,8 +203,13 @@ void Assign(VARIANT* target, std::span<const std::uint8_t> bytes, const wchar_t*
         Replace(value, bytes, name);
 }
 
-com::Variant Make(std::span<const std::uint8_t> bytes) { return Owner(NewArray(VT_UI1, bytes)); }
+com::Variant Make(std::span<const std::uint8_t> bytes) { return NewArray(VT_UI1, bytes); }
 
-com::Variant MakeBare() { return Owner(nullptr); }
+com::Variant Make(std::wstring_view text) {
+    return NewArray(VT_UI1,
+                    {reinterpret_cast<const std::uint8_t*>(text.data()), text.size() * sizeof(wchar_t)});
+}
+
+com::Variant MakeBare() { return Owner(nullptr, VT_UI1); }
 
 }  // namespace ByteArray

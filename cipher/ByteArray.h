@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "cipher/Secret.h"
 #include "com/Text.h"
@@ -21,6 +22,8 @@ void Assign(VARIANT* target, std::span<const std::uint8_t> bytes, const wchar_t*
 
 /// A new array of bytes.
 com::Variant Make(std::span<const std::uint8_t> bytes);
+/// A new array of the bytes of a text's 16-bit characters.
+com::Variant Make(std::wstring_view text);
 /// An array of bytes without dimensions.
 com::Variant MakeBare();
 

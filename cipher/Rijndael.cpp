@@ -127,7 +127,9 @@ void CheckSize(const char* name, std::size_t size, std::size_t needed) {
 
 }  // namespace
 
-Rijndael::~Rijndael() {
+Rijndael::~Rijndael() { WipeKey(); }
+
+void Rijndael::WipeKey() noexcept {
     Wipe(m_forwardKey.data(), sizeof m_forwardKey);
     Wipe(m_inverseKey.data(), sizeof m_inverseKey);
 }
@@ -139,6 +141,8 @@ void Rijndael::gkey(int nb, int nk, std::span<const std::uint8_t> Key) {
     CheckSize("Key", Key.size(), 4 * keyWords);
     m_nb = nb;
     m_rounds = 6 + std::max(nb, nk);
+    // A shorter key would leave the end of a longer one.
+    WipeKey();
     Expand(keyWords, Key);
     Invert();
 }

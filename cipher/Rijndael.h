@@ -34,6 +34,7 @@ private:
     std::size_t KeyWords() const noexcept {
         return BlockSize() / 4 * (static_cast<std::size_t>(m_rounds) + 1);
     }
+    void WipeKey() noexcept;
     void Expand(std::size_t nk, std::span<const std::uint8_t> key);
     void Invert();
     void CheckBlocks(std::size_t size) const;

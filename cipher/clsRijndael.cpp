@@ -54,7 +54,7 @@ com::Variant clsRijndael::Enciphered(const VARIANT& bytMessage, const VARIANT& b
     const auto password = ByteArray::Read(bytPassword, L"bytPassword");
     if (!message || !password) return ByteArray::MakeBare();
     const auto data = m_envelope.EncryptData(*message, *password);
-    return bHex ? ByteArray::Make(BytesOf(HexadecimalOf(data))) : ByteArray::Make(data);
+    return bHex ? ByteArray::Make(HexadecimalOf(data)) : ByteArray::Make(data);
 }
 
 com::Variant clsRijndael::Deciphered(VARIANT* bytIn, const VARIANT& bytPassword, bool bHex) const {

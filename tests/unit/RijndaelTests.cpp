@@ -86,13 +86,17 @@ TEST(Rijndael, RefusesOtherLengths) {
 
 TEST(Rijndael, LeavesNoKeyInMemory) {
     alignas(Rijndael) unsigned char memory[sizeof(Rijndael)];
-    const Bytes key(4, 0x5A);
-    const auto holdsKey = [&] { return !std::ranges::search(memory, key).empty(); };
+    const auto holds = [&](std::uint8_t keyByte) {
+        return !std::ranges::search(memory, Bytes(4, keyByte)).empty();
+    };
     auto* cipher = new (memory) Rijndael;
+    cipher->gkey(8, 8, Bytes(32, 0xA5));
+    EXPECT_TRUE(holds(0xA5));
     cipher->gkey(4, 4, Bytes(16, 0x5A));
-    EXPECT_TRUE(holdsKey());
+    EXPECT_FALSE(holds(0xA5)) << "the end of a longer key";
+    EXPECT_TRUE(holds(0x5A));
     cipher->~Rijndael();
-    EXPECT_FALSE(holdsKey());
+    EXPECT_FALSE(holds(0x5A));
 }
 
 }  // namespace
