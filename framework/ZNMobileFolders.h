@@ -3,14 +3,11 @@
 
 #include <wrl/client.h>
 
-#include <string>
-
 #include "com/Object.h"
 #include "znFramework.h"
 #include "znTransporter.h"
 
-/// Answers from the mobile configuration of znTransporter. Where that class is not registered, it reads the
-/// settings that name each folder from the registry, which are the same for all applications.
+/// Answers from the mobile configuration of znTransporter.
 class ZNMobileFolders final : public com::Object<IZNMobileFolders> {
 public:
     STDMETHODIMP
@@ -19,7 +16,5 @@ public:
     FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override;
 
 private:
-    std::wstring ConfiguredPath(VARIANT_BOOL enterprise, BSTR kind) const;
-
-    Microsoft::WRL::ComPtr<IZNMobileConfig> m_config;  ///< null where there is no such class
+    Microsoft::WRL::ComPtr<IZNMobileConfig> m_config;  ///< null until an application is named
 };

@@ -1,7 +1,6 @@
-// The folder locator: answers of the mobile configuration, and of the registry where there is none.
+// The folder locator: answers of the mobile configuration, and its failures.
 #include "com/Object.h"
 #include "tests/win/framework/FrameworkTest.h"
-#include "tests/win/support/ScratchHives.h"
 
 using com::Bstr;
 using Microsoft::WRL::ComPtr;
@@ -74,7 +73,6 @@ protected:
 
     HRESULT creation = S_OK;  ///< of the mobile configuration
     DWORD cookie = 0;
-    ScratchHives hives;
     ComPtr<IZNMobileFolders> folders;
 };
 
@@ -87,6 +85,10 @@ TEST_F(MobileFolders, AnswerFromTheConfigurationOfTheApplication) {
 }
 
 TEST_F(MobileFolders, FailuresOfTheConfigurationAreTheirs) {
+    Bstr path;
+    EXPECT_EQ(folders->FolderPath(VARIANT_TRUE, Bstr(L"Outgoing").Get(), path.Put()), E_UNEXPECTED)
+        << "no application is named";
+    ASSERT_EQ(Open(L"Designer"), S_OK);
     const HRESULT refused = Open(L"broken");
     ASSERT_EQ(refused, E_ACCESSDENIED);
     try {
@@ -94,36 +96,11 @@ TEST_F(MobileFolders, FailuresOfTheConfigurationAreTheirs) {
     } catch (const com::Error& error) {
         EXPECT_EQ(error.failure().description, L"the settings are locked");
     }
-    creation = E_OUTOFMEMORY;
-    EXPECT_EQ(Open(L"Designer"), E_OUTOFMEMORY) << "a class that cannot start is not a missing one";
-}
-
-TEST_F(MobileFolders, WithoutTheConfigurationTheRegistryAnswers) {
-    creation = REGDB_E_CLASSNOTREG;
-    EXPECT_EQ(Open(L"Designer"), S_OK);
-    for (const wchar_t* kind : {L"Outgoing", L"Incoming", L"XDeltaRefPath", L"FTPServer", L"unknown", L""})
-        EXPECT_EQ(Path(VARIANT_TRUE, kind), L"") << "nothing is configured";
-    EXPECT_EQ(Path(VARIANT_FALSE, L"FTPFieldToEnterprise"), L"FieldToEnterprise");
-    EXPECT_EQ(Path(VARIANT_TRUE, L"FTPEnterpriseToField"), L"EnterpriseToField");
-
-    const auto registry = Create<ZNRegistry, IZNRegistry>();
-    const auto machine = static_cast<LONG>(0x80000002);
-    EXPECT_EQ(registry->Open(machine, ZN_PRODUCT_MOBILE, Bstr(L"Transport").Get()), S_OK);
-    for (const wchar_t* name :
-         {L"EnterpriseOutgoing", L"EnterpriseIncoming", L"FieldOutgoing", L"FieldIncoming", L"XDeltaRegPath",
-          L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPFieldToEnterprise", L"FTPEnterpriseToField"})
-        EXPECT_EQ(registry->Write(Bstr(name).Get(), com::Variant(std::wstring(L"the ") + name).Get()), S_OK);
-    EXPECT_EQ(Path(VARIANT_TRUE, L"OUTGOING"), L"the EnterpriseOutgoing");
-    EXPECT_EQ(Path(VARIANT_TRUE, L"incoming"), L"the EnterpriseIncoming");
-    EXPECT_EQ(Path(VARIANT_FALSE, L"Outgoing"), L"the FieldOutgoing");
-    EXPECT_EQ(Path(VARIANT_FALSE, L"Incoming"), L"the FieldIncoming");
-    for (const VARIANT_BOOL enterprise : {VARIANT_TRUE, VARIANT_FALSE}) {
-        EXPECT_EQ(Path(enterprise, L"XDeltaRefPath"), L"the XDeltaRegPath");
-        for (const std::wstring name :
-             {L"FTPServer", L"FTPUser", L"FTPPassword", L"FTPFieldToEnterprise", L"FTPEnterpriseToField"})
-            EXPECT_EQ(Path(enterprise, name.c_str()), L"the " + name);
-        EXPECT_EQ(Path(enterprise, L"unknown"), L"");
+    for (const HRESULT failure : {E_OUTOFMEMORY, REGDB_E_CLASSNOTREG}) {
+        creation = failure;
+        EXPECT_EQ(Open(L"Viewer"), failure);
     }
+    EXPECT_EQ(Path(VARIANT_TRUE, L"Outgoing"), L"Designer enterprise Outgoing") << "the last one that worked";
 }
 
 }  // namespace
