@@ -1,5 +1,7 @@
 #include "host/Backups.h"
 
+#include <algorithm>
+
 #include "common/Console.h"
 #include "host/ExitCode.h"
 #include "host/Table.h"
@@ -15,12 +17,18 @@ int List(const std::vector<std::wstring>& packetIds) {
 
 int Refuse(const std::wstring& packetId) {
     Console::ErrorLine(L"znhost: there is no backup of packet " + packetId +
-                       L" that can be used; \"znhost backups SETTINGS\" lists those that there are");
+                       L"; \"znhost backups SETTINGS\" lists those that there are");
+    return kSomethingLeft;
+}
+
+int Fail(const std::wstring& packetId, const std::wstring& what) {
+    Console::ErrorLine(L"znhost: the backup of packet " + packetId + L" cannot be " + what +
+                       L" and stays; another program may use it, or the disk may be full or write-protected");
     return kSomethingLeft;
 }
 
 int Restore(Session& session, const std::wstring& packetId) {
-    if (!session.RestoreBackup(packetId)) return Refuse(packetId);
+    if (!session.RestoreBackup(packetId)) return Fail(packetId, L"moved into the receive folder");
     Console::Line(L"Packet " + packetId + L" is in the receive folder again; the next run delivers it.");
     return kAllDelivered;
 }
@@ -33,7 +41,7 @@ int RestoreAll(Session& session, const std::vector<std::wstring>& packetIds) {
 }
 
 int Destroy(Session& session, const std::wstring& packetId) {
-    if (!session.DestroyBackup(packetId)) return Refuse(packetId);
+    if (!session.DestroyBackup(packetId)) return Fail(packetId, L"deleted");
     Console::Line(L"The backup of packet " + packetId + L" is deleted.");
     return kAllDelivered;
 }
@@ -42,6 +50,10 @@ int Destroy(Session& session, const std::wstring& packetId) {
 
 int HandleBackups(Session& session, const BackupRequest& request) {
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
+    const bool namesPacket =
+        request.action == BackupAction::Restore || request.action == BackupAction::Destroy;
+    if (namesPacket && std::ranges::find(packetIds, request.packetId) == packetIds.end())
+        return Refuse(request.packetId);
     switch (request.action) {
     case BackupAction::List:
         return List(packetIds);

@@ -31,7 +31,8 @@ public:
     Received DeliverNext(const std::wstring& destination);
     /// Ids of the packets in the backup folder, whether or not the settings ask for new backups.
     std::vector<std::wstring> PacketsWithBackup();
-    /// False when no backup of the packet can be used; PacketsWithBackup comes first.
+    /// False when there is no backup of the packet, or it cannot be moved or deleted; PacketsWithBackup comes
+    /// first.
     bool RestoreBackup(const std::wstring& packetId);
     bool DestroyBackup(const std::wstring& packetId);
 

@@ -39,13 +39,19 @@ int Init(const std::wstring& folder) {
 Settings UsableSettings(const std::wstring& file) {
     Settings settings = ReadSettings(file);
     CheckFolders(settings, file);
-    CheckPrograms(settings, file);
     CheckLogFile(settings, file);
     return settings;
 }
 
+/// Those of a cycle: it also runs the encoder's programs.
+Settings CycleSettings(const std::wstring& file) {
+    Settings settings = UsableSettings(file);
+    CheckPrograms(settings, file);
+    return settings;
+}
+
 int Run(const std::wstring& file) {
-    const Settings settings = UsableSettings(file);
+    const Settings settings = CycleSettings(file);
     const CycleLock lock(file);
     const ComApartment apartment;
     const Interrupt interrupt;
@@ -56,7 +62,7 @@ int Run(const std::wstring& file) {
 }
 
 int List(const std::wstring& file) {
-    const Settings settings = UsableSettings(file);
+    const Settings settings = CycleSettings(file);
     const ComApartment apartment;
     Session session(settings);
     PrintWaiting(session, settings);

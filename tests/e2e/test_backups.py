@@ -1,13 +1,17 @@
 """Backups of received packets, used from the command line."""
-from support import HostTest, run, windows
+from support import Holder, HostTest, Mount, files_below, run, windows
 
 
 class BackupTest(HostTest):
+    def setUp(self):
+        super().setUp()
+        self.enterprise.change("backups", "yes")
+        self.folder = self.enterprise.receive / "Backup"
+
     def backups(self, *arguments):
         return run("backups", windows(self.enterprise.settings), *arguments)
 
     def test_a_packet_comes_back_from_its_backup(self):
-        self.enterprise.change("backups", "yes")
         for name in ("a.mdb", "sub/b~1.mdb"):
             self.put(self.field, name)
         self.assert_run(self.field, 0)
@@ -26,3 +30,52 @@ class BackupTest(HostTest):
         self.assertEqual(refused.code, 1, refused)
         self.assertIn("no backup of packet a", refused.errors)
         self.assertEqual(self.backups("--restore", "a", "--destroy", "b").code, 2)
+
+    def test_a_backup_that_is_in_use(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field, 0)
+        self.assert_run(self.enterprise, 0)
+        holder = Holder(self, self.folder / "a.mdb")
+        for option, what in (("--restore", "moved into the receive folder"), ("--destroy", "deleted")):
+            outcome = self.backups(option, "a")
+            self.assertEqual(outcome.code, 1, outcome)
+            self.assertIn(f"the backup of packet a cannot be {what} and stays", outcome.errors)
+        holder.release()
+        self.assertEqual(self.backups("--restore", "a").code, 0)
+
+    def test_encoder_programs_are_not_needed(self):
+        self.enterprise.change("encoder", "zip")
+        self.enterprise.change("zip_util_location", windows(self.scratch / "nowhere"))
+        self.assertIn("Zip.exe", self.assert_run(self.enterprise, 2).errors)
+        self.assertEqual(self.backups().code, 0)
+
+    def test_a_full_disk_costs_neither_the_packet_nor_its_older_backup(self):
+        volume = Mount(self, self.folder, "64k")
+        older = self.folder / "a.mdb"
+        older.write_bytes(b"older")
+        packet = self.put(self.field, "a.mdb", bytes(100_000)).read_bytes()
+        self.assert_run(self.field, 0)
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "a.mdb"): "not delivered"})
+        self.assertEqual((self.enterprise.receive / "a.mdb").read_bytes(), packet)
+        self.assertEqual(list(files_below(self.folder)), ["a.mdb"])
+        self.assertEqual(older.read_bytes(), b"older")
+        volume.remount("size=1m")
+        self.assert_next_cycle_delivers()
+        self.assertEqual(older.read_bytes(), packet)
+        # Back from one volume to the other, over what has been received since.
+        (self.enterprise.receive / "a.mdb").write_bytes(b"since")
+        self.assertEqual(self.backups("--restore", "a").code, 0)
+        self.assertEqual(files_below(self.folder), {})
+        self.assert_next_cycle_delivers()
+
+    def test_a_write_protected_disk_takes_no_backup_but_the_packet_arrives(self):
+        volume = Mount(self, self.folder, "1m")
+        volume.remount("ro")
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+        self.assertIn("RWD_TestFile.txt", self.enterprise.log)
+        volume.remount("rw")
+        self.put(self.field, "b.mdb")
+        self.assert_next_cycle_delivers()
+        self.assertEqual(list(files_below(self.folder)), ["b.mdb"])
