@@ -5,9 +5,18 @@
 #include <msxml2.h>
 #include <wrl/client.h>
 
+#include <string>
+
 namespace com {
 
 /// An empty document of MSXML 6. Throws when that is not installed.
 Microsoft::WRL::ComPtr<IXMLDOMDocument> NewXmlDocument();
+
+/// An element of the document that has no place in it yet. Throws a failure.
+Microsoft::WRL::ComPtr<IXMLDOMElement> NewElement(IXMLDOMDocument* document, const std::wstring& name);
+/// Throws a failure, also for characters that the parser would store but could not read back.
+void SetAttribute(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value);
+/// Gives the element its place. Throws a failure.
+void Append(IXMLDOMNode* parent, IXMLDOMElement* element);
 
 }  // namespace com

@@ -6,7 +6,8 @@
 struct FtpSite {
     std::wstring server;
     std::wstring user;
-    std::wstring password;  ///< plain
+    std::wstring password;  ///< plain, unless said otherwise
     std::wstring enterpriseToField;
     std::wstring fieldToEnterprise;
+    bool operator==(const FtpSite&) const = default;
 };

@@ -1,11 +1,10 @@
 #include "mobile/modMobileAdminXML.h"
 
-#include <string_view>
-
 #include "com/Error.h"
 #include "com/Text.h"
 #include "com/XmlDocument.h"
 #include "common/modZNStartup.h"
+#include "mobile/AdminXml.h"
 #include "mobile/modverification.h"
 
 using com::Bstr;
@@ -14,21 +13,6 @@ using com::NewXmlDocument;
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-/// Whether XML allows a character that is not one half of a pair.
-bool IsXmlCharacter(wchar_t character) noexcept {
-    if (character < L' ') return character == L'\t' || character == L'\n' || character == L'\r';
-    return !IS_HIGH_SURROGATE(character) && !IS_LOW_SURROGATE(character) && character < 0xFFFE;
-}
-
-bool IsXmlText(std::wstring_view text) noexcept {
-    while (!text.empty()) {
-        const bool pair = text.size() > 1 && IS_SURROGATE_PAIR(text[0], text[1]);
-        if (!pair && !IsXmlCharacter(text[0])) return false;
-        text.remove_prefix(pair ? 2 : 1);
-    }
-    return true;
-}
 
 /// The parser itself knows best what an XML name is: it must read the name back from an element.
 bool IsXmlName(const std::wstring& name) {
@@ -53,51 +37,6 @@ void CheckRootless(IXMLDOMDocument* document) {
         throw com::Error(E_INVALIDARG, L"The document has its outermost element already.");
 }
 
-/// The parser would store characters that it cannot read back.
-void SetAttribute(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value) {
-    if (!IsXmlText(value))
-        throw com::Error(E_INVALIDARG,
-                         L"The value of " + name + L" holds characters that XML does not allow.");
-    Check(element->setAttribute(Bstr(name).Get(), com::Variant(value).Get()), name);
-}
-
-ComPtr<IXMLDOMElement> NewElement(IXMLDOMDocument* document, const std::wstring& name) {
-    ComPtr<IXMLDOMElement> element;
-    Check(document->createElement(Bstr(name).Get(), &element), name);
-    return element;
-}
-
-void Append(IXMLDOMNode* parent, IXMLDOMElement* element) {
-    ComPtr<IXMLDOMNode> appended;
-    Check(parent->appendChild(element, &appended));
-}
-
-/// An element with its key name, appended to its parent.
-ComPtr<IXMLDOMElement> AppendKey(IXMLDOMDocument* document, IXMLDOMNode* parent, const std::wstring& name,
-                                 const std::wstring& keyName) {
-    auto element = NewElement(document, name);
-    SetAttribute(element.Get(), AdminXml::kKeyName, keyName);
-    Append(parent, element.Get());
-    return element;
-}
-
-void AppendSetting(IXMLDOMDocument* document, IXMLDOMNode* parent, const std::wstring& name,
-                   const std::wstring& value) {
-    const auto setting = AppendKey(document, parent, AdminXml::kSetting, name);
-    SetAttribute(setting.Get(), AdminXml::kKeyValue, value);
-}
-
-/// Everything around the settings; returns the innermost element.
-ComPtr<IXMLDOMElement> AppendTransportKey(IXMLDOMDocument* document) {
-    const auto root = NewElement(document, AdminXml::kRoot);
-    Append(document, root.Get());
-    const auto configuration =
-        AppendKey(document, root.Get(), AdminXml::kConfiguration, AdminXml::kSenderReceiver);
-    const auto hive = AppendKey(document, configuration.Get(), AdminXml::kHive, AdminXml::kLocalMachine);
-    const auto baseKey = AppendKey(document, hive.Get(), AdminXml::kBaseKey, AdminXml::kMobile);
-    return AppendKey(document, baseKey.Get(), AdminXml::kKey, AdminXml::kTransport);
-}
-
 }  // namespace
 
 ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& Name, IXMLDOMDocument* Document,
@@ -106,12 +45,12 @@ ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& Name, IXMLDOMDoc
     if (Name.empty() || !Document) return nullptr;
     CheckName(Name);
     if (!Parent) CheckRootless(Document);
-    auto element = NewElement(Document, Name);
+    auto element = com::NewElement(Document, Name);
     if (!AttributeName.empty() && !AttributeValue.empty()) {
         CheckName(AttributeName);
-        SetAttribute(element.Get(), AttributeName, AttributeValue);
+        com::SetAttribute(element.Get(), AttributeName, AttributeValue);
     }
-    Append(Parent ? Parent : Document, element.Get());
+    com::Append(Parent ? Parent : Document, element.Get());
     return element;
 } catch (...) {
     return StandardHandler(L"modMobileAdminXML.GenerateChildElement", ComPtr<IXMLDOMElement>());
@@ -128,15 +67,8 @@ ComPtr<IXMLDOMDocument> GenerateFTPXML(LONG Sides, const std::wstring& Enterpris
                                        const std::wstring& User, const std::wstring& Password) try {
     constexpr LONG kBothSides = 3;
     if (!VerifyFTPSite(Server, User, Password, EnterpriseToField, FieldToEnterprise)) return nullptr;
-    auto document = NewXmlDocument();
-    const auto key = AppendTransportKey(document.Get());
-    if ((Sides & kBothSides) == 0) return document;
-    AppendSetting(document.Get(), key.Get(), AdminXml::kFTPServer, Server);
-    AppendSetting(document.Get(), key.Get(), AdminXml::kFTPUser, User);
-    AppendSetting(document.Get(), key.Get(), AdminXml::kFTPPassword, Password);
-    AppendSetting(document.Get(), key.Get(), AdminXml::kFTPEnterpriseToField, EnterpriseToField);
-    AppendSetting(document.Get(), key.Get(), AdminXml::kFTPFieldToEnterprise, FieldToEnterprise);
-    return document;
+    const FtpSite settings{Server, User, Password, EnterpriseToField, FieldToEnterprise};
+    return AdminXml::NewDocument((Sides & kBothSides) != 0 ? &settings : nullptr);
 } catch (...) {
     return StandardHandler(L"modMobileAdminXML.GenerateFTPXML", ComPtr<IXMLDOMDocument>());
 }

@@ -4,26 +4,12 @@
 #include "common/Registry.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "mobile/AdminXml.h"
 #include "mobile/frmFTP.h"
 #include "mobile/modMobileAdminXML.h"
 #include "mobile/modverification.h"
 
 using Microsoft::WRL::ComPtr;
-
-namespace {
-
-constexpr auto kTransportKey =
-    L"/MOBILECONFIGURATIONROOT/MOBILECONFIGURATION[@KeyName='SENDERRECEIVER']//KEY[@KeyName='Transport']";
-
-/// Stores the value of a setting; one that the document lacks stays as it is.
-void ReadSetting(IXMLDOMNode* document, const wchar_t* name, std::wstring& value) {
-    ComPtr<IXMLDOMNode> node;
-    const std::wstring path = std::wstring(kTransportKey) + L"/SETTING[@KeyName='" + name + L"']/@KeyValue";
-    com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
-    if (node) value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
-}
-
-}  // namespace
 
 ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
     *this = FtpAdministration();
@@ -69,9 +55,9 @@ void FtpAdministration::ReadRegistry() {
 }
 
 void FtpAdministration::ParseXML(IXMLDOMNode* document) {
-    ReadSetting(document, AdminXml::kFTPEnterpriseToField, m_enterpriseToField);
-    ReadSetting(document, AdminXml::kFTPFieldToEnterprise, m_fieldToEnterprise);
-    ReadSetting(document, AdminXml::kFTPServer, m_server);
-    ReadSetting(document, AdminXml::kFTPUser, m_user);
-    ReadSetting(document, AdminXml::kFTPPassword, m_password);
+    AdminXml::ReadSetting(document, AdminXml::kFTPEnterpriseToField, m_enterpriseToField);
+    AdminXml::ReadSetting(document, AdminXml::kFTPFieldToEnterprise, m_fieldToEnterprise);
+    AdminXml::ReadSetting(document, AdminXml::kFTPServer, m_server);
+    AdminXml::ReadSetting(document, AdminXml::kFTPUser, m_user);
+    AdminXml::ReadSetting(document, AdminXml::kFTPPassword, m_password);
 }
