@@ -15,9 +15,8 @@ public:
     /// A folder or setting of the enterprise's or of the field's side. Throws a failure, also before Open.
     std::wstring FolderPath(bool enterprise, const wchar_t* kind) const;
 
-    /// Throws before Open.
+private:
     IZNMobileFolders* Get() const;
 
-private:
     Microsoft::WRL::ComPtr<IZNMobileFolders> m_locator;
 };

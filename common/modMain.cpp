@@ -224,11 +224,10 @@ std::wstring OptionOrSetting(const std::wstring& Name, IZNRegistry* Store) {
         .Text();
 }
 
-std::wstring OptionOrSetting(const std::wstring& Name, IZNMobileFolders* Store, const std::wstring& Key,
+std::wstring OptionOrSetting(const std::wstring& Name, const FolderLocator& Store, const std::wstring& Key,
                              bool Flag) {
     if (const auto option = CommandLineOption(Name)) return *option;
-    const VARIANT_BOOL otherSide = Flag ? VARIANT_FALSE : VARIANT_TRUE;
-    return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, Store, otherSide, com::Bstr(Key).Get());
+    return Store.FolderPath(!Flag, Key.c_str());
 }
 
 bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) try {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "com/Text.h"
+#include "common/FolderLocator.h"
 #include "znFramework.h"
 
 /// Runs the library's start-up in the calling apartment unless it ran already. Throws when it fails.
@@ -39,8 +40,9 @@ com::Variant CategoryCollection(ZNCategoryCode code);
 
 /// A command-line option of the host wins over the stored setting of the same name.
 std::wstring OptionOrSetting(const std::wstring& Name, IZNRegistry* Store);
-/// Form for login values: the setting is asked of the side opposite to Flag.
-std::wstring OptionOrSetting(const std::wstring& Name, IZNMobileFolders* Store, const std::wstring& Key,
+/// Form for login values: the setting is asked of the side opposite to Flag. Without an option, throws before
+/// Store is open.
+std::wstring OptionOrSetting(const std::wstring& Name, const FolderLocator& Store, const std::wstring& Key,
                              bool Flag);
 
 /// Runs a command line and waits for its end; the program's own success is not asked. A command that

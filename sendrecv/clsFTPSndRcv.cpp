@@ -73,7 +73,7 @@ void clsFTPSndRcv::ProcessParameters() try {
 
 void clsFTPSndRcv::ReadMissingSettings() {
     const auto login = [&](const wchar_t* name) {
-        return OptionOrSetting(name, m_folderLocator.Get(), name, !m_bMobile);
+        return OptionOrSetting(name, m_folderLocator, name, !m_bMobile);
     };
     const auto folder = [](const wchar_t* name) { return OptionOrSetting(name, OpenTransportKey()); };
     FtpLogin& values = m_connection.login;

@@ -115,17 +115,16 @@ TEST_F(FolderServices, OptionsOfTheCommandLineWinOverStoredSettings) {
     framework.folders[L"F/FTPServer"] = L"field";
     IZNRegistry* const registry = ZNRegObject();
     registry->Open(0, 13, com::Bstr(L"Transport").Get());
-    Microsoft::WRL::ComPtr<IZNMobileFolders> folders;
-    CoCreateInstance(__uuidof(ZNMobileFolders), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&folders));
-    folders->put_ApplicationName(com::Bstr(L"App").Get());
+    FolderLocator folders;
+    folders.Open(L"App");
     EXPECT_EQ(OptionOrSetting(L"FTPServer", registry), L"stored");
     EXPECT_EQ(OptionOrSetting(L"missing", registry), L"");
-    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders.Get(), L"FTPServer", true), L"field");
-    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders.Get(), L"FTPServer", false), L"enterprise");
+    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders, L"FTPServer", true), L"field");
+    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders, L"FTPServer", false), L"enterprise");
 
     ThisApartment().commandLine->Parse(std::wstring_view(L"/FTPServer=typed"));
     EXPECT_EQ(OptionOrSetting(L"FTPServer", registry), L"typed");
-    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders.Get(), L"FTPServer", true), L"typed");
+    EXPECT_EQ(OptionOrSetting(L"FTPServer", folders, L"FTPServer", true), L"typed");
     EXPECT_EQ(OptionOrSetting(L"ftpserver", registry), L"") << "letter case matters";
 }
 

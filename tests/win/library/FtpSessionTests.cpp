@@ -3,6 +3,7 @@
 
 #include "cipher/FtpPassword.h"
 #include "com/Collections.h"
+#include "common/Apartment.h"
 #include "tests/win/library/FtpTest.h"
 
 using Microsoft::WRL::ComPtr;
@@ -133,6 +134,15 @@ TEST_F(FtpSettingsTest, MissingValuesAreReadOnceBeforeTheFirstConnection) {
     Disconnect();
     Init({{L"FTPUser", L""}});
     EXPECT_FALSE(Connect()) << "a value that was cleared is not read again";
+}
+
+TEST_F(FtpSettingsTest, OptionsNeedNoApplicationName) {
+    ThisApartment().commandLine = com::Make<clsCmdLine>();
+    ThisApartment().commandLine->Parse(std::wstring_view(L"/FTPServer=typed /FTPUser=joe"));
+    Init({{L"FTPPassword", L"secret"}});
+    EXPECT_TRUE(Connect());
+    EXPECT_EQ(Reported(), L"");
+    EXPECT_THAT(Calls(), EndsWith("Connect typed 0 joe secret 1 0|"));
 }
 
 class FtpAdministrationTest : public FtpTest {
