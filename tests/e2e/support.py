@@ -70,18 +70,29 @@ def temporary_folders():
 def start(*arguments, program=None, **options):
     program = program or BIN / "znhost.exe"
     # By its Unix path the runner sees which loader the program needs; signals then reach the program itself.
-    return subprocess.Popen([str(WINE), str(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
-                            **{"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options})
+    # No pipes: Wine's desktop process, which the first program with a window brings up, inherits the error output
+    # and lives on, so that a pipe would not end with the program.
+    outputs = {stream: tempfile.TemporaryFile() for stream in ("stdout", "stderr")}
+    process = subprocess.Popen([str(WINE), str(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
+                               **{**outputs, **options})
+    process.outputs = outputs
+    return process
+
+
+def text_of(file):
+    with file:
+        file.seek(0)
+        return file.read().decode()
 
 
 def finish(process, timeout=TIMEOUT):
     try:
-        output, errors = process.communicate(timeout=timeout)
+        process.wait(timeout)
     except subprocess.TimeoutExpired:
         process.kill()
-        process.communicate()
+        process.wait()
         raise
-    return Outcome(process.returncode, output.decode(), errors.decode())
+    return Outcome(process.returncode, *(text_of(file) for file in process.outputs.values()))
 
 
 def run(*arguments, program=None, timeout=TIMEOUT, **options):
@@ -185,7 +196,7 @@ class HostTest(unittest.TestCase):
     def start_run(self, side):
         """A run in the background; it ends with the test at the latest."""
         process = start("run", windows(side.settings))
-        self.addCleanup(process.communicate)
+        self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         return process
 

@@ -128,7 +128,7 @@ class StopTest(HostTest):
             process = self.start_run(self.field)
             wait_until(lambda: self.arrived() >= 20)
             process.kill()
-            process.communicate()
+            process.wait()
             if not files_below(self.field.send):
                 return False
             self.assert_nothing_lost()
