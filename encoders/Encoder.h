@@ -6,16 +6,11 @@
 
 #include <string>
 
-#include "com/Object.h"
-#include "com/Return.h"
-#include "common/modMain.h"
-#include "common/modZNStartup.h"
-#include "znTransporter.h"
+#include "common/Component.h"
 
 /// DefaultInterface: the dual interface that scripts reach the encoder by.
 template <class DefaultInterface>
-class Encoder : public com::Object<com::Dual<DefaultInterface>, IZNEncoder, IZNEncoder2,
-                                   IZNMobileAdminProperties, IZNRegInCat> {
+class Encoder : public Component<DefaultInterface, IZNEncoder, IZNEncoder2> {
 public:
     // IZNEncoder
     STDMETHODIMP
@@ -67,10 +62,6 @@ public:
     }
     // IZNMobileAdminProperties
     STDMETHODIMP
-    get_Name(BSTR* Value) final {
-        return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
-    }
-    STDMETHODIMP
     get_HasProperties(VARIANT_BOOL* Value) final {
         return com::Return(Value, [] { return false; });
     }
@@ -82,17 +73,12 @@ public:
     Execute(LONG, IUnknown** Result) final {
         return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
     }
-    // IZNRegInCat
-    STDMETHODIMP
-    get_CategoriesToReg(VARIANT* Value) final {
-        return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
-    }
 
 protected:
     /// className: for error sources. nameEntry: the start-up service's entry with the display name.
     Encoder(std::wstring className, LONG nameEntry, std::wstring outExtension)
-        : m_sOutExtension(std::move(outExtension)),
-          m_className(std::move(className)),
+        : Base(std::move(className), ZN_CATEGORY_ENCODER),
+          m_sOutExtension(std::move(outExtension)),
           m_nameEntry(nameEntry) {}
 
     virtual bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
@@ -103,14 +89,12 @@ protected:
     virtual void IZNEncoder2_PropSet(IZNPropertySet* Settings) = 0;
     virtual void IZNEncoder2_ApplicationName(const std::wstring& Name) { m_sApplicationName = Name; }
 
-    /// "<class>.cls.<member>"
-    std::wstring Source(const wchar_t* member) const { return m_className + L".cls." + member; }
-
     std::wstring m_sInExtension = L".mdb";
     std::wstring m_sOutExtension;
     std::wstring m_sApplicationName;
 
 private:
+    using Base = Component<DefaultInterface, IZNEncoder, IZNEncoder2>;
     using Member = bool (Encoder::*)(const std::wstring&, const std::wstring&, const std::wstring&,
                                      std::wstring&);
 
@@ -125,15 +109,7 @@ private:
             return done;
         });
     }
-    std::wstring IZNMobileAdminProperties_Name() try { return StartupEntry(m_nameEntry); } catch (...) {
-        return StandardHandler(Source(L"IZNMobileAdminProperties_Name"), std::wstring());
-    }
-    com::Variant IZNRegInCat_CategoriesToReg() try {
-        return CategoryCollection(ZN_CATEGORY_ENCODER);
-    } catch (...) {
-        return StandardHandler(Source(L"IZNRegInCat_CategoriesToReg"), com::Variant());
-    }
+    std::wstring DisplayName() final { return StartupEntry(m_nameEntry); }
 
-    const std::wstring m_className;
     const LONG m_nameEntry;
 };

@@ -7,19 +7,14 @@
 
 #include <string>
 
-#include "com/Object.h"
-#include "com/Return.h"
+#include "common/Component.h"
 #include "common/FolderLocator.h"
 #include "common/PropertySet.h"
-#include "common/modMain.h"
-#include "common/modZNStartup.h"
-#include "znTransporter.h"
 
 /// DefaultInterface: the dual interface that scripts reach the sender/receiver by. Others: interfaces that
 /// not every sender/receiver has.
 template <class DefaultInterface, class... Others>
-class SenderReceiver : public com::Object<com::Dual<DefaultInterface>, IZNSenderReceiver, IZNSenderReceiver2,
-                                          IZNMobileAdminProperties, IZNRegInCat, Others...> {
+class SenderReceiver : public Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...> {
 public:
     // IZNSenderReceiver
     STDMETHODIMP
@@ -74,20 +69,11 @@ public:
     put_ApplicationName(BSTR Value) final {
         return com::Call([&] { IZNSenderReceiver2_ApplicationName(com::Text(Value)); });
     }
-    // IZNMobileAdminProperties
-    STDMETHODIMP
-    get_Name(BSTR* Value) final {
-        return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
-    }
-    // IZNRegInCat
-    STDMETHODIMP
-    get_CategoriesToReg(VARIANT* Value) final {
-        return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
-    }
 
 protected:
     /// className: for error sources.
-    explicit SenderReceiver(std::wstring className) : m_className(std::move(className)) {}
+    explicit SenderReceiver(std::wstring className)
+        : Base(std::move(className), ZN_CATEGORY_SENDER_RECEIVER) {}
 
     /// One setting of Init; names that nobody knows are ignored.
     virtual void TakeSetting(const std::wstring& name, const com::Variant& value) {
@@ -98,8 +84,6 @@ protected:
     virtual bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) = 0;
     virtual Microsoft::WRL::ComPtr<IZNPropertySet> IZNSenderReceiver2_PropSet() = 0;
     virtual void IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) = 0;
-    /// For administration tools. Throws a failure.
-    virtual std::wstring DisplayName() = 0;
 
     bool SupressMsg = false;
     std::wstring m_sLocalSendFolder;
@@ -110,26 +94,20 @@ protected:
     FolderLocator m_folderLocator;
 
 private:
+    using Base = Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...>;
+
     bool IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
         for (const auto& [name, value] : AllProperties(Settings))
             TakeSetting(name, value);
         return true;
     } catch (...) {
-        return StandardHandler(Source(L"IZNSenderReceiver_Init"), false);
+        return StandardHandler(this->Source(L"IZNSenderReceiver_Init"), false);
     }
     void IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
         m_sApplicationName = Name;
         m_folderLocator.Open(Name);
     } catch (...) {
-        ReportCurrentError(Source(L"IZNSenderReceiver2_ApplicationName"));
-    }
-    std::wstring IZNMobileAdminProperties_Name() try { return DisplayName(); } catch (...) {
-        return StandardHandler(Source(L"IZNMobileAdminProperties_Name"), std::wstring());
-    }
-    com::Variant IZNRegInCat_CategoriesToReg() try {
-        return CategoryCollection(ZN_CATEGORY_SENDER_RECEIVER);
-    } catch (...) {
-        return StandardHandler(Source(L"IZNRegInCat_CategoriesToReg"), com::Variant());
+        ReportCurrentError(this->Source(L"IZNSenderReceiver2_ApplicationName"));
     }
 
     /// A folder that cannot be read and written is reported, and stored all the same.
@@ -137,12 +115,8 @@ private:
         folder = value;
         CheckReadWriteDelete(value, SupressMsg);
     } catch (...) {
-        ReportCurrentError(Source(member));
+        ReportCurrentError(this->Source(member));
     }
 
-    /// "<class>.cls.<member>"
-    std::wstring Source(const wchar_t* member) const { return m_className + L".cls." + member; }
-
-    const std::wstring m_className;
     std::wstring m_sApplicationName;
 };
