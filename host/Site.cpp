@@ -31,11 +31,7 @@ void Take(const FtpSite& site, Settings& settings) {
 FtpSite ReadDocument(IUnknown* document, FtpSite site) {
     ComPtr<IXMLDOMNode> root;
     com::Check(document->QueryInterface(IID_IXMLDOMNode, &root), L"administration document");
-    AdminXml::ReadSetting(root.Get(), AdminXml::kFTPServer, site.server);
-    AdminXml::ReadSetting(root.Get(), AdminXml::kFTPUser, site.user);
-    AdminXml::ReadSetting(root.Get(), AdminXml::kFTPPassword, site.password);
-    AdminXml::ReadSetting(root.Get(), AdminXml::kFTPEnterpriseToField, site.enterpriseToField);
-    AdminXml::ReadSetting(root.Get(), AdminXml::kFTPFieldToEnterprise, site.fieldToEnterprise);
+    AdminXml::ReadSettings(root.Get(), site);
     return site;
 }
 

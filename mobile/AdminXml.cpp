@@ -1,5 +1,9 @@
 #include "mobile/AdminXml.h"
 
+#include <array>
+#include <string>
+#include <utility>
+
 #include "com/Return.h"
 #include "com/XmlDocument.h"
 
@@ -8,6 +12,34 @@ using Microsoft::WRL::ComPtr;
 namespace AdminXml {
 
 namespace {
+
+// Elements, from the outermost to the innermost.
+constexpr auto kRoot = L"MOBILECONFIGURATIONROOT";
+constexpr auto kConfiguration = L"MOBILECONFIGURATION";
+constexpr auto kHive = L"HKEY";
+constexpr auto kBaseKey = L"BASEKEY";
+constexpr auto kKey = L"KEY";
+constexpr auto kSetting = L"SETTING";
+
+// Attributes.
+constexpr auto kKeyName = L"KeyName";
+constexpr auto kKeyValue = L"KeyValue";
+
+// Key names of the configuration and of the registry path.
+constexpr auto kSenderReceiver = L"SENDERRECEIVER";
+constexpr auto kLocalMachine = L"ZN_LOCAL_MACHINE";
+constexpr auto kMobile = L"znMobile";
+constexpr auto kTransport = L"Transport";
+
+/// The settings by their key names. Readers match the last one as it is, which differs from the registry
+/// value's name in one letter.
+constexpr std::array<std::pair<const wchar_t*, std::wstring FtpSite::*>, 5> kSettings = {{
+    {L"FTPServer", &FtpSite::server},
+    {L"FTPUser", &FtpSite::user},
+    {L"FTPPassword", &FtpSite::password},
+    {L"FTPEnterpriseToField", &FtpSite::enterpriseToField},
+    {L"FTPFieldtoEnterprise", &FtpSite::fieldToEnterprise},
+}};
 
 /// An element with its key name, appended to its parent.
 ComPtr<IXMLDOMElement> AppendKey(IXMLDOMDocument* document, IXMLDOMNode* parent, const std::wstring& name,
@@ -29,15 +61,10 @@ ComPtr<IXMLDOMElement> AppendTransportKey(IXMLDOMDocument* document) {
 }
 
 void AppendSettings(IXMLDOMDocument* document, IXMLDOMNode* key, const FtpSite& settings) {
-    const auto append = [&](const wchar_t* name, const std::wstring& value) {
+    for (const auto& [name, value] : kSettings) {
         const auto setting = AppendKey(document, key, kSetting, name);
-        com::SetAttribute(setting.Get(), kKeyValue, value);
-    };
-    append(kFTPServer, settings.server);
-    append(kFTPUser, settings.user);
-    append(kFTPPassword, settings.password);
-    append(kFTPEnterpriseToField, settings.enterpriseToField);
-    append(kFTPFieldToEnterprise, settings.fieldToEnterprise);
+        com::SetAttribute(setting.Get(), kKeyValue, settings.*value);
+    }
 }
 
 /// Matches an element with a key name.
@@ -54,13 +81,15 @@ ComPtr<IXMLDOMDocument> NewDocument(const FtpSite* settings) {
     return document;
 }
 
-void ReadSetting(IXMLDOMNode* document, const wchar_t* name, std::wstring& value) {
-    const std::wstring path = std::wstring(L"/") + kRoot + L"/" + Keyed(kConfiguration, kSenderReceiver) +
-                              L"//" + Keyed(kKey, kTransport) + L"/" + Keyed(kSetting, name) + L"/@" +
-                              kKeyValue;
-    ComPtr<IXMLDOMNode> node;
-    com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
-    if (node) value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
+void ReadSettings(IXMLDOMNode* document, FtpSite& settings) {
+    const std::wstring key = std::wstring(L"/") + kRoot + L"/" + Keyed(kConfiguration, kSenderReceiver) +
+                             L"//" + Keyed(kKey, kTransport) + L"/";
+    for (const auto& [name, value] : kSettings) {
+        const std::wstring path = key + Keyed(kSetting, name) + L"/@" + kKeyValue;
+        ComPtr<IXMLDOMNode> node;
+        com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
+        if (node) settings.*value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
+    }
 }
 
 }  // namespace AdminXml

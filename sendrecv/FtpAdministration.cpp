@@ -17,16 +17,16 @@ ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
     if (context) {
         ComPtr<IXMLDOMNode> document;
         com::Check(context->QueryInterface(IID_IXMLDOMNode, &document), L"administration document");
-        ParseXML(document.Get());
+        AdminXml::ReadSettings(document.Get(), m_site);
     } else {
         ReadRegistry();
     }
     // The settings alone are checked: asking the tool's user, or a server, is the dialog's business.
-    if (!modverification::VerifyFTPSite(m_server, m_user, m_password, m_enterpriseToField,
-                                        m_fieldToEnterprise, false, false))
+    if (!modverification::VerifyFTPSite(m_site.server, m_site.user, m_site.password, m_site.enterpriseToField,
+                                        m_site.fieldToEnterprise, false, false))
         return {};
-    const auto document =
-        GenerateFTPXML(sides, m_enterpriseToField, m_fieldToEnterprise, m_server, m_user, m_password);
+    const auto document = GenerateFTPXML(sides, m_site.enterpriseToField, m_site.fieldToEnterprise,
+                                         m_site.server, m_site.user, m_site.password);
     ComPtr<IXMLDOMElement> element;
     if (document) com::Check(document->get_documentElement(&element), L"administration document");
     return element;
@@ -39,25 +39,18 @@ ComPtr<IUnknown> FtpAdministration::Execute(LONG sides) {
         return {};
     }
     frmFTP dialog;
-    dialog.Execute(sides, m_enterpriseToField, m_fieldToEnterprise, m_server, m_user, m_password);
+    dialog.Execute(sides, m_site.enterpriseToField, m_site.fieldToEnterprise, m_site.server, m_site.user,
+                   m_site.password);
     ComPtr<IXMLDOMDocument> document = dialog.GetXML();
-    if (document) ParseXML(document.Get());
+    if (document) AdminXml::ReadSettings(document.Get(), m_site);
     return document;
 }
 
 void FtpAdministration::ReadRegistry() {
     IZNRegistry* const registry = OpenTransportKey();
-    m_enterpriseToField = ReadText(registry, L"FTPEnterpriseToField");
-    m_fieldToEnterprise = ReadText(registry, L"FTPFieldtoEnterprise");
-    m_server = ReadText(registry, L"FTPServer");
-    m_user = ReadText(registry, L"FTPUser");
-    m_password = ReadText(registry, L"FTPPassword");
-}
-
-void FtpAdministration::ParseXML(IXMLDOMNode* document) {
-    AdminXml::ReadSetting(document, AdminXml::kFTPEnterpriseToField, m_enterpriseToField);
-    AdminXml::ReadSetting(document, AdminXml::kFTPFieldToEnterprise, m_fieldToEnterprise);
-    AdminXml::ReadSetting(document, AdminXml::kFTPServer, m_server);
-    AdminXml::ReadSetting(document, AdminXml::kFTPUser, m_user);
-    AdminXml::ReadSetting(document, AdminXml::kFTPPassword, m_password);
+    m_site.enterpriseToField = ReadText(registry, L"FTPEnterpriseToField");
+    m_site.fieldToEnterprise = ReadText(registry, L"FTPFieldtoEnterprise");
+    m_site.server = ReadText(registry, L"FTPServer");
+    m_site.user = ReadText(registry, L"FTPUser");
+    m_site.password = ReadText(registry, L"FTPPassword");
 }

@@ -4,7 +4,7 @@
 #include <msxml2.h>
 #include <wrl/client.h>
 
-#include <string>
+#include "mobile/FtpSite.h"
 
 class FtpAdministration {
 public:
@@ -16,12 +16,7 @@ public:
 
 private:
     void ReadRegistry();
-    void ParseXML(IXMLDOMNode* document);
 
     bool m_initialized = false;
-    std::wstring m_server;
-    std::wstring m_user;
-    std::wstring m_password;  ///< enciphered, as stored
-    std::wstring m_enterpriseToField;
-    std::wstring m_fieldToEnterprise;
+    FtpSite m_site;  ///< the password enciphered, as stored
 };
