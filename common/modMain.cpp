@@ -263,14 +263,11 @@ bool CommonDecode(std::wstring& OutputFile, bool SupressMsg, const std::wstring&
             OutputFile);
     if (!FileSystem::FileExists(OutputFile))
         return FailDecode(L"Decoding failed for output file " + OutputFile, OutputFile);
-    if (FileSystem::FileSize(OutputFile) == 0) {
-        ReportDecode(
+    if (FileSystem::FileSize(OutputFile) == 0)
+        return FailDecode(
             L"Output file " + OutputFile +
                 L" is zero length. Check that the decoder input files are compatible with each other.",
-            ZN_EVENTLOG_ERROR_TYPE);
-        RestoreOutput(OutputFile, BackupOf(OutputFile));
-        return false;
-    }
+            OutputFile);
     if (FileSystem::FileExists(BackupOf(OutputFile))) FileSystem::DeleteFile(BackupOf(OutputFile));
     return true;
 } catch (...) {
