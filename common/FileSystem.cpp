@@ -53,22 +53,24 @@ bool LeavesPartialCopy(DWORD error) {
 }
 
 /// No handle when the file cannot be opened; GetLastError tells why.
-FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+Handle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
     const HANDLE file = CreateFileW(Extended(path).c_str(), access, sharing, nullptr, disposition,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
-    return FileHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
-/// Windows neither deletes nor replaces a read-only file: the attribute is lifted for the action, and comes
-/// back when that fails. Returns the action's error.
+/// Windows neither deletes nor replaces a read-only file: where that fails, the attribute is lifted for a
+/// second try, and comes back when that fails, too. Returns the action's error.
 template <class Action>
 DWORD WithoutReadOnly(const std::wstring& file, Action action) {
-    const DWORD attributes = GetFileAttributesW(file.c_str());
-    const bool readOnly = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
-    if (readOnly) SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
     if (action()) return ERROR_SUCCESS;
-    const DWORD error = GetLastError();
-    if (readOnly) SetFileAttributesW(file.c_str(), attributes);
+    DWORD error = GetLastError();
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_READONLY)) return error;
+    SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    if (action()) return ERROR_SUCCESS;
+    error = GetLastError();
+    SetFileAttributesW(file.c_str(), attributes);
     return error;
 }
 
@@ -235,8 +237,8 @@ void WriteBlock::Check() const {
     if (!m_file) com::ThrowWin32(m_error, m_path);
 }
 
-FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
-    FileHandle file = TryOpen(path, access, sharing, disposition);
+Handle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    Handle file = TryOpen(path, access, sharing, disposition);
     if (!file) com::ThrowWin32(GetLastError(), path);
     return file;
 }
@@ -249,7 +251,7 @@ void Write(HANDLE file, const std::wstring& path, std::string_view text) {
 }
 
 void Append(const std::wstring& path, std::string_view text) {
-    const FileHandle file = Open(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
+    const Handle file = Open(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS);
     Write(file.get(), path, text);
 }
 

@@ -28,10 +28,9 @@ struct HandleCloser {
     void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
 };
 using Handle = std::unique_ptr<HANDLE, HandleCloser>;
-using FileHandle = Handle;
 
 /// As CreateFile. sharing: what others may do to the file meanwhile.
-FileHandle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
+Handle Open(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition);
 
 struct FileEntry {
     std::wstring name;
@@ -78,7 +77,7 @@ public:
 
 private:
     std::wstring m_path;
-    FileHandle m_file;
+    Handle m_file;
     DWORD m_error;  ///< why there is no handle
 };
 
@@ -115,7 +114,7 @@ private:
     TextFile(const std::wstring& path, DWORD access, DWORD disposition);
 
     std::wstring m_path;
-    FileHandle m_file;
+    Handle m_file;
 };
 
 }  // namespace FileSystem

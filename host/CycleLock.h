@@ -12,5 +12,5 @@ public:
     explicit CycleLock(const std::wstring& settingsFile);
 
 private:
-    FileSystem::FileHandle m_file;
+    FileSystem::Handle m_file;
 };

@@ -36,7 +36,7 @@ void WritePage(HANDLE file, const std::string& page, const std::wstring& path) {
 }
 
 void WriteDatabase(const std::wstring& path, std::uint64_t pages, unsigned seed) {
-    const Files::FileHandle file = Files::Open(path, GENERIC_WRITE, CREATE_NEW);
+    const Files::Handle file = Files::Open(path, GENERIC_WRITE, CREATE_NEW);
     std::mt19937 random(seed);
     for (std::uint64_t number = 0; number < pages; ++number)
         WritePage(file.get(), MakePage(number, random), path);
@@ -78,7 +78,7 @@ std::vector<std::wstring> WriteFtpDemoPackets(const std::wstring& outbox, unsign
 void ChangeDatabase(const std::wstring& path, unsigned seed) {
     constexpr std::uint64_t kStep = 100;
     const std::uint64_t pages = Files::Size(path) / kPageSize;
-    const Files::FileHandle file = Files::Open(path, GENERIC_WRITE, OPEN_EXISTING);
+    const Files::Handle file = Files::Open(path, GENERIC_WRITE, OPEN_EXISTING);
     std::mt19937 random(seed);
     for (std::uint64_t number = random() % kStep; number < pages; number += kStep) {
         LARGE_INTEGER position;

@@ -121,12 +121,12 @@ void DeleteTree(const std::wstring& folder) {
     RemoveFolder(folder);
 }
 
-FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition) {
+Handle Open(const std::wstring& path, DWORD access, DWORD disposition) {
     return FileSystem::Open(path, access, FILE_SHARE_READ | FILE_SHARE_WRITE, disposition);
 }
 
 std::string Read(const std::wstring& path) {
-    const FileHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
+    const Handle file = Open(path, GENERIC_READ, OPEN_EXISTING);
     std::string content(static_cast<size_t>(FileSystem::FileSize(path)), '\0');
     DWORD length = 0;
     if (!ReadFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &length, nullptr))
@@ -136,7 +136,7 @@ std::string Read(const std::wstring& path) {
 }
 
 void WriteNew(const std::wstring& path, std::string_view content) {
-    const FileHandle file = Open(path, GENERIC_WRITE, CREATE_NEW);
+    const Handle file = Open(path, GENERIC_WRITE, CREATE_NEW);
     FileSystem::Write(file.get(), path, content);
 }
 

@@ -50,10 +50,10 @@ using FileSystem::MoveReplacing;
 void Delete(const std::wstring& path);
 void DeleteTree(const std::wstring& folder);
 
-using FileSystem::FileHandle;
+using FileSystem::Handle;
 
 /// As CreateFile; others may read and write the file meanwhile.
-FileHandle Open(const std::wstring& path, DWORD access, DWORD disposition);
+Handle Open(const std::wstring& path, DWORD access, DWORD disposition);
 std::string Read(const std::wstring& path);
 /// Fails when the file exists.
 void WriteNew(const std::wstring& path, std::string_view content);

@@ -55,7 +55,7 @@ std::wstring Hexadecimal(const std::array<BYTE, 32>& bytes) {
 }  // namespace
 
 std::wstring Sha256(const std::wstring& path) {
-    const Files::FileHandle file = Files::Open(path, GENERIC_READ, OPEN_EXISTING);
+    const Files::Handle file = Files::Open(path, GENERIC_READ, OPEN_EXISTING);
     Hash hash;
     std::vector<BYTE> buffer(1 << 20);
     for (;;) {

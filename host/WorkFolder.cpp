@@ -13,7 +13,7 @@ constexpr const wchar_t* kVariable = L"TEMP";
 constexpr std::wstring_view kPrefix = L"znhost-work-";
 
 bool Runs(DWORD processId) {
-    const FileSystem::FileHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+    const FileSystem::Handle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
     return process || GetLastError() == ERROR_ACCESS_DENIED;
 }
 
