@@ -27,22 +27,28 @@ build-%: setup
 	@[[ -f build/$*/build.ninja ]] || cmake --preset $* >build/configure-$*.log || { cat build/configure-$*.log; false; }
 	@cmake --build build/$*
 
-demo: build-win$(BITS)
+# What runs here is known only after the set-up, too late for a list of prerequisites.
+BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
+
+demo: setup
+	@$(BUILD_RUNNABLE)
 	@$(WARM) tools/demo $(BITS)
 
 test: all check-format
 	@$(WARM) tools/test
 	@tools/screenshots $(BITS)
 
-screenshots: build-win$(BITS)
+screenshots: setup
+	@$(BUILD_RUNNABLE)
 	@tools/screenshots $(BITS)
 
 fuzz: export FUZZ_SECONDS ?= 300
 fuzz: build-fuzz
 	@ctest --test-dir build/fuzz --output-on-failure -j 2
 
-bench: build-native build-win$(BITS)
-	@$(WARM) tests/bench/run $(BITS)
+bench: build-native
+	@$(BUILD_RUNNABLE)
+	@$(WARM) bench/run $(BITS)
 
 format: setup
 	@$(SOURCES) | xargs -0 clang-format -i

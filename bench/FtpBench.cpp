@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "common/modWinInet.h"
-#include "tests/bench/Bench.h"
+#include "bench/Bench.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/bench/Bench.h"
+#include "bench/Bench.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 

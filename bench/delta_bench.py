@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tests/bench/delta_bench.py BITS [MEGABYTES]: xDelta.exe against xdelta3 and xdelta over the same database-like files.
+"""bench/delta_bench.py BITS [MEGABYTES]: xDelta.exe against xdelta3 and xdelta over the same database-like files.
 
 Prints the best of three runs each, then xDelta.exe alone on files of four times the size: its memory must not
 grow with them. The data is the same on every machine. "tools/wine-server run" keeps Wine warm for it.
@@ -103,7 +103,7 @@ def main():
             report("delta" + name, Run([*ours, "delta", *map(windows, (first, second, output))], output))
             report("patch" + name, Run([*ours, "patch", *map(windows, (output, first, restored))], restored))
             if not filecmp.cmp(second, restored, shallow=False):
-                sys.exit("tests/bench/delta_bench.py: the restored file differs")
+                sys.exit("bench/delta_bench.py: the restored file differs")
 
 
 if __name__ == "__main__":

@@ -9,7 +9,7 @@ import subprocess
 import sys
 import time
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+ROOT = pathlib.Path(__file__).resolve().parent.parent
 MB = 1 << 20
 PAGE = 4096
 ROUNDS = 3
@@ -68,7 +68,7 @@ class Run:
         self.seconds = time.monotonic() - start
         process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode not in good or not output.exists():
-            sys.exit(f"tests/bench: {' '.join(map(str, command))} failed with {process.returncode}")
+            sys.exit(f"bench: {' '.join(map(str, command))} failed with {process.returncode}")
         self.processor = usage.ru_utime + usage.ru_stime  # seconds
         self.memory = usage.ru_maxrss / 1024  # MB
         self.size = output.stat().st_size  # bytes
