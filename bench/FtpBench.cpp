@@ -4,8 +4,8 @@
 #include <fstream>
 #include <functional>
 
-#include "common/modWinInet.h"
 #include "bench/Bench.h"
+#include "common/modWinInet.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
