@@ -23,27 +23,48 @@ namespace {
 
 struct Load {
     const char* name;
-    int files;
+    int folders;
+    int filesPerFolder;
     std::uint64_t bytesPerFile;
     int rounds;
+
+    int Files() const { return folders * filesPerFolder; }
+    /// One folder is the top folder itself; more are its sub-folders.
+    std::wstring Folder(const std::wstring& top, int number) const {
+        return folders == 1 ? top : top + L"\\" + std::to_wstring(number);
+    }
 };
 
-std::vector<std::wstring> Names(const std::wstring& folder) {
-    std::vector<std::wstring> names;
+struct Names {
+    std::vector<std::wstring> files;
+    std::vector<std::wstring> folders;
+};
+
+Names List(const std::wstring& folder) {
+    Names names;
     WIN32_FIND_DATAW found;
     const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &found);
     do {
-        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) names.emplace_back(found.cFileName);
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+            names.files.emplace_back(found.cFileName);
+        else if (found.cFileName[0] != L'.')
+            names.folders.emplace_back(found.cFileName);
     } while (FindNextFileW(find, &found));
     FindClose(find);
     return names;
 }
 
 void BareLoop(const std::wstring& from, const std::wstring& to) {
-    for (const std::wstring& name : Names(from)) {
+    const Names names = List(from);
+    for (const std::wstring& name : names.files) {
         const std::wstring source = from + L"\\" + name;
         if (!CopyFileW(source.c_str(), (to + L"\\" + name).c_str(), FALSE)) Fail("CopyFileW");
         if (!DeleteFileW(source.c_str())) Fail("DeleteFileW");
+    }
+    for (const std::wstring& name : names.folders) {
+        const std::wstring target = to + L"\\" + name;
+        if (!CreateDirectoryW(target.c_str(), nullptr)) Fail("CreateDirectoryW");
+        BareLoop(from + L"\\" + name, target);
     }
 }
 
@@ -85,11 +106,16 @@ double OneRun(const Load& load, const Contender& contender) {
     const tests::TempFolder temp;
     const std::wstring from = temp.Folder(L"from");
     const std::wstring to = temp.Folder(L"to");
-    bench::WriteFiles(from, load.files, load.bytesPerFile);
+    for (int folder = 0; folder < load.folders; ++folder) {
+        CreateDirectoryW(load.Folder(from, folder).c_str(), nullptr);
+        bench::WriteFiles(load.Folder(from, folder), load.filesPerFolder, load.bytesPerFile);
+    }
     const Stopwatch watch;
     contender(from, to);
     const double seconds = watch.Seconds();
-    if (Names(to).size() != static_cast<size_t>(load.files)) Fail("files are missing at the destination");
+    for (int folder = 0; folder < load.folders; ++folder)
+        if (List(load.Folder(to, folder)).files.size() != static_cast<size_t>(load.filesPerFolder))
+            Fail("files are missing at the destination");
     return seconds;
 }
 
@@ -107,7 +133,7 @@ void Compare(const FolderCopy& library) {
     std::printf("%-22s %10s %10s %10s %8s %8s\n", "load", "library s", "bare s", "xcopy s", "/ bare",
                 "/ xcopy");
     for (const Load& load :
-         {Load{"2,000 files of 64 KB", 2000, 64 << 10, 7}, Load{"1 file of 1 GB", 1, 1ull << 30, 5}}) {
+         {Load{"2,000 files of 64 KB", 1, 2000, 64 << 10, 7}, Load{"1 file of 1 GB", 1, 1, 1ull << 30, 5}}) {
         const auto best = Race(load, {move, &BareLoop, &Xcopy});
         std::printf("%-22s %10.3f %10.3f %10.3f %8.2f %8.2f\n", load.name, best[0], best[1], best[2],
                     best[0] / best[1], best[0] / best[2]);
@@ -115,14 +141,17 @@ void Compare(const FolderCopy& library) {
     }
 }
 
+/// Wine searches a whole folder for a name that is not there yet, so that only folders of one size compare.
 void Scale(const FolderCopy& library) {
     const Contender move = [&](const auto& from, const auto& to) { library.Move(from, to); };
     std::printf("\n%-22s %14s %14s\n", "files of 1 KB", "library us/file", "bare us/file");
-    for (const Load& load : {Load{"100", 100, 1 << 10, 20}, Load{"1,000", 1000, 1 << 10, 7},
-                             Load{"20,000", 20000, 1 << 10, 3}}) {
+    for (const Load& load :
+         {Load{"100", 1, 100, 1 << 10, 20}, Load{"1,000 in 10 folders", 10, 100, 1 << 10, 7},
+          Load{"20,000 in 200 folders", 200, 100, 1 << 10, 3},
+          Load{"1,000 in one folder", 1, 1000, 1 << 10, 7}}) {
         const auto best = Race(load, {move, &BareLoop});
-        std::printf("%-22s %14.1f %14.1f\n", load.name, best[0] * 1e6 / load.files,
-                    best[1] * 1e6 / load.files);
+        std::printf("%-22s %14.1f %14.1f\n", load.name, best[0] * 1e6 / load.Files(),
+                    best[1] * 1e6 / load.Files());
         std::fflush(stdout);
     }
 }

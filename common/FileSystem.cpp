@@ -43,7 +43,8 @@ void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
 
 constexpr LONG kDiskQuotaExceeded = 1295;  // not in every version of the headers
 
-/// Failures that can only come once data flows: the destination then holds a part of the source.
+/// Failures that come once data flows, in a source that could be opened: the destination then holds a part of
+/// it.
 bool LeavesPartialCopy(DWORD error) {
     constexpr std::array kErrors = {
         ERROR_DISK_FULL,     ERROR_HANDLE_DISK_FULL, ERROR_WRITE_FAULT,     ERROR_READ_FAULT,
@@ -59,15 +60,18 @@ Handle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disp
     return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
-/// Windows neither deletes nor replaces a read-only file: where that fails, the attribute is lifted for a
-/// second try, and comes back when that fails, too. Returns the action's error.
+/// Windows neither deletes nor replaces a read-only file, and copies over no hidden one: where that fails,
+/// these attributes are lifted for a second try, and come back when that fails, too. Returns the action's
+/// error.
 template <class Action>
-DWORD WithoutReadOnly(const std::wstring& file, Action action) {
+DWORD WithoutProtection(const std::wstring& file, Action action) {
+    constexpr DWORD kProtection = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
     if (action()) return ERROR_SUCCESS;
     DWORD error = GetLastError();
+    if (error != ERROR_ACCESS_DENIED) return error;
     const DWORD attributes = GetFileAttributesW(file.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_READONLY)) return error;
-    SetFileAttributesW(file.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & kProtection)) return error;
+    SetFileAttributesW(file.c_str(), attributes & ~kProtection);
     if (action()) return ERROR_SUCCESS;
     error = GetLastError();
     SetFileAttributesW(file.c_str(), attributes);
@@ -76,12 +80,12 @@ DWORD WithoutReadOnly(const std::wstring& file, Action action) {
 
 DWORD DeleteEvenReadOnly(const std::wstring& path) {
     const std::wstring file = Extended(path);
-    return WithoutReadOnly(file, [&] { return DeleteFileW(file.c_str()); });
+    return WithoutProtection(file, [&] { return DeleteFileW(file.c_str()); });
 }
 
 DWORD Replace(const std::wstring& source, const std::wstring& destination) {
     const std::wstring target = Extended(destination);
-    return WithoutReadOnly(target, [&] {
+    return WithoutProtection(target, [&] {
         return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
     });
 }
@@ -92,15 +96,23 @@ DWORD Replace(const std::wstring& source, const std::wstring& destination) {
 
 enum class Existing { Overwrite, Fail };
 
+DWORD Copy(const std::wstring& source, const std::wstring& destination, Existing existing) {
+    const std::wstring from = Extended(source);
+    const std::wstring to = Extended(destination);
+    const auto copy = [&] { return CopyFileW(from.c_str(), to.c_str(), existing == Existing::Fail); };
+    if (existing == Existing::Overwrite) return WithoutProtection(to, copy);
+    return copy() ? ERROR_SUCCESS : GetLastError();
+}
+
+/// size: the source's in bytes, as far as is known; it may be of a moment ago.
 void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
                   Existing existing) {
-    if (!CopyFileW(Extended(source).c_str(), Extended(destination).c_str(), existing == Existing::Fail)) {
-        const DWORD error = GetLastError();
-        if (LeavesPartialCopy(error)) DeleteEvenReadOnly(destination);
-        ThrowTransfer(error, source, destination);
-    }
+    const DWORD error = Copy(source, destination, existing);
+    if (LeavesPartialCopy(error)) DeleteEvenReadOnly(destination);
+    if (error != ERROR_SUCCESS) ThrowTransfer(error, source, destination);
     // A read error in the middle of a copy is not reported by every redirector.
     const std::uint64_t copied = FileSize(destination);
+    if (copied != size) size = FileSize(source);
     if (copied == size) return;
     DeleteEvenReadOnly(destination);
     throw com::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
@@ -165,15 +177,14 @@ std::optional<FileVersion> VersionOf(const std::wstring& path) {
                        Wide(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
 }
 
-Listing List(const std::wstring& folder) {
-    Listing listing;
+void List(const std::wstring& folder, Listing& listing) {
     WIN32_FIND_DATAW found;
     const HANDLE first = FindFirstFileExW(Extended(Path::Join(folder, L"*")).c_str(), FindExInfoBasic, &found,
                                           FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
     if (first == INVALID_HANDLE_VALUE) {
         const DWORD error = GetLastError();
         // The root of an empty volume has not even "." and "..".
-        if (error == ERROR_FILE_NOT_FOUND && FolderExists(folder)) return listing;
+        if (error == ERROR_FILE_NOT_FOUND && FolderExists(folder)) return;
         com::ThrowWin32(error, folder);
     }
     const FindHandle find(first);
@@ -181,6 +192,11 @@ Listing List(const std::wstring& folder) {
         Append(listing, found);
     } while (FindNextFileW(find.get(), &found));
     if (GetLastError() != ERROR_NO_MORE_FILES) com::ThrowWin32(GetLastError(), folder);
+}
+
+Listing List(const std::wstring& folder) {
+    Listing listing;
+    List(folder, listing);
     return listing;
 }
 
@@ -232,6 +248,12 @@ WriteBlock::WriteBlock(const std::wstring& path)
     : m_path(path),
       m_file(TryOpen(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING)),
       m_error(m_file ? ERROR_SUCCESS : GetLastError()) {}
+
+bool WriteBlock::SomebodyWrites() const {
+    return m_error == ERROR_SHARING_VIOLATION &&
+           TryOpen(m_path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                   OPEN_EXISTING);
+}
 
 void WriteBlock::Check() const {
     if (!m_file) com::ThrowWin32(m_error, m_path);

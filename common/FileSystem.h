@@ -57,6 +57,8 @@ std::uint64_t FileSize(const std::wstring& path);
 /// Nothing when there is no such file.
 std::optional<FileVersion> VersionOf(const std::wstring& path);
 Listing List(const std::wstring& folder);
+/// Adds to a listing, which after a failure holds what was enumerated until then.
+void List(const std::wstring& folder, Listing& listing);
 
 void CreateFolder(const std::wstring& path);
 
@@ -70,8 +72,10 @@ void CopyFile(const std::wstring& source, const std::wstring& destination,
 class WriteBlock {
 public:
     explicit WriteBlock(const std::wstring& path);
-    /// False when somebody was writing to the file already, so that it is not blocked.
+    /// False when somebody was writing to the file already, or it cannot be read.
     bool Holds() const noexcept { return m_file != nullptr; }
+    /// Whether it does not hold because of a writer who lets others read what is written so far.
+    bool SomebodyWrites() const;
     /// Throws when it does not hold.
     void Check() const;
 

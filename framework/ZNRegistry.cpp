@@ -140,6 +140,9 @@ ZNRegistry::Write(BSTR Name, VARIANT Value) {
         const std::wstring name = com::Text(Name);
         const com::Variant value(Value);
         LSTATUS status = WriteValue(m_hive, Path(), name, value);
+        // Read would go on finding an older value of the user's.
+        if (status == ERROR_SUCCESS && m_hive != HKEY_CURRENT_USER)
+            RegDeleteKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str());
         if (status == ERROR_ACCESS_DENIED) status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
         if (status != ERROR_SUCCESS) com::ThrowWin32(static_cast<DWORD>(status), m_path + L"\\" + name);
     });

@@ -26,6 +26,11 @@ struct Attempt {
     std::wstring reason;
 };
 
+/// The top folder to which the transport copies received packets, in whose place no packet may arrive.
+bool IsBackupFolder(const std::wstring& subFolder) {
+    return com::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
+}
+
 class Cycle {
 public:
     Cycle(Session& session, const Settings& settings) : m_session(session), m_settings(settings) {}
@@ -124,6 +129,12 @@ void Cycle::AddOutbox() {
 
 void Cycle::AddFile(const Files::Entry& file) {
     const std::wstring path = Files::Join(m_settings.outbox, file.Relative());
+    if (IsBackupFolder(file.subFolder))
+        return ReportOut(file, PacketState::NotAdded,
+                         L"the receive folder keeps backups in the sub-folder Backup; use another name");
+    if (PacketOf(m_settings, file.name) != file.name)
+        return ReportOut(file, PacketState::NotAdded,
+                         L"the extension is that of an encoded packet; use another name");
     if (file.size == 0 && IsEncoded(m_settings, file.name))
         return ReportOut(file, PacketState::NotAdded, L"it is empty, and encoded packets must not be");
     // A version that somebody saves after this one was added would leave the outbox without being sent.
@@ -147,8 +158,10 @@ void Cycle::Transfer() {
     const Attempt transfer = Try([&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });
-    m_result.transferred = transfer.done;
-    m_result.transferReason = transfer.reason;
+    // For the transport a cancelled login is no failure.
+    const bool cancelled = transfer.done && m_session.LoginCancelled();
+    m_result.transferred = transfer.done && !cancelled;
+    m_result.transferReason = cancelled ? L"the login was cancelled" : transfer.reason;
 }
 
 void Cycle::ReportSending(const std::vector<Files::Entry>& waiting) {
@@ -272,10 +285,7 @@ std::vector<Files::Entry> FilesToSend(Session& session, const Settings& settings
 }
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
-    const auto isBackup = [](const std::wstring& subFolder) {
-        return com::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
-    };
     std::vector<std::wstring> subFolders = Files::SubFolders(settings.receive);
-    std::erase_if(subFolders, isBackup);
+    std::erase_if(subFolders, IsBackupFolder);
     return subFolders;
 }

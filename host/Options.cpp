@@ -129,8 +129,11 @@ void Parser::AddCommands() {
         "config",
         "Show the mobile configuration that the registry holds for the application of the settings.",
         Command::Config);
-    AddForSettings("verify", "Test the FTP server: both folders take, give back and delete a test file.",
-                   Command::Verify);
+    AddForSettings(
+        "verify",
+        "Test the FTP server: both folders, which lie directly in the folder of the login, take, give "
+        "back and delete a test file.",
+        Command::Verify);
     AddForSettings("settings", "Edit the FTP settings in a dialog.", Command::Settings);
     CLI::App& demo =
         Add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",

@@ -54,12 +54,14 @@ Session::Session(const Settings& settings) {
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
 }
 
-/// Every encoder decodes what comes in, where its program is there; only the chosen one also encodes.
+/// Every encoder decodes what comes in; only the chosen one also encodes. One whose program is missing takes
+/// no settings but its extension: what it should decode is then reported and stays.
 template <class Class>
 void Session::AddEncoder(const wchar_t* component, const Settings& settings,
                          const EncoderSettings& encoderSettings, bool encodes,
                          const wchar_t* decodingProgram) {
-    if (!encodes && !Files::FileExists(Files::Join(encoderSettings.programFolder, decodingProgram))) return;
+    const bool works =
+        encodes || Files::FileExists(Files::Join(encoderSettings.programFolder, decodingProgram));
     const auto encoder = CreateComponent<Class, IZNEncoder>(component);
     const auto configurable = As<IZNEncoder2>(encoder);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
@@ -67,7 +69,10 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
     for (const auto& [name, value] : encoderSettings.properties)
         properties.With(name.c_str(), value);
     properties.With(L"MOBILE", Mobile(settings));
-    com::Check(configurable->putref_PropSet(properties.Get()), component);
+    if (works)
+        com::Check(configurable->putref_PropSet(properties.Get()), component);
+    else
+        com::Check(encoder->put_OutExtension(com::Bstr(encoderSettings.outExtension).Get()));
     if (!encodes) com::Check(encoder->put_InExtension(nullptr));
     com::Check(m_transporter->putref_Encoder(encoder.Get()));
 }
@@ -105,6 +110,10 @@ bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {
 
 bool Session::SendReceive(IUnknown* progress) {
     return com::Get<bool>(&IZNTransporter::SendReceive, m_transporter.Get(), com::Bstr(L"").Get(), progress);
+}
+
+bool Session::LoginCancelled() {
+    return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, m_senderReceiver.Get());
 }
 
 std::vector<std::wstring> Session::FilesToSend(const std::wstring& subFolder) {

@@ -24,6 +24,8 @@ public:
     /// True when the packet waits in the send folder.
     bool Add(const std::wstring& path, const std::wstring& subFolder);
     bool SendReceive(IUnknown* progress);
+    /// Whether the user cancelled the login of the last SendReceive.
+    bool LoginCancelled();
     /// Paths of the files that wait in a sub-folder of the send folder.
     std::vector<std::wstring> FilesToSend(const std::wstring& subFolder);
     /// Starts the list of received files of a sub-folder anew and returns their number.

@@ -76,6 +76,7 @@ private:
     bool IsLocal(const SettingsKey& key) const;
     void CheckValue(const SettingsKey& key, const std::wstring& value);
     void CheckExtensions();
+    std::wstring Comparable(const SettingsKey& key) const;
     void CheckApart();
     EncoderKind Encoder() const;
     EncoderSettings EncoderSection(const wchar_t* section, const wchar_t* folderKey) const;
@@ -200,11 +201,16 @@ void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
         refuse(L"the path holds a character that no path may hold");
 }
 
-/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
+/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels. What is
+/// decoded becomes an .mdb or .xml file.
 void Reader::CheckExtensions() {
     const SettingsKey* const keys[] = {
         FindSettingsKey(L"zip", L"in_extension"), FindSettingsKey(L"xdelta", L"in_extension"),
         FindSettingsKey(L"zip", L"out_extension"), FindSettingsKey(L"xdelta", L"out_extension")};
+    for (const SettingsKey* in : {keys[0], keys[1]})
+        if (!com::EqualsIgnoringCase(m_values[in], L".mdb") &&
+            !com::EqualsIgnoringCase(m_values[in], L".xml"))
+            Complain(in->Title() + L" = " + m_values[in] + L": only .mdb and .xml packets can be encoded");
     for (const SettingsKey* out : {keys[2], keys[3]})
         for (const SettingsKey* other : keys) {
             if (other == out) break;
@@ -214,17 +220,22 @@ void Reader::CheckExtensions() {
         }
 }
 
-std::wstring WithSeparator(std::wstring folder) {
-    if (!folder.ends_with(L'\\')) folder += L'\\';
+std::wstring WithSeparator(std::wstring folder, wchar_t separator) {
+    if (!folder.ends_with(separator)) folder += separator;
     return folder;
+}
+
+/// In a form in which a folder begins with the path of every folder that it lies in.
+std::wstring Reader::Comparable(const SettingsKey& key) const {
+    const std::wstring& path = m_values.at(&key);
+    return IsLocal(key) ? com::Upper(WithSeparator(path, L'\\')) : WithSeparator(path, L'/');
 }
 
 /// A folder inside another one, or named twice, would send packets in a circle.
 void Reader::CheckApart() {
     std::vector<std::pair<const SettingsKey*, std::wstring>> folders;
     for (const SettingsKey& key : SettingsKeys())
-        if (HoldsPackets(key.kind) && IsLocal(key) && !m_values[&key].empty())
-            folders.emplace_back(&key, com::Upper(WithSeparator(m_values[&key])));
+        if (HoldsPackets(key.kind) && !m_values[&key].empty()) folders.emplace_back(&key, Comparable(key));
     for (const auto& [outerKey, outer] : folders)
         for (const auto& [innerKey, inner] : folders)
             if (outerKey != innerKey && inner.starts_with(outer) && (inner != outer || outerKey < innerKey))
@@ -328,5 +339,11 @@ void WriteFtpSettings(const Settings& settings, const std::wstring& file) {
     const std::wstring written = file + L".new";
     if (Files::FileExists(written)) Files::Delete(written);
     Files::WriteNew(written, text);
-    Files::MoveReplacing(written, file);
+    try {
+        ReadSettings(written);
+        Files::MoveReplacing(written, file);
+    } catch (...) {
+        Files::Delete(written);
+        throw;
+    }
 }

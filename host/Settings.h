@@ -68,5 +68,5 @@ void CheckPrograms(const Settings& settings, const std::wstring& file);
 void CheckLogFile(const Settings& settings, const std::wstring& file);
 
 /// Writes the FTP server, its login and the remote folders into the file, the password enciphered; comments
-/// and other keys stay. Throws com::Error.
+/// and other keys stay. Throws com::Error, and SettingsError when the file could not be read again.
 void WriteFtpSettings(const Settings& settings, const std::wstring& file);

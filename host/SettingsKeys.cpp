@@ -99,7 +99,9 @@ std::span<const SettingsKey> SettingsKeys() {
          {},
          L"",
          L"; Remote folder that takes what this side sends: a share, a removable disk, or with\n"
-         L"; transport = ftp a path on the server, written with \"/\".\n"
+         L"; transport = ftp a path on the server, written with \"/\". The test of the server (znhost "
+         L"verify)\n"
+         L"; takes only folders without \"/\", which lie directly in the folder of the login.\n"
          L"; It is the other side's remote_receive."},
         {L"folders",
          L"remote_receive",
@@ -129,7 +131,7 @@ std::span<const SettingsKey> SettingsKeys() {
          ValueKind::Extension,
          {},
          L".mdb",
-         L"; Extension of the packets that are compressed. Default: .mdb"},
+         L"; Extension of the packets that are compressed: .mdb or .xml. Default: .mdb"},
         {L"zip",
          L"out_extension",
          Presence::Optional,
@@ -164,7 +166,7 @@ std::span<const SettingsKey> SettingsKeys() {
          ValueKind::Extension,
          {},
          L".mdb",
-         L"; Extension of the packets that travel as a difference. Default: .mdb"},
+         L"; Extension of the packets that travel as a difference: .mdb or .xml. Default: .mdb"},
         {L"xdelta",
          L"out_extension",
          Presence::Optional,

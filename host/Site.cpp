@@ -3,6 +3,7 @@
 #include "cipher/FtpPassword.h"
 #include "com/Error.h"
 #include "common/Console.h"
+#include "host/Cycle.h"
 #include "host/ExitCode.h"
 #include "mobile/AdminXml.h"
 
@@ -54,7 +55,8 @@ int EditSite(Session& session, Settings settings, const std::wstring& file) {
     const FtpSite edited = document ? ReadDocument(document.Get(), site) : site;
     // Old values that are applied look like a cancelled dialog; neither leaves a plain password in the file.
     if (edited == site && !settings.fileTellsPassword) {
-        Console::Line(L"The settings stay as they were.");
+        Console::Line(L"The settings stay as they were. If no dialog came up, " + LogReference(settings) +
+                      L".");
         return kAllDelivered;
     }
     Take(edited, settings);

@@ -115,7 +115,8 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
 }
 
 /// A cancelled move counts as done for MoveFiles; only the second look at Cancelled tells it apart.
-bool clsXCOPYSndRcv::Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
+/// from, to: copies, because the host may set other folders while its messages are processed.
+bool clsXCOPYSndRcv::Transfer(const std::wstring& source, std::wstring from, std::wstring to,
                               const Progress& progress) {
     if (!MoveFiles(from, to, progress)) {
         const std::wstring text =
@@ -152,19 +153,26 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
             return true;
         }
     }
-    for (const std::wstring& folder : listing.folders)
+    for (const std::wstring& folder : listing.folders) {
         MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+        if (progress.Cancelled()) break;
+    }
     return true;
 } catch (...) {
     return StandardHandler(L"clsXCOPYSndRcv.cls.MoveFiles", false);
 }
 
-/// A source that cannot be deleted stays beside its copy; the next cycle moves it again.
+/// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
+/// still writes is not even copied: half a packet must not travel.
 void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
                                  const std::wstring& destination, const Progress& progress) const {
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(file);
-    FileSystem::CopyFile(file, destination, size);
+    const bool beingWritten = block.SomebodyWrites();
+    if (!beingWritten) {
+        block.Check();
+        FileSystem::CopyFile(file, destination, size);
+    }
     try {
         block.Check();
         FileSystem::DeleteFile(file);

@@ -81,19 +81,22 @@ bool clsTransporter::ChooseEncoder(ExtensionMember extensionOf, const std::wstri
     return false;
 }
 
-void clsTransporter::InitFileList(FileList& List, const std::wstring& Folder) try {
+void clsTransporter::InitFileList(FileList& List, const std::wstring& Folder) {
+    FileSystem::Listing found;
+    try {
+        if (FileSystem::FolderExists(Folder)) FileSystem::List(Folder, found);
+    } catch (...) {
+        const std::wstring description = com::CurrentFailure().description;
+        Report(std::wstring(L"clsTransporter.cls.InitFileList")
+                   .append(kCrLf)
+                   .append(description)
+                   .append(kCrLf)
+                   .append(L"Folder: ")
+                   .append(Folder));
+    }
     List.files.clear();
-    if (!FileSystem::FolderExists(Folder)) return;
-    for (const auto& file : FileSystem::List(Folder).files)
+    for (const auto& file : found.files)
         List.files.push_back(Path::Join(Folder, file.name));
-} catch (...) {
-    const std::wstring description = com::CurrentFailure().description;
-    Report(std::wstring(L"clsTransporter.cls.InitFileList")
-               .append(kCrLf)
-               .append(description)
-               .append(kCrLf)
-               .append(L"Folder: ")
-               .append(Folder));
 }
 
 // --- Sending ----------------------------------------------------------------------------------------

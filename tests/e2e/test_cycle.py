@@ -82,6 +82,16 @@ class CycleTest(HostTest):
         self.assertEqual(outcome.packets, {("in", "sub/Backup/a.mdb"): "delivered"})
         self.assertEqual(backup.read_bytes(), b"backup")
 
+    def test_names_that_belong_to_the_transport_are_not_added(self):
+        self.field.change("encoder", "zip")
+        for name in ("Backup/a.mdb", "BACKUP/deep/b.mdb", "c.mdb.AFZ", "d.mdb~Base.axd"):
+            self.put(self.field, name)
+        self.put(self.field, "sub/Backup/c.mdb")
+        outcome = self.assert_run(self.field, 1)
+        self.assertEqual(outcome.output.count("use another name"), 4, outcome)
+        self.assertEqual(outcome.packets.pop(("out", "sub/Backup/c.mdb")), "sent")
+        self.assertEqual(len(files_below(self.field.outbox)), 4)
+
     def test_list_shows_what_waits_and_moves_nothing(self):
         (self.field.outbox / "sub").mkdir()
         (self.field.outbox / "sub" / "new.mdb").write_bytes(b"1" * 1500)

@@ -166,6 +166,17 @@ class DifferenceTest(EncoderCase):
         self.assert_run(self.enterprise, 0)
         self.assert_delivered()
 
+    def test_without_the_program_a_difference_is_not_delivered_as_a_packet(self):
+        self.put(self.field, "a.mdb", self.base + b"more")
+        self.assert_run(self.field, 0)
+        self.enterprise.change("encoder", "none")
+        self.enterprise.change("xdelta_util_location", windows(self.scratch))
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.packets, {("in", "a.mdb"): "not delivered"})
+        self.enterprise.change("xdelta_util_location", "")
+        self.assert_run(self.enterprise, 0)
+        self.assert_delivered()
+
     def test_without_a_reference_nothing_leaves_the_outbox(self):
         self.put(self.field, "a.mdb")
         self.field.reference.unlink()

@@ -49,6 +49,10 @@ class Transfers:
         self.assert_run(self.enterprise, 0, timeout=600)
         self.assert_delivered()
 
+    def test_a_large_file(self):
+        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 200)
+        self.assert_next_cycle_delivers()
+
     def test_a_folder_that_only_the_server_may_write(self):
         self.put(self.field, "a.mdb")
         self.remote_folder(self.to_enterprise).chmod(0o555)
@@ -90,10 +94,6 @@ class PureFtpdTest(Transfers, FtpHostTest):
 
 class InterruptionTest(FtpHostTest):
     """What is the same with every server."""
-
-    def test_a_large_file(self):
-        self.put(self.field, "large.mdb", os.urandom(1 << 20) * 200)
-        self.assert_next_cycle_delivers()
 
     def killed_while(self, condition, side):
         """Kills the server once the condition holds during a side's run; False when the run was faster."""
@@ -188,12 +188,18 @@ class SiteTest(FtpHostTest):
         self.assertEqual([files_below(folder) for folder in folders], [{}, {}])
         for key, value, text in (("remote_send", "new", "A folder cannot be created on the server:"),
                                  ("password", "wrong", "The login to the FTP server failed."),
-                                 ("server", "no-such-host.invalid", "The name of the server cannot be resolved."),
-                                 ("remote_send", "to-field", "must not be the same")):
+                                 ("server", "no-such-host.invalid", "The name of the server cannot be resolved.")):
             self.field.change(key, value)
             outcome = self.verify()
             self.assertIn(text, outcome.errors)
             self.assertEqual(outcome.code, 1)
+
+    def test_remote_folders_that_hold_each_other_would_send_packets_in_a_circle(self):
+        for send, receive in (("packets/up", "packets"), ("/", "/down"), ("same", "same/")):
+            self.field.change("remote_send", send)
+            self.field.change("remote_receive", receive)
+            outcome = self.assert_run(self.field, 2)
+            self.assertIn("must not be or lie in that of", outcome.errors)
 
     def test_a_shared_folder_is_no_site(self):
         self.field.change("transport", "folder")

@@ -27,6 +27,10 @@ BAD_SETTINGS = {
     "absent outbox": (("outbox = field\\outbox", "outbox = nowhere"), ["[folders] outbox", "no such folder"]),
     "long extension": (("out_extension = .afz", "out_extension = .zipx"),
                        ["[zip] out_extension = .zipx", "a dot and three"]),
+    "packets that cannot be encoded": (
+        ("in_extension = .mdb\n\n; Extension that differences get; the same on both sides. Default: .axd",
+         "in_extension = .dat"),
+        ["[xdelta] in_extension = .dat", ".xml"]),
     "one extension for both": (("out_extension = .axd", "out_extension = .AFZ"),
                                ["[xdelta] out_extension = .AFZ", "[zip] out_extension"]),
     "extension that stays": (("out_extension = .afz", "out_extension = .mdb"),

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cwctype>
+
 #include "cipher/FtpPassword.h"
 
 namespace {
@@ -10,6 +13,9 @@ TEST(FtpPassword, ComesBackFromBothStoredForms) {
         EXPECT_TRUE(FtpPassword::IsEnciphered(digits));
         EXPECT_EQ(digits.find(password), std::wstring::npos);
         EXPECT_EQ(FtpPassword::Decipher(digits), password);
+        std::wstring small = digits;
+        std::ranges::transform(small, small.begin(), [](wchar_t digit) { return std::towlower(digit); });
+        EXPECT_EQ(FtpPassword::Decipher(small), password);
         const std::wstring bytes = FtpPassword::EncipherBytes(password);
         EXPECT_EQ(bytes.size() * 4, digits.size());
         EXPECT_FALSE(FtpPassword::IsEnciphered(bytes));

@@ -63,15 +63,6 @@ TEST_P(ObjectRules, IdentityIsOneAndStable) {
     EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 }
 
-TEST_P(ObjectRules, AggregationIsRefused) {
-    const auto outer = Create<IUnknown>(L"znSystem.ZNPropertySet");
-    auto* object = Poison<void*>();
-    EXPECT_EQ(CoCreateInstance(ClassId(GetParam().progId), outer.Get(), CLSCTX_INPROC_SERVER, IID_IUnknown,
-                               &object),
-              CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(object, nullptr);
-}
-
 const FrameworkClass kClasses[] = {
     {"EventLog", L"znSystem.ZNEventLog", __uuidof(IZNEventLog)},
     {"Startup", L"znSystem.ZNStartup", __uuidof(IZNStartup)},
@@ -87,26 +78,6 @@ const FrameworkClass kClasses[] = {
 
 INSTANTIATE_TEST_SUITE_P(Framework, ObjectRules, testing::ValuesIn(kClasses),
                          [](const auto& tested) { return tested.param.name; });
-
-TEST_F(ObjectTest, ResultsNeedAPlace) {
-    const VARIANT none{};
-    EXPECT_EQ(Create<IZNStartup>(L"znSystem.ZNStartup")->Entry(145, none, nullptr), E_POINTER);
-    EXPECT_EQ(Create<IZNBrandingResources>(L"znFramework.ZNBrandingResources")->Text(none, nullptr),
-              E_POINTER);
-    EXPECT_EQ(Create<IZNApplicationContext>(L"znFramework.ZNApplicationContext")->get_UserInterface(nullptr),
-              E_POINTER);
-    EXPECT_EQ(Create<IZNLocale>(L"znFramework.ZNLocale")->get_RightToLeftReading(nullptr), E_POINTER);
-    EXPECT_EQ(Create<IZNCategory>(L"znFramework.ZNCategory")->CategoryId(134, nullptr), E_POINTER);
-    EXPECT_EQ(Create<IZNMobileFolders>(L"znFramework.ZNMobileFolders")->FolderPath(0, nullptr, nullptr),
-              E_POINTER);
-    const auto registry = Create<IZNRegistry>(L"znSystem.ZNRegistry");
-    EXPECT_EQ(registry->Read(nullptr, none, nullptr), E_POINTER);
-    const auto set = Create<IZNPropertySet>(L"znSystem.ZNPropertySet");
-    com::Variant values;
-    EXPECT_EQ(set->GetProperty(nullptr, nullptr), E_POINTER);
-    EXPECT_EQ(set->GetAllProperties(nullptr, values.Put()), E_POINTER);
-    EXPECT_EQ(set->GetAllProperties(values.Put(), nullptr), E_POINTER);
-}
 
 TEST_F(ObjectTest, AFailureEmptiesItsResultAndSaysWhy) {
     const auto expectFailure = [](HRESULT result, HRESULT expected, const std::wstring& word) {

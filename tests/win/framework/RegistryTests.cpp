@@ -142,6 +142,14 @@ TEST_F(RegistryTest, WithoutTheRightToWriteTheValueIsTheUsers) {
     EXPECT_EQ(Read(L"Text").Text(), L"machine");
 }
 
+TEST_F(RegistryTest, ANewValueOfTheMachineReplacesAnOlderOneOfTheUser) {
+    StoreText(HKEY_CURRENT_USER, L"Text", L"older");
+    StoreText(HKEY_CURRENT_USER, L"Other", L"the user's");
+    EXPECT_EQ(Write(L"Text", com::Variant(L"newer")), S_OK);
+    EXPECT_EQ(Read(L"Text").Text(), L"newer");
+    EXPECT_EQ(Read(L"Other").Text(), L"the user's");
+}
+
 TEST_F(RegistryTest, ProductsHaveKeysOfTheirOwn) {
     const std::wstring folder = L"D:\\bin";
     RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znFramework", L"ZNBinDir", REG_SZ, folder.c_str(), 14);

@@ -87,24 +87,5 @@ TEST_F(CmdLine, EnumeratorsKeepTheirSnapshot) {
     EXPECT_EQ(all->Skip(ownOptions + 3), S_OK);
 }
 
-TEST_F(CmdLine, AnswersByName) {
-    ComPtr<IDispatch> object;
-    ASSERT_EQ(parser.As(&object), S_OK);
-    UINT count = 0;
-    EXPECT_EQ(object->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1u);
-    ComPtr<ITypeInfo> info;
-    EXPECT_EQ(object->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
-    EXPECT_EQ(object->GetTypeInfo(0, 0, &info), S_OK);
-    wchar_t name[] = L"parse";
-    LPOLESTR names[] = {name};
-    DISPID id = 0;
-    ASSERT_EQ(object->GetIDsOfNames(IID_NULL, names, 1, 0, &id), S_OK);
-    com::Variant text(L"/by=name");
-    DISPPARAMS parameter{const_cast<VARIANT*>(&text.Get()), nullptr, 1, 0};
-    EXPECT_EQ(object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &parameter, nullptr, nullptr, nullptr), S_OK);
-    EXPECT_EQ(com::Get<std::wstring>(&_Dictionary::get_Item, options.Get(), com::Bstr(L"by").Get()), L"name");
-}
-
 }  // namespace
 }  // namespace tests

@@ -133,14 +133,6 @@ protected:
     std::wstring result;
 };
 
-TEST_F(DecodeTest, ANewOutputNeedsNoBackup) {
-    ChildWrites(L"new.mdb", L"decoded");
-    EXPECT_TRUE(Decode(L"new.mdb"));
-    EXPECT_EQ(temp.Content(L"new.mdb"), "decoded");
-    EXPECT_THAT(Outputs(), ElementsAre(L"new.mdb"));
-    EXPECT_THAT(framework.log, IsEmpty());
-}
-
 TEST_F(DecodeTest, OutputsAreNamedMdbOrXml) {
     const std::pair<const wchar_t*, const wchar_t*> names[] = {
         {L"a.xMl", L"a.xMl"}, {L"data.zip", L"data.zip.MDB"}, {L"plain", L"plain.MDB"}, {L"b", L"b.MDB"}};
