@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """End-to-end tests: znhost.exe with its libraries, on real folders.
 
-Use: python3 tests/e2e/run.py BINDIR [-k TEXT] [-v]
-BINDIR holds znhost.exe and the libraries. -k runs the tests whose name contains TEXT.
+Use: python3 tests/e2e/run.py BINDIR [-k TEXT]... [-x TEXT]... [-v]
+BINDIR holds znhost.exe and the libraries. -k runs the tests whose name contains one of the texts, -x all others.
 A Wine server that stays up makes the tests much faster: tools/wine-server run python3 tests/e2e/run.py ...
 """
 import argparse
@@ -43,16 +43,27 @@ class Result(unittest.TextTestResult):
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("bindir", type=pathlib.Path, help="folder of znhost.exe and the libraries")
-    parser.add_argument("-k", metavar="TEXT", help="run the tests whose name contains TEXT")
+    parser.add_argument("-k", metavar="TEXT", action="append", help="run the tests whose name contains TEXT")
+    parser.add_argument("-x", metavar="TEXT", action="append", default=[],
+                        help="leave out the tests whose name contains TEXT")
     parser.add_argument("-v", action="store_true", help="name each test")
     return parser.parse_args()
 
 
-def load_tests(text):
+def tests_in(suite):
+    for item in suite:
+        if isinstance(item, unittest.TestSuite):
+            yield from tests_in(item)
+        else:
+            yield item
+
+
+def load_tests(wanted, unwanted):
     loader = unittest.TestLoader()
-    if text:
-        loader.testNamePatterns = [f"*{text}*"]
-    return loader.discover(str(HERE), "test_*.py", top_level_dir=str(HERE))
+    if wanted:
+        loader.testNamePatterns = [f"*{text}*" for text in wanted]
+    tests = tests_in(loader.discover(str(HERE), "test_*.py", top_level_dir=str(HERE)))
+    return unittest.TestSuite(test for test in tests if not any(text in test.id() for text in unwanted))
 
 
 def main():
@@ -61,7 +72,7 @@ def main():
     if not (support.BIN / "znhost.exe").is_file():
         sys.exit(f"run.py: there is no znhost.exe in {support.BIN}")
     runner = unittest.TextTestRunner(resultclass=Result, verbosity=2 if arguments.v else 1)
-    result = runner.run(load_tests(arguments.k))
+    result = runner.run(load_tests(arguments.k, arguments.x))
     print(f"{result.passed} passed, {result.failed} failed, {len(result.skipped)} skipped", flush=True)
     if result.testsRun == 0:
         sys.exit("run.py: no test ran")

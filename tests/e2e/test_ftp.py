@@ -44,7 +44,7 @@ class Transfers:
     def test_many_small_files(self):
         # Each sent file is looked up by a listing, and Wine reads listings byte by byte: small folders.
         for number in range(500):
-            self.put(self.field, f"F{number % 50}/{number}.mdb", os.urandom(1000))
+            self.put(self.field, f"F{number % 125}/{number}.mdb", os.urandom(1000))
         self.assert_run(self.field, 0, timeout=600)
         self.assert_run(self.enterprise, 0, timeout=600)
         self.assert_delivered()

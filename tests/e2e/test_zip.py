@@ -110,7 +110,8 @@ class ZipWritesTest(ZipTest):
         os.truncate(path, 2 << 30)
         process = support.start("-9", "-jo", windows(self.archive), windows(path), program=support.BIN / "Zip.exe")
         unfinished = self.archive.with_name(self.archive.name + ".unfinished")
-        support.wait_until(unfinished.exists)
+        # Content: a file that has just been made would stay.
+        support.wait_until(lambda: unfinished.exists() and unfinished.stat().st_size > 0)
         process.kill()
         support.finish(process)
         support.wait_until(lambda: not unfinished.exists())
