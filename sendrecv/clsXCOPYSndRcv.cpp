@@ -89,7 +89,10 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) try {
         com::EqualsIgnoringCase(m_sLocalSendFolder, m_sRemoteSendFolder))
         return true;
     progress.StatusText(L"Moving packets from local folder");
-    return Transfer(std::wstring(kSource), m_sLocalSendFolder, m_sRemoteSendFolder, progress);
+    // The host may set other folders while its messages are processed.
+    const std::wstring from = m_sLocalSendFolder;
+    const std::wstring to = m_sRemoteSendFolder;
+    return Transfer(std::wstring(kSource), from, to, progress);
 } catch (...) {
     return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send", false);
 }
@@ -115,8 +118,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
 }
 
 /// A cancelled move counts as done for MoveFiles; only the second look at Cancelled tells it apart.
-/// from, to: copies, because the host may set other folders while its messages are processed.
-bool clsXCOPYSndRcv::Transfer(const std::wstring& source, std::wstring from, std::wstring to,
+bool clsXCOPYSndRcv::Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
                               const Progress& progress) {
     if (!MoveFiles(from, to, progress)) {
         const std::wstring text =

@@ -41,7 +41,8 @@ private:
     Microsoft::WRL::ComPtr<IZNPropertySet> IZNSenderReceiver2_PropSet() override;
     std::wstring DisplayName() override;
 
-    bool Transfer(const std::wstring& source, std::wstring from, std::wstring to, const Progress& progress);
+    bool Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
+                  const Progress& progress);
     bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, const Progress& progress);
     bool PrepareFolders(const std::wstring& source, const std::wstring& destination) const;
     void MoveOneFile(const std::wstring& file, std::uint64_t size, const std::wstring& destination,

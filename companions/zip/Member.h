@@ -52,7 +52,7 @@ constexpr std::uint32_t kSeeWider32 = 0xFFFFFFFF;
 constexpr std::size_t kLocalHeaderSize = 30;
 constexpr std::size_t kDirectoryEntrySize = 46;
 /// With name, extra fields and comment.
-constexpr std::size_t kLongestDirectoryEntry = kDirectoryEntrySize + 3 * 0xFFFF;
+constexpr std::size_t kLongestDirectoryEntry = kDirectoryEntrySize + std::size_t{3} * 0xFFFF;
 constexpr std::size_t kDirectoryEndSize = 22;
 constexpr std::size_t kDirectoryEnd64Size = 56;
 constexpr std::size_t kLocator64Size = 20;

@@ -132,6 +132,7 @@ Member ToMember(Entry entry) {
 /// Members that share their bytes make a small archive grow without limit.
 void CheckOverlaps(const std::vector<Member>& members, std::uint64_t end) {
     std::vector<const Member*> order;
+    order.reserve(members.size());
     for (const Member& member : members)
         order.push_back(&member);
     std::ranges::sort(order, {}, &Member::headerOffset);
