@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -55,14 +56,23 @@ private:
     std::exit(1);
 }
 
-/// Files named by the prefix and a number from 0 on.
-inline void WriteFiles(const std::wstring& folder, int files, std::uint64_t bytesPerFile,
-                       const wchar_t* prefix = L"packet ") {
+/// Folders of equally many files, to be moved some times by each contender.
+struct Load {
+    const char* name;
+    int folders;
+    int filesPerFolder;
+    std::uint64_t bytesPerFile;
+    int rounds;
+
+    int Files() const { return folders * filesPerFolder; }
+};
+
+inline void WriteFiles(const std::wstring& folder, int files, std::uint64_t bytesPerFile) {
     std::vector<char> block(static_cast<size_t>(std::min<std::uint64_t>(bytesPerFile, 1 << 20)));
     for (size_t i = 0; i < block.size(); ++i)
         block[i] = static_cast<char>(i * 7919 >> 3);
     for (int i = 0; i < files; ++i) {
-        const std::wstring path = folder + L"\\" + prefix + std::to_wstring(i) + L".mdb";
+        const std::wstring path = folder + L"\\packet" + std::to_wstring(i) + L".mdb";
         const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
         if (file == INVALID_HANDLE_VALUE) Fail("cannot write the files");
         for (std::uint64_t done = 0; done < bytesPerFile; done += block.size()) {
@@ -72,6 +82,22 @@ inline void WriteFiles(const std::wstring& folder, int files, std::uint64_t byte
         }
         CloseHandle(file);
     }
+}
+
+/// A load's folders below an existing one.
+inline void WriteFolders(const std::wstring& top, const Load& load) {
+    for (int i = 0; i < load.folders; ++i) {
+        const std::wstring folder = top + L"\\F" + std::to_wstring(i);
+        if (!CreateDirectoryW(folder.c_str(), nullptr)) Fail("cannot make the folders");
+        WriteFiles(folder, load.filesPerFolder, load.bytesPerFile);
+    }
+}
+
+inline int FilesBelow(const std::filesystem::path& folder) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        count += entry.is_regular_file() ? 1 : 0;
+    return count;
 }
 
 }  // namespace bench

@@ -15,25 +15,12 @@
 #include "tests/win/support/TempFolder.h"
 
 using bench::Fail;
+using bench::Load;
 using bench::QuietProgress;
 using bench::Stopwatch;
 using Microsoft::WRL::ComPtr;
 
 namespace {
-
-struct Load {
-    const char* name;
-    int folders;
-    int filesPerFolder;
-    std::uint64_t bytesPerFile;
-    int rounds;
-
-    int Files() const { return folders * filesPerFolder; }
-    /// One folder is the top folder itself; more are its sub-folders.
-    std::wstring Folder(const std::wstring& top, int number) const {
-        return folders == 1 ? top : top + L"\\" + std::to_wstring(number);
-    }
-};
 
 struct Names {
     std::vector<std::wstring> files;
@@ -69,7 +56,7 @@ void BareLoop(const std::wstring& from, const std::wstring& to) {
 }
 
 void Xcopy(const std::wstring& from, const std::wstring& to) {
-    std::wstring command = L"xcopy.exe \"" + from + L"\" \"" + to + L"\" /I /Y /Q";
+    std::wstring command = L"xcopy.exe \"" + from + L"\" \"" + to + L"\" /I /Y /Q /S";
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
@@ -106,16 +93,11 @@ double OneRun(const Load& load, const Contender& contender) {
     const tests::TempFolder temp;
     const std::wstring from = temp.Folder(L"from");
     const std::wstring to = temp.Folder(L"to");
-    for (int folder = 0; folder < load.folders; ++folder) {
-        CreateDirectoryW(load.Folder(from, folder).c_str(), nullptr);
-        bench::WriteFiles(load.Folder(from, folder), load.filesPerFolder, load.bytesPerFile);
-    }
+    bench::WriteFolders(from, load);
     const Stopwatch watch;
     contender(from, to);
     const double seconds = watch.Seconds();
-    for (int folder = 0; folder < load.folders; ++folder)
-        if (List(load.Folder(to, folder)).files.size() != static_cast<size_t>(load.filesPerFolder))
-            Fail("files are missing at the destination");
+    if (bench::FilesBelow(to) != load.Files()) Fail("files are missing at the destination");
     return seconds;
 }
 
