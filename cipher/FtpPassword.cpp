@@ -14,8 +14,7 @@ std::vector<std::uint8_t> Enciphered(std::wstring_view password) {
 }  // namespace
 
 bool FtpPassword::IsEnciphered(std::wstring_view text) {
-    return !text.empty() && text.size() % kDigitsPerBlock == 0 &&
-           text.find_first_not_of(L"0123456789ABCDEFabcdef") == std::wstring_view::npos;
+    return !text.empty() && text.size() % kDigitsPerBlock == 0 && IsHexadecimal(text);
 }
 
 std::wstring FtpPassword::Decipher(std::wstring_view stored) {

@@ -1,5 +1,6 @@
 #include "cipher/TextBytes.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace {
@@ -47,6 +48,10 @@ std::wstring HexadecimalOf(std::span<const std::uint8_t> bytes) {
         text += kDigits[byte & 0x0F];
     }
     return text;
+}
+
+bool IsHexadecimal(std::wstring_view text) {
+    return std::ranges::none_of(text, [](wchar_t character) { return DigitValue(character) == kNoDigit; });
 }
 
 std::vector<std::uint8_t> BytesOfHexadecimal(std::wstring_view text) {

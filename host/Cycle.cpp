@@ -40,6 +40,7 @@ public:
 private:
     void AddOutbox();
     void AddFile(const Files::Entry& file);
+    std::wstring Refusal(const Files::Entry& file) const;
     void Transfer();
     void ReportSending(const std::vector<Files::Entry>& waiting);
     void ReportReceiving(const std::vector<Files::Entry>& offered);
@@ -128,15 +129,9 @@ void Cycle::AddOutbox() {
 }
 
 void Cycle::AddFile(const Files::Entry& file) {
+    if (const std::wstring refusal = Refusal(file); !refusal.empty())
+        return ReportOut(file, PacketState::NotAdded, refusal);
     const std::wstring path = Files::Join(m_settings.outbox, file.Relative());
-    if (IsBackupFolder(file.subFolder))
-        return ReportOut(file, PacketState::NotAdded,
-                         L"the receive folder keeps backups in the sub-folder Backup; use another name");
-    if (PacketOf(m_settings, file.name) != file.name)
-        return ReportOut(file, PacketState::NotAdded,
-                         L"the extension is that of an encoded packet; use another name");
-    if (file.size == 0 && IsEncoded(m_settings, file.name))
-        return ReportOut(file, PacketState::NotAdded, L"it is empty, and encoded packets must not be");
     // A version that somebody saves after this one was added would leave the outbox without being sent.
     const FileSystem::WriteBlock block(path);
     const Attempt added = Try([&] {
@@ -151,6 +146,17 @@ void Cycle::AddFile(const Files::Entry& file) {
         return true;
     });
     if (!left.done) ReportOut(file, PacketState::InOutbox, left.reason);
+}
+
+/// Why a file would not reach the other side as the packet that it is; empty when it would.
+std::wstring Cycle::Refusal(const Files::Entry& file) const {
+    if (IsBackupFolder(file.subFolder))
+        return L"the receive folder keeps backups in the sub-folder Backup; use another name";
+    if (PacketOf(m_settings, file.name) != file.name)
+        return L"the extension is that of an encoded packet; use another name";
+    if (file.size == 0 && IsEncoded(m_settings, file.name))
+        return L"it is empty, and encoded packets must not be";
+    return {};
 }
 
 void Cycle::Transfer() {
@@ -271,10 +277,6 @@ bool CycleResult::Complete() const {
 }
 
 CycleResult RunCycle(Session& session, const Settings& settings) { return Cycle(session, settings).Run(); }
-
-std::wstring LogReference(const Settings& settings) {
-    return settings.logFile.empty() ? L"see the event log" : L"see " + settings.logFile;
-}
 
 std::vector<Files::Entry> FilesToSend(Session& session, const Settings& settings) {
     std::vector<Files::Entry> files;

@@ -45,9 +45,6 @@ struct CycleResult {
 /// Runs one cycle. What cannot be moved is an outcome, not an exception.
 CycleResult RunCycle(Session& session, const Settings& settings);
 
-/// Where a user finds out why something failed.
-std::wstring LogReference(const Settings& settings);
-
 /// The files that wait in the send folder, in all its sub-folders.
 std::vector<Files::Entry> FilesToSend(Session& session, const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.

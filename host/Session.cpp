@@ -33,6 +33,13 @@ private:
 
 const wchar_t* Mobile(const Settings& settings) { return settings.role == Role::Field ? L"TRUE" : L"FALSE"; }
 
+PropertySet PropertiesOf(const EncoderSettings& encoder, const Settings& settings) {
+    PropertySet properties;
+    for (const auto& [name, value] : encoder.properties)
+        properties.With(name.c_str(), value);
+    return properties.With(L"MOBILE", Mobile(settings));
+}
+
 }  // namespace
 
 // The program serves no classes of its own.
@@ -65,12 +72,8 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
     const auto encoder = CreateComponent<Class, IZNEncoder>(component);
     const auto configurable = As<IZNEncoder2>(encoder);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
-    PropertySet properties;
-    for (const auto& [name, value] : encoderSettings.properties)
-        properties.With(name.c_str(), value);
-    properties.With(L"MOBILE", Mobile(settings));
     if (works)
-        com::Check(configurable->putref_PropSet(properties.Get()), component);
+        com::Check(configurable->putref_PropSet(PropertiesOf(encoderSettings, settings).Get()), component);
     else
         com::Check(encoder->put_OutExtension(com::Bstr(encoderSettings.outExtension).Get()));
     if (!encodes) com::Check(encoder->put_InExtension(nullptr));

@@ -201,16 +201,11 @@ void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
         refuse(L"the path holds a character that no path may hold");
 }
 
-/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels. What is
-/// decoded becomes an .mdb or .xml file.
+/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
 void Reader::CheckExtensions() {
     const SettingsKey* const keys[] = {
         FindSettingsKey(L"zip", L"in_extension"), FindSettingsKey(L"xdelta", L"in_extension"),
         FindSettingsKey(L"zip", L"out_extension"), FindSettingsKey(L"xdelta", L"out_extension")};
-    for (const SettingsKey* in : {keys[0], keys[1]})
-        if (!com::EqualsIgnoringCase(m_values[in], L".mdb") &&
-            !com::EqualsIgnoringCase(m_values[in], L".xml"))
-            Complain(in->Title() + L" = " + m_values[in] + L": only .mdb and .xml packets can be encoded");
     for (const SettingsKey* out : {keys[2], keys[3]})
         for (const SettingsKey* other : keys) {
             if (other == out) break;
@@ -323,6 +318,10 @@ void CheckLogFile(const Settings& settings, const std::wstring& file) try {
 } catch (const com::Error& error) {
     throw SettingsError({Complaint(file, L"log", L"file", settings.logFile,
                                    L"the log cannot be written: " + error.failure().description)});
+}
+
+std::wstring LogReference(const Settings& settings) {
+    return settings.logFile.empty() ? L"see the event log" : L"see " + settings.logFile;
 }
 
 void WriteFtpSettings(const Settings& settings, const std::wstring& file) {

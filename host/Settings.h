@@ -67,6 +67,9 @@ void CheckPrograms(const Settings& settings, const std::wstring& file);
 /// The log file can be written. Throws SettingsError.
 void CheckLogFile(const Settings& settings, const std::wstring& file);
 
+/// Where a user finds out why something failed.
+std::wstring LogReference(const Settings& settings);
+
 /// Writes the FTP server, its login and the remote folders into the file, the password enciphered; comments
 /// and other keys stay. Throws com::Error, and SettingsError when the file could not be read again.
 void WriteFtpSettings(const Settings& settings, const std::wstring& file);

@@ -3,7 +3,6 @@
 #include "cipher/FtpPassword.h"
 #include "com/Error.h"
 #include "common/Console.h"
-#include "host/Cycle.h"
 #include "host/ExitCode.h"
 #include "mobile/AdminXml.h"
 

@@ -170,8 +170,7 @@ void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
                                  const std::wstring& destination, const Progress& progress) const {
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(file);
-    const bool beingWritten = block.SomebodyWrites();
-    if (!beingWritten) {
+    if (!block.SomebodyWrites()) {
         block.Check();
         FileSystem::CopyFile(file, destination, size);
     }

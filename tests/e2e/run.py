@@ -43,7 +43,8 @@ class Result(unittest.TextTestResult):
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("bindir", type=pathlib.Path, help="folder of znhost.exe and the libraries")
-    parser.add_argument("-k", metavar="TEXT", action="append", help="run the tests whose name contains TEXT")
+    parser.add_argument("-k", metavar="TEXT", action="append", default=[],
+                        help="run the tests whose name contains TEXT")
     parser.add_argument("-x", metavar="TEXT", action="append", default=[],
                         help="leave out the tests whose name contains TEXT")
     parser.add_argument("-v", action="store_true", help="name each test")
@@ -59,11 +60,12 @@ def tests_in(suite):
 
 
 def load_tests(wanted, unwanted):
-    loader = unittest.TestLoader()
-    if wanted:
-        loader.testNamePatterns = [f"*{text}*" for text in wanted]
-    tests = tests_in(loader.discover(str(HERE), "test_*.py", top_level_dir=str(HERE)))
-    return unittest.TestSuite(test for test in tests if not any(text in test.id() for text in unwanted))
+    def chosen(test):
+        named = [text in test.id() for text in wanted]
+        return (any(named) or not wanted) and not any(text in test.id() for text in unwanted)
+
+    tests = unittest.TestLoader().discover(str(HERE), "test_*.py", top_level_dir=str(HERE))
+    return unittest.TestSuite(filter(chosen, tests_in(tests)))
 
 
 def main():
