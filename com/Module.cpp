@@ -19,24 +19,9 @@ std::atomic<long> g_locks = 0;
 
 /// Factories live as long as somebody holds them, and do not themselves keep the module loaded
 /// (LockServer does).
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public Unbound<IClassFactory> {
 public:
     explicit ClassFactory(const ClassEntry& entry) : m_entry(entry) {}
-
-    STDMETHODIMP
-    QueryInterface(REFIID id, void** object) override {
-        if (!object) return E_POINTER;
-        *object = (id == IID_IUnknown || id == IID_IClassFactory) ? this : nullptr;
-        if (!*object) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --m_references;
-        if (left == 0) delete this;
-        return left;
-    }
 
     STDMETHODIMP
     CreateInstance(IUnknown* outer, REFIID id, void** object) override {
@@ -58,10 +43,7 @@ public:
     }
 
 private:
-    ~ClassFactory() = default;
-
     const ClassEntry& m_entry;
-    std::atomic<ULONG> m_references = 1;
 };
 
 }  // namespace
@@ -94,11 +76,7 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID id, void** object) noexcept {
     *object = nullptr;
     for (const ClassEntry& entry : ThisModule().classes) {
         if (entry.clsid != clsid) continue;
-        return Call([&] {
-            ComPtr<IClassFactory> factory;
-            *factory.ReleaseAndGetAddressOf() = new ClassFactory(entry);
-            Check(factory.CopyTo(id, object), entry.progId);
-        });
+        return Call([&] { Check(Make<ClassFactory>(entry).CopyTo(id, object), entry.progId); });
     }
     return CLASS_E_CLASSNOTAVAILABLE;
 }

@@ -60,20 +60,19 @@ private:
 };
 
 /// A COM object that implements Interfaces; the first one (or Dual) is its identity.
-/// It keeps its module loaded, and lives until its last reference is released.
+/// It lives until its last reference is released, and does not keep its module loaded.
 template <class First, class... Others>
-class Object : public First, public Others..., public ISupportErrorInfo {
+class Unbound : public First, public Others... {
 public:
-    Object() = default;
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
+    Unbound() = default;
+    Unbound(const Unbound&) = delete;
+    Unbound& operator=(const Unbound&) = delete;
 
     STDMETHODIMP
     QueryInterface(REFIID id, void** object) override {
         if (!object) return E_POINTER;
         *object = nullptr;
         if (id == IID_IUnknown) *object = static_cast<First*>(this);
-        if (id == IID_ISupportErrorInfo) *object = static_cast<ISupportErrorInfo*>(this);
         Offer<First>(id, object);
         (Offer<Others>(id, object), ...);
         if (!*object) return E_NOINTERFACE;
@@ -86,11 +85,9 @@ public:
         if (left == 0) delete this;
         return left;
     }
-    STDMETHODIMP
-    InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
 
 protected:
-    virtual ~Object() = default;
+    virtual ~Unbound() = default;
 
 private:
     template <class Interface>
@@ -104,6 +101,16 @@ private:
     }
 
     std::atomic<ULONG> m_references = 1;
+};
+
+/// An object of one of the module's classes: it describes its errors, and keeps the module loaded.
+template <class First, class... Others>
+class Object : public Unbound<First, Others..., ISupportErrorInfo> {
+public:
+    STDMETHODIMP
+    InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
+
+private:
     ModuleLock m_lock;
 };
 

@@ -8,8 +8,7 @@
 #include <new>
 
 #include "com/Error.h"
-
-using Microsoft::WRL::ComPtr;
+#include "com/Object.h"
 
 namespace {
 
@@ -33,22 +32,8 @@ private:
 const ThreadSlot g_slot;
 
 /// Tells when the thread leaves COM.
-class LeaveWatcher final : public IInitializeSpy {
+class LeaveWatcher final : public com::Unbound<IInitializeSpy> {
 public:
-    STDMETHODIMP
-    QueryInterface(REFIID id, void** object) override {
-        if (!object) return E_POINTER;
-        *object = (id == IID_IUnknown || id == IID_IInitializeSpy) ? this : nullptr;
-        if (!*object) return E_NOINTERFACE;
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG left = --m_references;
-        if (left == 0) delete this;
-        return left;
-    }
     STDMETHODIMP
     PreInitialize(DWORD, DWORD) override { return S_OK; }
     STDMETHODIMP
@@ -60,19 +45,13 @@ public:
     }
     STDMETHODIMP
     PostUninitialize(DWORD) override { return S_OK; }
-
-private:
-    ~LeaveWatcher() = default;
-
-    std::atomic<ULONG> m_references = 1;
 };
 
 /// An apartment together with its watcher.
 struct WatchedApartment : Apartment {
     WatchedApartment() {
-        ComPtr<IInitializeSpy> watcher;
-        *watcher.ReleaseAndGetAddressOf() = new LeaveWatcher;
-        com::Check(CoRegisterInitializeSpy(watcher.Get(), &m_cookie), L"watching the apartment");
+        com::Check(CoRegisterInitializeSpy(com::Make<LeaveWatcher>().Get(), &m_cookie),
+                   L"watching the apartment");
         ++g_apartments;
     }
     WatchedApartment(const WatchedApartment&) = delete;
