@@ -124,7 +124,7 @@ class Side:
 
     @property
     def log(self):
-        return self.log_file.read_text(encoding="utf-8-sig") if self.log_file.exists() else ""
+        return self.log_file.read_text(encoding="utf-8-sig") if self.log_file.is_file() else ""
 
     def change(self, key, value):
         """Sets a key of the settings file."""
@@ -190,7 +190,7 @@ class HostTest(unittest.TestCase):
 
     def assert_run(self, side, code, **options):
         outcome = side.run(**options)
-        self.assertEqual(outcome.code, code, outcome)
+        self.assertEqual(outcome.code, code, f"{outcome}\n{side.name}.log:\n{side.log}")
         return outcome
 
     def start_run(self, side):
