@@ -37,15 +37,17 @@ protected:
     void UseReceiveFolder(const wchar_t* name) {
         remote->put_LocalReceiveFolder(Bstr(temp.Folder(name)).Get());
     }
-    /// Delivers every received file of a sub-folder; the number of those that were delivered.
+    /// Delivers every received file of a sub-folder to one of its own; the number of those that were
+    /// delivered.
     int Receive(const std::wstring& subFolder = L"") {
+        const Bstr destination(temp.Folder(L"out\\" + subFolder));
         const LONG count =
             com::Get<LONG>(&IZNTransporter::ResetLocalReceiveFiles, transporter.Get(), Bstr(subFolder).Get());
         int delivered = 0;
         for (LONG i = 0; i < count; ++i) {
             Bstr name;
             VARIANT_BOOL done = VARIANT_FALSE;
-            transporter->NextLocalReceiveFile(Bstr(temp / L"out").Get(), name.Put(), &done);
+            transporter->NextLocalReceiveFile(destination.Get(), name.Put(), &done);
             if (!done) continue;
             ++delivered;
             inOrder.push_back(Path::BaseName(name.Text()));
