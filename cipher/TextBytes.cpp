@@ -43,9 +43,9 @@ std::wstring TextOf(std::span<const std::uint8_t> bytes) {
 std::wstring HexadecimalOf(std::span<const std::uint8_t> bytes) {
     std::wstring text;
     text.reserve(2 * bytes.size());
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0x0F];
+    for (const std::uint8_t value : bytes) {
+        text += kDigits[value >> 4];
+        text += kDigits[value & 0x0F];
     }
     return text;
 }
