@@ -13,8 +13,6 @@ include_directories(SYSTEM ${ZN_GENERATED_DIR})
 add_link_options(-static -static-libgcc -static-libstdc++)
 # COM interfaces have no virtual destructors; objects are deleted by Release only.
 add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-non-virtual-dtor>)
-# In what comes from a precompiled header this compiler takes copies of short literals for ones out of bounds.
-add_compile_options(-Wno-array-bounds -Wno-stringop-overread)
 
 include(${CMAKE_CURRENT_LIST_DIR}/Idl.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/Program.cmake)
