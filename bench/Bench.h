@@ -19,18 +19,12 @@ namespace bench {
 /// Reports no more than a host's progress bar would have to.
 class QuietProgress final : public com::Object<IZNProgress> {
 public:
-    STDMETHODIMP
-    Reserved() override { return S_OK; }
-    STDMETHODIMP
-    SetRange(LONG, LONG) override { return S_OK; }
-    STDMETHODIMP
-    AddMessage(BSTR, LONG) override { return S_OK; }
-    STDMETHODIMP
-    put_StatusText(BSTR) override { return S_OK; }
-    STDMETHODIMP
-    put_Position(LONG) override { return S_OK; }
-    STDMETHODIMP
-    get_Cancelled(VARIANT_BOOL* Value) override {
+    STDMETHODIMP Reserved() override { return S_OK; }
+    STDMETHODIMP SetRange(LONG, LONG) override { return S_OK; }
+    STDMETHODIMP AddMessage(BSTR, LONG) override { return S_OK; }
+    STDMETHODIMP put_StatusText(BSTR) override { return S_OK; }
+    STDMETHODIMP put_Position(LONG) override { return S_OK; }
+    STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override {
         *Value = VARIANT_FALSE;
         return S_OK;
     }

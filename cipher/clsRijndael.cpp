@@ -6,38 +6,33 @@
 #include "cipher/TextBytes.h"
 #include "com/Return.h"
 
-STDMETHODIMP
-clsRijndael::put_Key(BSTR Value) {
+STDMETHODIMP clsRijndael::put_Key(BSTR Value) {
     return com::Call([&] { m_envelope.Key({Value, SysStringLen(Value)}); });
 }
 
-STDMETHODIMP
-clsRijndael::gentables() { return S_OK; }
+STDMETHODIMP clsRijndael::gentables() { return S_OK; }
 
-STDMETHODIMP
-clsRijndael::gkey(LONG nb, LONG nk, VARIANT Key) {
+STDMETHODIMP clsRijndael::gkey(LONG nb, LONG nk, VARIANT Key) {
     return com::Call([&] { m_cipher.gkey(nb, nk, ByteArray::Read(Key, L"Key").value_or(SecretBytes())); });
 }
 
-STDMETHODIMP
-clsRijndael::Encrypt(VARIANT* buff) {
+STDMETHODIMP clsRijndael::Encrypt(VARIANT* buff) {
     if (!buff) return E_POINTER;
     return com::Call([&] { TransformBlock(buff, &Rijndael::Encrypt); });
 }
 
-STDMETHODIMP
-clsRijndael::Decrypt(VARIANT* buff) {
+STDMETHODIMP clsRijndael::Decrypt(VARIANT* buff) {
     if (!buff) return E_POINTER;
     return com::Call([&] { TransformBlock(buff, &Rijndael::Decrypt); });
 }
 
-STDMETHODIMP
-clsRijndael::EncryptData(VARIANT bytMessage, VARIANT bytPassword, VARIANT_BOOL bHex, VARIANT* Result) {
+STDMETHODIMP clsRijndael::EncryptData(VARIANT bytMessage, VARIANT bytPassword, VARIANT_BOOL bHex,
+                                      VARIANT* Result) {
     return com::Return(Result, [&] { return Enciphered(bytMessage, bytPassword, bHex != VARIANT_FALSE); });
 }
 
-STDMETHODIMP
-clsRijndael::DecryptData(VARIANT* bytIn, VARIANT bytPassword, VARIANT_BOOL bHex, VARIANT* Result) {
+STDMETHODIMP clsRijndael::DecryptData(VARIANT* bytIn, VARIANT bytPassword, VARIANT_BOOL bHex,
+                                      VARIANT* Result) {
     if (!bytIn) return E_POINTER;
     return com::Return(Result, [&] { return Deciphered(bytIn, bytPassword, bHex != VARIANT_FALSE); });
 }

@@ -9,21 +9,16 @@
 
 class clsRijndael final : public com::Object<com::Dual<_clsRijndael>> {
 public:
-    STDMETHODIMP
-    put_Key(BSTR Value) override;
+    STDMETHODIMP put_Key(BSTR Value) override;
     /// Has nothing to do, the tables are constants; hosts call it before gkey.
-    STDMETHODIMP
-    gentables() override;
-    STDMETHODIMP
-    gkey(LONG nb, LONG nk, VARIANT Key) override;
-    STDMETHODIMP
-    Encrypt(VARIANT* buff) override;
-    STDMETHODIMP
-    Decrypt(VARIANT* buff) override;
-    STDMETHODIMP
-    EncryptData(VARIANT bytMessage, VARIANT bytPassword, VARIANT_BOOL bHex, VARIANT* Result) override;
-    STDMETHODIMP
-    DecryptData(VARIANT* bytIn, VARIANT bytPassword, VARIANT_BOOL bHex, VARIANT* Result) override;
+    STDMETHODIMP gentables() override;
+    STDMETHODIMP gkey(LONG nb, LONG nk, VARIANT Key) override;
+    STDMETHODIMP Encrypt(VARIANT* buff) override;
+    STDMETHODIMP Decrypt(VARIANT* buff) override;
+    STDMETHODIMP EncryptData(VARIANT bytMessage, VARIANT bytPassword, VARIANT_BOOL bHex,
+                             VARIANT* Result) override;
+    STDMETHODIMP DecryptData(VARIANT* bytIn, VARIANT bytPassword, VARIANT_BOOL bHex,
+                             VARIANT* Result) override;
 
 private:
     using Transformation = void (Rijndael::*)(std::span<std::uint8_t>) const;

@@ -35,22 +35,18 @@ std::optional<std::wstring> clsCmdLine::Option(const std::wstring& name) const {
     return m_options->Find(name);
 }
 
-STDMETHODIMP
-clsCmdLine::get_Options(_Dictionary** Value) {
+STDMETHODIMP clsCmdLine::get_Options(_Dictionary** Value) {
     return com::Return(Value, [&] { return ComPtr<_Dictionary>(m_options); });
 }
 
-STDMETHODIMP
-clsCmdLine::get_Parameters(_Collection** Value) {
+STDMETHODIMP clsCmdLine::get_Parameters(_Collection** Value) {
     return com::Return(Value, [&] { return ComPtr<_Collection>(m_parameters); });
 }
 
-STDMETHODIMP
-clsCmdLine::get_InvalidMsg(BSTR* Value) {
+STDMETHODIMP clsCmdLine::get_InvalidMsg(BSTR* Value) {
     return com::Return(Value, [] { return std::wstring(); });
 }
 
-STDMETHODIMP
-clsCmdLine::Parse(BSTR sCmd) {
+STDMETHODIMP clsCmdLine::Parse(BSTR sCmd) {
     return com::Call([&] { Parse(com::Text(sCmd)); });
 }

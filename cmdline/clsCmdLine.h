@@ -18,14 +18,10 @@ public:
     void Parse(std::wstring_view sCmd);
     std::optional<std::wstring> Option(const std::wstring& name) const;
 
-    STDMETHODIMP
-    get_Options(_Dictionary** Value) override;
-    STDMETHODIMP
-    get_Parameters(_Collection** Value) override;
-    STDMETHODIMP
-    get_InvalidMsg(BSTR* Value) override;
-    STDMETHODIMP
-    Parse(BSTR sCmd) override;
+    STDMETHODIMP get_Options(_Dictionary** Value) override;
+    STDMETHODIMP get_Parameters(_Collection** Value) override;
+    STDMETHODIMP get_InvalidMsg(BSTR* Value) override;
+    STDMETHODIMP Parse(BSTR sCmd) override;
 
 private:
     Microsoft::WRL::ComPtr<com::Dictionary> m_options = com::Make<com::Dictionary>();

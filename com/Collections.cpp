@@ -16,8 +16,7 @@ public:
     explicit Enumerator(std::vector<Variant> values, size_t next = 0)
         : m_values(std::move(values)), m_next(next) {}
 
-    STDMETHODIMP
-    Next(ULONG count, VARIANT* values, ULONG* fetched) override {
+    STDMETHODIMP Next(ULONG count, VARIANT* values, ULONG* fetched) override {
         if (!values || (!fetched && count != 1)) return E_POINTER;
         ULONG done = 0;
         const HRESULT result = Call([&] {
@@ -28,19 +27,16 @@ public:
         if (FAILED(result)) return result;
         return done == count ? S_OK : S_FALSE;
     }
-    STDMETHODIMP
-    Skip(ULONG count) override {
+    STDMETHODIMP Skip(ULONG count) override {
         const size_t left = m_values.size() - m_next;
         m_next += std::min<size_t>(count, left);
         return count <= left ? S_OK : S_FALSE;
     }
-    STDMETHODIMP
-    Reset() override {
+    STDMETHODIMP Reset() override {
         m_next = 0;
         return S_OK;
     }
-    STDMETHODIMP
-    Clone(IEnumVARIANT** clone) override {
+    STDMETHODIMP Clone(IEnumVARIANT** clone) override {
         return Return(clone, [&] { return ComPtr<IEnumVARIANT>(Make<Enumerator>(m_values, m_next)); });
     }
 
@@ -55,8 +51,7 @@ ComPtr<IUnknown> Enumerate(std::vector<Variant> values) {
 
 }  // namespace
 
-STDMETHODIMP
-Collection::get_Item(LONG Index, VARIANT* Value) {
+STDMETHODIMP Collection::get_Item(LONG Index, VARIANT* Value) {
     return Return(Value, [&] {
         if (Index < 1 || Index > static_cast<LONG>(m_values.size()))
             throw Error(DISP_E_BADINDEX, L"There is no item " + std::to_wstring(Index) +
@@ -66,13 +61,11 @@ Collection::get_Item(LONG Index, VARIANT* Value) {
     });
 }
 
-STDMETHODIMP
-Collection::get_Count(LONG* Value) {
+STDMETHODIMP Collection::get_Count(LONG* Value) {
     return Return(Value, [&] { return static_cast<LONG>(m_values.size()); });
 }
 
-STDMETHODIMP
-Collection::get__NewEnum(IUnknown** Value) {
+STDMETHODIMP Collection::get__NewEnum(IUnknown** Value) {
     return Return(Value, [&] { return Enumerate(m_values); });
 }
 
@@ -102,8 +95,7 @@ void Dictionary::Set(const std::wstring& key, std::wstring value) {
     m_entries.emplace_back(key, std::move(value));
 }
 
-STDMETHODIMP
-Dictionary::get_Item(BSTR Key, BSTR* Value) {
+STDMETHODIMP Dictionary::get_Item(BSTR Key, BSTR* Value) {
     return Return(Value, [&] {
         auto value = Find(Text(Key));
         if (!value) throw Error(E_INVALIDARG, L"There is no entry \"" + Text(Key) + L"\".");
@@ -111,23 +103,19 @@ Dictionary::get_Item(BSTR Key, BSTR* Value) {
     });
 }
 
-STDMETHODIMP
-Dictionary::get_Count(LONG* Value) {
+STDMETHODIMP Dictionary::get_Count(LONG* Value) {
     return Return(Value, [&] { return static_cast<LONG>(m_entries.size()); });
 }
 
-STDMETHODIMP
-Dictionary::Exists(BSTR Key, VARIANT_BOOL* Result) {
+STDMETHODIMP Dictionary::Exists(BSTR Key, VARIANT_BOOL* Result) {
     return Return(Result, [&] { return Find(Text(Key)).has_value(); });
 }
 
-STDMETHODIMP
-Dictionary::Keys(VARIANT* Value) {
+STDMETHODIMP Dictionary::Keys(VARIANT* Value) {
     return Return(Value, [&] { return Variant::Array(AllKeys()); });
 }
 
-STDMETHODIMP
-Dictionary::Items(VARIANT* Value) {
+STDMETHODIMP Dictionary::Items(VARIANT* Value) {
     return Return(Value, [&] {
         std::vector<std::wstring> items;
         for (const Entry& entry : m_entries)
@@ -136,8 +124,7 @@ Dictionary::Items(VARIANT* Value) {
     });
 }
 
-STDMETHODIMP
-Dictionary::get__NewEnum(IUnknown** Value) {
+STDMETHODIMP Dictionary::get__NewEnum(IUnknown** Value) {
     return Return(Value, [&] { return Enumerate(AllKeys()); });
 }
 

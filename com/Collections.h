@@ -17,12 +17,9 @@ class Collection final : public Object<Dual<_Collection>> {
 public:
     void Add(Variant value) { m_values.push_back(std::move(value)); }
 
-    STDMETHODIMP
-    get_Item(LONG Index, VARIANT* Value) override;
-    STDMETHODIMP
-    get_Count(LONG* Value) override;
-    STDMETHODIMP
-    get__NewEnum(IUnknown** Value) override;
+    STDMETHODIMP get_Item(LONG Index, VARIANT* Value) override;
+    STDMETHODIMP get_Count(LONG* Value) override;
+    STDMETHODIMP get__NewEnum(IUnknown** Value) override;
 
 private:
     std::vector<Variant> m_values;
@@ -41,18 +38,12 @@ public:
     /// The name at a position from 0; nothing beyond the end.
     std::optional<std::wstring> KeyAt(size_t position) const;
 
-    STDMETHODIMP
-    get_Item(BSTR Key, BSTR* Value) override;
-    STDMETHODIMP
-    get_Count(LONG* Value) override;
-    STDMETHODIMP
-    Exists(BSTR Key, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    Keys(VARIANT* Value) override;
-    STDMETHODIMP
-    Items(VARIANT* Value) override;
-    STDMETHODIMP
-    get__NewEnum(IUnknown** Value) override;
+    STDMETHODIMP get_Item(BSTR Key, BSTR* Value) override;
+    STDMETHODIMP get_Count(LONG* Value) override;
+    STDMETHODIMP Exists(BSTR Key, VARIANT_BOOL* Result) override;
+    STDMETHODIMP Keys(VARIANT* Value) override;
+    STDMETHODIMP Items(VARIANT* Value) override;
+    STDMETHODIMP get__NewEnum(IUnknown** Value) override;
 
 private:
     using Entry = std::pair<std::wstring, std::wstring>;

@@ -23,8 +23,7 @@ class ClassFactory final : public Unbound<IClassFactory> {
 public:
     explicit ClassFactory(const ClassEntry& entry) : m_entry(entry) {}
 
-    STDMETHODIMP
-    CreateInstance(IUnknown* outer, REFIID id, void** object) override {
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) override {
         if (!object) return E_POINTER;
         *object = nullptr;
         if (outer) return CLASS_E_NOAGGREGATION;
@@ -36,8 +35,7 @@ public:
             Check(instance.CopyTo(id, object), m_entry.progId);
         });
     }
-    STDMETHODIMP
-    LockServer(BOOL lock) override {
+    STDMETHODIMP LockServer(BOOL lock) override {
         g_locks += lock ? 1 : -1;
         return S_OK;
     }

@@ -20,28 +20,24 @@ class Dual : public Interface {
 public:
     using DualInterface = Interface;
 
-    STDMETHODIMP
-    GetTypeInfoCount(UINT* count) override {
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override {
         if (!count) return E_POINTER;
         *count = 1;
         return S_OK;
     }
-    STDMETHODIMP
-    GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
+    STDMETHODIMP GetTypeInfo(UINT index, LCID, ITypeInfo** info) override {
         if (!info) return E_POINTER;
         *info = nullptr;
         if (index != 0) return DISP_E_BADINDEX;
         if (const HRESULT result = LoadTypeInfo(); FAILED(result)) return result;
         return m_typeInfo.CopyTo(info);
     }
-    STDMETHODIMP
-    GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override {
         if (const HRESULT result = LoadTypeInfo(); FAILED(result)) return result;
         return m_typeInfo->GetIDsOfNames(names, count, ids);
     }
-    STDMETHODIMP
-    Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result, EXCEPINFO* exception,
-           UINT* argument) override {
+    STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
+                        EXCEPINFO* exception, UINT* argument) override {
         if (const HRESULT loaded = LoadTypeInfo(); FAILED(loaded)) return loaded;
         SetErrorInfo(0, nullptr);
         return m_typeInfo->Invoke(static_cast<Interface*>(this), id, flags, parameters, result, exception,
@@ -68,8 +64,7 @@ public:
     Unbound(const Unbound&) = delete;
     Unbound& operator=(const Unbound&) = delete;
 
-    STDMETHODIMP
-    QueryInterface(REFIID id, void** object) override {
+    STDMETHODIMP QueryInterface(REFIID id, void** object) override {
         if (!object) return E_POINTER;
         *object = nullptr;
         if (id == IID_IUnknown) *object = static_cast<First*>(this);
@@ -107,8 +102,7 @@ private:
 template <class First, class... Others>
 class Object : public Unbound<First, Others..., ISupportErrorInfo> {
 public:
-    STDMETHODIMP
-    InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
+    STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) override { return S_OK; }
 
 private:
     ModuleLock m_lock;

@@ -34,17 +34,13 @@ const ThreadSlot g_slot;
 /// Tells when the thread leaves COM.
 class LeaveWatcher final : public com::Unbound<IInitializeSpy> {
 public:
-    STDMETHODIMP
-    PreInitialize(DWORD, DWORD) override { return S_OK; }
-    STDMETHODIMP
-    PostInitialize(HRESULT result, DWORD, DWORD) override { return result; }
-    STDMETHODIMP
-    PreUninitialize(DWORD count) override {
+    STDMETHODIMP PreInitialize(DWORD, DWORD) override { return S_OK; }
+    STDMETHODIMP PostInitialize(HRESULT result, DWORD, DWORD) override { return result; }
+    STDMETHODIMP PreUninitialize(DWORD count) override {
         if (count == 1) ReleaseThisApartment();
         return S_OK;
     }
-    STDMETHODIMP
-    PostUninitialize(DWORD) override { return S_OK; }
+    STDMETHODIMP PostUninitialize(DWORD) override { return S_OK; }
 };
 
 /// An apartment together with its watcher.

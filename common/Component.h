@@ -16,13 +16,11 @@ class Component
     : public com::Object<com::Dual<DefaultInterface>, Interfaces..., IZNMobileAdminProperties, IZNRegInCat> {
 public:
     // IZNMobileAdminProperties
-    STDMETHODIMP
-    get_Name(BSTR* Value) final {
+    STDMETHODIMP get_Name(BSTR* Value) final {
         return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
     }
     // IZNRegInCat
-    STDMETHODIMP
-    get_CategoriesToReg(VARIANT* Value) final {
+    STDMETHODIMP get_CategoriesToReg(VARIANT* Value) final {
         return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
     }
 

@@ -13,64 +13,52 @@ template <class DefaultInterface>
 class Encoder : public Component<DefaultInterface, IZNEncoder, IZNEncoder2> {
 public:
     // IZNEncoder
-    STDMETHODIMP
-    Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) final {
         com::Bstr producedFile;
         return Encode(InFolder, OutFolder, FileName, producedFile.Put(), Success);
     }
-    STDMETHODIMP
-    get_InExtension(BSTR* Value) final {
+    STDMETHODIMP get_InExtension(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sInExtension; });
     }
-    STDMETHODIMP
-    put_InExtension(BSTR Value) final {
+    STDMETHODIMP put_InExtension(BSTR Value) final {
         return com::Call([&] { m_sInExtension = com::Text(Value); });
     }
-    STDMETHODIMP
-    get_OutExtension(BSTR* Value) final {
+    STDMETHODIMP get_OutExtension(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sOutExtension; });
     }
-    STDMETHODIMP
-    put_OutExtension(BSTR Value) final {
+    STDMETHODIMP put_OutExtension(BSTR Value) final {
         return com::Call([&] { m_sOutExtension = com::Text(Value); });
     }
     // IZNEncoder2
-    STDMETHODIMP
-    Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
+                        VARIANT_BOOL* Success) final {
         return Run(&Encoder::IZNEncoder_Encode, InFolder, OutFolder, FileName, OutFile, Success);
     }
-    STDMETHODIMP
-    get_PropSet(IZNPropertySet** Value) final {
+    STDMETHODIMP get_PropSet(IZNPropertySet** Value) final {
         return com::Return(Value, [&] { return IZNEncoder2_PropSet(); });
     }
-    STDMETHODIMP
-    putref_PropSet(IZNPropertySet* Value) final {
+    STDMETHODIMP putref_PropSet(IZNPropertySet* Value) final {
         return com::Call([&] { IZNEncoder2_PropSet(Value); });
     }
-    STDMETHODIMP
-    get_ApplicationName(BSTR* Value) final {
+    STDMETHODIMP get_ApplicationName(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sApplicationName; });
     }
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) final {
+    STDMETHODIMP put_ApplicationName(BSTR Value) final {
         return com::Call([&] { IZNEncoder2_ApplicationName(com::Text(Value)); });
     }
     // IZNEncoder and IZNEncoder2
-    STDMETHODIMP
-    Decode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Decode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
+                        VARIANT_BOOL* Success) final {
         return Run(&Encoder::IZNEncoder_Decode, InFolder, OutFolder, FileName, OutFile, Success);
     }
     // IZNMobileAdminProperties
-    STDMETHODIMP
-    get_HasProperties(VARIANT_BOOL* Value) final {
+    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) final {
         return com::Return(Value, [] { return false; });
     }
-    STDMETHODIMP
-    Initialize(LONG, IUnknown*, IUnknown** Result) final {
+    STDMETHODIMP Initialize(LONG, IUnknown*, IUnknown** Result) final {
         return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
     }
-    STDMETHODIMP
-    Execute(LONG, IUnknown** Result) final {
+    STDMETHODIMP Execute(LONG, IUnknown** Result) final {
         return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
     }
 

@@ -176,28 +176,22 @@ bool clsXDeltaEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsXDeltaEncoder::get_XDeltaUtilLocation(BSTR* Value) {
+STDMETHODIMP clsXDeltaEncoder::get_XDeltaUtilLocation(BSTR* Value) {
     return Return(Value, [&] { return m_sXDeltaUtilLocation; });
 }
-STDMETHODIMP
-clsXDeltaEncoder::put_XDeltaUtilLocation(BSTR Value) {
+STDMETHODIMP clsXDeltaEncoder::put_XDeltaUtilLocation(BSTR Value) {
     return Call([&] { XDeltaUtilLocation(Text(Value)); });
 }
-STDMETHODIMP
-clsXDeltaEncoder::get_ReferencePath(BSTR* Value) {
+STDMETHODIMP clsXDeltaEncoder::get_ReferencePath(BSTR* Value) {
     return Return(Value, [&] { return m_sReferencePath; });
 }
-STDMETHODIMP
-clsXDeltaEncoder::put_ReferencePath(BSTR Value) {
+STDMETHODIMP clsXDeltaEncoder::put_ReferencePath(BSTR Value) {
     return Call([&] { ReferencePath(Text(Value)); });
 }
-STDMETHODIMP
-clsXDeltaEncoder::get_Timeout(LONG* Value) {
+STDMETHODIMP clsXDeltaEncoder::get_Timeout(LONG* Value) {
     return Return(Value, [&] { return m_lTimeout; });
 }
-STDMETHODIMP
-clsXDeltaEncoder::put_Timeout(LONG Value) {
+STDMETHODIMP clsXDeltaEncoder::put_Timeout(LONG Value) {
     m_lTimeout = Value;
     return S_OK;
 }

@@ -13,18 +13,12 @@ public:
     clsXDeltaEncoder();
 
     // _clsXDeltaEncoder
-    STDMETHODIMP
-    get_XDeltaUtilLocation(BSTR* Value) override;
-    STDMETHODIMP
-    put_XDeltaUtilLocation(BSTR Value) override;
-    STDMETHODIMP
-    get_ReferencePath(BSTR* Value) override;
-    STDMETHODIMP
-    put_ReferencePath(BSTR Value) override;
-    STDMETHODIMP
-    get_Timeout(LONG* Value) override;
-    STDMETHODIMP
-    put_Timeout(LONG Value) override;
+    STDMETHODIMP get_XDeltaUtilLocation(BSTR* Value) override;
+    STDMETHODIMP put_XDeltaUtilLocation(BSTR Value) override;
+    STDMETHODIMP get_ReferencePath(BSTR* Value) override;
+    STDMETHODIMP put_ReferencePath(BSTR Value) override;
+    STDMETHODIMP get_Timeout(LONG* Value) override;
+    STDMETHODIMP put_Timeout(LONG Value) override;
 
 private:
     /// What the name of an encoded file says: "<packet>~<reference>".

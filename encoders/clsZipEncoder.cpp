@@ -148,29 +148,23 @@ bool clsZipEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std::w
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsZipEncoder::get_ZipUtilLocation(BSTR* Value) {
+STDMETHODIMP clsZipEncoder::get_ZipUtilLocation(BSTR* Value) {
     return Return(Value, [&] { return m_sZipUtilLocation; });
 }
-STDMETHODIMP
-clsZipEncoder::put_ZipUtilLocation(BSTR Value) {
+STDMETHODIMP clsZipEncoder::put_ZipUtilLocation(BSTR Value) {
     return Call([&] { m_sZipUtilLocation = Text(Value); });
 }
-STDMETHODIMP
-clsZipEncoder::get_CompressionLevel(LONG* Value) {
+STDMETHODIMP clsZipEncoder::get_CompressionLevel(LONG* Value) {
     return Return(Value, [&] { return m_lCompressionLevel; });
 }
-STDMETHODIMP
-clsZipEncoder::put_CompressionLevel(LONG Value) {
+STDMETHODIMP clsZipEncoder::put_CompressionLevel(LONG Value) {
     m_lCompressionLevel = Value;
     return S_OK;
 }
-STDMETHODIMP
-clsZipEncoder::get_ZipTimeout(LONG* Value) {
+STDMETHODIMP clsZipEncoder::get_ZipTimeout(LONG* Value) {
     return Return(Value, [&] { return m_lZipTimeout; });
 }
-STDMETHODIMP
-clsZipEncoder::put_ZipTimeout(LONG Value) {
+STDMETHODIMP clsZipEncoder::put_ZipTimeout(LONG Value) {
     m_lZipTimeout = Value;
     return S_OK;
 }

@@ -9,18 +9,12 @@ public:
     clsZipEncoder();
 
     // _clsZipEncoder
-    STDMETHODIMP
-    get_ZipUtilLocation(BSTR* Value) override;
-    STDMETHODIMP
-    put_ZipUtilLocation(BSTR Value) override;
-    STDMETHODIMP
-    get_CompressionLevel(LONG* Value) override;
-    STDMETHODIMP
-    put_CompressionLevel(LONG Value) override;
-    STDMETHODIMP
-    get_ZipTimeout(LONG* Value) override;
-    STDMETHODIMP
-    put_ZipTimeout(LONG Value) override;
+    STDMETHODIMP get_ZipUtilLocation(BSTR* Value) override;
+    STDMETHODIMP put_ZipUtilLocation(BSTR Value) override;
+    STDMETHODIMP get_CompressionLevel(LONG* Value) override;
+    STDMETHODIMP put_CompressionLevel(LONG Value) override;
+    STDMETHODIMP get_ZipTimeout(LONG* Value) override;
+    STDMETHODIMP put_ZipTimeout(LONG Value) override;
 
 private:
     bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,

@@ -6,10 +6,7 @@
 
 class ZNApplicationContext final : public com::Object<IZNApplicationContext, IZNHostSettings> {
 public:
-    STDMETHODIMP
-    get_UserInterface(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    put_UserInterface(VARIANT_BOOL Value) override;
-    STDMETHODIMP
-    put_LogFile(BSTR Path) override;
+    STDMETHODIMP get_UserInterface(VARIANT_BOOL* Value) override;
+    STDMETHODIMP put_UserInterface(VARIANT_BOOL Value) override;
+    STDMETHODIMP put_LogFile(BSTR Path) override;
 };

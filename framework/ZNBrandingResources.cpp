@@ -15,8 +15,7 @@ std::wstring BrandedText(LONG id) {
     return {text, static_cast<size_t>(length)};
 }
 
-STDMETHODIMP
-ZNBrandingResources::Text(VARIANT Id, BSTR* Value) {
+STDMETHODIMP ZNBrandingResources::Text(VARIANT Id, BSTR* Value) {
     return com::Return(Value, [&] {
         const com::Variant id(Id);
         return id.Get().vt == VT_BSTR ? id.Text() : BrandedText(id.Number());

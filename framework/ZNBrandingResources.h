@@ -6,6 +6,5 @@
 
 class ZNBrandingResources final : public com::Object<IZNBrandingResources> {
 public:
-    STDMETHODIMP
-    Text(VARIANT Id, BSTR* Value) override;
+    STDMETHODIMP Text(VARIANT Id, BSTR* Value) override;
 };

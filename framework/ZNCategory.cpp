@@ -18,7 +18,6 @@ std::wstring IdentifierOf(LONG code) {
 
 }  // namespace
 
-STDMETHODIMP
-ZNCategory::CategoryId(LONG Code, BSTR* Value) {
+STDMETHODIMP ZNCategory::CategoryId(LONG Code, BSTR* Value) {
     return com::Return(Value, [&] { return IdentifierOf(Code); });
 }

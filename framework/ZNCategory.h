@@ -6,6 +6,5 @@
 
 class ZNCategory final : public com::Object<IZNCategory> {
 public:
-    STDMETHODIMP
-    CategoryId(LONG Code, BSTR* Value) override;
+    STDMETHODIMP CategoryId(LONG Code, BSTR* Value) override;
 };

@@ -84,7 +84,6 @@ void WriteEntry(const std::wstring& message, LONG type) {
 
 }  // namespace
 
-STDMETHODIMP
-ZNEventLog::Write(BSTR Message, LONG EventType) {
+STDMETHODIMP ZNEventLog::Write(BSTR Message, LONG EventType) {
     return com::Call([&] { WriteEntry(com::Text(Message), EventType); });
 }

@@ -6,6 +6,5 @@
 
 class ZNEventLog final : public com::Object<IZNEventLog> {
 public:
-    STDMETHODIMP
-    Write(BSTR Message, LONG EventType) override;
+    STDMETHODIMP Write(BSTR Message, LONG EventType) override;
 };

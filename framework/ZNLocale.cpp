@@ -17,7 +17,6 @@ bool ReadsRightToLeft() {
 
 }  // namespace
 
-STDMETHODIMP
-ZNLocale::get_RightToLeftReading(VARIANT_BOOL* Value) {
+STDMETHODIMP ZNLocale::get_RightToLeftReading(VARIANT_BOOL* Value) {
     return com::Return(Value, [] { return ReadsRightToLeft(); });
 }

@@ -6,6 +6,5 @@
 
 class ZNLocale final : public com::Object<IZNLocale> {
 public:
-    STDMETHODIMP
-    get_RightToLeftReading(VARIANT_BOOL* Value) override;
+    STDMETHODIMP get_RightToLeftReading(VARIANT_BOOL* Value) override;
 };

@@ -6,8 +6,7 @@ using Microsoft::WRL::ComPtr;
 
 /// The configuration is created here, not with the locator: it builds its tables for one application. One
 /// that fails does not take the place of one that works.
-STDMETHODIMP
-ZNMobileFolders::put_ApplicationName(BSTR Value) {
+STDMETHODIMP ZNMobileFolders::put_ApplicationName(BSTR Value) {
     return com::Call([&] {
         ComPtr<IZNMobileConfig> config;
         com::Check(CoCreateInstance(__uuidof(clsTranMobileConfig), nullptr, CLSCTX_INPROC_SERVER,
@@ -18,8 +17,7 @@ ZNMobileFolders::put_ApplicationName(BSTR Value) {
     });
 }
 
-STDMETHODIMP
-ZNMobileFolders::FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) {
+STDMETHODIMP ZNMobileFolders::FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) {
     return com::Return(Value, [&] {
         if (!m_config) throw com::Error(E_UNEXPECTED, L"Set ApplicationName before asking for a folder.");
         return com::Get<std::wstring>(&IZNMobileConfig::GetConfig, m_config.Get(), Enterprise, Kind);

@@ -10,10 +10,8 @@
 /// Answers from the mobile configuration of znTransporter.
 class ZNMobileFolders final : public com::Object<IZNMobileFolders> {
 public:
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) override;
-    STDMETHODIMP
-    FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override;
+    STDMETHODIMP put_ApplicationName(BSTR Value) override;
+    STDMETHODIMP FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override;
 
 private:
     Microsoft::WRL::ComPtr<IZNMobileConfig> m_config;  ///< null until an application is named

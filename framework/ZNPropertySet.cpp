@@ -9,16 +9,14 @@ ZNPropertySet::Property* ZNPropertySet::Find(const std::wstring& name) {
     return found == m_properties.end() ? nullptr : &*found;
 }
 
-STDMETHODIMP
-ZNPropertySet::GetProperty(BSTR Name, VARIANT* Value) {
+STDMETHODIMP ZNPropertySet::GetProperty(BSTR Name, VARIANT* Value) {
     return com::Return(Value, [&] {
         const Property* property = Find(com::Text(Name));
         return property ? property->value : com::Variant();
     });
 }
 
-STDMETHODIMP
-ZNPropertySet::SetProperty(BSTR Name, VARIANT Value) {
+STDMETHODIMP ZNPropertySet::SetProperty(BSTR Name, VARIANT Value) {
     return com::Call([&] {
         Property property{com::Text(Name), com::Variant(Value)};
         if (Property* existing = Find(property.name))
@@ -28,8 +26,7 @@ ZNPropertySet::SetProperty(BSTR Name, VARIANT Value) {
     });
 }
 
-STDMETHODIMP
-ZNPropertySet::GetAllProperties(VARIANT* Names, VARIANT* Values) {
+STDMETHODIMP ZNPropertySet::GetAllProperties(VARIANT* Names, VARIANT* Values) {
     if (!Names || !Values) return E_POINTER;
     VariantInit(Names);
     VariantInit(Values);

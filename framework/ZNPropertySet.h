@@ -10,12 +10,9 @@
 
 class ZNPropertySet final : public com::Object<IZNPropertySet> {
 public:
-    STDMETHODIMP
-    GetProperty(BSTR Name, VARIANT* Value) override;
-    STDMETHODIMP
-    SetProperty(BSTR Name, VARIANT Value) override;
-    STDMETHODIMP
-    GetAllProperties(VARIANT* Names, VARIANT* Values) override;
+    STDMETHODIMP GetProperty(BSTR Name, VARIANT* Value) override;
+    STDMETHODIMP SetProperty(BSTR Name, VARIANT Value) override;
+    STDMETHODIMP GetAllProperties(VARIANT* Names, VARIANT* Values) override;
 
 private:
     struct Property {

@@ -114,8 +114,7 @@ const std::wstring& ZNRegistry::Path() const {
     return m_path;
 }
 
-STDMETHODIMP
-ZNRegistry::Open(LONG Hive, LONG Product, BSTR SubKey) {
+STDMETHODIMP ZNRegistry::Open(LONG Hive, LONG Product, BSTR SubKey) {
     return com::Call([&] {
         const HKEY hive = PredefinedKey(Hive);
         const std::wstring subKey = com::Text(SubKey);
@@ -124,8 +123,7 @@ ZNRegistry::Open(LONG Hive, LONG Product, BSTR SubKey) {
     });
 }
 
-STDMETHODIMP
-ZNRegistry::Read(BSTR Name, VARIANT Default, VARIANT* Value) {
+STDMETHODIMP ZNRegistry::Read(BSTR Name, VARIANT Default, VARIANT* Value) {
     return com::Return(Value, [&] {
         const std::wstring name = com::Text(Name);
         auto value = ReadValue(HKEY_CURRENT_USER, Path(), name);
@@ -134,8 +132,7 @@ ZNRegistry::Read(BSTR Name, VARIANT Default, VARIANT* Value) {
     });
 }
 
-STDMETHODIMP
-ZNRegistry::Write(BSTR Name, VARIANT Value) {
+STDMETHODIMP ZNRegistry::Write(BSTR Name, VARIANT Value) {
     return com::Call([&] {
         const std::wstring name = com::Text(Name);
         const com::Variant value(Value);

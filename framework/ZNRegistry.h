@@ -10,12 +10,9 @@
 
 class ZNRegistry final : public com::Object<IZNRegistry> {
 public:
-    STDMETHODIMP
-    Open(LONG Hive, LONG Product, BSTR SubKey) override;
-    STDMETHODIMP
-    Read(BSTR Name, VARIANT Default, VARIANT* Value) override;
-    STDMETHODIMP
-    Write(BSTR Name, VARIANT Value) override;
+    STDMETHODIMP Open(LONG Hive, LONG Product, BSTR SubKey) override;
+    STDMETHODIMP Read(BSTR Name, VARIANT Default, VARIANT* Value) override;
+    STDMETHODIMP Write(BSTR Name, VARIANT Value) override;
 
 private:
     const std::wstring& Path() const;

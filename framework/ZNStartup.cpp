@@ -22,8 +22,7 @@ com::Variant StartupEntry(LONG number) {
 
 }  // namespace
 
-STDMETHODIMP
-ZNStartup::Initialize(BSTR Title) {
+STDMETHODIMP ZNStartup::Initialize(BSTR Title) {
     return com::Call([&] {
         const std::wstring title = com::Text(Title);
         // The event log of Windows refuses entries of a source without a name.
@@ -31,7 +30,6 @@ ZNStartup::Initialize(BSTR Title) {
     });
 }
 
-STDMETHODIMP
-ZNStartup::Entry(LONG Number, VARIANT, VARIANT* Value) {
+STDMETHODIMP ZNStartup::Entry(LONG Number, VARIANT, VARIANT* Value) {
     return com::Return(Value, [&] { return StartupEntry(Number); });
 }

@@ -6,8 +6,6 @@
 
 class ZNStartup final : public com::Object<IZNStartup> {
 public:
-    STDMETHODIMP
-    Initialize(BSTR Title) override;
-    STDMETHODIMP
-    Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override;
+    STDMETHODIMP Initialize(BSTR Title) override;
+    STDMETHODIMP Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override;
 };

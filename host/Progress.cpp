@@ -23,33 +23,28 @@ void PrintIndented(const std::wstring& text) {
 
 }  // namespace
 
-STDMETHODIMP
-ConsoleProgress::SetRange(LONG Low, LONG High) {
+STDMETHODIMP ConsoleProgress::SetRange(LONG Low, LONG High) {
     m_low = Low;
     m_high = High;
     return S_OK;
 }
 
-STDMETHODIMP
-ConsoleProgress::AddMessage(BSTR Text, LONG Level) {
+STDMETHODIMP ConsoleProgress::AddMessage(BSTR Text, LONG Level) {
     return com::Call([&] {
         const std::wstring prefix = Level == ZN_PROGRESS_FAILURE ? L"failed: " : L"";
         PrintIndented(prefix + com::Text(Text));
     });
 }
 
-STDMETHODIMP
-ConsoleProgress::put_StatusText(BSTR Text) {
+STDMETHODIMP ConsoleProgress::put_StatusText(BSTR Text) {
     return com::Call([&] { PrintIndented(com::Text(Text)); });
 }
 
-STDMETHODIMP
-ConsoleProgress::put_Position(LONG Value) {
+STDMETHODIMP ConsoleProgress::put_Position(LONG Value) {
     return com::Call([&] { ShowBar(Value); });
 }
 
-STDMETHODIMP
-ConsoleProgress::get_Cancelled(VARIANT_BOOL* Value) {
+STDMETHODIMP ConsoleProgress::get_Cancelled(VARIANT_BOOL* Value) {
     return com::Return(Value, [] { return Interrupt::Requested(); });
 }
 

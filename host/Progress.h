@@ -9,18 +9,12 @@
 /// Headlines and messages as lines; on a console a bar as well.
 class ConsoleProgress final : public com::Object<IZNProgress> {
 public:
-    STDMETHODIMP
-    Reserved() override { return S_OK; }
-    STDMETHODIMP
-    SetRange(LONG Low, LONG High) override;
-    STDMETHODIMP
-    AddMessage(BSTR Text, LONG Level) override;
-    STDMETHODIMP
-    put_StatusText(BSTR Text) override;
-    STDMETHODIMP
-    put_Position(LONG Value) override;
-    STDMETHODIMP
-    get_Cancelled(VARIANT_BOOL* Value) override;
+    STDMETHODIMP Reserved() override { return S_OK; }
+    STDMETHODIMP SetRange(LONG Low, LONG High) override;
+    STDMETHODIMP AddMessage(BSTR Text, LONG Level) override;
+    STDMETHODIMP put_StatusText(BSTR Text) override;
+    STDMETHODIMP put_Position(LONG Value) override;
+    STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override;
 
 private:
     void ShowBar(LONG position) const;

@@ -139,34 +139,28 @@ void clsTranMobileConfig::IZNMobileConfig_SetConfig(bool Enterprise, const std::
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsTranMobileConfig::put_ApplicationName(BSTR Value) {
+STDMETHODIMP clsTranMobileConfig::put_ApplicationName(BSTR Value) {
     return Call([&] { IZNMobileConfig_ApplicationName(Text(Value)); });
 }
 
-STDMETHODIMP
-clsTranMobileConfig::get_ApplicationName(BSTR* Value) {
+STDMETHODIMP clsTranMobileConfig::get_ApplicationName(BSTR* Value) {
     return Return(Value, [&] { return m_sApplicationName; });
 }
 
-STDMETHODIMP
-clsTranMobileConfig::GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) {
+STDMETHODIMP clsTranMobileConfig::GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) {
     return Return(Value,
                   [&] { return IZNMobileConfig_GetConfig(Enterprise != VARIANT_FALSE, Text(ConfigName)); });
 }
 
-STDMETHODIMP
-clsTranMobileConfig::NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) {
+STDMETHODIMP clsTranMobileConfig::NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) {
     return Return(ConfigName, [&] { return IZNMobileConfig_NextConfigName(Enterprise != VARIANT_FALSE); });
 }
 
-STDMETHODIMP
-clsTranMobileConfig::ResetConfigNames(VARIANT_BOOL Enterprise) {
+STDMETHODIMP clsTranMobileConfig::ResetConfigNames(VARIANT_BOOL Enterprise) {
     return Call([&] { IZNMobileConfig_ResetConfigNames(Enterprise != VARIANT_FALSE); });
 }
 
-STDMETHODIMP
-clsTranMobileConfig::SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) {
+STDMETHODIMP clsTranMobileConfig::SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) {
     return Call(
         [&] { IZNMobileConfig_SetConfig(Enterprise != VARIANT_FALSE, Text(ConfigName), Text(ConfigValue)); });
 }

@@ -12,18 +12,12 @@
 /// It has no error handler: whatever fails is raised to the caller.
 class clsTranMobileConfig final : public com::Object<com::Dual<_clsTranMobileConfig>, IZNMobileConfig> {
 public:
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) override;
-    STDMETHODIMP
-    get_ApplicationName(BSTR* Value) override;
-    STDMETHODIMP
-    GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override;
-    STDMETHODIMP
-    NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) override;
-    STDMETHODIMP
-    ResetConfigNames(VARIANT_BOOL Enterprise) override;
-    STDMETHODIMP
-    SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) override;
+    STDMETHODIMP put_ApplicationName(BSTR Value) override;
+    STDMETHODIMP get_ApplicationName(BSTR* Value) override;
+    STDMETHODIMP GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override;
+    STDMETHODIMP NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) override;
+    STDMETHODIMP ResetConfigNames(VARIANT_BOOL Enterprise) override;
+    STDMETHODIMP SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) override;
 
 private:
     /// What is known of one side.

@@ -17,56 +17,45 @@ template <class DefaultInterface, class... Others>
 class SenderReceiver : public Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...> {
 public:
     // IZNSenderReceiver
-    STDMETHODIMP
-    get_LocalSendFolder(BSTR* Value) final {
+    STDMETHODIMP get_LocalSendFolder(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sLocalSendFolder; });
     }
-    STDMETHODIMP
-    put_LocalSendFolder(BSTR Value) final {
+    STDMETHODIMP put_LocalSendFolder(BSTR Value) final {
         return com::Call([&] {
             StoreTestedFolder(m_sLocalSendFolder, com::Text(Value), L"IZNSenderReceiver_LocalSendFolder");
         });
     }
-    STDMETHODIMP
-    get_LocalReceiveFolder(BSTR* Value) final {
+    STDMETHODIMP get_LocalReceiveFolder(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sLocalReceiveFolder; });
     }
-    STDMETHODIMP
-    put_LocalReceiveFolder(BSTR Value) final {
+    STDMETHODIMP put_LocalReceiveFolder(BSTR Value) final {
         return com::Call([&] {
             StoreTestedFolder(m_sLocalReceiveFolder, com::Text(Value),
                               L"IZNSenderReceiver_LocalReceiveFolder");
         });
     }
-    STDMETHODIMP
-    Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) final {
         return com::Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
     }
     // IZNSenderReceiver and IZNSenderReceiver2
-    STDMETHODIMP
-    Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) final {
         return com::Return(Success, [&] { return IZNSenderReceiver_Send(Progress); });
     }
-    STDMETHODIMP
-    Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) final {
+    STDMETHODIMP Receive(BSTR FolderName, IUnknown* Progress, VARIANT_BOOL* Success) final {
         return com::Return(Success,
                            [&] { return IZNSenderReceiver_Receive(com::Text(FolderName), Progress); });
     }
     // IZNSenderReceiver2
-    STDMETHODIMP
-    get_PropSet(IZNPropertySet** Value) final {
+    STDMETHODIMP get_PropSet(IZNPropertySet** Value) final {
         return com::Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
     }
-    STDMETHODIMP
-    putref_PropSet(IZNPropertySet* Value) final {
+    STDMETHODIMP putref_PropSet(IZNPropertySet* Value) final {
         return com::Call([&] { IZNSenderReceiver2_PropSet(Value); });
     }
-    STDMETHODIMP
-    get_ApplicationName(BSTR* Value) final {
+    STDMETHODIMP get_ApplicationName(BSTR* Value) final {
         return com::Return(Value, [&] { return m_sApplicationName; });
     }
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) final {
+    STDMETHODIMP put_ApplicationName(BSTR Value) final {
         return com::Call([&] { IZNSenderReceiver2_ApplicationName(com::Text(Value)); });
     }
 

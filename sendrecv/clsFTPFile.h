@@ -14,14 +14,10 @@ public:
     clsFTPFile(std::wstring name, DWORD attributes, std::uint64_t size)
         : sFileName(std::move(name)), lAttributes(static_cast<LONG>(attributes)), m_size(size) {}
 
-    STDMETHODIMP
-    get_sFileName(BSTR* Value) override;
-    STDMETHODIMP
-    put_sFileName(BSTR Value) override;
-    STDMETHODIMP
-    get_lAttributes(LONG* Value) override;
-    STDMETHODIMP
-    put_lAttributes(LONG Value) override;
+    STDMETHODIMP get_sFileName(BSTR* Value) override;
+    STDMETHODIMP put_sFileName(BSTR Value) override;
+    STDMETHODIMP get_lAttributes(LONG* Value) override;
+    STDMETHODIMP put_lAttributes(LONG Value) override;
 
     bool IsFolder() const { return (lAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
     bool IsSelfOrParent() const { return sFileName == L"." || sFileName == L".."; }

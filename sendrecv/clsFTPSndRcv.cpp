@@ -180,43 +180,33 @@ ComPtr<IUnknown> clsFTPSndRcv::IZNMobileAdminProperties_Execute(LONG Value) try 
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsFTPSndRcv::VerifyFTPSite(BSTR* Failure) {
+STDMETHODIMP clsFTPSndRcv::VerifyFTPSite(BSTR* Failure) {
     return Return(Failure, [&] { return VerifyFTPSite(); });
 }
-STDMETHODIMP
-clsFTPSndRcv::get_SupressMsg(VARIANT_BOOL* Value) {
+STDMETHODIMP clsFTPSndRcv::get_SupressMsg(VARIANT_BOOL* Value) {
     return Return(Value, [&] { return SupressMsg; });
 }
-STDMETHODIMP
-clsFTPSndRcv::put_SupressMsg(VARIANT_BOOL Value) {
+STDMETHODIMP clsFTPSndRcv::put_SupressMsg(VARIANT_BOOL Value) {
     return Call([&] { SupressMsg = Value != VARIANT_FALSE; });
 }
-STDMETHODIMP
-clsFTPSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
+STDMETHODIMP clsFTPSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
     return Return(Value, [&] { return m_connection.LoginCancelled; });
 }
-STDMETHODIMP
-clsFTPSndRcv::put_LoginCancelled(VARIANT_BOOL Value) {
+STDMETHODIMP clsFTPSndRcv::put_LoginCancelled(VARIANT_BOOL Value) {
     return Call([&] { m_connection.LoginCancelled = Value != VARIANT_FALSE; });
 }
-STDMETHODIMP
-clsFTPSndRcv::Connect(VARIANT_BOOL* Success) {
+STDMETHODIMP clsFTPSndRcv::Connect(VARIANT_BOOL* Success) {
     return Return(Success, [&] { return IZNSenderReceiver_Connect(); });
 }
-STDMETHODIMP
-clsFTPSndRcv::Disconnect(VARIANT_BOOL* Success) {
+STDMETHODIMP clsFTPSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [&] { return IZNSenderReceiver_Disconnect(); });
 }
-STDMETHODIMP
-clsFTPSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
+STDMETHODIMP clsFTPSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
     return Return(Value, [] { return true; });
 }
-STDMETHODIMP
-clsFTPSndRcv::Initialize(LONG Value, IUnknown* Context, IUnknown** Result) {
+STDMETHODIMP clsFTPSndRcv::Initialize(LONG Value, IUnknown* Context, IUnknown** Result) {
     return Return(Result, [&] { return IZNMobileAdminProperties_Initialize(Value, Context); });
 }
-STDMETHODIMP
-clsFTPSndRcv::Execute(LONG Value, IUnknown** Result) {
+STDMETHODIMP clsFTPSndRcv::Execute(LONG Value, IUnknown** Result) {
     return Return(Result, [&] { return IZNMobileAdminProperties_Execute(Value); });
 }

@@ -15,29 +15,19 @@ public:
     clsFTPSndRcv();
 
     // _clsFTPSndRcv
-    STDMETHODIMP
-    get_SupressMsg(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    put_SupressMsg(VARIANT_BOOL Value) override;
-    STDMETHODIMP
-    VerifyFTPSite(BSTR* Failure) override;
+    STDMETHODIMP get_SupressMsg(VARIANT_BOOL* Value) override;
+    STDMETHODIMP put_SupressMsg(VARIANT_BOOL Value) override;
+    STDMETHODIMP VerifyFTPSite(BSTR* Failure) override;
     // _clsFTPSndRcv and IZNSenderReceiver
-    STDMETHODIMP
-    get_LoginCancelled(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    put_LoginCancelled(VARIANT_BOOL Value) override;
+    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override;
+    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL Value) override;
     // IZNSenderReceiver and IZNSenderReceiver2
-    STDMETHODIMP
-    Connect(VARIANT_BOOL* Success) override;
-    STDMETHODIMP
-    Disconnect(VARIANT_BOOL* Success) override;
+    STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
+    STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override;
     // IZNMobileAdminProperties
-    STDMETHODIMP
-    get_HasProperties(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
-    STDMETHODIMP
-    Execute(LONG Value, IUnknown** Result) override;
+    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override;
+    STDMETHODIMP Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
+    STDMETHODIMP Execute(LONG Value, IUnknown** Result) override;
 
 private:
     void TakeSetting(const std::wstring& name, const com::Variant& value) override;

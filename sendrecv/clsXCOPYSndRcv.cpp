@@ -193,33 +193,25 @@ std::wstring clsXCOPYSndRcv::DisplayName() { return StartupEntry(kNameEntry); }
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
+STDMETHODIMP clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
     return Return(Value, [] { return false; });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::put_LoginCancelled(VARIANT_BOOL) { return S_OK; }
-STDMETHODIMP
-clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
+STDMETHODIMP clsXCOPYSndRcv::put_LoginCancelled(VARIANT_BOOL) { return S_OK; }
+STDMETHODIMP clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
     return Return(Success, [] { return true; });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
+STDMETHODIMP clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [] { return true; });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
+STDMETHODIMP clsXCOPYSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
     return Return(Value, [] { return false; });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::Initialize(LONG, IUnknown*, IUnknown** Result) {
+STDMETHODIMP clsXCOPYSndRcv::Initialize(LONG, IUnknown*, IUnknown** Result) {
     return Return(Result, [] { return ComPtr<IUnknown>(); });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::Execute(LONG, IUnknown** Result) {
+STDMETHODIMP clsXCOPYSndRcv::Execute(LONG, IUnknown** Result) {
     return Return(Result, [] { return ComPtr<IUnknown>(); });
 }
-STDMETHODIMP
-clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
+STDMETHODIMP clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
     return Return(Value, [] { return true; });
 }

@@ -14,25 +14,17 @@ public:
     clsXCOPYSndRcv();
 
     // IZNSenderReceiver
-    STDMETHODIMP
-    get_LoginCancelled(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    put_LoginCancelled(VARIANT_BOOL Value) override;
+    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override;
+    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL Value) override;
     // IZNSenderReceiver and IZNSenderReceiver2
-    STDMETHODIMP
-    Connect(VARIANT_BOOL* Success) override;
-    STDMETHODIMP
-    Disconnect(VARIANT_BOOL* Success) override;
+    STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
+    STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override;
     // IZNMobileAdminProperties
-    STDMETHODIMP
-    get_HasProperties(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
-    STDMETHODIMP
-    Execute(LONG Value, IUnknown** Result) override;
+    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override;
+    STDMETHODIMP Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
+    STDMETHODIMP Execute(LONG Value, IUnknown** Result) override;
     // IZNMobileAdminPropertiesEx
-    STDMETHODIMP
-    get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) override;
+    STDMETHODIMP get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) override;
 
 private:
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;

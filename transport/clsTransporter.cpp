@@ -314,41 +314,34 @@ bool clsTransporter::IZNTransporter2_RestoreBackup(const std::wstring& PacketId)
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP
-clsTransporter::get_Encoder(IZNEncoder** Value) {
+STDMETHODIMP clsTransporter::get_Encoder(IZNEncoder** Value) {
     return Return(Value, [&] { return m_currentEncoder; });
 }
-STDMETHODIMP
-clsTransporter::putref_Encoder(IZNEncoder* Value) {
+STDMETHODIMP clsTransporter::putref_Encoder(IZNEncoder* Value) {
     if (!Value) return E_POINTER;
     return Call([&] {
         m_currentEncoder = Value;
         m_encoders.emplace_back(Value);
     });
 }
-STDMETHODIMP
-clsTransporter::get_SenderReceiver(IZNSenderReceiver** Value) {
+STDMETHODIMP clsTransporter::get_SenderReceiver(IZNSenderReceiver** Value) {
     return Return(Value, [&] { return m_senderReceiver; });
 }
-STDMETHODIMP
-clsTransporter::putref_SenderReceiver(IZNSenderReceiver* Value) {
+STDMETHODIMP clsTransporter::putref_SenderReceiver(IZNSenderReceiver* Value) {
     m_senderReceiver = Value;
     return S_OK;
 }
-STDMETHODIMP
-clsTransporter::Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) {
     return Return(Result, [&] { return IZNTransporter_Add(Text(FileName), Text(SubFolder)); });
 }
-STDMETHODIMP
-clsTransporter::SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) {
     return Return(Result, [&] { return IZNTransporter_SendReceive(Argument, Progress); });
 }
-STDMETHODIMP
-clsTransporter::ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) {
+STDMETHODIMP clsTransporter::ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) {
     return Return(Count, [&] { return IZNTransporter_ResetLocalReceiveFiles(Text(SubFolder)); });
 }
-STDMETHODIMP
-clsTransporter::NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName,
+                                                  VARIANT_BOOL* Result) {
     if (!FileName) return E_POINTER;
     *FileName = nullptr;
     return Return(Result, [&] {
@@ -358,12 +351,10 @@ clsTransporter::NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VAR
         return result;
     });
 }
-STDMETHODIMP
-clsTransporter::ResetLocalSendFiles(BSTR SubFolder, LONG* Count) {
+STDMETHODIMP clsTransporter::ResetLocalSendFiles(BSTR SubFolder, LONG* Count) {
     return Return(Count, [&] { return IZNTransporter_ResetLocalSendFiles(Text(SubFolder)); });
 }
-STDMETHODIMP
-clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) {
     if (!FileName) return E_POINTER;
     *FileName = nullptr;
     return Return(Result, [&] {
@@ -373,35 +364,28 @@ clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) {
         return result;
     });
 }
-STDMETHODIMP
-clsTransporter::get_BackupEnabled(VARIANT_BOOL* Value) {
+STDMETHODIMP clsTransporter::get_BackupEnabled(VARIANT_BOOL* Value) {
     return Return(Value, [&] { return m_bBackupEnabled; });
 }
-STDMETHODIMP
-clsTransporter::put_BackupEnabled(VARIANT_BOOL Value) {
+STDMETHODIMP clsTransporter::put_BackupEnabled(VARIANT_BOOL Value) {
     m_bBackupEnabled = Value != VARIANT_FALSE;
     return S_OK;
 }
-STDMETHODIMP
-clsTransporter::Reset() {
+STDMETHODIMP clsTransporter::Reset() {
     return Call([&] { Quietly([&] { IZNTransporter2_Reset(); }); });
 }
-STDMETHODIMP
-clsTransporter::Next(BSTR* PacketId) {
+STDMETHODIMP clsTransporter::Next(BSTR* PacketId) {
     return Return(PacketId, [&] { return Quietly([&] { return IZNTransporter2_Next(); }); });
 }
-STDMETHODIMP
-clsTransporter::BackupExists(BSTR PacketId, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::BackupExists(BSTR PacketId, VARIANT_BOOL* Result) {
     return Return(Result,
                   [&] { return Quietly([&] { return IZNTransporter2_BackupExists(Text(PacketId)); }); });
 }
-STDMETHODIMP
-clsTransporter::RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) {
     return Return(Result,
                   [&] { return Quietly([&] { return IZNTransporter2_RestoreBackup(Text(PacketId)); }); });
 }
-STDMETHODIMP
-clsTransporter::DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) {
+STDMETHODIMP clsTransporter::DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) {
     return Return(Result,
                   [&] { return Quietly([&] { return IZNTransporter2_DestroyBackup(Text(PacketId)); }); });
 }

@@ -15,41 +15,24 @@
 class clsTransporter final : public com::Object<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
 public:
     // IZNTransporter
-    STDMETHODIMP
-    get_Encoder(IZNEncoder** Value) override;
-    STDMETHODIMP
-    putref_Encoder(IZNEncoder* Value) override;
-    STDMETHODIMP
-    get_SenderReceiver(IZNSenderReceiver** Value) override;
-    STDMETHODIMP
-    putref_SenderReceiver(IZNSenderReceiver* Value) override;
-    STDMETHODIMP
-    Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) override;
-    STDMETHODIMP
-    NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    ResetLocalSendFiles(BSTR SubFolder, LONG* Count) override;
-    STDMETHODIMP
-    NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) override;
+    STDMETHODIMP get_Encoder(IZNEncoder** Value) override;
+    STDMETHODIMP putref_Encoder(IZNEncoder* Value) override;
+    STDMETHODIMP get_SenderReceiver(IZNSenderReceiver** Value) override;
+    STDMETHODIMP putref_SenderReceiver(IZNSenderReceiver* Value) override;
+    STDMETHODIMP Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) override;
+    STDMETHODIMP SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) override;
+    STDMETHODIMP ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) override;
+    STDMETHODIMP NextLocalReceiveFile(BSTR DestinationFolder, BSTR* FileName, VARIANT_BOOL* Result) override;
+    STDMETHODIMP ResetLocalSendFiles(BSTR SubFolder, LONG* Count) override;
+    STDMETHODIMP NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) override;
     // IZNTransporter2
-    STDMETHODIMP
-    get_BackupEnabled(VARIANT_BOOL* Value) override;
-    STDMETHODIMP
-    put_BackupEnabled(VARIANT_BOOL Value) override;
-    STDMETHODIMP
-    Reset() override;
-    STDMETHODIMP
-    Next(BSTR* PacketId) override;
-    STDMETHODIMP
-    BackupExists(BSTR PacketId, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
-    STDMETHODIMP
-    DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
+    STDMETHODIMP get_BackupEnabled(VARIANT_BOOL* Value) override;
+    STDMETHODIMP put_BackupEnabled(VARIANT_BOOL Value) override;
+    STDMETHODIMP Reset() override;
+    STDMETHODIMP Next(BSTR* PacketId) override;
+    STDMETHODIMP BackupExists(BSTR PacketId, VARIANT_BOOL* Result) override;
+    STDMETHODIMP RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
+    STDMETHODIMP DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
 
 private:
     /// A list of full paths with the cursor of the member that walks it.

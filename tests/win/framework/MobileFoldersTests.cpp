@@ -11,27 +11,21 @@ namespace {
 /// Answers with what it is asked.
 class ConfigDouble final : public com::Object<IZNMobileConfig> {
 public:
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) override {
+    STDMETHODIMP put_ApplicationName(BSTR Value) override {
         return com::Call([&] {
             m_application = com::Text(Value);
             if (m_application == L"broken") throw com::Error(E_ACCESSDENIED, L"the settings are locked");
         });
     }
-    STDMETHODIMP
-    get_ApplicationName(BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override {
+    STDMETHODIMP get_ApplicationName(BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) override {
         return com::Return(Value, [&] {
             return m_application + (Enterprise ? L" enterprise " : L" field ") + com::Text(ConfigName);
         });
     }
-    STDMETHODIMP
-    NextConfigName(VARIANT_BOOL, BSTR*) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    ResetConfigNames(VARIANT_BOOL) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    SetConfig(VARIANT_BOOL, BSTR, BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP NextConfigName(VARIANT_BOOL, BSTR*) override { return E_NOTIMPL; }
+    STDMETHODIMP ResetConfigNames(VARIANT_BOOL) override { return E_NOTIMPL; }
+    STDMETHODIMP SetConfig(VARIANT_BOOL, BSTR, BSTR) override { return E_NOTIMPL; }
 
 private:
     std::wstring m_application;
@@ -42,12 +36,10 @@ class ConfigFactory final : public com::Object<IClassFactory> {
 public:
     explicit ConfigFactory(const HRESULT& result) : m_result(result) {}
 
-    STDMETHODIMP
-    CreateInstance(IUnknown*, REFIID id, void** object) override {
+    STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) override {
         return FAILED(m_result) ? m_result : com::Make<ConfigDouble>().CopyTo(id, object);
     }
-    STDMETHODIMP
-    LockServer(BOOL) override { return S_OK; }
+    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 
 private:
     const HRESULT& m_result;

@@ -21,46 +21,35 @@ using testing::IsEmpty;
 /// Two folders; each step answers as arranged, and is written down.
 class Remote final : public com::Object<IZNSenderReceiver> {
 public:
-    STDMETHODIMP
-    get_LocalSendFolder(BSTR* Value) override {
+    STDMETHODIMP get_LocalSendFolder(BSTR* Value) override {
         return Return(Value, [&] { return send; });
     }
-    STDMETHODIMP
-    put_LocalSendFolder(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    get_LocalReceiveFolder(BSTR* Value) override {
+    STDMETHODIMP put_LocalSendFolder(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP get_LocalReceiveFolder(BSTR* Value) override {
         return Return(Value, [&] { return receive; });
     }
-    STDMETHODIMP
-    put_LocalReceiveFolder(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    get_LoginCancelled(VARIANT_BOOL* Value) override {
+    STDMETHODIMP put_LocalReceiveFolder(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override {
         return Return(Value, [&] { return loginCancelled; });
     }
-    STDMETHODIMP
-    put_LoginCancelled(VARIANT_BOOL Value) override {
+    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL Value) override {
         steps += Value ? L"cancel!" : L"reset,";
         return S_OK;
     }
-    STDMETHODIMP
-    Send(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Success) override {
+    STDMETHODIMP Send(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Success) override {
         return Step(L"send(" + Text(Argument) +
                         (Progress == static_cast<IZNSenderReceiver*>(this) ? L",progress)" : L")"),
                     Success);
     }
-    STDMETHODIMP
-    Receive(BSTR Argument, IUnknown*, VARIANT_BOOL* Success) override {
+    STDMETHODIMP Receive(BSTR Argument, IUnknown*, VARIANT_BOOL* Success) override {
         return Step(L"receive(" + Text(Argument) + L")", Success);
     }
-    STDMETHODIMP
-    Init(IZNPropertySet*, VARIANT_BOOL*) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    Connect(VARIANT_BOOL* Success) override {
+    STDMETHODIMP Init(IZNPropertySet*, VARIANT_BOOL*) override { return E_NOTIMPL; }
+    STDMETHODIMP Connect(VARIANT_BOOL* Success) override {
         onConnect();
         return Step(L"connect", Success);
     }
-    STDMETHODIMP
-    Disconnect(VARIANT_BOOL* Success) override { return Step(L"disconnect", Success); }
+    STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override { return Step(L"disconnect", Success); }
 
     std::wstring send;
     std::wstring receive;
@@ -83,8 +72,7 @@ class Encoder final : public com::Object<IZNEncoder> {
 public:
     Encoder(std::wstring in, std::wstring out) : inExtension(std::move(in)), outExtension(std::move(out)) {}
 
-    STDMETHODIMP
-    Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) override {
+    STDMETHODIMP Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) override {
         calls += L"encode " + Text(FileName) + L",";
         if (FAILED(result)) return result;
         return Return(Success, [&] {
@@ -93,8 +81,8 @@ public:
                              (Text(OutFolder) + L"\\" + Text(FileName) + outExtension).c_str(), FALSE) != 0;
         });
     }
-    STDMETHODIMP
-    Decode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile, VARIANT_BOOL* Success) override {
+    STDMETHODIMP Decode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
+                        VARIANT_BOOL* Success) override {
         calls += L"decode " + Text(FileName) + L",";
         if (FAILED(result)) return result;
         return Return(Success, [&] {
@@ -105,18 +93,14 @@ public:
             return succeeds && CopyFileW(source.c_str(), target.c_str(), FALSE) != 0;
         });
     }
-    STDMETHODIMP
-    get_InExtension(BSTR* Value) override {
+    STDMETHODIMP get_InExtension(BSTR* Value) override {
         return Return(Value, [&] { return inExtension; });
     }
-    STDMETHODIMP
-    put_InExtension(BSTR) override { return E_NOTIMPL; }
-    STDMETHODIMP
-    get_OutExtension(BSTR* Value) override {
+    STDMETHODIMP put_InExtension(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP get_OutExtension(BSTR* Value) override {
         return Return(Value, [&] { return outExtension; });
     }
-    STDMETHODIMP
-    put_OutExtension(BSTR) override { return E_NOTIMPL; }
+    STDMETHODIMP put_OutExtension(BSTR) override { return E_NOTIMPL; }
 
     std::wstring inExtension;
     std::wstring outExtension;

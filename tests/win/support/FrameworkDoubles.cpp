@@ -31,8 +31,7 @@ public:
 
 class EventLog final : public com::Object<IZNEventLog>, Counted {
 public:
-    STDMETHODIMP
-    Write(BSTR Message, LONG EventType) override {
+    STDMETHODIMP Write(BSTR Message, LONG EventType) override {
         Framework& framework = Framework::Current();
         if (FAILED(framework.logResult)) return framework.logResult;
         framework.log.push_back({Text(Message), EventType});
@@ -42,13 +41,11 @@ public:
 
 class Startup final : public com::Object<IZNStartup>, Counted {
 public:
-    STDMETHODIMP
-    Initialize(BSTR Title) override {
+    STDMETHODIMP Initialize(BSTR Title) override {
         Framework::Current().title = Text(Title);
         return S_OK;
     }
-    STDMETHODIMP
-    Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override {
+    STDMETHODIMP Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override {
         return Return(Value, [&] {
             if (Arguments.vt != (VT_ARRAY | VT_VARIANT)) throw com::Error(E_INVALIDARG, L"no argument list");
             return Number == 145 ? com::Variant(Number)
@@ -59,13 +56,11 @@ public:
 
 class Registry final : public com::Object<IZNRegistry>, Counted {
 public:
-    STDMETHODIMP
-    Open(LONG, LONG Product, BSTR SubKey) override {
+    STDMETHODIMP Open(LONG, LONG Product, BSTR SubKey) override {
         m_key = std::to_wstring(Product) + L"/" + Text(SubKey) + L"/";
         return S_OK;
     }
-    STDMETHODIMP
-    Read(BSTR Name, VARIANT Default, VARIANT* Value) override {
+    STDMETHODIMP Read(BSTR Name, VARIANT Default, VARIANT* Value) override {
         return Return(Value, [&] {
             const std::wstring entry = m_key + Text(Name);
             if (entry == Framework::Current().unreadable) com::ThrowWin32(ERROR_ACCESS_DENIED, entry);
@@ -75,8 +70,7 @@ public:
             return found == values.end() ? com::Variant(Default) : com::Variant(found->second);
         });
     }
-    STDMETHODIMP
-    Write(BSTR Name, VARIANT Value) override {
+    STDMETHODIMP Write(BSTR Name, VARIANT Value) override {
         return Call([&] { Framework::Current().registry[m_key + Text(Name)] = com::Variant(Value).Text(); });
     }
 
@@ -86,22 +80,19 @@ private:
 
 class PropertySet final : public com::Object<IZNPropertySet> {
 public:
-    STDMETHODIMP
-    GetProperty(BSTR Name, VARIANT* Value) override {
+    STDMETHODIMP GetProperty(BSTR Name, VARIANT* Value) override {
         return Return(Value, [&] {
             const auto found = std::ranges::find(m_names, Text(Name));
             return found == m_names.end() ? com::Variant()
                                           : m_values[static_cast<size_t>(found - m_names.begin())];
         });
     }
-    STDMETHODIMP
-    SetProperty(BSTR Name, VARIANT Value) override {
+    STDMETHODIMP SetProperty(BSTR Name, VARIANT Value) override {
         m_names.push_back(Text(Name));
         m_values.emplace_back(Value);
         return S_OK;
     }
-    STDMETHODIMP
-    GetAllProperties(VARIANT* Names, VARIANT* Values) override {
+    STDMETHODIMP GetAllProperties(VARIANT* Names, VARIANT* Values) override {
         *Names = com::Variant::Array(m_names).Release();
         *Values = com::Variant::Array(m_values).Release();
         return S_OK;
@@ -114,16 +105,14 @@ private:
 
 class BrandingResources final : public com::Object<IZNBrandingResources>, Counted {
 public:
-    STDMETHODIMP
-    Text(VARIANT Id, BSTR* Value) override {
+    STDMETHODIMP Text(VARIANT Id, BSTR* Value) override {
         return Return(Value, [&] { return Framework::Current().resources.at(com::Variant(Id).Number()); });
     }
 };
 
 class ApplicationContext final : public com::Object<IZNApplicationContext>, Counted {
 public:
-    STDMETHODIMP
-    get_UserInterface(VARIANT_BOOL* Value) override {
+    STDMETHODIMP get_UserInterface(VARIANT_BOOL* Value) override {
         Framework& framework = Framework::Current();
         ++framework.userInterfaceQuestions;
         if (FAILED(framework.userInterfaceResult)) return framework.userInterfaceResult;
@@ -133,29 +122,25 @@ public:
 
 class Locale final : public com::Object<IZNLocale>, Counted {
 public:
-    STDMETHODIMP
-    get_RightToLeftReading(VARIANT_BOOL* Value) override {
+    STDMETHODIMP get_RightToLeftReading(VARIANT_BOOL* Value) override {
         return Return(Value, [] { return Framework::Current().rightToLeft; });
     }
 };
 
 class Category final : public com::Object<IZNCategory>, Counted {
 public:
-    STDMETHODIMP
-    CategoryId(LONG Code, BSTR* Value) override {
+    STDMETHODIMP CategoryId(LONG Code, BSTR* Value) override {
         return Return(Value, [&] { return L"{category " + std::to_wstring(Code) + L"}"; });
     }
 };
 
 class MobileFolders final : public com::Object<IZNMobileFolders>, Counted {
 public:
-    STDMETHODIMP
-    put_ApplicationName(BSTR Value) override {
+    STDMETHODIMP put_ApplicationName(BSTR Value) override {
         m_application = Text(Value);
         return S_OK;
     }
-    STDMETHODIMP
-    FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override {
+    STDMETHODIMP FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override {
         return Return(Value, [&] {
             if (m_application.empty()) throw com::Error(E_UNEXPECTED, L"no application name");
             return Framework::Current().folders[(Enterprise ? L"E/" : L"F/") + Text(Kind)];
@@ -169,12 +154,10 @@ private:
 template <class Class>
 class Factory final : public com::Object<IClassFactory> {
 public:
-    STDMETHODIMP
-    CreateInstance(IUnknown*, REFIID id, void** object) override {
+    STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) override {
         return com::Make<Class>().CopyTo(id, object);
     }
-    STDMETHODIMP
-    LockServer(BOOL) override { return S_OK; }
+    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
 };
 
 template <class Class>

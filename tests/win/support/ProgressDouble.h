@@ -11,34 +11,28 @@ namespace tests {
 
 class ProgressDouble final : public com::Object<IZNProgress> {
 public:
-    STDMETHODIMP
-    Reserved() override {
+    STDMETHODIMP Reserved() override {
         transcript += L"(reserved)";
         return S_OK;
     }
-    STDMETHODIMP
-    SetRange(LONG Low, LONG High) override {
+    STDMETHODIMP SetRange(LONG Low, LONG High) override {
         transcript += L"range " + std::to_wstring(Low) + L"-" + std::to_wstring(High) + L"|";
         return S_OK;
     }
-    STDMETHODIMP
-    AddMessage(BSTR Text, LONG Level) override {
+    STDMETHODIMP AddMessage(BSTR Text, LONG Level) override {
         transcript += L"message " + std::to_wstring(Level) + L" " + com::Text(Text) + L"|";
         return S_OK;
     }
-    STDMETHODIMP
-    put_StatusText(BSTR Text) override {
+    STDMETHODIMP put_StatusText(BSTR Text) override {
         transcript += L"status " + com::Text(Text) + L"|";
         return S_OK;
     }
-    STDMETHODIMP
-    put_Position(LONG Value) override {
+    STDMETHODIMP put_Position(LONG Value) override {
         transcript += std::to_wstring(Value) + L"|";
         position = Value;
         return S_OK;
     }
-    STDMETHODIMP
-    get_Cancelled(VARIANT_BOOL* Value) override {
+    STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override {
         return com::Return(Value, [&] { return cancelAt >= 0 && position >= cancelAt; });
     }
 
