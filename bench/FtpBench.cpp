@@ -4,7 +4,11 @@
 #include <fstream>
 #include <functional>
 
+#include "base/Text.h"
 #include "bench/Bench.h"
+#include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/modWinInet.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
@@ -28,7 +32,7 @@ struct Site {
     }
 };
 
-std::wstring Wide(const std::string& text) { return com::FromSystemCodePage(text); }
+std::wstring Wide(const std::string& text) { return base::FromSystemCodePage(text); }
 
 /// One way to move a folder's files to the server's folder "packets/BENCH" and back.
 class Contender {

@@ -4,7 +4,9 @@
 #include <new>
 #include <string>
 
-#include "com/Error.h"
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
 
 namespace ByteArray {
 
@@ -34,9 +36,9 @@ bool IsBare(SAFEARRAY* array) { return !array || SafeArrayGetDim(array) == 0; }
 std::wstring Named(const wchar_t* name) { return name; }
 
 [[noreturn]] void ThrowMismatch(const wchar_t* name) {
-    throw com::Error(DISP_E_TYPEMISMATCH, Named(name) +
-                                              L" must be an array of bytes, an array of numbers from 0 "
-                                              L"to 255 with one dimension, or a string.");
+    throw base::Error(DISP_E_TYPEMISMATCH, Named(name) +
+                                               L" must be an array of bytes, an array of numbers from 0 "
+                                               L"to 255 with one dimension, or a string.");
 }
 
 void CheckShape(const VARIANT& value, const wchar_t* name) {
@@ -88,9 +90,9 @@ LONG NumberAt(SAFEARRAY* array, LONG index, VARTYPE type) {
 std::uint8_t ByteAt(SAFEARRAY* array, LONG index, VARTYPE type, const wchar_t* name) {
     const LONG number = NumberAt(array, index, type);
     if (number < 0 || number > 255)
-        throw com::Error(DISP_E_OVERFLOW, Named(name) + L"(" + std::to_wstring(index) + L") is " +
-                                              std::to_wstring(number) +
-                                              L"; a byte is a number from 0 to 255.");
+        throw base::Error(DISP_E_OVERFLOW, Named(name) + L"(" + std::to_wstring(index) + L") is " +
+                                               std::to_wstring(number) +
+                                               L"; a byte is a number from 0 to 255.");
     return static_cast<std::uint8_t>(number);
 }
 
@@ -151,8 +153,8 @@ com::Variant NewArray(VARTYPE type, std::span<const std::uint8_t> bytes) {
 void ReplaceArray(SAFEARRAY** array, VARTYPE type, std::span<const std::uint8_t> bytes, const wchar_t* name) {
     constexpr USHORT kFixed = FADF_AUTO | FADF_STATIC | FADF_EMBEDDED | FADF_FIXEDSIZE;
     if (*array && ((*array)->fFeatures & kFixed))
-        throw com::Error(DISP_E_ARRAYISLOCKED, Named(name) + L" has a fixed size; pass an array that can be "
-                                                             L"resized, or a variant.");
+        throw base::Error(DISP_E_ARRAYISLOCKED, Named(name) + L" has a fixed size; pass an array that can be "
+                                                              L"resized, or a variant.");
     com::Variant replacement = NewArray(type, bytes);
     if (*array) com::Check(SafeArrayDestroy(*array), name);
     *array = replacement.Release().parray;

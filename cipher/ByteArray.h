@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "cipher/Secret.h"
-#include "com/Text.h"
+#include "com/Values.h"
 
 namespace ByteArray {
 

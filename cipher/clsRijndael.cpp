@@ -4,7 +4,8 @@
 
 #include "cipher/ByteArray.h"
 #include "cipher/TextBytes.h"
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 STDMETHODIMP clsRijndael::put_Key(BSTR Value) {
     return com::Call([&] { m_envelope.Key({Value, SysStringLen(Value)}); });

@@ -3,11 +3,11 @@
 
 #include "cipher/Envelope.h"
 #include "cipher/Rijndael.h"
-#include "com/Object.h"
-#include "com/Text.h"
+#include "com/Values.h"
+#include "com/server/ServerObject.h"
 #include "znTransporter.h"
 
-class clsRijndael final : public com::Object<com::Dual<_clsRijndael>> {
+class clsRijndael final : public com::ServerObject<com::Dual<_clsRijndael>> {
 public:
     STDMETHODIMP put_Key(BSTR Value) override;
     /// Has nothing to do, the tables are constants; hosts call it before gkey.

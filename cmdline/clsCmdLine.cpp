@@ -1,7 +1,9 @@
 #include "cmdline/clsCmdLine.h"
 
 #include "cmdline/CommandLine.h"
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "script/Collections.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -9,7 +11,7 @@ namespace {
 
 class Store final : public CommandLine::Receiver {
 public:
-    Store(com::Dictionary& options, com::Collection& parameters)
+    Store(script::Dictionary& options, script::Collection& parameters)
         : m_options(options), m_parameters(parameters) {}
 
     void Option(const std::wstring& name, std::wstring value) override {
@@ -18,8 +20,8 @@ public:
     void Parameter(std::wstring value) override { m_parameters.Add(com::Variant(value)); }
 
 private:
-    com::Dictionary& m_options;
-    com::Collection& m_parameters;
+    script::Dictionary& m_options;
+    script::Collection& m_parameters;
 };
 
 }  // namespace

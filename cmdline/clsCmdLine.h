@@ -6,11 +6,12 @@
 #include <optional>
 #include <string>
 
-#include "com/Collections.h"
 #include "com/Object.h"
+#include "com/server/ServerObject.h"
+#include "script/Collections.h"
 #include "znTransporter.h"
 
-class clsCmdLine final : public com::Object<com::Dual<_clsCmdLine>> {
+class clsCmdLine final : public com::ServerObject<com::Dual<_clsCmdLine>> {
 public:
     /// Parses the arguments of the hosting process.
     clsCmdLine();
@@ -24,6 +25,6 @@ public:
     STDMETHODIMP Parse(BSTR sCmd) override;
 
 private:
-    Microsoft::WRL::ComPtr<com::Dictionary> m_options = com::Make<com::Dictionary>();
-    Microsoft::WRL::ComPtr<com::Collection> m_parameters = com::Make<com::Collection>();
+    Microsoft::WRL::ComPtr<script::Dictionary> m_options = com::Make<script::Dictionary>();
+    Microsoft::WRL::ComPtr<script::Collection> m_parameters = com::Make<script::Collection>();
 };

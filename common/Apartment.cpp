@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "com/Error.h"
+#include "com/ErrorInfo.h"
 #include "com/Object.h"
 
 namespace {

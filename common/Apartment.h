@@ -3,6 +3,7 @@
 
 #include <wrl/client.h>
 
+#include <optional>
 #include <string>
 
 #include "cmdline/clsCmdLine.h"
@@ -19,9 +20,8 @@ struct Apartment {
     Microsoft::WRL::ComPtr<IZNBrandingResources> brandingResources;
     Microsoft::WRL::ComPtr<clsCmdLine> commandLine;
 
-    bool userInterfaceKnown = false;
-    bool userInterfaceAllowed = false;
-    std::wstring helpFile;  ///< of the message box that is on screen
+    std::optional<bool> userInterfaceAllowed;  ///< nothing until the host has told
+    std::wstring helpFile;                     ///< of the message box that is on screen
 };
 
 /// The calling thread's apartment. It is released before the thread's last CoUninitialize takes

@@ -3,15 +3,13 @@
 
 #include <wrl/client.h>
 
-#include "com/Error.h"
-#include "com/Text.h"
+#include "com/Create.h"
+#include "com/Values.h"
 #include "znFramework.h"
 
 template <class Class, class Interface>
-Microsoft::WRL::ComPtr<Interface> CreateFrameworkObject() {
-    Microsoft::WRL::ComPtr<Interface> object;
-    com::Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)),
-               L"class " + com::Text(__uuidof(Class)) +
-                   L" of the host framework; is znFramework.dll registered?");
-    return object;
+Microsoft::WRL::ComPtr<Interface> CreateFrameworkObject(base::Where where = base::Where::current()) {
+    return com::Create<Class, Interface>(L"class " + com::Text(__uuidof(Class)) +
+                                             L" of the host framework; is znFramework.dll registered?",
+                                         where);
 }

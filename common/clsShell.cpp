@@ -1,8 +1,9 @@
+// See clsShell.h.
 #include "common/clsShell.h"
 
 #include <cstdint>
 
-#include "common/modMain.h"
+#include "com/MessagePump.h"
 
 namespace {
 
@@ -26,13 +27,13 @@ BOOL clsShell::Execute() {
     const BOOL started =
         CreateProcessW(nullptr, m_sCommand.data(), nullptr, nullptr, TRUE,
                        CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startup, &process);
-    if (started) CloseHandle(process.hThread);
-    m_process.reset(process.hProcess);
+    const base::KernelHandle thread(process.hThread);
+    m_process = base::KernelHandle(process.hProcess);
     return started;
 }
 
 bool clsShell::Wait(DWORD Milliseconds) {
-    if (m_process && WaitForSingleObject(m_process.get(), Milliseconds) == WAIT_TIMEOUT) return false;
+    if (m_process && WaitForSingleObject(m_process.Get(), Milliseconds) == WAIT_TIMEOUT) return false;
     Detach();
     return true;
 }
@@ -40,13 +41,13 @@ bool clsShell::Wait(DWORD Milliseconds) {
 bool clsShell::WaitProcessingMessages(LONG Seconds) {
     for (std::int64_t slice = 0; !Wait(kSlice); ++slice) {
         if (slice > Seconds * kSlicesPerSecond) return false;
-        ProcessPendingMessages();
+        com::ProcessPendingMessages();
     }
     return true;
 }
 
 void clsShell::Terminate() {
-    if (!Wait(0)) TerminateProcess(m_process.get(), 1);
+    if (!Wait(0)) TerminateProcess(m_process.Get(), 1);
 }
 
-void clsShell::Detach() { m_process.reset(); }
+void clsShell::Detach() { m_process.Reset(); }

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "common/FileSystem.h"
+#include "base/Handle.h"
 
 class clsShell {
 public:
@@ -37,5 +37,5 @@ public:
 
 private:
     std::wstring m_sCommand;
-    FileSystem::Handle m_process;  // while it runs, as far as is known
+    base::KernelHandle m_process;  // while it runs, as far as is known
 };

@@ -3,7 +3,7 @@
 #include <array>
 #include <cwchar>
 
-#include "com/Text.h"
+#include "base/Text.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ std::wstring ErrorText(DWORD Code) {
     const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                         Code, 0, buffer.data(), buffer.size(), nullptr);
     if (length == 0) return L"(No such error)\r\n\r\n" + CodeHeader(Code);
-    return com::FromSystemCodePage({buffer.data(), length}) + L"\r\n" + CodeHeader(Code);
+    return base::FromSystemCodePage({buffer.data(), length}) + L"\r\n" + CodeHeader(Code);
 }
 
 WinInetFunctions& WinInet() {
@@ -63,5 +63,5 @@ std::wstring LastResponse() {
     std::string text(length + 1, '\0');
     length = static_cast<DWORD>(text.size());
     WinInet().InternetGetLastResponseInfoA(&error, text.data(), &length);
-    return com::FromSystemCodePage(text.c_str());
+    return base::FromSystemCodePage(text.c_str());
 }

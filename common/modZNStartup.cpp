@@ -1,3 +1,4 @@
+// See modZNStartup.h.
 #include "common/modZNStartup.h"
 
 #include <winver.h>
@@ -6,25 +7,26 @@
 #include <optional>
 #include <vector>
 
-#include "com/Module.h"
-#include "com/Return.h"
+#include "base/Error.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Apartment.h"
 #include "common/Framework.h"
-#include "common/Path.h"
+#include "common/Report.h"
 
 namespace {
 
 /// Number of the error that a request to throw again fails with when there is none to throw.
 constexpr HRESULT kInvalidCall = static_cast<HRESULT>(0x800A0005);
 
-std::wstring HostTitle() {
-    std::vector<wchar_t> path(32768);
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return Path::BaseName({path.data(), length});
-}
+std::wstring HostTitle() { return Path::BaseName(base::ProgramPath()); }
 
 std::wstring LibraryVersion() {
-    const std::wstring path = com::ModulePath();
+    const std::wstring path = base::ModulePath();
     DWORD ignored = 0;
     const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
     std::vector<BYTE> data(size);
@@ -32,7 +34,7 @@ std::wstring LibraryVersion() {
     UINT length = 0;
     if (size == 0 || !GetFileVersionInfoW(path.c_str(), 0, size, data.data()) ||
         !VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&version), &length))
-        com::ThrowWin32(GetLastError(), path);
+        base::ThrowWin32(GetLastError(), path);
     return std::to_wstring(HIWORD(version->dwFileVersionMS)) + L"." +
            std::to_wstring(LOWORD(version->dwFileVersionMS)) + L"." +
            std::to_wstring(HIWORD(version->dwFileVersionLS));
@@ -48,16 +50,17 @@ void WriteToEventLog(const std::wstring& text, LONG eventType) {
     OutputDebugStringW((text + std::wstring(kCrLf)).c_str());
 }
 
-std::optional<com::Failure> CurrentError() {
+std::optional<base::Failure> CurrentError() {
     if (!std::current_exception()) return std::nullopt;
-    return com::CurrentFailure();
+    return base::CurrentFailure();
 }
 
-[[noreturn]] void RaiseAgain(const std::optional<com::Failure>& error, const std::wstring& description) {
-    if (!error) throw com::Error(kInvalidCall, L"Invalid procedure call or argument");
-    com::Failure raised = *error;
+[[noreturn]] void RaiseAgain(const std::optional<base::Failure>& error, const std::wstring& description) {
+    if (!error) throw base::Error(kInvalidCall, L"Invalid procedure call or argument");
+    base::Failure raised = *error;
     raised.description = description;
-    throw com::Error(std::move(raised));
+    raised.place = {};
+    throw base::Error(std::move(raised));
 }
 
 void CALLBACK ShowHelp(HELPINFO* info) {
@@ -75,22 +78,27 @@ void znMain() {
         apartment.startup = CreateFrameworkObject<ZNStartup, IZNStartup>();
         com::Check(apartment.startup->Initialize(com::Bstr(title).Get()), L"start-up service");
     } catch (...) {
-        std::wstring description = std::wstring(L"modZNStartup::znMain").append(kCrLf);
-        description += com::CurrentFailure().description;
+        std::wstring description = Lines(L"modZNStartup::znMain", base::CurrentFailure().description);
         std::wstring source = title;
         ZNReportError(description, source, true, ZN_EVENTLOG_ERROR_TYPE);
     }
 }
 
+com::Variant StartupServiceEntry(LONG Number) {
+    const com::Variant noArguments = com::Variant::Array(std::vector<com::Variant>{});
+    return com::Get<com::Variant>(&IZNStartup::Entry, ThisApartment().startup.Get(), Number,
+                                  noArguments.Get());
+}
+
 void ZNReportError(std::wstring& Description, std::wstring& Source, bool RaiseError, LONG EventType) {
-    const std::optional<com::Failure> error = CurrentError();
-    if (error && error->line != 0) {
+    const std::optional<base::Failure> error = CurrentError();
+    if (error && error->place.line != 0) {
         const std::wstring& build = ThisApartment().build;
-        Description.append(kCrLf).append(L"Error at line: ").append(std::to_wstring(error->line));
-        Description.append(L" - Build: ").append(build.empty() ? L"UNKNOWN" : build);
+        Description = Lines(Description, L"Error at line: " + std::to_wstring(error->place.line) +
+                                             L" - Build: " + (build.empty() ? L"UNKNOWN" : build));
     }
     if (Source.empty()) Source = L"Unknown Source:";
-    WriteToEventLog(std::wstring(Source).append(L":").append(kCrLf).append(Description), EventType);
+    WriteToEventLog(Lines(Source + L":", Description), EventType);
     if (EventType == ZN_EVENTLOG_ERROR_TYPE && RaiseError) RaiseAgain(error, Description);
 }
 
@@ -99,27 +107,16 @@ void ZNReportError(std::wstring Description) {
     ZNReportError(Description, source);
 }
 
-void Report(std::wstring text, LONG eventType) {
-    std::wstring source = ThisApartment().gk_sToolName;
-    ZNReportError(text, source, false, eventType);
-}
-
-void ReportCurrentError(std::wstring_view source) {
-    Report(std::wstring(source).append(kCrLf).append(com::CurrentFailure().description));
-}
-
 bool UserInterfaceIsAllowed() {
-    Apartment& apartment = ThisApartment();
-    if (apartment.userInterfaceKnown) return apartment.userInterfaceAllowed;
+    std::optional<bool>& allowed = ThisApartment().userInterfaceAllowed;
+    if (allowed) return *allowed;
     try {
         const auto context = CreateFrameworkObject<ZNApplicationContext, IZNApplicationContext>();
-        apartment.userInterfaceAllowed =
-            com::Get<bool>(&IZNApplicationContext::get_UserInterface, context.Get());
-        apartment.userInterfaceKnown = true;
-        return apartment.userInterfaceAllowed;
+        allowed = com::Get<bool>(&IZNApplicationContext::get_UserInterface, context.Get());
+        return *allowed;
     } catch (...) {
         WriteToEventLog(L"UserInterfaceIsAllowed: Starup Error [unexpected]: " +
-                            com::CurrentFailure().description + L"Source: " + HostTitle(),
+                            base::CurrentFailure().description + L"Source: " + HostTitle(),
                         ZN_EVENTLOG_ERROR_TYPE);
         return false;
     }
@@ -128,12 +125,12 @@ bool UserInterfaceIsAllowed() {
 LONG ZNMsgBox(const std::wstring& Prompt, LONG Buttons, const std::wstring& Title,
               const std::wstring& HelpFile, LONG Context) {
     if (!UserInterfaceIsAllowed()) {
-        com::Failure refusal{-1, L"modZNStartup.ZNMsgBox", {}, 0};
-        refusal.description.append(L"Attempted to raise a messagebox and a user interface is not supported.")
-            .append(kCrLf)
-            .append(L"Message: ")
-            .append(Prompt);
-        throw com::Error(std::move(refusal));
+        throw base::Error(
+            base::Failure{-1,
+                          L"modZNStartup.ZNMsgBox",
+                          Lines(L"Attempted to raise a messagebox and a user interface is not supported.",
+                                L"Message: " + Prompt),
+                          {}});
     }
     const auto locale = CreateFrameworkObject<ZNLocale, IZNLocale>();
     if (com::Get<bool>(&IZNLocale::get_RightToLeftReading, locale.Get())) Buttons |= MB_RIGHT | MB_RTLREADING;
@@ -147,6 +144,6 @@ LONG ZNMsgBox(const std::wstring& Prompt, LONG Buttons, const std::wstring& Titl
     box.dwContextHelpId = static_cast<DWORD_PTR>(Context);
     box.lpfnMsgBoxCallback = HelpFile.empty() ? nullptr : &ShowHelp;
     const int button = MessageBoxIndirectW(&box);
-    if (button == 0) com::ThrowWin32(GetLastError(), L"message box: " + Prompt);
+    if (button == 0) base::ThrowWin32(GetLastError(), L"message box: " + Prompt);
     return button;
 }

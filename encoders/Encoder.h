@@ -6,7 +6,8 @@
 
 #include <string>
 
-#include "common/Component.h"
+#include "services/Branding.h"
+#include "services/Component.h"
 
 /// DefaultInterface: the dual interface that scripts reach the encoder by.
 template <class DefaultInterface>

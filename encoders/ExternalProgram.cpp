@@ -1,7 +1,7 @@
 #include "encoders/ExternalProgram.h"
 
-#include "common/Registry.h"
 #include "common/modMain.h"
+#include "services/Registry.h"
 
 std::wstring RegisteredProgramFolder() {
     OpenMachineKey(ZNRegObject(), ZN_PRODUCT_FRAMEWORK, L"");

@@ -1,12 +1,16 @@
 #include "encoders/clsXDeltaEncoder.h"
 
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Apartment.h"
-#include "common/FileSystem.h"
+#include "common/DecodeStep.h"
 #include "common/Framework.h"
-#include "common/Path.h"
-#include "common/PropertySet.h"
-#include "common/Registry.h"
+#include "common/Report.h"
 #include "encoders/ExternalProgram.h"
+#include "services/PropertySet.h"
+#include "services/Registry.h"
 
 using com::Call;
 using com::Return;

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "common/FolderLocator.h"
 #include "encoders/Encoder.h"
+#include "services/FolderLocator.h"
 
 class clsXDeltaEncoder final : public Encoder<_clsXDeltaEncoder> {
 public:

@@ -1,11 +1,14 @@
 #include "encoders/clsZipEncoder.h"
 
-#include "common/FileSystem.h"
+#include "base/FileSystem.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Framework.h"
-#include "common/PropertySet.h"
-#include "common/Registry.h"
+#include "common/Report.h"
 #include "common/clsShell.h"
 #include "encoders/ExternalProgram.h"
+#include "services/PropertySet.h"
+#include "services/Registry.h"
 
 using com::Call;
 using com::Return;

@@ -1,6 +1,7 @@
 #include "framework/ZNApplicationContext.h"
 
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "framework/HostSettings.h"
 
 STDMETHODIMP ZNApplicationContext::get_UserInterface(VARIANT_BOOL* Value) {

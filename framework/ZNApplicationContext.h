@@ -1,10 +1,10 @@
 // What the hosting process allows, and where the host says so.
 #pragma once
 
-#include "com/Object.h"
+#include "com/server/ServerObject.h"
 #include "znFramework.h"
 
-class ZNApplicationContext final : public com::Object<IZNApplicationContext, IZNHostSettings> {
+class ZNApplicationContext final : public com::ServerObject<IZNApplicationContext, IZNHostSettings> {
 public:
     STDMETHODIMP get_UserInterface(VARIANT_BOOL* Value) override;
     STDMETHODIMP put_UserInterface(VARIANT_BOOL Value) override;

@@ -1,6 +1,7 @@
 #include "framework/ZNCategory.h"
 
-#include "com/Return.h"
+#include "base/Error.h"
+#include "com/Result.h"
 
 namespace {
 
@@ -11,8 +12,8 @@ std::wstring IdentifierOf(LONG code) {
     case ZN_CATEGORY_SENDER_RECEIVER:
         return L"{660722FA-9EAA-4C04-9597-209D3E3F5C49}";
     default:
-        throw com::Error(E_INVALIDARG,
-                         L"There is no component category number " + std::to_wstring(code) + L".");
+        throw base::Error(E_INVALIDARG,
+                          L"There is no component category number " + std::to_wstring(code) + L".");
     }
 }
 

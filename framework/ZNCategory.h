@@ -1,10 +1,10 @@
 // Identifiers of component categories.
 #pragma once
 
-#include "com/Object.h"
+#include "com/server/ServerObject.h"
 #include "znFramework.h"
 
-class ZNCategory final : public com::Object<IZNCategory> {
+class ZNCategory final : public com::ServerObject<IZNCategory> {
 public:
     STDMETHODIMP CategoryId(LONG Code, BSTR* Value) override;
 };

@@ -3,8 +3,11 @@
 #include <array>
 #include <cwchar>
 
-#include "com/Return.h"
-#include "common/FileSystem.h"
+#include "base/File.h"
+#include "base/SystemError.h"
+#include "base/Utf8.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "framework/HostSettings.h"
 
 namespace {
@@ -71,12 +74,12 @@ void WriteEntry(const std::wstring& message, LONG type) {
     const DWORD refusal = WriteToWindows(message, type);
     const std::wstring file = HostSettings::OfProcess().LogFile();
     if (file.empty()) {
-        if (refusal != ERROR_SUCCESS) com::ThrowWin32(refusal, L"event log of Windows");
+        if (refusal != ERROR_SUCCESS) base::ThrowWin32(refusal, L"event log of Windows");
         return;
     }
     try {
         const Turn turn;
-        FileSystem::Append(file, com::ToUtf8(FileEntry(message, type)));
+        base::AppendToFile(file, base::ToUtf8(FileEntry(message, type)));
     } catch (...) {
         if (refusal != ERROR_SUCCESS) throw;
     }

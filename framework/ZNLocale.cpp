@@ -1,6 +1,6 @@
 #include "framework/ZNLocale.h"
 
-#include "com/Return.h"
+#include "com/Result.h"
 
 namespace {
 

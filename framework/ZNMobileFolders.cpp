@@ -1,6 +1,8 @@
 #include "framework/ZNMobileFolders.h"
 
-#include "com/Return.h"
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -19,7 +21,7 @@ STDMETHODIMP ZNMobileFolders::put_ApplicationName(BSTR Value) {
 
 STDMETHODIMP ZNMobileFolders::FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) {
     return com::Return(Value, [&] {
-        if (!m_config) throw com::Error(E_UNEXPECTED, L"Set ApplicationName before asking for a folder.");
+        if (!m_config) throw base::Error(E_UNEXPECTED, L"Set ApplicationName before asking for a folder.");
         return com::Get<std::wstring>(&IZNMobileConfig::GetConfig, m_config.Get(), Enterprise, Kind);
     });
 }

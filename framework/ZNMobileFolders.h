@@ -3,12 +3,12 @@
 
 #include <wrl/client.h>
 
-#include "com/Object.h"
+#include "com/server/ServerObject.h"
 #include "znFramework.h"
 #include "znTransporter.h"
 
 /// Answers from the mobile configuration of znTransporter.
-class ZNMobileFolders final : public com::Object<IZNMobileFolders> {
+class ZNMobileFolders final : public com::ServerObject<IZNMobileFolders> {
 public:
     STDMETHODIMP put_ApplicationName(BSTR Value) override;
     STDMETHODIMP FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override;

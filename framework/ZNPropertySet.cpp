@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 ZNPropertySet::Property* ZNPropertySet::Find(const std::wstring& name) {
     const auto found = std::ranges::find(m_properties, name, &Property::name);

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "com/Object.h"
-#include "com/Text.h"
+#include "com/Values.h"
+#include "com/server/ServerObject.h"
 #include "znSystem.h"
 
-class ZNPropertySet final : public com::Object<IZNPropertySet> {
+class ZNPropertySet final : public com::ServerObject<IZNPropertySet> {
 public:
     STDMETHODIMP GetProperty(BSTR Name, VARIANT* Value) override;
     STDMETHODIMP SetProperty(BSTR Name, VARIANT Value) override;

@@ -3,7 +3,11 @@
 #include <cstring>
 #include <vector>
 
-#include "com/Return.h"
+#include "base/Error.h"
+#include "base/SystemError.h"
+#include "base/Text.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 namespace {
 
@@ -21,7 +25,7 @@ constexpr Product kProducts[] = {
 std::wstring ProductPath(LONG number) {
     for (const Product& product : kProducts)
         if (product.number == number) return product.path;
-    throw com::Error(E_INVALIDARG, L"There is no registry product number " + std::to_wstring(number) + L".");
+    throw base::Error(E_INVALIDARG, L"There is no registry product number " + std::to_wstring(number) + L".");
 }
 
 HKEY PredefinedKey(LONG hive) {
@@ -29,7 +33,7 @@ HKEY PredefinedKey(LONG hive) {
     if (key == HKEY_LOCAL_MACHINE || key == HKEY_CURRENT_USER || key == HKEY_CLASSES_ROOT ||
         key == HKEY_USERS)
         return key;
-    throw com::Error(E_INVALIDARG, com::Hexadecimal(static_cast<DWORD>(hive)) + L" is no registry hive.");
+    throw base::Error(E_INVALIDARG, base::Hexadecimal(static_cast<DWORD>(hive)) + L" is no registry hive.");
 }
 
 /// A value as it is stored.
@@ -47,7 +51,7 @@ std::optional<RawValue> ReadRaw(HKEY hive, const std::wstring& path, const std::
         if (status == ERROR_FILE_NOT_FOUND || status == ERROR_PATH_NOT_FOUND) return std::nullopt;
         const bool fits = status == ERROR_SUCCESS && size <= value.data.size();
         if (!fits && status != ERROR_SUCCESS && status != ERROR_MORE_DATA)
-            com::ThrowWin32(static_cast<DWORD>(status), path + L"\\" + name);
+            base::ThrowWin32(static_cast<DWORD>(status), path + L"\\" + name);
         value.data.resize(size);
         if (fits) return value;
     }
@@ -79,8 +83,8 @@ std::optional<com::Variant> ReadValue(HKEY hive, const std::wstring& path, const
         std::memcpy(&number, value->data.data(), sizeof number);
         return com::Variant(number);
     }
-    throw com::Error(DISP_E_TYPEMISMATCH,
-                     L"The registry value " + path + L"\\" + name + L" is neither text nor a 32-bit number.");
+    throw base::Error(DISP_E_TYPEMISMATCH, L"The registry value " + path + L"\\" + name +
+                                               L" is neither text nor a 32-bit number.");
 }
 
 LSTATUS WriteNumber(HKEY hive, const std::wstring& path, const std::wstring& name, DWORD number) {
@@ -110,7 +114,7 @@ LSTATUS WriteValue(HKEY hive, const std::wstring& path, const std::wstring& name
 }  // namespace
 
 const std::wstring& ZNRegistry::Path() const {
-    if (!m_hive) throw com::Error(E_UNEXPECTED, L"The registry object has no key yet: call Open first.");
+    if (!m_hive) throw base::Error(E_UNEXPECTED, L"The registry object has no key yet: call Open first.");
     return m_path;
 }
 
@@ -141,6 +145,6 @@ STDMETHODIMP ZNRegistry::Write(BSTR Name, VARIANT Value) {
         if (status == ERROR_SUCCESS && m_hive != HKEY_CURRENT_USER)
             RegDeleteKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str());
         if (status == ERROR_ACCESS_DENIED) status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
-        if (status != ERROR_SUCCESS) com::ThrowWin32(static_cast<DWORD>(status), m_path + L"\\" + name);
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), m_path + L"\\" + name);
     });
 }

@@ -4,11 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "com/Object.h"
-#include "com/Text.h"
+#include "com/server/ServerObject.h"
 #include "znSystem.h"
 
-class ZNRegistry final : public com::Object<IZNRegistry> {
+class ZNRegistry final : public com::ServerObject<IZNRegistry> {
 public:
     STDMETHODIMP Open(LONG Hive, LONG Product, BSTR SubKey) override;
     STDMETHODIMP Read(BSTR Name, VARIANT Default, VARIANT* Value) override;

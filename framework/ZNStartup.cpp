@@ -1,6 +1,8 @@
 #include "framework/ZNStartup.h"
 
-#include "com/Return.h"
+#include "base/Error.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "framework/BrandedText.h"
 #include "framework/HostSettings.h"
 
@@ -15,8 +17,8 @@ com::Variant StartupEntry(LONG number) {
     case 145:  // the tool itself: a branding resource that the caller looks up
         return com::Variant(number);
     default:
-        throw com::Error(E_INVALIDARG,
-                         L"The start-up service has no entry number " + std::to_wstring(number) + L".");
+        throw base::Error(E_INVALIDARG,
+                          L"The start-up service has no entry number " + std::to_wstring(number) + L".");
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <objbase.h>
 
-#include "com/Error.h"
+#include "com/ErrorInfo.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <windows.h>
 
 /// Everything that is made of COM lives inside its life time. Classes come from the libraries beside the
-/// program where they are there with their manifests, otherwise from the registry. Throws com::Error.
+/// program where they are there with their manifests, otherwise from the registry. Throws base::Error.
 class ComApartment {
 public:
     ComApartment();

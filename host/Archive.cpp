@@ -1,9 +1,13 @@
 #include "host/Archive.h"
 
-void LeaveOutbox(const std::wstring& outbox, const Files::Entry& file, const std::wstring& archive) {
-    const std::wstring source = Files::Join(outbox, file.Relative());
-    if (archive.empty()) return Files::Delete(source);
-    const std::wstring folder = Files::Join(archive, file.subFolder);
-    Files::CreateFolders(folder);
-    Files::MoveReplacing(source, Files::Join(folder, file.name));
+#include "base/FileSystem.h"
+#include "base/FolderTree.h"
+#include "base/Path.h"
+
+void LeaveOutbox(const std::wstring& outbox, const base::TreeFile& file, const std::wstring& archive) {
+    const std::wstring source = Path::Join(outbox, file.RelativePath());
+    if (archive.empty()) return FileSystem::DeleteFile(source);
+    const std::wstring folder = Path::Join(archive, file.subFolder);
+    FileSystem::CreateFolders(folder);
+    FileSystem::MoveReplacing(source, Path::Join(folder, file.name));
 }

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "common/Console.h"
+#include "base/Console.h"
 #include "host/ExitCode.h"
 #include "host/Table.h"
 

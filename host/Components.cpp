@@ -1,7 +1,11 @@
 #include "host/Components.h"
 
-#include "com/Text.h"
-#include "host/Files.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
 #include "znFramework.h"
 
 namespace {
@@ -11,21 +15,21 @@ std::wstring MissingFiles(const std::wstring& folder) {
     std::wstring names;
     for (const wchar_t* name :
          {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
-        if (!Files::FileExists(Files::Join(folder, name))) names.append(L" ").append(name);
+        if (!FileSystem::FileExists(Path::Join(folder, name))) names.append(L" ").append(name);
     return names.empty() ? L"" : L" Missing there:" + names;
 }
 
 }  // namespace
 
-void ThrowMissing(const wchar_t* component, const com::Error& error) {
-    const std::wstring folder = Files::ProgramFolder();
-    com::Failure failure = error.failure();
+void ThrowMissing(const wchar_t* component, const base::Error& error) {
+    const std::wstring folder = Path::ParentFolder(base::ProgramPath());
+    base::Failure failure = error.failure();
     failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
                           failure.description +
                           L"\nPut znTransporter.dll and znFramework.dll of "
                           L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
                           folder + L", or register both with regsvr32." + MissingFiles(folder);
-    throw com::Error(std::move(failure));
+    throw base::Error(std::move(failure));
 }
 
 void ConfigureFramework(const Settings& settings) {

@@ -3,11 +3,12 @@
 
 #include <wrl/client.h>
 
-#include "com/Error.h"
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
 #include "host/Settings.h"
 
 /// Throws the failure to create a component again, with what to do about it.
-[[noreturn]] void ThrowMissing(const wchar_t* component, const com::Error& error);
+[[noreturn]] void ThrowMissing(const wchar_t* component, const base::Error& error);
 
 /// component: ProgID of the class, for the message of the failure that is thrown.
 template <class Class, class Interface>
@@ -15,7 +16,7 @@ Microsoft::WRL::ComPtr<Interface> CreateComponent(const wchar_t* component) try 
     Microsoft::WRL::ComPtr<Interface> object;
     com::Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)));
     return object;
-} catch (const com::Error& error) {
+} catch (const base::Error& error) {
     ThrowMissing(component, error);
 }
 

@@ -4,8 +4,12 @@
 #include <map>
 #include <set>
 
-#include "com/Error.h"
-#include "com/Text.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/FolderTree.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "com/Object.h"
 #include "host/Archive.h"
 #include "host/Interrupt.h"
 #include "host/Progress.h"
@@ -16,7 +20,7 @@ namespace {
 using Sizes = std::map<std::wstring, std::uint64_t>;  // by packet, in capitals
 
 std::optional<std::uint64_t> Find(const Sizes& sizes, const std::wstring& packet) {
-    const auto found = sizes.find(com::Upper(packet));
+    const auto found = sizes.find(base::Upper(packet));
     return found == sizes.end() ? std::nullopt : std::optional(found->second);
 }
 
@@ -26,9 +30,15 @@ struct Attempt {
     std::wstring reason;
 };
 
+/// Bytes; 0 when whoever waits for a packet has taken it already.
+std::uint64_t SizeOf(const std::wstring& path) {
+    const auto version = FileSystem::VersionOf(path);
+    return version ? version->size : 0;
+}
+
 /// The top folder to which the transport copies received packets, in whose place no packet may arrive.
 bool IsBackupFolder(const std::wstring& subFolder) {
-    return com::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
+    return base::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
 }
 
 class Cycle {
@@ -39,12 +49,12 @@ public:
 
 private:
     void AddOutbox();
-    void AddFile(const Files::Entry& file);
-    std::wstring Refusal(const Files::Entry& file) const;
+    void AddFile(const base::TreeFile& file);
+    std::wstring Refusal(const base::TreeFile& file) const;
     void Transfer();
-    void ReportSending(const std::vector<Files::Entry>& waiting);
-    void ReportReceiving(const std::vector<Files::Entry>& offered);
-    std::vector<Files::Entry> OfferedFiles() const;
+    void ReportSending(const std::vector<base::TreeFile>& waiting);
+    void ReportReceiving(const std::vector<base::TreeFile>& offered);
+    std::vector<base::TreeFile> OfferedFiles() const;
     void DeliverAll();
     void DeliverFolder(const std::wstring& subFolder);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
@@ -52,16 +62,16 @@ private:
                      std::set<std::wstring>& names, std::wstring& reason);
     void ReportDelivered(const std::wstring& subFolder, const std::wstring& name,
                          const std::wstring& reason = {});
-    void ReportDelivery(const Files::Entry& file, const std::set<std::wstring>& names,
+    void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
                         const std::wstring& reason);
 
     template <class Call>
     Attempt Try(Call&& call) const;
     std::wstring Reason() const;
-    void ReportOut(const Files::Entry& file, PacketState state, const std::wstring& reason = {});
-    void ReportTravelling(Direction direction, const Files::Entry& file, PacketState state,
+    void ReportOut(const base::TreeFile& file, PacketState state, const std::wstring& reason = {});
+    void ReportTravelling(Direction direction, const base::TreeFile& file, PacketState state,
                           const std::wstring& reason = {});
-    Files::Entry PacketIn(const Files::Entry& file) const;
+    base::TreeFile PacketIn(const base::TreeFile& file) const;
 
     Session& m_session;
     const Settings& m_settings;
@@ -71,9 +81,9 @@ private:
 };
 
 CycleResult Cycle::Run() {
-    const std::vector<Files::Entry> offered = OfferedFiles();
+    const std::vector<base::TreeFile> offered = OfferedFiles();
     AddOutbox();
-    const std::vector<Files::Entry> waiting = FilesToSend(m_session, m_settings);
+    const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
     Transfer();
     ReportSending(waiting);
     ReportReceiving(offered);
@@ -86,7 +96,7 @@ template <class Call>
 Attempt Cycle::Try(Call&& call) const try {
     if (call()) return {true, {}};
     return {false, Reason()};
-} catch (const com::Error& error) {
+} catch (const base::Error& error) {
     return {false, error.failure().description};
 }
 
@@ -95,9 +105,9 @@ std::wstring Cycle::Reason() const {
 }
 
 /// Reports a packet that is still what it was in the outbox.
-void Cycle::ReportOut(const Files::Entry& file, PacketState state, const std::wstring& reason) {
+void Cycle::ReportOut(const base::TreeFile& file, PacketState state, const std::wstring& reason) {
     m_result.outcomes.push_back({.direction = Direction::Out,
-                                 .packet = file.Relative(),
+                                 .packet = file.RelativePath(),
                                  .size = file.size,
                                  .travelSize = {},
                                  .state = state,
@@ -105,33 +115,34 @@ void Cycle::ReportOut(const Files::Entry& file, PacketState state, const std::ws
 }
 
 /// Reports a packet by the file that holds it on its way.
-void Cycle::ReportTravelling(Direction direction, const Files::Entry& file, PacketState state,
+void Cycle::ReportTravelling(Direction direction, const base::TreeFile& file, PacketState state,
                              const std::wstring& reason) {
-    const Files::Entry packet = PacketIn(file);
-    const auto size = packet.name == file.name ? std::optional(file.size) : Find(m_added, packet.Relative());
+    const base::TreeFile packet = PacketIn(file);
+    const auto size =
+        packet.name == file.name ? std::optional(file.size) : Find(m_added, packet.RelativePath());
     m_result.outcomes.push_back({.direction = direction,
-                                 .packet = packet.Relative(),
+                                 .packet = packet.RelativePath(),
                                  .size = size,
                                  .travelSize = file.size,
                                  .state = state,
                                  .reason = reason});
 }
 
-Files::Entry Cycle::PacketIn(const Files::Entry& file) const {
+base::TreeFile Cycle::PacketIn(const base::TreeFile& file) const {
     return {file.subFolder, PacketOf(m_settings, file.name), file.size};
 }
 
 // --- Sending ----------------------------------------------------------------------------------------
 
 void Cycle::AddOutbox() {
-    for (const Files::Entry& file : Files::Tree(m_settings.outbox))
+    for (const base::TreeFile& file : base::FilesBelow(m_settings.outbox))
         AddFile(file);
 }
 
-void Cycle::AddFile(const Files::Entry& file) {
+void Cycle::AddFile(const base::TreeFile& file) {
     if (const std::wstring refusal = Refusal(file); !refusal.empty())
         return ReportOut(file, PacketState::NotAdded, refusal);
-    const std::wstring path = Files::Join(m_settings.outbox, file.Relative());
+    const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
     // A version that somebody saves after this one was added would leave the outbox without being sent.
     const FileSystem::WriteBlock block(path);
     const Attempt added = Try([&] {
@@ -140,7 +151,7 @@ void Cycle::AddFile(const Files::Entry& file) {
         return m_session.Add(path, file.subFolder);
     });
     if (!added.done) return ReportOut(file, PacketState::NotAdded, added.reason);
-    m_added[com::Upper(file.Relative())] = file.size;
+    m_added[base::Upper(file.RelativePath())] = file.size;
     const Attempt left = Try([&] {
         LeaveOutbox(m_settings.outbox, file, m_settings.sent);
         return true;
@@ -149,7 +160,7 @@ void Cycle::AddFile(const Files::Entry& file) {
 }
 
 /// Why a file would not reach the other side as the packet that it is; empty when it would.
-std::wstring Cycle::Refusal(const Files::Entry& file) const {
+std::wstring Cycle::Refusal(const base::TreeFile& file) const {
     if (IsBackupFolder(file.subFolder))
         return L"the receive folder keeps backups in the sub-folder Backup; use another name";
     if (PacketOf(m_settings, file.name) != file.name)
@@ -170,9 +181,9 @@ void Cycle::Transfer() {
     m_result.transferReason = cancelled ? L"the login was cancelled" : transfer.reason;
 }
 
-void Cycle::ReportSending(const std::vector<Files::Entry>& waiting) {
-    for (const Files::Entry& file : waiting) {
-        if (Files::FileExists(Files::Join(m_settings.send, file.Relative())))
+void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
+    for (const base::TreeFile& file : waiting) {
+        if (FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
             ReportTravelling(Direction::Out, file, PacketState::Waiting, Reason());
         else
             ReportTravelling(Direction::Out, file, PacketState::Sent);
@@ -182,18 +193,18 @@ void Cycle::ReportSending(const std::vector<Files::Entry>& waiting) {
 // --- Receiving --------------------------------------------------------------------------------------
 
 /// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
-std::vector<Files::Entry> Cycle::OfferedFiles() const try {
+std::vector<base::TreeFile> Cycle::OfferedFiles() const try {
     if (m_settings.transport == Transport::Ftp) return {};
-    return Files::Tree(m_settings.remoteReceive);
-} catch (const com::Error&) {
+    return base::FilesBelow(m_settings.remoteReceive);
+} catch (const base::Error&) {
     return {};
 }
 
-void Cycle::ReportReceiving(const std::vector<Files::Entry>& offered) {
-    for (const Files::Entry& file : offered)
-        if (Files::FileExists(Files::Join(m_settings.remoteReceive, file.Relative())))
+void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
+    for (const base::TreeFile& file : offered)
+        if (FileSystem::FileExists(Path::Join(m_settings.remoteReceive, file.RelativePath())))
             ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
-    if (m_settings.transport == Transport::Folder && Files::FileExists(m_settings.remoteReceive)) {
+    if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive)) {
         m_result.transferred = false;
         m_result.transferReason = m_settings.remoteReceive + L" is a file, not a folder";
     }
@@ -205,23 +216,23 @@ void Cycle::DeliverAll() {
 }
 
 void Cycle::DeliverFolder(const std::wstring& subFolder) {
-    const std::vector<Files::Entry> files = Files::FilesIn(m_settings.receive, subFolder);
+    const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
     if (files.empty()) return;
-    for (const Files::Entry& file : files)
-        m_received[com::Upper(PacketIn(file).Relative())] = file.size;
+    for (const base::TreeFile& file : files)
+        m_received[base::Upper(PacketIn(file).RelativePath())] = file.size;
     std::wstring reason = Reason();
     const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
-    for (const Files::Entry& file : files)
+    for (const base::TreeFile& file : files)
         ReportDelivery(file, names, reason);
 }
 
 /// Returns the names of the files that arrived, in capitals.
 std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::wstring& reason) {
-    const std::wstring destination = Files::Join(m_settings.inbox, subFolder);
+    const std::wstring destination = Path::Join(m_settings.inbox, subFolder);
     std::set<std::wstring> names;
     LONG count = 0;
     const Attempt ready = Try([&] {
-        Files::CreateFolders(destination);
+        FileSystem::CreateFolders(destination);
         count = m_session.ResetReceived(subFolder);
         return true;
     });
@@ -237,8 +248,8 @@ void Cycle::DeliverNext(const std::wstring& subFolder, const std::wstring& desti
     const Attempt attempt = Try([&] {
         const Received received = m_session.DeliverNext(destination);
         if (!received.delivered) return false;
-        const std::wstring name = Files::FileName(received.path);
-        names.insert(com::Upper(name));
+        const std::wstring name = Path::FileName(received.path);
+        names.insert(base::Upper(name));
         ReportDelivered(subFolder, name);
         return true;
     });
@@ -247,24 +258,24 @@ void Cycle::DeliverNext(const std::wstring& subFolder, const std::wstring& desti
 
 void Cycle::ReportDelivered(const std::wstring& subFolder, const std::wstring& name,
                             const std::wstring& reason) {
-    const Files::Entry packet{subFolder, name, 0};
+    const base::TreeFile packet{subFolder, name, 0};
     m_result.outcomes.push_back({.direction = Direction::In,
-                                 .packet = packet.Relative(),
-                                 .size = Files::Size(Files::Join(m_settings.inbox, packet.Relative())),
-                                 .travelSize = Find(m_received, packet.Relative()),
+                                 .packet = packet.RelativePath(),
+                                 .size = SizeOf(Path::Join(m_settings.inbox, packet.RelativePath())),
+                                 .travelSize = Find(m_received, packet.RelativePath()),
                                  .state = PacketState::Delivered,
                                  .reason = reason});
 }
 
 /// Reports a received file that no call handed out as delivered.
-void Cycle::ReportDelivery(const Files::Entry& file, const std::set<std::wstring>& names,
+void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
                            const std::wstring& reason) {
-    if (Files::FileExists(Files::Join(m_settings.receive, file.Relative())))
+    if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
         return ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
     // Delivered all the same: only the removal of its predecessor failed.
-    const Files::Entry packet = PacketIn(file);
-    if (!names.contains(com::Upper(packet.name)) &&
-        Files::FileExists(Files::Join(m_settings.inbox, packet.Relative())))
+    const base::TreeFile packet = PacketIn(file);
+    if (!names.contains(base::Upper(packet.name)) &&
+        FileSystem::FileExists(Path::Join(m_settings.inbox, packet.RelativePath())))
         ReportDelivered(packet.subFolder, packet.name, reason);
 }
 
@@ -278,16 +289,16 @@ bool CycleResult::Complete() const {
 
 CycleResult RunCycle(Session& session, const Settings& settings) { return Cycle(session, settings).Run(); }
 
-std::vector<Files::Entry> FilesToSend(Session& session, const Settings& settings) {
-    std::vector<Files::Entry> files;
-    for (const std::wstring& subFolder : Files::SubFolders(settings.send))
+std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings) {
+    std::vector<base::TreeFile> files;
+    for (const std::wstring& subFolder : base::SubFolders(settings.send))
         for (const std::wstring& path : session.FilesToSend(subFolder))
-            files.push_back({subFolder, Files::FileName(path), Files::Size(path)});
+            files.push_back({subFolder, Path::FileName(path), SizeOf(path)});
     return files;
 }
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
-    std::vector<std::wstring> subFolders = Files::SubFolders(settings.receive);
+    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
     std::erase_if(subFolders, IsBackupFolder);
     return subFolders;
 }

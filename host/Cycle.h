@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Files.h"
+#include "base/FolderTree.h"
 #include "host/Session.h"
 #include "host/Settings.h"
 
@@ -46,6 +46,6 @@ struct CycleResult {
 CycleResult RunCycle(Session& session, const Settings& settings);
 
 /// The files that wait in the send folder, in all its sub-folders.
-std::vector<Files::Entry> FilesToSend(Session& session, const Settings& settings);
+std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);

@@ -3,14 +3,14 @@
 
 #include <string>
 
-#include "common/FileSystem.h"
+#include "base/File.h"
 
 /// Held while it exists. It ends with the process, too.
 class CycleLock {
 public:
-    /// Throws com::Error when a cycle with this settings file is under way, whoever runs it.
+    /// Throws base::Error when a cycle with this settings file is under way, whoever runs it.
     explicit CycleLock(const std::wstring& settingsFile);
 
 private:
-    FileSystem::Handle m_file;
+    base::File m_file;
 };

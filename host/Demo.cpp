@@ -5,12 +5,14 @@
 #include <map>
 #include <vector>
 
-#include "common/Console.h"
+#include "base/Console.h"
+#include "base/Environment.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
 #include "host/Apartment.h"
 #include "host/Cycle.h"
 #include "host/DemoPackets.h"
 #include "host/ExitCode.h"
-#include "host/Files.h"
 #include "host/Installation.h"
 #include "host/Interrupt.h"
 #include "host/Report.h"
@@ -34,11 +36,11 @@ struct Score {
 };
 
 std::wstring NewScratchFolder() {
-    return Files::Join(Files::TemporaryFolder(), L"znhost-demo-" + std::to_wstring(GetCurrentProcessId()));
+    return Path::Join(base::TemporaryFolder(), L"znhost-demo-" + std::to_wstring(GetCurrentProcessId()));
 }
 
 void RefuseExisting(const std::wstring& folder) {
-    if (Files::FolderExists(folder) || Files::FileExists(folder))
+    if (FileSystem::FolderExists(folder) || FileSystem::FileExists(folder))
         throw SettingsError({folder + L" exists already; name a folder that does not."});
 }
 
@@ -46,7 +48,7 @@ std::map<std::wstring, std::wstring> Hashes(const std::wstring& outbox,
                                             const std::vector<std::wstring>& packets) {
     std::map<std::wstring, std::wstring> hashes;
     for (const std::wstring& packet : packets)
-        hashes[packet] = Sha256(Files::Join(outbox, packet));
+        hashes[packet] = Sha256(Path::Join(outbox, packet));
     return hashes;
 }
 
@@ -63,7 +65,7 @@ void RunSide(const std::wstring& title, const Settings& settings) {
 }
 
 std::wstring Verdict(const std::wstring& file, const std::wstring& hash) {
-    if (!Files::FileExists(file)) return L"LOST";
+    if (!FileSystem::FileExists(file)) return L"LOST";
     return Sha256(file) == hash ? L"equal" : L"DIFFERENT";
 }
 
@@ -72,11 +74,12 @@ Score Compare(const Crossing& crossing) {
     Table table(
         {{L"Packet"}, {L"Size", Table::Align::Right}, {L"SHA-256 of the source"}, {L"Delivered file"}});
     for (const auto& [packet, hash] : crossing.hashes) {
-        const std::wstring file = Files::Join(crossing.inbox, packet);
+        const std::wstring file = Path::Join(crossing.inbox, packet);
         const std::wstring verdict = Verdict(file, hash);
         const bool delivered = verdict == L"equal";
         ++(delivered ? score.delivered : score.lost);
-        table.Add({packet, delivered ? Grouped(Files::Size(file)) : L"", hash.substr(0, 16), verdict});
+        table.Add(
+            {packet, delivered ? Grouped(FileSystem::FileSize(file)) : L"", hash.substr(0, 16), verdict});
     }
     Console::Line(L"");
     Console::Line(crossing.title);
@@ -101,8 +104,8 @@ Score ExchangeZipped(const Settings& field, const Settings& enterprise) {
 
 /// Keeps a packet that a side has as its reference for differences.
 Settings WithReference(Settings settings, const std::wstring& packet, const std::wstring& folder) {
-    const std::wstring reference = Files::Join(folder, L"survey-1.AXR");
-    Files::CreateFolders(folder);
+    const std::wstring reference = Path::Join(folder, L"survey-1.AXR");
+    FileSystem::CreateFolders(folder);
     FileSystem::CopyFile(packet, reference);
     settings.encoder = EncoderKind::XDelta;
     settings.xdelta.properties.emplace_back(L"REFERENCE_PATH", reference);
@@ -112,18 +115,19 @@ Settings WithReference(Settings settings, const std::wstring& packet, const std:
 /// The survey again, changed: only its difference against the one that both sides hold travels.
 Score SendDifference(const Settings& field, const Settings& enterprise, const std::wstring& folder) {
     const wchar_t* const name = L"survey.mdb";
-    const std::wstring packet = Files::Join(field.outbox, name);
-    const std::wstring sentBefore = Files::Join(field.sent, name);
-    const std::wstring receivedBefore = Files::Join(enterprise.inbox, name);
-    if (Interrupt::Requested() || !Files::FileExists(sentBefore) || !Files::FileExists(receivedBefore))
+    const std::wstring packet = Path::Join(field.outbox, name);
+    const std::wstring sentBefore = Path::Join(field.sent, name);
+    const std::wstring receivedBefore = Path::Join(enterprise.inbox, name);
+    if (Interrupt::Requested() || !FileSystem::FileExists(sentBefore) ||
+        !FileSystem::FileExists(receivedBefore))
         return {};
     FileSystem::CopyFile(sentBefore, packet);
     ChangeDatabase(packet, 2);
     const Crossing up{L"Field computer -> enterprise", enterprise.inbox, Hashes(field.outbox, {name})};
     RunSide(L"The field computer sends what changed in survey.mdb",
-            WithReference(field, sentBefore, Files::Join(folder, L"field\\references")));
+            WithReference(field, sentBefore, Path::Join(folder, L"field\\references")));
     RunSide(L"The enterprise receives it",
-            WithReference(enterprise, receivedBefore, Files::Join(folder, L"enterprise\\references")));
+            WithReference(enterprise, receivedBefore, Path::Join(folder, L"enterprise\\references")));
     return Compare(up);
 }
 
@@ -177,7 +181,7 @@ int RunDemo(const std::wstring& folder, bool keep, const FtpAccount& ftp) {
     if (keep || (score.lost != 0 && !stopped))
         Console::Line(L"The files are in " + scratch);
     else
-        Files::DeleteTree(scratch);
+        FileSystem::DeleteTree(scratch);
     if (stopped) {
         Console::Line(L"demo: stopped by the user");
         return kSomethingLeft;

@@ -5,8 +5,10 @@
 #include <iterator>
 #include <random>
 
-#include "com/Error.h"
-#include "host/Files.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
 
 namespace {
 
@@ -29,17 +31,11 @@ std::string MakePage(std::uint64_t number, std::mt19937& random) {
     return page;
 }
 
-void WritePage(HANDLE file, const std::string& page, const std::wstring& path) {
-    DWORD written = 0;
-    if (!WriteFile(file, page.data(), static_cast<DWORD>(page.size()), &written, nullptr))
-        com::ThrowWin32(GetLastError(), path);
-}
-
 void WriteDatabase(const std::wstring& path, std::uint64_t pages, unsigned seed) {
-    const Files::Handle file = Files::Open(path, GENERIC_WRITE, CREATE_NEW);
+    base::File file = base::File::CreateNew(path);
     std::mt19937 random(seed);
     for (std::uint64_t number = 0; number < pages; ++number)
-        WritePage(file.get(), MakePage(number, random), path);
+        file.Write(MakePage(number, random));
 }
 
 std::string XmlText(unsigned seed) {
@@ -51,40 +47,37 @@ std::string XmlText(unsigned seed) {
 
 std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std::wstring& otherInbox,
                                            unsigned seed) {
-    const auto path = [&](const wchar_t* name) { return Files::Join(outbox, name); };
+    const auto path = [&](const wchar_t* name) { return Path::Join(outbox, name); };
     WriteDatabase(path(L"survey.mdb"), kSurveyPages, seed);
-    Files::WriteNew(path(L"Größen.xml"), XmlText(seed));
-    Files::WriteNew(path(L"empty.xml"), "");
+    base::WriteNewFile(path(L"Größen.xml"), XmlText(seed));
+    base::WriteNewFile(path(L"empty.xml"), "");
     WriteDatabase(path(L"work order 17.mdb"), 75, seed + 1);
     WriteDatabase(path(L"4711~2.mdb"), 3, seed + 2);
-    Files::CreateFolders(path(L"district 5"));
+    FileSystem::CreateFolders(path(L"district 5"));
     WriteDatabase(path(L"district 5\\poles.mdb"), 17, seed + 3);
-    Files::WriteNew(Files::Join(otherInbox, L"settings.xml"), "<settings version=\"older\"/>\n");
-    Files::WriteNew(path(L"settings.xml"), "<settings version=\"" + std::to_string(seed) + "\"/>\n");
+    base::WriteNewFile(Path::Join(otherInbox, L"settings.xml"), "<settings version=\"older\"/>\n");
+    base::WriteNewFile(path(L"settings.xml"), "<settings version=\"" + std::to_string(seed) + "\"/>\n");
     return {L"survey.mdb",        L"Größen.xml", L"empty.xml",
             L"work order 17.mdb", L"4711~2.mdb", L"district 5\\poles.mdb",
             L"settings.xml"};
 }
 
 std::vector<std::wstring> WriteFtpDemoPackets(const std::wstring& outbox, unsigned seed) {
-    const auto path = [&](const wchar_t* name) { return Files::Join(outbox, name); };
+    const auto path = [&](const wchar_t* name) { return Path::Join(outbox, name); };
     WriteDatabase(path(L"inspection.mdb"), 500, seed);
-    Files::WriteNew(path(L"route.xml"), XmlText(seed));
-    Files::CreateFolders(path(L"district7"));
+    base::WriteNewFile(path(L"route.xml"), XmlText(seed));
+    FileSystem::CreateFolders(path(L"district7"));
     WriteDatabase(path(L"district7\\4712~1.mdb"), 20, seed + 1);
     return {L"inspection.mdb", L"route.xml", L"district7\\4712~1.mdb"};
 }
 
 void ChangeDatabase(const std::wstring& path, unsigned seed) {
     constexpr std::uint64_t kStep = 100;
-    const std::uint64_t pages = Files::Size(path) / kPageSize;
-    const Files::Handle file = Files::Open(path, GENERIC_WRITE, OPEN_EXISTING);
+    const std::uint64_t pages = FileSystem::FileSize(path) / kPageSize;
+    base::File file = base::File::Open(path, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
     std::mt19937 random(seed);
     for (std::uint64_t number = random() % kStep; number < pages; number += kStep) {
-        LARGE_INTEGER position;
-        position.QuadPart = static_cast<LONGLONG>(number * kPageSize);
-        if (!SetFilePointerEx(file.get(), position, nullptr, FILE_BEGIN))
-            com::ThrowWin32(GetLastError(), path);
-        WritePage(file.get(), MakePage(number, random), path);
+        const std::string page = MakePage(number, random);
+        file.WriteAt(number * kPageSize, {reinterpret_cast<const std::uint8_t*>(page.data()), page.size()});
     }
 }

@@ -4,8 +4,9 @@
 
 #include <map>
 
-#include "com/Text.h"
-#include "host/Files.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
 #include "host/Settings.h"
 #include "host/SettingsKeys.h"
 
@@ -47,11 +48,11 @@ std::string SettingsText(const Values& values) {
 void CreateSide(const std::wstring& folder, const Values& values) {
     for (const SettingsKey& key : SettingsKeys())
         if (key.kind == ValueKind::Folder || key.kind == ValueKind::RemoteFolder)
-            Files::CreateFolders(Files::Join(folder, ValueOf(key, values)));
+            FileSystem::CreateFolders(Path::Join(folder, ValueOf(key, values)));
 }
 
 void RefuseExisting(const std::wstring& file) {
-    if (!Files::FileExists(file)) return;
+    if (!FileSystem::FileExists(file)) return;
     throw SettingsError(
         {file + L" exists already and is not overwritten. Name another folder, or remove the file."});
 }
@@ -59,14 +60,14 @@ void RefuseExisting(const std::wstring& file) {
 }  // namespace
 
 Installation CreateInstallation(const std::wstring& folder) {
-    Installation installation{Files::Join(folder, L"field.ini"), Files::Join(folder, L"enterprise.ini")};
+    Installation installation{Path::Join(folder, L"field.ini"), Path::Join(folder, L"enterprise.ini")};
     RefuseExisting(installation.fieldSettings);
     RefuseExisting(installation.enterpriseSettings);
     const Values field = ValuesOf(L"field", L"enterprise");
     const Values enterprise = ValuesOf(L"enterprise", L"field");
     CreateSide(folder, field);
     CreateSide(folder, enterprise);
-    Files::WriteNew(installation.fieldSettings, SettingsText(field));
-    Files::WriteNew(installation.enterpriseSettings, SettingsText(enterprise));
+    base::WriteNewFile(installation.fieldSettings, SettingsText(field));
+    base::WriteNewFile(installation.enterpriseSettings, SettingsText(enterprise));
     return installation;
 }

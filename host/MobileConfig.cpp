@@ -1,7 +1,10 @@
 #include "host/MobileConfig.h"
 
-#include "com/Return.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "base/Text.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "host/Components.h"
 #include "host/Table.h"
 #include "znTransporter.h"
@@ -14,7 +17,7 @@ namespace {
 std::wstring Shown(IZNMobileConfig* config, VARIANT_BOOL enterprise, const std::wstring& name) {
     const auto value =
         com::Get<std::wstring>(&IZNMobileConfig::GetConfig, config, enterprise, Bstr(name).Get());
-    const bool secret = com::EqualsIgnoringCase(name, L"FTPPassword");
+    const bool secret = base::EqualsIgnoringCase(name, L"FTPPassword");
     return secret && !value.empty() ? L"(set)" : value;
 }
 

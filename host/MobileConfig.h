@@ -3,5 +3,5 @@
 
 #include "host/Settings.h"
 
-/// Prints the values of both sides. Passwords are not shown. Throws com::Error.
+/// Prints the values of both sides. Passwords are not shown. Throws base::Error.
 void PrintMobileConfig(const Settings& settings);

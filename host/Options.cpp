@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <sstream>
 
-#include "com/Text.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "base/Utf8.h"
 #include "host/ExitCode.h"
 
 namespace {
@@ -39,20 +39,20 @@ std::string Trimmed(std::string text) {
     std::ostringstream out;
     std::ostringstream err;
     if (app.exit(error, out, err) == 0) {
-        Console::Line(com::FromUtf8(Trimmed(out.str())));
+        Console::Line(base::FromUtf8(Trimmed(out.str())));
         throw Ended{kAllDelivered};
     }
     // Without a known command the parser misses one, and does not say what it found in its place.
     const std::vector<std::string> unknown =
         app.get_subcommands().empty() ? app.remaining() : std::vector<std::string>();
     const std::string what = unknown.empty() ? "" : "\"" + unknown.front() + "\" is no command. ";
-    Console::ErrorLine(com::FromUtf8("znhost: " + what + Trimmed(err.str())));
+    Console::ErrorLine(base::FromUtf8("znhost: " + what + Trimmed(err.str())));
     throw Ended{kBadUsage};
 }
 
 void AddBackupOptions(CLI::App& backups, BackupRequest& request) {
     const auto take = [&request](BackupAction action) {
-        return [&request, action](const std::string& id) { request = {action, com::FromUtf8(id)}; };
+        return [&request, action](const std::string& id) { request = {action, base::FromUtf8(id)}; };
     };
     CLI::Option* const restore =
         backups
@@ -74,7 +74,7 @@ void AddFtpOptions(CLI::App& demo, FtpAccount& account) {
     const auto add = [&demo](const char* name, std::wstring& value, const char* description) {
         return demo
             .add_option_function<std::string>(
-                name, [&value](const std::string& text) { value = com::FromUtf8(text); }, description)
+                name, [&value](const std::string& text) { value = base::FromUtf8(text); }, description)
             ->type_name("TEXT");
     };
     CLI::Option* const server =
@@ -162,13 +162,13 @@ void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     std::vector<std::string> reversed;
     reversed.reserve(arguments.size());
     for (const std::wstring& argument : arguments)
-        reversed.push_back(com::ToUtf8(argument));
+        reversed.push_back(base::ToUtf8(argument));
     std::ranges::reverse(reversed);
     m_app.parse(reversed);
     // Asked for only now, so that a mistyped command is named instead.
     if (m_app.get_subcommands().empty())
         throw CLI::RequiredError("A command (init, run, list, backups, config, verify, settings or demo)");
-    m_options.path = com::FromUtf8(m_path);
+    m_options.path = base::FromUtf8(m_path);
 } catch (const CLI::ParseError& error) {
     End(m_app, error);
 }

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "com/Return.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "host/Interrupt.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "common/Console.h"
+#include "base/Console.h"
 #include "host/Table.h"
 
 namespace {

@@ -1,9 +1,13 @@
 #include "host/Session.h"
 
-#include "com/Module.h"
-#include "com/Return.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "com/server/Module.h"
 #include "host/Components.h"
-#include "host/Files.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -42,12 +46,6 @@ PropertySet PropertiesOf(const EncoderSettings& encoder, const Settings& setting
 
 }  // namespace
 
-// The program serves no classes of its own.
-const com::ModuleDescription& com::ThisModule() {
-    static constexpr ModuleDescription description{.classes = {}, .typeLibraries = 0};
-    return description;
-}
-
 Session::Session(const Settings& settings) {
     ConfigureFramework(settings);
     m_transporter = CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
@@ -68,7 +66,7 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings,
                          const EncoderSettings& encoderSettings, bool encodes,
                          const wchar_t* decodingProgram) {
     const bool works =
-        encodes || Files::FileExists(Files::Join(encoderSettings.programFolder, decodingProgram));
+        encodes || FileSystem::FileExists(Path::Join(encoderSettings.programFolder, decodingProgram));
     const auto encoder = CreateComponent<Class, IZNEncoder>(component);
     const auto configurable = As<IZNEncoder2>(encoder);
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
@@ -103,7 +101,7 @@ void Session::CreateSenderReceiver(const Settings& settings) {
         .With(L"FTPUser", settings.ftpUser)
         .With(L"FTPPassword", settings.ftpPassword);
     if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
-        throw com::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
+        throw base::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
 }
 
 bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {

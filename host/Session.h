@@ -16,7 +16,7 @@ struct Received {
     std::wstring path;  ///< of the delivered file; may be empty
 };
 
-/// Its members throw com::Error.
+/// Its members throw base::Error.
 class Session {
 public:
     explicit Session(const Settings& settings);

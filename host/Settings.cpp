@@ -8,10 +8,13 @@
 #include <iterator>
 #include <map>
 
-#include "cipher/FtpPassword.h"
-#include "com/Error.h"
-#include "com/Text.h"
-#include "host/Files.h"
+#include "base/Error.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "ftp/settings/FtpPassword.h"
 #include "host/SettingsKeys.h"
 
 namespace {
@@ -29,7 +32,7 @@ std::wstring Listed(const std::vector<std::wstring>& names) {
 std::wstring KeysOf(std::wstring_view section) {
     std::vector<std::wstring> names;
     for (const SettingsKey& key : SettingsKeys())
-        if (com::EqualsIgnoringCase(key.section, section)) names.emplace_back(key.name);
+        if (base::EqualsIgnoringCase(key.section, section)) names.emplace_back(key.name);
     return Listed(names);
 }
 
@@ -46,8 +49,8 @@ bool IsExtension(const std::wstring& value) {
 
 /// A difference names its reference after a "~", without the extension.
 bool CanBeReference(const std::wstring& path) {
-    const std::wstring name = Files::FileName(path);
-    return com::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
+    const std::wstring name = Path::FileName(path);
+    return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
 }
 
 bool HoldsPackets(ValueKind kind) { return kind == ValueKind::Folder || kind == ValueKind::RemoteFolder; }
@@ -72,7 +75,7 @@ private:
     void CheckSections();
     void CheckKeys(const wchar_t* section);
     void ReadValue(const SettingsKey& key);
-    bool IsFtp() const { return com::EqualsIgnoringCase(Value(L"host", L"transport"), L"ftp"); }
+    bool IsFtp() const { return base::EqualsIgnoringCase(Value(L"host", L"transport"), L"ftp"); }
     bool IsLocal(const SettingsKey& key) const;
     void CheckValue(const SettingsKey& key, const std::wstring& value);
     void CheckExtensions();
@@ -103,10 +106,10 @@ Settings Reader::Read() {
     CheckApart();
     ThrowProblems();
     return {.role =
-                com::EqualsIgnoringCase(Value(L"host", L"role"), L"field") ? Role::Field : Role::Enterprise,
+                base::EqualsIgnoringCase(Value(L"host", L"role"), L"field") ? Role::Field : Role::Enterprise,
             .applicationName = Value(L"host", L"application"),
-            .userInterface = com::EqualsIgnoringCase(Value(L"host", L"user_interface"), L"yes"),
-            .backups = com::EqualsIgnoringCase(Value(L"host", L"backups"), L"yes"),
+            .userInterface = base::EqualsIgnoringCase(Value(L"host", L"user_interface"), L"yes"),
+            .backups = base::EqualsIgnoringCase(Value(L"host", L"backups"), L"yes"),
             .encoder = Encoder(),
             .zip = EncoderSection(L"zip", L"zip_util_location"),
             .xdelta = EncoderSection(L"xdelta", L"xdelta_util_location"),
@@ -127,9 +130,9 @@ Settings Reader::Read() {
 
 void Reader::Load() try {
     m_ini.SetAllowKeyOnly(true);
-    if (m_ini.LoadData(Files::Read(m_file)) < 0) Complain(L"the file is not UTF-8 text");
+    if (m_ini.LoadData(base::ReadFile(m_file)) < 0) Complain(L"the file is not UTF-8 text");
     ThrowProblems();
-} catch (const com::Error& error) {
+} catch (const base::Error& error) {
     throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
 }
 
@@ -140,7 +143,7 @@ void Reader::CheckSections() {
     const std::vector<std::wstring> known = SettingsSections();
     for (const Ini::Entry& section : sections) {
         const bool isKnown = std::ranges::any_of(
-            known, [&](const std::wstring& name) { return com::EqualsIgnoringCase(name, section.pItem); });
+            known, [&](const std::wstring& name) { return base::EqualsIgnoringCase(name, section.pItem); });
         if (isKnown || *section.pItem == L'\0')
             CheckKeys(section.pItem);
         else
@@ -173,7 +176,7 @@ void Reader::ReadValue(const SettingsKey& key) {
     if (value.empty() && key.presence == Presence::Required) return Complain(key.Title() + L" has no value");
     if (value.empty()) value = key.fallback;
     CheckValue(key, value);
-    if (IsLocal(key) && !value.empty()) value = Files::FullPath(Files::ParentFolder(m_file), value);
+    if (IsLocal(key) && !value.empty()) value = FileSystem::FullPath(Path::ParentFolder(m_file), value);
     m_values[&key] = value;
 }
 
@@ -187,7 +190,7 @@ void Reader::CheckValue(const SettingsKey& key, const std::wstring& value) {
         Complain(key.Title() + L" = " + value + L": " + why);
     };
     const bool isAllowed = std::ranges::any_of(
-        key.allowed, [&](const std::wstring& allowed) { return com::EqualsIgnoringCase(allowed, value); });
+        key.allowed, [&](const std::wstring& allowed) { return base::EqualsIgnoringCase(allowed, value); });
     if (!key.allowed.empty() && !isAllowed) refuse(L"the value must be one of: " + Listed(key.allowed));
     if (key.kind == ValueKind::Number && !IsNumber(value))
         refuse(L"the value must be a whole number from 0 to 999999");
@@ -209,7 +212,7 @@ void Reader::CheckExtensions() {
     for (const SettingsKey* out : {keys[2], keys[3]})
         for (const SettingsKey* other : keys) {
             if (other == out) break;
-            if (com::EqualsIgnoringCase(m_values[other], m_values[out]))
+            if (base::EqualsIgnoringCase(m_values[other], m_values[out]))
                 Complain(out->Title() + L" = " + m_values[out] +
                          L": the extension must differ from that of " + other->Title());
         }
@@ -223,7 +226,7 @@ std::wstring WithSeparator(std::wstring folder, wchar_t separator) {
 /// In a form in which a folder begins with the path of every folder that it lies in.
 std::wstring Reader::Comparable(const SettingsKey& key) const {
     const std::wstring& path = m_values.at(&key);
-    return IsLocal(key) ? com::Upper(WithSeparator(path, L'\\')) : WithSeparator(path, L'/');
+    return IsLocal(key) ? base::Upper(WithSeparator(path, L'\\')) : WithSeparator(path, L'/');
 }
 
 /// A folder inside another one, or named twice, would send packets in a circle.
@@ -244,8 +247,8 @@ std::wstring Reader::Value(const wchar_t* section, const wchar_t* name) const {
 
 EncoderKind Reader::Encoder() const {
     const std::wstring name = Value(L"host", L"encoder");
-    if (com::EqualsIgnoringCase(name, L"zip")) return EncoderKind::Zip;
-    return com::EqualsIgnoringCase(name, L"xdelta") ? EncoderKind::XDelta : EncoderKind::None;
+    if (base::EqualsIgnoringCase(name, L"zip")) return EncoderKind::Zip;
+    return base::EqualsIgnoringCase(name, L"xdelta") ? EncoderKind::XDelta : EncoderKind::None;
 }
 
 /// The keys of an encoder's section are its property set's names in small letters.
@@ -255,11 +258,11 @@ EncoderSettings Reader::EncoderSection(const wchar_t* section, const wchar_t* fo
                              .programFolder = Value(section, folderKey),
                              .properties = {}};
     for (const auto& [key, value] : m_values)
-        if (com::EqualsIgnoringCase(key->section, section) && !value.empty())
-            settings.properties.emplace_back(com::Upper(key->name), value);
+        if (base::EqualsIgnoringCase(key->section, section) && !value.empty())
+            settings.properties.emplace_back(base::Upper(key->name), value);
     if (settings.programFolder.empty()) {
-        settings.programFolder = Files::ProgramFolder();
-        settings.properties.emplace_back(com::Upper(folderKey), settings.programFolder);
+        settings.programFolder = Path::ParentFolder(base::ProgramPath());
+        settings.properties.emplace_back(base::Upper(folderKey), settings.programFolder);
     }
     return settings;
 }
@@ -289,9 +292,9 @@ void CheckFolders(const Settings& settings, const std::wstring& file) {
          {L"receive", &settings.receive}}};
     Problems problems;
     for (const auto& [name, path] : folders)
-        if (!path->empty() && Files::FileExists(*path))
+        if (!path->empty() && FileSystem::FileExists(*path))
             problems.push_back(Complaint(file, L"folders", name, *path, L"this is a file, not a folder"));
-    if (problems.empty() && !Files::FolderExists(settings.outbox))
+    if (problems.empty() && !FileSystem::FolderExists(settings.outbox))
         problems.push_back(
             Complaint(file, L"folders", L"outbox", settings.outbox, L"there is no such folder"));
     if (!problems.empty()) throw SettingsError(problems);
@@ -300,7 +303,7 @@ void CheckFolders(const Settings& settings, const std::wstring& file) {
 void CheckPrograms(const Settings& settings, const std::wstring& file) {
     const auto check = [&](const EncoderSettings& encoder, const wchar_t* section, const wchar_t* key,
                            const wchar_t* program) {
-        if (!Files::FileExists(Files::Join(encoder.programFolder, program)))
+        if (!FileSystem::FileExists(Path::Join(encoder.programFolder, program)))
             throw SettingsError({Complaint(file, section, key, encoder.programFolder,
                                            std::wstring(L"there is no ") + program +
                                                L" in this folder; copy it there, name its folder, or set "
@@ -313,9 +316,9 @@ void CheckPrograms(const Settings& settings, const std::wstring& file) {
 
 void CheckLogFile(const Settings& settings, const std::wstring& file) try {
     if (settings.logFile.empty()) return;
-    Files::CreateFolders(Files::ParentFolder(settings.logFile));
-    Files::CheckAppend(settings.logFile);
-} catch (const com::Error& error) {
+    FileSystem::CreateFolders(Path::ParentFolder(settings.logFile));
+    base::AppendToFile(settings.logFile, "");
+} catch (const base::Error& error) {
     throw SettingsError({Complaint(file, L"log", L"file", settings.logFile,
                                    L"the log cannot be written: " + error.failure().description)});
 }
@@ -326,7 +329,7 @@ std::wstring LogReference(const Settings& settings) {
 
 void WriteFtpSettings(const Settings& settings, const std::wstring& file) {
     Ini ini(true);
-    if (ini.LoadData(Files::Read(file)) < 0) throw com::Error(E_FAIL, file + L" is not UTF-8 text.");
+    if (ini.LoadData(base::ReadFile(file)) < 0) throw base::Error(E_FAIL, file + L" is not UTF-8 text.");
     ini.SetValue(L"folders", L"remote_send", settings.remoteSend.c_str());
     ini.SetValue(L"folders", L"remote_receive", settings.remoteReceive.c_str());
     ini.SetValue(L"ftp", L"server", settings.ftpServer.c_str());
@@ -336,13 +339,13 @@ void WriteFtpSettings(const Settings& settings, const std::wstring& file) {
     ini.Save(text);
     // A file that is half written would be no settings file any more.
     const std::wstring written = file + L".new";
-    if (Files::FileExists(written)) Files::Delete(written);
-    Files::WriteNew(written, text);
+    if (FileSystem::FileExists(written)) FileSystem::DeleteFile(written);
+    base::WriteNewFile(written, text);
     try {
         ReadSettings(written);
-        Files::MoveReplacing(written, file);
+        FileSystem::MoveReplacing(written, file);
     } catch (...) {
-        Files::Delete(written);
+        FileSystem::DeleteFile(written);
         throw;
     }
 }

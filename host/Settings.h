@@ -71,5 +71,5 @@ void CheckLogFile(const Settings& settings, const std::wstring& file);
 std::wstring LogReference(const Settings& settings);
 
 /// Writes the FTP server, its login and the remote folders into the file, the password enciphered; comments
-/// and other keys stay. Throws com::Error, and SettingsError when the file could not be read again.
+/// and other keys stay. Throws base::Error, and SettingsError when the file could not be read again.
 void WriteFtpSettings(const Settings& settings, const std::wstring& file);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "com/Text.h"
+#include "base/Text.h"
 
 std::wstring SettingsKey::Title() const {
     return std::wstring(L"[").append(section).append(L"] ").append(name);
@@ -223,7 +223,7 @@ std::vector<std::wstring> SettingsSections() {
 const SettingsKey* FindSettingsKey(std::wstring_view section, std::wstring_view name) {
     const auto keys = SettingsKeys();
     const auto found = std::ranges::find_if(keys, [&](const SettingsKey& key) {
-        return com::EqualsIgnoringCase(key.section, section) && com::EqualsIgnoringCase(key.name, name);
+        return base::EqualsIgnoringCase(key.section, section) && base::EqualsIgnoringCase(key.name, name);
     });
     return found == keys.end() ? nullptr : &*found;
 }

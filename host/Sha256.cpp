@@ -6,8 +6,9 @@
 #include <array>
 #include <vector>
 
-#include "com/Error.h"
-#include "host/Files.h"
+#include "base/File.h"
+#include "base/SystemError.h"
+#include "com/ErrorInfo.h"
 
 namespace {
 
@@ -55,14 +56,11 @@ std::wstring Hexadecimal(const std::array<BYTE, 32>& bytes) {
 }  // namespace
 
 std::wstring Sha256(const std::wstring& path) {
-    const Files::Handle file = Files::Open(path, GENERIC_READ, OPEN_EXISTING);
+    const auto file = base::File::Open(path, GENERIC_READ,
+                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING);
     Hash hash;
     std::vector<BYTE> buffer(1 << 20);
-    for (;;) {
-        DWORD length = 0;
-        if (!ReadFile(file.get(), buffer.data(), static_cast<DWORD>(buffer.size()), &length, nullptr))
-            com::ThrowWin32(GetLastError(), path);
-        if (length == 0) return Hexadecimal(hash.Finish());
-        hash.Add(buffer.data(), length);
-    }
+    while (const std::size_t length = file.Read(buffer))
+        hash.Add(buffer.data(), static_cast<DWORD>(length));
+    return Hexadecimal(hash.Finish());
 }

@@ -1,10 +1,10 @@
 #include "host/Site.h"
 
-#include "cipher/FtpPassword.h"
-#include "com/Error.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "com/ErrorInfo.h"
+#include "ftp/settings/AdminXml.h"
+#include "ftp/settings/FtpPassword.h"
 #include "host/ExitCode.h"
-#include "mobile/AdminXml.h"
 
 using Microsoft::WRL::ComPtr;
 

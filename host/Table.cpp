@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "common/Console.h"
+#include "base/Console.h"
 
 Table::Table(std::vector<Column> columns) : m_columns(std::move(columns)) {
     for (const Column& column : m_columns)

@@ -1,12 +1,13 @@
 #include "host/TravelName.h"
 
-#include "com/Text.h"
+#include "base/Text.h"
 
 namespace {
 
 bool HasExtension(const std::wstring& name, const std::wstring& extension) {
     return name.size() > extension.size() &&
-           com::EqualsIgnoringCase(std::wstring_view(name).substr(name.size() - extension.size()), extension);
+           base::EqualsIgnoringCase(std::wstring_view(name).substr(name.size() - extension.size()),
+                                    extension);
 }
 
 }  // namespace

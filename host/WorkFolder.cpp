@@ -4,8 +4,10 @@
 
 #include <string_view>
 
-#include "com/Error.h"
-#include "host/Files.h"
+#include "base/Environment.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
 
 namespace {
 
@@ -13,12 +15,14 @@ constexpr const wchar_t* kVariable = L"TEMP";
 constexpr std::wstring_view kPrefix = L"znhost-work-";
 
 bool Runs(DWORD processId) {
-    const FileSystem::Handle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
+    const base::KernelHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
     return process || GetLastError() == ERROR_ACCESS_DENIED;
 }
 
 /// What a zip program beyond its time still writes, or somebody else holds, can wait for the next host.
-void TryDeleteTree(const std::wstring& folder) try { Files::DeleteTree(folder); } catch (const com::Error&) {
+void TryDeleteTree(const std::wstring& folder) try {
+    FileSystem::DeleteTree(folder);
+} catch (const base::Error&) {
     return;
 }
 
@@ -26,19 +30,17 @@ void TryDeleteTree(const std::wstring& folder) try { Files::DeleteTree(folder); 
 void RemoveAbandoned(const std::wstring& temporary) {
     for (const std::wstring& name : FileSystem::List(temporary).folders)
         if (name.starts_with(kPrefix) && !Runs(std::wcstoul(name.c_str() + kPrefix.size(), nullptr, 10)))
-            TryDeleteTree(Files::Join(temporary, name));
+            TryDeleteTree(Path::Join(temporary, name));
 }
 
 }  // namespace
 
 WorkFolder::WorkFolder() {
-    const std::wstring temporary = Files::TemporaryFolder();
+    const std::wstring temporary = base::TemporaryFolder();
     RemoveAbandoned(temporary);
-    m_path = Files::Join(temporary, std::wstring(kPrefix) + std::to_wstring(GetCurrentProcessId()));
-    m_previous.resize(GetEnvironmentVariableW(kVariable, nullptr, 0));
-    m_previous.resize(
-        GetEnvironmentVariableW(kVariable, m_previous.data(), static_cast<DWORD>(m_previous.size())));
-    Files::CreateFolders(m_path);
+    m_path = Path::Join(temporary, std::wstring(kPrefix) + std::to_wstring(GetCurrentProcessId()));
+    m_previous = base::EnvironmentVariable(kVariable);
+    FileSystem::CreateFolders(m_path);
     SetEnvironmentVariableW(kVariable, m_path.c_str());
 }
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// TEMP names the folder while it exists. Throws com::Error.
+/// TEMP names the folder while it exists. Throws base::Error.
 class WorkFolder {
 public:
     WorkFolder();

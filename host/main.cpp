@@ -4,14 +4,16 @@
 #include <string>
 #include <vector>
 
-#include "com/Error.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "base/Environment.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
 #include "host/Apartment.h"
 #include "host/Cycle.h"
 #include "host/CycleLock.h"
 #include "host/Demo.h"
 #include "host/ExitCode.h"
-#include "host/Files.h"
 #include "host/Installation.h"
 #include "host/Interrupt.h"
 #include "host/MobileConfig.h"
@@ -24,14 +26,14 @@
 
 namespace {
 
-std::wstring Absolute(const std::wstring& path) { return Files::FullPath(Files::CurrentFolder(), path); }
+std::wstring Absolute(const std::wstring& path) { return FileSystem::FullPath(base::CurrentFolder(), path); }
 
 int Init(const std::wstring& folder) {
     const Installation made = CreateInstallation(folder);
     Console::Line(L"Settings of the field computer: " + made.fieldSettings);
     Console::Line(L"Settings of the enterprise:     " + made.enterpriseSettings);
-    Console::Line(L"Put packets into " + Files::Join(folder, L"field\\outbox") +
-                  L", then run: znhost run \"" + made.fieldSettings + L"\"");
+    Console::Line(L"Put packets into " + Path::Join(folder, L"field\\outbox") + L", then run: znhost run \"" +
+                  made.fieldSettings + L"\"");
     return kAllDelivered;
 }
 
@@ -142,6 +144,6 @@ int wmain(int count, wchar_t** arguments) try {
         Console::ErrorLine(L"znhost: " + problem);
     return kBadUsage;
 } catch (...) {
-    Console::ErrorLine(L"znhost: " + com::CurrentFailure().description);
+    Console::ErrorLine(L"znhost: " + base::CurrentFailure().description);
     return kSomethingLeft;
 }

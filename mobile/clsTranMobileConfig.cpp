@@ -1,9 +1,11 @@
 #include "mobile/clsTranMobileConfig.h"
 
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Framework.h"
-#include "common/MobileRegistry.h"
-#include "common/Registry.h"
+#include "script/Collections.h"
+#include "services/MobileRegistry.h"
+#include "services/Registry.h"
 
 using com::Call;
 using com::Return;
@@ -32,7 +34,7 @@ constexpr Folder kOutgoing{L"Outgoing", kEnterpriseOutgoing, kFieldOutgoing, L"\
 /// came before.
 class TableBuilder {
 public:
-    TableBuilder(com::Dictionary& enterprise, com::Dictionary& field)
+    TableBuilder(script::Dictionary& enterprise, script::Dictionary& field)
         : m_enterprise(enterprise), m_field(field) {}
 
     void Build(const std::wstring& applicationName) {
@@ -97,10 +99,10 @@ private:
         m_field.Set(name, value);
     }
 
-    static std::wstring Home(const com::Dictionary& side) { return side.Find(kHome).value_or(L""); }
+    static std::wstring Home(const script::Dictionary& side) { return side.Find(kHome).value_or(L""); }
 
-    com::Dictionary& m_enterprise;
-    com::Dictionary& m_field;
+    script::Dictionary& m_enterprise;
+    script::Dictionary& m_field;
     // Objects of their own: the apartment's shared one may stand on a key that somebody else still reads.
     const ComPtr<IZNRegistry> m_registry = CreateFrameworkObject<ZNRegistry, IZNRegistry>();
     const ComPtr<IZNRegistry> m_applicationRegistry = CreateFrameworkObject<ZNRegistry, IZNRegistry>();
@@ -112,7 +114,7 @@ private:
 void clsTranMobileConfig::IZNMobileConfig_ApplicationName(const std::wstring& Name) {
     m_sApplicationName = Name;
     for (Side* const side : {&m_enterprise, &m_field})
-        side->table = com::Make<com::Dictionary>(com::KeyComparison::IgnoringCase);
+        side->table = com::Make<script::Dictionary>(script::KeyComparison::IgnoringCase);
     TableBuilder(*m_enterprise.table.Get(), *m_field.table.Get()).Build(Name);
 }
 

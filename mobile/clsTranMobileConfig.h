@@ -5,12 +5,12 @@
 
 #include <string>
 
-#include "com/Collections.h"
-#include "com/Object.h"
+#include "com/server/ServerObject.h"
+#include "script/Collections.h"
 #include "znTransporter.h"
 
 /// It has no error handler: whatever fails is raised to the caller.
-class clsTranMobileConfig final : public com::Object<com::Dual<_clsTranMobileConfig>, IZNMobileConfig> {
+class clsTranMobileConfig final : public com::ServerObject<com::Dual<_clsTranMobileConfig>, IZNMobileConfig> {
 public:
     STDMETHODIMP put_ApplicationName(BSTR Value) override;
     STDMETHODIMP get_ApplicationName(BSTR* Value) override;
@@ -22,7 +22,7 @@ public:
 private:
     /// What is known of one side.
     struct Side {
-        Microsoft::WRL::ComPtr<com::Dictionary> table;  ///< null until the application is named
+        Microsoft::WRL::ComPtr<script::Dictionary> table;  ///< null until the application is named
         size_t next = 0;  ///< position in the enumeration of names; outlives the table
     };
 

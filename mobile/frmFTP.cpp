@@ -2,13 +2,15 @@
 
 #include <array>
 
-#include "cipher/FtpPassword.h"
-#include "com/Text.h"
+#include "base/Text.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "ftp/settings/FtpPassword.h"
 #include "mobile/frmFTPControls.h"
 #include "mobile/modMobileAdminXML.h"
 #include "mobile/modverification.h"
+#include "services/Branding.h"
 
 namespace {
 
@@ -94,7 +96,7 @@ void frmFTP::Command(int control, int code) {
 void frmFTP::SetApplyButtonState() const {
     bool complete = true;
     for (int box = 0; box < kBoxes; ++box)
-        complete = complete && !com::Trimmed(Text(TextBox(box))).empty();
+        complete = complete && !base::Trimmed(Text(TextBox(box))).empty();
     Enable(IDC_FTP_APPLY, complete);
 }
 

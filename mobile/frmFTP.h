@@ -7,8 +7,8 @@
 
 #include <string>
 
-#include "common/Dialog.h"
-#include "mobile/FtpSite.h"
+#include "ftp/settings/FtpSite.h"
+#include "ui/Dialog.h"
 
 class frmFTP final : Dialog {
 public:

@@ -1,16 +1,18 @@
 #include "mobile/modMobileAdminXML.h"
 
-#include "com/Error.h"
-#include "com/Text.h"
-#include "com/XmlDocument.h"
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
+#include "common/Report.h"
 #include "common/modZNStartup.h"
-#include "mobile/AdminXml.h"
+#include "ftp/settings/AdminXml.h"
+#include "ftp/settings/XmlDocument.h"
 #include "mobile/modverification.h"
 
 using com::Bstr;
 using com::Check;
-using com::NewXmlDocument;
 using Microsoft::WRL::ComPtr;
+using xml::NewXmlDocument;
 
 namespace {
 
@@ -27,14 +29,14 @@ bool IsXmlName(const std::wstring& name) {
 }
 
 void CheckName(const std::wstring& name) {
-    if (!IsXmlName(name)) throw com::Error(E_INVALIDARG, L"\"" + name + L"\" is no XML name.");
+    if (!IsXmlName(name)) throw base::Error(E_INVALIDARG, L"\"" + name + L"\" is no XML name.");
 }
 
 /// Not every parser refuses a second root, which no parser reads back.
 void CheckRootless(IXMLDOMDocument* document) {
     ComPtr<IXMLDOMElement> root;
     if (document->get_documentElement(&root) == S_OK)
-        throw com::Error(E_INVALIDARG, L"The document has its outermost element already.");
+        throw base::Error(E_INVALIDARG, L"The document has its outermost element already.");
 }
 
 }  // namespace
@@ -45,12 +47,12 @@ ComPtr<IXMLDOMElement> GenerateChildElement(const std::wstring& Name, IXMLDOMDoc
     if (Name.empty() || !Document) return nullptr;
     CheckName(Name);
     if (!Parent) CheckRootless(Document);
-    auto element = com::NewElement(Document, Name);
+    auto element = xml::NewElement(Document, Name);
     if (!AttributeName.empty() && !AttributeValue.empty()) {
         CheckName(AttributeName);
-        com::SetAttribute(element.Get(), AttributeName, AttributeValue);
+        xml::SetAttribute(element.Get(), AttributeName, AttributeValue);
     }
-    com::Append(Parent ? Parent : Document, element.Get());
+    xml::Append(Parent ? Parent : Document, element.Get());
     return element;
 } catch (...) {
     return StandardHandler(L"modMobileAdminXML.GenerateChildElement", ComPtr<IXMLDOMElement>());

@@ -3,14 +3,16 @@
 #include <array>
 #include <utility>
 
-#include "com/Error.h"
-#include "com/Text.h"
-#include "common/FileSystem.h"
-#include "common/FtpHandles.h"
+#include "base/File.h"
+#include "base/SystemError.h"
+#include "base/Text.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "ftp/FtpHandles.h"
+#include "services/Branding.h"
 
-using com::Trimmed;
+using base::Trimmed;
 
 namespace modverification {
 
@@ -87,7 +89,7 @@ void Verification::ReportError(LONG number, LONG flag) try {
     if (number >= 1) text = text.empty() ? Heading(number) : Heading(number) + L"\r\n\t" + text;
     if (!text.empty() && m_show) m_show(text, flag);
 } catch (...) {
-    const std::wstring reason = com::CurrentFailure().description;
+    const std::wstring reason = base::CurrentFailure().description;
     Report(L"modverification.ReportError\r\n" + reason + L"\r\n" + ErrorText(static_cast<DWORD>(number)));
 }
 
@@ -97,7 +99,7 @@ bool Verification::FTPConnect(const FtpSite& site) {
         works = Connect(site) && HasNoSlash(site.enterpriseToField) && HasNoSlash(site.fieldToEnterprise) &&
                 TestFolders(site);
     } catch (...) {
-        Collect(com::CurrentFailure().description);
+        Collect(base::CurrentFailure().description);
     }
     InternalCloseConnection();
     if (!works) ReportError(m_connectError, 0);
@@ -129,7 +131,7 @@ bool Verification::HasNoSlash(const std::wstring& folder) {
 }
 
 bool Verification::TestFolders(const FtpSite& site) {
-    FileSystem::TextFile::Create(com::FromSystemCodePage(kTestFile));
+    base::File::Open(base::FromSystemCodePage(kTestFile), GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
     const std::string start = m_handles.CurrentFolder();
     return TestFTPGetandPutFile(site.enterpriseToField) && ReturnTo(start) &&
            TestFTPGetandPutFile(site.fieldToEnterprise);

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "mobile/FtpSite.h"
+#include "ftp/settings/FtpSite.h"
 
 namespace modverification {
 

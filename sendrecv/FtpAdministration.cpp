@@ -1,13 +1,14 @@
 #include "sendrecv/FtpAdministration.h"
 
-#include "com/Return.h"
-#include "common/Registry.h"
+#include "com/ErrorInfo.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
-#include "mobile/AdminXml.h"
+#include "ftp/settings/AdminXml.h"
 #include "mobile/frmFTP.h"
 #include "mobile/modMobileAdminXML.h"
 #include "mobile/modverification.h"
+#include "services/Registry.h"
 
 using Microsoft::WRL::ComPtr;
 

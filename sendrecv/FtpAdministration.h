@@ -4,7 +4,7 @@
 #include <msxml2.h>
 #include <wrl/client.h>
 
-#include "mobile/FtpSite.h"
+#include "ftp/settings/FtpSite.h"
 
 class FtpAdministration {
 public:

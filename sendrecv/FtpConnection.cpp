@@ -1,12 +1,15 @@
 #include "sendrecv/FtpConnection.h"
 
-#include "cipher/FtpPassword.h"
-#include "com/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
 #include "common/Apartment.h"
-#include "common/Registry.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "ftp/settings/FtpPassword.h"
 #include "sendrecv/frmPromptFTP.h"
+#include "services/Branding.h"
+#include "services/Registry.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "sendrecv/FtpSession.h"
 
+#include "common/Report.h"
 #include "common/modZNStartup.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "common/FtpHandles.h"
+#include "ftp/FtpHandles.h"
 #include "sendrecv/Progress.h"
 
 /// Reports a failure to the event log and to the host's status list. Never throws.

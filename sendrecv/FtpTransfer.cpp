@@ -3,14 +3,17 @@
 #include <set>
 #include <string_view>
 
-#include "com/Text.h"
-#include "common/FileSystem.h"
-#include "common/Path.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "com/MessagePump.h"
+#include "com/Object.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 
-using com::FromSystemCodePage;
-using com::ToSystemCodePage;
+using base::FromSystemCodePage;
+using base::ToSystemCodePage;
 
 namespace {
 
@@ -24,7 +27,7 @@ std::optional<std::wstring> PutFailure(const std::wstring& name, DWORD error) {
     if (error != ERROR_INTERNET_EXTENDED_ERROR)
         return WithErrorText(L"Failed to transmit file " + name + L" to the FTP server.", error);
     const std::wstring response = LastResponse();
-    if (com::Upper(response).find(L"NO SPACE LEFT ON DEVICE.") == std::wstring::npos) return response;
+    if (base::Upper(response).find(L"NO SPACE LEFT ON DEVICE.") == std::wstring::npos) return response;
     return L"FTP site is out of space.";
 }
 
@@ -124,7 +127,7 @@ bool FtpTransfer::MoveEachFile(const FileList& files, const std::wstring& local,
     for (const auto& file : files) {
         m_progress.AddMessage(L"Move " + file->sFileName, ZN_PROGRESS_INFORMATION);
         m_progress.Position(position++);
-        ProcessPendingMessages();
+        com::ProcessPendingMessages();
         if (!(receiving ? GetRemoteFile(*file.Get(), local) : SendLocalFile(*file.Get(), local)))
             return false;
     }
@@ -135,7 +138,7 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& folders, const
                                  bool receiving) {
     for (const std::wstring& name : folders) {
         const std::wstring path = Path::Join(local, name);
-        if (!(receiving ? MoveFiles(name, path, true) : MoveFiles(path, com::Upper(name), false)))
+        if (!(receiving ? MoveFiles(name, path, true) : MoveFiles(path, base::Upper(name), false)))
             return false;
     }
     return true;
@@ -169,7 +172,7 @@ std::optional<FtpTransfer::FileList> FtpTransfer::CreateRemoteFileList(const std
 bool FtpTransfer::HasLocalNames(const FileList& files) const {
     std::set<std::wstring> names;
     for (const auto& entry : files)
-        if (!names.insert(com::Upper(entry->sFileName)).second)
+        if (!names.insert(base::Upper(entry->sFileName)).second)
             return Failed(L"clsFTPSndRcv.cls.CreateRemoteFileList",
                           L"The FTP server lists the name " + entry->sFileName +
                               L" and another one that differs only in the case of letters. Both would be one "

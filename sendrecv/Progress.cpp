@@ -1,6 +1,8 @@
 #include "sendrecv/Progress.h"
 
-#include "com/Return.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 Progress::Progress(IUnknown* progress) {
     if (progress) com::Check(progress->QueryInterface(IID_PPV_ARGS(&m_progress)), L"progress object");

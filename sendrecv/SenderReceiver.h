@@ -7,9 +7,10 @@
 
 #include <string>
 
-#include "common/Component.h"
-#include "common/FolderLocator.h"
-#include "common/PropertySet.h"
+#include "common/Report.h"
+#include "services/Component.h"
+#include "services/FolderLocator.h"
+#include "services/PropertySet.h"
 
 /// DefaultInterface: the dual interface that scripts reach the sender/receiver by. Others: interfaces that
 /// not every sender/receiver has.

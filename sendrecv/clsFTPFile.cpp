@@ -1,6 +1,7 @@
 #include "sendrecv/clsFTPFile.h"
 
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 using com::Call;
 using com::Return;

@@ -4,11 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "com/Object.h"
-#include "com/Text.h"
+#include "com/server/ServerObject.h"
 #include "znTransporter.h"
 
-class clsFTPFile final : public com::Object<com::Dual<_clsFTPFile>> {
+class clsFTPFile final : public com::ServerObject<com::Dual<_clsFTPFile>> {
 public:
     clsFTPFile() = default;
     clsFTPFile(std::wstring name, DWORD attributes, std::uint64_t size)

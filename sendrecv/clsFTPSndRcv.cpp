@@ -1,13 +1,19 @@
 #include "sendrecv/clsFTPSndRcv.h"
 
-#include "cipher/FtpPassword.h"
-#include "com/Return.h"
+#include "base/Error.h"
+#include "base/Text.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Framework.h"
-#include "common/Registry.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "ftp/settings/FtpPassword.h"
 #include "mobile/modverification.h"
 #include "sendrecv/FtpTransfer.h"
+#include "services/Branding.h"
+#include "services/Options.h"
+#include "services/Registry.h"
 
 using com::Call;
 using com::Return;
@@ -93,7 +99,7 @@ std::wstring clsFTPSndRcv::VerifyFTPSite() {
     std::wstring failure;
     if (!modverification::CheckFTPSite(site, true, [&](const std::wstring& text, LONG) { failure = text; }) &&
         failure.empty())
-        throw com::Error(E_FAIL, L"The FTP site could not be verified; the event log tells why.");
+        throw base::Error(E_FAIL, L"The FTP site could not be verified; the event log tells why.");
     return failure;
 }
 
@@ -152,7 +158,7 @@ bool clsFTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUn
     }
     progress.SetRange(0, 1);
     progress.StatusText(L"Receiving files");
-    if (!MoveFiles(m_sRemoteReceiveFolder + L"/" + com::Upper(FolderName),
+    if (!MoveFiles(m_sRemoteReceiveFolder + L"/" + base::Upper(FolderName),
                    m_sLocalReceiveFolder + L"\\" + FolderName, true, progress))
         return false;
     // Hosts rely on being asked here, too; what was received stays received.

@@ -3,12 +3,17 @@
 #include <cstdint>
 #include <limits>
 
-#include "com/Return.h"
-#include "common/FileSystem.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "com/MessagePump.h"
+#include "com/Result.h"
 #include "common/Framework.h"
-#include "common/Path.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
+#include "services/Branding.h"
 
 using com::Return;
 using Microsoft::WRL::ComPtr;
@@ -23,7 +28,7 @@ class FileCounter {
 public:
     LONG Next() {
         if (m_count == std::numeric_limits<std::int16_t>::max())
-            throw com::Error(static_cast<HRESULT>(0x800A0006), L"Overflow");
+            throw base::Error(static_cast<HRESULT>(0x800A0006), L"Overflow");
         return ++m_count;
     }
 
@@ -33,10 +38,10 @@ private:
 
 /// Moving a folder into itself would never end.
 void RefuseOverlap(const std::wstring& source, const std::wstring& destination) {
-    const std::wstring outer = com::Upper(Path::Join(source, L""));
-    if (com::Upper(Path::Join(destination, L"")).starts_with(outer))
-        throw com::Error(E_INVALIDARG, L"The folder " + destination + L" lies inside the folder " + source +
-                                           L" whose files are to be moved into it.");
+    const std::wstring outer = base::Upper(Path::WithSeparator(source));
+    if (base::Upper(Path::WithSeparator(destination)).starts_with(outer))
+        throw base::Error(E_INVALIDARG, L"The folder " + destination + L" lies inside the folder " + source +
+                                            L" whose files are to be moved into it.");
 }
 
 }  // namespace
@@ -86,7 +91,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) try {
     progress.SetRange(0, 1);
     progress.StatusText(L"Send Packets");
     if (!FileSystem::FolderExists(m_sLocalSendFolder) ||
-        com::EqualsIgnoringCase(m_sLocalSendFolder, m_sRemoteSendFolder))
+        base::EqualsIgnoringCase(m_sLocalSendFolder, m_sRemoteSendFolder))
         return true;
     progress.StatusText(L"Moving packets from local folder");
     // The host may set other folders while its messages are processed.
@@ -109,7 +114,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
     progress.StatusText(L"Receive Packets");
     const std::wstring from = m_sRemoteReceiveFolder + L"\\" + FolderName;
     if (!FileSystem::FolderExists(from) ||
-        com::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
+        base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
         return true;
     progress.StatusText(L"Moving packets to local folder");
     return Transfer(std::wstring(kSource), from, m_sLocalReceiveFolder + L"\\" + FolderName, progress);
@@ -149,7 +154,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
     for (const FileSystem::FileEntry& file : listing.files) {
         MoveOneFile(Path::Join(Source, file.name), file.size, Path::Join(Destination, file.name), progress);
         progress.Position(done.Next());
-        ProcessPendingMessages();
+        com::ProcessPendingMessages();
         if (progress.Cancelled()) {
             progress.AddMessage(L"Interrupted by user", ZN_PROGRESS_INFORMATION);
             return true;
@@ -177,7 +182,7 @@ void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
     try {
         block.Check();
         FileSystem::DeleteFile(file);
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " + file +
                                   L" in the transporter's source folder. "
                                   L"Check your folder permissions for read/write/modify/delete access.\r\n" +

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "common/Dialog.h"
+#include "ui/Dialog.h"
 
 class frmPromptFTP final : Dialog {
 public:

@@ -1,11 +1,17 @@
 #include "transport/clsTransporter.h"
 
-#include "com/Return.h"
-#include "common/FileSystem.h"
-#include "common/Path.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
+#include "base/Text.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
-#include "transport/PacketName.h"
+#include "packets/PacketName.h"
 
 using com::Call;
 using com::Return;
@@ -16,17 +22,9 @@ namespace {
 
 constexpr auto kNoSenderReceiver = L"SenderReceiver object has not been set";
 
-/// What goes wrong with backups never disturbs the host: a member that fails answers with its default.
-template <class Behaviour>
-auto Quietly(Behaviour&& behaviour) -> decltype(behaviour()) try {
-    return behaviour();
-} catch (...) {
-    return decltype(behaviour())();
-}
-
 /// The rest of a path that lies below a folder, with the separator between them; nothing for any other path.
 std::optional<std::wstring> Below(const std::wstring& folder, const std::wstring& path) {
-    if (!com::EqualsIgnoringCase(path.substr(0, folder.size()), folder)) return std::nullopt;
+    if (!base::EqualsIgnoringCase(path.substr(0, folder.size()), folder)) return std::nullopt;
     std::wstring rest = path.substr(folder.size());
     return rest.starts_with(L'\\') ? std::optional(rest) : std::nullopt;
 }
@@ -52,7 +50,7 @@ bool clsTransporter::SenderReceiverSet(std::wstring_view Source) const {
 }
 
 IZNSenderReceiver* clsTransporter::Remote() const {
-    if (!m_senderReceiver) throw com::Error(E_UNEXPECTED, kNoSenderReceiver);
+    if (!m_senderReceiver) throw base::Error(E_UNEXPECTED, kNoSenderReceiver);
     return m_senderReceiver.Get();
 }
 
@@ -72,9 +70,9 @@ bool clsTransporter::ProvideFolder(const std::wstring& folder) const {
 
 /// The first encoder whose extension is that of the file becomes the current one.
 bool clsTransporter::ChooseEncoder(ExtensionMember extensionOf, const std::wstring& fileName) {
-    const std::wstring extension = com::Upper(Path::LastFour(fileName));
+    const std::wstring extension = base::Upper(Path::LastFour(fileName));
     for (const auto& encoder : m_encoders) {
-        if (com::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
+        if (base::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
         m_currentEncoder = encoder;
         return true;
     }
@@ -86,7 +84,7 @@ void clsTransporter::InitFileList(FileList& List, const std::wstring& Folder) {
     try {
         if (FileSystem::FolderExists(Folder)) FileSystem::List(Folder, found);
     } catch (...) {
-        const std::wstring description = com::CurrentFailure().description;
+        const std::wstring description = base::CurrentFailure().description;
         Report(std::wstring(L"clsTransporter.cls.InitFileList")
                    .append(kCrLf)
                    .append(description)
@@ -248,8 +246,8 @@ void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& re
     if (!FileSystem::FolderExists(receiveFolder)) return;
     const std::optional<std::wstring> below = Below(receiveFolder, file);
     if (!below)
-        throw com::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
-                                           L", which has changed since the received files were listed.");
+        throw base::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
+                                            L", which has changed since the received files were listed.");
     const std::wstring backup = BackupFolder(receiveFolder) + *below;
     const std::wstring parent = Path::ParentFolder(backup);
     if (!ProvideFolder(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;

@@ -8,11 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "com/Object.h"
+#include "com/server/ServerObject.h"
 #include "transport/BackupMap.h"
 #include "znTransporter.h"
 
-class clsTransporter final : public com::Object<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
+class clsTransporter final
+    : public com::ServerObject<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
 public:
     // IZNTransporter
     STDMETHODIMP get_Encoder(IZNEncoder** Value) override;

@@ -1,8 +1,6 @@
 #include "companions/support/Error.h"
 
-#ifdef _WIN32
-#include "com/Text.h"
-#endif
+#include "base/Utf8.h"
 
 namespace companions {
 
@@ -30,7 +28,7 @@ const char* WayOut(std::errc kind) {
 std::string Shown(const std::filesystem::path& path) {
 #ifdef _WIN32
     // The standard conversion throws on half a surrogate pair, which Windows allows in names.
-    return com::ToUtf8(path.native());
+    return base::ToUtf8(path.native());
 #else
     return path.native();
 #endif

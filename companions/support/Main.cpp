@@ -2,8 +2,8 @@
 
 #include <new>
 
-#include "com/Text.h"
-#include "common/Console.h"
+#include "base/Console.h"
+#include "base/Utf8.h"
 #include "companions/support/Error.h"
 #include "companions/support/Program.h"
 
@@ -12,7 +12,7 @@ namespace {
 using namespace companions;
 
 int Failed(const std::string& message, ExitCode exitCode) {
-    Console::ErrorLine(com::FromUtf8(std::string(kProgram.name) + ": " + message));
+    Console::ErrorLine(base::FromUtf8(std::string(kProgram.name) + ": " + message));
     return exitCode;
 }
 
@@ -20,16 +20,16 @@ int Failed(const std::string& message, ExitCode exitCode) {
 
 namespace companions {
 
-std::filesystem::path ToPath(const std::string& argument) { return com::FromUtf8(argument); }
+std::filesystem::path ToPath(const std::string& argument) { return base::FromUtf8(argument); }
 
-void Print(const std::string& line) { Console::Line(com::FromUtf8(line)); }
+void Print(const std::string& line) { Console::Line(base::FromUtf8(line)); }
 
 }  // namespace companions
 
 int wmain(int count, wchar_t** texts) try {
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i)
-        arguments.push_back(com::ToUtf8(texts[i]));
+        arguments.push_back(base::ToUtf8(texts[i]));
     kProgram.run(arguments);
     return kDone;
 } catch (const Ended&) {

@@ -7,9 +7,9 @@
 #include <system_error>
 #include <utility>
 
-#include "com/Error.h"
-#include "com/Text.h"
-#include "common/FileSystem.h"
+#include "base/FileSystem.h"
+#include "base/SystemError.h"
+#include "base/Utf8.h"
 #include "companions/support/Error.h"
 
 namespace companions {
@@ -41,7 +41,7 @@ std::errc Kind(DWORD error) {
 }
 
 [[noreturn]] void Throw(std::string_view verb, const std::filesystem::path& path, DWORD error) {
-    std::string reason = com::ToUtf8(com::SystemText(error));
+    std::string reason = base::ToUtf8(base::SystemText(error));
     while (reason.ends_with('.'))
         reason.pop_back();
     ThrowFileError(verb, path, reason, Kind(error));

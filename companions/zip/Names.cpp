@@ -6,10 +6,10 @@
 #include <ranges>
 #include <vector>
 
-#include "common/Path.h"
+#include "base/Path.h"
 
 #ifdef _WIN32
-#include "com/Text.h"
+#include "base/Text.h"
 #endif
 
 namespace companions::zip {
@@ -122,7 +122,7 @@ std::filesystem::path TargetPath(const std::string& name, Paths paths) {
 
 std::filesystem::path::string_type Folded(const std::filesystem::path& path) {
 #ifdef _WIN32
-    return com::Upper(path.native());
+    return base::Upper(path.native());
 #else
     return path.native();
 #endif

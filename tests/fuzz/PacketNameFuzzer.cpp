@@ -1,6 +1,6 @@
 // A packet's id is the text before its name's first "~" or ".", and empty without a ".".
+#include "packets/PacketName.h"
 #include "tests/fuzz/Text.h"
-#include "transport/PacketName.h"
 
 #include <cstdlib>
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cwctype>
 
-#include "cipher/FtpPassword.h"
+#include "ftp/settings/FtpPassword.h"
 
 namespace {
 

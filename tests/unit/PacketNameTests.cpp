@@ -1,4 +1,4 @@
-#include "transport/PacketName.h"
+#include "packets/PacketName.h"
 
 #include <gtest/gtest.h>
 

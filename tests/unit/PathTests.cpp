@@ -1,6 +1,6 @@
-#include "common/Path.h"
-
 #include <gtest/gtest.h>
+
+#include "base/Path.h"
 
 namespace {
 
@@ -8,7 +8,10 @@ TEST(Path, JoinKeepsOneSeparator) {
     EXPECT_EQ(Path::Join(L"C:\\a", L"b"), L"C:\\a\\b");
     EXPECT_EQ(Path::Join(L"C:\\a\\", L"b"), L"C:\\a\\b");
     EXPECT_EQ(Path::Join(L"C:", L"b"), L"C:\\b");
-    EXPECT_EQ(Path::Join(L"C:\\a", L""), L"C:\\a\\");
+    EXPECT_EQ(Path::Join(L"C:\\a", L""), L"C:\\a");
+    EXPECT_EQ(Path::Join(L"", L"b"), L"b");
+    EXPECT_EQ(Path::WithSeparator(L"C:\\a"), L"C:\\a\\");
+    EXPECT_EQ(Path::WithSeparator(L"C:\\a/"), L"C:\\a/");
 }
 
 TEST(Path, SplitsIntoParentNameAndBase) {

@@ -1,9 +1,11 @@
 // The dialogs, answered as a user would.
 #include <gmock/gmock.h>
 
-#include "cipher/FtpPassword.h"
-#include "com/Return.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/modMain.h"
+#include "ftp/settings/FtpPassword.h"
 #include "mobile/frmFTP.h"
 #include "mobile/frmFTPControls.h"
 #include "sendrecv/frmPromptFTP.h"

@@ -1,7 +1,7 @@
 // The texts of the reference framework, behind the stand-ins of the tests.
 #pragma once
 
-#include "com/Module.h"
+#include "base/Module.h"
 #include "tests/win/support/FrameworkDoubles.h"
 
 namespace tests {
@@ -11,7 +11,7 @@ inline void TakeProductTexts(Framework& framework) {
     const auto take = [&](LONG first, LONG last) {
         for (LONG number = first; number <= last; ++number) {
             wchar_t text[256];
-            if (LoadStringW(com::ModuleHandle(), static_cast<UINT>(number), text, 256) != 0)
+            if (LoadStringW(base::ModuleHandle(), static_cast<UINT>(number), text, 256) != 0)
                 framework.resources[number] = text;
         }
     };

@@ -1,8 +1,8 @@
 // show_dialog NAME: opens a dialog of the library with sample settings, for people and pictures.
 #include <iostream>
 
-#include "cipher/FtpPassword.h"
 #include "common/modMain.h"
+#include "ftp/settings/FtpPassword.h"
 #include "mobile/frmFTP.h"
 #include "sendrecv/frmPromptFTP.h"
 #include "tests/win/dialogs/ProductTexts.h"

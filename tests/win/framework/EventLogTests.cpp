@@ -3,6 +3,8 @@
 
 #include <thread>
 
+#include "base/Utf8.h"
+#include "com/Values.h"
 #include "tests/win/support/TempFolder.h"
 
 using Microsoft::WRL::ComPtr;
@@ -43,7 +45,7 @@ public:
         GetModuleFileNameW(nullptr, program, MAX_PATH);
         const auto* test = testing::UnitTest::GetInstance()->current_test_info();
         std::wstring command = L"\"" + std::wstring(program) + L"\" --gtest_filter=" +
-                               com::FromUtf8(test->test_suite_name()) + L"." + com::FromUtf8(test->name());
+                               base::FromUtf8(test->test_suite_name()) + L"." + base::FromUtf8(test->name());
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         SetEnvironmentVariableW(variable, value.c_str());

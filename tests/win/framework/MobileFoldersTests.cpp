@@ -1,5 +1,9 @@
 // The folder locator: answers of the mobile configuration, and its failures.
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
 #include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/framework/FrameworkTest.h"
 
 using com::Bstr;
@@ -14,7 +18,7 @@ public:
     STDMETHODIMP put_ApplicationName(BSTR Value) override {
         return com::Call([&] {
             m_application = com::Text(Value);
-            if (m_application == L"broken") throw com::Error(E_ACCESSDENIED, L"the settings are locked");
+            if (m_application == L"broken") throw base::Error(E_ACCESSDENIED, L"the settings are locked");
         });
     }
     STDMETHODIMP get_ApplicationName(BSTR*) override { return E_NOTIMPL; }
@@ -85,7 +89,7 @@ TEST_F(MobileFolders, FailuresOfTheConfigurationAreTheirs) {
     ASSERT_EQ(refused, E_ACCESSDENIED);
     try {
         com::Check(refused);
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         EXPECT_EQ(error.failure().description, L"the settings are locked");
     }
     for (const HRESULT failure : {E_OUTOFMEMORY, REGDB_E_CLASSNOTREG}) {

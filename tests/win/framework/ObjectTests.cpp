@@ -1,6 +1,9 @@
 // The rules of COM, for every class of the framework, served by its manifest and without registration.
 #include <gtest/gtest.h>
 
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
 #include "tests/win/support/ActivationContext.h"
 
 using Microsoft::WRL::ComPtr;
@@ -84,7 +87,7 @@ TEST_F(ObjectTest, AFailureEmptiesItsResultAndSaysWhy) {
         ASSERT_EQ(result, expected);
         try {
             com::Check(result);
-        } catch (const com::Error& error) {
+        } catch (const base::Error& error) {
             EXPECT_NE(error.failure().description.find(word), std::wstring::npos);
         }
     };

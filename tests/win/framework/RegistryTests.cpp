@@ -4,6 +4,9 @@
 #include <aclapi.h>
 #include <sddl.h>
 
+#include "base/Error.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/ScratchHives.h"
 
 using Microsoft::WRL::ComPtr;
@@ -73,7 +76,7 @@ TEST_F(RegistryTest, ReadsTextsAndNumbersAndRefusesTheRest) {
     try {
         Read(L"Binary");
         ADD_FAILURE() << "a value of another type was read";
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         EXPECT_THAT(error.failure().description, HasSubstr(L"Binary"));
     }
 }

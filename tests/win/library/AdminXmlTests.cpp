@@ -1,9 +1,12 @@
 // The administration document: its exact text, what reads back from it, and which settings make none.
 #include <gmock/gmock.h>
 
-#include "com/Return.h"
-#include "com/XmlDocument.h"
+#include "base/Utf8.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/modMain.h"
+#include "ftp/settings/XmlDocument.h"
 #include "mobile/modMobileAdminXML.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
@@ -31,9 +34,9 @@ std::string Saved(IXMLDOMDocument* document) {
 
 /// A setting of a document that was parsed from text, found as the readers of the document look for it.
 std::wstring ReadBack(const std::string& text, const std::wstring& name) {
-    const auto document = com::NewXmlDocument();
+    const auto document = xml::NewXmlDocument();
     VARIANT_BOOL parsed = VARIANT_FALSE;
-    com::Check(document->loadXML(Bstr(com::FromUtf8(text)).Get(), &parsed));
+    com::Check(document->loadXML(Bstr(base::FromUtf8(text)).Get(), &parsed));
     EXPECT_TRUE(parsed) << text;
     const std::wstring path = L"/MOBILECONFIGURATIONROOT/MOBILECONFIGURATION[@KeyName='SENDERRECEIVER']"
                               L"//KEY[@KeyName='Transport']/SETTING[@KeyName='" +
@@ -118,7 +121,7 @@ TEST_F(AdminXml, CharactersThatCannotBeReadBackAreRefused) {
 }
 
 TEST_F(AdminXml, ChildElementsGoToTheirParent) {
-    const auto document = com::NewXmlDocument();
+    const auto document = xml::NewXmlDocument();
     const auto root = GenerateChildElement(L"Root", document.Get(), nullptr, L"", L"");
     ASSERT_TRUE(root);
     EXPECT_TRUE(GenerateChildElement(L"Größe", document.Get(), root.Get(), L"a-1", L"x"));

@@ -1,8 +1,11 @@
 // Backups of received packets: taken while receiving, listed, restored, destroyed.
 #include <gmock/gmock.h>
 
-#include "common/FileSystem.h"
-#include "common/Path.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
@@ -129,7 +132,7 @@ TEST_F(Backups, AFailedRestoreLeavesTheReceivedFile) {
     temp.File(L"in\\1.mdb", "received since");
     temp.Protect(L"in\\1.mdb");
     {
-        const auto lock = FileSystem::Open(temp / L"in\\Backup\\1.mdb", GENERIC_READ, 0, OPEN_EXISTING);
+        const auto lock = base::File::Open(temp / L"in\\Backup\\1.mdb", GENERIC_READ, 0, OPEN_EXISTING);
         EXPECT_FALSE(Restore(L"1"));
     }
     EXPECT_EQ(temp.Content(L"in\\1.mdb"), "received since");

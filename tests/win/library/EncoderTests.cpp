@@ -1,11 +1,15 @@
 // The encoders over programs that do as the test arranges: command lines, settings, results and texts.
 #include <gmock/gmock.h>
 
+#include "base/Utf8.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
 
+using base::ToUtf8;
 using com::Bstr;
-using com::ToUtf8;
 using Microsoft::WRL::ComPtr;
 
 namespace tests {

@@ -1,9 +1,11 @@
 // The unit that touches files: long paths, verified copies, moves that fail without a trace.
-#include "common/FileSystem.h"
 
 #include <gmock/gmock.h>
 
-#include "com/Error.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+
+#include "base/File.h"
 #include "tests/win/support/TempFolder.h"
 
 namespace tests {
@@ -20,7 +22,7 @@ protected:
 std::wstring DescriptionOf(const std::function<void()>& action) {
     try {
         action();
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         return error.failure().description;
     }
     return L"(nothing was thrown)";
@@ -57,20 +59,13 @@ TEST_F(Files, WorksOnPathsOfAnyLength) {
     }
     const std::wstring first = folder + L"\\first";
     const std::wstring second = folder + L"\\second";
-    {
-        auto file = FileSystem::TextFile::Create(first);
-        file.WriteLine("one");
-        file.WriteLine("two");
-    }
+    base::WriteNewFile(first, "one\r\ntwo\r\n");
     FileSystem::CopyFile(first, second);
     FileSystem::DeleteFile(first);
     FileSystem::MoveFile(second, first);
     EXPECT_EQ(FileSystem::FileSize(first), 10u);
     EXPECT_EQ(FileSystem::List(folder).files.size(), 1u);
-    auto file = FileSystem::TextFile::Open(first);
-    EXPECT_EQ(file.ReadLine(), "one");
-    EXPECT_EQ(file.ReadLine(), "two");
-    EXPECT_EQ(file.ReadLine(), "");
+    EXPECT_EQ(base::ReadFile(first), "one\r\ntwo\r\n");
 }
 
 TEST_F(Files, CopiesOverAnExistingFile) {
@@ -103,7 +98,7 @@ TEST_F(Files, DeletesReadOnlyFilesOnlyWhenAsked) {
     EXPECT_TRUE(temp.Exists(L"file"));
     FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete);
     EXPECT_FALSE(temp.Exists(L"file"));
-    EXPECT_THROW(FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete), com::Error);
+    EXPECT_THROW(FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete), base::Error);
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 // Folder creation, the folder test, settings and options.
 #include <gmock/gmock.h>
 
-#include "com/Object.h"
+#include "base/Error.h"
+#include "com/MessagePump.h"
+#include "com/Values.h"
 #include "common/Apartment.h"
 #include "common/modMain.h"
+#include "services/Options.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
@@ -60,7 +63,7 @@ TEST_F(FolderServices, AFailureIsShownUnlessSuppressed) {
     try {
         CreateFolders(temp / L"file\\sub", false);
         ADD_FAILURE() << "nothing was thrown";
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         EXPECT_EQ(error.failure().number, -1);
         EXPECT_THAT(error.failure().description, HasSubstr(L"Could not create folder " + temp / L"file"));
     }
@@ -98,13 +101,13 @@ TEST_F(FolderServices, SettingsFallBackToTheirDefault) {
     EXPECT_EQ(GetProperty(set.Get(), L"NUMBER", L"default"), L"42");
     EXPECT_EQ(GetProperty(set.Get(), L"SWITCH", L"default"), L"False");
     EXPECT_EQ(GetProperty(set.Get(), L"name", L"default"), L"default");
-    EXPECT_THROW(GetProperty(nullptr, L"NAME", L""), com::Error);
+    EXPECT_THROW(GetProperty(nullptr, L"NAME", L""), base::Error);
     EXPECT_THAT(framework.LogText(), HasSubstr(L"modMain.GetProperty\r\n"));
 }
 
 TEST_F(FolderServices, MissingFrameworkObjectsAreReportedAndRaised) {
     framework.Remove(__uuidof(ZNRegistry));
-    EXPECT_THROW(ZNRegObject(), com::Error);
+    EXPECT_THROW(ZNRegObject(), base::Error);
     EXPECT_THAT(framework.LogText(), HasSubstr(L"modMain.ZNRegObject: \r\n"));
     EXPECT_EQ(ZNBrandingResObject(), ZNBrandingResObject()) << "created once";
 }
@@ -130,7 +133,7 @@ TEST_F(FolderServices, OptionsOfTheCommandLineWinOverStoredSettings) {
 
 TEST_F(FolderServices, AMessageToQuitStaysForTheHost) {
     PostQuitMessage(3);
-    ProcessPendingMessages();
+    com::ProcessPendingMessages();
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));

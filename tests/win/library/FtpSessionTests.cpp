@@ -1,9 +1,11 @@
 // The FTP sender/receiver's connection, settings and administration.
 #include <msxml2.h>
 
-#include "cipher/FtpPassword.h"
-#include "com/Collections.h"
+#include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "common/Apartment.h"
+#include "ftp/settings/FtpPassword.h"
 #include "tests/win/library/FtpTest.h"
 
 using Microsoft::WRL::ComPtr;

@@ -1,4 +1,7 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
+#include "base/Text.h"
+#include "com/Object.h"
+#include "com/Values.h"
 #include "tests/win/library/FtpTest.h"
 
 namespace tests {
@@ -281,7 +284,7 @@ TEST_F(FtpTransferTest, AListedNameThatWouldLeaveTheLocalFolderIsRefused) {
         EXPECT_EQ(Calls(), "SetFolder out/|Find *.*|Close 3|") << "nothing is fetched";
         EXPECT_THAT(Reported(),
                     StartsWith(L"clsFTPSndRcv.cls.GetRemoteFile\r\nThe FTP server lists the name " +
-                               com::FromSystemCodePage(entry.name) + L","));
+                               base::FromSystemCodePage(entry.name) + L","));
     }
     EXPECT_THAT(temp.Files(), IsEmpty());
 }

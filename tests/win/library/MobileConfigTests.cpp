@@ -1,6 +1,11 @@
 // Mobile configuration: its tables in every mode, enumeration, overrides and failures.
 #include <gmock/gmock.h>
 
+#include "base/Error.h"
+#include "base/Utf8.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/ActivationContext.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/ScratchHives.h"
@@ -123,7 +128,7 @@ const Mode kModes[] = {
     {L"-1", L"3", kSharedReference, kBelowFieldHome},
 };
 INSTANTIATE_TEST_SUITE_P(Configured, Modes, testing::ValuesIn(kModes),
-                         [](const auto& mode) { return "Mode" + com::ToUtf8(mode.param.mode); });
+                         [](const auto& mode) { return "Mode" + base::ToUtf8(mode.param.mode); });
 
 TEST_F(MobileConfig, AnOverrideMovesItsNameToTheEnd) {
     framework.registry = {{L"13//MobileConfigValue", L"1"}, {L"13//FieldHome", L"C:\\F"}};
@@ -172,7 +177,7 @@ TEST_F(MobileConfig, FailuresAreRaisedAndLeaveWhatWasRead) {
     ASSERT_EQ(denied, HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
     try {
         com::Check(denied);
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         EXPECT_THAT(error.failure().description, HasSubstr(framework.unreadable));
     }
     EXPECT_EQ(config.Table(kEnterprise), L"MobileConfigValue=0\nHome=\nWorkingDir=\nIncoming=in E\n");

@@ -4,7 +4,9 @@
 #include <functional>
 #include <thread>
 
+#include "base/Error.h"
 #include "common/Apartment.h"
+#include "common/Report.h"
 #include "common/modWinInet.h"
 #include "common/modZNStartup.h"
 #include "tests/win/support/Library.h"
@@ -28,10 +30,10 @@ protected:
     Framework framework;
 };
 
-com::Failure Caught(const std::function<void()>& action) {
+base::Failure Caught(const std::function<void()>& action) {
     try {
         action();
-    } catch (const com::Error& error) {
+    } catch (const base::Error& error) {
         return error.failure();
     }
     return {S_OK, {}, L"(nothing was thrown)", 0};
@@ -58,7 +60,7 @@ TEST_F(ReportTest, TheCurrentErrorAddsItsLineAndTheBuild) {
     for (const auto& [build, shown] : {std::pair{L"1.0.37", L"1.0.37"}, {L"", L"UNKNOWN"}}) {
         ThisApartment().build = build;
         try {
-            throw com::Error(com::Failure{E_FAIL, L"origin", L"cause", 120});
+            throw base::Error(base::Failure{E_FAIL, L"origin", L"cause", 120});
         } catch (...) {
             std::wstring description = L"heading";
             std::wstring source = L"Source";
@@ -71,7 +73,7 @@ TEST_F(ReportTest, TheCurrentErrorAddsItsLineAndTheBuild) {
 TEST_F(ReportTest, TheStandardHandlerReportsAndHandsOutTheDefault) {
     const auto member = [] {
         try {
-            throw com::Error(com::Failure{E_FAIL, {}, L"cause", 0});
+            throw base::Error(base::Failure{E_FAIL, {}, L"cause", 0});
         } catch (...) {
             return StandardHandler(L"unit.Proc", 42);
         }
@@ -83,7 +85,7 @@ TEST_F(ReportTest, TheStandardHandlerReportsAndHandsOutTheDefault) {
 TEST_F(ReportTest, RaisesTheCurrentErrorAgainWithTheDecoratedText) {
     const auto failure = Caught([] {
         try {
-            throw com::Error(com::Failure{STG_E_ACCESSDENIED, L"origin", L"cause", 7});
+            throw base::Error(base::Failure{STG_E_ACCESSDENIED, L"origin", L"cause", 7});
         } catch (...) {
             std::wstring description = L"heading";
             std::wstring source = L"Source";
@@ -97,7 +99,7 @@ TEST_F(ReportTest, RaisesTheCurrentErrorAgainWithTheDecoratedText) {
 
 TEST_F(ReportTest, WarningsAreNeverRaised) {
     try {
-        throw com::Error(E_FAIL, L"cause");
+        throw base::Error(E_FAIL, L"cause");
     } catch (...) {
         std::wstring description = L"heading";
         std::wstring source = L"Source";

@@ -1,6 +1,7 @@
 // Child processes and the decode step that they end in.
 #include <gmock/gmock.h>
 
+#include "base/Utf8.h"
 #include "common/clsShell.h"
 #include "common/modMain.h"
 #include "tests/win/support/ChildPrograms.h"
@@ -33,7 +34,7 @@ protected:
 TEST_F(ShellTest, ACommandThatEndsInTimeIsDoneWhateverItsExitCode) {
     ChildPrograms::Script(L"exit 7");
     EXPECT_TRUE(DoShellCmd(program + L" -x \"a b\"", 60, false));
-    EXPECT_EQ(children.CommandLine(), com::ToUtf8(program) + " -x \"a b\"");
+    EXPECT_EQ(children.CommandLine(), base::ToUtf8(program) + " -x \"a b\"");
     EXPECT_TRUE(DoShellCmd(temp / L"missing.exe", 60, false)) << "one that cannot be started has ended";
     EXPECT_TRUE(DoShellCmd(L"", 60, false));
     EXPECT_THAT(framework.log, IsEmpty());
@@ -138,7 +139,7 @@ TEST_F(DecodeTest, OutputsAreNamedMdbOrXml) {
         {L"a.xMl", L"a.xMl"}, {L"data.zip", L"data.zip.MDB"}, {L"plain", L"plain.MDB"}, {L"b", L"b.MDB"}};
     for (const auto& [given, expected] : names) {
         ChildWrites(expected, L"x");
-        EXPECT_TRUE(Decode(given)) << com::ToUtf8(given);
+        EXPECT_TRUE(Decode(given)) << base::ToUtf8(given);
         EXPECT_EQ(result, temp / expected);
     }
 }

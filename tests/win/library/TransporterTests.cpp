@@ -4,6 +4,8 @@
 #include <functional>
 
 #include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 

@@ -1,7 +1,10 @@
 // The folder-copy sender/receiver over real folders.
 #include <gmock/gmock.h>
 
-#include "com/Collections.h"
+#include "base/Text.h"
+#include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/ProgressDouble.h"
 #include "tests/win/support/TempFolder.h"
@@ -144,7 +147,7 @@ TEST_F(Xcopy, UnsetFolders) {
 TEST_F(Xcopy, TheSameFolderOnBothSidesIsLeftAlone) {
     temp.File(L"out\\x.mdb");
     settings->put_ApplicationName(com::Bstr(L"App").Get());
-    const std::wstring upper = com::Upper(temp / L"out");
+    const std::wstring upper = base::Upper(temp / L"out");
     settings->putref_PropSet(
         Properties(
             {{L"MOBILE", L"TRUE"}, {L"LOCAL_SEND_FOLDER", temp / L"out"}, {L"REMOTE_SEND_FOLDER", upper}})

@@ -1,6 +1,7 @@
 // Serves the classes of one DLL without any registration, by the manifest beside it.
 #pragma once
 
+#include "base/SystemError.h"
 #include "tests/win/support/Dll.h"
 
 namespace tests {
@@ -17,11 +18,11 @@ public:
         description.lpSource = manifest.c_str();
         description.lpAssemblyDirectory = folder.c_str();
         m_context = CreateActCtxW(&description);
-        if (m_context == INVALID_HANDLE_VALUE) com::ThrowWin32(GetLastError(), manifest);
+        if (m_context == INVALID_HANDLE_VALUE) base::ThrowWin32(GetLastError(), manifest);
         if (!ActivateActCtx(m_context, &m_cookie)) {
             const DWORD error = GetLastError();
             ReleaseActCtx(m_context);
-            com::ThrowWin32(error, manifest);
+            base::ThrowWin32(error, manifest);
         }
     }
     ActivationContext(const ActivationContext&) = delete;

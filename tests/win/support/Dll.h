@@ -6,8 +6,10 @@
 
 #include <string>
 
-#include "com/Error.h"
-#include "com/Return.h"
+#include "base/Error.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "znTransporter.h"
 
 namespace tests {
@@ -24,7 +26,7 @@ class Library {
 public:
     explicit Library(const wchar_t* name = L"znTransporter.dll")
         : m_module(LoadLibraryW((BuildFolder() + L"\\bin\\" + name).c_str())) {
-        if (!m_module) throw com::Error(HRESULT_FROM_WIN32(GetLastError()), name);
+        if (!m_module) throw base::Error(HRESULT_FROM_WIN32(GetLastError()), name);
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <memory>
 
-#include "com/Module.h"
+#include "base/Error.h"
+#include "base/SystemError.h"
+#include "com/ErrorInfo.h"
 #include "com/Object.h"
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 
 using com::Call;
 using com::Return;
@@ -47,7 +50,7 @@ public:
     }
     STDMETHODIMP Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override {
         return Return(Value, [&] {
-            if (Arguments.vt != (VT_ARRAY | VT_VARIANT)) throw com::Error(E_INVALIDARG, L"no argument list");
+            if (Arguments.vt != (VT_ARRAY | VT_VARIANT)) throw base::Error(E_INVALIDARG, L"no argument list");
             return Number == 145 ? com::Variant(Number)
                                  : com::Variant(Framework::Current().resources.at(Number));
         });
@@ -63,7 +66,7 @@ public:
     STDMETHODIMP Read(BSTR Name, VARIANT Default, VARIANT* Value) override {
         return Return(Value, [&] {
             const std::wstring entry = m_key + Text(Name);
-            if (entry == Framework::Current().unreadable) com::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            if (entry == Framework::Current().unreadable) base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
             Framework::Current().defaults[entry] = Default.vt;
             const auto& values = Framework::Current().registry;
             const auto found = values.find(entry);
@@ -142,7 +145,7 @@ public:
     }
     STDMETHODIMP FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override {
         return Return(Value, [&] {
-            if (m_application.empty()) throw com::Error(E_UNEXPECTED, L"no application name");
+            if (m_application.empty()) throw base::Error(E_UNEXPECTED, L"no application name");
             return Framework::Current().folders[(Enterprise ? L"E/" : L"F/") + Text(Kind)];
         });
     }

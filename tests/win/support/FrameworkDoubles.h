@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "com/Text.h"
 #include "znFramework.h"
 
 namespace tests {

@@ -4,7 +4,8 @@
 #include <string>
 
 #include "com/Object.h"
-#include "com/Return.h"
+#include "com/Result.h"
+#include "com/Values.h"
 #include "znFrameworkUI.h"
 
 namespace tests {

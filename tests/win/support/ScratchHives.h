@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "com/Error.h"
+#include "base/SystemError.h"
 
 namespace tests {
 
@@ -33,7 +33,7 @@ private:
         HKEY key = nullptr;
         const LSTATUS status = RegCreateKeyExW(HKEY_CURRENT_USER, (m_root + name).c_str(), 0, nullptr, 0,
                                                KEY_ALL_ACCESS, nullptr, &key, nullptr);
-        if (status != ERROR_SUCCESS) com::ThrowWin32(static_cast<DWORD>(status), m_root + name);
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), m_root + name);
         return key;
     }
 

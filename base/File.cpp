@@ -1,0 +1,213 @@
+// See File.h.
+#include "base/File.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
+
+namespace base {
+
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+    return FileHandle(CreateFileW(FileSystem::Extended(path).c_str(), access, sharing, nullptr, disposition,
+                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+}
+
+/// The part of a buffer that one call may carry: 32-bit counts, and redirectors that take far less than
+/// those.
+template <class Byte>
+std::span<Byte> OneCall(std::span<Byte> bytes) {
+    constexpr std::size_t kLargest = std::size_t{16} << 20;
+    return bytes.first(std::min(bytes.size(), kLargest));
+}
+
+/// Not every file system knows this: then only our own end removes the file.
+void SetRemovedWhenClosed(HANDLE file, bool removed) {
+    FILE_DISPOSITION_INFO disposition{removed};
+    SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
+}
+
+/// Windows counts from the year 1601.
+constexpr std::chrono::seconds kWindowsEpoch{11'644'473'600};
+
+Bytes BytesOf(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+std::wstring StagingName(const std::wstring& path, unsigned number) {
+    // Names are limited to 255 characters: room for the suffix.
+    constexpr std::size_t kLongest = 230;
+    const std::wstring name = Path::FileName(path);
+    std::wstring staging =
+        path.substr(0, path.size() - name.size()) + name.substr(0, kLongest) + L".unfinished";
+    if (number > 1) staging += std::to_wstring(number);
+    return staging;
+}
+
+/// Under the first name that is free: a file of such a name may be the user's, or another program's output.
+File CreateStaging(const std::wstring& path) {
+    for (unsigned number = 1;; ++number)
+        if (auto file = File::TryCreateTransient(StagingName(path, number))) return *std::move(file);
+}
+
+}  // namespace
+
+File File::Open(std::wstring path, DWORD access, DWORD sharing, DWORD disposition, Where where) {
+    FileHandle handle = TryOpen(path, access, sharing, disposition);
+    if (!handle) {
+        const char* const action = disposition == OPEN_EXISTING ? "open" : "create";
+        throw SystemError(GetLastError(), action, path, where);
+    }
+    return {std::move(path), std::move(handle)};
+}
+
+File File::OpenUnchanging(std::wstring path, Where where) {
+    return Open(std::move(path), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, where);
+}
+
+File File::CreateNew(std::wstring path, Where where) {
+    return Open(std::move(path), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_NEW, where);
+}
+
+std::optional<File> File::TryCreateTransient(std::wstring path, Where where) {
+    FileHandle handle = TryOpen(path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
+    const DWORD error = GetLastError();
+    if (!handle && error == ERROR_FILE_EXISTS) return std::nullopt;
+    if (!handle) throw SystemError(error, "create", path, where);
+    SetRemovedWhenClosed(handle.Get(), true);
+    return File(std::move(path), std::move(handle));
+}
+
+std::uint64_t File::Size() const {
+    LARGE_INTEGER size;
+    if (!GetFileSizeEx(Handle(), &size)) throw SystemError(GetLastError(), "examine", m_path);
+    return static_cast<std::uint64_t>(size.QuadPart);
+}
+
+FileTime File::ModificationTime() const {
+    FILETIME time;
+    if (!GetFileTime(Handle(), nullptr, nullptr, &time)) throw SystemError(GetLastError(), "examine", m_path);
+    ULARGE_INTEGER ticks;
+    ticks.LowPart = time.dwLowDateTime;
+    ticks.HighPart = time.dwHighDateTime;
+    return FileTime(FileTime::duration(static_cast<std::int64_t>(ticks.QuadPart))) - kWindowsEpoch;
+}
+
+void File::SetModificationTime(FileTime time) {
+    ULARGE_INTEGER ticks;
+    ticks.QuadPart = static_cast<ULONGLONG>((time + kWindowsEpoch).time_since_epoch().count());
+    const FILETIME modified{ticks.LowPart, ticks.HighPart};
+    if (!SetFileTime(Handle(), nullptr, nullptr, &modified))
+        throw SystemError(GetLastError(), "set the time of", m_path);
+}
+
+std::size_t File::Read(std::span<std::uint8_t> buffer) const {
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+        const auto part = OneCall(buffer.subspan(done));
+        DWORD got = 0;
+        if (!::ReadFile(Handle(), part.data(), static_cast<DWORD>(part.size()), &got, nullptr))
+            throw SystemError(GetLastError(), "read", m_path);
+        if (got == 0) break;
+        done += got;
+    }
+    return done;
+}
+
+std::size_t File::ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const {
+    Seek(offset);
+    return Read(buffer);
+}
+
+void File::Write(Bytes bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const auto part = OneCall(bytes.subspan(done));
+        DWORD written = 0;
+        if (!WriteFile(Handle(), part.data(), static_cast<DWORD>(part.size()), &written, nullptr))
+            throw SystemError(GetLastError(), "write", m_path);
+        if (written == 0) throw SystemError(ERROR_DISK_FULL, "write", m_path);
+        done += written;
+    }
+}
+
+void File::Write(std::string_view text) { Write(BytesOf(text)); }
+
+void File::WriteAt(std::uint64_t offset, Bytes bytes) {
+    Seek(offset);
+    Write(bytes);
+}
+
+void File::Truncate(std::uint64_t size) {
+    Seek(size);
+    if (!SetEndOfFile(Handle())) throw SystemError(GetLastError(), "write", m_path);
+}
+
+/// Calls that carry their position cost a message to Wine's server each.
+void File::Seek(std::uint64_t offset) const {
+    LARGE_INTEGER position;
+    position.QuadPart = static_cast<LONGLONG>(offset);
+    if (!SetFilePointerEx(Handle(), position, nullptr, FILE_BEGIN))
+        throw SystemError(GetLastError(), "use", m_path);
+}
+
+void File::Flush() {
+    if (!FlushFileBuffers(Handle())) throw SystemError(GetLastError(), "write", m_path);
+}
+
+void File::Keep() { SetRemovedWhenClosed(Handle(), false); }
+
+StagedFile::StagedFile(std::wstring path) : m_path(std::move(path)), m_file(CreateStaging(m_path)) {}
+
+StagedFile::~StagedFile() {
+    m_file.Close();
+    if (!m_committed) FileSystem::TryDelete(m_file.Path());
+}
+
+void StagedFile::Write(Bytes bytes) {
+    m_file.WriteAt(m_size, bytes);
+    m_size += bytes.size();
+}
+
+void StagedFile::WriteAt(std::uint64_t offset, Bytes bytes) {
+    m_file.WriteAt(offset, bytes);
+    m_size = std::max(m_size, offset + bytes.size());
+}
+
+void StagedFile::Truncate(std::uint64_t size) {
+    m_file.Truncate(size);
+    m_size = size;
+}
+
+void StagedFile::Commit() {
+    m_file.Flush();
+    m_file.Keep();
+    m_file.Close();
+    if (!MoveFileExW(FileSystem::Extended(m_file.Path()).c_str(), FileSystem::Extended(m_path).c_str(),
+                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        throw SystemError(GetLastError(), "replace", m_path);
+    m_committed = true;
+}
+
+std::string ReadFile(const std::wstring& path, Where where) {
+    const File file = File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
+    std::string content(static_cast<std::size_t>(file.Size()), '\0');
+    content.resize(file.Read({reinterpret_cast<std::uint8_t*>(content.data()), content.size()}));
+    return content;
+}
+
+void WriteNewFile(const std::wstring& path, std::string_view content, Where where) {
+    File::CreateNew(path, where).Write(content);
+}
+
+void AppendToFile(const std::wstring& path, std::string_view text, Where where) {
+    File::Open(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS, where).Write(text);
+}
+
+}  // namespace base

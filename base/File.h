@@ -1,0 +1,111 @@
+// Open files: one that is written or read from end to end or anywhere, and one that appears only when it is
+// complete. Paths are of any length; every failure is a SystemError that names the path.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/ByteStream.h"
+#include "base/Error.h"
+#include "base/FileTime.h"
+#include "base/Handle.h"
+
+namespace base {
+
+/// For one thread at a time.
+class File {
+public:
+    /// As CreateFile. sharing: what others may do to the file meanwhile.
+    static File Open(std::wstring path, DWORD access, DWORD sharing, DWORD disposition,
+                     Where where = Where::current());
+    /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written
+    /// while a file is read may be in one part of what is made of it and not in another.
+    static File OpenUnchanging(std::wstring path, Where where = Where::current());
+    /// Fails when the file exists.
+    static File CreateNew(std::wstring path, Where where = Where::current());
+    /// Nothing, and GetLastError tells why, when there is something of that name. Nobody else can open the
+    /// file until it is closed, and the system removes it when the process ends before Keep, however it ends
+    /// (where the file system can do so).
+    static std::optional<File> TryCreateTransient(std::wstring path, Where where = Where::current());
+
+    const std::wstring& Path() const noexcept { return m_path; }
+    HANDLE Handle() const noexcept { return m_handle.Get(); }
+
+    std::uint64_t Size() const;  ///< bytes
+    FileTime ModificationTime() const;
+    void SetModificationTime(FileTime time);
+
+    /// From the current position on; fewer bytes than asked for only at the end.
+    std::size_t Read(std::span<std::uint8_t> buffer) const;
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const;
+    void Write(Bytes bytes);
+    void Write(std::string_view text);
+    void WriteAt(std::uint64_t offset, Bytes bytes);
+    void Truncate(std::uint64_t size);
+    /// Brings everything to the disk.
+    void Flush();
+    /// Lets a transient file outlive the process.
+    void Keep();
+    void Close() noexcept { m_handle.Reset(); }
+
+private:
+    File(std::wstring path, FileHandle handle) : m_path(std::move(path)), m_handle(std::move(handle)) {}
+    void Seek(std::uint64_t offset) const;
+
+    std::wstring m_path;
+    FileHandle m_handle;
+};
+
+/// A file as a source of bytes, to which nobody can write meanwhile.
+class InputFile final : public ByteSource {
+public:
+    explicit InputFile(std::wstring path) : m_file(File::OpenUnchanging(std::move(path))) {}
+
+    std::uint64_t Size() const override { return m_file.Size(); }
+    std::size_t ReadAt(std::uint64_t offset, std::span<std::uint8_t> buffer) const override {
+        return m_file.ReadAt(offset, buffer);
+    }
+    FileTime ModificationTime() const { return m_file.ModificationTime(); }
+
+private:
+    File m_file;
+};
+
+/// A new file. It is written under a staging name beside the final one, which it takes with Commit, when it
+/// is on the disk in full; until then a file of that name stays as it is. Without Commit nothing is left of
+/// it.
+class StagedFile final : public SeekableSink {
+public:
+    explicit StagedFile(std::wstring path);
+    StagedFile(const StagedFile&) = delete;
+    StagedFile& operator=(const StagedFile&) = delete;
+    ~StagedFile() override;
+
+    void Write(Bytes bytes) override;
+    std::uint64_t Size() const override { return m_size; }
+    void WriteAt(std::uint64_t offset, Bytes bytes) override;
+    void Truncate(std::uint64_t size) override;
+    /// After the last Write, which would change it again.
+    void SetModificationTime(FileTime time) { m_file.SetModificationTime(time); }
+    void Commit();
+
+private:
+    std::wstring m_path;
+    File m_file;
+    std::uint64_t m_size = 0;
+    bool m_committed = false;
+};
+
+/// The whole content of a file; others may write to it meanwhile.
+std::string ReadFile(const std::wstring& path, Where where = Where::current());
+/// Fails when the file exists.
+void WriteNewFile(const std::wstring& path, std::string_view content, Where where = Where::current());
+/// Appends to a file, which is created when it is missing; several processes may do so at once.
+void AppendToFile(const std::wstring& path, std::string_view text, Where where = Where::current());
+
+}  // namespace base

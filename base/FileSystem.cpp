@@ -1,0 +1,309 @@
+// See FileSystem.h.
+#include "base/FileSystem.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/Path.h"
+#include "base/RollBack.h"
+#include "base/SystemError.h"
+
+namespace FileSystem {
+
+namespace {
+
+using base::SystemError;
+
+/// Windows takes longer paths only in their extended form, which it does not normalise itself.
+/// 248 is the limit for folders, the lowest of the limits.
+constexpr size_t kLongestPlainPath = 247;
+
+DWORD Attributes(const std::wstring& path) noexcept try {
+    return GetFileAttributesW(Extended(path).c_str());
+} catch (const std::bad_alloc&) {
+    return INVALID_FILE_ATTRIBUTES;
+}
+
+bool IsLink(const std::wstring& path) {
+    const DWORD attributes = Attributes(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+bool IsSelfOrParent(const wchar_t* name) {
+    const std::wstring_view text(name);
+    return text == L"." || text == L"..";
+}
+
+bool HasDrive(std::wstring_view path) { return path.size() > 1 && path[1] == L':'; }
+bool IsRooted(std::wstring_view path) { return path.starts_with(L'\\') || path.starts_with(L'/'); }
+bool IsShare(std::wstring_view path) { return IsRooted(path) && IsRooted(path.substr(1)); }
+
+std::wstring Absolute(const std::wstring& base, const std::wstring& path) {
+    if (HasDrive(path) || IsShare(path)) return path;
+    if (IsRooted(path) && HasDrive(base)) return base.substr(0, 2) + path;
+    return Path::Join(base, path);
+}
+
+std::uint64_t Wide(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
+
+void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        listing.files.push_back(
+            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), found.dwFileAttributes});
+    else if (!IsSelfOrParent(found.cFileName))
+        listing.folders.emplace_back(found.cFileName);
+}
+
+constexpr LONG kDiskQuotaExceeded = 1295;  // not in every version of the headers
+
+/// Failures that come once data flows, in a source that could be opened: the destination then holds a part of
+/// it.
+bool LeavesPartialCopy(DWORD error) {
+    constexpr std::array kErrors = {
+        ERROR_DISK_FULL,     ERROR_HANDLE_DISK_FULL, ERROR_WRITE_FAULT,     ERROR_READ_FAULT,
+        ERROR_CRC,           ERROR_IO_DEVICE,        ERROR_NETNAME_DELETED, ERROR_UNEXP_NET_ERR,
+        ERROR_DEV_NOT_EXIST, kDiskQuotaExceeded};
+    return std::ranges::find(kErrors, static_cast<LONG>(error)) != kErrors.end();
+}
+
+/// No handle when the file cannot be opened; GetLastError tells why.
+base::FileHandle TryOpenToRead(const std::wstring& path, DWORD sharing) {
+    return base::FileHandle(CreateFileW(Extended(path).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+/// Windows neither deletes nor replaces a read-only file, and copies over no hidden one: where that fails,
+/// these attributes are lifted for a second try, and come back when that fails, too. Returns the action's
+/// error.
+template <class Action>
+DWORD WithoutProtection(const std::wstring& file, Action action) {
+    constexpr DWORD kProtection = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
+    if (action()) return ERROR_SUCCESS;
+    DWORD error = GetLastError();
+    if (error != ERROR_ACCESS_DENIED) return error;
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & kProtection)) return error;
+    SetFileAttributesW(file.c_str(), attributes & ~kProtection);
+    if (action()) return ERROR_SUCCESS;
+    error = GetLastError();
+    SetFileAttributesW(file.c_str(), attributes);
+    return error;
+}
+
+DWORD DeleteEvenReadOnly(const std::wstring& path) {
+    const std::wstring file = Extended(path);
+    return WithoutProtection(file, [&] { return DeleteFileW(file.c_str()); });
+}
+
+DWORD Replace(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring target = Extended(destination);
+    return WithoutProtection(target, [&] {
+        return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
+    });
+}
+
+std::wstring Way(const std::wstring& source, const std::wstring& destination) {
+    return source + L" -> " + destination;
+}
+
+enum class Existing { Overwrite, Fail };
+
+DWORD Copy(const std::wstring& source, const std::wstring& destination, Existing existing) {
+    const std::wstring from = Extended(source);
+    const std::wstring to = Extended(destination);
+    const auto copy = [&] { return CopyFileW(from.c_str(), to.c_str(), existing == Existing::Fail); };
+    if (existing == Existing::Overwrite) return WithoutProtection(to, copy);
+    return copy() ? ERROR_SUCCESS : GetLastError();
+}
+
+/// size: the source's in bytes, as far as is known; it may be of a moment ago.
+void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
+                  Existing existing, Where where) {
+    const DWORD error = Copy(source, destination, existing);
+    if (LeavesPartialCopy(error)) TryDelete(destination);
+    if (error != ERROR_SUCCESS) throw SystemError(error, "copy", Way(source, destination), where);
+    base::RollBack removal([&] { TryDelete(destination); });
+    // A read error in the middle of a copy is not reported by every redirector.
+    const std::uint64_t copied = FileSize(destination, where);
+    if (copied != size) size = FileSize(source, where);
+    if (copied != size)
+        throw base::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
+                          L"The copy is incomplete: " + std::to_wstring(copied) + L" of " +
+                              std::to_wstring(size) + L" bytes (" + Way(source, destination) + L")",
+                          where);
+    removal.Dismiss();
+}
+
+/// For a destination on another volume.
+void CopyAndDelete(const std::wstring& source, const std::wstring& destination, Where where) {
+    const WriteBlock block(source);
+    block.Check(where);
+    CopyVerified(source, destination, FileSize(source, where), Existing::Fail, where);
+    base::RollBack removal([&] { TryDelete(destination); });
+    DeleteFile(source, ReadOnlyFiles::Keep, where);
+    removal.Dismiss();
+}
+
+/// Where a file arrives before it takes its place. No two threads share a name, which is short enough for
+/// every folder and, as the transporter reads names, that of no packet: a crash leaves no false backup.
+std::wstring ArrivalBeside(const std::wstring& path) {
+    const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
+    return folder + L"~" + std::to_wstring(GetCurrentThreadId()) + L".arriving";
+}
+
+void RemoveFolder(const std::wstring& folder, Where where) {
+    if (!RemoveDirectoryW(Extended(folder).c_str()))
+        throw SystemError(GetLastError(), "delete", folder, where);
+}
+
+}  // namespace
+
+std::wstring FullPath(const std::wstring& path) {
+    std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+    full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+    return full;
+}
+
+std::wstring FullPath(const std::wstring& base, const std::wstring& path) {
+    std::wstring full = FullPath(Absolute(base, path));
+    constexpr size_t kRoot = 3;
+    while (full.size() > kRoot && full.back() == L'\\')
+        full.pop_back();
+    return full;
+}
+
+std::wstring Extended(const std::wstring& path) {
+    if (path.size() <= kLongestPlainPath || path.starts_with(L"\\\\?\\")) return path;
+    const std::wstring full = FullPath(path);
+    if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
+    return L"\\\\?\\" + full;
+}
+
+bool FileExists(const std::wstring& path) noexcept {
+    return (Attributes(path) & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool FolderExists(const std::wstring& path) noexcept {
+    const DWORD attributes = Attributes(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::uint64_t FileSize(const std::wstring& path, Where where) {
+    const std::optional<FileVersion> version = VersionOf(path);
+    if (!version) throw SystemError(GetLastError(), "examine", path, where);
+    return version->size;
+}
+
+std::optional<FileVersion> VersionOf(const std::wstring& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
+    return FileVersion{Wide(data.nFileSizeHigh, data.nFileSizeLow),
+                       Wide(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+}
+
+void List(const std::wstring& folder, Listing& listing, Where where) {
+    WIN32_FIND_DATAW found;
+    const base::SearchHandle search(FindFirstFileExW(Extended(Path::Join(folder, L"*")).c_str(),
+                                                     FindExInfoBasic, &found, FindExSearchNameMatch, nullptr,
+                                                     FIND_FIRST_EX_LARGE_FETCH));
+    if (!search) {
+        const DWORD error = GetLastError();
+        // The root of an empty volume has not even "." and "..".
+        if (error == ERROR_FILE_NOT_FOUND && FolderExists(folder)) return;
+        throw SystemError(error, "list", folder, where);
+    }
+    do {
+        Append(listing, found);
+    } while (FindNextFileW(search.Get(), &found));
+    if (GetLastError() != ERROR_NO_MORE_FILES) throw SystemError(GetLastError(), "list", folder, where);
+}
+
+Listing List(const std::wstring& folder, Where where) {
+    Listing listing;
+    List(folder, listing, where);
+    return listing;
+}
+
+void CreateFolder(const std::wstring& path, Where where) {
+    if (!CreateDirectoryW(Extended(path).c_str(), nullptr))
+        throw SystemError(GetLastError(), "create", path, where);
+}
+
+void CreateFolders(const std::wstring& path, Where where) {
+    if (path.empty() || FolderExists(path)) return;
+    // A drive is its own parent.
+    if (const std::wstring parent = Path::ParentFolder(path); parent != path) CreateFolders(parent, where);
+    if (CreateDirectoryW(Extended(path).c_str(), nullptr)) return;
+    const DWORD error = GetLastError();
+    if (!FolderExists(path)) throw SystemError(error, "create", path, where);
+}
+
+void DeleteTree(const std::wstring& folder, Where where) {
+    const Listing listing = List(folder, where);
+    for (const FileEntry& file : listing.files)
+        DeleteFile(Path::Join(folder, file.name), ReadOnlyFiles::Keep, where);
+    for (const std::wstring& name : listing.folders) {
+        const std::wstring path = Path::Join(folder, name);
+        IsLink(path) ? RemoveFolder(path, where) : DeleteTree(path, where);
+    }
+    RemoveFolder(folder, where);
+}
+
+void CopyFile(const std::wstring& source, const std::wstring& destination, std::optional<std::uint64_t> size,
+              Where where) {
+    CopyVerified(source, destination, size ? *size : FileSize(source, where), Existing::Overwrite, where);
+}
+
+void MoveFile(const std::wstring& source, const std::wstring& destination, Where where) {
+    if (MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), 0)) return;
+    const DWORD error = GetLastError();
+    if (error != ERROR_NOT_SAME_DEVICE) throw SystemError(error, "move", Way(source, destination), where);
+    CopyAndDelete(source, destination, where);
+}
+
+void CopyReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
+    const std::wstring arrival = ArrivalBeside(destination);
+    base::RollBack removal([&] { TryDelete(arrival); });
+    CopyFile(source, arrival, {}, where);
+    const DWORD error = Replace(arrival, destination);
+    if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source, destination), where);
+    removal.Dismiss();
+}
+
+void MoveReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
+    const DWORD error = Replace(source, destination);
+    if (error == ERROR_SUCCESS) return;
+    if (error != ERROR_NOT_SAME_DEVICE) throw SystemError(error, "move", Way(source, destination), where);
+    const WriteBlock block(source);
+    block.Check(where);
+    CopyReplacing(source, destination, where);
+    DeleteFile(source, ReadOnlyFiles::Delete, where);
+}
+
+void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly, Where where) {
+    if (readOnly == ReadOnlyFiles::Keep && DeleteFileW(Extended(path).c_str())) return;
+    const DWORD error = readOnly == ReadOnlyFiles::Keep ? GetLastError() : DeleteEvenReadOnly(path);
+    if (error != ERROR_SUCCESS) throw SystemError(error, "delete", path, where);
+}
+
+void TryDelete(const std::wstring& path) noexcept try {
+    DeleteEvenReadOnly(path);
+} catch (const std::bad_alloc&) {
+    return;
+}
+
+WriteBlock::WriteBlock(const std::wstring& path)
+    : m_path(path),
+      m_file(TryOpenToRead(path, FILE_SHARE_READ | FILE_SHARE_DELETE)),
+      m_error(m_file ? ERROR_SUCCESS : GetLastError()) {}
+
+bool WriteBlock::SomebodyWrites() const {
+    return m_error == ERROR_SHARING_VIOLATION &&
+           TryOpenToRead(m_path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+}
+
+void WriteBlock::Check(Where where) const {
+    if (!m_file) throw SystemError(m_error, "open", m_path, where);
+}
+
+}  // namespace FileSystem

@@ -1,0 +1,106 @@
+// Files and folders by their paths, which may be of any length. Every failure is a SystemError, or for a copy
+// that is not whole an Error, that names the path.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Error.h"
+#include "base/Handle.h"
+
+// Win32 names its functions by macros, which would rename those of this unit.
+#undef CopyFile
+#undef MoveFile
+#undef DeleteFile
+
+namespace FileSystem {
+
+using base::Where;
+
+/// The absolute, normalised form of a path.
+std::wstring FullPath(const std::wstring& path);
+/// The same for a path that is relative to another folder than the current one, without separators at its
+/// end.
+std::wstring FullPath(const std::wstring& base, const std::wstring& path);
+/// The form in which Win32 functions take a path of any length.
+std::wstring Extended(const std::wstring& path);
+
+struct FileEntry {
+    std::wstring name;
+    std::uint64_t size = 0;  ///< bytes
+    DWORD attributes = 0;    ///< as in WIN32_FIND_DATA
+};
+
+/// What lies directly in a folder, in the order in which the file system enumerates it.
+struct Listing {
+    std::vector<FileEntry> files;
+    std::vector<std::wstring> folders;
+};
+
+/// Tells one saved state of a file from the next.
+struct FileVersion {
+    std::uint64_t size = 0;       ///< bytes
+    std::uint64_t lastWrite = 0;  ///< units of 100 ns, as in FILETIME
+    bool operator==(const FileVersion&) const = default;
+};
+
+bool FileExists(const std::wstring& path) noexcept;
+bool FolderExists(const std::wstring& path) noexcept;
+std::uint64_t FileSize(const std::wstring& path, Where where = Where::current());
+/// Nothing when there is no such file.
+std::optional<FileVersion> VersionOf(const std::wstring& path);
+Listing List(const std::wstring& folder, Where where = Where::current());
+/// Adds to a listing, which after a failure holds what was enumerated until then.
+void List(const std::wstring& folder, Listing& listing, Where where = Where::current());
+
+void CreateFolder(const std::wstring& path, Where where = Where::current());
+/// Creates a folder with those above it, as far as they are missing.
+void CreateFolders(const std::wstring& path, Where where = Where::current());
+/// Deletes a folder with all that is in it; what a link leads to is not.
+void DeleteTree(const std::wstring& folder, Where where = Where::current());
+
+/// Copies a file over an existing one and verifies that the copy has the size of the source.
+/// size: the source's size in bytes where the caller knows it. A failed copy leaves no part of it.
+void CopyFile(const std::wstring& source, const std::wstring& destination,
+              std::optional<std::uint64_t> size = {}, Where where = Where::current());
+
+/// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
+/// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
+class WriteBlock {
+public:
+    explicit WriteBlock(const std::wstring& path);
+    /// False when somebody was writing to the file already, or it cannot be read.
+    bool Holds() const noexcept { return static_cast<bool>(m_file); }
+    /// Whether it does not hold because of a writer who lets others read what is written so far.
+    bool SomebodyWrites() const;
+    /// Throws when it does not hold.
+    void Check(Where where = Where::current()) const;
+
+private:
+    std::wstring m_path;
+    base::FileHandle m_file;
+    DWORD m_error;  ///< why there is no handle
+};
+
+/// Moves a file, also to another volume. Fails when the destination exists; then, and after any other
+/// failure, the source is as it was and no part of it is at the destination.
+void MoveFile(const std::wstring& source, const std::wstring& destination, Where where = Where::current());
+
+/// Copies or moves a file, also to another volume, in the place of any other, even a read-only one, which
+/// stays as it was until the new one has arrived completely. A move that fails leaves the source.
+void CopyReplacing(const std::wstring& source, const std::wstring& destination,
+                   Where where = Where::current());
+void MoveReplacing(const std::wstring& source, const std::wstring& destination,
+                   Where where = Where::current());
+
+enum class ReadOnlyFiles { Keep, Delete };
+void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep,
+                Where where = Where::current());
+/// Deletes a file, also a read-only one, that is only in the way; a failure shows in what is still there.
+void TryDelete(const std::wstring& path) noexcept;
+
+}  // namespace FileSystem

@@ -1,0 +1,47 @@
+// See FolderTree.h.
+#include "base/FolderTree.h"
+
+#include <utility>
+
+#include "base/FileSystem.h"
+#include "base/Path.h"
+
+namespace base {
+
+namespace {
+
+void AppendSubFolders(const std::wstring& folder, const std::wstring& subFolder,
+                      std::vector<std::wstring>& all) {
+    all.push_back(subFolder);
+    for (const std::wstring& name : FileSystem::List(Path::Join(folder, subFolder)).folders)
+        AppendSubFolders(folder, Path::Join(subFolder, name), all);
+}
+
+}  // namespace
+
+std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
+
+std::vector<std::wstring> SubFolders(const std::wstring& folder) {
+    std::vector<std::wstring> all;
+    if (FileSystem::FolderExists(folder)) AppendSubFolders(folder, L"", all);
+    return all;
+}
+
+std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder) {
+    std::vector<TreeFile> files;
+    const std::wstring path = Path::Join(folder, subFolder);
+    if (!FileSystem::FolderExists(path)) return files;
+    for (FileSystem::FileEntry& file : FileSystem::List(path).files)
+        files.push_back({subFolder, std::move(file.name), file.size});
+    return files;
+}
+
+std::vector<TreeFile> FilesBelow(const std::wstring& folder) {
+    std::vector<TreeFile> all;
+    for (const std::wstring& subFolder : SubFolders(folder))
+        for (TreeFile& file : FilesIn(folder, subFolder))
+            all.push_back(std::move(file));
+    return all;
+}
+
+}  // namespace base

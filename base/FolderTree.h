@@ -1,0 +1,27 @@
+// The files of a folder and of those below it, by their paths relative to it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace base {
+
+/// A file below some folder.
+struct TreeFile {
+    std::wstring subFolder;  ///< relative to that folder; empty when the file lies directly in it
+    std::wstring name;
+    std::uint64_t size = 0;  ///< bytes
+
+    std::wstring RelativePath() const;
+};
+
+/// The folder itself ("") and all folders below it, relative to it; none when it does not exist. Throws a
+/// failure.
+std::vector<std::wstring> SubFolders(const std::wstring& folder);
+/// All files directly in folder\subFolder; none when that does not exist. Throws a failure.
+std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder);
+/// All files in a folder and below it; none when it does not exist. Throws a failure.
+std::vector<TreeFile> FilesBelow(const std::wstring& folder);
+
+}  // namespace base

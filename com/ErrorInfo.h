@@ -1,0 +1,19 @@
+// Failures across the COM boundary: HRESULTs with what the callee left in IErrorInfo.
+#pragma once
+
+#include <windows.h>
+
+#include <string_view>
+
+#include "base/Error.h"
+
+namespace com {
+
+/// Throws when a COM call failed, with the description that the callee left in IErrorInfo, or the
+/// system's text and the subject when it left none.
+void Check(HRESULT result, std::wstring_view subject = {}, base::Where where = base::Where::current());
+
+/// Makes the exception that is being handled the thread's IErrorInfo and returns its HRESULT.
+HRESULT PublishCurrentFailure() noexcept;
+
+}  // namespace com

@@ -1,0 +1,10 @@
+// The window messages of an apartment, which its host must get during long waits.
+#pragma once
+
+namespace com {
+
+/// Lets the host process the window messages that wait for this thread. One that asks the host to quit stays
+/// for it.
+void ProcessPendingMessages();
+
+}  // namespace com

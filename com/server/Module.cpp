@@ -1,0 +1,62 @@
+// See Module.h.
+#include "com/server/Module.h"
+
+#include "com/ErrorInfo.h"
+#include "com/Object.h"
+#include "com/Result.h"
+#include "com/server/ModuleLock.h"
+#include "com/server/TypeInfo.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace com {
+
+namespace {
+
+/// Factories live as long as somebody holds them, and do not themselves keep the module loaded
+/// (LockServer does).
+class ClassFactory final : public Unbound<IClassFactory> {
+public:
+    explicit ClassFactory(const ClassEntry& entry) : m_entry(entry) {}
+
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) override {
+        if (!object) return E_POINTER;
+        *object = nullptr;
+        if (outer) return CLASS_E_NOAGGREGATION;
+        return Call([&] {
+            const ModuleLock busy;
+            if (ThisModule().start) ThisModule().start();
+            ComPtr<IUnknown> instance;
+            *instance.ReleaseAndGetAddressOf() = m_entry.create();
+            Check(instance.CopyTo(id, object), m_entry.progId);
+        });
+    }
+    STDMETHODIMP LockServer(BOOL lock) override {
+        LockModule(lock != FALSE);
+        return S_OK;
+    }
+
+private:
+    const ClassEntry& m_entry;
+};
+
+}  // namespace
+
+HRESULT GetClassObject(REFCLSID clsid, REFIID id, void** object) noexcept {
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    for (const ClassEntry& entry : ThisModule().classes) {
+        if (entry.clsid != clsid) continue;
+        return Call([&] { Check(Make<ClassFactory>(entry).CopyTo(id, object), entry.progId); });
+    }
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+HRESULT CanUnloadNow() noexcept {
+    if (IsModuleLocked()) return S_FALSE;
+    TypeInfoCache::ReleaseAll();
+    const auto releaseApartment = ThisModule().releaseApartment;
+    return !releaseApartment || releaseApartment() ? S_OK : S_FALSE;
+}
+
+}  // namespace com

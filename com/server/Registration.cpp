@@ -1,0 +1,178 @@
+// Registration of the module's classes and type libraries.
+#include <windows.h>
+#include <oleauto.h>
+#include <wrl/client.h>
+
+#include <array>
+
+#include "base/Handle.h"
+#include "base/Module.h"
+#include "base/SystemError.h"
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "com/server/Module.h"
+
+using Microsoft::WRL::ComPtr;
+
+// Of oleaut32; not declared by every version of the headers.
+extern "C" HRESULT WINAPI RegisterTypeLibForUser(ITypeLib*, OLECHAR*, OLECHAR*);
+extern "C" HRESULT WINAPI UnRegisterTypeLibForUser(REFGUID, WORD, WORD, LCID, SYSKIND);
+
+namespace com {
+
+namespace {
+
+#ifdef _WIN64
+constexpr SYSKIND kSystem = SYS_WIN64;
+#else
+constexpr SYSKIND kSystem = SYS_WIN32;
+#endif
+
+struct RegistryKeyTraits {
+    using Value = HKEY;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value key) noexcept { RegCloseKey(key); }
+};
+using RegistryKey = base::UniqueHandle<RegistryKeyTraits>;
+
+class Key {
+public:
+    Key(HKEY parent, const std::wstring& path) {
+        const LSTATUS status =
+            RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, m_key.Put(), nullptr);
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), path);
+    }
+
+    void Set(const wchar_t* name, const std::wstring& value) const {
+        const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
+        const LSTATUS status =
+            RegSetValueExW(m_key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()), bytes);
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), value);
+    }
+
+private:
+    RegistryKey m_key;
+};
+
+HKEY Hive(RegistrationScope scope) {
+    return scope == RegistrationScope::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+}
+
+std::wstring ClassPath(const ClassEntry& entry) { return L"Software\\Classes\\CLSID\\" + Text(entry.clsid); }
+std::wstring ProgIdPath(const ClassEntry& entry) {
+    return std::wstring(L"Software\\Classes\\") + entry.progId;
+}
+
+ComPtr<ITypeLib> TypeLibrary(const std::wstring& path) {
+    ComPtr<ITypeLib> library;
+    Check(LoadTypeLibEx(path.c_str(), REGKIND_NONE, &library), path);
+    return library;
+}
+
+/// A library beyond the first is addressed by its resource number.
+std::wstring TypeLibraryPath(unsigned number) {
+    return number == 1 ? base::ModulePath() : base::ModulePath() + L"\\" + std::to_wstring(number);
+}
+
+struct TypeLibraryId {
+    GUID guid;
+    WORD major;
+    WORD minor;
+    LCID locale;
+};
+
+TypeLibraryId IdOf(ITypeLib* library) {
+    TLIBATTR* attributes = nullptr;
+    Check(library->GetLibAttr(&attributes));
+    const TypeLibraryId id{attributes->guid, attributes->wMajorVerNum, attributes->wMinorVerNum,
+                           attributes->lcid};
+    library->ReleaseTLibAttr(attributes);
+    return id;
+}
+
+void RegisterClass(HKEY hive, const ClassEntry& entry) {
+    const Key classKey(hive, ClassPath(entry));
+    classKey.Set(nullptr, entry.progId);
+    const Key server(hive, ClassPath(entry) + L"\\InprocServer32");
+    server.Set(nullptr, base::ModulePath());
+    server.Set(L"ThreadingModel", L"Apartment");
+    Key(hive, ClassPath(entry) + L"\\ProgID").Set(nullptr, entry.progId);
+    Key(hive, ProgIdPath(entry)).Set(nullptr, entry.progId);
+    Key(hive, ProgIdPath(entry) + L"\\CLSID").Set(nullptr, Text(entry.clsid));
+}
+
+void RegisterTypeLibrary(RegistrationScope scope, unsigned number) {
+    const std::wstring path = TypeLibraryPath(number);
+    const auto library = TypeLibrary(path);
+    const auto registerIt =
+        scope == RegistrationScope::Machine ? &::RegisterTypeLib : &::RegisterTypeLibForUser;
+    Check(registerIt(library.Get(), const_cast<OLECHAR*>(path.c_str()), nullptr), path);
+}
+
+void RegisterAll(RegistrationScope scope) {
+    for (const ClassEntry& entry : ThisModule().classes)
+        RegisterClass(Hive(scope), entry);
+    for (unsigned number = 1; number <= ThisModule().typeLibraries; ++number)
+        RegisterTypeLibrary(scope, number);
+}
+
+/// Remembers the first failure, so that the rest is still removed.
+class FirstFailure {
+public:
+    void Note(HRESULT result) {
+        if (SUCCEEDED(m_result) && FAILED(result)) m_result = result;
+    }
+    HRESULT Result() const { return m_result; }
+
+private:
+    HRESULT m_result = S_OK;
+};
+
+HRESULT DeleteTree(HKEY hive, const std::wstring& path) {
+    const LSTATUS status = RegDeleteTreeW(hive, path.c_str());
+    return status == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(static_cast<DWORD>(status));
+}
+
+bool KeyExists(HKEY hive, const std::wstring& path) {
+    RegistryKey key;
+    return RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ, key.Put()) == ERROR_SUCCESS;
+}
+
+HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
+    const TypeLibraryId id = IdOf(TypeLibrary(TypeLibraryPath(number)).Get());
+    const auto unregister =
+        scope == RegistrationScope::Machine ? &::UnRegisterTypeLib : &::UnRegisterTypeLibForUser;
+    const HRESULT result = unregister(id.guid, id.major, id.minor, id.locale, kSystem);
+    // A library that was not registered is reported as a failure. It is always asked for, because not
+    // every system keeps the registration for a user in the hive of that user.
+    return KeyExists(Hive(scope), L"Software\\Classes\\TypeLib\\" + Text(id.guid)) ? result : S_OK;
+}
+
+}  // namespace
+
+HRESULT Unregister(RegistrationScope scope) noexcept {
+    return Call([&] {
+        FirstFailure failure;
+        for (const ClassEntry& entry : ThisModule().classes) {
+            failure.Note(DeleteTree(Hive(scope), ClassPath(entry)));
+            failure.Note(DeleteTree(Hive(scope), ProgIdPath(entry)));
+        }
+        for (unsigned number = 1; number <= ThisModule().typeLibraries; ++number)
+            failure.Note(UnregisterTypeLibrary(scope, number));
+        Check(failure.Result(), L"removing the registration");
+    });
+}
+
+HRESULT Register(RegistrationScope scope) noexcept {
+    const HRESULT result = Call([&] { RegisterAll(scope); });
+    if (FAILED(result)) {
+        ComPtr<IErrorInfo> reason;  // the clean-up must not hide why the registration failed
+        GetErrorInfo(0, &reason);
+        Unregister(scope);
+        SetErrorInfo(0, reason.Get());
+    }
+    return result;
+}
+
+}  // namespace com

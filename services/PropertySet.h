@@ -1,0 +1,22 @@
+// Property sets as C++ values.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "com/Values.h"
+#include "znSystem.h"
+
+/// All names and values of a set, in its order. Throws a failure.
+std::vector<std::pair<std::wstring, com::Variant>> AllProperties(IZNPropertySet* set);
+
+/// Sets a text. Throws a failure.
+void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstring& value);
+
+/// A setting as a number, or the default when the set does not hold it. Reports and throws a failure to
+/// read it; a value that is no number fails with DISP_E_TYPEMISMATCH.
+LONG GetNumber(IZNPropertySet* set, const std::wstring& name, LONG missing);
+
+/// Whether the setting "MOBILE" says that this is a field computer: anything but "FALSE" does.
+bool IsMobile(IZNPropertySet* set);

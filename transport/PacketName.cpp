@@ -1,6 +1,0 @@
-#include "transport/PacketName.h"
-
-std::wstring GetPacketId(std::wstring_view FileName) {
-    if (FileName.find(L'.') == std::wstring_view::npos) return {};
-    return std::wstring(FileName.substr(0, FileName.find_first_of(L"~.")));
-}
