@@ -46,9 +46,22 @@ HRESULT Return(Out* result, Behaviour&& behaviour) noexcept {
     });
 }
 
+/// Hands out no object.
+template <class Interface>
+HRESULT ReturnNull(Interface** result) noexcept {
+    if (!result) return E_POINTER;
+    *result = nullptr;
+    return S_OK;
+}
+
 inline void Take(std::wstring& field, BSTR value) { field = Text(value); }
 inline void Take(LONG& field, LONG value) { field = value; }
 inline void Take(bool& field, VARIANT_BOOL value) { field = value != VARIANT_FALSE; }
+
+template <class Interface>
+void Take(Microsoft::WRL::ComPtr<Interface>& field, Interface* value) {
+    field = value;
+}
 
 /// The setter of a property that is a field.
 template <class Field, class Value>

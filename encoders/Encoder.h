@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "com/Result.h"
+#include "com/Values.h"
 #include "services/Branding.h"
 #include "services/Component.h"
 
@@ -18,18 +20,10 @@ public:
         com::Bstr producedFile;
         return Encode(InFolder, OutFolder, FileName, producedFile.Put(), Success);
     }
-    STDMETHODIMP get_InExtension(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sInExtension; });
-    }
-    STDMETHODIMP put_InExtension(BSTR Value) final {
-        return com::Call([&] { m_sInExtension = com::Text(Value); });
-    }
-    STDMETHODIMP get_OutExtension(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sOutExtension; });
-    }
-    STDMETHODIMP put_OutExtension(BSTR Value) final {
-        return com::Call([&] { m_sOutExtension = com::Text(Value); });
-    }
+    STDMETHODIMP get_InExtension(BSTR* Value) final { return com::Return(Value, m_sInExtension); }
+    STDMETHODIMP put_InExtension(BSTR Value) final { return com::Assign(m_sInExtension, Value); }
+    STDMETHODIMP get_OutExtension(BSTR* Value) final { return com::Return(Value, m_sOutExtension); }
+    STDMETHODIMP put_OutExtension(BSTR Value) final { return com::Assign(m_sOutExtension, Value); }
     // IZNEncoder2
     STDMETHODIMP Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
                         VARIANT_BOOL* Success) final {
@@ -41,9 +35,7 @@ public:
     STDMETHODIMP putref_PropSet(IZNPropertySet* Value) final {
         return com::Call([&] { IZNEncoder2_PropSet(Value); });
     }
-    STDMETHODIMP get_ApplicationName(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sApplicationName; });
-    }
+    STDMETHODIMP get_ApplicationName(BSTR* Value) final { return com::Return(Value, m_sApplicationName); }
     STDMETHODIMP put_ApplicationName(BSTR Value) final {
         return com::Call([&] { IZNEncoder2_ApplicationName(com::Text(Value)); });
     }
@@ -52,19 +44,9 @@ public:
                         VARIANT_BOOL* Success) final {
         return Run(&Encoder::IZNEncoder_Decode, InFolder, OutFolder, FileName, OutFile, Success);
     }
-    // IZNMobileAdminProperties
-    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) final {
-        return com::Return(Value, [] { return false; });
-    }
-    STDMETHODIMP Initialize(LONG, IUnknown*, IUnknown** Result) final {
-        return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
-    }
-    STDMETHODIMP Execute(LONG, IUnknown** Result) final {
-        return com::Return(Result, [] { return Microsoft::WRL::ComPtr<IUnknown>(); });
-    }
 
 protected:
-    /// className: for error sources. nameEntry: the start-up service's entry with the display name.
+    /// className: for reports. nameEntry: the start-up service's entry with the display name.
     Encoder(std::wstring className, LONG nameEntry, std::wstring outExtension)
         : Base(std::move(className), ZN_CATEGORY_ENCODER),
           m_sOutExtension(std::move(outExtension)),
@@ -84,16 +66,16 @@ protected:
 
 private:
     using Base = Component<DefaultInterface, IZNEncoder, IZNEncoder2>;
-    using Member = bool (Encoder::*)(const std::wstring&, const std::wstring&, const std::wstring&,
-                                     std::wstring&);
+    using Behaviour = bool (Encoder::*)(const std::wstring&, const std::wstring&, const std::wstring&,
+                                        std::wstring&);
 
-    HRESULT Run(Member member, BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
+    HRESULT Run(Behaviour behaviour, BSTR InFolder, BSTR OutFolder, BSTR FileName, BSTR* OutFile,
                 VARIANT_BOOL* Success) {
         if (!OutFile) return E_POINTER;
         return com::Return(Success, [&] {
             std::wstring outFile = com::Text(*OutFile);
             const bool done =
-                (this->*member)(com::Text(InFolder), com::Text(OutFolder), com::Text(FileName), outFile);
+                (this->*behaviour)(com::Text(InFolder), com::Text(OutFolder), com::Text(FileName), outFile);
             com::Replace(OutFile, outFile);
             return done;
         });

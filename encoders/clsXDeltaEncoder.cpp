@@ -1,3 +1,4 @@
+// See clsXDeltaEncoder.h.
 #include "encoders/clsXDeltaEncoder.h"
 
 #include "base/FileSystem.h"
@@ -6,15 +7,14 @@
 #include "com/Values.h"
 #include "common/Apartment.h"
 #include "common/DecodeStep.h"
-#include "common/Framework.h"
 #include "common/Report.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
 #include "encoders/ExternalProgram.h"
+#include "packets/EncodedName.h"
 #include "services/PropertySet.h"
 #include "services/Registry.h"
 
-using com::Call;
-using com::Return;
-using com::Text;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -22,14 +22,15 @@ namespace {
 constexpr LONG kNameEntry = 110;
 constexpr LONG kDefaultTimeout = 60;  // seconds
 
-/// Of whatever key the apartment's registry object has open.
-LONG RegisteredTimeout() { return ReadNumber(ZNRegObject(), L"XDeltaTimeout", kDefaultTimeout); }
+/// Looks where the apartment's shared registry object stands, which is at the key that was opened last: the
+/// component has always taken its default from there.
+LONG TimeoutOfOpenKey() { return ReadNumber(ZNRegObject(), L"XDeltaTimeout", kDefaultTimeout); }
 
 }  // namespace
 
 clsXDeltaEncoder::clsXDeltaEncoder() : Encoder(L"clsXDeltaEncoder", kNameEntry, L".axd") {
     OpenTransportKey();
-    m_lTimeout = RegisteredTimeout();
+    m_lTimeout = TimeoutOfOpenKey();
     // Not for its value: the apartment's registry object is left where a later default is looked up.
     RegisteredProgramFolder();
 }
@@ -46,7 +47,7 @@ void clsXDeltaEncoder::XDeltaUtilLocation(const std::wstring& Folder) {
     }
     // Raises to the caller of the property: without the program nothing can be encoded.
     std::wstring text =
-        Source(L"XDeltaUtilLocation").append(kCrLf) + L"program " + folder + L"xDelta.exe does not exist";
+        Lines(Member(L"XDeltaUtilLocation").Name(), L"program " + folder + L"xDelta.exe does not exist");
     std::wstring source = ThisApartment().gk_sToolName;
     ZNReportError(text, source);
 }
@@ -60,142 +61,110 @@ void clsXDeltaEncoder::ReferencePath(const std::wstring& File) {
     m_sReferencePath.clear();
     if (File.empty()) return;
     if (FileSystem::FileExists(File)) return UseReference(File);
-    Report(Source(L"ReferenceFolder").append(kCrLf) + L"Reference file " + File + L" does not exist");
+    Member(L"ReferenceFolder").Report(L"Reference file " + File + L" does not exist");
 }
 
-void clsXDeltaEncoder::IZNEncoder2_ApplicationName(const std::wstring& Name) try {
-    m_sApplicationName = Name;
-    m_folderLocator.Open(Name);
-} catch (...) {
-    ReportCurrentError(Source(L"IZNEncoder2_ApplicationName"));
+void clsXDeltaEncoder::IZNEncoder2_ApplicationName(const std::wstring& Name) {
+    Member(L"IZNEncoder2_ApplicationName").Guard([&] {
+        m_sApplicationName = Name;
+        m_folderLocator.Open(Name);
+    });
 }
 
-std::optional<std::wstring> clsXDeltaEncoder::TakeSettings(IZNPropertySet* Settings) try {
-    m_bMobile = IsMobile(Settings);
-    m_sInExtension = GetProperty(Settings, L"IN_EXTENSION", L".mdb");
-    m_sOutExtension = GetProperty(Settings, L"OUT_EXTENSION", L".axd");
-    m_lTimeout = GetNumber(Settings, L"TIMEOUT", RegisteredTimeout());
-    UseReference(
-        GetProperty(Settings, L"REFERENCE_PATH", m_folderLocator.FolderPath(!m_bMobile, L"XDeltaRefPath")));
-    return GetProperty(Settings, L"XDELTA_UTIL_LOCATION", RegisteredProgramFolder());
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder2_PropSet"), std::optional<std::wstring>());
+std::optional<std::wstring> clsXDeltaEncoder::TakeSettings(IZNPropertySet* Settings) {
+    return Member(L"IZNEncoder2_PropSet")
+        .Guard(std::optional<std::wstring>(), [&]() -> std::optional<std::wstring> {
+            m_bMobile = IsMobile(Settings);
+            m_sInExtension = GetProperty(Settings, L"IN_EXTENSION", L".mdb");
+            m_sOutExtension = GetProperty(Settings, L"OUT_EXTENSION", L".axd");
+            m_lTimeout = GetNumber(Settings, L"TIMEOUT", TimeoutOfOpenKey());
+            UseReference(GetProperty(Settings, L"REFERENCE_PATH",
+                                     m_folderLocator.FolderPath(!m_bMobile, L"XDeltaRefPath")));
+            return GetProperty(Settings, L"XDELTA_UTIL_LOCATION", RegisteredProgramFolder());
+        });
 }
 
 void clsXDeltaEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
     if (const std::optional<std::wstring> folder = TakeSettings(Settings)) XDeltaUtilLocation(*folder);
 }
 
-ComPtr<IZNPropertySet> clsXDeltaEncoder::IZNEncoder2_PropSet() try {
-    auto settings = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
-    SetProperty(settings.Get(), L"IN_EXTENSION", m_sInExtension);
-    SetProperty(settings.Get(), L"OUT_EXTENSION", m_sOutExtension);
-    SetProperty(settings.Get(), L"REFERENCE_PATH", m_sReferencePath);
-    SetProperty(settings.Get(), L"TIMEOUT", std::to_wstring(m_lTimeout));
-    SetProperty(settings.Get(), L"XDELTA_UTIL_LOCATION", m_sXDeltaUtilLocation);
-    return settings;
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder2_PropSet"), ComPtr<IZNPropertySet>());
+ComPtr<IZNPropertySet> clsXDeltaEncoder::IZNEncoder2_PropSet() {
+    return Member(L"IZNEncoder2_PropSet").Guard(ComPtr<IZNPropertySet>(), [&] {
+        return NewPropertySet({{L"IN_EXTENSION", m_sInExtension},
+                               {L"OUT_EXTENSION", m_sOutExtension},
+                               {L"REFERENCE_PATH", m_sReferencePath},
+                               {L"TIMEOUT", std::to_wstring(m_lTimeout)},
+                               {L"XDELTA_UTIL_LOCATION", m_sXDeltaUtilLocation}});
+    });
 }
 
 // --- Encoding and decoding --------------------------------------------------------------------------
 
-bool clsXDeltaEncoder::Refuse(const wchar_t* member, const std::wstring& why) const {
-    Report(Source(member).append(kCrLf) + why);
-    return false;
-}
-
 bool clsXDeltaEncoder::ValidRegistryKeys() {
-    constexpr auto kMember = L"ValidRegistryKeys";
+    const Procedure self = Member(L"ValidRegistryKeys");
     if (!FileSystem::FileExists(m_sReferencePath)) {
         const std::wstring what = FileSystem::FolderExists(m_sReferencePath)
                                       ? L"The XDeltaRegPath registry key is set to a folder."
                                       : L"The reference file " + m_sReferencePath + L" does not exist.";
-        return Refuse(kMember, what +
-                                   L"\r\nRun the Tulrec application which will set the registry key to the "
-                                   L"correct xDelta reference file.");
+        return self.Fail(Lines(what,
+                               L"Run the Tulrec application which will set the registry key to the correct "
+                               L"xDelta reference file."));
     }
-    if (m_sXDeltaUtilLocation.empty())
-        return Refuse(kMember, L"The xDelta location has not been set up properly.");
+    if (m_sXDeltaUtilLocation.empty()) return self.Fail(L"The xDelta location has not been set up properly.");
     const std::wstring program = m_sXDeltaUtilLocation + L"xDelta.exe";
-    if (!FileSystem::FileExists(program))
-        return Refuse(kMember, L"XDelta.exe does not exist in specified location: " + program);
-    return true;
+    return FileSystem::FileExists(program) ||
+           self.Fail(L"XDelta.exe does not exist in specified location: " + program);
 }
 
 bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
-                                         const std::wstring& FileName, std::wstring& OutFile) try {
-    if (!ValidRegistryKeys()) return false;
-    const std::wstring source = InFolder + L"\\" + FileName;
-    const std::wstring target =
-        OutFolder + L"\\" + FileName + L"~" + Path::BaseName(m_sReferencePath) + m_sOutExtension;
-    const std::wstring backup = target + L"_bck";
-    if (FileSystem::FileExists(target)) FileSystem::MoveFile(target, backup);
-    const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe delta " + Quoted(m_sReferencePath) +
-                                 L" " + Quoted(source) + L" " + Quoted(target);
-    if (!DoShellCmd(command, m_lTimeout, SupressMsg))
-        return FailEncode(command, L"Command timed out", target, backup);
-    if (!FileSystem::FileExists(target))
-        return FailEncode(command, L"failed to create an output file", target, backup);
-    OutFile = target;
-    return true;
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder_Encode"), false);
-}
-
-bool clsXDeltaEncoder::FailEncode(const std::wstring& command, const wchar_t* why, const std::wstring& target,
-                                  const std::wstring& backup) const {
-    Refuse(L"IZNEncoder_Encode", L"Command: " + command + std::wstring(kCrLf) + why);
-    RestoreOutput(target, backup);
-    return false;
-}
-
-/// At the last "~". A name without one is taken as its first character and a reference of the whole name;
-/// installations in the field rely on what that leads to.
-clsXDeltaEncoder::EncodedName clsXDeltaEncoder::Split(const std::wstring& FileName) {
-    const size_t tilde = FileName.rfind(L'~');
-    if (tilde == std::wstring::npos) return {FileName.substr(0, 1), FileName};
-    return {FileName.substr(0, tilde), FileName.substr(tilde + 1)};
+                                         const std::wstring& FileName, std::wstring& OutFile) {
+    const Procedure self = Member(L"IZNEncoder_Encode");
+    return self.Guard(false, [&] {
+        if (!ValidRegistryKeys()) return false;
+        const std::wstring source = InFolder + L"\\" + FileName;
+        const std::wstring target =
+            OutFolder + L"\\" + DifferenceName(FileName, Path::BaseName(m_sReferencePath)) + m_sOutExtension;
+        const std::wstring backup = target + L"_bck";
+        if (FileSystem::FileExists(target)) FileSystem::MoveFile(target, backup);
+        const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe delta " + Quoted(m_sReferencePath) +
+                                     L" " + Quoted(source) + L" " + Quoted(target);
+        const auto fail = [&](const wchar_t* why) {
+            self.Report(Lines(L"Command: " + command, why));
+            RestoreOutput(target, backup);
+            return false;
+        };
+        if (!DoShellCmd(command, m_lTimeout, SupressMsg)) return fail(L"Command timed out");
+        if (!FileSystem::FileExists(target)) return fail(L"failed to create an output file");
+        OutFile = target;
+        return true;
+    });
 }
 
 bool clsXDeltaEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
-                                         const std::wstring& FileName, std::wstring& OutFile) try {
-    constexpr auto kMember = L"IZNEncoder_Decode";
-    if (!ValidRegistryKeys()) return false;
-    const std::wstring encodedFile = InFolder + L"\\" + FileName + m_sOutExtension;
-    if (!FileSystem::FileExists(encodedFile))
-        return Refuse(kMember, L"Encoded file " + encodedFile + L" does not exist.");
-    const EncodedName name = Split(FileName);
-    std::wstring output = OutFolder + L"\\" + name.packet;
-    const std::wstring reference = m_sReferenceFolder + L"\\" + name.reference + L".AXR";
-    if (!FileSystem::FileExists(reference))
-        return Refuse(kMember, L"Xdelta reference file " + reference + L" for encoded file " + FileName +
-                                   L" does not exist.");
-    const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe patch " + Quoted(encodedFile) + L" " +
-                                 Quoted(reference) + L" " + Quoted(output);
-    return CommonDecode(output, SupressMsg, command, m_lTimeout, OutFile);
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder_Decode"), false);
+                                         const std::wstring& FileName, std::wstring& OutFile) {
+    const Procedure self = Member(L"IZNEncoder_Decode");
+    return self.Guard(false, [&] {
+        if (!ValidRegistryKeys()) return false;
+        const std::wstring encodedFile = InFolder + L"\\" + FileName + m_sOutExtension;
+        if (!FileSystem::FileExists(encodedFile))
+            return self.Fail(L"Encoded file " + encodedFile + L" does not exist.");
+        const Difference difference = SplitDifferenceName(FileName);
+        std::wstring output = OutFolder + L"\\" + difference.packet;
+        const std::wstring reference = m_sReferenceFolder + L"\\" + difference.reference + L".AXR";
+        if (!FileSystem::FileExists(reference))
+            return self.Fail(L"Xdelta reference file " + reference + L" for encoded file " + FileName +
+                             L" does not exist.");
+        const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe patch " + Quoted(encodedFile) +
+                                     L" " + Quoted(reference) + L" " + Quoted(output);
+        return CommonDecode(output, SupressMsg, command, m_lTimeout, OutFile);
+    });
 }
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP clsXDeltaEncoder::get_XDeltaUtilLocation(BSTR* Value) {
-    return Return(Value, [&] { return m_sXDeltaUtilLocation; });
-}
 STDMETHODIMP clsXDeltaEncoder::put_XDeltaUtilLocation(BSTR Value) {
-    return Call([&] { XDeltaUtilLocation(Text(Value)); });
-}
-STDMETHODIMP clsXDeltaEncoder::get_ReferencePath(BSTR* Value) {
-    return Return(Value, [&] { return m_sReferencePath; });
+    return com::Call([&] { XDeltaUtilLocation(com::Text(Value)); });
 }
 STDMETHODIMP clsXDeltaEncoder::put_ReferencePath(BSTR Value) {
-    return Call([&] { ReferencePath(Text(Value)); });
-}
-STDMETHODIMP clsXDeltaEncoder::get_Timeout(LONG* Value) {
-    return Return(Value, [&] { return m_lTimeout; });
-}
-STDMETHODIMP clsXDeltaEncoder::put_Timeout(LONG Value) {
-    m_lTimeout = Value;
-    return S_OK;
+    return com::Call([&] { ReferencePath(com::Text(Value)); });
 }

@@ -13,20 +13,16 @@ public:
     clsXDeltaEncoder();
 
     // _clsXDeltaEncoder
-    STDMETHODIMP get_XDeltaUtilLocation(BSTR* Value) override;
+    STDMETHODIMP get_XDeltaUtilLocation(BSTR* Value) override {
+        return com::Return(Value, m_sXDeltaUtilLocation);
+    }
     STDMETHODIMP put_XDeltaUtilLocation(BSTR Value) override;
-    STDMETHODIMP get_ReferencePath(BSTR* Value) override;
+    STDMETHODIMP get_ReferencePath(BSTR* Value) override { return com::Return(Value, m_sReferencePath); }
     STDMETHODIMP put_ReferencePath(BSTR Value) override;
-    STDMETHODIMP get_Timeout(LONG* Value) override;
-    STDMETHODIMP put_Timeout(LONG Value) override;
+    STDMETHODIMP get_Timeout(LONG* Value) override { return com::Return(Value, m_lTimeout); }
+    STDMETHODIMP put_Timeout(LONG Value) override { return com::Assign(m_lTimeout, Value); }
 
 private:
-    /// What the name of an encoded file says: "<packet>~<reference>".
-    struct EncodedName {
-        std::wstring packet;
-        std::wstring reference;
-    };
-
     bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
                            const std::wstring& FileName, std::wstring& OutFile) override;
     bool IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
@@ -42,10 +38,6 @@ private:
     void ReferencePath(const std::wstring& File);
     void UseReference(const std::wstring& file);
     bool ValidRegistryKeys();
-    bool Refuse(const wchar_t* member, const std::wstring& why) const;
-    bool FailEncode(const std::wstring& command, const wchar_t* why, const std::wstring& target,
-                    const std::wstring& backup) const;
-    static EncodedName Split(const std::wstring& FileName);
 
     const bool SupressMsg = false;
     std::wstring m_sXDeltaUtilLocation;

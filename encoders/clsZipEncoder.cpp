@@ -1,18 +1,18 @@
+// See clsZipEncoder.h.
 #include "encoders/clsZipEncoder.h"
 
+#include <utility>
+
+#include "base/Environment.h"
 #include "base/FileSystem.h"
-#include "com/Result.h"
-#include "com/Values.h"
-#include "common/Framework.h"
 #include "common/Report.h"
 #include "common/clsShell.h"
+#include "common/modMain.h"
+#include "common/modZNStartup.h"
 #include "encoders/ExternalProgram.h"
 #include "services/PropertySet.h"
 #include "services/Registry.h"
 
-using com::Call;
-using com::Return;
-using com::Text;
 using Microsoft::WRL::ComPtr;
 
 namespace {
@@ -22,12 +22,6 @@ constexpr LONG kDefaultTimeout = 60;         // seconds
 constexpr int kLongestWaitForWorkFile = 10;  // seconds
 
 LONG RegisteredTimeout() { return ReadNumber(OpenTransportKey(), L"ZipTimeout", kDefaultTimeout); }
-
-std::wstring EnvironmentVariable(const wchar_t* name) {
-    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
 
 /// Waits for a file to appear, and returns how many seconds that took.
 int AwaitFile(const std::wstring& path) {
@@ -52,16 +46,14 @@ void clsZipEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
     m_sZipUtilLocation = GetProperty(Settings, L"ZIP_UTIL_LOCATION", RegisteredProgramFolder());
 }
 
-ComPtr<IZNPropertySet> clsZipEncoder::IZNEncoder2_PropSet() try {
-    auto settings = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
-    SetProperty(settings.Get(), L"COMPRESSION_LEVEL", std::to_wstring(m_lCompressionLevel));
-    SetProperty(settings.Get(), L"IN_EXTENSION", m_sInExtension);
-    SetProperty(settings.Get(), L"OUT_EXTENSION", m_sOutExtension);
-    SetProperty(settings.Get(), L"TIMEOUT", std::to_wstring(m_lZipTimeout));
-    SetProperty(settings.Get(), L"ZIP_UTIL_LOCATION", m_sZipUtilLocation);
-    return settings;
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder2_PropSet"), ComPtr<IZNPropertySet>());
+ComPtr<IZNPropertySet> clsZipEncoder::IZNEncoder2_PropSet() {
+    return Member(L"IZNEncoder2_PropSet").Guard(ComPtr<IZNPropertySet>(), [&] {
+        return NewPropertySet({{L"COMPRESSION_LEVEL", std::to_wstring(m_lCompressionLevel)},
+                               {L"IN_EXTENSION", m_sInExtension},
+                               {L"OUT_EXTENSION", m_sOutExtension},
+                               {L"TIMEOUT", std::to_wstring(m_lZipTimeout)},
+                               {L"ZIP_UTIL_LOCATION", m_sZipUtilLocation}});
+    });
 }
 
 std::wstring clsZipEncoder::ProgramPath(const wchar_t* Program) const {
@@ -72,9 +64,8 @@ std::wstring clsZipEncoder::ProgramPath(const wchar_t* Program) const {
 bool clsZipEncoder::ProgramExists(const wchar_t* Program) {
     const std::wstring path = ProgramPath(Program);
     if (FileSystem::FileExists(path)) return true;
-    if (!m_missingProgramReported)
-        Report(Source(L"ProgramExists").append(kCrLf) + L"program " + path + L" does not exist");
-    m_missingProgramReported = true;
+    if (!std::exchange(m_missingProgramReported, true))
+        Member(L"ProgramExists").Report(L"program " + path + L" does not exist");
     return false;
 }
 
@@ -93,81 +84,52 @@ bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile
     shell.Execute();
     if (shell.WaitProcessingMessages(m_lZipTimeout)) return true;
     shell.Detach();
-    Report(Source(L"IZNEncoder_Encode").append(kCrLf) + L"Zip program timed out for " + source);
     return false;
 }
 
 /// A zip program that has ended but not written its file yet has something wrong with it: any wait for
 /// the file fails the encoding, because this report raises where no error is current.
-void clsZipEncoder::ReportLateWorkFile(const std::wstring& workFile, int seconds) const {
+void clsZipEncoder::ReportLateWorkFile(const Procedure& encode, const std::wstring& workFile, int seconds) {
     // The tail looks like arguments of the report, but hosts match on the text as it always was.
-    ZNReportError(Source(L"IZNEncoder_Encode").append(kCrLf) + L"It took " + std::to_wstring(seconds) +
-                  L" seconds waiting for the zip output file " + workFile +
-                  L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE");
+    ZNReportError(Lines(
+        encode.Name(), L"It took " + std::to_wstring(seconds) + L" seconds waiting for the zip output file " +
+                           workFile + L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE"));
 }
 
 bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
-                                      const std::wstring& FileName, std::wstring& OutFile) try {
-    if (!ProgramExists(L"Zip.exe")) return false;
-    const std::wstring source = InFolder + L"\\" + FileName;
-    const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
-    const std::wstring workFile = EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
-    // What an earlier failure left must not travel as this packet.
-    if (FileSystem::FileExists(workFile)) FileSystem::DeleteFile(workFile);
-    if (!Zip(source, workFile)) return false;
-    const int seconds = AwaitFile(workFile);
-    if (seconds > 0) ReportLateWorkFile(workFile, seconds);
-    if (seconds == kLongestWaitForWorkFile) {  // only where that report did not raise
-        Report(Source(L"IZNEncoder_Encode").append(kCrLf) + L"Zip program timed out for output file " +
-               target);
-        return false;
-    }
-    FileSystem::MoveFile(workFile, target);
-    if (!FileSystem::FileExists(target)) {
-        Report(Source(L"IZNEncoder_Encode").append(kCrLf) + L"Zip output file " + target +
-               L" was not created.");
-        return false;
-    }
-    OutFile = target;
-    return true;
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder_Encode"), false);
+                                      const std::wstring& FileName, std::wstring& OutFile) {
+    const Procedure self = Member(L"IZNEncoder_Encode");
+    return self.Guard(false, [&] {
+        if (!ProgramExists(L"Zip.exe")) return false;
+        const std::wstring source = InFolder + L"\\" + FileName;
+        const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
+        const std::wstring workFile = base::EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
+        // What an earlier failure left must not travel as this packet.
+        if (FileSystem::FileExists(workFile)) FileSystem::DeleteFile(workFile);
+        if (!Zip(source, workFile)) return self.Fail(L"Zip program timed out for " + source);
+        const int seconds = AwaitFile(workFile);
+        if (seconds > 0) ReportLateWorkFile(self, workFile, seconds);
+        if (seconds == kLongestWaitForWorkFile)  // only where that report did not raise
+            return self.Fail(L"Zip program timed out for output file " + target);
+        FileSystem::MoveFile(workFile, target);
+        if (!FileSystem::FileExists(target))
+            return self.Fail(L"Zip output file " + target + L" was not created.");
+        OutFile = target;
+        return true;
+    });
 }
 
 // --- Decoding ---------------------------------------------------------------------------------------
 
 bool clsZipEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std::wstring& OutFolder,
-                                      const std::wstring& FileName, std::wstring& OutFile) try {
-    if (!ProgramExists(L"Unzip.exe")) return false;
-    OutFile = FileName;
-    const std::wstring encodedFile = InFolder + L"\\" + FileName + m_sOutExtension;
-    std::wstring output = OutFolder + L"\\" + OutFile;
-    const std::wstring command =
-        ProgramPath(L"Unzip.exe") + L" -oj " + Quoted(encodedFile) + L" -d " + Quoted(OutFolder);
-    return CommonDecode(output, SupressMsg, command, m_lZipTimeout, OutFile);
-} catch (...) {
-    return StandardHandler(Source(L"IZNEncoder_Decode"), false);
-}
-
-// --- Binary contract --------------------------------------------------------------------------------
-
-STDMETHODIMP clsZipEncoder::get_ZipUtilLocation(BSTR* Value) {
-    return Return(Value, [&] { return m_sZipUtilLocation; });
-}
-STDMETHODIMP clsZipEncoder::put_ZipUtilLocation(BSTR Value) {
-    return Call([&] { m_sZipUtilLocation = Text(Value); });
-}
-STDMETHODIMP clsZipEncoder::get_CompressionLevel(LONG* Value) {
-    return Return(Value, [&] { return m_lCompressionLevel; });
-}
-STDMETHODIMP clsZipEncoder::put_CompressionLevel(LONG Value) {
-    m_lCompressionLevel = Value;
-    return S_OK;
-}
-STDMETHODIMP clsZipEncoder::get_ZipTimeout(LONG* Value) {
-    return Return(Value, [&] { return m_lZipTimeout; });
-}
-STDMETHODIMP clsZipEncoder::put_ZipTimeout(LONG Value) {
-    m_lZipTimeout = Value;
-    return S_OK;
+                                      const std::wstring& FileName, std::wstring& OutFile) {
+    return Member(L"IZNEncoder_Decode").Guard(false, [&] {
+        if (!ProgramExists(L"Unzip.exe")) return false;
+        OutFile = FileName;
+        const std::wstring encodedFile = InFolder + L"\\" + FileName + m_sOutExtension;
+        std::wstring output = OutFolder + L"\\" + OutFile;
+        const std::wstring command =
+            ProgramPath(L"Unzip.exe") + L" -oj " + Quoted(encodedFile) + L" -d " + Quoted(OutFolder);
+        return CommonDecode(output, SupressMsg, command, m_lZipTimeout, OutFile);
+    });
 }

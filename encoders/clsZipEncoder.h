@@ -9,12 +9,14 @@ public:
     clsZipEncoder();
 
     // _clsZipEncoder
-    STDMETHODIMP get_ZipUtilLocation(BSTR* Value) override;
-    STDMETHODIMP put_ZipUtilLocation(BSTR Value) override;
-    STDMETHODIMP get_CompressionLevel(LONG* Value) override;
-    STDMETHODIMP put_CompressionLevel(LONG Value) override;
-    STDMETHODIMP get_ZipTimeout(LONG* Value) override;
-    STDMETHODIMP put_ZipTimeout(LONG Value) override;
+    STDMETHODIMP get_ZipUtilLocation(BSTR* Value) override { return com::Return(Value, m_sZipUtilLocation); }
+    STDMETHODIMP put_ZipUtilLocation(BSTR Value) override { return com::Assign(m_sZipUtilLocation, Value); }
+    STDMETHODIMP get_CompressionLevel(LONG* Value) override {
+        return com::Return(Value, m_lCompressionLevel);
+    }
+    STDMETHODIMP put_CompressionLevel(LONG Value) override { return com::Assign(m_lCompressionLevel, Value); }
+    STDMETHODIMP get_ZipTimeout(LONG* Value) override { return com::Return(Value, m_lZipTimeout); }
+    STDMETHODIMP put_ZipTimeout(LONG Value) override { return com::Assign(m_lZipTimeout, Value); }
 
 private:
     bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
@@ -28,7 +30,7 @@ private:
     std::wstring ProgramPath(const wchar_t* Program) const;
     std::wstring ZipCommand(const std::wstring& workFile, const std::wstring& source) const;
     bool Zip(const std::wstring& source, const std::wstring& workFile) const;
-    void ReportLateWorkFile(const std::wstring& workFile, int seconds) const;
+    static void ReportLateWorkFile(const Procedure& encode, const std::wstring& workFile, int seconds);
 
     const bool SupressMsg = false;
     LONG m_lCompressionLevel = 0;

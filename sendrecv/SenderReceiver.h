@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/Report.h"
+#include "common/modMain.h"
 #include "services/Component.h"
 #include "services/FolderLocator.h"
 #include "services/PropertySet.h"
@@ -18,16 +19,14 @@ template <class DefaultInterface, class... Others>
 class SenderReceiver : public Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...> {
 public:
     // IZNSenderReceiver
-    STDMETHODIMP get_LocalSendFolder(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sLocalSendFolder; });
-    }
+    STDMETHODIMP get_LocalSendFolder(BSTR* Value) final { return com::Return(Value, m_sLocalSendFolder); }
     STDMETHODIMP put_LocalSendFolder(BSTR Value) final {
         return com::Call([&] {
             StoreTestedFolder(m_sLocalSendFolder, com::Text(Value), L"IZNSenderReceiver_LocalSendFolder");
         });
     }
     STDMETHODIMP get_LocalReceiveFolder(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sLocalReceiveFolder; });
+        return com::Return(Value, m_sLocalReceiveFolder);
     }
     STDMETHODIMP put_LocalReceiveFolder(BSTR Value) final {
         return com::Call([&] {
@@ -53,9 +52,7 @@ public:
     STDMETHODIMP putref_PropSet(IZNPropertySet* Value) final {
         return com::Call([&] { IZNSenderReceiver2_PropSet(Value); });
     }
-    STDMETHODIMP get_ApplicationName(BSTR* Value) final {
-        return com::Return(Value, [&] { return m_sApplicationName; });
-    }
+    STDMETHODIMP get_ApplicationName(BSTR* Value) final { return com::Return(Value, m_sApplicationName); }
     STDMETHODIMP put_ApplicationName(BSTR Value) final {
         return com::Call([&] { IZNSenderReceiver2_ApplicationName(com::Text(Value)); });
     }
@@ -86,26 +83,26 @@ protected:
 private:
     using Base = Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...>;
 
-    bool IZNSenderReceiver_Init(IZNPropertySet* Settings) try {
-        for (const auto& [name, value] : AllProperties(Settings))
-            TakeSetting(name, value);
-        return true;
-    } catch (...) {
-        return StandardHandler(this->Source(L"IZNSenderReceiver_Init"), false);
+    bool IZNSenderReceiver_Init(IZNPropertySet* Settings) {
+        return this->Member(L"IZNSenderReceiver_Init").Guard(false, [&] {
+            for (const auto& [name, value] : AllProperties(Settings))
+                TakeSetting(name, value);
+            return true;
+        });
     }
-    void IZNSenderReceiver2_ApplicationName(const std::wstring& Name) try {
-        m_sApplicationName = Name;
-        m_folderLocator.Open(Name);
-    } catch (...) {
-        ReportCurrentError(this->Source(L"IZNSenderReceiver2_ApplicationName"));
+    void IZNSenderReceiver2_ApplicationName(const std::wstring& Name) {
+        this->Member(L"IZNSenderReceiver2_ApplicationName").Guard([&] {
+            m_sApplicationName = Name;
+            m_folderLocator.Open(Name);
+        });
     }
 
     /// A folder that cannot be read and written is reported, and stored all the same.
-    void StoreTestedFolder(std::wstring& folder, const std::wstring& value, const wchar_t* member) try {
-        folder = value;
-        CheckReadWriteDelete(value, SupressMsg);
-    } catch (...) {
-        ReportCurrentError(this->Source(member));
+    void StoreTestedFolder(std::wstring& folder, const std::wstring& value, const wchar_t* member) {
+        this->Member(member).Guard([&] {
+            folder = value;
+            CheckReadWriteDelete(value, SupressMsg);
+        });
     }
 
     std::wstring m_sApplicationName;

@@ -208,15 +208,6 @@ STDMETHODIMP clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
 STDMETHODIMP clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [] { return true; });
 }
-STDMETHODIMP clsXCOPYSndRcv::get_HasProperties(VARIANT_BOOL* Value) {
-    return Return(Value, [] { return false; });
-}
-STDMETHODIMP clsXCOPYSndRcv::Initialize(LONG, IUnknown*, IUnknown** Result) {
-    return Return(Result, [] { return ComPtr<IUnknown>(); });
-}
-STDMETHODIMP clsXCOPYSndRcv::Execute(LONG, IUnknown** Result) {
-    return Return(Result, [] { return ComPtr<IUnknown>(); });
-}
 STDMETHODIMP clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
     return Return(Value, [] { return true; });
 }

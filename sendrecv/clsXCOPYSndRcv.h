@@ -19,10 +19,6 @@ public:
     // IZNSenderReceiver and IZNSenderReceiver2
     STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
     STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override;
-    // IZNMobileAdminProperties
-    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override;
-    STDMETHODIMP Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
-    STDMETHODIMP Execute(LONG Value, IUnknown** Result) override;
     // IZNMobileAdminPropertiesEx
     STDMETHODIMP get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) override;
 

@@ -1,6 +1,8 @@
-// What every transport component is to the tools that administer it: a display name, and categories in which
-// hosts register it.
+// What every transport component is to the tools that administer it: a display name, categories in which
+// hosts register it, and no administration dialog unless the component has one.
 #pragma once
+
+#include <wrl/client.h>
 
 #include <string>
 
@@ -8,8 +10,6 @@
 #include "com/Values.h"
 #include "com/server/ServerObject.h"
 #include "common/Report.h"
-#include "common/modMain.h"
-#include "common/modZNStartup.h"
 #include "services/Branding.h"
 #include "znTransporter.h"
 
@@ -20,32 +20,36 @@ class Component : public com::ServerObject<com::Dual<DefaultInterface>, Interfac
 public:
     // IZNMobileAdminProperties
     STDMETHODIMP get_Name(BSTR* Value) final {
-        return com::Return(Value, [&] { return IZNMobileAdminProperties_Name(); });
+        return com::Return(Value, [&] {
+            return Member(L"IZNMobileAdminProperties_Name").Guard(std::wstring(), [&] {
+                return DisplayName();
+            });
+        });
     }
+    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override { return com::Return(Value, false); }
+    STDMETHODIMP Initialize(LONG, IUnknown*, IUnknown** Result) override { return com::ReturnNull(Result); }
+    STDMETHODIMP Execute(LONG, IUnknown** Result) override { return com::ReturnNull(Result); }
     // IZNRegInCat
     STDMETHODIMP get_CategoriesToReg(VARIANT* Value) final {
-        return com::Return(Value, [&] { return IZNRegInCat_CategoriesToReg(); });
+        return com::Return(Value, [&] {
+            return Member(L"IZNRegInCat_CategoriesToReg").Guard(com::Variant(), [&] {
+                return CategoryCollection(m_category);
+            });
+        });
     }
 
 protected:
-    /// className: for error sources.
+    /// className: for reports.
     Component(std::wstring className, ZNCategoryCode category)
         : m_className(std::move(className)), m_category(category) {}
 
     /// For administration tools. Throws a failure.
     virtual std::wstring DisplayName() = 0;
 
-    /// "<class>.cls.<member>"
-    std::wstring Source(const wchar_t* member) const { return m_className + L".cls." + member; }
+    /// A member by its name in reports, "<class>.cls.<member>".
+    Procedure Member(const wchar_t* name) const { return Procedure(m_className + L".cls." + name); }
 
 private:
-    std::wstring IZNMobileAdminProperties_Name() try { return DisplayName(); } catch (...) {
-        return StandardHandler(Source(L"IZNMobileAdminProperties_Name"), std::wstring());
-    }
-    com::Variant IZNRegInCat_CategoriesToReg() try { return CategoryCollection(m_category); } catch (...) {
-        return StandardHandler(Source(L"IZNRegInCat_CategoriesToReg"), com::Variant());
-    }
-
     const std::wstring m_className;
     const ZNCategoryCode m_category;
 };

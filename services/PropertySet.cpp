@@ -1,3 +1,4 @@
+// See PropertySet.h.
 #include "services/PropertySet.h"
 
 #include <algorithm>
@@ -6,7 +7,10 @@
 #include "base/Text.h"
 #include "com/ErrorInfo.h"
 #include "com/Values.h"
+#include "common/Framework.h"
 #include "common/modMain.h"
+
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -40,6 +44,14 @@ std::vector<std::pair<std::wstring, com::Variant>> AllProperties(IZNPropertySet*
     for (size_t i = 0; i < std::min(allNames.size(), allValues.size()); ++i)
         properties.emplace_back(allNames[i].Text(), std::move(allValues[i]));
     return properties;
+}
+
+ComPtr<IZNPropertySet>
+NewPropertySet(const std::vector<std::pair<const wchar_t*, std::wstring>>& properties) {
+    auto set = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
+    for (const auto& [name, value] : properties)
+        SetProperty(set.Get(), name, value);
+    return set;
 }
 
 void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstring& value) {

@@ -1,6 +1,8 @@
 // Property sets as C++ values.
 #pragma once
 
+#include <wrl/client.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +12,10 @@
 
 /// All names and values of a set, in its order. Throws a failure.
 std::vector<std::pair<std::wstring, com::Variant>> AllProperties(IZNPropertySet* set);
+
+/// A new set with these names and texts. Throws a failure.
+Microsoft::WRL::ComPtr<IZNPropertySet>
+NewPropertySet(const std::vector<std::pair<const wchar_t*, std::wstring>>& properties);
 
 /// Sets a text. Throws a failure.
 void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstring& value);

@@ -1,8 +1,10 @@
+// See clsTransporter.h.
 #include "transport/clsTransporter.h"
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/RollBack.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "com/ErrorInfo.h"
@@ -38,14 +40,10 @@ std::optional<std::wstring> clsTransporter::FileList::Next() {
     return files[next++];
 }
 
-bool clsTransporter::SenderReceiverSet(std::wstring_view Source) const {
-    const auto refuse = [&](const wchar_t* why) {
-        if (!Source.empty()) Report(std::wstring(Source).append(kCrLf).append(why));
-        return false;
-    };
-    if (!m_senderReceiver) return refuse(kNoSenderReceiver);
+bool clsTransporter::SenderReceiverSet(const Procedure& member) const {
+    if (!m_senderReceiver) return member.Fail(kNoSenderReceiver);
     if (LocalReceiveFolder().empty() || LocalSendFolder().empty())
-        return refuse(L"Local send or receive folder is not set.");
+        return member.Fail(L"Local send or receive folder is not set.");
     return true;
 }
 
@@ -68,154 +66,137 @@ bool clsTransporter::ProvideFolder(const std::wstring& folder) const {
     return FileSystem::FolderExists(folder);
 }
 
-/// The first encoder whose extension is that of the file becomes the current one.
-bool clsTransporter::ChooseEncoder(ExtensionMember extensionOf, const std::wstring& fileName) {
+/// The first one whose extension is that of the file; it is the one that hosts are shown from then on.
+ComPtr<IZNEncoder> clsTransporter::EncoderFor(ExtensionMember extensionOf, const std::wstring& fileName) {
     const std::wstring extension = base::Upper(Path::LastFour(fileName));
     for (const auto& encoder : m_encoders) {
         if (base::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
-        m_currentEncoder = encoder;
-        return true;
+        m_shownEncoder = encoder;
+        return encoder;
     }
-    return false;
+    return nullptr;
 }
 
-void clsTransporter::InitFileList(FileList& List, const std::wstring& Folder) {
+std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folder) {
     FileSystem::Listing found;
     try {
         if (FileSystem::FolderExists(Folder)) FileSystem::List(Folder, found);
     } catch (...) {
-        const std::wstring description = base::CurrentFailure().description;
-        Report(std::wstring(L"clsTransporter.cls.InitFileList")
-                   .append(kCrLf)
-                   .append(description)
-                   .append(kCrLf)
-                   .append(L"Folder: ")
-                   .append(Folder));
+        // What was found until then is offered all the same.
+        Procedure(L"clsTransporter.cls.InitFileList")
+            .Report(Lines(base::CurrentFailure().description, L"Folder: " + Folder));
     }
-    List.files.clear();
+    std::vector<std::wstring> files;
     for (const auto& file : found.files)
-        List.files.push_back(Path::Join(Folder, file.name));
+        files.push_back(Path::Join(Folder, file.name));
+    return files;
+}
+
+LONG clsTransporter::FileList::Reset(std::vector<std::wstring> newFiles) {
+    files = std::move(newFiles);
+    next = 0;
+    return static_cast<LONG>(files.size());
 }
 
 // --- Sending ----------------------------------------------------------------------------------------
 
-bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder) try {
-    constexpr std::wstring_view kSource = L"clsTransporter.cls.IZNTransporter_Add";
-    if (!SenderReceiverSet(kSource)) return false;
-    const std::wstring name = Path::FileName(FileName);
-    if (!FileSystem::FileExists(FileName)) {
-        Report(
-            std::wstring(kSource).append(kCrLf).append(L"File ").append(FileName).append(L" does not exist"));
-        return false;
-    }
-    const bool encoded = ChooseEncoder(&IZNEncoder::get_InExtension, FileName);
-    const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
-    if (!ProvideFolder(target)) return false;
-    if (encoded)
-        return com::Get<bool>(&IZNEncoder::Encode, m_currentEncoder.Get(),
-                              com::Bstr(Path::ParentFolder(FileName)).Get(), com::Bstr(target).Get(),
-                              com::Bstr(name).Get());
-    if (!CheckReadWriteDelete(target, SupressMsg)) return false;
-    FileSystem::CopyFile(FileName, Path::Join(target, name));
-    return true;
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_Add", false);
+bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_Add");
+    return self.Guard(false, [&] {
+        if (!SenderReceiverSet(self)) return false;
+        const std::wstring name = Path::FileName(FileName);
+        if (!FileSystem::FileExists(FileName)) return self.Fail(L"File " + FileName + L" does not exist");
+        const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_InExtension, FileName);
+        const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
+        if (!ProvideFolder(target)) return false;
+        if (encoder)
+            return com::Get<bool>(&IZNEncoder::Encode, encoder.Get(),
+                                  com::Bstr(Path::ParentFolder(FileName)).Get(), com::Bstr(target).Get(),
+                                  com::Bstr(name).Get());
+        if (!CheckReadWriteDelete(target, SupressMsg)) return false;
+        FileSystem::CopyFile(FileName, Path::Join(target, name));
+        return true;
+    });
 }
 
-bool clsTransporter::IZNTransporter_SendReceive(BSTR Argument, IUnknown* Progress) try {
-    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_SendReceive")) return false;
-    // The host processes messages during a transfer and may set another sender/receiver meanwhile.
-    const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
-    com::Check(remote->put_LoginCancelled(VARIANT_FALSE));
-    // A login that the user cancelled ends the cycle quietly.
-    if (!com::Get<bool>(&IZNSenderReceiver::Connect, remote.Get()))
-        return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get());
-    const bool moved = com::Get<bool>(&IZNSenderReceiver::Send, remote.Get(), Argument, Progress) &&
-                       com::Get<bool>(&IZNSenderReceiver::Receive, remote.Get(), Argument, Progress);
-    const bool disconnected = com::Get<bool>(&IZNSenderReceiver::Disconnect, remote.Get());
-    return moved && disconnected;
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_SendReceive", false);
+bool clsTransporter::IZNTransporter_SendReceive(BSTR Argument, IUnknown* Progress) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_SendReceive");
+    return self.Guard(false, [&] {
+        if (!SenderReceiverSet(self)) return false;
+        // The host processes messages during a transfer and may set another sender/receiver meanwhile.
+        const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
+        com::Check(remote->put_LoginCancelled(VARIANT_FALSE));
+        // A login that the user cancelled ends the cycle quietly.
+        if (!com::Get<bool>(&IZNSenderReceiver::Connect, remote.Get()))
+            return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get());
+        const bool moved = com::Get<bool>(&IZNSenderReceiver::Send, remote.Get(), Argument, Progress) &&
+                           com::Get<bool>(&IZNSenderReceiver::Receive, remote.Get(), Argument, Progress);
+        const bool disconnected = com::Get<bool>(&IZNSenderReceiver::Disconnect, remote.Get());
+        return moved && disconnected;
+    });
 }
 
-LONG clsTransporter::IZNTransporter_ResetLocalSendFiles(const std::wstring& SubFolder) try {
-    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_ResetLocalSendFiles")) return 0;
-    m_sendList.next = 0;
-    InitFileList(m_sendList, LocalSendFolder() + L"\\" + SubFolder);
-    return static_cast<LONG>(m_sendList.files.size());
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_ResetLocalSendFiles", LONG{0});
+LONG clsTransporter::IZNTransporter_ResetLocalSendFiles(const std::wstring& SubFolder) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_ResetLocalSendFiles");
+    return self.Guard(LONG{0}, [&] {
+        if (!SenderReceiverSet(self)) return LONG{0};
+        return m_sendList.Reset(InitFileList(LocalSendFolder() + L"\\" + SubFolder));
+    });
 }
 
-bool clsTransporter::IZNTransporter_NextLocalSendFile(std::wstring& FileName) try {
-    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_NextLocalSendFile")) return true;
-    FileName = m_sendList.Next().value_or(L"");
-    return true;
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_NextLocalSendFile", false);
+bool clsTransporter::IZNTransporter_NextLocalSendFile(std::wstring& FileName) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_NextLocalSendFile");
+    return self.Guard(false, [&] {
+        if (SenderReceiverSet(self)) FileName = m_sendList.Next().value_or(L"");
+        return true;
+    });
 }
 
 // --- Receiving --------------------------------------------------------------------------------------
 
-LONG clsTransporter::IZNTransporter_ResetLocalReceiveFiles(const std::wstring& SubFolder) try {
-    if (!SenderReceiverSet(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles")) return 0;
-    m_receiveList.next = 0;
-    InitFileList(m_receiveList, LocalReceiveFolder() + L"\\" + SubFolder);
-    return static_cast<LONG>(m_receiveList.files.size());
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles", LONG{0});
+LONG clsTransporter::IZNTransporter_ResetLocalReceiveFiles(const std::wstring& SubFolder) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles");
+    return self.Guard(LONG{0}, [&] {
+        if (!SenderReceiverSet(self)) return LONG{0};
+        return m_receiveList.Reset(InitFileList(LocalReceiveFolder() + L"\\" + SubFolder));
+    });
 }
 
 bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& DestinationFolder,
-                                                         std::wstring& FileName) try {
-    constexpr std::wstring_view kSource = L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile";
-    if (!SenderReceiverSet(kSource)) return true;
-    const std::optional<std::wstring> file = m_receiveList.Next();
-    if (!file) return true;
-    OutputDebugStringW((L"Zarn: NextLocalReceiveFile " + *file).c_str());
-    OutputDebugStringW((L"Zarn: sFileName " + Path::BaseName(*file)).c_str());
-    if (!FileSystem::FolderExists(DestinationFolder)) {
-        Report(std::wstring(kSource)
-                   .append(kCrLf)
-                   .append(L"Destination folder ")
-                   .append(DestinationFolder)
-                   .append(L" does not exist."));
-        return false;
-    }
-    if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
-    if (m_bBackupEnabled) TakeBackup(*file, LocalReceiveFolder());
-    const Delivery delivery = Deliver(*file, DestinationFolder);
-    FileName = delivery.fileName;
-    return delivery.done;
-} catch (...) {
-    return StandardHandler(L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile", false);
-}
-
-clsTransporter::Delivery clsTransporter::Deliver(const std::wstring& file,
-                                                 const std::wstring& destinationFolder) {
-    return ChooseEncoder(&IZNEncoder::get_OutExtension, file) ? Decode(file, destinationFolder)
-                                                              : MoveUnchanged(file, destinationFolder);
+                                                         std::wstring& FileName) {
+    const Procedure self(L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile");
+    return self.Guard(false, [&] {
+        if (!SenderReceiverSet(self)) return true;
+        const std::optional<std::wstring> file = m_receiveList.Next();
+        if (!file) return true;
+        OutputDebugStringW((L"Zarn: NextLocalReceiveFile " + *file).c_str());
+        OutputDebugStringW((L"Zarn: sFileName " + Path::BaseName(*file)).c_str());
+        if (!FileSystem::FolderExists(DestinationFolder))
+            return self.Fail(L"Destination folder " + DestinationFolder + L" does not exist.");
+        if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
+        if (m_bBackupEnabled) TakeBackup(*file, LocalReceiveFolder());
+        const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_OutExtension, *file);
+        const Delivery delivery = encoder ? Decode(encoder.Get(), *file, DestinationFolder)
+                                          : MoveUnchanged(*file, DestinationFolder);
+        if (!delivery.done && !FileSystem::FileExists(*file))
+            self.Report(L"The encoder failed to decompress and/or decode the file " + *file + L".");
+        FileName = delivery.fileName;
+        return delivery.done;
+    });
 }
 
 /// A file that cannot be decoded stays in the receive folder and is offered again.
-clsTransporter::Delivery clsTransporter::Decode(const std::wstring& file,
+clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::wstring& file,
                                                 const std::wstring& destinationFolder) {
     const std::wstring baseName = Path::BaseName(file);
     com::Bstr outputFile;
     VARIANT_BOOL decoded = VARIANT_FALSE;
-    com::Check(m_currentEncoder->Decode(com::Bstr(Path::ParentFolder(file)).Get(),
-                                        com::Bstr(destinationFolder).Get(), com::Bstr(baseName).Get(),
-                                        outputFile.Put(), &decoded),
+    com::Check(encoder->Decode(com::Bstr(Path::ParentFolder(file)).Get(), com::Bstr(destinationFolder).Get(),
+                               com::Bstr(baseName).Get(), outputFile.Put(), &decoded),
                file);
-    if (decoded) {
-        FileSystem::DeleteFile(file);
-        return {true, outputFile.Text()};
-    }
-    if (!FileSystem::FileExists(file))
-        Report(L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile\r\n"
-               L"The encoder failed to decompress and/or decode the file " +
-               file + L".");
-    return {false, baseName};
+    if (!decoded) return {false, baseName};
+    FileSystem::DeleteFile(file);
+    return {true, outputFile.Text()};
 }
 
 /// The previous file of the same name stays until the new one has arrived.
@@ -225,12 +206,11 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
     const std::wstring previous = target + L"_bak";
     const bool replaces = FileSystem::FileExists(target);
     if (replaces) FileSystem::MoveFile(target, previous);
-    try {
-        FileSystem::MoveFile(file, target);
-    } catch (...) {
+    base::RollBack putBack([&] {
         if (replaces) FileSystem::MoveFile(previous, target);
-        throw;
-    }
+    });
+    FileSystem::MoveFile(file, target);
+    putBack.Dismiss();
     if (replaces) FileSystem::DeleteFile(previous);
     return {true, target};
 }
@@ -257,22 +237,23 @@ void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& re
 }
 
 /// A folder's own files come before those of its sub-folders.
-void clsTransporter::AddToList(const std::wstring& Folder) try {
-    if (!FileSystem::FolderExists(Folder)) return;
-    const FileSystem::Listing listing = FileSystem::List(Folder);
-    for (const FileSystem::FileEntry& file : listing.files) {
-        const std::wstring id = GetPacketId(file.name);
-        if (id.empty() || m_backups.Add(id, Path::Join(Folder, file.name))) continue;
-        Report(
-            L"clsTransporter.cls.AddToList\r\nPacket id " + id +
-                L" is represented by multiple files in the backup folder " + Folder +
-                L".\r\nThis is often due to using several different compression methods on the same packet.",
-            ZN_EVENTLOG_WARNING_TYPE);
-    }
-    for (const std::wstring& subFolder : listing.folders)
-        AddToList(Path::Join(Folder, subFolder));
-} catch (...) {
-    ReportCurrentError(L"clsTransporter.cls.AddToList");
+void clsTransporter::AddToList(const std::wstring& Folder) {
+    const Procedure self(L"clsTransporter.cls.AddToList");
+    self.Guard([&] {
+        if (!FileSystem::FolderExists(Folder)) return;
+        const FileSystem::Listing listing = FileSystem::List(Folder);
+        for (const FileSystem::FileEntry& file : listing.files) {
+            const std::wstring id = GetPacketId(file.name);
+            if (id.empty() || m_backups.Add(id, Path::Join(Folder, file.name))) continue;
+            self.Report(Lines(L"Packet id " + id +
+                                  L" is represented by multiple files in the backup folder " + Folder + L".",
+                              L"This is often due to using several different compression methods on the same "
+                              L"packet."),
+                        ZN_EVENTLOG_WARNING_TYPE);
+        }
+        for (const std::wstring& subFolder : listing.folders)
+            AddToList(Path::Join(Folder, subFolder));
+    });
 }
 
 void clsTransporter::IZNTransporter2_Reset() {
@@ -312,22 +293,12 @@ bool clsTransporter::IZNTransporter2_RestoreBackup(const std::wstring& PacketId)
 
 // --- Binary contract --------------------------------------------------------------------------------
 
-STDMETHODIMP clsTransporter::get_Encoder(IZNEncoder** Value) {
-    return Return(Value, [&] { return m_currentEncoder; });
-}
 STDMETHODIMP clsTransporter::putref_Encoder(IZNEncoder* Value) {
     if (!Value) return E_POINTER;
     return Call([&] {
-        m_currentEncoder = Value;
+        m_shownEncoder = Value;
         m_encoders.emplace_back(Value);
     });
-}
-STDMETHODIMP clsTransporter::get_SenderReceiver(IZNSenderReceiver** Value) {
-    return Return(Value, [&] { return m_senderReceiver; });
-}
-STDMETHODIMP clsTransporter::putref_SenderReceiver(IZNSenderReceiver* Value) {
-    m_senderReceiver = Value;
-    return S_OK;
 }
 STDMETHODIMP clsTransporter::Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) {
     return Return(Result, [&] { return IZNTransporter_Add(Text(FileName), Text(SubFolder)); });
@@ -361,13 +332,6 @@ STDMETHODIMP clsTransporter::NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Res
         com::Put(FileName, fileName);
         return result;
     });
-}
-STDMETHODIMP clsTransporter::get_BackupEnabled(VARIANT_BOOL* Value) {
-    return Return(Value, [&] { return m_bBackupEnabled; });
-}
-STDMETHODIMP clsTransporter::put_BackupEnabled(VARIANT_BOOL Value) {
-    m_bBackupEnabled = Value != VARIANT_FALSE;
-    return S_OK;
 }
 STDMETHODIMP clsTransporter::Reset() {
     return Call([&] { Quietly([&] { IZNTransporter2_Reset(); }); });

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "com/Result.h"
 #include "com/server/ServerObject.h"
+#include "common/Report.h"
 #include "transport/BackupMap.h"
 #include "znTransporter.h"
 
@@ -16,10 +18,14 @@ class clsTransporter final
     : public com::ServerObject<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
 public:
     // IZNTransporter
-    STDMETHODIMP get_Encoder(IZNEncoder** Value) override;
+    STDMETHODIMP get_Encoder(IZNEncoder** Value) override { return com::Return(Value, m_shownEncoder); }
     STDMETHODIMP putref_Encoder(IZNEncoder* Value) override;
-    STDMETHODIMP get_SenderReceiver(IZNSenderReceiver** Value) override;
-    STDMETHODIMP putref_SenderReceiver(IZNSenderReceiver* Value) override;
+    STDMETHODIMP get_SenderReceiver(IZNSenderReceiver** Value) override {
+        return com::Return(Value, m_senderReceiver);
+    }
+    STDMETHODIMP putref_SenderReceiver(IZNSenderReceiver* Value) override {
+        return com::Assign(m_senderReceiver, Value);
+    }
     STDMETHODIMP Add(BSTR FileName, BSTR SubFolder, VARIANT_BOOL* Result) override;
     STDMETHODIMP SendReceive(BSTR Argument, IUnknown* Progress, VARIANT_BOOL* Result) override;
     STDMETHODIMP ResetLocalReceiveFiles(BSTR SubFolder, LONG* Count) override;
@@ -27,8 +33,12 @@ public:
     STDMETHODIMP ResetLocalSendFiles(BSTR SubFolder, LONG* Count) override;
     STDMETHODIMP NextLocalSendFile(BSTR* FileName, VARIANT_BOOL* Result) override;
     // IZNTransporter2
-    STDMETHODIMP get_BackupEnabled(VARIANT_BOOL* Value) override;
-    STDMETHODIMP put_BackupEnabled(VARIANT_BOOL Value) override;
+    STDMETHODIMP get_BackupEnabled(VARIANT_BOOL* Value) override {
+        return com::Return(Value, m_bBackupEnabled);
+    }
+    STDMETHODIMP put_BackupEnabled(VARIANT_BOOL Value) override {
+        return com::Assign(m_bBackupEnabled, Value);
+    }
     STDMETHODIMP Reset() override;
     STDMETHODIMP Next(BSTR* PacketId) override;
     STDMETHODIMP BackupExists(BSTR PacketId, VARIANT_BOOL* Result) override;
@@ -41,6 +51,8 @@ private:
         std::vector<std::wstring> files;
         size_t next = 0;
 
+        /// Starts a new list and returns its length.
+        LONG Reset(std::vector<std::wstring> newFiles);
         std::optional<std::wstring> Next();
     };
     /// What a received file became, and the name to hand to the host.
@@ -63,16 +75,18 @@ private:
     bool IZNTransporter2_RestoreBackup(const std::wstring& PacketId);
     bool IZNTransporter2_DestroyBackup(const std::wstring& PacketId);
 
-    bool SenderReceiverSet(std::wstring_view Source) const;
+    /// Whether the member can work; reports why not.
+    bool SenderReceiverSet(const Procedure& member) const;
     /// The sender/receiver; throws while none is set.
     IZNSenderReceiver* Remote() const;
     std::wstring LocalSendFolder() const;
     std::wstring LocalReceiveFolder() const;
     bool ProvideFolder(const std::wstring& folder) const;
-    bool ChooseEncoder(ExtensionMember extensionOf, const std::wstring& fileName);
-    static void InitFileList(FileList& List, const std::wstring& Folder);
-    Delivery Deliver(const std::wstring& file, const std::wstring& destinationFolder);
-    Delivery Decode(const std::wstring& file, const std::wstring& destinationFolder);
+    /// Null when no encoder takes the file.
+    Microsoft::WRL::ComPtr<IZNEncoder> EncoderFor(ExtensionMember extensionOf, const std::wstring& fileName);
+    static std::vector<std::wstring> InitFileList(const std::wstring& Folder);
+    static Delivery Decode(IZNEncoder* encoder, const std::wstring& file,
+                           const std::wstring& destinationFolder);
     static Delivery MoveUnchanged(const std::wstring& file, const std::wstring& destinationFolder);
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
     void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
@@ -80,7 +94,7 @@ private:
 
     const bool SupressMsg = false;
     std::vector<Microsoft::WRL::ComPtr<IZNEncoder>> m_encoders;  ///< of both ways, in order of assignment
-    Microsoft::WRL::ComPtr<IZNEncoder> m_currentEncoder;
+    Microsoft::WRL::ComPtr<IZNEncoder> m_shownEncoder;           ///< assigned or chosen last
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
     FileList m_sendList;
     FileList m_receiveList;

@@ -1,0 +1,34 @@
+// Names of packets and of the files that carry them: what encoders add to a name, and what they find in it.
+// Portable.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The name of the file that carries a packet's difference against a reference, without its extension:
+/// "<packet>~<reference>".
+std::wstring DifferenceName(std::wstring_view packet, std::wstring_view reference);
+
+/// What such a name says.
+struct Difference {
+    std::wstring packet;
+    std::wstring reference;
+};
+
+/// Splits the name of a difference, without its extension, at the last "~". A name without one is taken as
+/// its first character and a reference of the whole name; installations in the field rely on what that leads
+/// to.
+Difference SplitDifferenceName(std::wstring_view fileName);
+
+/// How packets travel, by the extensions of the files that carry them.
+struct TravelExtensions {
+    std::wstring zip;         ///< of compressed packets: "<packet><zip>"
+    std::wstring difference;  ///< of differences: "<packet>~<reference><difference>"
+};
+
+/// Whether a name has an extension, in any letter case, behind at least one other character.
+bool HasExtension(std::wstring_view fileName, std::wstring_view extension);
+
+/// The packet that a file in the send or receive folder holds: "x.mdb" for "x.mdb.afz" and
+/// "x.mdb~Base.axd", the name itself for a file that travels as it is.
+std::wstring PacketOf(std::wstring_view fileName, const TravelExtensions& extensions);
