@@ -1,3 +1,4 @@
+// See ByteArray.h.
 #include "cipher/ByteArray.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// See Envelope.h.
 #include "cipher/Envelope.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// See Rijndael.h.
 #include "cipher/Rijndael.h"
 
 #include <algorithm>

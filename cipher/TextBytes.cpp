@@ -1,3 +1,4 @@
+// See TextBytes.h.
 #include "cipher/TextBytes.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// See clsRijndael.h.
 #include "cipher/clsRijndael.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// See CommandLine.h.
 #include "cmdline/CommandLine.h"
 
 #include <algorithm>

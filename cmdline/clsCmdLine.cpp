@@ -1,3 +1,4 @@
+// See clsCmdLine.h.
 #include "cmdline/clsCmdLine.h"
 
 #include "cmdline/CommandLine.h"

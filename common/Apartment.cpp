@@ -1,3 +1,4 @@
+// See Apartment.h.
 #include "common/Apartment.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// See modWinInet.h.
 #include "common/modWinInet.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// See ExternalProgram.h.
 #include "encoders/ExternalProgram.h"
 
 #include "common/modMain.h"

@@ -1,3 +1,4 @@
+// See ZNApplicationContext.h.
 #include "framework/ZNApplicationContext.h"
 
 #include "com/Result.h"

@@ -1,12 +1,13 @@
+// See ZNBrandingResources.h.
 #include "framework/ZNBrandingResources.h"
 
 #include "base/Error.h"
 #include "base/Module.h"
 #include "com/Result.h"
 #include "com/Values.h"
-#include "framework/BrandedText.h"
+#include "framework/ResourceText.h"
 
-std::wstring BrandedText(LONG id) {
+std::wstring ResourceText(LONG id) {
     const wchar_t* text = nullptr;
     // With a length of 0 the system hands out the resource itself, which is not terminated.
     const int length = id < 0 || id > 0xFFFF ? 0
@@ -21,6 +22,6 @@ std::wstring BrandedText(LONG id) {
 STDMETHODIMP ZNBrandingResources::Text(VARIANT Id, BSTR* Value) {
     return com::Return(Value, [&] {
         const com::Variant id(Id);
-        return id.Get().vt == VT_BSTR ? id.Text() : BrandedText(id.Number());
+        return id.Get().vt == VT_BSTR ? id.Text() : ResourceText(id.Number());
     });
 }

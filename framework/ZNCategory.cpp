@@ -1,3 +1,4 @@
+// See ZNCategory.h.
 #include "framework/ZNCategory.h"
 
 #include "base/Error.h"

@@ -1,9 +1,11 @@
+// See ZNEventLog.h.
 #include "framework/ZNEventLog.h"
 
 #include <array>
 #include <cwchar>
 
 #include "base/File.h"
+#include "base/Handle.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "com/Result.h"
@@ -38,36 +40,41 @@ class Turn {
 public:
     Turn() : m_mutex(CreateMutexW(nullptr, FALSE, L"znFramework.EventLog")) {
         if (!m_mutex) return;
-        const DWORD result = WaitForSingleObject(m_mutex, kPatience);
+        const DWORD result = WaitForSingleObject(m_mutex.Get(), kPatience);
         m_isOwner = result == WAIT_OBJECT_0 || result == WAIT_ABANDONED;
     }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
     ~Turn() {
-        if (m_isOwner) ReleaseMutex(m_mutex);
-        if (m_mutex) CloseHandle(m_mutex);
+        if (m_isOwner) ReleaseMutex(m_mutex.Get());
     }
 
 private:
     // After that the entry is written all the same: a stuck process must not silence the others.
     static constexpr DWORD kPatience = 2000;
 
-    HANDLE m_mutex;
+    base::KernelHandle m_mutex;
     bool m_isOwner = false;
+};
+
+struct EventSourceTraits {
+    using Value = HANDLE;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value source) noexcept { DeregisterEventSource(source); }
 };
 
 constexpr size_t kLongestWindowsText = 31839;  // a longer text would be refused as a whole
 
 /// Why the log of Windows refused the entry; ERROR_SUCCESS when it took it.
 DWORD WriteToWindows(const std::wstring& message, LONG type) {
-    const HANDLE source = RegisterEventSourceW(nullptr, HostSettings::OfProcess().Title().c_str());
+    const base::UniqueHandle<EventSourceTraits> source(
+        RegisterEventSourceW(nullptr, HostSettings::OfProcess().Title().c_str()));
     if (!source) return GetLastError();
     const std::wstring shown = message.substr(0, kLongestWindowsText);
     const wchar_t* text = shown.c_str();
-    const BOOL written = ReportEventW(source, static_cast<WORD>(type), 0, 0, nullptr, 1, 0, &text, nullptr);
-    const DWORD refusal = written ? ERROR_SUCCESS : GetLastError();
-    DeregisterEventSource(source);
-    return refusal;
+    const BOOL written =
+        ReportEventW(source.Get(), static_cast<WORD>(type), 0, 0, nullptr, 1, 0, &text, nullptr);
+    return written ? ERROR_SUCCESS : GetLastError();
 }
 
 void WriteEntry(const std::wstring& message, LONG type) {

@@ -1,3 +1,4 @@
+// See ZNLocale.h.
 #include "framework/ZNLocale.h"
 
 #include "com/Result.h"

@@ -1,19 +1,17 @@
+// See ZNMobileFolders.h.
 #include "framework/ZNMobileFolders.h"
 
 #include "base/Error.h"
+#include "com/Create.h"
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
-
-using Microsoft::WRL::ComPtr;
 
 /// The configuration is created here, not with the locator: it builds its tables for one application. One
 /// that fails does not take the place of one that works.
 STDMETHODIMP ZNMobileFolders::put_ApplicationName(BSTR Value) {
     return com::Call([&] {
-        ComPtr<IZNMobileConfig> config;
-        com::Check(CoCreateInstance(__uuidof(clsTranMobileConfig), nullptr, CLSCTX_INPROC_SERVER,
-                                    IID_PPV_ARGS(&config)),
-                   L"znTransporter.clsTranMobileConfig");
+        const auto config =
+            com::Create<clsTranMobileConfig, IZNMobileConfig>(L"znTransporter.clsTranMobileConfig");
         com::Check(config->put_ApplicationName(Value), L"mobile configuration");
         m_config = config;
     });

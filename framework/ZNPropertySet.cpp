@@ -1,3 +1,4 @@
+// See ZNPropertySet.h.
 #include "framework/ZNPropertySet.h"
 
 #include <algorithm>

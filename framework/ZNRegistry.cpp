@@ -1,3 +1,4 @@
+// See ZNRegistry.h.
 #include "framework/ZNRegistry.h"
 
 #include <cstring>

@@ -1,10 +1,11 @@
+// See ZNStartup.h.
 #include "framework/ZNStartup.h"
 
 #include "base/Error.h"
 #include "com/Result.h"
 #include "com/Values.h"
-#include "framework/BrandedText.h"
 #include "framework/HostSettings.h"
+#include "framework/ResourceText.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ com::Variant StartupEntry(LONG number) {
     case 110:  // binary difference encoder
     case 120:  // folder-copy sender/receiver
     case 140:  // zip encoder
-        return com::Variant(BrandedText(number));
+        return com::Variant(ResourceText(number));
     case 145:  // the tool itself: a branding resource that the caller looks up
         return com::Variant(number);
     default:

@@ -1,3 +1,4 @@
+// See FolderLocator.h.
 #include "services/FolderLocator.h"
 
 #include "base/Error.h"

@@ -1,3 +1,4 @@
+// See Registry.h.
 #include "services/Registry.h"
 
 #include <wrl/client.h>

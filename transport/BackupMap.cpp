@@ -1,3 +1,4 @@
+// See BackupMap.h.
 #include "transport/BackupMap.h"
 
 void BackupMap::Clear() { *this = {}; }

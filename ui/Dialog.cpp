@@ -1,3 +1,4 @@
+// See Dialog.h.
 #include "ui/Dialog.h"
 
 #include <utility>
@@ -9,12 +10,13 @@
 
 bool Dialog::ShowModal() {
     if (!UserInterfaceIsAllowed()) {
-        Report(std::wstring(m_name) + L".frm.Show\r\nAttempted to show the dialog " + m_name +
-               L" and a user interface is not supported.");
+        Procedure(std::wstring(m_name) + L".frm.Show")
+            .Report(std::wstring(L"Attempted to show the dialog ") + m_name +
+                    L" and a user interface is not supported.");
         return false;
     }
     // The template lies in the module that this code is linked into, which need not be the program.
-    const INT_PTR result = DialogBoxParamW(base::ModuleHandle(), m_name, GetActiveWindow(), &Procedure,
+    const INT_PTR result = DialogBoxParamW(base::ModuleHandle(), m_name, GetActiveWindow(), &DialogProcedure,
                                            reinterpret_cast<LPARAM>(this));
     const DWORD error = GetLastError();
     m_window = nullptr;
@@ -25,7 +27,7 @@ bool Dialog::ShowModal() {
 
 void Dialog::Close(bool accepted) { EndDialog(m_window, accepted ? IDOK : IDCANCEL); }
 
-INT_PTR CALLBACK Dialog::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+INT_PTR CALLBACK Dialog::DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_INITDIALOG) {
         SetWindowLongPtrW(window, DWLP_USER, lParam);
         reinterpret_cast<Dialog*>(lParam)->m_window = window;

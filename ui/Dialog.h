@@ -38,7 +38,7 @@ protected:
     void Enable(int control, bool enabled) const;
 
 private:
-    static INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    static INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     INT_PTR Answer(UINT message, WPARAM wParam);
     HWND Control(int control) const;
     void Focus(int control) const;

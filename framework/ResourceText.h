@@ -6,4 +6,4 @@
 #include <string>
 
 /// Text of a resource. Throws when the table does not hold the number.
-std::wstring BrandedText(LONG id);
+std::wstring ResourceText(LONG id);
