@@ -66,6 +66,15 @@ void TestFolder(const std::wstring& testFile, std::wstring& step) {
     FileSystem::DeleteFile(testFile, FileSystem::ReadOnlyFiles::Delete);
 }
 
+/// An object that the apartment keeps; created on first use. A failure is reported under the procedure.
+template <class Class, class Interface>
+Interface* FrameworkObject(Microsoft::WRL::ComPtr<Interface>& kept, const wchar_t* procedure) try {
+    if (!kept) kept = CreateFrameworkObject<Class, Interface>();
+    return kept.Get();
+} catch (...) {
+    ReportAndRaise(procedure);
+}
+
 }  // namespace
 
 void Main() {
@@ -133,20 +142,13 @@ std::wstring GetProperty(IZNPropertySet* PropertySet, const std::wstring& Name,
     ReportAndRaise(L"modMain.GetProperty");
 }
 
-IZNRegistry* ZNRegObject() try {
-    auto& registry = ThisApartment().registry;
-    if (!registry) registry = CreateFrameworkObject<ZNRegistry, IZNRegistry>();
-    return registry.Get();
-} catch (...) {
-    ReportAndRaise(L"modMain.ZNRegObject: ");
+IZNRegistry* ZNRegObject() {
+    return FrameworkObject<ZNRegistry>(ThisApartment().registry, L"modMain.ZNRegObject: ");
 }
 
-IZNBrandingResources* ZNBrandingResObject() try {
-    auto& resources = ThisApartment().brandingResources;
-    if (!resources) resources = CreateFrameworkObject<ZNBrandingResources, IZNBrandingResources>();
-    return resources.Get();
-} catch (...) {
-    ReportAndRaise(L"modMain.ZNBrandingResObject: ");
+IZNBrandingResources* ZNBrandingResObject() {
+    return FrameworkObject<ZNBrandingResources>(ThisApartment().brandingResources,
+                                                L"modMain.ZNBrandingResObject: ");
 }
 
 bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) {

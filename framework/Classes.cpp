@@ -1,5 +1,5 @@
 // The creatable classes of znFramework.dll.
-#include "com/server/Module.h"
+#include "com/server/ServerModule.h"
 #include "framework/ZNApplicationContext.h"
 #include "framework/ZNBrandingResources.h"
 #include "framework/ZNCategory.h"

@@ -6,7 +6,6 @@
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
-#include "com/server/Module.h"
 #include "host/Components.h"
 
 using Microsoft::WRL::ComPtr;

@@ -1,7 +1,7 @@
 // The creatable classes of znTransporter.dll.
 #include "cipher/clsRijndael.h"
 #include "cmdline/clsCmdLine.h"
-#include "com/server/Module.h"
+#include "com/server/ServerModule.h"
 #include "common/Apartment.h"
 #include "common/modMain.h"
 #include "encoders/clsXDeltaEncoder.h"

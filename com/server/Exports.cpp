@@ -2,7 +2,7 @@
 #include <shlwapi.h>
 
 #include "base/Text.h"
-#include "com/server/Module.h"
+#include "com/server/ServerModule.h"
 
 STDAPI DllGetClassObject(REFCLSID clsid, REFIID id, void** object) {
     return com::GetClassObject(clsid, id, object);

@@ -11,7 +11,7 @@
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
-#include "com/server/Module.h"
+#include "com/server/ServerModule.h"
 
 using Microsoft::WRL::ComPtr;
 

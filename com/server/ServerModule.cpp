@@ -1,5 +1,5 @@
-// See Module.h.
-#include "com/server/Module.h"
+// See ServerModule.h.
+#include "com/server/ServerModule.h"
 
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
