@@ -1,18 +1,4 @@
-# What DLLs and programs share: headers from Debian, version and manifest resources.
-
-# Debian's header-only libraries lie in /usr/include, beside headers of the build machine that must not
-# reach a cross compiler: links show the compiler these libraries alone.
-function(zn_use_system_headers TARGET)
-  set(folder ${CMAKE_CURRENT_BINARY_DIR}/system_headers)
-  file(MAKE_DIRECTORY ${folder})
-  foreach(name ${ARGN})
-    if(NOT EXISTS /usr/include/${name})
-      message(FATAL_ERROR "/usr/include/${name} is missing: run tools/setup")
-    endif()
-    file(CREATE_LINK /usr/include/${name} ${folder}/${name} SYMBOLIC)
-  endforeach()
-  target_include_directories(${TARGET} SYSTEM PRIVATE ${folder})
-endfunction()
+# What DLLs and programs share: version and manifest resources, and what makes them a part of the product.
 
 # zn_add_version(TARGET DESCRIPTION)
 function(zn_add_version TARGET DESCRIPTION)
@@ -24,7 +10,7 @@ function(zn_add_version TARGET DESCRIPTION)
     set(SUFFIX .dll)
     set(FILE_TYPE VFT_DLL)
   endif()
-  configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc @ONLY)
   target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc)
 endfunction()
 
@@ -43,13 +29,37 @@ function(zn_add_program_manifest TARGET NUMBER)
   endforeach()
   set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_${NUMBER}.manifest)
   set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest_${NUMBER}.rc)
-  configure_file(${CMAKE_SOURCE_DIR}/cmake/program.manifest.in ${manifest} @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/program.manifest.in ${manifest} @ONLY)
   file(WRITE ${rc} "#include <winuser.h>\n${NUMBER} RT_MANIFEST \"${manifest}\"\n")
   target_sources(${TARGET} PRIVATE ${rc})
   set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS ${manifest})
 endfunction()
 
-# A DLL that serves COM classes: com's entry points, its type libraries, its manifest.
+# Makes a program or DLL a file of the product: its place, its version, its symbols, its installation.
+# zn_add_to_product(TARGET DESCRIPTION)
+function(zn_add_to_product TARGET DESCRIPTION)
+  zn_add_version(${TARGET} ${DESCRIPTION})
+  get_target_property(type ${TARGET} TYPE)
+  if(type STREQUAL EXECUTABLE)
+    set(file ${TARGET}${CMAKE_EXECUTABLE_SUFFIX})
+  else()
+    set(file ${TARGET}${CMAKE_SHARED_LIBRARY_SUFFIX})
+  endif()
+  set_target_properties(${TARGET} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${ZN_BIN_DIR})
+  # What is tested is what is shipped: the symbols leave the file as soon as it is linked.
+  set(symbols ${ZN_SYMBOLS_DIR}/${file}.debug)
+  file(MAKE_DIRECTORY ${ZN_SYMBOLS_DIR})
+  add_custom_command(
+    TARGET ${TARGET} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${TARGET}> ${symbols}
+    COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${TARGET}>
+    BYPRODUCTS ${symbols}
+    VERBATIM)
+  install(TARGETS ${TARGET} RUNTIME DESTINATION bin COMPONENT product)
+  install(FILES ${symbols} DESTINATION bin COMPONENT symbols)
+endfunction()
+
+# A DLL that serves COM classes: com's entry points, its type libraries, its class table and manifest.
 # zn_add_com_module(TARGET DESCRIPTION IDL IDL... SOURCES source...)
 function(zn_add_com_module TARGET DESCRIPTION)
   cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "" "IDL;SOURCES")
@@ -64,11 +74,9 @@ function(zn_add_com_module TARGET DESCRIPTION)
   set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_typelib.rc)
   file(WRITE ${rc} "${resources}")
   set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS "${libraries}")
-  add_library(${TARGET} SHARED ${MODULE_SOURCES} ${PROJECT_SOURCE_DIR}/com/server/Exports.cpp
-              ${PROJECT_SOURCE_DIR}/com/server/Exports.def ${rc})
-  set_target_properties(${TARGET} PROPERTIES PREFIX "")
-  target_link_options(${TARGET} PRIVATE -Wl,--enable-stdcall-fixup)
-  target_link_libraries(${TARGET} PRIVATE com_server contracts)
-  zn_add_version(${TARGET} ${DESCRIPTION})
-  zn_write_assembly_manifest(${TARGET} ${MODULE_IDL})
+  add_library(${TARGET} SHARED ${MODULE_SOURCES} ${rc})
+  target_link_libraries(${TARGET} PRIVATE com_exports contracts)
+  zn_add_classes(${TARGET} ${MODULE_IDL})
+  zn_add_to_product(${TARGET} ${DESCRIPTION})
+  install(FILES ${ZN_BIN_DIR}/${TARGET}.manifest DESTINATION bin COMPONENT product)
 endfunction()

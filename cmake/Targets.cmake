@@ -1,8 +1,18 @@
-# What all targets of the project have in common: include paths, definitions, warnings.
+# What the targets of the project have in common. A target takes it by linking; nothing is set for whole folders.
 
 option(ZN_WARNINGS_AS_ERRORS "Warnings end the build" OFF)
+option(ZN_SANITIZE "Build with address and undefined-behaviour sanitizers" OFF)
+option(ZN_FUZZ "Build the fuzzers, which needs clang" OFF)
+
+add_library(zn_sanitizers INTERFACE)
+if(ZN_SANITIZE)
+  target_compile_options(zn_sanitizers INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                 -fno-omit-frame-pointer $<$<BOOL:${ZN_FUZZ}>:-fsanitize=fuzzer-no-link>)
+  target_link_options(zn_sanitizers INTERFACE -fsanitize=address,undefined)
+endif()
 
 add_library(zn_settings INTERFACE)
+target_link_libraries(zn_settings INTERFACE zn_sanitizers)
 target_compile_features(zn_settings INTERFACE cxx_std_20)
 target_include_directories(zn_settings INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(zn_settings INTERFACE
@@ -15,9 +25,23 @@ if(WIN32)
   # Programs depend on Windows alone: the compiler's runtime is linked in.
   target_link_options(zn_settings INTERFACE -static -static-libgcc -static-libstdc++)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 16)
+  target_include_directories(zn_settings SYSTEM INTERFACE ${PROJECT_SOURCE_DIR}/cmake/clang)
+endif()
 
 # zn_add_library(NAME source...): a part of the programs, with what users of its headers need
 function(zn_add_library NAME)
   add_library(${NAME} STATIC ${ARGN})
   target_link_libraries(${NAME} PUBLIC zn_settings)
+endfunction()
+
+# zn_share_precompiled_headers(TARGET...): those of com. In what comes from them this compiler takes copies of short
+# literals for ones out of bounds.
+function(zn_share_precompiled_headers)
+  foreach(target ${ARGN})
+    if(NOT target STREQUAL com)
+      target_precompile_headers(${target} REUSE_FROM com)
+    endif()
+    target_compile_options(${target} PRIVATE -Wno-array-bounds -Wno-stringop-overread)
+  endforeach()
 endfunction()

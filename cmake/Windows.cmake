@@ -1,9 +1,12 @@
 # Settings and helpers for the Windows builds.
 enable_language(RC)
 
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-set(ZN_GENERATED_DIR ${CMAKE_BINARY_DIR}/include)
+# The product's files, and nothing else.
+set(ZN_BIN_DIR ${PROJECT_BINARY_DIR}/bin)
+# Their symbols, which debuggers and tools that read stack traces need.
+set(ZN_SYMBOLS_DIR ${PROJECT_BINARY_DIR}/symbols)
+# What widl makes of the interface definitions, for hosts, too.
+set(ZN_GENERATED_DIR ${PROJECT_BINARY_DIR}/include)
 
 include(${CMAKE_CURRENT_LIST_DIR}/Idl.cmake)
 include(${CMAKE_CURRENT_LIST_DIR}/Program.cmake)

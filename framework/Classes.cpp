@@ -11,22 +11,10 @@
 #include "framework/ZNStartup.h"
 
 namespace {
-
-constexpr com::ClassEntry kClasses[] = {
-    com::ClassOf<ZNEventLog>(L"znSystem.ZNEventLog"),
-    com::ClassOf<ZNStartup>(L"znSystem.ZNStartup"),
-    com::ClassOf<ZNRegistry>(L"znSystem.ZNRegistry"),
-    com::ClassOf<ZNPropertySet>(L"znSystem.ZNPropertySet"),
-    com::ClassOf<ZNBrandingResources>(L"znFramework.ZNBrandingResources"),
-    com::ClassOf<ZNApplicationContext>(L"znFramework.ZNApplicationContext"),
-    com::ClassOf<ZNLocale>(L"znFramework.ZNLocale"),
-    com::ClassOf<ZNCategory>(L"znFramework.ZNCategory"),
-    com::ClassOf<ZNMobileFolders>(L"znFramework.ZNMobileFolders"),
-};
-
+#include "znFramework_classes.inc"
 }  // namespace
 
 const com::ModuleDescription& com::ThisModule() {
-    static constexpr ModuleDescription description{.classes = kClasses, .typeLibraries = 3};
+    static constexpr ModuleDescription description{.classes = kClasses, .typeLibraries = kTypeLibraries};
     return description;
 }

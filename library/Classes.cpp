@@ -13,23 +13,13 @@
 #include "transport/clsTransporter.h"
 
 namespace {
-
-constexpr com::ClassEntry kClasses[] = {
-    com::ClassOf<clsTransporter>(L"znTransporter.clsTransporter"),
-    com::ClassOf<clsZipEncoder>(L"znTransporter.clsZipEncoder"),
-    com::ClassOf<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder"),
-    com::ClassOf<clsXCOPYSndRcv>(L"znTransporter.clsXCOPYSndRcv"),
-    com::ClassOf<clsTranMobileConfig>(L"znTransporter.clsTranMobileConfig"),
-    com::ClassOf<clsFTPSndRcv>(L"znTransporter.clsFTPSndRcv"),
-    com::ClassOf<clsFTPFile>(L"znTransporter.clsFTPFile"),
-    com::ClassOf<clsCmdLine>(L"znTransporter.clsCmdLine"),
-    com::ClassOf<clsRijndael>(L"znTransporter.clsRijndael"),
-};
-
+#include "znTransporter_classes.inc"
 }  // namespace
 
 const com::ModuleDescription& com::ThisModule() {
-    static constexpr ModuleDescription description{
-        .classes = kClasses, .typeLibraries = 1, .start = &Main, .releaseApartment = &ReleaseThisApartment};
+    static constexpr ModuleDescription description{.classes = kClasses,
+                                                   .typeLibraries = kTypeLibraries,
+                                                   .start = &Main,
+                                                   .releaseApartment = &ReleaseThisApartment};
     return description;
 }
