@@ -29,7 +29,8 @@ function(zn_add_classes DLL)
   add_custom_command(
     OUTPUT ${table} ${manifest}
     COMMAND Python3::Interpreter ${script} --name ${DLL} --version ${PROJECT_VERSION}.0
-            --architecture ${ZN_ASSEMBLY_ARCHITECTURE} --table ${table} --template ${template} --manifest ${manifest} ${idl}
+            --architecture ${ZN_ASSEMBLY_ARCHITECTURE} --table ${table} --template ${template}
+            --manifest ${manifest} ${idl}
     DEPENDS ${script} ${template} ${idl}
     COMMENT "Listing the classes of ${DLL}"
     VERBATIM)

@@ -6,8 +6,9 @@ option(ZN_FUZZ "Build the fuzzers, which needs clang" OFF)
 
 add_library(zn_sanitizers INTERFACE)
 if(ZN_SANITIZE)
-  target_compile_options(zn_sanitizers INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                                                 -fno-omit-frame-pointer $<$<BOOL:${ZN_FUZZ}>:-fsanitize=fuzzer-no-link>)
+  target_compile_options(zn_sanitizers INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+    $<$<BOOL:${ZN_FUZZ}>:-fsanitize=fuzzer-no-link>)
   target_link_options(zn_sanitizers INTERFACE -fsanitize=address,undefined)
 endif()
 
