@@ -1,10 +1,14 @@
 # make          build everything
 # make demo     two installations exchange packets, through a folder and an FTP server (BITS=64 for the 64-bit build)
-# make test     all tests
-# make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each, 20 in the tests)
+# make test     the fast tests of all builds, and checks of the sources;  make test-all   the slow tests, too
+# make package  the zip files of a release, in build/win32/package and build/win64/package
+# make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each)
 # make screenshots  pictures of the dialogs
 # make bench    the library and the companion programs beside others of their kind
+# make coverage which lines the tests execute
 # make format   clang-format;  make tidy   clang-tidy
+#
+# Each build is a preset as well: cmake --workflow --preset win64 (win32, native, fuzz), after tools/setup.
 
 SHELL := /bin/bash
 .DELETE_ON_ERROR:
@@ -12,10 +16,11 @@ SHELL := /bin/bash
 # Which Windows builds run here; tools/setup finds out.
 RUNNABLE = $(or $(shell cat build/setup/bits 2>/dev/null),64)
 BITS ?= $(lastword $(RUNNABLE))
-WARM = tools/wine-server run
+# What runs here is known only after the set-up, too late for a list of prerequisites.
+BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test screenshots fuzz bench format check-format tidy clean
+.PHONY: all setup demo test test-all package fuzz screenshots bench coverage format check-format tidy clean
 .NOTPARALLEL:
 
 all: build-native build-fuzz build-win32 build-win64
@@ -24,31 +29,38 @@ setup:
 	@tools/setup
 
 build-%: setup
-	@[[ -f build/$*/build.ninja ]] || cmake --preset $* >build/configure-$*.log || { cat build/configure-$*.log; false; }
-	@cmake --build build/$*
-
-# What runs here is known only after the set-up, too late for a list of prerequisites.
-BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
+	@[[ build/$*/build.ninja -nt CMakePresets.json ]] || cmake --preset $*
+	@cmake --build --preset $*
 
 demo: setup
 	@$(BUILD_RUNNABLE)
-	@$(WARM) tools/demo $(BITS)
+	@tools/demo $(BITS)
 
 test: all check-format
-	@$(WARM) tools/test
-	@tools/screenshots $(BITS)
+	@tools/test
 
-screenshots: setup
-	@$(BUILD_RUNNABLE)
-	@tools/screenshots $(BITS)
+test-all: all check-format
+	@tools/test --all
+
+package: build-win32 build-win64
+	@cpack --preset win32 && cpack --preset win64
 
 fuzz: export FUZZ_SECONDS ?= 300
 fuzz: build-fuzz
-	@ctest --test-dir build/fuzz --output-on-failure -j 2
+	@ctest --preset fuzz
 
-bench: build-native
+screenshots: setup
 	@$(BUILD_RUNNABLE)
-	@$(WARM) bench/run $(BITS)
+	@tools/screenshots build/win$(BITS)
+
+bench: build-bench
+	@$(BUILD_RUNNABLE)
+	@bench/run $(BITS)
+
+coverage: build-coverage
+	@find build/coverage -name '*.gcda' -delete
+	@ctest --preset coverage
+	@tools/coverage build/coverage .
 
 format: setup
 	@$(SOURCES) | xargs -0 clang-format -i
@@ -56,7 +68,7 @@ format: setup
 check-format: setup
 	@$(SOURCES) | xargs -0 clang-format --dry-run -Werror
 
-tidy: all
+tidy: build-native build-win64
 	@tools/tidy
 
 clean:

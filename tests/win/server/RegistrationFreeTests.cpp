@@ -1,6 +1,11 @@
 // A C++ host that creates the classes without any registration: its manifest names the assemblies.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
+#include "base/Module.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/ScratchHives.h"
 
@@ -28,6 +33,32 @@ TEST(RegistrationFree, ManifestsServeTheClassesByProgId) {
     EXPECT_EQ(
         CoCreateInstance(__uuidof(clsTransporter), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&transporter)),
         S_OK);
+}
+
+/// The ProgIDs of the classes that the manifest of an assembly beside this program lists.
+std::vector<std::wstring> ProgIdsOf(const wchar_t* assembly) {
+    std::ifstream file(std::filesystem::path(base::ModulePath()).replace_filename(assembly));
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::regex progId("progid=\"([^\"]+)\"");
+    std::vector<std::wstring> found;
+    for (std::sregex_iterator match(text.begin(), text.end(), progId), end; match != end; ++match)
+        found.emplace_back((*match)[1].first, (*match)[1].second);
+    return found;
+}
+
+TEST(RegistrationFree, EveryClassOfTheManifestsCanBeCreated) {
+    const ComApartment apartment;
+    for (const wchar_t* assembly : {L"znTransporter.manifest", L"znFramework.manifest"}) {
+        const auto progIds = ProgIdsOf(assembly);
+        EXPECT_FALSE(progIds.empty()) << testing::PrintToString(assembly);
+        for (const std::wstring& progId : progIds) {
+            CLSID clsid{};
+            ComPtr<IUnknown> object;
+            EXPECT_EQ(CLSIDFromProgID(progId.c_str(), &clsid), S_OK) << testing::PrintToString(progId);
+            EXPECT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), S_OK)
+                << testing::PrintToString(progId);
+        }
+    }
 }
 
 TEST(RegistrationFree, TheFolderLocatorAnswersFromTheMobileConfiguration) {
