@@ -3,26 +3,25 @@
 
 #include <cstdint>
 #include <exception>
-#include <source_location>
 #include <string>
 #include <string_view>
 
 namespace base {
 
-/// Where a function was called: functions that throw take it as their last parameter, so that a failure tells
-/// the call and not the function.
-using Where = std::source_location;
-
-/// A place in the source.
+/// A place in the source. As std::source_location, which the compiler of the fuzzers lacks.
 struct Place {
     unsigned line = 0;  ///< 0 when unknown, or told already
     const char* file = "";
-    const char* function = "";
 
-    static constexpr Place Of(Where where) noexcept {
-        return {where.line(), where.file_name(), where.function_name()};
+    static constexpr Place current(unsigned line = __builtin_LINE(),
+                                   const char* file = __builtin_FILE()) noexcept {
+        return {line, file};
     }
 };
+
+/// Where a function was called: functions that throw take it as their last parameter, so that a failure tells
+/// the call and not the function.
+using Where = Place;
 
 /// One failure: what a caller gets as HRESULT and IErrorInfo, and what reports are made of.
 struct Failure {

@@ -29,7 +29,7 @@ base::Failure PublishedFailure(HRESULT number) {
 void Check(HRESULT result, std::wstring_view subject, base::Where where) {
     if (SUCCEEDED(result)) return;
     base::Failure failure = PublishedFailure(result);
-    failure.place = base::Place::Of(where);
+    failure.place = where;
     if (failure.description.empty())
         failure.description = base::SystemText(static_cast<DWORD>(result), subject);
     throw base::Error(std::move(failure));
