@@ -4,11 +4,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 namespace base {
 
 using Bytes = std::span<const std::uint8_t>;
+
+/// Those of a text, which the caller keeps.
+inline Bytes BytesOf(std::string_view text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
 
 class ByteSource {
 public:

@@ -50,5 +50,9 @@ private:
 
 /// The number of a failure to understand data that somebody else made.
 inline constexpr auto kInvalidData = static_cast<std::int32_t>(0x8007000Du);
+/// The number of a failure to get memory.
+inline constexpr auto kOutOfMemory = static_cast<std::int32_t>(0x8007000Eu);
+/// The number of a failure whose cause is an argument.
+inline constexpr auto kInvalidArgument = static_cast<std::int32_t>(0x80070057u);
 
 }  // namespace base

@@ -36,10 +36,6 @@ void SetRemovedWhenClosed(HANDLE file, bool removed) {
 /// Windows counts from the year 1601.
 constexpr std::chrono::seconds kWindowsEpoch{11'644'473'600};
 
-Bytes BytesOf(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 std::wstring StagingName(const std::wstring& path, unsigned number) {
     // Names are limited to 255 characters: room for the suffix.
     constexpr std::size_t kLongest = 230;

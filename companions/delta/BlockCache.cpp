@@ -1,12 +1,16 @@
+// See BlockCache.h.
 #include "companions/delta/BlockCache.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-#include "companions/support/Error.h"
+#include "base/Error.h"
 
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSource;
 
 namespace {
 
@@ -34,6 +38,11 @@ std::size_t EqualSuffix(Bytes a, Bytes b) {
 }
 
 }  // namespace
+
+void ReadFully(const ByteSource& source, std::uint64_t offset, std::span<std::uint8_t> buffer) {
+    if (source.ReadAt(offset, buffer) != buffer.size())
+        throw base::Error(base::kInvalidData, "a file became shorter while it was read; try again");
+}
 
 BlockCache::BlockCache(const ByteSource& source)
     : m_source(source),
@@ -67,8 +76,7 @@ void BlockCache::Load(std::uint64_t number) {
     // A block that cannot be read must not be taken for one that was there before.
     std::ranges::fill(slots, Slot{});
     auto size = static_cast<std::size_t>(std::min<std::uint64_t>(count * kBlock, m_size - number * kBlock));
-    if (m_source.ReadAt(number * kBlock, {&m_bytes[first * kBlock], size}) != size)
-        throw Error("a file became shorter while it was read; try again");
+    ReadFully(m_source, number * kBlock, {&m_bytes[first * kBlock], size});
     m_afterLoaded = number + count;
     for (Slot& slot : slots) {
         slot = {number++, std::min(size, kBlock)};

@@ -4,20 +4,23 @@
 #include <memory>
 #include <vector>
 
-#include "companions/delta/Bytes.h"
+#include "base/ByteStream.h"
 
 namespace companions::delta {
+
+/// Reads so many bytes from an offset on; throws when the source ends before.
+void ReadFully(const base::ByteSource& source, std::uint64_t offset, std::span<std::uint8_t> buffer);
 
 /// A returned span stays valid until the next call.
 class BlockCache {
 public:
-    explicit BlockCache(const ByteSource& source);
+    explicit BlockCache(const base::ByteSource& source);
 
     std::uint64_t Size() const { return m_size; }
     /// The bytes from offset to the end of its block; empty where the source has ended.
-    Bytes From(std::uint64_t offset);
+    base::Bytes From(std::uint64_t offset);
     /// The bytes from the beginning of a block to offset; empty for offset 0.
-    Bytes UpTo(std::uint64_t offset);
+    base::Bytes UpTo(std::uint64_t offset);
 
 private:
     // Small, as matches may lie anywhere. What is read in order is read by more and more blocks at once.
@@ -26,7 +29,7 @@ private:
     static constexpr std::size_t kMostSlots = 512;
     static constexpr std::uint64_t kNone = ~std::uint64_t{0};
 
-    Bytes Block(std::uint64_t number);
+    base::Bytes Block(std::uint64_t number);
     void Load(std::uint64_t number);
 
     struct Slot {
@@ -34,7 +37,7 @@ private:
         std::size_t size = 0;
     };
 
-    const ByteSource& m_source;
+    const base::ByteSource& m_source;
     const std::uint64_t m_size;
     std::uint64_t m_afterLoaded = 0;
     std::size_t m_atOnce = 1;

@@ -1,3 +1,4 @@
+// See BlockIndex.h.
 #include "companions/delta/BlockIndex.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// See DeltaWriter.h.
 #include "companions/delta/DeltaWriter.h"
 
 #include <zlib.h>
@@ -5,9 +6,11 @@
 #include <algorithm>
 
 #include "companions/delta/Varint.h"
-#include "companions/support/Error.h"
 
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSink;
 
 namespace {
 
@@ -15,22 +18,22 @@ constexpr int kLevel = 6;
 // Three numbers.
 constexpr std::size_t kLongestInstruction = 30;
 
-/// The bytes themselves when packing does not make them fewer.
-std::vector<std::uint8_t> Packed(const std::vector<std::uint8_t>& bytes) {
+/// The bytes themselves when compression does not make them fewer.
+std::vector<std::uint8_t> Compressed(const std::vector<std::uint8_t>& bytes) {
     if (bytes.empty()) return {};
     uLongf size = compressBound(static_cast<uLong>(bytes.size()));
-    std::vector<std::uint8_t> packed(size);
-    if (compress2(packed.data(), &size, bytes.data(), static_cast<uLong>(bytes.size()), kLevel) != Z_OK)
-        throw Error("not enough memory to compress");
+    std::vector<std::uint8_t> compressed(size);
+    if (compress2(compressed.data(), &size, bytes.data(), static_cast<uLong>(bytes.size()), kLevel) != Z_OK)
+        throw base::Error(base::kOutOfMemory, "not enough memory to compress");
     if (size >= bytes.size()) return bytes;
-    packed.resize(size);
-    return packed;
+    compressed.resize(size);
+    return compressed;
 }
 
-/// What is empty has no packed size.
-void AppendSizes(std::vector<std::uint8_t>& sizes, std::size_t size, std::size_t packedSize) {
+/// What is empty has no compressed size.
+void AppendSizes(std::vector<std::uint8_t>& sizes, std::size_t size, std::size_t compressedSize) {
     AppendVarint(sizes, size);
-    if (size != 0) AppendVarint(sizes, packedSize);
+    if (size != 0) AppendVarint(sizes, compressedSize);
 }
 
 }  // namespace
@@ -80,8 +83,8 @@ void DeltaWriter::EndLiterals() {
 void DeltaWriter::EndFrame() {
     EndLiterals();
     if (m_instructions.empty()) return;
-    const auto instructions = Packed(m_instructions);
-    const auto literals = Packed(m_literals);
+    const auto instructions = Compressed(m_instructions);
+    const auto literals = Compressed(m_literals);
     std::vector<std::uint8_t> sizes;
     AppendSizes(sizes, m_instructions.size(), instructions.size());
     AppendSizes(sizes, m_literals.size(), literals.size());

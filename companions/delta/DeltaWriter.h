@@ -1,4 +1,4 @@
-// Writes a delta, packed frame by frame.
+// Writes a delta, compressed frame by frame.
 #pragma once
 
 #include <vector>
@@ -9,10 +9,10 @@ namespace companions::delta {
 
 class DeltaWriter {
 public:
-    DeltaWriter(ByteSink& delta, const Header& header);
+    DeltaWriter(base::ByteSink& delta, const Header& header);
 
     /// The output's next bytes are new.
-    void Add(Bytes bytes);
+    void Add(base::Bytes bytes);
     /// The output's next bytes are the reference's from an offset on.
     void Copy(std::uint64_t offset, std::uint64_t length);
     /// Nothing follows.
@@ -21,9 +21,9 @@ public:
 private:
     void EndLiterals();
     void EndFrame();
-    void Write(Bytes bytes);
+    void Write(base::Bytes bytes);
 
-    ByteSink& m_delta;
+    base::ByteSink& m_delta;
     Hasher m_hasher;
     std::vector<std::uint8_t> m_instructions;
     std::vector<std::uint8_t> m_literals;

@@ -1,3 +1,4 @@
+// See Digest.h.
 #include "companions/delta/Digest.h"
 
 #define XXH_INLINE_ALL
@@ -6,9 +7,12 @@
 #include <algorithm>
 #include <vector>
 
-#include "companions/support/Error.h"
+#include "companions/delta/BlockCache.h"
 
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSource;
 
 struct Hasher::State {
     XXH3_state_t hash;
@@ -33,8 +37,7 @@ Digest DigestOf(const ByteSource& source, std::uint64_t size) {
     Hasher hasher;
     for (std::uint64_t done = 0; done < size;) {
         const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(size - done, buffer.size()));
-        if (source.ReadAt(done, {buffer.data(), wanted}) != wanted)
-            throw Error("a file became shorter while it was read; try again");
+        ReadFully(source, done, {buffer.data(), wanted});
         hasher.Add({buffer.data(), wanted});
         done += wanted;
     }

@@ -4,7 +4,7 @@
 #include <array>
 #include <memory>
 
-#include "companions/delta/Bytes.h"
+#include "base/ByteStream.h"
 
 namespace companions::delta {
 
@@ -15,7 +15,7 @@ class Hasher {
 public:
     Hasher();
     ~Hasher();
-    void Add(Bytes bytes);
+    void Add(base::Bytes bytes);
     /// Of all bytes added so far.
     Digest Result() const;
 
@@ -25,6 +25,6 @@ private:
 };
 
 /// Of the first bytes of a source.
-Digest DigestOf(const ByteSource& source, std::uint64_t size);
+Digest DigestOf(const base::ByteSource& source, std::uint64_t size);
 
 }  // namespace companions::delta

@@ -1,3 +1,4 @@
+// See Format.h.
 #include "companions/delta/Format.h"
 
 #include <algorithm>
@@ -6,6 +7,8 @@
 #include "companions/support/Fields.h"
 
 namespace companions::delta {
+
+using base::Bytes;
 
 namespace {
 

@@ -1,3 +1,4 @@
+// See FrameReader.h.
 #include "companions/delta/FrameReader.h"
 
 #include <zlib.h>
@@ -8,14 +9,16 @@
 
 namespace companions::delta {
 
+using base::Bytes;
+
 namespace {
 
-std::vector<std::uint8_t> Unpacked(const std::vector<std::uint8_t>& packed, std::size_t size) {
+std::vector<std::uint8_t> Decompressed(const std::vector<std::uint8_t>& compressed, std::size_t size) {
     std::vector<std::uint8_t> bytes(size);
-    auto unpackedSize = static_cast<uLongf>(size);
-    auto packedSize = static_cast<uLong>(packed.size());
-    if (uncompress2(bytes.data(), &unpackedSize, packed.data(), &packedSize) != Z_OK ||
-        unpackedSize != size || packedSize != packed.size())
+    auto made = static_cast<uLongf>(size);
+    auto used = static_cast<uLong>(compressed.size());
+    if (uncompress2(bytes.data(), &made, compressed.data(), &used) != Z_OK || made != size ||
+        used != compressed.size())
         throw DamagedDelta("is damaged: its compressed data cannot be unpacked");
     return bytes;
 }
@@ -34,18 +37,19 @@ bool FrameReader::Next(Frame& frame) {
     return true;
 }
 
-/// The packed size is there only where there is something to unpack.
+/// The compressed size is there only where there is something to decompress.
 FrameReader::Part FrameReader::TakeSizes(std::size_t most) {
     const std::uint64_t size = TakeNumber();
     if (size == 0) return {};
-    const std::uint64_t packedSize = TakeNumber();
-    if (size > most || packedSize > size) throw DamagedDelta("is damaged: it has parts of impossible sizes");
-    return {static_cast<std::size_t>(size), static_cast<std::size_t>(packedSize)};
+    const std::uint64_t compressedSize = TakeNumber();
+    if (size > most || compressedSize > size)
+        throw DamagedDelta("is damaged: it has parts of impossible sizes");
+    return {static_cast<std::size_t>(size), static_cast<std::size_t>(compressedSize)};
 }
 
 std::vector<std::uint8_t> FrameReader::TakePart(Part part) {
-    auto packed = Take(part.packedSize);
-    return part.packedSize == part.size ? std::move(packed) : Unpacked(packed, part.size);
+    auto compressed = Take(part.compressedSize);
+    return part.compressedSize == part.size ? std::move(compressed) : Decompressed(compressed, part.size);
 }
 
 std::uint64_t FrameReader::TakeNumber() {

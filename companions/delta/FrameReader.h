@@ -1,4 +1,4 @@
-// Unpacks the frames of a delta.
+// Decompresses the frames of a delta.
 #pragma once
 
 #include <vector>
@@ -15,7 +15,7 @@ struct Frame {
 class FrameReader {
 public:
     /// The frames lie in delta from begin to end.
-    FrameReader(const ByteSource& delta, std::uint64_t begin, std::uint64_t end)
+    FrameReader(const base::ByteSource& delta, std::uint64_t begin, std::uint64_t end)
         : m_delta(delta), m_next(begin), m_end(end) {}
 
     /// False after the last frame. Throws DamagedDelta.
@@ -24,7 +24,7 @@ public:
 private:
     struct Part {
         std::size_t size = 0;
-        std::size_t packedSize = 0;
+        std::size_t compressedSize = 0;
     };
 
     std::uint64_t TakeNumber();
@@ -32,7 +32,7 @@ private:
     std::vector<std::uint8_t> TakePart(Part part);
     std::vector<std::uint8_t> Take(std::uint64_t size);
 
-    const ByteSource& m_delta;
+    const base::ByteSource& m_delta;
     std::uint64_t m_next;
     const std::uint64_t m_end;
 };

@@ -1,10 +1,16 @@
+// See IndexedReference.h.
 #include "companions/delta/IndexedReference.h"
 
 #include <algorithm>
 #include <array>
 #include <vector>
 
+#include "companions/delta/BlockCache.h"
+
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSource;
 
 namespace {
 
@@ -65,10 +71,13 @@ void EnterWindows(BlockIndex& index, Bytes part, std::uint64_t offset) {
 }  // namespace
 
 IndexedReference::IndexedReference(const ByteSource& reference) : index(reference.Size()) {
+    const std::uint64_t size = reference.Size();
     std::vector<std::uint8_t> buffer(kPart);
     Hasher hasher;
-    for (std::uint64_t offset = 0; offset < reference.Size(); offset += kPart) {
-        const Bytes part(buffer.data(), reference.ReadAt(offset, buffer));
+    for (std::uint64_t offset = 0; offset < size; offset += kPart) {
+        const std::span part(buffer.data(),
+                             static_cast<std::size_t>(std::min<std::uint64_t>(kPart, size - offset)));
+        ReadFully(reference, offset, part);
         hasher.Add(part);
         EnterWindows(index, part, offset);
     }

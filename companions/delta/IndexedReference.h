@@ -7,7 +7,7 @@
 namespace companions::delta {
 
 struct IndexedReference {
-    explicit IndexedReference(const ByteSource& reference);
+    explicit IndexedReference(const base::ByteSource& reference);
 
     BlockIndex index;
     Digest digest;

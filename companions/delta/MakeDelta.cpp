@@ -1,3 +1,4 @@
+// See MakeDelta.h.
 #include "companions/delta/MakeDelta.h"
 
 #include <algorithm>
@@ -7,6 +8,10 @@
 #include "companions/delta/Matcher.h"
 
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSink;
+using base::ByteSource;
 
 namespace {
 

@@ -1,9 +1,12 @@
+// See Matcher.h.
 #include "companions/delta/Matcher.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace companions::delta {
+
+using base::Bytes;
 
 namespace {
 

@@ -1,3 +1,4 @@
+// See Patch.h.
 #include "companions/delta/Patch.h"
 
 #include <algorithm>
@@ -7,6 +8,10 @@
 #include "companions/delta/Varint.h"
 
 namespace companions::delta {
+
+using base::Bytes;
+using base::ByteSink;
+using base::ByteSource;
 
 namespace {
 

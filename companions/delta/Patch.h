@@ -9,14 +9,14 @@ class Patch {
 public:
     /// Reads both in full: nothing needs to be written before it is known that they belong together.
     /// Throws DamagedDelta and WrongReference.
-    Patch(const ByteSource& delta, const ByteSource& reference);
+    Patch(const base::ByteSource& delta, const base::ByteSource& reference);
 
     /// Writes what the delta was made from. Throws DamagedDelta, and what was written is useless then.
-    void Apply(ByteSink& output) const;
+    void Apply(base::ByteSink& output) const;
 
 private:
-    const ByteSource& m_delta;
-    const ByteSource& m_reference;
+    const base::ByteSource& m_delta;
+    const base::ByteSource& m_reference;
     Header m_header;
     Digest m_outputDigest{};
 };

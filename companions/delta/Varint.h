@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "companions/delta/Bytes.h"
+#include "base/ByteStream.h"
 
 namespace companions::delta {
 
@@ -16,7 +16,7 @@ inline void AppendVarint(std::vector<std::uint8_t>& bytes, std::uint64_t number)
 }
 
 /// Takes a number off the front; none when it is cut short or does not fit 64 bits.
-inline std::optional<std::uint64_t> TakeVarint(Bytes& bytes) {
+inline std::optional<std::uint64_t> TakeVarint(base::Bytes& bytes) {
     std::uint64_t number = 0;
     for (unsigned shift = 0; shift < 64 && !bytes.empty(); shift += 7) {
         const std::uint8_t byte = bytes.front();

@@ -2,17 +2,19 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string_view>
 #include <vector>
 
-#include "companions/support/Error.h"
+#include "base/ByteStream.h"
+#include "base/Error.h"
 
 namespace companions {
 
 /// A file is damaged, or is of another format, or uses what is not understood here.
-class FormatError : public Error {
-    using Error::Error;
+class FormatError : public base::Error {
+public:
+    explicit FormatError(std::string_view description, base::Where where = base::Where::current())
+        : Error(base::kInvalidData, description, where) {}
 };
 
 class FieldWriter {
@@ -20,7 +22,7 @@ public:
     FieldWriter& U16(std::uint64_t value) { return Append(value, 2); }
     FieldWriter& U32(std::uint64_t value) { return Append(value, 4); }
     FieldWriter& U64(std::uint64_t value) { return Append(value, 8); }
-    FieldWriter& Bytes(std::span<const std::uint8_t> bytes) {
+    FieldWriter& Bytes(base::Bytes bytes) {
         m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
         return *this;
     }
@@ -44,12 +46,12 @@ private:
 /// Reading past the end is a FormatError.
 class FieldReader {
 public:
-    explicit FieldReader(std::span<const std::uint8_t> bytes) : m_bytes(bytes) {}
+    explicit FieldReader(base::Bytes bytes) : m_bytes(bytes) {}
 
     std::uint16_t U16() { return static_cast<std::uint16_t>(Number(2)); }
     std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
     std::uint64_t U64() { return Number(8); }
-    std::span<const std::uint8_t> Bytes(std::size_t count) {
+    base::Bytes Bytes(std::size_t count) {
         if (count > m_bytes.size()) throw FormatError("a record is cut off");
         const auto taken = m_bytes.first(count);
         m_bytes = m_bytes.subspan(count);
@@ -69,7 +71,10 @@ private:
         return value;
     }
 
-    std::span<const std::uint8_t> m_bytes;
+    base::Bytes m_bytes;
 };
+
+/// So many bytes at an offset; FormatError when the source ends before.
+std::vector<std::uint8_t> ReadRecord(const base::ByteSource& source, std::uint64_t offset, std::size_t size);
 
 }  // namespace companions

@@ -1,29 +1,29 @@
-// Reads a zip archive by its directory.
+// Reads a zip archive by its central directory.
 #pragma once
 
 #include <vector>
 
-#include "companions/support/Bytes.h"
-#include "companions/support/Fields.h"
-#include "companions/zip/Member.h"
+#include "base/ByteStream.h"
+#include "companions/zip/Entry.h"
 
 namespace companions::zip {
 
 class ArchiveReader {
 public:
-    /// Reads the directory. The caller keeps the source.
-    explicit ArchiveReader(const ByteSource& source);
+    /// Reads the central directory. The caller keeps the source. Throws FormatError.
+    explicit ArchiveReader(const base::ByteSource& source);
 
     /// In the order of the directory.
-    const std::vector<Member>& Members() const { return m_members; }
-    /// Writes a member's content, and checks it: the sink's bytes count only when this returns.
-    void Extract(const Member& member, ByteSink& sink) const;
+    const std::vector<Entry>& Entries() const { return m_entries; }
+    /// Writes an entry's content, and checks it: the sink's bytes count only when this returns. Throws
+    /// FormatError.
+    void Extract(const Entry& entry, base::ByteSink& sink) const;
 
 private:
-    std::uint64_t ContentOffset(const Member& member) const;
+    std::uint64_t ContentOffset(const Entry& entry) const;
 
-    const ByteSource& m_source;
-    std::vector<Member> m_members;
+    const base::ByteSource& m_source;
+    std::vector<Entry> m_entries;
 };
 
 }  // namespace companions::zip

@@ -1,3 +1,4 @@
+// See Codec.h.
 #include "companions/zip/Codec.h"
 
 #include <zlib.h>
@@ -13,6 +14,10 @@
 
 namespace companions::zip {
 
+using base::Bytes;
+using base::ByteSink;
+using base::ByteSource;
+
 namespace {
 
 constexpr std::size_t kBlock = std::size_t{256} << 10;
@@ -24,7 +29,7 @@ using Block = std::vector<std::uint8_t>;
 /// The counts of zlib are 32-bit; blocks are far smaller.
 uInt Count(std::size_t bytes) { return static_cast<uInt>(bytes); }
 
-std::uint32_t Crc(std::uint32_t crc, std::span<const std::uint8_t> bytes) {
+std::uint32_t Crc(std::uint32_t crc, Bytes bytes) {
     return static_cast<std::uint32_t>(crc32(crc, bytes.data(), Count(bytes.size())));
 }
 
@@ -55,7 +60,7 @@ Range Whole(const ByteSource& source) { return {source, 0, source.Size()}; }
 /// Random bytes, as of compressed or encrypted content, are all about equally frequent, yet not exactly so:
 /// the chi-squared statistic tells, which is about 255 for them. Repeated content makes it larger, regular
 /// content smaller.
-bool LooksRandom(std::span<const std::uint8_t> bytes) {
+bool LooksRandom(Bytes bytes) {
     constexpr double kLeast = 187;
     constexpr double kMost = 323;
     constexpr std::size_t kEnough = std::size_t{64} << 10;
@@ -97,21 +102,21 @@ private:
         m_stream.next_out = m_out.data();
         m_stream.avail_out = Count(m_out.size());
         deflateParams(&m_stream, level, Z_DEFAULT_STRATEGY);
-        Drain(sink);
+        Flush(sink);
     }
 
-    void Run(std::span<std::uint8_t> bytes, int flush, ByteSink& sink) {
+    void Run(std::span<std::uint8_t> bytes, int mode, ByteSink& sink) {
         m_stream.next_in = bytes.data();
         m_stream.avail_in = Count(bytes.size());
         do {
             m_stream.next_out = m_out.data();
             m_stream.avail_out = Count(m_out.size());
-            deflate(&m_stream, flush);
-            Drain(sink);
+            deflate(&m_stream, mode);
+            Flush(sink);
         } while (m_stream.avail_out == 0);
     }
 
-    void Drain(ByteSink& sink) {
+    void Flush(ByteSink& sink) {
         const std::size_t made = m_out.size() - m_stream.avail_out;
         sink.Write(std::span(m_out).first(made));
         m_written += made;
@@ -135,13 +140,13 @@ public:
 
     bool AtEnd() const { return m_atEnd; }
 
-    void Feed(std::span<std::uint8_t> packed) {
-        m_stream.next_in = packed.data();
-        m_stream.avail_in = Count(packed.size());
+    void Feed(std::span<std::uint8_t> compressed) {
+        m_stream.next_in = compressed.data();
+        m_stream.avail_in = Count(compressed.size());
     }
 
     /// The next bytes; none when it must be fed, or at the end.
-    std::span<const std::uint8_t> Next() {
+    Bytes Next() {
         m_stream.next_out = m_out.data();
         m_stream.avail_out = Count(m_out.size());
         const int result = inflate(&m_stream, Z_NO_FLUSH);
@@ -165,7 +170,7 @@ class CheckedSink {
 public:
     CheckedSink(std::uint64_t size, ByteSink& sink) : m_left(size), m_sink(sink) {}
 
-    void Write(std::span<const std::uint8_t> bytes) {
+    void Write(Bytes bytes) {
         if (bytes.size() > m_left) throw FormatError("it is longer than the archive announces");
         m_left -= bytes.size();
         m_crc = Crc(m_crc, bytes);
@@ -193,36 +198,36 @@ void InflateBlock(Inflater& inflater, std::span<std::uint8_t> block, CheckedSink
 
 }  // namespace
 
-Packed Deflate(const ByteSource& source, int level, ByteSink& sink) {
-    Packed packed;
+Compressed Deflate(const ByteSource& source, int level, ByteSink& sink) {
+    Compressed result;
     Deflater deflater(level);
     BlockReader reader(Whole(source));
     for (auto block = reader.Next(); !block.empty(); block = reader.Next()) {
-        packed.crc = Crc(packed.crc, block);
+        result.crc = Crc(result.crc, block);
         deflater.Write(block, sink);
     }
     deflater.Finish(sink);
-    packed.size = reader.Done();
-    packed.packedSize = deflater.Written();
-    return packed;
+    result.size = reader.Done();
+    result.compressedSize = deflater.Written();
+    return result;
 }
 
-Packed Store(const ByteSource& source, ByteSink& sink) {
-    Packed packed;
+Compressed Store(const ByteSource& source, ByteSink& sink) {
+    Compressed result;
     BlockReader reader(Whole(source));
     for (auto block = reader.Next(); !block.empty(); block = reader.Next()) {
-        packed.crc = Crc(packed.crc, block);
+        result.crc = Crc(result.crc, block);
         sink.Write(block);
     }
-    packed.size = reader.Done();
-    packed.packedSize = packed.size;
-    return packed;
+    result.size = reader.Done();
+    result.compressedSize = result.size;
+    return result;
 }
 
-std::uint32_t Inflate(const Range& packed, std::uint64_t size, ByteSink& sink) {
+std::uint32_t Inflate(const Range& compressed, std::uint64_t size, ByteSink& sink) {
     Inflater inflater;
     CheckedSink checked(size, sink);
-    BlockReader reader(packed);
+    BlockReader reader(compressed);
     while (!inflater.AtEnd()) {
         const auto block = reader.Next();
         if (block.empty()) throw FormatError("its compressed data is cut off");
@@ -232,9 +237,9 @@ std::uint32_t Inflate(const Range& packed, std::uint64_t size, ByteSink& sink) {
     return checked.Finish();
 }
 
-std::uint32_t Copy(const Range& packed, std::uint64_t size, ByteSink& sink) {
+std::uint32_t Copy(const Range& compressed, std::uint64_t size, ByteSink& sink) {
     CheckedSink checked(size, sink);
-    BlockReader reader(packed);
+    BlockReader reader(compressed);
     for (auto block = reader.Next(); !block.empty(); block = reader.Next())
         checked.Write(block);
     return checked.Finish();

@@ -1,21 +1,24 @@
+// See Extraction.h.
 #include "companions/zip/Extraction.h"
 
 #include <set>
 
+#include "companions/support/Fields.h"
+
 namespace companions::zip {
 
-std::vector<Target> PlanExtraction(const std::vector<Member>& members, Paths paths) {
+std::vector<Target> PlanExtraction(const std::vector<Entry>& entries, Paths paths, Folding fold) {
     std::vector<Target> targets;
-    std::set<std::filesystem::path::string_type> seen;
-    for (const Member& member : members) {
-        if (member.IsFolder() && paths == Paths::Junk) continue;
-        Target target{&member, TargetPath(member.name, paths)};
+    std::set<std::wstring> seen;
+    for (const Entry& entry : entries) {
+        if (entry.IsFolder() && paths == Paths::Junk) continue;
+        Target target{&entry, TargetPath(entry.name, paths)};
         if (target.path.empty()) {
-            if (member.IsFolder()) continue;
+            if (entry.IsFolder()) continue;
             throw FormatError("a member has no name");
         }
-        if (!seen.insert(Folded(target.path)).second)
-            throw FormatError(member.name + " has the same name as another member" +
+        if (!seen.insert(fold(target.path)).second)
+            throw FormatError(entry.name + " has the same name as another member" +
                               (paths == Paths::Junk ? "; extract with paths, without -j" : ""));
         targets.push_back(std::move(target));
     }

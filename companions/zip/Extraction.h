@@ -1,21 +1,25 @@
-// Which member becomes which file.
+// Which entry becomes which file.
 #pragma once
 
-#include <filesystem>
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "companions/zip/Member.h"
+#include "companions/zip/Entry.h"
 #include "companions/zip/Names.h"
 
 namespace companions::zip {
 
 struct Target {
-    const Member* member = nullptr;
-    std::filesystem::path path;  ///< relative to the destination folder
+    const Entry* entry = nullptr;
+    std::wstring path;  ///< relative to the destination folder
 };
 
-/// Throws FormatError when a member cannot be extracted under its name, or two of them have the same name:
+/// Makes the same of two paths that mean the same file.
+using Folding = std::wstring (*)(std::wstring_view path);
+
+/// Throws FormatError when an entry cannot be extracted under its name, or two of them have the same name:
 /// nothing is extracted then. Folders are left out when paths are junked.
-std::vector<Target> PlanExtraction(const std::vector<Member>& members, Paths paths);
+std::vector<Target> PlanExtraction(const std::vector<Entry>& entries, Paths paths, Folding fold);
 
 }  // namespace companions::zip

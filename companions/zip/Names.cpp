@@ -1,47 +1,46 @@
+// See Names.h.
 #include "companions/zip/Names.h"
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <ranges>
+#include <optional>
 #include <vector>
 
 #include "base/Path.h"
-
-#ifdef _WIN32
-#include "base/Text.h"
-#endif
+#include "base/Utf8.h"
+#include "companions/support/Fields.h"
 
 namespace companions::zip {
 
 namespace {
 
 /// Characters 128 to 255.
-constexpr std::u16string_view kOemCharacters =
-    u"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
-    u"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
-static_assert(kOemCharacters.size() == 128);
+constexpr std::wstring_view kCodePage437 =
+    L"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒáíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
+    L"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00A0";
+static_assert(kCodePage437.size() == 128);
 
-void AppendUtf8(std::string& text, char16_t character) {
-    const auto tail = [&](int shift) { text += static_cast<char>(0x80 | (character >> shift & 0x3F)); };
-    if (character < 0x800) {
-        text += static_cast<char>(0xC0 | character >> 6);
-    } else {
-        text += static_cast<char>(0xE0 | character >> 12);
-        tail(6);
-    }
-    tail(0);
-}
+constexpr std::wstring_view kSeparators = L"/\\";
 
-std::vector<std::string> Components(const std::string& name) {
-    std::vector<std::string> components(1);
-    for (const char character : name) {
-        if (character == '/' || character == '\\')
+bool IsSeparator(wchar_t character) { return kSeparators.find(character) != std::wstring_view::npos; }
+
+std::vector<std::wstring> Components(std::wstring_view path) {
+    std::vector<std::wstring> components(1);
+    for (const wchar_t character : path) {
+        if (IsSeparator(character))
             components.emplace_back();
         else
             components.back() += character;
     }
     return components;
+}
+
+/// What stands behind the drive or the server.
+std::wstring_view BehindRoot(std::wstring_view path) {
+    if (path.size() >= 2 && path[1] == L':') return path.substr(2);
+    const bool hasServer =
+        path.size() > 2 && IsSeparator(path[0]) && IsSeparator(path[1]) && !IsSeparator(path[2]);
+    if (!hasServer) return path;
+    return path.substr(std::min(path.size(), path.find_first_of(kSeparators, 2)));
 }
 
 bool IsForbidden(wchar_t character) {
@@ -60,82 +59,46 @@ void CheckComponent(const std::wstring& component, const std::string& name) {
     if (Path::IsDeviceName(component)) throw FormatError(name + " has the name of a device");
 }
 
-std::filesystem::path CheckedPart(const std::string& component, const std::string& name) try {
-    std::filesystem::path part(std::u8string(component.begin(), component.end()));
-    // A wide string of it would depend on the locale.
-    const std::u16string units = part.u16string();
-    CheckComponent({units.begin(), units.end()}, name);
-    return part;
-} catch (const std::system_error&) {
-    throw FormatError(name + " is not named in UTF-8");
-}
-
 }  // namespace
 
-bool IsUtf8(std::string_view text) {
-    std::size_t following = 0;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool continues = (byte & 0xC0) == 0x80;
-        if (continues != (following > 0)) return false;
-        if (continues)
-            --following;
-        else if (byte >= 0x80)
-            following = byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : 1;
-    }
-    return following == 0;
-}
-
-std::string FromOemCharacters(std::string_view name) {
-    std::string text;
+std::string FromCodePage437(std::string_view name) {
+    std::wstring text;
     for (const char character : name) {
         const auto code = static_cast<unsigned char>(character);
-        if (code < 0x80)
-            text += character;
-        else
-            AppendUtf8(text, kOemCharacters[code - 0x80U]);
+        text += code < 0x80 ? static_cast<wchar_t>(code) : kCodePage437[code - 0x80U];
     }
-    return text;
+    return base::ToUtf8(text);
 }
 
-std::optional<std::string> UnicodePath(FieldReader field, std::span<const std::uint8_t> name) {
-    constexpr std::size_t kVersionAndCrc = 5;
-    if (field.Left() < kVersionAndCrc || field.Bytes(1)[0] != 1) return {};
-    // Programs that know nothing of the field may have renamed the member.
-    if (field.U32() != crc32(0, name.data(), static_cast<uInt>(name.size()))) return {};
-    const auto text = field.Bytes(field.Left());
-    return std::string(text.begin(), text.end());
-}
-
-std::filesystem::path TargetPath(const std::string& name, Paths paths) {
-    std::vector<std::string> components = Components(name);
-    if (paths == Paths::Junk) components.erase(components.begin(), components.end() - 1);
+std::wstring TargetPath(const std::string& name, Paths paths) {
+    std::string_view kept(name);
+    if (paths == Paths::Junk) kept.remove_prefix(kept.find_last_of("/\\") + 1);
+    const std::optional<std::wstring> text = base::DecodedUtf8(kept);
+    if (!text) throw FormatError(name + " is not named in UTF-8");
+    const std::vector<std::wstring> components = Components(*text);
     if (components.size() > 1 && components.front().empty())
         throw FormatError(name + " leads out of the folder");
-    std::filesystem::path path;
-    for (const std::string& component : components) {
-        if (component.empty() || component == ".") continue;
-        path /= CheckedPart(component, name);
+    std::wstring path;
+    for (const std::wstring& component : components) {
+        if (component.empty() || component == L".") continue;
+        CheckComponent(component, name);
+        path = Path::Join(path, component);
     }
     return path;
 }
 
-std::filesystem::path::string_type Folded(const std::filesystem::path& path) {
-#ifdef _WIN32
-    return base::Upper(path.native());
-#else
-    return path.native();
-#endif
-}
-
-std::string MemberName(const std::filesystem::path& file, Paths paths) {
-    if (paths == Paths::Junk) return Shown(file.filename());
-    std::filesystem::path kept;
-    for (const std::filesystem::path& component : file.lexically_normal().relative_path())
-        if (component != "..") kept /= component;
-    std::string name = Shown(kept);
-    std::ranges::replace(name, static_cast<char>(std::filesystem::path::preferred_separator), '/');
-    return name;
+std::string EntryName(std::wstring_view file, Paths paths) {
+    const std::vector<std::wstring> components = Components(BehindRoot(file));
+    if (paths == Paths::Junk) return base::ToUtf8(components.back());
+    std::vector<std::wstring> kept;
+    for (const std::wstring& component : components) {
+        if (component == L".." && !kept.empty()) kept.pop_back();
+        if (!component.empty() && component != L"." && component != L"..") kept.push_back(component);
+    }
+    std::wstring name;
+    for (const std::wstring& component : kept)
+        name.append(name.empty() ? L"" : L"/").append(component);
+    return base::ToUtf8(name);
 }
 
 }  // namespace companions::zip

@@ -1,11 +1,16 @@
 // Unzip.exe: restores the files of an archive.
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "companions/support/File.h"
+#include "base/Console.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "companions/support/Arguments.h"
+#include "companions/support/Fields.h"
 #include "companions/support/Program.h"
 #include "companions/zip/ArchiveReader.h"
 #include "companions/zip/Extraction.h"
@@ -31,66 +36,69 @@ constexpr const char* kFooter =
 struct Options {
     bool overwrite = false;
     bool junkPaths = false;
-    std::filesystem::path archive;
-    std::filesystem::path folder;
+    std::wstring archive;
+    std::wstring folder = L".";
 };
 
-Options ParseOptions(const std::vector<std::string>& arguments) {
+Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
-    std::string archive;
-    std::string folder = ".";
-    CLI::App app(kDescription, "Unzip");
+    CLI::App app(kDescription, kProgram.name);
     app.footer(kFooter);
-    app.set_version_flag("--version", "Unzip " ZN_VERSION " (" ZN_BITS "-bit)");
+    SetUp(app);
     app.add_flag("-o", options.overwrite, "Overwrite existing files; without it they are an error");
     app.add_flag("-j", options.junkPaths, "Junk paths: all files go directly into the folder");
-    app.add_option("-d", folder,
-                   "The folder to extract into, made when it is missing. Default: the current one")
-        ->type_name("FOLDER");
-    app.add_option("ARCHIVE", archive, "The archive to read")->required();
+    AddPath(app, "-d", options.folder,
+            "The folder to extract into, made when it is missing. Default: the current one")
+        .type_name("FOLDER");
+    AddPath(app, "ARCHIVE", options.archive, "The archive to read").required();
     Parse(app, arguments);
-    options.archive = ToPath(archive);
-    options.folder = ToPath(folder);
     return options;
 }
 
-void ExtractFile(const zip::ArchiveReader& reader, const zip::Member& member,
-                 const std::filesystem::path& path) {
-    CreateFolders(path.parent_path());
-    OutputFile out(path);
-    reader.Extract(member, out);
-    out.SetModificationTime(member.time);
+/// A bare drive is the current folder there, not its root.
+std::wstring Below(const std::wstring& folder, const std::wstring& path) {
+    return folder.ends_with(L':') ? folder + path : Path::Join(folder, path);
+}
+
+void ExtractFile(const zip::ArchiveReader& reader, const zip::Entry& entry, const std::wstring& path) {
+    FileSystem::CreateFolders(Path::ParentFolder(path));
+    base::StagedFile out(path);
+    reader.Extract(entry, out);
+    out.SetModificationTime(entry.time);
     out.Commit();
-    Print("  extracting: " + Shown(path));
+    Console::Line(L"  extracting: " + path);
 }
 
-void CheckAbsent(const std::filesystem::path& path) {
-    if (Exists(path)) throw Error(Shown(path) + " exists already; use -o to overwrite it");
+void CheckAbsent(const std::wstring& path) {
+    if (FileSystem::FileExists(path) || FileSystem::FolderExists(path))
+        throw base::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+                          path + L" exists already; use -o to overwrite it");
 }
 
-void ExtractAll(const ByteSource& archive, const Options& options) {
+void ExtractAll(const base::ByteSource& archive, const Options& options) {
     const zip::ArchiveReader reader(archive);
-    const auto targets = zip::PlanExtraction(reader.Members(), options.junkPaths ? Paths::Junk : Paths::Keep);
+    const std::vector<zip::Target> targets =
+        zip::PlanExtraction(reader.Entries(), options.junkPaths ? Paths::Junk : Paths::Keep, &base::Upper);
     if (!options.overwrite)
         for (const zip::Target& target : targets)
-            if (!target.member->IsFolder()) CheckAbsent(options.folder / target.path);
-    CreateFolders(options.folder);
+            if (!target.entry->IsFolder()) CheckAbsent(Below(options.folder, target.path));
+    FileSystem::CreateFolders(options.folder);
     for (const zip::Target& target : targets) {
-        const std::filesystem::path path = options.folder / target.path;
-        if (target.member->IsFolder())
-            CreateFolders(path);
+        const std::wstring path = Below(options.folder, target.path);
+        if (target.entry->IsFolder())
+            FileSystem::CreateFolders(path);
         else
-            ExtractFile(reader, *target.member, path);
+            ExtractFile(reader, *target.entry, path);
     }
 }
 
-void Run(const std::vector<std::string>& arguments) {
+void Run(const std::vector<std::wstring>& arguments) {
     const Options options = ParseOptions(arguments);
-    const InputFile archive(options.archive);
+    const base::InputFile archive(options.archive);
     try {
         ExtractAll(archive, options);
     } catch (const FormatError& error) {
-        throw Error(Shown(options.archive) + ": " + error.what());
+        throw base::Error(error.failure().number, options.archive + L": " + error.failure().description);
     }
 }
 

@@ -2,12 +2,15 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "companions/support/File.h"
+#include "base/Console.h"
+#include "base/File.h"
+#include "base/Text.h"
+#include "base/Utf8.h"
+#include "companions/support/Arguments.h"
 #include "companions/support/Program.h"
 #include "companions/zip/ArchiveWriter.h"
 #include "companions/zip/Names.h"
@@ -36,8 +39,8 @@ struct Options {
     int level = kDefaultLevel;
     bool junkPaths = false;
     bool timeOfNewest = false;
-    std::filesystem::path archive;
-    std::vector<std::filesystem::path> sources;
+    std::wstring archive;
+    std::vector<std::wstring> sources;
 };
 
 /// Ten options are one for the user: the footer tells of them.
@@ -47,61 +50,57 @@ void AddLevels(CLI::App& app, int& chosen) {
         app.add_flag_callback("-" + std::to_string(level), [&chosen, level] { chosen = level; })->group("");
 }
 
-Options ParseOptions(const std::vector<std::string>& arguments) {
+Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
-    std::string archive;
-    std::vector<std::string> sources;
-    CLI::App app(kDescription, "Zip");
+    CLI::App app(kDescription, kProgram.name);
     app.footer(kFooter);
-    app.set_version_flag("--version", "Zip " ZN_VERSION " (" ZN_BITS "-bit)");
+    SetUp(app);
     AddLevels(app, options.level);
     app.add_flag("-j", options.junkPaths, "Junk paths: members have the bare names of the files");
     app.add_flag("-o", options.timeOfNewest, "Give the archive the time of its newest member");
-    app.add_option("ARCHIVE", archive, "The archive to write")->required();
-    app.add_option("FILE", sources, "The files to put into it")->required();
+    AddPath(app, "ARCHIVE", options.archive, "The archive to write").required();
+    AddPaths(app, "FILE", options.sources, "The files to put into it").required();
     Parse(app, arguments);
-    options.archive = ToPath(archive);
-    for (const std::string& source : sources)
-        options.sources.push_back(ToPath(source));
     return options;
 }
 
-/// What a member was made of.
+/// What becomes an entry.
 struct Addition {
-    std::filesystem::path file;
-    std::string name;
+    std::wstring file;
+    std::string name;  ///< of the entry, in UTF-8
 };
 
 std::vector<Addition> Additions(const Options& options) {
     std::vector<Addition> additions;
-    std::set<std::filesystem::path::string_type> seen;
-    for (const std::filesystem::path& source : options.sources) {
-        const std::string name = zip::MemberName(source, options.junkPaths ? Paths::Junk : Paths::Keep);
-        if (name.empty()) throw UsageError("\"" + Shown(source) + "\" is no file name");
-        if (!seen.insert(zip::Folded(ToPath(name))).second)
-            throw UsageError("two files would have the name " + name +
-                             " in the archive; put them into two archives");
+    std::set<std::wstring> seen;
+    for (const std::wstring& source : options.sources) {
+        const std::string name = zip::EntryName(source, options.junkPaths ? Paths::Junk : Paths::Keep);
+        const std::wstring shown = base::FromUtf8(name);
+        if (name.empty()) throw UsageError(L"\"" + source + L"\" is no file name");
+        if (!seen.insert(base::Upper(shown)).second)
+            throw UsageError(L"two files would have the name " + shown +
+                             L" in the archive; put them into two archives");
         additions.push_back({source, name});
     }
     return additions;
 }
 
-void Report(const zip::Member& member) {
-    const bool stored = member.method == zip::Method::Stored;
-    const std::uint64_t percent = stored ? 0 : (member.size - member.packedSize) * 100 / member.size;
-    Print("  adding: " + member.name +
-          (stored ? " (stored)" : " (deflated by " + std::to_string(percent) + " %)"));
+void Report(const zip::Entry& entry) {
+    const bool stored = entry.method == zip::Method::Stored;
+    const std::uint64_t percent = stored ? 0 : (entry.size - entry.compressedSize) * 100 / entry.size;
+    Console::Line(L"  adding: " + base::FromUtf8(entry.name) +
+                  (stored ? L" (stored)" : L" (deflated by " + std::to_wstring(percent) + L" %)"));
 }
 
-void Run(const std::vector<std::string>& arguments) {
+void Run(const std::vector<std::wstring>& arguments) {
     const Options options = ParseOptions(arguments);
     const std::vector<Addition> additions = Additions(options);
-    OutputFile out(options.archive);
+    base::StagedFile out(options.archive);
     zip::ArchiveWriter writer(out, options.level);
-    FileTime newest = FileTime::min();
+    base::FileTime newest = base::FileTime::min();
     for (const Addition& addition : additions) {
-        const InputFile file(addition.file);
-        const FileTime time = file.ModificationTime();
+        const base::InputFile file(addition.file);
+        const base::FileTime time = file.ModificationTime();
         Report(writer.Add(addition.name, file, time));
         newest = std::max(newest, time);
     }

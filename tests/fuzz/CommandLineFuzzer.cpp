@@ -1,7 +1,7 @@
 // Whatever the command line is, the parser invents nothing: each option and parameter stands in the text.
 #include "cmdline/CommandLine.h"
-#include "tests/fuzz/Text.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace {
@@ -25,7 +25,9 @@ private:
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::wstring text = TextOf(data, size);
+    std::wstring text;
+    for (size_t i = 0; i + 1 < size; i += 2)
+        text += static_cast<wchar_t>(data[i] | data[i + 1] << 8);
     Checker checker(CommandLine::Arguments(text));
     CommandLine::Parse(CommandLine::Arguments(text), checker);
     return 0;

@@ -1,108 +1,61 @@
+// Deltas restore what they were made from, hold little more than what is new, and refuse everything else.
 #include "companions/delta/MakeDelta.h"
 #include "companions/delta/Patch.h"
 #include "companions/delta/RollingHash.h"
+#include "tests/unit/Content.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <random>
-#include <vector>
+using namespace companions::delta;
+using namespace tests;
 
 namespace {
 
-using namespace companions;
-using namespace companions::delta;
-
-using Content = std::vector<std::uint8_t>;
-
-class MemorySink final : public ByteSink {
-public:
-    void Write(Bytes bytes) override { content.insert(content.end(), bytes.begin(), bytes.end()); }
-
-    Content content;
-};
-
-Content Delta(const Content& reference, const Content& source) {
-    MemorySink delta;
-    MakeDelta(MemorySource(reference), MemorySource(source), delta);
-    return delta.content;
+std::string Delta(const std::string& reference, const std::string& source) {
+    base::MemorySink delta;
+    MakeDelta(SourceOf(reference), SourceOf(source), delta);
+    return ContentOf(delta);
 }
 
-Content Patched(const Content& delta, const Content& reference) {
-    const MemorySource deltaSource(delta);
-    const MemorySource referenceSource(reference);
-    MemorySink output;
+std::string Patched(const std::string& delta, const std::string& reference) {
+    const base::MemorySource deltaSource = SourceOf(delta);
+    const base::MemorySource referenceSource = SourceOf(reference);
+    base::MemorySink output;
     Patch(deltaSource, referenceSource).Apply(output);
-    return output.content;
+    return ContentOf(output);
 }
 
 /// Size of the delta, which must restore the source.
-std::size_t RoundTrip(const Content& reference, const Content& source) {
-    const Content delta = Delta(reference, source);
+std::size_t RoundTrip(const std::string& reference, const std::string& source) {
+    const std::string delta = Delta(reference, source);
     EXPECT_TRUE(Patched(delta, reference) == source);
     return delta.size();
 }
 
-class Random {
-public:
-    explicit Random(unsigned seed) : m_engine(seed) {}
+struct Random : std::mt19937 {
+    using std::mt19937::mt19937;
 
-    std::size_t Below(std::size_t limit) { return m_engine() % std::max<std::size_t>(limit, 1); }
-    Content Bytes(std::size_t size) {
-        Content bytes(size);
-        std::ranges::generate(bytes, [this] { return static_cast<std::uint8_t>(m_engine() >> 16); });
-        return bytes;
-    }
+    std::size_t Below(std::size_t limit) { return (*this)() % std::max<std::size_t>(limit, 1); }
+    std::string Bytes(std::size_t size) { return Noise(size, static_cast<unsigned>((*this)())); }
     /// Long runs and repetitions, as in a half-empty database.
-    Content Dull(std::size_t size) {
-        Content bytes;
+    std::string Dull(std::size_t size) {
+        std::string bytes;
         while (bytes.size() < size)
-            bytes.insert(bytes.end(), 1 + Below(200), static_cast<std::uint8_t>(Below(3)));
-        bytes.resize(size);
-        return bytes;
+            bytes.append(1 + Below(200), static_cast<char>(Below(3)));
+        return bytes.substr(0, size);
     }
-
-private:
-    std::mt19937 m_engine;
 };
 
-Content Slice(const Content& content, std::size_t begin, std::size_t size) {
-    const auto from = content.begin() + static_cast<std::ptrdiff_t>(begin);
-    return {from, from + static_cast<std::ptrdiff_t>(size)};
-}
-
-void Insert(Content& content, std::size_t at, const Content& bytes) {
-    content.insert(content.begin() + static_cast<std::ptrdiff_t>(at), bytes.begin(), bytes.end());
-}
-
-void Erase(Content& content, std::size_t at, std::size_t size) {
-    const auto from = content.begin() + static_cast<std::ptrdiff_t>(at);
-    content.erase(from, from + static_cast<std::ptrdiff_t>(size));
-}
-
 /// One random change: bytes replaced, inserted, deleted, moved or repeated.
-void Edit(Content& content, Random& random) {
-    const std::size_t at = random.Below(content.size() + 1);
-    const std::size_t size = std::min(random.Below(1 + random.Below(9000)), content.size() - at);
-    switch (random.Below(5)) {
-    case 0:
-        std::ranges::copy(random.Bytes(size), content.begin() + static_cast<std::ptrdiff_t>(at));
-        break;
-    case 1:
-        Insert(content, at, random.Bytes(random.Below(3000)));
-        break;
-    case 2:
-        Erase(content, at, size);
-        break;
-    case 3: {
-        const Content moved = Slice(content, at, size);
-        Erase(content, at, size);
-        Insert(content, random.Below(content.size() + 1), moved);
-        break;
-    }
-    default:
-        Insert(content, random.Below(content.size() + 1), Slice(content, at, size));
-    }
+void Edit(std::string& content, Random& random) {
+    const auto anywhere = [&] { return random.Below(content.size() + 1); };
+    const std::size_t at = anywhere();
+    const std::string part = content.substr(at, random.Below(1 + random.Below(9000)));
+    const std::size_t kind = random.Below(5);
+    if (kind == 0) content.replace(at, part.size(), random.Bytes(part.size()));
+    if (kind == 1) content.insert(at, random.Bytes(random.Below(3000)));
+    if (kind == 2 || kind == 3) content.erase(at, part.size());
+    if (kind == 3 || kind == 4) content.insert(anywhere(), part);
 }
 
 TEST(Delta, RestoresAnyEdit) {
@@ -110,8 +63,8 @@ TEST(Delta, RestoresAnyEdit) {
         SCOPED_TRACE(seed);
         Random random(seed);
         const std::size_t size = random.Below(seed % 4 == 0 ? 300'000 : 3'000);
-        const Content reference = seed % 3 == 0 ? random.Dull(size) : random.Bytes(size);
-        Content source = reference;
+        const std::string reference = seed % 3 == 0 ? random.Dull(size) : random.Bytes(size);
+        std::string source = reference;
         for (std::size_t edits = random.Below(20); edits != 0; --edits)
             Edit(source, random);
         RoundTrip(reference, source);
@@ -120,100 +73,84 @@ TEST(Delta, RestoresAnyEdit) {
 }
 
 TEST(Delta, RestoresWhatHasNothingInCommon) {
-    Random random(1);
-    const Content empty;
-    const Content small = random.Bytes(5);
-    const Content large = random.Bytes(3'000'000);
-    const Content same(200'000, 7);
-    EXPECT_LE(RoundTrip(empty, empty), kHeaderSize + kTrailerSize + 1);
-    for (const Content* reference : {&empty, &small, &same})
-        for (const Content* source : {&small, &large})
-            EXPECT_LE(RoundTrip(*reference, *source), source->size() + 200);
-    EXPECT_LE(RoundTrip(large, empty), 100u);
+    const std::string large = Noise(3'000'000);
+    const std::string same(200'000, 'x');
+    EXPECT_LE(RoundTrip("", ""), kHeaderSize + kTrailerSize + 1);
+    for (const std::string& reference : {std::string(), Noise(5), same})
+        for (const std::string& source : {Noise(5), large})
+            EXPECT_LE(RoundTrip(reference, source), source.size() + 200);
+    EXPECT_LE(RoundTrip(large, ""), 100u);
     EXPECT_LE(RoundTrip(large, same), 600u) << "new data is compressed";
     EXPECT_LE(RoundTrip(large, large), 100u);
 }
 
 TEST(Delta, HoldsNoMoreThanWhatIsNew) {
     constexpr std::size_t kPerEdit = 100 + 2 * RollingHash::kWindow;
-    Random random(2);
-    const Content reference = random.Bytes(2'000'000);
-    const Content added = random.Bytes(1000);
+    const std::string reference = Noise(2'000'000);
 
-    Content source = reference;
-    Insert(source, 700'001, added);
-    EXPECT_LE(RoundTrip(reference, source), added.size() + kPerEdit) << "an insertion";
+    const auto inserted = std::string(reference).insert(700'001, Noise(1000, 2));
+    EXPECT_LE(RoundTrip(reference, inserted), 1000 + kPerEdit);
+    EXPECT_LE(RoundTrip(inserted, reference), kPerEdit) << "a deletion";
 
-    source = reference;
-    Erase(source, 500'003, 70'001);
-    EXPECT_LE(RoundTrip(reference, source), kPerEdit) << "a deletion";
+    std::string moved = reference;
+    moved.erase(1'500'001, 300'000).insert(77, reference, 1'500'001, 300'000);
+    EXPECT_LE(RoundTrip(reference, moved), 3 * kPerEdit);
 
-    source = reference;
-    const Content moved = Slice(source, 1'500'001, 300'000);
-    Erase(source, 1'500'001, moved.size());
-    Insert(source, 77, moved);
-    EXPECT_LE(RoundTrip(reference, source), 3 * kPerEdit) << "a move";
-
-    source = reference;
-    for (std::size_t at = 10; at < source.size(); at += 20'000)
-        source[at] ^= 1;
-    EXPECT_LE(RoundTrip(reference, source), 1000u) << "100 bytes changed in place";
+    std::string changed = reference;
+    for (std::size_t at = 10; at < changed.size(); at += 20'000)
+        changed[at] ^= 1;
+    EXPECT_LE(RoundTrip(reference, changed), 1000u) << "100 bytes in place";
 }
 
-TEST(Delta, RefusesAnotherReference) {
-    const Content reference = Random(3).Bytes(10'000);
-    Content changed = reference;
-    changed[5000] ^= 1;
-    const Content longer = [&] {
-        auto bytes = reference;
-        bytes.push_back(0);
-        return bytes;
-    }();
-    const Content delta = Delta(reference, changed);
-    for (const Content& wrong : {changed, longer, Content()})
-        EXPECT_THROW(Patched(delta, wrong), WrongReference);
+TEST(Delta, RefusesAReferenceThatIsShorterThanItSays) {
+    base::MemorySink delta;
+    EXPECT_THROW(MakeDelta(GrowingSource(), SourceOf("x"), delta), base::Error);
 }
 
 /// A delta with compressed and stored parts, and several instructions.
 struct Sample {
-    Sample() : reference(Random(4).Bytes(4000)), source(reference) {
-        Insert(source, 1000, Random(5).Dull(500));
-        Erase(source, 3000, 300);
-        Insert(source, 2000, Random(6).Bytes(50));
+    Sample() : source(reference) {
+        source.insert(1000, Random(5).Dull(500)).erase(3000, 300).insert(2000, Noise(50, 6));
         delta = Delta(reference, source);
     }
 
-    Content reference;
-    Content source;
-    Content delta;
+    std::string reference = Noise(4000);
+    std::string source;
+    std::string delta;
 };
+
+TEST(Delta, RefusesAnotherReference) {
+    const Sample sample;
+    std::string changed = sample.reference;
+    changed[2000] ^= 1;
+    for (const std::string& wrong : {changed, sample.reference + '\0', std::string()})
+        EXPECT_THROW(Patched(sample.delta, wrong), WrongReference);
+}
 
 TEST(Delta, RefusesEveryDamage) {
     const Sample sample;
     ASSERT_LT(sample.delta.size(), 1000u);
-    for (std::size_t size = 0; size < sample.delta.size(); ++size)
-        EXPECT_THROW(Patched(Slice(sample.delta, 0, size), sample.reference), DamagedDelta) << size;
-    for (std::size_t at = 0; at < sample.delta.size(); ++at)
+    for (std::size_t at = 0; at < sample.delta.size(); ++at) {
+        EXPECT_THROW(Patched(sample.delta.substr(0, at), sample.reference), DamagedDelta) << at;
         for (const int bit : {0, 3, 7}) {
-            Content damaged = sample.delta;
-            damaged[at] ^= static_cast<std::uint8_t>(1 << bit);
+            std::string damaged = sample.delta;
+            damaged[at] = static_cast<char>(damaged[at] ^ 1 << bit);
             EXPECT_THROW(Patched(damaged, sample.reference), DamagedDelta) << at;
         }
-    Content longer = sample.delta;
-    longer.push_back(0);
-    EXPECT_THROW(Patched(longer, sample.reference), DamagedDelta);
+    }
+    EXPECT_THROW(Patched(sample.delta + '\0', sample.reference), DamagedDelta);
 }
 
 /// Damage whose checksum was made to fit is found by what it does, unless it does nothing.
 TEST(Delta, RestoresNothingElseBeneathItsChecksum) {
     const Sample sample;
+    const std::size_t end = sample.delta.size() - sizeof(Digest);
     int refused = 0;
-    for (std::size_t at = kHeaderSize; at < sample.delta.size() - sizeof(Digest); ++at) {
-        Content damaged = sample.delta;
+    for (std::size_t at = kHeaderSize; at < end; ++at) {
+        std::string damaged = sample.delta.substr(0, end);
         damaged[at] ^= 4;
-        const std::size_t end = damaged.size() - sizeof(Digest);
-        std::ranges::copy(DigestOf(MemorySource(damaged), end),
-                          damaged.begin() + static_cast<std::ptrdiff_t>(end));
+        const Digest digest = DigestOf(SourceOf(damaged), end);
+        damaged.append(digest.begin(), digest.end());
         try {
             EXPECT_TRUE(Patched(damaged, sample.reference) == sample.source) << at;
         } catch (const DamagedDelta&) {

@@ -1,8 +1,11 @@
-#include "companions/zip/Time.h"
+// See DosTime.h.
+#include "companions/zip/DosTime.h"
 
 #include <ctime>
 
 namespace companions::zip {
+
+using base::FileTime;
 
 namespace {
 

@@ -1,21 +1,26 @@
+// See EndOfCentralDirectory.h.
+#include "companions/zip/EndOfCentralDirectory.h"
+
 #include <algorithm>
 #include <optional>
-#include <span>
 #include <utility>
 
 #include "companions/support/Fields.h"
-#include "companions/zip/Directory.h"
+#include "companions/zip/Entry.h"
 
 namespace companions::zip {
+
+using base::Bytes;
+using base::ByteSource;
 
 namespace {
 
 constexpr std::size_t kLongestComment = 0xFFFF;
 
-/// The end record, and where it stands.
+/// The end of central directory record, and where it stands.
 struct End {
     std::uint64_t offset = 0;
-    Directory directory;
+    Extent directory;
     bool needs64 = false;
 };
 
@@ -23,50 +28,50 @@ struct End {
     throw FormatError("it is a part of an archive in several files; join them first");
 }
 
-/// Whether an end record with a comment up to the end of the file stands here.
-bool IsEnd(std::span<const std::uint8_t> bytes) {
+/// Whether an end of central directory record with a comment up to the end of the file stands here.
+bool IsEnd(Bytes bytes) {
     FieldReader reader(bytes);
-    if (reader.U32() != signature::kDirectoryEnd) return false;
+    if (reader.U32() != signature::kEnd) return false;
     constexpr std::size_t kUpToCommentSize = 16;
     reader.Skip(kUpToCommentSize);
     return reader.U16() == reader.Left();
 }
 
 /// The record has no fixed place: a comment of any text follows it.
-std::size_t FindEnd(std::span<const std::uint8_t> tail) {
-    for (std::size_t size = kDirectoryEndSize; size <= tail.size(); ++size)
+std::size_t FindEnd(Bytes tail) {
+    for (std::size_t size = kEndSize; size <= tail.size(); ++size)
         if (IsEnd(tail.last(size))) return tail.size() - size;
     throw FormatError("it is no zip archive, or its end is missing");
 }
 
 End ReadEnd(const ByteSource& source) {
     const std::uint64_t size = source.Size();
-    const auto tailSize =
-        static_cast<std::size_t>(std::min<std::uint64_t>(size, kDirectoryEndSize + kLongestComment));
-    const auto tail = ReadExactly(source, size - tailSize, tailSize);
+    const auto tailSize = static_cast<std::size_t>(std::min<std::uint64_t>(size, kEndSize + kLongestComment));
+    const auto tail = ReadRecord(source, size - tailSize, tailSize);
     const std::size_t start = FindEnd(tail);
 
-    FieldReader reader{std::span(tail).subspan(start)};
-    reader.Skip(sizeof signature::kDirectoryEnd);
+    FieldReader reader(Bytes(tail).subspan(start));
+    reader.Skip(sizeof signature::kEnd);
     const std::uint16_t disk = reader.U16();
     const std::uint16_t directoryDisk = reader.U16();
-    const std::uint16_t membersHere = reader.U16();
+    const std::uint16_t entriesHere = reader.U16();
     End end;
     end.offset = size - tailSize + start;
-    end.directory.members = reader.U16();
+    end.directory.entries = reader.U16();
     end.directory.size = reader.U32();
     end.directory.offset = reader.U32();
-    end.needs64 = end.directory.members == kSeeWider16 || end.directory.size == kSeeWider32 ||
+    end.needs64 = end.directory.entries == kSeeWider16 || end.directory.size == kSeeWider32 ||
                   end.directory.offset == kSeeWider32;
-    if (!end.needs64 && (disk != 0 || directoryDisk != 0 || membersHere != end.directory.members))
+    if (!end.needs64 && (disk != 0 || directoryDisk != 0 || entriesHere != end.directory.entries))
         ThrowDisks();
     return end;
 }
 
-/// Where the record of zip64 stands; nothing when there is none, and the narrow fields mean what they say.
+/// Where the end record of zip64 stands; nothing when there is none, and the narrow fields mean what they
+/// say.
 std::optional<std::uint64_t> FindEnd64(const ByteSource& source, const End& end) {
     if (!end.needs64 || end.offset < kLocator64Size) return {};
-    const auto bytes = ReadExactly(source, end.offset - kLocator64Size, kLocator64Size);
+    const auto bytes = ReadRecord(source, end.offset - kLocator64Size, kLocator64Size);
     FieldReader reader(bytes);
     if (reader.U32() != signature::kLocator64) return {};
     reader.Skip(sizeof(std::uint32_t));
@@ -76,15 +81,15 @@ std::optional<std::uint64_t> FindEnd64(const ByteSource& source, const End& end)
     return offset;
 }
 
-Directory ReadEnd64(const ByteSource& source, std::uint64_t offset) {
-    const auto bytes = ReadExactly(source, offset, kDirectoryEnd64Size);
+Extent ReadEnd64(const ByteSource& source, std::uint64_t offset) {
+    const auto bytes = ReadRecord(source, offset, kEnd64Size);
     FieldReader reader(bytes);
-    if (reader.U32() != signature::kDirectoryEnd64) throw FormatError("its zip64 end record is missing");
-    // The record's size, the versions, the disks, and the members of this disk.
-    constexpr std::size_t kUpToMembers = 28;
-    reader.Skip(kUpToMembers);
-    Directory directory;
-    directory.members = reader.U64();
+    if (reader.U32() != signature::kEnd64) throw FormatError("its zip64 end record is missing");
+    // The record's size, the versions, the disks, and the entries of this disk.
+    constexpr std::size_t kUpToEntries = 28;
+    reader.Skip(kUpToEntries);
+    Extent directory;
+    directory.entries = reader.U64();
     directory.size = reader.U64();
     directory.offset = reader.U64();
     return directory;
@@ -92,27 +97,21 @@ Directory ReadEnd64(const ByteSource& source, std::uint64_t offset) {
 
 }  // namespace
 
-Directory FindDirectory(const ByteSource& source) {
+Extent FindCentralDirectory(const ByteSource& source) {
     const End end = ReadEnd(source);
     const std::optional<std::uint64_t> end64 = FindEnd64(source, end);
-    const Directory directory = end64 ? ReadEnd64(source, *end64) : end.directory;
+    const Extent directory = end64 ? ReadEnd64(source, *end64) : end.directory;
     const std::uint64_t limit = end64.value_or(end.offset);
     if (limit > end.offset || directory.offset > limit || directory.size > limit - directory.offset)
         throw FormatError("its directory lies outside of the file");
-    if (directory.members > directory.size / kDirectoryEntrySize)
+    if (directory.entries > directory.size / kCentralHeaderSize)
         throw FormatError("its directory is too short for its members");
-    // It is read as a whole, so that a false size would take any amount of memory. Other entries than those
-    // of members may follow, as a signature.
-    if (directory.members < directory.size / kLongestDirectoryEntry ||
+    // It is read as a whole, so that a false size would take any amount of memory. Something else may follow
+    // the entries, as a signature.
+    if (directory.entries < directory.size / kLongestCentralHeader ||
         !std::in_range<std::size_t>(directory.size))
         throw FormatError("its directory is too large for its members");
     return directory;
-}
-
-std::vector<std::uint8_t> ReadExactly(const ByteSource& source, std::uint64_t offset, std::size_t size) {
-    std::vector<std::uint8_t> bytes(size);
-    if (source.ReadAt(offset, bytes) != size) throw FormatError("it is cut off");
-    return bytes;
 }
 
 }  // namespace companions::zip

@@ -1,9 +1,9 @@
-// Times as archives hold them.
+// Times as archives hold them: as MS-DOS did.
 #pragma once
 
 #include <cstdint>
 
-#include "companions/support/NativeFile.h"
+#include "base/FileTime.h"
 
 namespace companions::zip {
 
@@ -14,7 +14,7 @@ struct DosTime {
 };
 
 /// Times outside of the range become its first or last moment.
-DosTime ToDosTime(FileTime time);
-FileTime FromDosTime(DosTime time);
+DosTime ToDosTime(base::FileTime time);
+base::FileTime FromDosTime(DosTime time);
 
 }  // namespace companions::zip

@@ -1,0 +1,14 @@
+// Reads the central directory of an archive, which tells of its entries.
+#pragma once
+
+#include <vector>
+
+#include "companions/zip/EndOfCentralDirectory.h"
+#include "companions/zip/Entry.h"
+
+namespace companions::zip {
+
+/// Throws FormatError for entries that cannot be extracted: encrypted, of an unknown method, links.
+std::vector<Entry> ReadCentralDirectory(const base::ByteSource& source, const Extent& directory);
+
+}  // namespace companions::zip
