@@ -1,4 +1,7 @@
+// Windows paths are taken apart as Windows does, on any system.
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 #include "base/Path.h"
 
@@ -15,25 +18,19 @@ TEST(Path, JoinKeepsOneSeparator) {
 }
 
 TEST(Path, SplitsIntoParentNameAndBase) {
-    struct Case {
-        const wchar_t* path;
-        const wchar_t* parent;
-        const wchar_t* name;
-        const wchar_t* base;
-    };
-    for (const Case& c : {Case{L"C:\\a\\x.mdb", L"C:\\a", L"x.mdb", L"x"},
-                          {L"C:\\x.mdb", L"C:\\", L"x.mdb", L"x"},
-                          {L"C:\\a\\\\x", L"C:\\a", L"x", L"x"},
-                          {L"\\\\s\\h\\x.y.z", L"\\\\s\\h\\", L"x.y.z", L"x.y"},
-                          {L"\\\\s\\h\\d\\x", L"\\\\s\\h\\d", L"x", L"x"},
-                          {L"x.mdb", L"", L"x.mdb", L"x"},
-                          {L"C:/a/x.mdb", L"C:/a", L"x.mdb", L"x"},
-                          {L"C:\\a.b\\x", L"C:\\a.b", L"x", L"x"},
-                          {L"C:\\a\\", L"C:\\a", L"", L""},
-                          {L"", L"", L"", L""}}) {
-        EXPECT_EQ(Path::ParentFolder(c.path), c.parent) << testing::PrintToString(std::wstring(c.path));
-        EXPECT_EQ(Path::FileName(c.path), c.name);
-        EXPECT_EQ(Path::BaseName(c.path), c.base);
+    for (const auto& [path, parent, name, base] : {std::tuple(L"C:\\a\\x.mdb", L"C:\\a", L"x.mdb", L"x"),
+                                                   {L"C:\\x.mdb", L"C:\\", L"x.mdb", L"x"},
+                                                   {L"C:\\a\\\\x", L"C:\\a", L"x", L"x"},
+                                                   {L"\\\\s\\h\\x.y.z", L"\\\\s\\h\\", L"x.y.z", L"x.y"},
+                                                   {L"\\\\s\\h\\d\\x", L"\\\\s\\h\\d", L"x", L"x"},
+                                                   {L"x.mdb", L"", L"x.mdb", L"x"},
+                                                   {L"C:/a/x.mdb", L"C:/a", L"x.mdb", L"x"},
+                                                   {L"C:\\a.b\\x", L"C:\\a.b", L"x", L"x"},
+                                                   {L"C:\\a\\", L"C:\\a", L"", L""},
+                                                   {L"", L"", L"", L""}}) {
+        EXPECT_EQ(Path::ParentFolder(path), parent) << testing::PrintToString(std::wstring(path));
+        EXPECT_EQ(Path::FileName(path), name);
+        EXPECT_EQ(Path::BaseName(path), base);
     }
 }
 
@@ -52,8 +49,8 @@ TEST(Path, LastFourOfShortNamesIsTheName) {
 }
 
 TEST(Path, PlainNamesStayInTheirFolder) {
-    for (const wchar_t* name :
-         {L"a.mdb", L"a b.mdb", L".hidden", L"CONSOLE.TXT", L"COM.mdb", L"COM10", L"a..b", L"~x"})
+    for (const wchar_t* name : {L"a.mdb", L"a b.mdb", L".hidden", L"CONSOLE.TXT", L"CON x", L"COM.mdb",
+                                L"COM0", L"COM10", L"a..b", L"~x"})
         EXPECT_TRUE(Path::IsPlainName(name)) << testing::PrintToString(std::wstring(name));
     for (const wchar_t* name :
          {L"", L".", L"..", L"a\\b", L"a/b", L"..\\a", L"C:a", L"a:stream", L"CON", L"nul.txt", L"Aux .mdb",
