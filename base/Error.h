@@ -12,10 +12,11 @@ namespace base {
 struct Place {
     unsigned line = 0;  ///< 0 when unknown, or told already
     const char* file = "";
+    const char* function = "";
 
-    static constexpr Place current(unsigned line = __builtin_LINE(),
-                                   const char* file = __builtin_FILE()) noexcept {
-        return {line, file};
+    static constexpr Place current(unsigned line = __builtin_LINE(), const char* file = __builtin_FILE(),
+                                   const char* function = __builtin_FUNCTION()) noexcept {
+        return {line, file, function};
     }
 };
 

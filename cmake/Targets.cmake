@@ -26,9 +26,6 @@ if(WIN32)
   # Programs depend on Windows alone: the compiler's runtime is linked in.
   target_link_options(zn_settings INTERFACE -static -static-libgcc -static-libstdc++)
 endif()
-if(CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 16)
-  target_include_directories(zn_settings SYSTEM INTERFACE ${PROJECT_SOURCE_DIR}/cmake/clang)
-endif()
 
 # zn_add_library(NAME source...): a part of the programs, with what users of its headers need
 function(zn_add_library NAME)
