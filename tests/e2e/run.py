@@ -1,24 +1,24 @@
 #!/usr/bin/env python3
 """End-to-end tests: znhost.exe with its libraries, on real folders.
 
-Use: python3 tests/e2e/run.py BINDIR [-k TEXT]... [-x TEXT]... [-v]
-BINDIR holds znhost.exe and the libraries. -k runs the tests whose name contains one of the texts, -x all others.
-A Wine server that stays up makes the tests much faster: tools/wine-server run python3 tests/e2e/run.py ...
+A Wine server that stays up makes them much faster: tools/wine-server run python3 tests/e2e/run.py BINDIR
 """
 import argparse
 import pathlib
 import signal
 import sys
+import time
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(HERE))
 
 import support  # noqa: E402
 
 
 class Result(unittest.TextTestResult):
-    """Counts each test once, however many of its sub-tests failed."""
+    """Counts each test once, however many of its sub-tests failed, and tells how long the good ones took."""
 
     def __init__(self, *arguments, **options):
         super().__init__(*arguments, **options)
@@ -31,7 +31,13 @@ class Result(unittest.TextTestResult):
         self.shouldStop = True
         raise RuntimeError("stopped by a signal")
 
+    def startTest(self, test):
+        self.began = time.monotonic()
+        super().startTest(test)
+
     def addSuccess(self, test):
+        if self.showAll:
+            self.stream.write(f"{time.monotonic() - self.began:.1f} s ")
         super().addSuccess(test)
         self.passed += 1
 
@@ -43,11 +49,14 @@ class Result(unittest.TextTestResult):
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("bindir", type=pathlib.Path, help="folder of znhost.exe and the libraries")
-    parser.add_argument("-k", metavar="TEXT", action="append", default=[],
-                        help="run the tests whose name contains TEXT")
-    parser.add_argument("-x", metavar="TEXT", action="append", default=[],
-                        help="leave out the tests whose name contains TEXT")
-    parser.add_argument("-v", action="store_true", help="name each test")
+    which = parser.add_mutually_exclusive_group()
+    which.add_argument("--all", action="store_true", help="run also the slow tests, whose load is their point")
+    which.add_argument("--slow", action="store_true", help="run the slow tests only")
+    parser.add_argument("--list", action="store_true",
+                        help="run nothing, BINDIR may be empty: print 'module.Class fast', '... slow' or both")
+    parser.add_argument("-k", metavar="TEXT", action="append", default=[], help="tests whose name contains TEXT")
+    parser.add_argument("-x", metavar="TEXT", action="append", default=[], help="leave out tests that -k would run")
+    parser.add_argument("-v", action="store_true", help="name each test, and the seconds that it took")
     return parser.parse_args()
 
 
@@ -59,22 +68,35 @@ def tests_in(suite):
             yield item
 
 
-def load_tests(wanted, unwanted):
+def load_tests(arguments):
     def chosen(test):
-        named = [text in test.id() for text in wanted]
-        return (any(named) or not wanted) and not any(text in test.id() for text in unwanted)
+        return any(text in test.id() for text in arguments.k or [""]) and not any(
+            text in test.id() for text in arguments.x)
 
-    tests = unittest.TestLoader().discover(str(HERE), "test_*.py", top_level_dir=str(HERE))
-    return unittest.TestSuite(filter(chosen, tests_in(tests)))
+    loader = unittest.TestLoader()
+    tests = tests_in(loader.discover(str(HERE), "test_*.py", top_level_dir=str(HERE)))
+    if loader.errors:
+        sys.exit("\n".join(loader.errors))
+    return list(filter(chosen, tests))
+
+
+def list_classes(tests):
+    kinds = {(test.id().rpartition(".")[0], "slow" if support.is_slow(test) else "fast") for test in tests}
+    for name, kind in sorted(kinds):
+        print(name, kind)
 
 
 def main():
     arguments = parse_arguments()
+    tests = load_tests(arguments)
+    if arguments.list:
+        return list_classes(tests)
     support.BIN = arguments.bindir.resolve()
     if not (support.BIN / "znhost.exe").is_file():
         sys.exit(f"run.py: there is no znhost.exe in {support.BIN}")
     runner = unittest.TextTestRunner(resultclass=Result, verbosity=2 if arguments.v else 1)
-    result = runner.run(load_tests(arguments.k, arguments.x))
+    result = runner.run(unittest.TestSuite(
+        test for test in tests if arguments.all or support.is_slow(test) == arguments.slow))
     print(f"{result.passed} passed, {result.failed} failed, {len(result.skipped)} skipped", flush=True)
     if result.testsRun == 0:
         sys.exit("run.py: no test ran")

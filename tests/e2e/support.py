@@ -1,24 +1,51 @@
 """What the end-to-end tests share: running the host, two installations, and the ledger of packets."""
+import dataclasses
+import fcntl
+import functools
 import hashlib
 import os
 import pathlib
+import pty
 import re
+import select
 import shutil
-import signal
+import struct
 import subprocess
 import tempfile
+import termios
 import time
 import unittest
 
 BIN = None  # set by run.py
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 WINE = ROOT / "tools" / "wine"
-TIMEOUT = 120
+# Seconds after which something hangs; no test is about time.
+TIMEOUT = 1200
+PREFIX = "znhost-e2e-"
+# For what several tests use; it is removed when the program ends.
+LASTING = tempfile.TemporaryDirectory(prefix=PREFIX)
+WAITING = "waiting in send folder"
 
 
-def windows(path):
-    """A path of this machine as Windows programs see it."""
-    return "Z:" + str(path).replace("/", "\\")
+def slow(method):
+    """Marks a test whose load is its point; such tests run only when asked for."""
+    method.slow = True
+    return method
+
+
+def is_slow(test):
+    return hasattr(getattr(test, test.id().rpartition(".")[2]), "slow")
+
+
+def skip(test, reason):
+    """A build server must have what the tests need."""
+    test.assertIn(os.environ.get("CI", "false"), ("", "false"), reason)
+    test.skipTest(reason)
+
+
+def windows(item):
+    """A path of this machine as Windows programs see it; text as it is."""
+    return "Z:" + str(item).replace("/", "\\") if isinstance(item, pathlib.Path) else item
 
 
 def sha256(path):
@@ -31,21 +58,29 @@ def files_below(folder):
     return {str(file.relative_to(folder)): sha256(file) for file in folder.rglob("*") if file.is_file()}
 
 
-def wait_until(condition, timeout=60):
-    end = time.monotonic() + timeout
-    while not condition():
+def size_of(path):
+    """Bytes; -1 without the file."""
+    try:
+        return path.stat().st_size
+    except FileNotFoundError:
+        return -1
+
+
+def wait_until(condition, process=None):
+    """Waits for a condition, or for the end of the process that is to bring it about."""
+    end = time.monotonic() + TIMEOUT
+    while not condition() and not (process and process.poll() is not None):
         if time.monotonic() > end:
             raise TimeoutError("what the test waits for did not happen")
         time.sleep(0.002)
 
 
+@dataclasses.dataclass
 class Outcome:
     """What one run of the host said and returned."""
-
-    def __init__(self, code, output, errors):
-        self.code = code
-        self.output = output
-        self.errors = errors
+    code: int
+    output: str
+    errors: str = ""
 
     @property
     def packets(self):
@@ -61,20 +96,17 @@ class Outcome:
         return f"exit code {self.code}\n{self.output}\n{self.errors}"
 
 
-def temporary_folders():
-    """TEMP of every user of the Wine prefix."""
-    prefix = os.environ.get("ZN_WINEPREFIX") or BIN.parents[1] / "setup" / "wineprefix"
-    return list(pathlib.Path(prefix).glob("drive_c/users/*/Temp"))
+def command(program, arguments):
+    """Runs the host, or another Windows program; paths among the arguments are those of this machine."""
+    # By the program's Unix path the runner sees which loader it needs; signals then reach the program itself.
+    return [WINE, program or BIN / "znhost.exe", *map(windows, arguments)]
 
 
 def start(*arguments, program=None, **options):
-    program = program or BIN / "znhost.exe"
-    # By its Unix path the runner sees which loader the program needs; signals then reach the program itself.
-    # No pipes: Wine's desktop process, which the first program with a window brings up, inherits the error output
-    # and lives on, so that a pipe would not end with the program.
+    # No pipes: what the program leaves behind when it is killed, and Wine's desktop process, which the first program
+    # with a window brings up, inherit the outputs and live on, so that a pipe would not end with the program.
     outputs = {stream: tempfile.TemporaryFile() for stream in ("stdout", "stderr")}
-    process = subprocess.Popen([str(WINE), str(program), *map(str, arguments)], stdin=subprocess.DEVNULL,
-                               **{**outputs, **options})
+    process = subprocess.Popen(command(program, arguments), stdin=subprocess.DEVNULL, **outputs, **options)
     process.outputs = outputs
     return process
 
@@ -85,28 +117,58 @@ def text_of(file):
         return file.read().decode()
 
 
-def finish(process, timeout=TIMEOUT):
+def finish(process):
     try:
-        process.wait(timeout)
-    except subprocess.TimeoutExpired:
+        process.wait(TIMEOUT)
+    finally:
         process.kill()
         process.wait()
-        raise
     return Outcome(process.returncode, *(text_of(file) for file in process.outputs.values()))
 
 
-def run(*arguments, program=None, timeout=TIMEOUT, **options):
-    return finish(start(*arguments, program=program, **options), timeout)
+def run(*arguments, **options):
+    return finish(start(*arguments, **options))
 
 
-def end_programs_naming(text):
-    """Ends the processes whose command line holds a text that only this test uses."""
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if int(process.name) != os.getpid() and text.encode() in (process / "cmdline").read_bytes():
-                os.kill(int(process.name), signal.SIGKILL)
-        except (OSError, ProcessLookupError):
+def run_on_terminal(settings, interrupt_when=None):
+    """The host on a terminal of its own, as a user starts it, who presses Ctrl+C once a condition holds."""
+    process, terminal = pty.fork()
+    if process == 0:
+        # Wide enough for every line of the table: 50 rows of 200 columns.
+        fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
+        os.execv(WINE, command(None, ["run", settings]))
+    output = b""
+    end = time.monotonic() + TIMEOUT
+    while True:
+        if interrupt_when and interrupt_when():
+            os.write(terminal, b"\x03")
+            interrupt_when = None
+        if time.monotonic() > end:
+            os.kill(process, 9)
+            break
+        if not select.select([terminal], [], [], 0.002)[0]:
             continue
+        try:
+            output += os.read(terminal, 65536)
+        except OSError:  # the terminal of a program that ended
+            break
+    os.close(terminal)
+    return Outcome(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), output.decode(errors="replace"))
+
+
+def make_pair(root):
+    """Two installations as the host makes them, but with packets that travel as they are."""
+    outcome = run("init", root)
+    assert outcome.code == 0, outcome
+    for side in ("field", "enterprise"):
+        Side(root, side).change("encoder", "none")
+    return root
+
+
+@functools.cache
+def fresh_pair():
+    """Installations to copy: their settings name their folders relatively."""
+    return make_pair(pathlib.Path(LASTING.name) / "pair")
 
 
 class Side:
@@ -119,8 +181,8 @@ class Side:
         for folder in ("outbox", "sent", "inbox", "send", "receive"):
             setattr(self, folder, root / name / folder)
 
-    def run(self, **options):
-        return run("run", windows(self.settings), **options)
+    def run(self):
+        return run("run", self.settings)
 
     @property
     def log(self):
@@ -128,42 +190,58 @@ class Side:
 
     def change(self, key, value):
         """Sets a key of the settings file."""
-        text, count = re.subn(rf"(?m)^{key} =.*$", lambda _: f"{key} = {value}",
+        text, count = re.subn(rf"(?m)^{key} =.*$", lambda _: f"{key} = {windows(value)}",
                               self.settings.read_text(encoding="utf-8"))
         assert count == 1, key
         self.settings.write_text(text, encoding="utf-8")
 
 
-class HostTest(unittest.TestCase):
+class ScratchTest(unittest.TestCase):
+    """A test with a folder of its own."""
+
+    def setUp(self):
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix=PREFIX))
+        self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
+
+    def assert_ends(self, code, *arguments, **options):
+        """Outcome of a program that must end with an exit code."""
+        outcome = run(*arguments, **options)
+        self.assertEqual(outcome.code, code, outcome)
+        return outcome
+
+
+class HostTest(ScratchTest):
     """Two fresh installations, and a ledger of every packet that was put into an outbox."""
 
     def setUp(self):
-        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="znhost-e2e-"))
-        self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
+        super().setUp()
         self.install(self.scratch / "pair")
 
     def install(self, root):
         self.root = root
-        outcome = run("init", windows(root))
-        self.assertEqual(outcome.code, 0, outcome)
+        if not root.exists():
+            shutil.copytree(fresh_pair(), root)
         self.field = Side(root, "field")
         self.enterprise = Side(root, "enterprise")
-        for side in (self.field, self.enterprise):
-            side.change("encoder", "none")
         self.to_enterprise = root / "share" / "to-enterprise"
         self.to_field = root / "share" / "to-field"
         self.ledger = []
         # Folders beside the usual ones in which a packet may be.
         self.other_places = []
 
-    def put(self, side, name, content=None, folder=None):
-        """Writes a packet into an outbox, or another folder of its way, and enters it in the ledger."""
-        content = os.urandom(20_000) if content is None else content
-        path = (folder or side.outbox) / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(content)
-        self.ledger.append((side, name, hashlib.sha256(content).hexdigest()))
+    def put(self, side, *names, content=None, folder=None):
+        """Writes packets into an outbox, or another folder of their way, and enters them in the ledger."""
+        for name in names:
+            data = os.urandom(20_000) if content is None else content
+            path = (folder or side.outbox) / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(data)
+            self.ledger.append((side, name, hashlib.sha256(data).hexdigest()))
         return path
+
+    def put_many(self, count, size, folder):
+        for number in range(count):
+            self.put(self.field, f"{number}.mdb", content=os.urandom(size), folder=folder)
 
     def way(self, side):
         """Every folder in which a packet of a side may be; copies in the archive are no packets."""
@@ -177,25 +255,38 @@ class HostTest(unittest.TestCase):
             self.assertTrue(any(path.is_file() and sha256(path) == digest for path in places),
                             f"{name} of the {side.name} is on no side")
 
-    def assert_delivered(self, names=None):
+    def assert_delivered(self):
         """Every packet is in the other side's inbox with the content that was sent, and nowhere else."""
         for side, name, digest in self.ledger:
-            if names is not None and name not in names:
-                continue
             *on_its_way, inbox = self.way(side)[:5]
             self.assertTrue((inbox / name).is_file(), f"{name} was not delivered")
             self.assertEqual(sha256(inbox / name), digest, name)
             for folder in on_its_way:
                 self.assertFalse((folder / name).exists(), f"{name} is still in {folder}")
 
-    def assert_run(self, side, code, **options):
-        outcome = side.run(**options)
+    def assert_run(self, side, code=0, packets=None):
+        """A run ends with an exit code and, where packets are given, with exactly this table."""
+        outcome = side.run()
         self.assertEqual(outcome.code, code, f"{outcome}\n{side.name}.log:\n{side.log}")
+        if packets is not None:
+            self.assertEqual(outcome.packets, packets)
         return outcome
+
+    def assert_trouble(self, side, packets=None):
+        """A run leaves something behind, but loses nothing."""
+        outcome = self.assert_run(side, 1, packets)
+        self.assert_nothing_lost()
+        return outcome
+
+    def assert_next_cycle_delivers(self):
+        """One cycle of each side, without or after trouble, brings every packet of the field over."""
+        outcomes = [self.assert_run(side) for side in (self.field, self.enterprise)]
+        self.assert_delivered()
+        return outcomes
 
     def start_run(self, side):
         """A run in the background; it ends with the test at the latest."""
-        process = start("run", windows(side.settings))
+        process = start("run", side.settings)
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
         return process
@@ -203,19 +294,15 @@ class HostTest(unittest.TestCase):
     def in_time(self, attempt):
         """Calls attempt(load) with a growing load until the trouble that it makes comes before the run's end.
 
-        attempt returns False when nothing was left to disturb.
+        Returns what attempt returned; that is nothing when there was nothing left to disturb.
         """
         for load in (1, 4, 16):
-            if attempt(load):
-                return
+            outcome = attempt(load)
+            self.assert_nothing_lost()
+            if outcome:
+                return outcome
             self.install(self.scratch / f"after-load-{load}")
-        self.fail("the run always ended before the trouble, or did not notice it")
-
-    def assert_next_cycle_delivers(self):
-        """After the trouble is over, one cycle of each side brings every packet of the field over."""
-        self.assert_run(self.field, 0)
-        self.assert_run(self.enterprise, 0)
-        self.assert_delivered()
+        return self.fail("the run always ended before the trouble, or did not notice it")
 
 
 class Mount:
@@ -224,48 +311,38 @@ class Mount:
     def __init__(self, test, folder, size):
         folder.mkdir(parents=True, exist_ok=True)
         self.folder = folder
-        if os.geteuid() != 0 or not shutil.which("mount"):
-            test.skipTest("mounting a volume needs root")
-        self._try(test, "-t", "tmpfs", "-o", f"size={size}", "tmpfs", str(folder))
-        test.addCleanup(subprocess.run, ["umount", "-l", str(folder)], check=False, stderr=subprocess.DEVNULL)
-
-    def _try(self, test, *arguments):
-        done = subprocess.run(["mount", *arguments], capture_output=True, text=True, check=False)
+        done = subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={size}", "tmpfs", str(folder)],
+                              capture_output=True, text=True, check=False)
         if done.returncode != 0:
-            test.skipTest(f"no volume can be mounted here: {done.stderr.strip()}")
+            skip(test, f"no volume can be mounted here: {done.stderr.strip()}")
+        test.addCleanup(subprocess.run, ["umount", "-l", str(folder)], check=False, stderr=subprocess.DEVNULL)
 
     def remount(self, options):
         subprocess.run(["mount", "-o", f"remount,{options}", str(self.folder)], check=True)
 
 
+@functools.cache
+def holding_program(compiler):
+    program = pathlib.Path(LASTING.name) / "hold.exe"
+    source = pathlib.Path(__file__).with_name("hold.c")
+    subprocess.run([compiler, "-municode", "-static", "-o", program, source], check=True)
+    return program
+
+
 class Holder:
     """A second Windows program that holds a file open: unshared, or as a writer that shares it."""
 
-    _program = None
-
     def __init__(self, test, path, *how):
-        program = self._build(test)
-        self.process = subprocess.Popen([str(WINE), windows(program), windows(path), *how],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        test.addCleanup(self.release)
-        answer = self.process.stdout.readline().strip()
-        test.assertEqual(answer, b"held", f"{path} cannot be held")
-
-    @classmethod
-    def _build(cls, test):
         compiler = shutil.which("x86_64-w64-mingw32-gcc-posix") or shutil.which("x86_64-w64-mingw32-gcc")
         if not compiler:
-            test.skipTest("there is no cross compiler for the program that holds a file open")
-        if not cls._program:
-            folder = tempfile.TemporaryDirectory(prefix="znhost-e2e-")
-            program = pathlib.Path(folder.name) / "hold.exe"
-            source = pathlib.Path(__file__).with_name("hold.c")
-            subprocess.run([compiler, "-municode", "-static", "-o", str(program), str(source)], check=True)
-            cls._program, cls._folder = program, folder
-        return cls._program
+            skip(test, "there is no cross compiler for the program that holds a file open")
+        self.process = subprocess.Popen(command(holding_program(compiler), [path, *how]), stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE)
+        test.addCleanup(self.release)
+        test.assertEqual(self.process.stdout.readline().strip(), b"held", f"{path} cannot be held")
 
     def release(self):
         if self.process.poll() is None:
             self.process.stdin.close()
-            self.process.wait(timeout=30)
+            self.process.wait(TIMEOUT)
             self.process.stdout.close()

@@ -3,7 +3,7 @@ import re
 import subprocess
 
 import support
-from support import HostTest, run, windows
+from support import HostTest, run
 
 PRODUCT = "HKLM\\Software\\znMobile"
 
@@ -21,20 +21,14 @@ class ConfigTest(HostTest):
         self.registry("add", key, "/v", name, "/t", kind, "/d", value)
         self.addCleanup(self.registry, "delete", key, "/v", name)
 
-    def config(self):
-        """Rows of the table: {"Home": [enterprise, field]}, and the whole output."""
-        outcome = run("config", windows(self.field.settings))
-        self.assertEqual(outcome.code, 0, outcome)
-        rows = (re.split(r"\s{2,}", line) for line in outcome.output.splitlines())
-        return {name: values for name, *values in rows}, outcome.output
-
     def test_both_tables_are_shown_and_the_password_is_not(self):
         self.store(PRODUCT, "MobileConfigValue", "1", "REG_DWORD")
         self.store(PRODUCT, "EnterpriseHome", "D:\\Mobile")
         self.store(PRODUCT, "FieldHome", "C:\\Größe")
         self.store(PRODUCT + "\\Transport", "FTPPassword", "5EC12E7")
         self.field.outbox.rmdir()
-        rows, output = self.config()
+        output = self.assert_ends(0, "config", self.field.settings).output
+        rows = {name: values for name, *values in (re.split(r"\s{2,}", line) for line in output.splitlines())}
         self.assertEqual(rows["Name"], ["Enterprise", "Field"])
         self.assertEqual(rows["Home"], ["D:\\Mobile", "C:\\Größe"])
         self.assertEqual(rows["Incoming"], ["D:\\Mobile\\Transport\\Incoming", "C:\\Größe\\Transport\\Incoming"])
@@ -44,6 +38,4 @@ class ConfigTest(HostTest):
 
     def test_a_bad_value_is_named(self):
         self.store(PRODUCT, "MobileConfigValue", "many")
-        outcome = run("config", windows(self.field.settings))
-        self.assertEqual(outcome.code, 1, outcome)
-        self.assertIn("MobileConfigValue = many", outcome.errors)
+        self.assertIn("MobileConfigValue = many", self.assert_ends(1, "config", self.field.settings).errors)

@@ -1,11 +1,10 @@
 """Packets travel in both directions."""
 import re
 import shutil
-import tempfile
-import pathlib
+import signal
 
 import support
-from support import HostTest, files_below, finish, run, wait_until, windows
+from support import HostTest, ScratchTest, files_below, finish, size_of, start, wait_until, windows
 
 NAMES = ["a.mdb", "b.xml", "with blanks.mdb", "1234~2.mdb", "no extension", "Größe 5 µm.xml",
          "north/district 7/deep.mdb", "empty.mdb"]
@@ -13,142 +12,120 @@ NAMES = ["a.mdb", "b.xml", "with blanks.mdb", "1234~2.mdb", "no extension", "Gr�
 
 class CycleTest(HostTest):
     def put_all(self, side):
-        for name in NAMES:
-            self.put(side, name, b"" if name == "empty.mdb" else None)
+        self.put(side, *NAMES[:-1])
+        self.put(side, "empty.mdb", content=b"")
 
     def test_packets_cross_in_both_directions(self):
         self.put_all(self.field)
         self.put_all(self.enterprise)
-        first = self.assert_run(self.field, 0)
-        second = self.assert_run(self.enterprise, 0)
-        third = self.assert_run(self.field, 0)
-        self.assert_delivered()
         sent = {("out", name): "sent" for name in NAMES}
         delivered = {("in", name): "delivered" for name in NAMES}
-        self.assertEqual(first.packets, sent)
-        self.assertEqual(second.packets, sent | delivered)
-        self.assertEqual(third.packets, delivered)
+        self.assert_run(self.field, 0, sent)
+        self.assert_run(self.enterprise, 0, sent | delivered)
+        self.assert_run(self.field, 0, delivered)
+        self.assert_delivered()
 
     def test_a_second_run_moves_nothing(self):
         self.put_all(self.field)
-        self.assert_run(self.field, 0)
+        self.assert_run(self.field)
         before = files_below(self.root)
-        outcome = self.assert_run(self.field, 0)
-        self.assertEqual(outcome.packets, {})
+        outcome = self.assert_run(self.field, 0, {})
         self.assertIn("0 sent, 0 delivered, 0 left behind", outcome.output)
         self.assertEqual(files_below(self.root), before)
 
     def test_a_run_during_another_one_is_refused(self):
         def attempt(load):
-            for number in range(200 * load):
-                self.put(self.field, f"{number}.mdb")
+            self.put_many(40 * load, 20_000, self.field.outbox)
             first = self.start_run(self.field)
-            wait_until(lambda: files_below(self.field.sent) or first.poll() is not None)
+            wait_until(lambda: any(self.field.sent.iterdir()), first)
+            first.send_signal(signal.SIGSTOP)  # it stays at work for as long as the second one takes
             second = self.field.run()
+            first.send_signal(signal.SIGCONT)
             self.assertEqual(finish(first).code, 0)
-            if second.code == 0:
-                return False
-            self.assertEqual(second.code, 1, second)
-            self.assertIn("Another znhost is at work with", second.errors)
-            self.assert_run(self.enterprise, 0)
-            self.assert_delivered()
-            return True
+            return second.code and second
 
-        self.in_time(attempt)
+        refused = self.in_time(attempt)
+        self.assertEqual(refused.code, 1, refused)
+        self.assertIn("Another znhost is at work with", refused.errors)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
     def test_sent_files_are_archived_and_replace_older_ones(self):
-        old = self.put(self.field, "sub/a.mdb", b"old")
-        self.assert_run(self.field, 0)
-        self.assertEqual((self.field.sent / "sub/a.mdb").read_bytes(), b"old")
-        old.write_bytes(b"new")
-        self.assert_run(self.field, 0)
-        self.assertEqual(files_below(self.field.sent).keys(), {"sub/a.mdb"})
-        self.assertEqual((self.field.sent / "sub/a.mdb").read_bytes(), b"new")
+        for content in (b"old", b"new"):
+            self.put(self.field, "sub/a.mdb", content=content)
+            self.assert_run(self.field)
+            self.assertEqual(files_below(self.field.sent).keys(), {"sub/a.mdb"})
+            self.assertEqual((self.field.sent / "sub/a.mdb").read_bytes(), content)
 
     def test_without_an_archive_sent_files_are_deleted(self):
         self.field.change("sent", "")
         self.put(self.field, "a.mdb")
-        self.assert_run(self.field, 0)
+        self.assert_next_cycle_delivers()
         self.assertEqual(files_below(self.field.sent), {})
-        self.assert_run(self.enterprise, 0)
-        self.assert_delivered()
 
     def test_backups_of_the_receive_folder_are_no_packets(self):
         backup = self.enterprise.receive / "Backup" / "old.mdb"
         backup.parent.mkdir()
         backup.write_bytes(b"backup")
         self.put(self.enterprise, "sub/Backup/a.mdb", folder=self.enterprise.receive)
-        outcome = self.assert_run(self.enterprise, 0)
-        self.assertEqual(outcome.packets, {("in", "sub/Backup/a.mdb"): "delivered"})
+        self.assert_run(self.enterprise, 0, {("in", "sub/Backup/a.mdb"): "delivered"})
         self.assertEqual(backup.read_bytes(), b"backup")
 
     def test_names_that_belong_to_the_transport_are_not_added(self):
         self.field.change("encoder", "zip")
-        for name in ("Backup/a.mdb", "BACKUP/deep/b.mdb", "c.mdb.AFZ", "d.mdb~Base.axd"):
-            self.put(self.field, name)
-        self.put(self.field, "sub/Backup/c.mdb")
+        self.put(self.field, "Backup/a.mdb", "BACKUP/deep/b.mdb", "c.mdb.AFZ", "d.mdb~Base.axd", "sub/Backup/c.mdb")
         outcome = self.assert_run(self.field, 1)
         self.assertEqual(outcome.output.count("use another name"), 4, outcome)
-        self.assertEqual(outcome.packets.pop(("out", "sub/Backup/c.mdb")), "sent")
+        self.assertEqual(outcome.packets["out", "sub/Backup/c.mdb"], "sent")
         self.assertEqual(len(files_below(self.field.outbox)), 4)
 
     def test_list_shows_what_waits_and_moves_nothing(self):
-        (self.field.outbox / "sub").mkdir()
-        (self.field.outbox / "sub" / "new.mdb").write_bytes(b"1" * 1500)
+        self.put(self.field, "sub/new.mdb", content=b"1" * 1500)
         (self.field.send / "waits.mdb").write_bytes(b"22")
         (self.field.receive / "came.mdb").write_bytes(b"333")
-        outcome = run("list", windows(self.field.settings))
-        self.assertEqual(outcome.code, 0, outcome)
+        before = files_below(self.root / "field")
+        outcome = self.assert_ends(0, "list", self.field.settings)
         rows = [re.split(r"\s{2,}", line) for line in outcome.output.splitlines()]
         self.assertIn(["outbox", "sub\\new.mdb", "1,500"], rows)
         self.assertIn(["send folder", "waits.mdb", "2"], rows)
         self.assertIn(["receive folder", "came.mdb", "3"], rows)
         self.assertIn("outbox: 1 packet, 1,500 bytes", outcome.output)
-        self.assertTrue((self.field.outbox / "sub" / "new.mdb").exists())
-        self.assertTrue((self.field.receive / "came.mdb").exists())
+        self.assertEqual(files_below(self.root / "field"), before)
 
 
-class ProgramTest(support.unittest.TestCase):
-    def setUp(self):
-        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="znhost-e2e-"))
-        self.addCleanup(shutil.rmtree, self.scratch, ignore_errors=True)
-
+class ProgramTest(ScratchTest):
     def test_demo_delivers_all_and_leaves_nothing(self):
         folder = self.scratch / "demo"
-        outcome = run("demo", windows(folder))
-        self.assertEqual(outcome.code, 0, outcome)
-        lines = outcome.output.splitlines()
+        lines = self.assert_ends(0, "demo", folder).output.splitlines()
         self.assertRegex(lines[0], r"\b(32|64)-bit\b")
         self.assertEqual(lines[-1], "demo: 15 packets delivered, 0 lost")
         self.assertFalse(folder.exists())
 
     def test_demo_keeps_its_folder_when_asked(self):
         folder = self.scratch / "demo"
-        outcome = run("demo", windows(folder), "--keep")
-        self.assertEqual(outcome.code, 0, outcome)
-        self.assertEqual((folder / "enterprise" / "inbox" / "survey.mdb").stat().st_size, 64 << 20)
-        again = run("demo", windows(folder))
-        self.assertEqual(again.code, 2, again)
+        process = start("demo", folder, "--keep")
+        wait_until(lambda: size_of(folder / "field" / "outbox" / "survey.mdb") > 0, process)
+        process.send_signal(signal.SIGINT)
+        outcome = finish(process)
+        self.assertEqual(outcome.code, 1, outcome)
+        self.assertEqual(outcome.output.splitlines()[-2:],
+                         [f"The files are in {windows(folder)}", "demo: stopped by the user"])
+        self.assertEqual((folder / "field" / "outbox" / "survey.mdb").stat().st_size, 64 << 20)
+        self.assert_ends(2, "demo", folder)  # which is there already
 
     def test_help_and_version_everywhere(self):
         for arguments in ([], *([command] for command in ("init", "run", "list", "backups", "config", "verify",
                                                           "settings", "demo"))):
             with self.subTest(arguments):
-                outcome = run(*arguments, "--help")
-                self.assertEqual(outcome.code, 0, outcome)
-                self.assertIn("Examples:", outcome.output)
-                outcome = run(*arguments, "--version")
-                self.assertEqual(outcome.code, 0, outcome)
-                self.assertRegex(outcome.output, r"^znhost \d+\.\d+\.\d+ \((32|64)-bit\)$")
+                for option, text in (("--help", "Examples:"),
+                                     ("--version", r"^znhost \d+\.\d+\.\d+ \((32|64)-bit\)$")):
+                    self.assertRegex(self.assert_ends(0, *arguments, option).output, text)
 
     def test_missing_libraries_are_named(self):
         shutil.copy(support.BIN / "znhost.exe", self.scratch)
-        run("init", windows(self.scratch / "pair"))
-        support.Side(self.scratch / "pair", "field").change("encoder", "none")
+        shutil.copytree(support.fresh_pair(), self.scratch / "pair")
         packet = self.scratch / "pair" / "field" / "outbox" / "a.mdb"
         packet.write_bytes(b"packet")
-        outcome = run("run", windows(self.scratch / "pair" / "field.ini"),
-                      program=self.scratch / "znhost.exe")
-        self.assertEqual(outcome.code, 1, outcome)
+        outcome = self.assert_ends(1, "run", self.scratch / "pair" / "field.ini", program=self.scratch / "znhost.exe")
         self.assertIn("Missing there: znTransporter.dll", outcome.errors)
         self.assertTrue(packet.exists())

@@ -1,46 +1,41 @@
 """xDelta.exe: differences between real files, and what it says when something is wrong."""
 import os
-import pathlib
 import shutil
-import tempfile
-import unittest
 
 import support
-from support import run, windows
+from support import ScratchTest, windows
 
 PAGE = 4096
 
 
-class DeltaTest(unittest.TestCase):
+class DeltaTest(ScratchTest):
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="xdelta-e2e-"))
-        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        super().setUp()
         self.reference, self.source, self.delta, self.output = (
-            self.folder / name for name in ("Base1.AXR", "x.mdb", "x.mdb~Base1.axd", "restored.mdb"))
+            self.scratch / name for name in ("Base1.AXR", "x.mdb", "x.mdb~Base1.axd", "restored.mdb"))
         self.reference.write_bytes(os.urandom(40 * PAGE))
         self.source.write_bytes(os.urandom(PAGE) + self.reference.read_bytes()[:-PAGE])
 
-    def xdelta(self, command, *arguments):
-        return run(command, *(windows(path) for path in arguments), program=support.BIN / "xDelta.exe")
+    def xdelta(self, code, *arguments):
+        return self.assert_ends(code, *arguments, program=support.BIN / "xDelta.exe")
 
     def make_delta(self):
-        outcome = self.xdelta("delta", self.reference, self.source, self.delta)
-        self.assertEqual((outcome.code, outcome.output + outcome.errors), (0, ""))
+        outcome = self.xdelta(0, "delta", self.reference, self.source, self.delta)
+        self.assertEqual(outcome.output + outcome.errors, "")
 
     def assert_restores(self):
-        outcome = self.xdelta("patch", self.delta, self.reference, self.output)
-        self.assertEqual((outcome.code, outcome.output + outcome.errors), (0, ""))
+        outcome = self.xdelta(0, "patch", self.delta, self.reference, self.output)
+        self.assertEqual(outcome.output + outcome.errors, "")
         self.assertEqual(self.output.read_bytes(), self.source.read_bytes())
 
     def assert_refuses(self, text, *, code=1, command="patch", arguments=None):
         """It names its reason, and leaves neither an output nor any other file."""
         arguments = (self.delta, self.reference, self.output) if arguments is None else arguments
-        before = sorted(self.folder.iterdir())
-        outcome = self.xdelta(command, *arguments)
-        self.assertEqual(outcome.code, code, outcome)
-        self.assertIn("xDelta: ", outcome.errors)
-        self.assertIn(text, outcome.errors)
-        self.assertEqual(sorted(self.folder.iterdir()), before)
+        before = sorted(self.scratch.iterdir())
+        errors = self.xdelta(code, command, *arguments).errors
+        self.assertIn("xDelta: ", errors)
+        self.assertIn(text, errors)
+        self.assertEqual(sorted(self.scratch.iterdir()), before)
 
     def test_restores_the_source(self):
         self.output.write_bytes(b"older")
@@ -49,7 +44,7 @@ class DeltaTest(unittest.TestCase):
         self.assert_restores()
 
     def test_unusual_paths(self):
-        deep = self.folder / ("a folder with a rather long name " * 3).strip() / ("x" * 100) / ("y" * 100)
+        deep = self.scratch / ("a folder with a rather long name " * 3).strip() / ("x" * 100) / ("y" * 100)
         deep.mkdir(parents=True)
         for name in ("reference", "source", "delta", "output"):
             path = deep / f"{name} \u00e4\u0416\u4e2d\U0001f4e6 (1) 100%.mdb"
@@ -64,7 +59,7 @@ class DeltaTest(unittest.TestCase):
         good = self.delta.read_bytes()
         changed = bytearray(self.reference.read_bytes())
         changed[PAGE] ^= 1
-        other = self.folder / "Base2.AXR"
+        other = self.scratch / "Base2.AXR"
         other.write_bytes(changed)
         self.assert_refuses(f"{windows(other)} is not the reference that the delta was made against",
                             arguments=(self.delta, other, self.output))
@@ -76,14 +71,12 @@ class DeltaTest(unittest.TestCase):
         self.assertEqual(self.output.read_bytes(), b"older")
 
     def test_names_files_that_cannot_be_used(self):
-        missing = self.folder / "missing" / "x"
+        missing = self.scratch / "missing" / "x"
         for arguments in ((missing, self.source, self.delta), (self.reference, missing, self.delta),
-                          (self.reference, self.source, missing), (self.folder, self.source, self.delta)):
-            bad = missing if missing in arguments else self.folder
+                          (self.reference, self.source, missing), (self.scratch, self.source, self.delta)):
+            bad = missing if missing in arguments else self.scratch
             self.assert_refuses(windows(bad), command="delta", arguments=arguments)
-
-    def test_refuses_a_source_that_somebody_writes(self):
-        """The delta would restore neither the old content nor the new one."""
+        # A delta of what somebody writes would restore neither the old content nor the new one.
         support.Holder(self, self.source, "as a writer")
         self.assert_refuses("in use by another program", command="delta",
                             arguments=(self.reference, self.source, self.delta))
@@ -91,4 +84,4 @@ class DeltaTest(unittest.TestCase):
     def test_wrong_usage(self):
         for command, arguments in (("delta", (self.reference,)), ("patch", ()), ("compare", ()), ("", ())):
             self.assert_refuses("--help", code=2, command=command, arguments=arguments)
-        self.assertIn("Exit codes", self.xdelta("--help").output)
+        self.assertIn("Exit codes", self.xdelta(0, "--help").output)

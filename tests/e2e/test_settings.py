@@ -1,58 +1,45 @@
 """Bad usage and bad settings are refused before anything moves, and the message names the culprit."""
-from support import HostTest, run, windows
+from support import HostTest
 
-# What is done to the text of field.ini, and what the message must hold.
-BAD_SETTINGS = {
-    "wrong role": (("role = field", "role = foo"), ["[host] role = foo", "field, enterprise"]),
-    "missing role": (("role = field", ""), ["[host] role is missing"]),
-    "empty role": (("role = field", "role ="), ["[host] role has no value"]),
-    "wrong user_interface": (("user_interface = no", "user_interface = maybe"),
-                             ["[host] user_interface = maybe", "yes, no"]),
-    "missing outbox": (("outbox = field\\outbox", ""), ["[folders] outbox is missing"]),
-    "missing sent": (("sent = field\\sent", ""), ["[folders] sent is missing"]),
-    "empty inbox": (("inbox = field\\inbox", "inbox ="), ["[folders] inbox has no value"]),
-    "missing remote folder": (("remote_send = share\\to-enterprise", ""),
-                              ["[folders] remote_send is missing"]),
-    "unknown key": (("[log]", "[log]\ncolour = red"), ["[log] colour", "unknown key"]),
-    "line that is no key": (("[log]", "[log]\nnonsense"), ["[log] nonsense", "unknown key"]),
-    "unknown section": (("[log]", "[extra]\na = b\n[log]"), ["[extra]", "unknown section"]),
-    "key twice": (("outbox = field\\outbox", "outbox = field\\outbox\noutbox = x"),
-                  ["[folders] outbox", "2 times"]),
-    "key before the sections": (("[host]", "stray = 1\n[host]"), ["stray"]),
-    "one folder for two": (("inbox = field\\inbox", "inbox = FIELD\\OUTBOX"),
-                           ["[folders] inbox", "[folders] outbox"]),
-    "folder in another": (("sent = field\\sent", "sent = field\\outbox\\sent"),
-                          ["[folders] sent", "[folders] outbox"]),
-    "impossible path": (("send = field\\send", "send = field\\se?nd"), ["[folders] send", "character"]),
-    "absent outbox": (("outbox = field\\outbox", "outbox = nowhere"), ["[folders] outbox", "no such folder"]),
-    "long extension": (("out_extension = .afz", "out_extension = .zipx"),
-                       ["[zip] out_extension = .zipx", "a dot and three"]),
-    "packets that cannot be encoded": (
-        ("in_extension = .mdb\n\n; Extension that differences get; the same on both sides. Default: .axd",
-         "in_extension = .dat"),
-        ["[xdelta] in_extension = .dat", ".xml"]),
-    "one extension for both": (("out_extension = .axd", "out_extension = .AFZ"),
-                               ["[xdelta] out_extension = .AFZ", "[zip] out_extension"]),
-    "extension that stays": (("out_extension = .afz", "out_extension = .mdb"),
-                             ["[zip] out_extension = .mdb", "[zip] in_extension"]),
-    "reference of another kind": (("reference_path = ", "reference_path = refs\\base.mdb"),
-                                  ["[xdelta] reference_path", ".AXR"]),
-    "reference with a tilde": (("reference_path = ", "reference_path = refs\\ba~se.axr"),
-                               ["[xdelta] reference_path", "~"]),
-    "two problems": (("role = field", "role = foo\ncolour = red"), ["[host] role = foo", "[host] colour"]),
-}
+# A line of field.ini, what takes its place, and what the message must hold.
+BAD_SETTINGS = [
+    ("role = field", "role = foo", "[host] role = foo", "field, enterprise"),
+    ("role = field", "", "[host] role is missing"),
+    ("role = field", "role =", "[host] role has no value"),
+    ("user_interface = no", "user_interface = maybe", "[host] user_interface = maybe", "yes, no"),
+    ("outbox = field\\outbox", "", "[folders] outbox is missing"),
+    ("sent = field\\sent", "", "[folders] sent is missing"),
+    ("inbox = field\\inbox", "inbox =", "[folders] inbox has no value"),
+    ("remote_send = share\\to-enterprise", "", "[folders] remote_send is missing"),
+    ("[log]", "[log]\ncolour = red", "[log] colour", "unknown key"),
+    ("[log]", "[log]\nnonsense", "[log] nonsense", "unknown key"),
+    ("[log]", "[extra]\na = b\n[log]", "[extra]", "unknown section"),
+    ("outbox = field\\outbox", "outbox = field\\outbox\noutbox = x", "[folders] outbox", "2 times"),
+    ("[host]", "stray = 1\n[host]", "stray"),
+    ("inbox = field\\inbox", "inbox = FIELD\\OUTBOX", "[folders] inbox", "[folders] outbox"),
+    ("sent = field\\sent", "sent = field\\outbox\\sent", "[folders] sent", "[folders] outbox"),
+    ("send = field\\send", "send = field\\se?nd", "[folders] send", "character"),
+    ("outbox = field\\outbox", "outbox = nowhere", "[folders] outbox", "no such folder"),
+    ("out_extension = .afz", "out_extension = .zipx", "[zip] out_extension = .zipx", "a dot and three"),
+    ("in_extension = .mdb\n\n; Extension that differences get; the same on both sides. Default: .axd",
+     "in_extension = .dat", "[xdelta] in_extension = .dat", ".xml"),
+    ("out_extension = .axd", "out_extension = .AFZ", "[xdelta] out_extension = .AFZ", "[zip] out_extension"),
+    ("out_extension = .afz", "out_extension = .mdb", "[zip] out_extension = .mdb", "[zip] in_extension"),
+    ("reference_path = ", "reference_path = refs\\base.mdb", "[xdelta] reference_path", ".AXR"),
+    ("reference_path = ", "reference_path = refs\\ba~se.axr", "[xdelta] reference_path", "~"),
+    ("role = field", "role = foo\ncolour = red", "[host] role = foo", "[host] colour"),
+]
 
 
 class SettingsTest(HostTest):
     def test_bad_settings_name_their_key(self):
         packet = self.put(self.field, "a.mdb")
         good = self.field.settings.read_text(encoding="utf-8")
-        for title, ((old, new), messages) in BAD_SETTINGS.items():
-            with self.subTest(title):
+        for old, new, *messages in BAD_SETTINGS:
+            with self.subTest(new or f"without {old}"):
                 self.assertEqual(good.count(old + "\n"), 1)
                 self.field.settings.write_text(good.replace(old + "\n", new + "\n"), encoding="utf-8")
-                outcome = self.field.run()
-                self.assertEqual(outcome.code, 2, outcome)
+                outcome = self.assert_run(self.field, 2)
                 for message in messages:
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
@@ -61,16 +48,12 @@ class SettingsTest(HostTest):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
                                    ([], "A command ("), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
-                outcome = run(*arguments)
-                self.assertEqual(outcome.code, 2, outcome)
-                self.assertIn(message, outcome.errors)
+                self.assertIn(message, self.assert_ends(2, *arguments).errors)
 
     def test_init_overwrites_nothing(self):
         self.field.settings.write_text("mine")
         self.enterprise.settings.unlink()
-        outcome = run("init", windows(self.root))
-        self.assertEqual(outcome.code, 2, outcome)
-        self.assertIn("field.ini exists already", outcome.errors)
+        self.assertIn("field.ini exists already", self.assert_ends(2, "init", self.root).errors)
         self.assertEqual(self.field.settings.read_text(), "mine")
         self.assertFalse(self.enterprise.settings.exists())
 
@@ -80,8 +63,7 @@ class SettingsTest(HostTest):
                 folder = getattr(self.field, name)
                 folder.rmdir()
                 folder.write_text("a file")
-                outcome = self.field.run()
-                self.assertEqual(outcome.code, 2, outcome)
+                outcome = self.assert_run(self.field, 2)
                 self.assertIn(f"[folders] {name}", outcome.errors)
                 folder.unlink()
                 folder.mkdir()
@@ -101,7 +83,7 @@ class SettingsTest(HostTest):
         self.assertTrue(packet.exists())
 
     def test_absolute_paths_and_letter_case(self):
-        self.field.change("outbox", windows(self.field.outbox))
+        self.field.change("outbox", self.field.outbox)
         text = self.field.settings.read_text(encoding="utf-8").replace("role = field", "ROLE = Field")
         self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8")
         self.put(self.field, "a.mdb")
