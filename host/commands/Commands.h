@@ -1,0 +1,26 @@
+// The commands of the program. Each tells the user what it did and returns the exit code; it throws
+// SettingsError for settings that it cannot work with, and base::Error for what it cannot go on without.
+#pragma once
+
+struct Options;
+
+namespace commands {
+
+/// Writes settings for both sides.
+int Init(const Options& options);
+/// Runs one cycle.
+int Run(const Options& options);
+/// Shows what waits in the folders of an installation.
+int List(const Options& options);
+/// Lists, restores or destroys the backups of received packets.
+int Backups(const Options& options);
+/// Shows the mobile configuration of both sides; passwords are not shown.
+int Config(const Options& options);
+/// Tests the FTP site of an installation.
+int Verify(const Options& options);
+/// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.
+int EditSettings(const Options& options);
+/// Shows the transport at work: two installations exchange packets, and every file is compared.
+int Demo(const Options& options);
+
+}  // namespace commands

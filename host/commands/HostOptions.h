@@ -1,0 +1,41 @@
+// What the user asks for on the command line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+enum class BackupAction { List, Restore, RestoreAll, Destroy };
+
+struct BackupRequest {
+    BackupAction action = BackupAction::List;
+    std::wstring packetId;  ///< of Restore and Destroy
+};
+
+/// A server for a round through FTP.
+struct FtpAccount {
+    std::wstring server;  ///< empty for no such round
+    std::wstring user;
+    std::wstring password;
+    std::wstring folder;  ///< on the server; made if missing
+};
+
+struct Options;
+using Command = int (*)(const Options&);  // one of Commands.h
+
+struct Options {
+    Command command = nullptr;
+    std::wstring path;  ///< folder of init and demo, settings file of the others; empty where it is optional
+    BackupRequest backup;
+    bool keep = false;  ///< demo: leave the scratch folder
+    FtpAccount ftp;     ///< demo: exchange packets through this server, too
+
+    std::wstring AbsolutePath() const;
+};
+
+/// Thrown when there is nothing to do but to end: help was printed, or the usage is wrong.
+struct Ended {
+    int exitCode;
+};
+
+/// Throws Ended, after it told the user.
+Options ParseOptions(const std::vector<std::wstring>& arguments);

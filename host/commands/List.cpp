@@ -1,0 +1,56 @@
+// The command list.
+#include <string>
+#include <vector>
+
+#include "base/Console.h"
+#include "base/FolderTree.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HostOptions.h"
+#include "host/console/ExitCode.h"
+#include "host/console/Table.h"
+#include "host/cycle/Cycle.h"
+#include "host/session/ComApartment.h"
+#include "host/settings/SettingsChecks.h"
+
+namespace {
+
+struct Place {
+    std::wstring name;
+    std::vector<base::TreeFile> files;
+};
+
+std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
+    std::vector<base::TreeFile> files;
+    for (const std::wstring& subFolder : ReceiveSubFolders(settings))
+        for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder))
+            files.push_back(file);
+    return files;
+}
+
+std::uint64_t TotalSize(const std::vector<base::TreeFile>& files) {
+    std::uint64_t total = 0;
+    for (const base::TreeFile& file : files)
+        total += file.size;
+    return total;
+}
+
+}  // namespace
+
+int commands::List(const Options& options) {
+    const Settings settings =
+        ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    const ComApartment apartment;
+    Session session(settings);
+    const std::vector<Place> places = {{L"outbox", base::FilesBelow(settings.outbox)},
+                                       {L"send folder", FilesToSend(session, settings)},
+                                       {L"receive folder", ReceivedFiles(settings)}};
+    Table table({{L"Place"}, {L"Packet"}, {L"Size", Table::Align::Right}});
+    for (const Place& place : places)
+        for (const base::TreeFile& file : place.files)
+            table.Add({place.name, file.RelativePath(), Grouped(file.size)});
+    if (!table.IsEmpty()) table.Print();
+    for (const Place& place : places)
+        Console::Line(place.name + L": " + Counted(place.files.size(), L"packet") + L", " +
+                      Counted(TotalSize(place.files), L"byte"));
+    return kAllDelivered;
+}

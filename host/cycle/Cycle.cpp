@@ -1,0 +1,237 @@
+// See Cycle.h.
+#include "host/cycle/Cycle.h"
+
+#include <algorithm>
+#include <set>
+
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "com/Object.h"
+#include "host/console/ConsoleProgress.h"
+#include "host/console/Interrupt.h"
+#include "host/cycle/TravelName.h"
+
+namespace {
+
+/// Why something was not done; nothing when it was.
+using Hindrance = std::optional<std::wstring>;
+
+/// The top folder to which the transport copies received packets, in whose place no packet may arrive.
+bool IsBackupFolder(const std::wstring& subFolder) {
+    return base::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
+}
+
+class Cycle {
+public:
+    Cycle(Session& session, const Settings& settings)
+        : m_session(session), m_settings(settings), m_ledger(settings) {}
+
+    CycleResult Run();
+
+private:
+    void AddOutbox();
+    void AddFile(const base::TreeFile& file);
+    Hindrance Refusal(const base::TreeFile& file) const;
+    void LeaveOutbox(const base::TreeFile& file) const;
+    Hindrance Transfer();
+    void ReportSending(const std::vector<base::TreeFile>& waiting);
+    void ReportReceiving(const std::vector<base::TreeFile>& offered);
+    std::vector<base::TreeFile> OfferedFiles() const;
+    void DeliverFolder(const std::wstring& subFolder);
+    std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
+    void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
+                        const std::wstring& reason);
+
+    template <class Call>
+    Hindrance Try(Call&& call) const;
+    std::wstring Reason() const;
+
+    Session& m_session;
+    const Settings& m_settings;
+    PacketLedger m_ledger;
+};
+
+CycleResult Cycle::Run() {
+    const std::vector<base::TreeFile> offered = OfferedFiles();
+    AddOutbox();
+    const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
+    Hindrance failure = Transfer();
+    ReportSending(waiting);
+    ReportReceiving(offered);
+    if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
+        failure = m_settings.remoteReceive + L" is a file, not a folder";
+    for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
+        DeliverFolder(subFolder);
+    return {m_ledger.Outcomes(), failure, Interrupt::Requested()};
+}
+
+/// call: false when the library refuses.
+template <class Call>
+Hindrance Cycle::Try(Call&& call) const try {
+    if (call()) return std::nullopt;
+    return Reason();
+} catch (const base::Error& error) {
+    return error.failure().description;
+}
+
+std::wstring Cycle::Reason() const {
+    return Interrupt::Requested() ? L"stopped before its turn" : m_settings.LogReference();
+}
+
+// --- Sending ----------------------------------------------------------------------------------------
+
+void Cycle::AddOutbox() {
+    for (const base::TreeFile& file : base::FilesBelow(m_settings.outbox))
+        AddFile(file);
+}
+
+void Cycle::AddFile(const base::TreeFile& file) {
+    if (const Hindrance refusal = Refusal(file))
+        return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *refusal);
+    const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
+    // A version that somebody saves after this one was added would leave the outbox without being sent.
+    const FileSystem::WriteBlock block(path);
+    const Hindrance notAdded = Try([&] {
+        if (Interrupt::Requested()) return false;
+        block.Check();
+        return m_session.Add(path, file.subFolder);
+    });
+    if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
+    m_ledger.NoteAdded(file);
+    const Hindrance notLeft = Try([&] {
+        LeaveOutbox(file);
+        return true;
+    });
+    if (notLeft) m_ledger.ReportInOutbox(file, PacketState::InOutbox, *notLeft);
+}
+
+/// Why a file would not reach the other side as the packet that it is.
+Hindrance Cycle::Refusal(const base::TreeFile& file) const {
+    if (IsBackupFolder(file.subFolder))
+        return L"the receive folder keeps backups in the sub-folder Backup; use another name";
+    if (PacketOf(m_settings, file.name) != file.name)
+        return L"the extension is that of an encoded packet; use another name";
+    if (file.size == 0 && IsEncoded(m_settings, file.name))
+        return L"it is empty, and encoded packets must not be";
+    return std::nullopt;
+}
+
+/// Among sent files it replaces an older one of its name.
+void Cycle::LeaveOutbox(const base::TreeFile& file) const {
+    const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
+    if (m_settings.sent.empty()) return FileSystem::DeleteFile(source);
+    const std::wstring folder = Path::Join(m_settings.sent, file.subFolder);
+    FileSystem::CreateFolders(folder);
+    FileSystem::MoveReplacing(source, Path::Join(folder, file.name));
+}
+
+Hindrance Cycle::Transfer() {
+    const Microsoft::WRL::ComPtr<ConsoleProgress> progress = com::Make<ConsoleProgress>();
+    const Hindrance failure = Try([&] {
+        return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
+    });
+    // For the transport a cancelled login is no failure.
+    if (!failure && m_session.LoginCancelled()) return L"the login was cancelled";
+    return failure;
+}
+
+void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
+    for (const base::TreeFile& file : waiting) {
+        if (FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
+            m_ledger.ReportTravelling(Direction::Out, file, PacketState::Waiting, Reason());
+        else
+            m_ledger.ReportTravelling(Direction::Out, file, PacketState::Sent);
+    }
+}
+
+// --- Receiving --------------------------------------------------------------------------------------
+
+/// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
+std::vector<base::TreeFile> Cycle::OfferedFiles() const try {
+    if (m_settings.transport == Transport::Ftp) return {};
+    return base::FilesBelow(m_settings.remoteReceive);
+} catch (const base::Error&) {
+    return {};
+}
+
+void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
+    for (const base::TreeFile& file : offered)
+        if (FileSystem::FileExists(Path::Join(m_settings.remoteReceive, file.RelativePath())))
+            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
+}
+
+void Cycle::DeliverFolder(const std::wstring& subFolder) {
+    const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
+    if (files.empty()) return;
+    for (const base::TreeFile& file : files)
+        m_ledger.NoteReceived(file);
+    std::wstring reason = Reason();
+    const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
+    for (const base::TreeFile& file : files)
+        ReportDelivery(file, names, reason);
+}
+
+/// Returns the names of the files that arrived, in capitals. reason: becomes that of the last one that did
+/// not.
+std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::wstring& reason) {
+    const std::wstring destination = Path::Join(m_settings.inbox, subFolder);
+    std::set<std::wstring> names;
+    LONG count = 0;
+    const auto attempt = [&](auto&& call) {
+        if (const Hindrance hindrance = Try(call)) reason = *hindrance;
+    };
+    attempt([&] {
+        FileSystem::CreateFolders(destination);
+        count = m_session.ResetReceived(subFolder);
+        return true;
+    });
+    // An empty name also stands for a file that failed, so that only the count tells the end of the list.
+    for (LONG i = 0; i < count && !Interrupt::Requested(); ++i)
+        attempt([&] {
+            const std::optional<std::wstring> delivered = m_session.DeliverNext(destination);
+            if (!delivered) return false;
+            const std::wstring name = Path::FileName(*delivered);
+            names.insert(base::Upper(name));
+            m_ledger.ReportDelivered(subFolder, name);
+            return true;
+        });
+    return names;
+}
+
+/// Reports a received file that no call handed out as delivered.
+void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
+                           const std::wstring& reason) {
+    if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
+        return m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
+    // Delivered all the same: only the removal of its predecessor failed.
+    const base::TreeFile packet = m_ledger.PacketIn(file);
+    if (!names.contains(base::Upper(packet.name)) &&
+        FileSystem::FileExists(Path::Join(m_settings.inbox, packet.RelativePath())))
+        m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
+}
+
+}  // namespace
+
+bool CycleResult::Complete() const {
+    return !transferFailure && !interrupted && std::ranges::all_of(outcomes, [](const Outcome& outcome) {
+        return outcome.state == PacketState::Sent || outcome.state == PacketState::Delivered;
+    });
+}
+
+CycleResult RunCycle(Session& session, const Settings& settings) { return Cycle(session, settings).Run(); }
+
+std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings) {
+    std::vector<base::TreeFile> files;
+    for (const std::wstring& subFolder : base::SubFolders(settings.send))
+        for (const std::wstring& path : session.FilesToSend(subFolder))
+            files.push_back({subFolder, Path::FileName(path), SizeOf(path)});
+    return files;
+}
+
+std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
+    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
+    std::erase_if(subFolders, IsBackupFolder);
+    return subFolders;
+}

@@ -1,0 +1,37 @@
+// COM in the calling thread.
+#pragma once
+
+#include <windows.h>
+
+#include "base/Handle.h"
+
+/// Everything that is made of COM lives inside its life time. Classes come from the libraries beside the
+/// program where they are there with their manifests, otherwise from the registry.
+class ComApartment {
+public:
+    /// Throws base::Error.
+    ComApartment();
+
+private:
+    struct ContextTraits {
+        using Value = HANDLE;
+        static Value None() noexcept { return INVALID_HANDLE_VALUE; }
+        static void Close(Value context) noexcept { ReleaseActCtx(context); }
+    };
+    struct ActivationTraits {
+        using Value = ULONG_PTR;
+        static Value None() noexcept { return 0; }
+        static void Close(Value cookie) noexcept { DeactivateActCtx(0, cookie); }
+    };
+    struct Initialisation {
+        Initialisation();
+        Initialisation(const Initialisation&) = delete;
+        Initialisation& operator=(const Initialisation&) = delete;
+        ~Initialisation();
+    };
+
+    // COM ends while the context is still there from which its classes came.
+    base::UniqueHandle<ContextTraits> m_context;
+    Initialisation m_initialisation;
+    base::UniqueHandle<ActivationTraits> m_activation;
+};

@@ -1,0 +1,40 @@
+// See Components.h.
+#include "host/session/Components.h"
+
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "com/Values.h"
+#include "znFramework.h"
+
+namespace {
+
+/// What the program needs beside it, and does not find there.
+std::wstring MissingFiles(const std::wstring& folder) {
+    std::wstring names;
+    for (const wchar_t* name :
+         {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
+        if (!FileSystem::FileExists(Path::Join(folder, name))) names.append(L" ").append(name);
+    return names.empty() ? L"" : L" Missing there:" + names;
+}
+
+}  // namespace
+
+void ThrowMissing(const wchar_t* component, const base::Error& error) {
+    const std::wstring folder = Path::ParentFolder(base::ProgramPath());
+    base::Failure failure = error.failure();
+    failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
+                          failure.description +
+                          L"\nPut znTransporter.dll and znFramework.dll of "
+                          L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
+                          folder + L", or register both with regsvr32." + MissingFiles(folder);
+    throw base::Error(std::move(failure));
+}
+
+void ConfigureFramework(const Settings& settings) {
+    const auto host =
+        CreateComponent<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
+    com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
+    com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
+}

@@ -1,0 +1,175 @@
+// See Session.h.
+#include "host/session/Session.h"
+
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "com/Create.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "host/session/Components.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+/// A property set that is filled while it is built.
+class PropertySet {
+public:
+    PropertySet() : m_set(CreateComponent<ZNPropertySet, IZNPropertySet>(L"znSystem.ZNPropertySet")) {}
+
+    PropertySet& With(std::wstring_view name, const std::wstring& value) {
+        com::Check(m_set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+        return *this;
+    }
+    IZNPropertySet* Get() const { return m_set.Get(); }
+
+private:
+    ComPtr<IZNPropertySet> m_set;
+};
+
+const wchar_t* Mobile(const Settings& settings) { return settings.role == Role::Field ? L"TRUE" : L"FALSE"; }
+
+/// The names of an encoder's properties are those of its settings in capitals.
+PropertySet PropertiesOf(Section encoder, const Settings& settings) {
+    PropertySet properties;
+    for (const Setting& setting : kSettings) {
+        if (setting.section != encoder) continue;
+        const std::wstring value = setting.text(settings);
+        if (!value.empty()) properties.With(base::Upper(setting.name), value);
+    }
+    return properties.With(L"MOBILE", Mobile(settings));
+}
+
+}  // namespace
+
+Session::Session(const Settings& settings) {
+    ConfigureFramework(settings);
+    m_transporter = CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
+    m_backups = com::As<IZNTransporter2>(m_transporter.Get());
+    com::Check(m_backups->put_BackupEnabled(settings.backups ? VARIANT_TRUE : VARIANT_FALSE));
+    AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, Section::Zip, settings.zip,
+                              L"Unzip.exe");
+    AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings, Section::XDelta,
+                                 settings.xdelta, L"xDelta.exe");
+    CreateSenderReceiver(settings);
+    com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
+}
+
+/// Every encoder decodes what comes in; only the chosen one also encodes. One whose program is missing takes
+/// no settings but its extension: what it should decode is then reported and stays.
+template <class Class>
+void Session::AddEncoder(const wchar_t* component, const Settings& settings, Section section,
+                         const EncoderSettings& own, const wchar_t* decodingProgram) {
+    const bool encodes = settings.ChosenEncoder() == &own;
+    const bool works = encodes || FileSystem::FileExists(Path::Join(own.programFolder, decodingProgram));
+    const auto encoder = CreateComponent<Class, IZNEncoder>(component);
+    const auto configurable = com::As<IZNEncoder2>(encoder.Get());
+    com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
+    if (works)
+        com::Check(configurable->putref_PropSet(PropertiesOf(section, settings).Get()), component);
+    else
+        com::Check(encoder->put_OutExtension(com::Bstr(own.outExtension).Get()));
+    if (!encodes) com::Check(encoder->put_InExtension(nullptr));
+    com::Check(m_transporter->putref_Encoder(encoder.Get()));
+}
+
+/// The name comes before the settings, whose defaults depend on it; the remote side's settings come last:
+/// the folder transport of the enterprise, and a login, are only taken there.
+void Session::CreateSenderReceiver(const Settings& settings) {
+    m_senderReceiver =
+        settings.transport == Transport::Ftp
+            ? CreateComponent<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv")
+            : CreateComponent<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
+    const auto configurable = com::As<IZNSenderReceiver2>(m_senderReceiver.Get());
+    com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
+    PropertySet local;
+    local.With(L"MOBILE", Mobile(settings))
+        .With(L"LOCAL_SEND_FOLDER", settings.send)
+        .With(L"LOCAL_RECEIVE_FOLDER", settings.receive)
+        .With(L"REMOTE_SEND_FOLDER", settings.remoteSend)
+        .With(L"REMOTE_RECEIVE_FOLDER", settings.remoteReceive);
+    com::Check(configurable->putref_PropSet(local.Get()));
+    PropertySet remote;
+    remote.With(L"RemoteSendFolder", settings.remoteSend)
+        .With(L"RemoteReceiveFolder", settings.remoteReceive)
+        .With(L"FTPServer", settings.ftpServer)
+        .With(L"FTPUser", settings.ftpUser)
+        .With(L"FTPPassword", settings.ftpPassword.plain);
+    if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
+        throw base::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
+}
+
+bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {
+    return com::Get<bool>(&IZNTransporter::Add, m_transporter.Get(), com::Bstr(path).Get(),
+                          com::Bstr(subFolder).Get());
+}
+
+bool Session::SendReceive(IUnknown* progress) {
+    return com::Get<bool>(&IZNTransporter::SendReceive, m_transporter.Get(), com::Bstr(L"").Get(), progress);
+}
+
+bool Session::LoginCancelled() {
+    return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, m_senderReceiver.Get());
+}
+
+std::vector<std::wstring> Session::FilesToSend(const std::wstring& subFolder) {
+    const LONG count =
+        com::Get<LONG>(&IZNTransporter::ResetLocalSendFiles, m_transporter.Get(), com::Bstr(subFolder).Get());
+    std::vector<std::wstring> files;
+    for (LONG i = 0; i < count; ++i) {
+        com::Bstr file;
+        VARIANT_BOOL ignored = VARIANT_FALSE;
+        com::Check(m_transporter->NextLocalSendFile(file.Put(), &ignored));
+        files.push_back(file.Text());
+    }
+    return files;
+}
+
+LONG Session::ResetReceived(const std::wstring& subFolder) {
+    return com::Get<LONG>(&IZNTransporter::ResetLocalReceiveFiles, m_transporter.Get(),
+                          com::Bstr(subFolder).Get());
+}
+
+std::optional<std::wstring> Session::DeliverNext(const std::wstring& destination) {
+    com::Bstr file;
+    VARIANT_BOOL delivered = VARIANT_FALSE;
+    com::Check(m_transporter->NextLocalReceiveFile(com::Bstr(destination).Get(), file.Put(), &delivered));
+    if (delivered == VARIANT_FALSE) return std::nullopt;
+    return file.Text();
+}
+
+std::vector<std::wstring> Session::PacketsWithBackup() {
+    com::Check(m_backups->put_BackupEnabled(VARIANT_TRUE));
+    com::Check(m_backups->Reset());
+    std::vector<std::wstring> packetIds;
+    for (;;) {
+        auto id = com::Get<std::wstring>(&IZNTransporter2::Next, m_backups.Get());
+        if (id.empty()) return packetIds;
+        packetIds.push_back(std::move(id));
+    }
+}
+
+bool Session::RestoreBackup(const std::wstring& packetId) {
+    return com::Get<bool>(&IZNTransporter2::RestoreBackup, m_backups.Get(), com::Bstr(packetId).Get());
+}
+
+bool Session::DestroyBackup(const std::wstring& packetId) {
+    return com::Get<bool>(&IZNTransporter2::DestroyBackup, m_backups.Get(), com::Bstr(packetId).Get());
+}
+
+std::wstring Session::VerifySite() {
+    return com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite,
+                                  com::As<_clsFTPSndRcv>(m_senderReceiver.Get()).Get());
+}
+
+ComPtr<IUnknown> Session::EditSite(IUnknown* document) {
+    constexpr LONG kBothSides = 3;
+    const auto properties = com::As<IZNMobileAdminProperties>(m_senderReceiver.Get());
+    ComPtr<IUnknown> ignored;
+    ComPtr<IUnknown> edited;
+    com::Check(properties->Initialize(kBothSides, document, &ignored));
+    com::Check(properties->Execute(kBothSides, &edited));
+    return edited;
+}

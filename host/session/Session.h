@@ -1,0 +1,53 @@
+// The COM objects of one cycle, created and wired as the settings say.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/session/WorkFolder.h"
+#include "host/settings/SettingsTable.h"
+#include "znTransporter.h"
+
+/// Its members throw base::Error.
+class Session {
+public:
+    explicit Session(const Settings& settings);
+
+    /// True when the packet waits in the send folder.
+    bool Add(const std::wstring& path, const std::wstring& subFolder);
+    bool SendReceive(IUnknown* progress);
+    /// Whether the user cancelled the login of the last SendReceive.
+    bool LoginCancelled();
+    /// Paths of the files that wait in a sub-folder of the send folder.
+    std::vector<std::wstring> FilesToSend(const std::wstring& subFolder);
+    /// Starts the list of received files of a sub-folder anew and returns their number.
+    LONG ResetReceived(const std::wstring& subFolder);
+    /// Path of the next one, now delivered, which may be empty; nothing when it could not be delivered.
+    std::optional<std::wstring> DeliverNext(const std::wstring& destination);
+    /// Ids of the packets in the backup folder, whether or not the settings ask for new backups.
+    std::vector<std::wstring> PacketsWithBackup();
+    /// False when there is no backup of the packet, or it cannot be moved or deleted; PacketsWithBackup comes
+    /// first.
+    bool RestoreBackup(const std::wstring& packetId);
+    bool DestroyBackup(const std::wstring& packetId);
+
+    /// What fails of the FTP site; empty when it works.
+    std::wstring VerifySite();
+    /// Shows the settings dialog of the sender/receiver, which starts with the document's settings. Returns
+    /// the document that it leaves; null when the settings are not complete.
+    Microsoft::WRL::ComPtr<IUnknown> EditSite(IUnknown* document);
+
+private:
+    template <class Class>
+    void AddEncoder(const wchar_t* component, const Settings& settings, Section section,
+                    const EncoderSettings& own, const wchar_t* decodingProgram);
+    void CreateSenderReceiver(const Settings& settings);
+
+    WorkFolder m_workFolder;
+    Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
+    Microsoft::WRL::ComPtr<IZNTransporter2> m_backups;
+    Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
+};

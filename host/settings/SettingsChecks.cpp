@@ -1,0 +1,66 @@
+// See SettingsChecks.h.
+#include "host/settings/SettingsChecks.h"
+
+#include "base/Error.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "host/settings/SettingsFile.h"
+
+namespace {
+
+SettingsError Refusal(const Settings& settings, const Setting& setting, const std::wstring& problem) {
+    return SettingsError({Complaint(settings, setting, problem)});
+}
+
+void CheckProgram(const Settings& settings, const Setting& folder, const wchar_t* program) {
+    if (FileSystem::FileExists(Path::Join(folder.text(settings), program))) return;
+    throw Refusal(settings, folder,
+                  std::wstring(L"there is no ") + program +
+                      L" in this folder; copy it there, name its folder, or set " +
+                      SettingOf<&Settings::encoder>().Title() + L" = " + TextOf(EncoderKind::None));
+}
+
+}  // namespace
+
+void CheckFtp(const Settings& settings) {
+    constexpr const Setting& kTransport = SettingOf<&Settings::transport>();
+    if (settings.transport != Transport::Ftp)
+        throw Refusal(settings, kTransport,
+                      std::wstring(L"this command needs ") + kTransport.name + L" = " +
+                          TextOf(Transport::Ftp));
+}
+
+void CheckFolders(const Settings& settings) {
+    Problems problems;
+    for (const Setting& setting : kSettings)
+        if (setting.kind == ValueKind::Folder && FileSystem::FileExists(setting.text(settings)))
+            problems.push_back(Complaint(settings, setting, L"this is a file, not a folder"));
+    if (!problems.empty()) throw SettingsError(problems);
+    if (!FileSystem::FolderExists(settings.outbox))
+        throw Refusal(settings, SettingOf<&Settings::outbox>(), L"there is no such folder");
+}
+
+void CheckPrograms(const Settings& settings) {
+    if (settings.encoder == EncoderKind::Zip)
+        CheckProgram(settings, SettingOf<&Settings::zip, &EncoderSettings::programFolder>(), L"Zip.exe");
+    if (settings.encoder == EncoderKind::XDelta)
+        CheckProgram(settings, SettingOf<&Settings::xdelta, &EncoderSettings::programFolder>(),
+                     L"xDelta.exe");
+}
+
+void CheckLogFile(const Settings& settings) try {
+    if (settings.logFile.empty()) return;
+    FileSystem::CreateFolders(Path::ParentFolder(settings.logFile));
+    base::AppendToFile(settings.logFile, "");
+} catch (const base::Error& error) {
+    throw Refusal(settings, SettingOf<&Settings::logFile>(),
+                  L"the log cannot be written: " + error.failure().description);
+}
+
+Settings ReadSettings(const std::wstring& file, std::initializer_list<void (*)(const Settings&)> checks) {
+    Settings settings = ReadSettings(file);
+    for (const auto check : checks)
+        check(settings);
+    return settings;
+}

@@ -1,0 +1,19 @@
+// Checks of settings beyond their file: what a command needs of the computer. All throw SettingsError.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+#include "host/settings/Settings.h"
+
+/// Packets travel through an FTP server.
+void CheckFtp(const Settings& settings);
+/// Local folders are no files, the outbox is there.
+void CheckFolders(const Settings& settings);
+/// The program of the chosen encoder is there.
+void CheckPrograms(const Settings& settings);
+/// The log file can be written.
+void CheckLogFile(const Settings& settings);
+
+/// Settings that pass some of the checks, which are made in their order.
+Settings ReadSettings(const std::wstring& file, std::initializer_list<void (*)(const Settings&)> checks);

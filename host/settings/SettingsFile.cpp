@@ -1,0 +1,287 @@
+// See SettingsFile.h.
+#include "host/settings/SettingsFile.h"
+
+#include <SimpleIni.h>
+
+#include <algorithm>
+#include <cwctype>
+#include <span>
+#include <vector>
+
+#include "base/Error.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "base/Text.h"
+
+namespace {
+
+using Ini = CSimpleIniW;
+using base::EqualsIgnoringCase;
+
+using Names = std::span<const wchar_t* const>;
+
+std::wstring Listed(Names names) {
+    std::wstring text;
+    for (const wchar_t* const name : names)
+        text.append(text.empty() ? L"" : L", ").append(name);
+    return text;
+}
+
+/// A name as it is listed, whatever the letter case it is asked for in; null when it is not.
+const wchar_t* Find(Names names, std::wstring_view name) {
+    const auto found =
+        std::ranges::find_if(names, [&](const wchar_t* other) { return EqualsIgnoringCase(other, name); });
+    return found == names.end() ? nullptr : *found;
+}
+
+std::vector<const wchar_t*> NamesIn(std::wstring_view section) {
+    std::vector<const wchar_t*> names;
+    for (const Setting& setting : kSettings)
+        if (EqualsIgnoringCase(setting.SectionName(), section)) names.push_back(setting.name);
+    return names;
+}
+
+bool IsNumber(const std::wstring& value) {
+    return !value.empty() && value.size() <= 6 &&
+           value.find_first_not_of(L"0123456789") == std::wstring::npos;
+}
+
+/// The transporter tells packets apart by the last four characters of their names.
+bool IsExtension(const std::wstring& value) {
+    return value.size() == 4 && value.front() == L'.' &&
+           std::all_of(value.begin() + 1, value.end(), [](wchar_t letter) { return std::iswalnum(letter); });
+}
+
+/// A difference names its reference after a "~", without the extension.
+bool CanBeReference(const std::wstring& path) {
+    const std::wstring name = Path::FileName(path);
+    return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
+}
+
+/// One settings file on its way to checked values.
+class Reader {
+public:
+    /// text: UTF-8.
+    Reader(const std::wstring& file, const std::string& text);
+
+    Settings Read();
+
+private:
+    void CheckSections();
+    void CheckNames(const wchar_t* section);
+    void ReadValue(const Setting& setting);
+    void CheckValue(const Setting& setting, const std::wstring& value);
+    void CheckExtensions();
+    void CheckApart();
+    std::wstring Comparable(const Setting& setting) const;
+    bool IsLocal(const Setting& setting) const;
+    void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
+    void ThrowProblems() const {
+        if (!m_problems.empty()) throw SettingsError(m_problems);
+    }
+
+    // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
+    Ini m_ini{true, true, false};
+    Settings m_settings;
+    Problems m_problems;
+};
+
+Reader::Reader(const std::wstring& file, const std::string& text) {
+    m_settings.file = file;
+    m_ini.SetAllowKeyOnly(true);
+    if (m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
+    ThrowProblems();
+}
+
+Settings Reader::Read() {
+    CheckSections();
+    for (const Setting& setting : kSettings)
+        ReadValue(setting);
+    ThrowProblems();
+    CheckExtensions();
+    CheckApart();
+    ThrowProblems();
+    return std::move(m_settings);
+}
+
+void Reader::CheckSections() {
+    Ini::TNamesDepend sections;
+    m_ini.GetAllSections(sections);
+    sections.sort(Ini::Entry::LoadOrder());
+    for (const Ini::Entry& section : sections)
+        if (*section.pItem == L'\0' || Find(kSectionNames, section.pItem))
+            CheckNames(section.pItem);
+        else
+            Complain(L"[" + std::wstring(section.pItem) + L"] is an unknown section; there are: " +
+                     Listed(kSectionNames));
+}
+
+void Reader::CheckNames(const wchar_t* section) {
+    const std::vector<const wchar_t*> known = NamesIn(section);
+    Ini::TNamesDepend names;
+    m_ini.GetAllKeys(section, names);
+    names.sort(Ini::Entry::LoadOrder());
+    for (const Ini::Entry& name : names) {
+        const std::wstring title = L"[" + std::wstring(section) + L"] " + name.pItem;
+        if (*section == L'\0')
+            Complain(std::wstring(name.pItem) + L" stands before the first section");
+        else if (!Find(known, name.pItem))
+            Complain(title + L" is an unknown key; the section has: " + Listed(known));
+        else if (Ini::TNamesDepend values;
+                 m_ini.GetAllValues(section, name.pItem, values) && values.size() > 1)
+            Complain(title + L" is given " + std::to_wstring(values.size()) + L" times");
+    }
+}
+
+void Reader::ReadValue(const Setting& setting) {
+    const wchar_t* const raw = m_ini.GetValue(setting.SectionName(), setting.name);
+    if (!raw && setting.presence != Presence::Optional) return Complain(setting.Title() + L" is missing");
+    std::wstring value = raw ? raw : L"";
+    if (value.empty() && setting.presence == Presence::Required)
+        return Complain(setting.Title() + L" has no value");
+    if (value.empty()) value = setting.fallback;
+    CheckValue(setting, value);
+    if (const wchar_t* const word = Find(setting.allowed, value)) value = word;
+    if (setting.kind == ValueKind::ProgramFolder && value.empty())
+        value = Path::ParentFolder(base::ProgramPath());
+    if (IsLocal(setting) && !value.empty())
+        value = FileSystem::FullPath(Path::ParentFolder(m_settings.file), value);
+    setting.take(m_settings, value);
+}
+
+/// Whether the value is a path on this computer, which may be relative to the settings file.
+bool Reader::IsLocal(const Setting& setting) const {
+    switch (setting.kind) {
+    case ValueKind::File:
+    case ValueKind::Reference:
+    case ValueKind::Folder:
+    case ValueKind::ProgramFolder:
+        return true;
+    case ValueKind::RemoteFolder:
+        return m_settings.transport == Transport::Folder;
+    default:
+        return false;
+    }
+}
+
+void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
+    const auto refuseIf = [&](bool wrong, const std::wstring& why) {
+        if (wrong) m_problems.push_back(Complaint(m_settings.file, setting, value, why));
+    };
+    const auto is = [&](ValueKind kind) { return setting.kind == kind; };
+    refuseIf(!setting.allowed.empty() && !Find(setting.allowed, value),
+             L"the value must be one of: " + Listed(setting.allowed));
+    refuseIf((is(ValueKind::Number) && !IsNumber(value)) || (is(ValueKind::Extension) && !IsExtension(value)),
+             std::wstring(L"the value must be ") + DescriptionOf(setting.kind));
+    refuseIf(is(ValueKind::Reference) && !value.empty() && !CanBeReference(value),
+             L"the file's name must end in .AXR and hold no ~");
+    refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
+             L"a path on an FTP server is written with /");
+    refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
+             L"the path holds a character that no path may hold");
+}
+
+/// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
+void Reader::CheckExtensions() {
+    const Setting* const settings[] = {&SettingOf<&Settings::zip, &EncoderSettings::inExtension>(),
+                                       &SettingOf<&Settings::xdelta, &EncoderSettings::inExtension>(),
+                                       &SettingOf<&Settings::zip, &EncoderSettings::outExtension>(),
+                                       &SettingOf<&Settings::xdelta, &EncoderSettings::outExtension>()};
+    for (const Setting* out : {settings[2], settings[3]})
+        for (const Setting* other : settings) {
+            if (other == out) break;
+            if (EqualsIgnoringCase(other->text(m_settings), out->text(m_settings)))
+                m_problems.push_back(
+                    Complaint(m_settings, *out, L"the extension must differ from that of " + other->Title()));
+        }
+}
+
+/// In a form in which a folder begins with the path of every folder that it lies in.
+std::wstring Reader::Comparable(const Setting& setting) const {
+    const std::wstring path = setting.text(m_settings);
+    if (IsLocal(setting)) return base::Upper(Path::WithSeparator(path));
+    return path.ends_with(L'/') ? path : path + L'/';
+}
+
+/// A folder inside another one, or named twice, would send packets in a circle.
+void Reader::CheckApart() {
+    std::vector<std::pair<const Setting*, std::wstring>> folders;
+    for (const Setting& setting : kSettings)
+        if (HoldsPackets(setting.kind) && !setting.text(m_settings).empty())
+            folders.emplace_back(&setting, Comparable(setting));
+    for (const auto& [outerSetting, outer] : folders)
+        for (const auto& [innerSetting, inner] : folders)
+            if (outerSetting != innerSetting && inner.starts_with(outer) &&
+                (inner != outer || outerSetting < innerSetting))
+                m_problems.push_back(
+                    Complaint(m_settings, *innerSetting,
+                              L"the folder must not be or lie in that of " + outerSetting->Title()));
+}
+
+/// The comment of a setting in a new file, in lines.
+std::wstring FileComment(const Setting& setting) {
+    constexpr std::size_t kLongestLine = 102;
+    std::wstring text = std::wstring(L"; ") + setting.comment;
+    if (*setting.fallback != L'\0') text.append(L" Default: ").append(setting.fallback);
+    for (std::size_t start = 0;;) {
+        std::size_t end = std::min(text.find(L'\n', start), text.size());
+        if (end - start > kLongestLine) end = text.rfind(L' ', start + kLongestLine);
+        if (end == text.size()) return text;
+        text.replace(end, 1, L"\n; ");
+        start = end + 1;
+    }
+}
+
+// With the blank lines that the file has when its settings are written again.
+constexpr const char* kHeading = "; Settings of znhost. Paths are absolute, or relative to this file.\n\n\n";
+
+base::Bytes BytesOf(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+std::string SettingsText(const std::wstring& file) try {
+    return base::ReadFile(file);
+} catch (const base::Error& error) {
+    throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
+}
+
+}  // namespace
+
+Settings ReadSettings(const std::wstring& file) { return Reader(file, SettingsText(file)).Read(); }
+
+Settings DefaultSettings() {
+    Settings settings;
+    for (const Setting& setting : kSettings)
+        setting.take(settings, setting.fallback);
+    return settings;
+}
+
+std::string NewSettingsText(const Settings& settings) {
+    Ini ini(true);
+    for (const Setting& setting : kSettings)
+        ini.SetValue(setting.SectionName(), setting.name, setting.text(settings).c_str(),
+                     FileComment(setting).c_str());
+    std::string text;
+    ini.Save(text);
+    return kHeading + text;
+}
+
+void WriteFtpSettings(const Settings& settings) {
+    Ini ini(true);
+    if (ini.LoadData(base::ReadFile(settings.file)) < 0)
+        throw base::Error(E_FAIL, settings.file + L" is not UTF-8 text.");
+    for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
+                                   SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>(),
+                                   SettingOf<&Settings::ftpPassword>()})
+        ini.SetValue(setting.SectionName(), setting.name, setting.text(settings).c_str());
+    std::string text;
+    ini.Save(text);
+    Reader(settings.file, text).Read();
+    base::StagedFile written(settings.file);
+    written.Write(BytesOf(text));
+    // Whoever edits the settings wants them changed, also where the file is write-protected.
+    SetFileAttributesW(FileSystem::Extended(settings.file).c_str(), FILE_ATTRIBUTE_NORMAL);
+    written.Commit();
+}

@@ -1,0 +1,20 @@
+// Settings files: reading them, and writing them with the comments that explain them.
+#pragma once
+
+#include <string>
+
+#include "host/settings/SettingsError.h"
+
+/// What a file says, checked. Throws SettingsError.
+Settings ReadSettings(const std::wstring& file);
+
+/// What the table says of settings that have no values of their own.
+Settings DefaultSettings();
+
+/// A new settings file in UTF-8, with a comment for each setting.
+std::string NewSettingsText(const Settings& settings);
+
+/// Writes the FTP server, its login and the remote folders into the settings' file, the password enciphered;
+/// comments and other settings stay. Throws base::Error, and SettingsError when the file could not be read
+/// again; then it stays as it is.
+void WriteFtpSettings(const Settings& settings);
