@@ -1,0 +1,70 @@
+// docs/settings.md, the reference of the host's settings, is what the table of the settings makes of them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "base/Utf8.h"
+#include "host/settings/SettingsTable.h"
+
+namespace {
+
+constexpr const wchar_t* kIntroduction =
+    L"<!-- Made from host/settings/SettingsTable.h: a test compares both, and leaves the new text when they "
+    L"differ. -->\n"
+    L"# Settings of znhost\n\n"
+    L"A settings file is UTF-8 text: sections in brackets, `name = value` on a line of its own, comments\n"
+    L"behind `;`. Other sections and names than these, and names given twice, are refused; the letter case "
+    L"of\n"
+    L"names and of the listed values does not matter. `znhost init` writes a file for each side, with these\n"
+    L"explanations as comments.\n\n"
+    L"Paths are absolute, or relative to the settings file, and hold none of `* ? \" < > |`. No folder of\n"
+    L"`[folders]` may be or lie in another one. The extensions that encoded packets get differ from each "
+    L"other\n"
+    L"and from those of the packets that are encoded.\n";
+
+std::wstring Code(const wchar_t* text) { return std::wstring(L"`") + text + L"`"; }
+
+std::wstring ValuesOf(const Setting& setting) {
+    if (setting.allowed.empty()) return DescriptionOf(setting.kind);
+    std::wstring values;
+    for (const wchar_t* const value : setting.allowed)
+        values += (values.empty() ? L"" : L", ") + Code(value);
+    return values;
+}
+
+std::wstring DefaultOf(const Setting& setting) {
+    if (setting.presence == Presence::Required) return L"must be given";
+    if (setting.presence == Presence::RequiredEmpty) return L"must be given, may be empty";
+    return *setting.fallback == L'\0' ? L"empty" : Code(setting.fallback);
+}
+
+std::string Reference() {
+    std::wstring text = kIntroduction;
+    const Setting* previous = nullptr;
+    for (const Setting& setting : kSettings) {
+        if (!previous || previous->section != setting.section)
+            text.append(L"\n## [")
+                .append(setting.SectionName())
+                .append(L"]\n\n| Name | Value | Default | What it is |\n|---|---|---|---|\n");
+        std::wstring comment = setting.comment;
+        std::ranges::replace(comment, L'\n', L' ');
+        text += L"| " + Code(setting.name) + L" | " + ValuesOf(setting) + L" | " + DefaultOf(setting) +
+                L" | " + comment + L" |\n";
+        previous = &setting;
+    }
+    return base::ToUtf8(text);
+}
+
+TEST(SettingsReference, SaysWhatTheTableSays) {
+    std::ifstream file(ZN_DOCS "/settings.md", std::ios::binary);
+    const std::string written{std::istreambuf_iterator<char>(file), {}};
+    const std::string made = Reference();
+    if (written != made) std::ofstream("settings.md", std::ios::binary) << made;
+    EXPECT_EQ(written, made) << "The table has changed: copy " << std::filesystem::absolute("settings.md")
+                             << " to docs.";
+}
+
+}  // namespace
