@@ -1,4 +1,4 @@
-// What a program is to the function that starts it.
+// A program: how it starts, and how it ends when it fails.
 #pragma once
 
 #include <string>

@@ -106,8 +106,8 @@ Extent FindCentralDirectory(const ByteSource& source) {
         throw FormatError("its directory lies outside of the file");
     if (directory.entries > directory.size / kCentralHeaderSize)
         throw FormatError("its directory is too short for its members");
-    // It is read as a whole, so that a false size would take any amount of memory. Something else may follow
-    // the entries, as a signature.
+    // It is read as a whole, so that a false size would take any amount of memory. Something else, such as a
+    // signature, may follow the entries.
     if (directory.entries < directory.size / kLongestCentralHeader ||
         !std::in_range<std::size_t>(directory.size))
         throw FormatError("its directory is too large for its members");

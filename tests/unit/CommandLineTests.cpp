@@ -1,3 +1,4 @@
+// What the parser of command lines hands over for which text.
 #include "cmdline/CommandLine.h"
 
 #include <gtest/gtest.h>

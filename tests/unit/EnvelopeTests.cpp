@@ -1,3 +1,4 @@
+// Envelopes and the texts that stand for their bytes.
 #include "cipher/Envelope.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Passwords of FTP sites in the forms in which they are stored.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Where the id of a packet stands in its name.
 #include "packets/PacketName.h"
 
 #include <gtest/gtest.h>

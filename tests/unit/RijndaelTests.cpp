@@ -1,3 +1,4 @@
+// The cipher against published results and against itself.
 #include "cipher/Rijndael.h"
 
 #include <gtest/gtest.h>

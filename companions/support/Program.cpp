@@ -1,4 +1,6 @@
-// Starts a program, and tells the user of its failures.
+// See Program.h.
+#include "companions/support/Program.h"
+
 #include <windows.h>
 
 #include <new>
@@ -8,7 +10,6 @@
 #include "base/Utf8.h"
 #include "companions/support/Arguments.h"
 #include "companions/support/FileFailure.h"
-#include "companions/support/Program.h"
 
 namespace {
 
