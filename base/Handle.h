@@ -34,6 +34,8 @@ public:
         return &m_value;
     }
     void Reset() noexcept { *this = UniqueHandle(); }
+    /// Hands the handle over to the caller, who closes it.
+    Value Release() noexcept { return std::exchange(m_value, Traits::None()); }
 
 private:
     Value m_value = Traits::None();

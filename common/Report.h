@@ -60,13 +60,3 @@ auto Quietly(Body&& body) noexcept -> decltype(body()) try {
 } catch (...) {
     return decltype(body())();
 }
-
-// For members that do not name themselves through Procedure yet.
-inline void ReportCurrentError(std::wstring_view source) {
-    Procedure(std::wstring(source)).ReportCurrentError();
-}
-template <class Result>
-Result StandardHandler(std::wstring_view source, Result result) {
-    ReportCurrentError(source);
-    return result;
-}

@@ -1,8 +1,10 @@
+// See clsTranMobileConfig.h.
 #include "mobile/clsTranMobileConfig.h"
 
 #include "com/Result.h"
 #include "com/Values.h"
 #include "common/Framework.h"
+#include "ftp/settings/FtpSettings.h"
 #include "script/Collections.h"
 #include "services/MobileRegistry.h"
 #include "services/Registry.h"
@@ -72,7 +74,7 @@ private:
 
     void AddReferencePaths(const std::wstring& applicationName) {
         if (!HasHomes()) return AddValues(kXDeltaRefPath, kXDeltaRegPath, kXDeltaRegPath);
-        const std::wstring subKey = std::wstring(kTransportKey).append(L"\\").append(applicationName);
+        const std::wstring subKey = std::wstring(kTransportKey) + L"\\" + applicationName;
         OpenMachineKey(m_applicationRegistry.Get(), ZN_PRODUCT_MOBILE, subKey);
         const std::wstring belowHome = L"\\" + subKey + L"\\" + kXDeltaReferenceFiles + L"\\" +
                                        ReadText(m_applicationRegistry.Get(), kXDeltaReference);
@@ -81,12 +83,13 @@ private:
     }
 
     void AddTransferSettings() {
-        AddToBoth(kFTPEnterpriseToField,
-                  ReadText(m_registry.Get(), kFTPEnterpriseToField, L"EnterpriseToField"));
-        AddToBoth(kFTPFieldToEnterprise,
-                  ReadText(m_registry.Get(), kFTPFieldToEnterprise, L"FieldToEnterprise"));
-        for (const wchar_t* name : {kFTPServer, kFTPUser, kFTPPassword})
-            AddValues(name, name, name);
+        const auto addFolder = [&](const FtpSetting& folder, const wchar_t* missing) {
+            AddToBoth(folder.configName, ReadText(m_registry.Get(), folder.configName, missing));
+        };
+        addFolder(kFtpEnterpriseToField, L"EnterpriseToField");
+        addFolder(kFtpFieldToEnterprise, L"FieldToEnterprise");
+        for (const FtpSetting& login : kFtpLoginSettings)
+            AddValues(login.configName, login.configName, login.configName);
     }
 
     void AddValues(const wchar_t* name, const wchar_t* enterpriseValue, const wchar_t* fieldValue) {
@@ -146,7 +149,7 @@ STDMETHODIMP clsTranMobileConfig::put_ApplicationName(BSTR Value) {
 }
 
 STDMETHODIMP clsTranMobileConfig::get_ApplicationName(BSTR* Value) {
-    return Return(Value, [&] { return m_sApplicationName; });
+    return Return(Value, m_sApplicationName);
 }
 
 STDMETHODIMP clsTranMobileConfig::GetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR* Value) {

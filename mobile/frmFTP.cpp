@@ -1,22 +1,25 @@
+// See frmFTP.h.
 #include "mobile/frmFTP.h"
 
+#include <algorithm>
 #include <array>
 
 #include "base/Text.h"
 #include "common/Report.h"
-#include "common/modMain.h"
-#include "common/modZNStartup.h"
 #include "ftp/settings/FtpPassword.h"
+#include "ftp/settings/FtpSettings.h"
 #include "mobile/frmFTPControls.h"
 #include "mobile/modMobileAdminXML.h"
 #include "mobile/modverification.h"
 #include "services/Branding.h"
 
+using modverification::ShowVerificationMessage;
+
 namespace {
 
-enum Box { kServer, kUser, kPassword, kEnterpriseToField, kFieldToEnterprise, kBoxes };
-
-constexpr int TextBox(int box) { return IDC_FTP_TEXT + box; }
+// Each setting has a label and a box.
+constexpr int kBoxes = kFtpSettings.size();
+constexpr int kPasswordBox = IDC_FTP_TEXT + 2;
 
 constexpr bool IsTextBox(int control) { return control >= IDC_FTP_TEXT && control < IDC_FTP_TEXT + kBoxes; }
 
@@ -28,11 +31,11 @@ struct Caption {
     LONG resource;
 };
 constexpr std::array<Caption, 10> kCaptions = {{
-    {IDC_FTP_LABEL + kServer, 132},
-    {IDC_FTP_LABEL + kUser, 133},
-    {IDC_FTP_LABEL + kPassword, 134},
-    {IDC_FTP_LABEL + kEnterpriseToField, 135},
-    {IDC_FTP_LABEL + kFieldToEnterprise, 136},
+    {IDC_FTP_LABEL, 132},
+    {IDC_FTP_LABEL + 1, 133},
+    {IDC_FTP_LABEL + 2, 134},
+    {IDC_FTP_LABEL + 3, 135},
+    {IDC_FTP_LABEL + 4, 136},
     {IDC_FTP_FOLDERS, 141},
     {IDC_FTP_VERIFY_ON_APPLY, 163},
     {IDC_FTP_VERIFY, 138},
@@ -40,38 +43,32 @@ constexpr std::array<Caption, 10> kCaptions = {{
     {IDC_FTP_CANCEL, 102},
 }};
 
-}  // namespace
-
-void frmFTP::Execute(long Sides, std::wstring& EnterpriseToField, std::wstring& FieldToEnterprise,
-                     std::wstring& Server, std::wstring& User, std::wstring& Password) try {
-    m_lSides = Sides;
-    m_sEncipheredPassword = Password;
-    m_site = {Server, User, FtpPassword::Decipher(Password), EnterpriseToField, FieldToEnterprise};
-    m_document = GenerateFTPXML();
-    if (!ShowModal()) return;
-    Server = m_site.server;
-    User = m_site.user;
-    Password = m_sEncipheredPassword;
-    EnterpriseToField = m_site.enterpriseToField;
-    FieldToEnterprise = m_site.fieldToEnterprise;
-} catch (...) {
-    ReportCurrentError(L"frmFTP.frm.Execute");
+/// Tests what the boxes hold; a fault is shown.
+bool VerifyFTPSite(const FtpSite& site, bool testConnection) {
+    const WaitCursor busy;
+    return modverification::VerifyFTPSite(site, testConnection,
+                                          [](const std::wstring& text) { ShowVerificationMessage(text); });
 }
 
-Microsoft::WRL::ComPtr<IXMLDOMDocument> frmFTP::GenerateFTPXML() const {
-    return ::GenerateFTPXML(m_lSides, m_site.enterpriseToField, m_site.fieldToEnterprise, m_site.server,
-                            m_site.user, m_sEncipheredPassword);
+}  // namespace
+
+void frmFTP::Execute(LONG Sides, FtpSite& Site) {
+    Procedure(L"frmFTP.frm.Execute").Guard([&] {
+        m_lSides = Sides;
+        m_site = Site;
+        m_document = modMobileAdminXML::GenerateFTPXML(Sides, Site);
+        if (ShowModal()) Site = m_site;
+    });
 }
 
 int frmFTP::Load() {
     InitializeLocale();
     SetInitalControlState();
-    SetText(TextBox(kEnterpriseToField), m_site.enterpriseToField);
-    SetText(TextBox(kFieldToEnterprise), m_site.fieldToEnterprise);
-    SetText(TextBox(kServer), m_site.server);
-    SetText(TextBox(kUser), m_site.user);
-    SetText(TextBox(kPassword), m_site.password);
-    return TextBox(kServer);
+    FtpSite shown = m_site;
+    shown.password = FtpPassword::Decipher(m_site.password);
+    for (int box = 0; box < kBoxes; ++box)
+        SetText(IDC_FTP_TEXT + box, shown.*kFtpSettings[box].member);
+    return IDC_FTP_TEXT;
 }
 
 void frmFTP::InitializeLocale() const {
@@ -81,7 +78,7 @@ void frmFTP::InitializeLocale() const {
 }
 
 void frmFTP::SetInitalControlState() const {
-    SendDlgItemMessageW(Window(), TextBox(kPassword), EM_SETPASSWORDCHAR, L'*', 0);
+    SendDlgItemMessageW(Window(), kPasswordBox, EM_SETPASSWORDCHAR, L'*', 0);
     Enable(IDC_FTP_APPLY, false);
     SetChecked(IDC_FTP_VERIFY_ON_APPLY, true);
 }
@@ -93,38 +90,35 @@ void frmFTP::Command(int control, int code) {
     if (control == IDC_FTP_CANCEL) Close(false);
 }
 
-void frmFTP::SetApplyButtonState() const {
-    bool complete = true;
-    for (int box = 0; box < kBoxes; ++box)
-        complete = complete && !base::Trimmed(Text(TextBox(box))).empty();
-    Enable(IDC_FTP_APPLY, complete);
-}
-
 FtpSite frmFTP::ReadBoxes() const {
-    return {Text(TextBox(kServer)), Text(TextBox(kUser)), Text(TextBox(kPassword)),
-            Text(TextBox(kEnterpriseToField)), Text(TextBox(kFieldToEnterprise))};
+    FtpSite site;
+    for (int box = 0; box < kBoxes; ++box)
+        site.*kFtpSettings[box].member = Text(IDC_FTP_TEXT + box);
+    return site;
 }
 
-bool frmFTP::VerifyFTPSite(const FtpSite& site, bool testConnection) const {
-    const WaitCursor busy;
-    return modverification::CheckFTPSite(site, testConnection, &modverification::ShowVerificationMessage);
-}
-
-void frmFTP::cmdFTP_Click() const try {
-    if (VerifyFTPSite(ReadBoxes(), true))
-        modverification::ShowVerificationMessage(BrandedText(kSiteVerified), MB_ICONINFORMATION);
-} catch (...) {
-    ReportCurrentError(L"frmFTP.frm.cmdFTP_Click");
-}
-
-void frmFTP::cmdApply_Click() try {
+void frmFTP::SetApplyButtonState() const {
     const FtpSite site = ReadBoxes();
-    if (!VerifyFTPSite(site, IsChecked(IDC_FTP_VERIFY_ON_APPLY))) return;
-    m_sEncipheredPassword = FtpPassword::Encipher(site.password);
-    m_site = site;
-    m_document = GenerateFTPXML();
-    Close(true);
-} catch (...) {
-    // The dialog stays open, with everything that the user typed.
-    ReportCurrentError(L"frmFTP.frm.cmdApply_Click");
+    Enable(IDC_FTP_APPLY, std::ranges::none_of(kFtpSettings, [&](const FtpSetting& setting) {
+               return base::Trimmed(site.*setting.member).empty();
+           }));
+}
+
+void frmFTP::cmdFTP_Click() const {
+    Procedure(L"frmFTP.frm.cmdFTP_Click").Guard([&] {
+        if (VerifyFTPSite(ReadBoxes(), true))
+            ShowVerificationMessage(BrandedText(kSiteVerified), MB_ICONINFORMATION);
+    });
+}
+
+/// A failure leaves the dialog open, with everything that the user typed.
+void frmFTP::cmdApply_Click() {
+    Procedure(L"frmFTP.frm.cmdApply_Click").Guard([&] {
+        FtpSite site = ReadBoxes();
+        if (!VerifyFTPSite(site, IsChecked(IDC_FTP_VERIFY_ON_APPLY))) return;
+        site.password = FtpPassword::Encipher(site.password);
+        m_document = modMobileAdminXML::GenerateFTPXML(m_lSides, site);
+        m_site = std::move(site);
+        Close(true);
+    });
 }

@@ -5,8 +5,6 @@
 #include <msxml2.h>
 #include <wrl/client.h>
 
-#include <string>
-
 #include "ftp/settings/FtpSite.h"
 #include "ui/Dialog.h"
 
@@ -14,11 +12,10 @@ class frmFTP final : Dialog {
 public:
     frmFTP() : Dialog(L"frmFTP") {}
 
-    /// Shows the dialog modally. Sides: goes into the document. Password: enciphered, as stored. What the
-    /// user applied replaces the five texts; a cancelled dialog leaves them, and so does a host that
-    /// allows no user interface, at once and with a report. Failures are reported.
-    void Execute(long Sides, std::wstring& EnterpriseToField, std::wstring& FieldToEnterprise,
-                 std::wstring& Server, std::wstring& User, std::wstring& Password);
+    /// Shows the dialog modally. Sides: goes into the document. Site: its password enciphered, as stored.
+    /// What the user applied replaces it; a cancelled dialog leaves it, and so does a host that allows no
+    /// user interface, at once and with a report. Failures are reported.
+    void Execute(LONG Sides, FtpSite& Site);
 
     /// The document of the settings that were applied, or else given; null where they are not complete.
     Microsoft::WRL::ComPtr<IXMLDOMDocument> GetXML() const { return m_document; }
@@ -32,11 +29,8 @@ private:
     void cmdFTP_Click() const;
     void cmdApply_Click();
     FtpSite ReadBoxes() const;
-    bool VerifyFTPSite(const FtpSite& site, bool testConnection) const;
-    Microsoft::WRL::ComPtr<IXMLDOMDocument> GenerateFTPXML() const;
 
-    long m_lSides = 0;
-    FtpSite m_site;  ///< what the boxes start with, and what was applied
-    std::wstring m_sEncipheredPassword;
+    LONG m_lSides = 0;
+    FtpSite m_site;  ///< what the boxes start with, and what was applied; the password enciphered
     Microsoft::WRL::ComPtr<IXMLDOMDocument> m_document;
 };

@@ -1,11 +1,15 @@
 // What an administration tool asks of the FTP sender/receiver: five settings, as a document and in a dialog.
 #pragma once
 
+#include <windows.h>
 #include <msxml2.h>
 #include <wrl/client.h>
 
+#include <optional>
+
 #include "ftp/settings/FtpSite.h"
 
+/// Failures are reported; their result is null.
 class FtpAdministration {
 public:
     /// Reads the settings from a document, or from the registry where there is none. Returns the
@@ -15,8 +19,5 @@ public:
     Microsoft::WRL::ComPtr<IUnknown> Execute(LONG sides);
 
 private:
-    void ReadRegistry();
-
-    bool m_initialized = false;
-    FtpSite m_site;  ///< the password enciphered, as stored
+    std::optional<FtpSite> m_site;  ///< the password enciphered, as stored; nothing until Initialize
 };

@@ -1,17 +1,33 @@
+// See FtpSession.h.
 #include "sendrecv/FtpSession.h"
 
-#include "common/Report.h"
+#include "base/RollBack.h"
+#include "com/ErrorInfo.h"
+#include "com/Values.h"
+#include "common/Apartment.h"
 #include "common/modZNStartup.h"
+#include "ftp/ShownProcedure.h"
+#include "ftp/settings/FtpPassword.h"
+#include "ftp/settings/FtpSettings.h"
+#include "sendrecv/frmPromptFTP.h"
+#include "services/Branding.h"
+#include "services/Registry.h"
 
 namespace {
 
+constexpr LONG kIncompleteLogin = 143;
+constexpr LONG kLoginFailed = 144;
+
+void ShowBrandedText(LONG number) {
+    ZNMsgBox(BrandedText(number), MB_ICONINFORMATION, ThisApartment().gk_sToolName);
+}
+
 /// What is known about a failed connection; empty where the failure goes unreported.
-std::wstring ConnectFailure(DWORD error, const FtpLogin& login) {
+std::wstring ConnectFailure(DWORD error, const FtpSite& login) {
     const std::wstring text = L"Could not connect to the FTP server: ";
     switch (error) {
     case ERROR_SUCCESS:
-        return text + ErrorText(error) + L"\r\nServer name: " + login.server + L"\r\nUser name: " +
-               login.user;
+        return Lines(text + ErrorText(error), L"Server name: " + login.server, L"User name: " + login.user);
     case ERROR_INTERNET_NAME_NOT_RESOLVED:
         return text + L"Check server name";
     case ERROR_INTERNET_INCORRECT_PASSWORD:
@@ -21,58 +37,90 @@ std::wstring ConnectFailure(DWORD error, const FtpLogin& login) {
     }
 }
 
+/// An unattended host must learn from its log what nobody can be asked.
+std::wstring WhyNotAsked(const FtpSite& login) {
+    const std::wstring text =
+        L"The host allows no user interface, so nobody can be asked for the FTP login. ";
+    if (!login.HasLogin()) return text + L"Set the FTP server, user and password.";
+    return text + L"There is no connection as user " + login.user + L" to the FTP server " + login.server +
+           L": check the server, the user and the password.";
+}
+
+/// Registry texts end at a NUL, which enciphered bytes may hold; digits never do.
+std::wstring StoredPassword(const std::wstring& password) {
+    std::wstring bytes = FtpPassword::EncipherBytes(password);
+    return bytes.find(L'\0') == std::wstring::npos ? bytes : FtpPassword::Encipher(password);
+}
+
+void SaveLogin(FtpSite login) {
+    login.password = StoredPassword(login.password);
+    IZNRegistry* const registry = OpenTransportKey();
+    for (const FtpSetting& setting : kFtpLoginSettings)
+        com::Check(registry->Write(com::Bstr(setting.name).Get(), com::Variant(login.*setting.member).Get()),
+                   setting.name);
+}
+
 }  // namespace
 
-void ReportFailure(std::wstring_view source, const std::wstring& message, const Progress& progress) noexcept
-    try {
-    Report(std::wstring(source).append(kCrLf).append(message));
-    progress.AddMessage(message, ZN_PROGRESS_FAILURE);
-} catch (...) {
-    // There is nobody left to tell; the operation that failed returns False all the same.
-    return;
+bool FtpSession::Open(bool supressMsg, const HostProgress& progress) {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.InternalOpenConnection", progress);
+    return self.Guard(false, [&] {
+        LoginCancelled = false;
+        if (site.HasLogin()) {
+            if (DoConnection(site, progress)) return true;
+            if (supressMsg) return false;
+        }
+        if (!UserInterfaceIsAllowed()) return self.Fail(WhyNotAsked(site));
+        frmPromptFTP prompt;
+        prompt.txtServer = site.server;
+        prompt.txtUser = site.user;
+        return PromptLogin(prompt, progress);
+    });
 }
 
-bool FtpSession::DoConnection(const FtpLogin& login, const Progress& progress) try {
-    constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.DoConnection";
-    if (!Open()) {
-        const DWORD error = GetLastError();
-        ReportFailure(kSource, L"Could not Initialize Internet connection: " + ErrorText(error), progress);
-        return false;
+/// A connection that fails leaves everything closed.
+bool FtpSession::DoConnection(const FtpSite& login, const HostProgress& progress) {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.DoConnection", progress);
+    return self.Guard(false, [&] {
+        if (!connection.OpenSession()) {
+            const DWORD error = GetLastError();
+            return self.Fail(L"Could not Initialize Internet connection: " + ErrorText(error));
+        }
+        base::RollBack closing([&] { connection.Close(); });
+        if (!connection.Connect(login)) {
+            const std::wstring failure = ConnectFailure(GetLastError(), login);
+            return !failure.empty() && self.Fail(failure);
+        }
+        closing.Dismiss();
+        return true;
+    });
+}
+
+/// The login changes only for one that works: a prompt that is cancelled, or fails, leaves the previous one.
+bool FtpSession::PromptLogin(frmPromptFTP& prompt, const HostProgress& progress) {
+    while (prompt.Show()) {
+        const FtpSite entered{
+            .server = prompt.txtServer, .user = prompt.txtUser, .password = prompt.txtPassword};
+        if (!entered.HasLogin()) {
+            ShowBrandedText(kIncompleteLogin);
+            continue;
+        }
+        if (ConnectAndSaveLogin(entered, prompt.chkSaveProperties, progress)) {
+            site = entered;
+            return true;
+        }
     }
-    if (Connect(login)) return true;
-    const std::wstring failure = ConnectFailure(GetLastError(), login);
-    if (!failure.empty()) ReportFailure(kSource, failure, progress);
-    CloseConnection();
+    LoginCancelled = true;
     return false;
-} catch (...) {
-    CloseConnection();
-    return StandardHandler(L"clsFTPSndRcv.cls.DoConnection", false);
 }
 
-bool FtpSession::SetRemoteFolder(bool mustExist, const std::wstring& path, const Progress& progress) const
-    try {
-    return Enter(path) || (!mustExist && CreateRemoteFolders(path, progress));
-} catch (...) {
-    return StandardHandler(L"clsFTPSndRcv.cls.SetRemoteFolder", false);
-}
-
-bool FtpSession::CreateRemoteFolders(const std::wstring& path, const Progress& progress) const {
-    const size_t separator = path.find(L'/');
-    if (!EnterOrCreate(path.substr(0, separator), progress)) return false;
-    const bool isLast = separator == std::wstring::npos || separator + 1 == path.size();
-    return isLast || CreateRemoteFolders(path.substr(separator + 1), progress);
-}
-
-bool FtpSession::EnterOrCreate(const std::wstring& folder, const Progress& progress) const {
-    constexpr std::wstring_view kSource = L"clsFTPSndRcv.cls.CreateRemoteFolders";
-    const Entry entry = FtpHandles::EnterOrCreate(folder);
-    const DWORD error = GetLastError();
-    if (entry == Entry::NotCreated)
-        ReportFailure(kSource,
-                      L"Could not create FTP directory: " + ErrorText(error) + L"\r\nFolder: " + folder,
-                      progress);
-    if (entry == Entry::NotEntered)
-        ReportFailure(kSource, L"Could not set current directory(" + folder + L"): " + ErrorText(error),
-                      progress);
-    return entry == Entry::Entered;
+/// A login that works but cannot be saved still connects.
+bool FtpSession::ConnectAndSaveLogin(const FtpSite& entered, bool saveLogin, const HostProgress& progress) {
+    Procedure(L"clsFTPSndRcv.cls.ConnectAndSaveLogin").Guard([&] {
+        if (!DoConnection(entered, progress))
+            ShowBrandedText(kLoginFailed);
+        else if (saveLogin)
+            SaveLogin(entered);
+    });
+    return connection.IsConnected();
 }

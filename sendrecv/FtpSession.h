@@ -1,34 +1,24 @@
-// A connection to an FTP server, and its current remote folder.
+// The FTP sender/receiver's session: a connection, and its login, for which the user is asked where the host
+// allows it.
 #pragma once
 
-#include <string>
-#include <string_view>
+#include "ftp/FtpConnection.h"
+#include "services/HostProgress.h"
 
-#include "ftp/FtpHandles.h"
-#include "sendrecv/Progress.h"
+class frmPromptFTP;
 
-/// Reports a failure to the event log and to the host's status list. Never throws.
-void ReportFailure(std::wstring_view source, const std::wstring& message, const Progress& progress) noexcept;
-
-/// Its end does not close the connection: hosts say when, by CloseConnection.
-class FtpSession : FtpHandles {
+class FtpSession {
 public:
-    using FtpHandles::Connection;
-    using FtpHandles::CurrentFolder;
-    using FtpHandles::ReturnTo;
+    FtpSite site;  ///< the login; its folders are not used
+    bool LoginCancelled = false;
+    FtpConnection connection;
 
-    /// Opens the session and connects. A failure is reported where its cause is known, and leaves
-    /// everything closed.
-    bool DoConnection(const FtpLogin& login, const Progress& progress);
-    /// Harmless when nothing is open.
-    void CloseConnection() { Close(); }
-    bool IsConnected() const { return Connection() != nullptr; }
-
-    /// Makes a path the current remote folder; a missing one is created unless mustExist, and is no
-    /// reason for a report when mustExist.
-    bool SetRemoteFolder(bool mustExist, const std::wstring& path, const Progress& progress) const;
+    /// Connects. The user is asked for a login that is incomplete or does not work; without a user interface
+    /// that is a report. supressMsg: a failed connection does not lead to the login prompt.
+    bool Open(bool supressMsg, const HostProgress& progress);
 
 private:
-    bool CreateRemoteFolders(const std::wstring& path, const Progress& progress) const;
-    bool EnterOrCreate(const std::wstring& folder, const Progress& progress) const;
+    bool DoConnection(const FtpSite& login, const HostProgress& progress);
+    bool PromptLogin(frmPromptFTP& prompt, const HostProgress& progress);
+    bool ConnectAndSaveLogin(const FtpSite& entered, bool saveLogin, const HostProgress& progress);
 };

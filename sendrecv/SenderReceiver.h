@@ -7,10 +7,10 @@
 
 #include <string>
 
-#include "common/Report.h"
 #include "common/modMain.h"
 #include "services/Component.h"
 #include "services/FolderLocator.h"
+#include "services/HostProgress.h"
 #include "services/PropertySet.h"
 
 /// DefaultInterface: the dual interface that scripts reach the sender/receiver by. Others: interfaces that
@@ -21,21 +21,22 @@ public:
     // IZNSenderReceiver
     STDMETHODIMP get_LocalSendFolder(BSTR* Value) final { return com::Return(Value, m_sLocalSendFolder); }
     STDMETHODIMP put_LocalSendFolder(BSTR Value) final {
-        return com::Call([&] {
-            StoreTestedFolder(m_sLocalSendFolder, com::Text(Value), L"IZNSenderReceiver_LocalSendFolder");
-        });
+        return StoreTestedFolder(m_sLocalSendFolder, Value, L"IZNSenderReceiver_LocalSendFolder");
     }
     STDMETHODIMP get_LocalReceiveFolder(BSTR* Value) final {
         return com::Return(Value, m_sLocalReceiveFolder);
     }
     STDMETHODIMP put_LocalReceiveFolder(BSTR Value) final {
-        return com::Call([&] {
-            StoreTestedFolder(m_sLocalReceiveFolder, com::Text(Value),
-                              L"IZNSenderReceiver_LocalReceiveFolder");
-        });
+        return StoreTestedFolder(m_sLocalReceiveFolder, Value, L"IZNSenderReceiver_LocalReceiveFolder");
     }
     STDMETHODIMP Init(IZNPropertySet* Settings, VARIANT_BOOL* Success) final {
-        return com::Return(Success, [&] { return IZNSenderReceiver_Init(Settings); });
+        return com::Return(Success, [&] {
+            return this->Member(L"IZNSenderReceiver_Init").Guard(false, [&] {
+                for (const auto& [name, value] : AllProperties(Settings))
+                    TakeSetting(name, value);
+                return true;
+            });
+        });
     }
     // IZNSenderReceiver and IZNSenderReceiver2
     STDMETHODIMP Send(BSTR, IUnknown* Progress, VARIANT_BOOL* Success) final {
@@ -47,14 +48,31 @@ public:
     }
     // IZNSenderReceiver2
     STDMETHODIMP get_PropSet(IZNPropertySet** Value) final {
-        return com::Return(Value, [&] { return IZNSenderReceiver2_PropSet(); });
+        return com::Return(Value, [&] {
+            using Set = Microsoft::WRL::ComPtr<IZNPropertySet>;
+            return this->Member(L"IZNSenderReceiver2_PropSet").Guard(Set(), [&] {
+                auto properties = NewPropertySet({});
+                WriteSettings(properties.Get());
+                return properties;
+            });
+        });
     }
     STDMETHODIMP putref_PropSet(IZNPropertySet* Value) final {
-        return com::Call([&] { IZNSenderReceiver2_PropSet(Value); });
+        return com::Call([&] {
+            this->Member(L"IZNSenderReceiver2_PropSet").Guard([&] {
+                m_bMobile = IsMobile(Value);
+                ReadSettings(Value);
+            });
+        });
     }
     STDMETHODIMP get_ApplicationName(BSTR* Value) final { return com::Return(Value, m_sApplicationName); }
     STDMETHODIMP put_ApplicationName(BSTR Value) final {
-        return com::Call([&] { IZNSenderReceiver2_ApplicationName(com::Text(Value)); });
+        return com::Call([&] {
+            this->Member(L"IZNSenderReceiver2_ApplicationName").Guard([&] {
+                m_sApplicationName = com::Text(Value);
+                m_folderLocator.Open(m_sApplicationName);
+            });
+        });
     }
 
 protected:
@@ -67,10 +85,24 @@ protected:
         if (name == L"RemoteReceiveFolder") m_sRemoteReceiveFolder = value.Text();
         if (name == L"RemoteSendFolder") m_sRemoteSendFolder = value.Text();
     }
+    /// The settings of PropSet, of which this one takes the local folders. Throws a failure.
+    virtual void ReadSettings(IZNPropertySet* settings) {
+        m_sLocalSendFolder = FolderSetting(settings, L"LOCAL_SEND_FOLDER", !m_bMobile, L"Outgoing");
+        m_sLocalReceiveFolder = FolderSetting(settings, L"LOCAL_RECEIVE_FOLDER", !m_bMobile, L"Incoming");
+    }
+    virtual void WriteSettings(IZNPropertySet* settings) const {
+        SetProperty(settings, L"MOBILE", m_bMobile ? L"TRUE" : L"FALSE");
+        SetProperty(settings, L"LOCAL_SEND_FOLDER", m_sLocalSendFolder);
+        SetProperty(settings, L"LOCAL_RECEIVE_FOLDER", m_sLocalReceiveFolder);
+    }
+    /// A folder, or the framework's default for it: the folder of a kind, of the enterprise or of the field.
+    std::wstring FolderSetting(IZNPropertySet* settings, const wchar_t* name, bool enterprise,
+                               const wchar_t* kind) const {
+        return GetProperty(settings, name, m_folderLocator.FolderPath(enterprise, kind));
+    }
+
     virtual bool IZNSenderReceiver_Send(IUnknown* ProgressObject) = 0;
     virtual bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) = 0;
-    virtual Microsoft::WRL::ComPtr<IZNPropertySet> IZNSenderReceiver2_PropSet() = 0;
-    virtual void IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) = 0;
 
     bool SupressMsg = false;
     std::wstring m_sLocalSendFolder;
@@ -83,25 +115,13 @@ protected:
 private:
     using Base = Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...>;
 
-    bool IZNSenderReceiver_Init(IZNPropertySet* Settings) {
-        return this->Member(L"IZNSenderReceiver_Init").Guard(false, [&] {
-            for (const auto& [name, value] : AllProperties(Settings))
-                TakeSetting(name, value);
-            return true;
-        });
-    }
-    void IZNSenderReceiver2_ApplicationName(const std::wstring& Name) {
-        this->Member(L"IZNSenderReceiver2_ApplicationName").Guard([&] {
-            m_sApplicationName = Name;
-            m_folderLocator.Open(Name);
-        });
-    }
-
     /// A folder that cannot be read and written is reported, and stored all the same.
-    void StoreTestedFolder(std::wstring& folder, const std::wstring& value, const wchar_t* member) {
-        this->Member(member).Guard([&] {
-            folder = value;
-            CheckReadWriteDelete(value, SupressMsg);
+    HRESULT StoreTestedFolder(std::wstring& folder, BSTR value, const wchar_t* member) {
+        return com::Call([&] {
+            this->Member(member).Guard([&] {
+                folder = com::Text(value);
+                CheckReadWriteDelete(folder, SupressMsg);
+            });
         });
     }
 

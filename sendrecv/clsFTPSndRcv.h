@@ -6,49 +6,50 @@
 #include <string>
 
 #include "sendrecv/FtpAdministration.h"
-#include "sendrecv/FtpConnection.h"
-#include "sendrecv/Progress.h"
+#include "sendrecv/FtpSession.h"
 #include "sendrecv/SenderReceiver.h"
 
 class clsFTPSndRcv final : public SenderReceiver<_clsFTPSndRcv> {
 public:
-    clsFTPSndRcv();
+    clsFTPSndRcv() : SenderReceiver(L"clsFTPSndRcv") {}
 
     // _clsFTPSndRcv
-    STDMETHODIMP get_SupressMsg(VARIANT_BOOL* Value) override;
-    STDMETHODIMP put_SupressMsg(VARIANT_BOOL Value) override;
+    STDMETHODIMP get_SupressMsg(VARIANT_BOOL* Value) override { return com::Return(Value, SupressMsg); }
+    STDMETHODIMP put_SupressMsg(VARIANT_BOOL Value) override { return com::Assign(SupressMsg, Value); }
     STDMETHODIMP VerifyFTPSite(BSTR* Failure) override;
     // _clsFTPSndRcv and IZNSenderReceiver
-    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override;
-    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL Value) override;
+    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override {
+        return com::Return(Value, m_session.LoginCancelled);
+    }
+    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL Value) override {
+        return com::Assign(m_session.LoginCancelled, Value);
+    }
     // IZNSenderReceiver and IZNSenderReceiver2
     STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
     STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override;
     // IZNMobileAdminProperties
-    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override;
+    STDMETHODIMP get_HasProperties(VARIANT_BOOL* Value) override { return com::Return(Value, true); }
     STDMETHODIMP Initialize(LONG Value, IUnknown* Context, IUnknown** Result) override;
     STDMETHODIMP Execute(LONG Value, IUnknown** Result) override;
 
+protected:
+    /// Only hosts end a connection, by Disconnect: the session stays theirs.
+    ~clsFTPSndRcv() override { m_session.connection.Abandon(); }
+
 private:
     void TakeSetting(const std::wstring& name, const com::Variant& value) override;
-    bool IZNSenderReceiver_Connect();
-    bool IZNSenderReceiver_Disconnect();
+    void ReadSettings(IZNPropertySet* settings) override;
+    void WriteSettings(IZNPropertySet* settings) const override;
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
-    void IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) override;
-    Microsoft::WRL::ComPtr<IZNPropertySet> IZNSenderReceiver2_PropSet() override;
     std::wstring DisplayName() override;
-    Microsoft::WRL::ComPtr<IUnknown> IZNMobileAdminProperties_Initialize(LONG Value, IUnknown* Context);
-    Microsoft::WRL::ComPtr<IUnknown> IZNMobileAdminProperties_Execute(LONG Value);
 
-    std::wstring VerifyFTPSite();
+    std::wstring WhyNotVerified();
     void ProcessParameters();
     void ReadMissingSettings();
-    bool InternalOpenConnection(const Progress& progress);
-    bool MoveFiles(const std::wstring& from, const std::wstring& to, bool receiving,
-                   const Progress& progress);
+    bool InternalOpenConnection(const HostProgress& progress);
 
-    FtpConnection m_connection;
+    FtpSession m_session;
     bool m_bSettingsProcessed = false;
     FtpAdministration m_administration;
 };

@@ -1,22 +1,15 @@
+// See clsXCOPYSndRcv.h.
 #include "sendrecv/clsXCOPYSndRcv.h"
 
-#include <cstdint>
 #include <limits>
 
-#include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/Text.h"
 #include "com/MessagePump.h"
-#include "com/Result.h"
-#include "common/Framework.h"
-#include "common/Report.h"
 #include "common/modMain.h"
-#include "common/modZNStartup.h"
 #include "services/Branding.h"
-
-using com::Return;
-using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -26,9 +19,9 @@ constexpr LONG kNameEntry = 120;
 /// folder with more files ending in a report instead of a progress bar that runs backwards.
 class FileCounter {
 public:
-    LONG Next() {
+    LONG Next(base::Where where = base::Where::current()) {
         if (m_count == std::numeric_limits<std::int16_t>::max())
-            throw base::Error(static_cast<HRESULT>(0x800A0006), L"Overflow");
+            throw base::Error(static_cast<HRESULT>(0x800A0006), L"Overflow", where);
         return ++m_count;
     }
 
@@ -37,103 +30,106 @@ private:
 };
 
 /// Moving a folder into itself would never end.
-void RefuseOverlap(const std::wstring& source, const std::wstring& destination) {
+void RefuseOverlap(const std::wstring& source, const std::wstring& destination,
+                   base::Where where = base::Where::current()) {
     const std::wstring outer = base::Upper(Path::WithSeparator(source));
     if (base::Upper(Path::WithSeparator(destination)).starts_with(outer))
-        throw base::Error(E_INVALIDARG, L"The folder " + destination + L" lies inside the folder " + source +
-                                            L" whose files are to be moved into it.");
+        throw base::Error(E_INVALIDARG,
+                          L"The folder " + destination + L" lies inside the folder " + source +
+                              L" whose files are to be moved into it.",
+                          where);
+}
+
+/// The end of Send and of Receive. A cancelled move counts as done for MoveFiles; only the second look at
+/// Cancelled tells it apart.
+bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress) {
+    if (moved) return !progress.Cancelled();
+    const std::wstring text = Lines(L"Failed to transport packets between remote and local",
+                                    L"Check your connection to the server");
+    self.Report(text);
+    progress.StatusText(Lines(self.Name(), text));
+    return false;
+}
+
+/// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
+/// still writes is not even copied: half a packet must not travel.
+void MoveOneFile(const FileSystem::FileEntry& file, const std::wstring& from, const std::wstring& to,
+                 const Procedure& self, const HostProgress& progress) {
+    const std::wstring source = Path::Join(from, file.name);
+    // The other side, too, may write to a shared folder now: a newer packet of the same name.
+    const FileSystem::WriteBlock block(source);
+    if (!block.SomebodyWrites()) {
+        block.Check();
+        FileSystem::CopyFile(source, Path::Join(to, file.name), file.size);
+    }
+    try {
+        block.Check();
+        FileSystem::DeleteFile(source);
+    } catch (const base::Error& error) {
+        const std::wstring text =
+            Lines(L"Could not delete packet file: " + source +
+                      L" in the transporter's source folder. "
+                      L"Check your folder permissions for read/write/modify/delete access.",
+                  error.failure().description);
+        progress.StatusText(Lines(self.Name(), text));
+        self.Report(text);
+    }
 }
 
 }  // namespace
 
 // --- Settings ---------------------------------------------------------------------------------------
 
-clsXCOPYSndRcv::clsXCOPYSndRcv() : SenderReceiver(L"clsXCOPYSndRcv") {}
-
-void clsXCOPYSndRcv::IZNSenderReceiver2_PropSet(IZNPropertySet* Settings) try {
-    m_bMobile = IsMobile(Settings);
-    const auto folder = [&](const wchar_t* setting, bool enterprise, const wchar_t* kind) {
-        return GetProperty(Settings, setting, m_folderLocator.FolderPath(enterprise, kind));
-    };
-    m_sLocalSendFolder = folder(L"LOCAL_SEND_FOLDER", !m_bMobile, L"Outgoing");
-    m_sLocalReceiveFolder = folder(L"LOCAL_RECEIVE_FOLDER", !m_bMobile, L"Incoming");
+void clsXCOPYSndRcv::ReadSettings(IZNPropertySet* settings) {
+    SenderReceiver::ReadSettings(settings);
     if (!m_bMobile) return;
-    m_sRemoteSendFolder = folder(L"REMOTE_SEND_FOLDER", true, L"Incoming");
-    m_sRemoteReceiveFolder = folder(L"REMOTE_RECEIVE_FOLDER", true, L"Outgoing");
-} catch (...) {
-    ReportCurrentError(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet");
+    m_sRemoteSendFolder = FolderSetting(settings, L"REMOTE_SEND_FOLDER", true, L"Incoming");
+    m_sRemoteReceiveFolder = FolderSetting(settings, L"REMOTE_RECEIVE_FOLDER", true, L"Outgoing");
 }
 
-ComPtr<IZNPropertySet> clsXCOPYSndRcv::IZNSenderReceiver2_PropSet() try {
-    auto properties = CreateFrameworkObject<ZNPropertySet, IZNPropertySet>();
-    SetProperty(properties.Get(), L"MOBILE", m_bMobile ? L"TRUE" : L"FALSE");
-    SetProperty(properties.Get(), L"LOCAL_SEND_FOLDER", m_sLocalSendFolder);
-    SetProperty(properties.Get(), L"LOCAL_RECEIVE_FOLDER", m_sLocalReceiveFolder);
-    if (m_bMobile) {
-        SetProperty(properties.Get(), L"REMOTE_SEND_FOLDER", m_sRemoteSendFolder);
-        SetProperty(properties.Get(), L"REMOTE_RECEIVE_FOLDER", m_sRemoteReceiveFolder);
-    }
-    return properties;
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet", ComPtr<IZNPropertySet>());
+void clsXCOPYSndRcv::WriteSettings(IZNPropertySet* settings) const {
+    SenderReceiver::WriteSettings(settings);
+    if (!m_bMobile) return;
+    SetProperty(settings, L"REMOTE_SEND_FOLDER", m_sRemoteSendFolder);
+    SetProperty(settings, L"REMOTE_RECEIVE_FOLDER", m_sRemoteReceiveFolder);
 }
 
 // --- Transfer ---------------------------------------------------------------------------------------
 
-bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) try {
-    constexpr std::wstring_view kSource = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send\r\n";
-    const Progress progress(ProgressObject);
-    if (m_sLocalSendFolder.empty()) {
-        Report(std::wstring(kSource) + L"one or more of the Send folders are not set");
-        return false;
-    }
-    if (m_sRemoteSendFolder.empty()) return true;
-    progress.SetRange(0, 1);
-    progress.StatusText(L"Send Packets");
-    if (!FileSystem::FolderExists(m_sLocalSendFolder) ||
-        base::EqualsIgnoringCase(m_sLocalSendFolder, m_sRemoteSendFolder))
-        return true;
-    progress.StatusText(L"Moving packets from local folder");
-    // The host may set other folders while its messages are processed.
-    const std::wstring from = m_sLocalSendFolder;
-    const std::wstring to = m_sRemoteSendFolder;
-    return Transfer(std::wstring(kSource), from, to, progress);
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send", false);
+bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
+    const Procedure self(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        // The host may set other folders while its messages are processed.
+        const std::wstring from = m_sLocalSendFolder;
+        const std::wstring to = m_sRemoteSendFolder;
+        if (from.empty()) return self.Fail(L"one or more of the Send folders are not set");
+        if (to.empty()) return true;
+        progress.SetRange(0, 1);
+        progress.StatusText(L"Send Packets");
+        if (!FileSystem::FolderExists(from) || base::EqualsIgnoringCase(from, to)) return true;
+        progress.StatusText(L"Moving packets from local folder");
+        return IsComplete(MoveFiles(from, to, progress), self, progress);
+    });
 }
 
-bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) try {
-    constexpr std::wstring_view kSource = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive\r\n";
-    const Progress progress(ProgressObject);
-    if (m_sLocalReceiveFolder.empty()) {
-        Report(std::wstring(kSource) + L"one or more of the Receiver folders are not set");
-        return false;
-    }
-    if (m_sRemoteReceiveFolder.empty()) return true;
-    progress.SetRange(0, 1);
-    progress.StatusText(L"Receive Packets");
-    const std::wstring from = m_sRemoteReceiveFolder + L"\\" + FolderName;
-    if (!FileSystem::FolderExists(from) ||
-        base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
-        return true;
-    progress.StatusText(L"Moving packets to local folder");
-    return Transfer(std::wstring(kSource), from, m_sLocalReceiveFolder + L"\\" + FolderName, progress);
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive", false);
-}
-
-/// A cancelled move counts as done for MoveFiles; only the second look at Cancelled tells it apart.
-bool clsXCOPYSndRcv::Transfer(const std::wstring& source, const std::wstring& from, const std::wstring& to,
-                              const Progress& progress) {
-    if (!MoveFiles(from, to, progress)) {
-        const std::wstring text =
-            source +
-            L"Failed to transport packets between remote and local\r\nCheck your connection to the server";
-        Report(text);
-        progress.StatusText(text);
-        return false;
-    }
-    return !progress.Cancelled();
+bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) {
+    const Procedure self(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        if (m_sLocalReceiveFolder.empty())
+            return self.Fail(L"one or more of the Receiver folders are not set");
+        if (m_sRemoteReceiveFolder.empty()) return true;
+        progress.SetRange(0, 1);
+        progress.StatusText(L"Receive Packets");
+        const std::wstring from = m_sRemoteReceiveFolder + L"\\" + FolderName;
+        const std::wstring to = m_sLocalReceiveFolder + L"\\" + FolderName;
+        if (!FileSystem::FolderExists(from) ||
+            base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
+            return true;
+        progress.StatusText(L"Moving packets to local folder");
+        return IsComplete(MoveFiles(from, to, progress), self, progress);
+    });
 }
 
 bool clsXCOPYSndRcv::PrepareFolders(const std::wstring& source, const std::wstring& destination) const {
@@ -143,71 +139,34 @@ bool clsXCOPYSndRcv::PrepareFolders(const std::wstring& source, const std::wstri
 }
 
 bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination,
-                               const Progress& progress) try {
-    if (!PrepareFolders(Source, Destination)) return false;
-    const FileSystem::Listing listing = FileSystem::List(Source);
-    const auto count = static_cast<LONG>(listing.files.size());
-    if (count > 0) progress.SetRange(0, count);
-    progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
+                               const HostProgress& progress) const {
+    const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
+    return self.Guard(false, [&] {
+        if (!PrepareFolders(Source, Destination)) return false;
+        const FileSystem::Listing listing = FileSystem::List(Source);
+        const auto count = static_cast<LONG>(listing.files.size());
+        if (count > 0) progress.SetRange(0, count);
+        progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
 
-    FileCounter done;
-    for (const FileSystem::FileEntry& file : listing.files) {
-        MoveOneFile(Path::Join(Source, file.name), file.size, Path::Join(Destination, file.name), progress);
-        progress.Position(done.Next());
-        com::ProcessPendingMessages();
-        if (progress.Cancelled()) {
-            progress.AddMessage(L"Interrupted by user", ZN_PROGRESS_INFORMATION);
-            return true;
+        FileCounter done;
+        for (const FileSystem::FileEntry& file : listing.files) {
+            MoveOneFile(file, Source, Destination, self, progress);
+            progress.Position(done.Next());
+            com::ProcessPendingMessages();
+            if (progress.Cancelled()) {
+                progress.AddMessage(L"Interrupted by user", ZN_PROGRESS_INFORMATION);
+                return true;
+            }
         }
-    }
-    for (const std::wstring& folder : listing.folders) {
-        MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
-        if (progress.Cancelled()) break;
-    }
-    return true;
-} catch (...) {
-    return StandardHandler(L"clsXCOPYSndRcv.cls.MoveFiles", false);
-}
-
-/// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
-/// still writes is not even copied: half a packet must not travel.
-void clsXCOPYSndRcv::MoveOneFile(const std::wstring& file, std::uint64_t size,
-                                 const std::wstring& destination, const Progress& progress) const {
-    // The other side, too, may write to a shared folder now: a newer packet of the same name.
-    const FileSystem::WriteBlock block(file);
-    if (!block.SomebodyWrites()) {
-        block.Check();
-        FileSystem::CopyFile(file, destination, size);
-    }
-    try {
-        block.Check();
-        FileSystem::DeleteFile(file);
-    } catch (const base::Error& error) {
-        const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " + file +
-                                  L" in the transporter's source folder. "
-                                  L"Check your folder permissions for read/write/modify/delete access.\r\n" +
-                                  error.failure().description;
-        progress.StatusText(text);
-        Report(text);
-    }
+        // What fails in a sub-folder is reported there and leaves the others to be moved.
+        for (const std::wstring& folder : listing.folders) {
+            MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+            if (progress.Cancelled()) break;
+        }
+        return true;
+    });
 }
 
 // --- Administration ---------------------------------------------------------------------------------
 
 std::wstring clsXCOPYSndRcv::DisplayName() { return StartupEntry(kNameEntry); }
-
-// --- Binary contract --------------------------------------------------------------------------------
-
-STDMETHODIMP clsXCOPYSndRcv::get_LoginCancelled(VARIANT_BOOL* Value) {
-    return Return(Value, [] { return false; });
-}
-STDMETHODIMP clsXCOPYSndRcv::put_LoginCancelled(VARIANT_BOOL) { return S_OK; }
-STDMETHODIMP clsXCOPYSndRcv::Connect(VARIANT_BOOL* Success) {
-    return Return(Success, [] { return true; });
-}
-STDMETHODIMP clsXCOPYSndRcv::Disconnect(VARIANT_BOOL* Success) {
-    return Return(Success, [] { return true; });
-}
-STDMETHODIMP clsXCOPYSndRcv::get_RequireBothEnterpriseAndField(VARIANT_BOOL* Value) {
-    return Return(Value, [] { return true; });
-}

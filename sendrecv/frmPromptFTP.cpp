@@ -1,3 +1,4 @@
+// See frmPromptFTP.h.
 #include "sendrecv/frmPromptFTP.h"
 
 #include "sendrecv/frmPromptFTPControls.h"

@@ -1,4 +1,5 @@
-// Names of the values and keys below the registry's mobile product, shared by everything that uses it.
+// Names of the values and keys below the registry's mobile product, shared by everything that uses it. Those
+// of an FTP site stand in ftp/settings/FtpSettings.h.
 #pragma once
 
 namespace MobileRegistry {
@@ -20,11 +21,6 @@ inline constexpr auto kFieldOutgoing = L"FieldOutgoing";
 inline constexpr auto kXDeltaRegPath = L"XDeltaRegPath";
 inline constexpr auto kXDeltaReference = L"XDeltaReference";
 inline constexpr auto kXDeltaReferenceFiles = L"XDeltaReferenceFiles";
-inline constexpr auto kFTPEnterpriseToField = L"FTPEnterpriseToField";
-inline constexpr auto kFTPFieldToEnterprise = L"FTPFieldToEnterprise";
-inline constexpr auto kFTPServer = L"FTPServer";
-inline constexpr auto kFTPUser = L"FTPUser";
-inline constexpr auto kFTPPassword = L"FTPPassword";
 
 // Values of other programs of the product family; the library neither reads nor writes them.
 inline constexpr auto kMobileEnabled = L"MobileEnabled";

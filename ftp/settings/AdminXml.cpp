@@ -1,12 +1,12 @@
+// See AdminXml.h.
 #include "ftp/settings/AdminXml.h"
 
-#include <array>
 #include <string>
-#include <utility>
 
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "ftp/settings/FtpSettings.h"
 #include "ftp/settings/XmlDocument.h"
 
 using Microsoft::WRL::ComPtr;
@@ -33,16 +33,6 @@ constexpr auto kLocalMachine = L"ZN_LOCAL_MACHINE";
 constexpr auto kMobile = L"znMobile";
 constexpr auto kTransport = L"Transport";
 
-/// The settings by their key names. Readers match the last one as it is, which differs from the registry
-/// value's name in one letter.
-constexpr std::array<std::pair<const wchar_t*, std::wstring FtpSite::*>, 5> kSettings = {{
-    {L"FTPServer", &FtpSite::server},
-    {L"FTPUser", &FtpSite::user},
-    {L"FTPPassword", &FtpSite::password},
-    {L"FTPEnterpriseToField", &FtpSite::enterpriseToField},
-    {L"FTPFieldtoEnterprise", &FtpSite::fieldToEnterprise},
-}};
-
 /// An element with its key name, appended to its parent.
 ComPtr<IXMLDOMElement> AppendKey(IXMLDOMDocument* document, IXMLDOMNode* parent, const std::wstring& name,
                                  const std::wstring& keyName) {
@@ -63,9 +53,9 @@ ComPtr<IXMLDOMElement> AppendTransportKey(IXMLDOMDocument* document) {
 }
 
 void AppendSettings(IXMLDOMDocument* document, IXMLDOMNode* key, const FtpSite& settings) {
-    for (const auto& [name, value] : kSettings) {
-        const auto setting = AppendKey(document, key, kSetting, name);
-        xml::SetAttribute(setting.Get(), kKeyValue, settings.*value);
+    for (const FtpSetting& setting : kFtpSettings) {
+        const auto element = AppendKey(document, key, kSetting, setting.name);
+        xml::SetAttribute(element.Get(), kKeyValue, settings.*setting.member);
     }
 }
 
@@ -86,11 +76,11 @@ ComPtr<IXMLDOMDocument> NewDocument(const FtpSite* settings) {
 void ReadSettings(IXMLDOMNode* document, FtpSite& settings) {
     const std::wstring key = std::wstring(L"/") + kRoot + L"/" + Keyed(kConfiguration, kSenderReceiver) +
                              L"//" + Keyed(kKey, kTransport) + L"/";
-    for (const auto& [name, value] : kSettings) {
-        const std::wstring path = key + Keyed(kSetting, name) + L"/@" + kKeyValue;
+    for (const FtpSetting& setting : kFtpSettings) {
+        const std::wstring path = key + Keyed(kSetting, setting.name) + L"/@" + kKeyValue;
         ComPtr<IXMLDOMNode> node;
         com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
-        if (node) settings.*value = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
+        if (node) settings.*setting.member = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
     }
 }
 

@@ -1,3 +1,4 @@
+// See FtpPassword.h.
 #include "ftp/settings/FtpPassword.h"
 
 #include "cipher/Envelope.h"

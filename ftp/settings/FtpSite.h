@@ -1,13 +1,15 @@
-// The settings of an FTP site.
+// The settings of an FTP site. Portable.
 #pragma once
 
 #include <string>
 
 struct FtpSite {
-    std::wstring server;
-    std::wstring user;
-    std::wstring password;  ///< plain, unless said otherwise
-    std::wstring enterpriseToField;
-    std::wstring fieldToEnterprise;
+    std::wstring server = {};
+    std::wstring user = {};
+    std::wstring password = {};  ///< plain, unless said otherwise
+    std::wstring enterpriseToField = {};
+    std::wstring fieldToEnterprise = {};
+
+    bool HasLogin() const { return !server.empty() && !user.empty() && !password.empty(); }
     bool operator==(const FtpSite&) const = default;
 };

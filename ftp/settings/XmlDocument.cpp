@@ -1,3 +1,4 @@
+// See XmlDocument.h.
 #include "ftp/settings/XmlDocument.h"
 
 #include <string_view>
@@ -33,31 +34,32 @@ bool IsXmlText(std::wstring_view text) noexcept {
 
 }  // namespace
 
-ComPtr<IXMLDOMDocument> NewXmlDocument() {
+ComPtr<IXMLDOMDocument> NewXmlDocument(base::Where where) {
     ComPtr<IXMLDOMDocument> document;
     // By hand: the compiler's header ties no identifier to the interface.
     com::Check(CoCreateInstance(kDomDocument60, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
                                 reinterpret_cast<void**>(document.GetAddressOf())),
-               L"MSXML 6, the XML parser");
+               L"MSXML 6, the XML parser", where);
     return document;
 }
 
-ComPtr<IXMLDOMElement> NewElement(IXMLDOMDocument* document, const std::wstring& name) {
+ComPtr<IXMLDOMElement> NewElement(IXMLDOMDocument* document, const std::wstring& name, base::Where where) {
     ComPtr<IXMLDOMElement> element;
-    com::Check(document->createElement(com::Bstr(name).Get(), &element), name);
+    com::Check(document->createElement(com::Bstr(name).Get(), &element), name, where);
     return element;
 }
 
-void SetAttribute(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value) {
+void SetAttribute(IXMLDOMElement* element, const std::wstring& name, const std::wstring& value,
+                  base::Where where) {
     if (!IsXmlText(value))
         throw base::Error(E_INVALIDARG,
-                          L"The value of " + name + L" holds characters that XML does not allow.");
-    com::Check(element->setAttribute(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+                          L"The value of " + name + L" holds characters that XML does not allow.", where);
+    com::Check(element->setAttribute(com::Bstr(name).Get(), com::Variant(value).Get()), name, where);
 }
 
-void Append(IXMLDOMNode* parent, IXMLDOMElement* element) {
+void Append(IXMLDOMNode* parent, IXMLDOMElement* element, base::Where where) {
     ComPtr<IXMLDOMNode> appended;
-    com::Check(parent->appendChild(element, &appended));
+    com::Check(parent->appendChild(element, &appended), {}, where);
 }
 
 }  // namespace xml

@@ -1,10 +1,6 @@
 // The dialogs, answered as a user would.
-#include <gmock/gmock.h>
-
-#include "com/ErrorInfo.h"
-#include "com/Result.h"
-#include "com/Values.h"
-#include "common/modMain.h"
+#include "common/Apartment.h"
+#include "ftp/settings/AdminXml.h"
 #include "ftp/settings/FtpPassword.h"
 #include "mobile/frmFTP.h"
 #include "mobile/frmFTPControls.h"
@@ -14,14 +10,14 @@
 #include "tests/win/dialogs/User.h"
 #include "tests/win/library/FtpTest.h"
 #include "tests/win/support/CurrentFolder.h"
-#include "tests/win/support/FtpScript.h"
-#include "tests/win/support/Library.h"
 
 namespace tests {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr int kServer = IDC_FTP_TEXT;
 constexpr int kUser = IDC_FTP_TEXT + 1;
@@ -29,59 +25,32 @@ constexpr int kPassword = IDC_FTP_TEXT + 2;
 constexpr int kEnterpriseToField = IDC_FTP_TEXT + 3;
 constexpr int kFieldToEnterprise = IDC_FTP_TEXT + 4;
 
-class DialogTest : public testing::Test {
+class DialogTest : public FtpLibraryTest {
 protected:
     DialogTest() {
         TakeProductTexts(framework);
         framework.userInterface = true;
-        Main();
     }
-
-    ComApartment apartment;
-    Framework framework;
-    FtpScript server;
-    CurrentFolder current;  ///< takes the test file of a verified site
 };
 
 class FtpPropertiesTest : public DialogTest {
 protected:
     void Show(const std::function<void(const Screen&)>& script) {
         const User user(L"FTP Properties", script);
-        Execute();
+        dialog.Execute(3, site);
     }
-    void Execute() { dialog.Execute(3, out, in, host, name, password); }
-    /// "name=value" of each setting in the dialog's document.
-    std::vector<std::wstring> Settings() const {
+    /// What the dialog's document holds.
+    FtpSite Document() const {
+        FtpSite settings;
         const auto document = dialog.GetXML();
-        if (!document) return {L"no document"};
-        Microsoft::WRL::ComPtr<IXMLDOMNodeList> nodes;
-        com::Check(document->selectNodes(com::Bstr(L"//SETTING").Get(), &nodes));
-        std::vector<std::wstring> settings;
-        Microsoft::WRL::ComPtr<IXMLDOMNode> node;
-        while (nodes->nextNode(&node) == S_OK) {
-            settings.push_back(Attribute(node.Get(), L"@KeyName") + L"=" +
-                               Attribute(node.Get(), L"@KeyValue"));
-            node.Reset();
-        }
+        if (document) AdminXml::ReadSettings(document.Get(), settings);
         return settings;
     }
 
+    CurrentFolder current;  ///< takes the test file of a verified site
     frmFTP dialog;
-    std::wstring host = L"host";
-    std::wstring name = L"joe";
-    std::wstring password = kSecret;
-    std::wstring out = L"out";
-    std::wstring in = L"in";
-
-    /// "secret" enciphered with the built-in password
-    inline static const std::wstring kSecret = FtpPassword::Encipher(L"secret");
-
-private:
-    static std::wstring Attribute(IXMLDOMNode* node, const wchar_t* path) {
-        Microsoft::WRL::ComPtr<IXMLDOMNode> attribute;
-        com::Check(node->selectSingleNode(com::Bstr(path).Get(), &attribute));
-        return com::Get<std::wstring>(&IXMLDOMNode::get_text, attribute.Get());
-    }
+    FtpSite site{L"host", L"joe", FtpPassword::Encipher(L"secret"), L"out", L"in"};
+    const FtpSite before = site;
 };
 
 TEST_F(FtpPropertiesTest, ShowsTheSettingsUnderTheProductsCaptions) {
@@ -100,7 +69,7 @@ TEST_F(FtpPropertiesTest, ShowsTheSettingsUnderTheProductsCaptions) {
     });
 }
 
-TEST_F(FtpPropertiesTest, TheTabKeyVisitsAllControlsInReadingOrder) {
+TEST_F(FtpPropertiesTest, KeysReachAllControlsInReadingOrderAndByTheirLetters) {
     Show([](const Screen& screen) {
         for (const int control : {kServer, kUser, kPassword, kEnterpriseToField, kFieldToEnterprise,
                                   IDC_FTP_VERIFY_ON_APPLY, IDC_FTP_VERIFY, IDC_FTP_APPLY, IDC_FTP_CANCEL}) {
@@ -108,11 +77,6 @@ TEST_F(FtpPropertiesTest, TheTabKeyVisitsAllControlsInReadingOrder) {
             screen.Key(VK_TAB);
         }
         EXPECT_TRUE(screen.FocusReaches(kServer));
-    });
-}
-
-TEST_F(FtpPropertiesTest, MnemonicsReachEveryBox) {
-    Show([](const Screen& screen) {
         for (const auto& [letter, control] : {std::pair{L'f', kFieldToEnterprise},
                                               {L'e', kEnterpriseToField},
                                               {L'p', kPassword},
@@ -127,7 +91,7 @@ TEST_F(FtpPropertiesTest, MnemonicsReachEveryBox) {
 }
 
 TEST_F(FtpPropertiesTest, ApplyWaitsUntilNoBoxIsBlank) {
-    host = name = password = out = in = L"";
+    site = {};
     Show([](const Screen& screen) {
         for (const int box : {kServer, kPassword, kEnterpriseToField, kFieldToEnterprise}) {
             screen.Type(box, L"x");
@@ -143,7 +107,7 @@ TEST_F(FtpPropertiesTest, ApplyWaitsUntilNoBoxIsBlank) {
         screen.Key(VK_TAB);
         EXPECT_TRUE(screen.FocusReaches(kUser)) << "Enter did nothing";
     });
-    EXPECT_THAT(Settings(), ElementsAre(L"no document"));
+    EXPECT_EQ(dialog.GetXML(), nullptr);
 }
 
 TEST_F(FtpPropertiesTest, EnterAppliesWithoutTheServerWhereTheUserDoesNotWantTheTest) {
@@ -156,12 +120,9 @@ TEST_F(FtpPropertiesTest, EnterAppliesWithoutTheServerWhereTheUserDoesNotWantThe
         screen.Mnemonic(L'w');
         screen.Confirm();
     });
-    const std::wstring enciphered = FtpPassword::Encipher(L"Größe");
-    EXPECT_THAT(Settings(), ElementsAre(L"FTPServer=other", L"FTPUser=ann", L"FTPPassword=" + enciphered,
-                                        L"FTPEnterpriseToField=down", L"FTPFieldtoEnterprise= up"));
-    EXPECT_EQ(host + L"," + name + L"," + password + L"," + out + L"," + in,
-              L"other,ann," + enciphered + L",down, up");
-    EXPECT_EQ(server.transcript, "");
+    EXPECT_EQ(site, (FtpSite{L"other", L"ann", FtpPassword::Encipher(L"Größe"), L"down", L" up"}));
+    EXPECT_EQ(Document(), site);
+    EXPECT_THAT(server.logins, IsEmpty());
 }
 
 TEST_F(FtpPropertiesTest, AFailedApplyNamesTheFaultAndKeepsTheDialog) {
@@ -176,14 +137,14 @@ TEST_F(FtpPropertiesTest, AFailedApplyNamesTheFaultAndKeepsTheDialog) {
         screen.Key(VK_ESCAPE);
         screen.AwaitEnd();
     });
-    EXPECT_EQ(in, L"in");
-    EXPECT_THAT(Settings(), testing::Contains(L"FTPFieldtoEnterprise=in")) << "as before";
+    EXPECT_EQ(site, before);
+    EXPECT_EQ(Document(), before);
 }
 
 TEST_F(FtpPropertiesTest, ApplyTestsTheSiteWhereTheUserWantsIt) {
     Show([](const Screen& screen) { screen.Confirm(); });
     EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out"));
-    EXPECT_THAT(Settings(), testing::Contains(L"FTPPassword=" + kSecret));
+    EXPECT_EQ(Document(), before);
 }
 
 TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
@@ -194,7 +155,7 @@ TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
               L"The FTP site was verified"}) {
             screen.Mnemonic(L'v');
             const Screen message = screen.Popup();
-            EXPECT_THAT(message.Message(), testing::StartsWith(text));
+            EXPECT_THAT(message.Message(), StartsWith(text));
             message.Confirm();
         }
         screen.Click(IDC_FTP_CANCEL);
@@ -202,66 +163,37 @@ TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
     });
 }
 
-TEST_F(FtpPropertiesTest, WithoutUserInterfaceItIsCancelledAtOnce) {
-    framework.userInterface = false;
-    Execute();
-    EXPECT_THAT(Settings(), testing::Contains(L"FTPServer=host"));
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"dialog frmFTP and a user interface is not supported"));
-}
-
-TEST_F(FtpPropertiesTest, AMissingCaptionIsAReport) {
+TEST_F(FtpPropertiesTest, ADialogThatCannotBeShownIsCancelledAtOnceWithAReport) {
     framework.resources.erase(136);
-    Execute();
+    dialog.Execute(3, site);
     EXPECT_THAT(framework.LogText(), HasSubstr(L"frmFTP.frm.Execute"));
-    EXPECT_THAT(Settings(), testing::Contains(L"FTPServer=host"));
-}
-
-class LoginPromptTest : public DialogTest {
-protected:
-    bool Show(const std::function<void(const Screen&)>& script) {
-        const User user(L"FTP Prompt", script);
-        return prompt.Show();
-    }
-
-    frmPromptFTP prompt;
-};
-
-TEST_F(LoginPromptTest, KeepsWhatWasTypedForTheNextTime) {
-    EXPECT_TRUE(Show([](const Screen& screen) {
-        EXPECT_TRUE(screen.FocusReaches(IDC_PROMPT_SERVER));
-        screen.Type(IDC_PROMPT_SERVER, L"host");
-        screen.Mnemonic(L'l');
-        EXPECT_TRUE(Eventually([&] { return screen.IsChecked(IDC_PROMPT_SAVE); }));
-        screen.Confirm();
-    }));
-    EXPECT_TRUE(prompt.chkSaveProperties);
-    EXPECT_FALSE(Show([](const Screen& screen) {
-        EXPECT_EQ(screen.Text(IDC_PROMPT_SERVER), L"host");
-        EXPECT_TRUE(screen.IsChecked(IDC_PROMPT_SAVE));
-        EXPECT_TRUE(screen.FocusReaches(IDC_PROMPT_USER));
-        screen.Type(IDC_PROMPT_USER, L"joe");
-        screen.Key(VK_ESCAPE);
-        screen.AwaitEnd();
-    }));
-    EXPECT_TRUE(Show([](const Screen& screen) {
-        EXPECT_TRUE(screen.FocusReaches(IDC_PROMPT_PASSWORD));
-        screen.Type(IDC_PROMPT_PASSWORD, L"secret");
-        EXPECT_NE(SendMessageW(screen.Control(IDC_PROMPT_PASSWORD), EM_GETPASSWORDCHAR, 0, 0), 0);
-        for (const int control :
-             {IDC_PROMPT_SAVE, static_cast<int>(IDOK), static_cast<int>(IDCANCEL), IDC_PROMPT_SERVER}) {
-            screen.Key(VK_TAB);
-            EXPECT_TRUE(screen.FocusReaches(control));
-        }
-        screen.Click(IDOK);
-        screen.AwaitEnd();
-    }));
-    EXPECT_EQ(prompt.txtServer + prompt.txtUser + prompt.txtPassword, L"hostjoesecret");
-}
-
-TEST_F(LoginPromptTest, WithoutUserInterfaceItIsCancelledAtOnce) {
     framework.userInterface = false;
-    EXPECT_FALSE(prompt.Show());
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"dialog frmPromptFTP and a user interface is not supported"));
+    ThisApartment().userInterfaceAllowed.reset();
+    dialog.Execute(3, site);
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"dialog frmFTP and a user interface is not supported"));
+    EXPECT_EQ(site, before);
+    EXPECT_EQ(Document(), before);
+}
+
+TEST_F(DialogTest, TheLoginPromptStartsInTheFirstEmptyBoxAndVisitsAllControls) {
+    frmPromptFTP prompt;
+    const std::array<int, 6> controls = {
+        IDC_PROMPT_SERVER, IDC_PROMPT_USER, IDC_PROMPT_PASSWORD, IDC_PROMPT_SAVE, IDOK, IDCANCEL};
+    for (size_t first = 0; first < 3; ++first) {
+        const User user(L"FTP Prompt", [&](const Screen& screen) {
+            EXPECT_EQ(screen.IsChecked(IDC_PROMPT_SAVE), first != 0) << "as it was left";
+            for (size_t i = 0; i < controls.size(); ++i) {
+                EXPECT_TRUE(screen.FocusReaches(controls[(first + i) % controls.size()]));
+                screen.Key(VK_TAB);
+            }
+            screen.Type(controls[first], L"x");
+            if (first == 0) screen.Mnemonic(L'l');
+            EXPECT_TRUE(Eventually([&] { return screen.IsChecked(IDC_PROMPT_SAVE); }));
+            screen.Confirm();
+        });
+        EXPECT_TRUE(prompt.Show());
+    }
+    EXPECT_EQ(prompt.txtServer + prompt.txtUser + prompt.txtPassword, L"xxx");
 }
 
 /// The sender/receiver that asks for its login: server "host" and user "joe" are known, the password is not.
@@ -271,7 +203,7 @@ protected:
         TakeProductTexts(framework);
         framework.userInterface = true;
         Configure();
-        settings->put_ApplicationName(com::Bstr(L"App").Get());
+        NameApplication();
         Init({{L"FTPPassword", L""}});
         temp.File(L"send\\a.mdb");
         server.folders.insert("/out");
@@ -293,7 +225,6 @@ protected:
         message.Confirm();
         return Screen::Await(L"FTP Prompt");
     }
-    bool LoginCancelled() { return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get()); }
 };
 
 TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
@@ -302,7 +233,7 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
         EXPECT_EQ(prompt.Text(IDC_PROMPT_SERVER) + L"," + prompt.Text(IDC_PROMPT_USER), L"host,joe");
         prompt.Confirm();
         const Screen second = NextPrompt(framework.resources[143]);
-        EXPECT_EQ(Calls(), "") << "no connection without a password";
+        EXPECT_THAT(server.logins, IsEmpty()) << "no connection without a password";
         Enter(second, L"ann", L"wrong");
         const Screen third = NextPrompt(framework.resources[144]);
         EXPECT_EQ(third.Text(IDC_PROMPT_USER), L"ann");
@@ -310,9 +241,9 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
         Enter(third, L"ann", L"right");
     });
     EXPECT_TRUE(Connect());
-    EXPECT_THAT(Calls(), testing::EndsWith("Connect host 0 ann right 1 0|"));
+    EXPECT_EQ(server.logins.back(), "Test Tool: ann:right@host");
     EXPECT_FALSE(LoginCancelled());
-    EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=ann\nFTP_PASSWORD=right\n"));
+    EXPECT_THAT(PropSet(), StartsWith(L"FTP_SERVER=host\nFTP_USER=ann\nFTP_PASSWORD=right\n"));
     EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], L"host");
     EXPECT_EQ(framework.registry[L"13/Transport/FTPUser"], L"ann");
     EXPECT_EQ(framework.registry[L"13/Transport/FTPPassword"], FtpPassword::EncipherBytes(L"right"));
@@ -333,7 +264,7 @@ TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {
         });
         EXPECT_TRUE(transfer());
         EXPECT_TRUE(LoginCancelled());
-        EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
+        EXPECT_THAT(PropSet(), StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
     }
     EXPECT_EQ(Reported(), L"");
     EXPECT_TRUE(framework.registry.empty());
@@ -349,7 +280,7 @@ TEST_F(LoginTest, APromptThatFailsLeavesThePreviousLogin) {
     EXPECT_FALSE(Send());
     EXPECT_THAT(Reported(), HasSubstr(L"clsFTPSndRcv.cls.InternalOpenConnection"));
     EXPECT_FALSE(LoginCancelled());
-    EXPECT_THAT(Settings(), testing::StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
+    EXPECT_THAT(PropSet(), StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
 }
 
 }  // namespace

@@ -11,12 +11,12 @@
 namespace {
 
 void ShowProperties() {
-    std::wstring enterpriseToField = L"EnterpriseToField";
-    std::wstring fieldToEnterprise = L"FieldToEnterprise";
-    std::wstring server = L"ftp.example.org";
-    std::wstring user = L"field-17";
-    std::wstring password = FtpPassword::Encipher(L"secret");
-    frmFTP().Execute(3, enterpriseToField, fieldToEnterprise, server, user, password);
+    FtpSite site{.server = L"ftp.example.org",
+                 .user = L"field-17",
+                 .password = FtpPassword::Encipher(L"secret"),
+                 .enterpriseToField = L"EnterpriseToField",
+                 .fieldToEnterprise = L"FieldToEnterprise"};
+    frmFTP().Execute(3, site);
 }
 
 void ShowPrompt() {

@@ -1,3 +1,4 @@
+// See User.h.
 #include "tests/win/dialogs/User.h"
 
 #include <gtest/gtest.h>

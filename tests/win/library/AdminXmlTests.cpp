@@ -3,15 +3,15 @@
 
 #include "base/Utf8.h"
 #include "com/ErrorInfo.h"
-#include "com/Result.h"
 #include "com/Values.h"
 #include "common/modMain.h"
+#include "ftp/settings/AdminXml.h"
 #include "ftp/settings/XmlDocument.h"
 #include "mobile/modMobileAdminXML.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
 
-using com::Bstr;
+using namespace modMobileAdminXML;
 using Microsoft::WRL::ComPtr;
 
 namespace tests {
@@ -24,26 +24,22 @@ std::string Saved(IXMLDOMDocument* document) {
     ComPtr<IStream> stream;
     com::Check(CreateStreamOnHGlobal(nullptr, TRUE, &stream));
     com::Check(document->save(com::Variant::Object(stream.Get()).Get()));
-    STATSTG state{};
-    com::Check(stream->Stat(&state, STATFLAG_NONAME));
-    std::string text(state.cbSize.LowPart, '\0');
     com::Check(stream->Seek({}, STREAM_SEEK_SET, nullptr));
-    com::Check(stream->Read(text.data(), state.cbSize.LowPart, nullptr));
-    return text.substr(0, text.find_last_not_of("\r\n") + 1);
+    std::string text(4096, '\0');
+    ULONG size = 0;
+    com::Check(stream->Read(text.data(), 4096, &size));
+    return text.substr(0, text.find_last_not_of("\r\n", size - 1) + 1);
 }
 
-/// A setting of a document that was parsed from text, found as the readers of the document look for it.
-std::wstring ReadBack(const std::string& text, const std::wstring& name) {
+/// The settings of a document that is parsed from text.
+FtpSite ReadBack(const std::string& text) {
     const auto document = xml::NewXmlDocument();
     VARIANT_BOOL parsed = VARIANT_FALSE;
-    com::Check(document->loadXML(Bstr(base::FromUtf8(text)).Get(), &parsed));
+    com::Check(document->loadXML(com::Bstr(base::FromUtf8(text)).Get(), &parsed));
     EXPECT_TRUE(parsed) << text;
-    const std::wstring path = L"/MOBILECONFIGURATIONROOT/MOBILECONFIGURATION[@KeyName='SENDERRECEIVER']"
-                              L"//KEY[@KeyName='Transport']/SETTING[@KeyName='" +
-                              name + L"']/@KeyValue";
-    ComPtr<IXMLDOMNode> value;
-    if (document->selectSingleNode(Bstr(path).Get(), &value) != S_OK) return L"(none)";
-    return com::Get<std::wstring>(&IXMLDOMNode::get_text, value.Get());
+    FtpSite site;
+    AdminXml::ReadSettings(document.Get(), site);
+    return site;
 }
 
 std::string Document(const std::string& settings) {
@@ -52,19 +48,23 @@ std::string Document(const std::string& settings) {
            settings + "</BASEKEY></HKEY></MOBILECONFIGURATION></MOBILECONFIGURATIONROOT>";
 }
 
-class AdminXml : public testing::Test {
+class AdminXmlTest : public testing::Test {
 protected:
-    AdminXml() { Main(); }
+    AdminXmlTest() { Main(); }
+
+    std::string Generate(LONG sides = 3) const {
+        const auto document = GenerateFTPXML(sides, site);
+        return document ? Saved(document.Get()) : "no document";
+    }
 
     ComApartment apartment;
     Framework framework;
+    FtpSite site{L"server", L"user", L"password", L"Out", L"In"};
 };
 
-TEST_F(AdminXml, HoldsEveryValueAsGiven) {
-    const auto document = GenerateFTPXML(3, L"Out & \"back\"", L"  In", L"<ftp>.example",
-                                         L"Jörg Ł 漢 \xD83D\xDE00", L" it's 100% ");
-    ASSERT_TRUE(document);
-    const std::string text = Saved(document.Get());
+TEST_F(AdminXmlTest, HoldsEveryValueAsGiven) {
+    site = {L"<ftp>.example", L"Jörg Ł 漢 \xD83D\xDE00", L" it's 100% ", L"Out & \"back\"", L"  In"};
+    const std::string text = Generate();
     EXPECT_EQ(text,
               Document(">"
                        R"(<SETTING KeyName="FTPServer" KeyValue="&lt;ftp&gt;.example"/>)"
@@ -73,54 +73,48 @@ TEST_F(AdminXml, HoldsEveryValueAsGiven) {
                        R"(<SETTING KeyName="FTPEnterpriseToField" KeyValue="Out &amp; &quot;back&quot;"/>)"
                        R"(<SETTING KeyName="FTPFieldtoEnterprise" KeyValue="  In"/>)"
                        "</KEY>"));
-    EXPECT_EQ(ReadBack(text, L"FTPServer"), L"<ftp>.example");
-    EXPECT_EQ(ReadBack(text, L"FTPUser"), L"Jörg Ł 漢 \xD83D\xDE00");
-    EXPECT_EQ(ReadBack(text, L"FTPPassword"), L" it's 100% ");
-    EXPECT_EQ(ReadBack(text, L"FTPEnterpriseToField"), L"Out & \"back\"");
-    EXPECT_EQ(ReadBack(text, L"FTPFieldtoEnterprise"), L"  In");
-    const auto lines = GenerateFTPXML(3, L"a\tb\r\nc", L"In", L"s", L"u", L"p");
-    EXPECT_EQ(ReadBack(Saved(lines.Get()), L"FTPEnterpriseToField"), L"a\tb\r\nc");
+    EXPECT_EQ(ReadBack(text), site);
+    site.enterpriseToField = L"a\tb\r\nc";
+    EXPECT_EQ(ReadBack(Generate()), site);
     EXPECT_EQ(framework.LogText(), L"");
 }
 
-TEST_F(AdminXml, SidesDecideWhetherThereAreSettings) {
-    const auto settings = [](LONG sides) {
-        const auto document = GenerateFTPXML(sides, L"Out", L"In", L"server", L"user", L"password");
-        return Saved(document.Get());
-    };
-    EXPECT_EQ(settings(4), Document("/>"));
-    EXPECT_EQ(settings(0), Document("/>"));
+TEST_F(AdminXmlTest, SidesDecideWhetherThereAreSettings) {
+    EXPECT_EQ(Generate(4), Document("/>"));
+    EXPECT_EQ(Generate(0), Document("/>"));
     for (const LONG sides : {1L, 2L, 7L})
-        EXPECT_EQ(ReadBack(settings(sides), L"FTPServer"), L"server") << sides;
+        EXPECT_EQ(ReadBack(Generate(sides)), site) << sides;
 }
 
-TEST_F(AdminXml, VerifyAsksForFiveValuesAndTwoFolders) {
-    const std::vector<std::wstring> good = {L"server", L"user", L"password", L"Out", L"out"};
-    const auto verify = [](const std::vector<std::wstring>& values) {
-        EXPECT_EQ(GenerateFTPXML(3, values[3], values[4], values[0], values[1], values[2]) != nullptr,
-                  VerifyFTPSite(values[0], values[1], values[2], values[3], values[4]));
-        return VerifyFTPSite(values[0], values[1], values[2], values[3], values[4]);
+TEST_F(AdminXmlTest, AsksForFiveValuesAndTwoFolders) {
+    const auto isGood = [&](const FtpSite& settings) {
+        site = settings;
+        EXPECT_EQ(Generate() != "no document", VerifyFTPSite(settings));
+        return VerifyFTPSite(settings);
     };
-    EXPECT_TRUE(verify(good)) << "letter case tells folders apart";
-    EXPECT_TRUE(verify({L" s ", L" u", L"p ", L" a b", L"a  b"}));
-    for (size_t i = 0; i < good.size(); ++i)
+    const FtpSite good{L" s ", L" u", L"p ", L" a b", L"a  b"};
+    EXPECT_TRUE(isGood(good));
+    EXPECT_TRUE(isGood({L"s", L"u", L"p", L"Out", L"out"})) << "letter case tells folders apart";
+    for (const auto setting : {&FtpSite::server, &FtpSite::user, &FtpSite::password,
+                               &FtpSite::enterpriseToField, &FtpSite::fieldToEnterprise})
         for (const wchar_t* blank : {L"", L"   "}) {
-            auto values = good;
-            values[i] = blank;
-            EXPECT_FALSE(verify(values)) << i;
+            FtpSite bad = good;
+            bad.*setting = blank;
+            EXPECT_FALSE(isGood(bad));
         }
-    EXPECT_FALSE(verify({L"s", L"u", L"p", L"Out", L"Out"}));
-    EXPECT_FALSE(verify({L"s", L"u", L"p", L" Out", L"Out "}));
+    EXPECT_FALSE(isGood({L"s", L"u", L"p", L" Out", L"Out "}));
     EXPECT_EQ(framework.LogText(), L"");
 }
 
-TEST_F(AdminXml, CharactersThatCannotBeReadBackAreRefused) {
-    for (const std::wstring bad : {L"a\x1", L"\xD800", L"\xDC00\xD800", L"\xFFFF"})
-        EXPECT_EQ(GenerateFTPXML(3, L"Out", L"In", L"server", bad, L"password"), nullptr);
+TEST_F(AdminXmlTest, CharactersThatCannotBeReadBackAreRefused) {
+    for (const wchar_t* bad : {L"a\x1", L"\xD800", L"\xDC00\xD800", L"\xFFFF"}) {
+        site.user = bad;
+        EXPECT_EQ(Generate(), "no document");
+    }
     EXPECT_THAT(framework.LogText(), HasSubstr(L"modMobileAdminXML.GenerateFTPXML\r\nThe value of KeyValue"));
 }
 
-TEST_F(AdminXml, ChildElementsGoToTheirParent) {
+TEST_F(AdminXmlTest, ChildElementsGoToTheirParent) {
     const auto document = xml::NewXmlDocument();
     const auto root = GenerateChildElement(L"Root", document.Get(), nullptr, L"", L"");
     ASSERT_TRUE(root);

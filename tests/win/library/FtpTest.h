@@ -7,24 +7,31 @@
 
 #include "common/modMain.h"
 #include "sendrecv/clsFTPSndRcv.h"
+#include "tests/win/library/SenderReceiverTest.h"
+#include "tests/win/support/Dll.h"
 #include "tests/win/support/FtpScript.h"
-#include "tests/win/support/Library.h"
-#include "tests/win/support/ProgressDouble.h"
-#include "tests/win/support/TempFolder.h"
 
 namespace tests {
 
-class FtpTest : public testing::Test {
+/// The library's own code in this program, between the framework's stand-ins and a scripted server.
+class FtpLibraryTest : public testing::Test {
 protected:
-    FtpTest() {
-        Main();
-        remote = com::Make<clsFTPSndRcv>();
-        remote.As(&settings);
-    }
+    FtpLibraryTest() { Main(); }
 
-    using Values = std::vector<std::pair<std::wstring, std::wstring>>;
-    void Init(const Values& values) {
-        EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver::Init, remote.Get(), Properties(values).Get()));
+    ComApartment apartment;
+    Framework framework;
+    FtpScript server;
+};
+
+class FtpTest : public FtpLibraryTest, protected SenderReceiverTest {
+protected:
+    FtpTest() { Renew(); }
+
+    void Renew() { Use(com::Make<clsFTPSndRcv>()); }
+    void SuppressMessages() {
+        Microsoft::WRL::ComPtr<_clsFTPSndRcv> script;
+        remote.As(&script);
+        script->put_SupressMsg(VARIANT_TRUE);
     }
     /// A login, remote folders "in" and "out", and local ones below the scratch folder.
     void Configure() {
@@ -33,22 +40,19 @@ protected:
               {L"FTPPassword", L"secret"},
               {L"RemoteSendFolder", L"in"},
               {L"RemoteReceiveFolder", L"out"}});
-        remote->put_LocalSendFolder(com::Bstr(temp.Folder(L"send")).Get());
-        remote->put_LocalReceiveFolder(com::Bstr(temp.Folder(L"receive")).Get());
+        SendFrom(temp.Folder(L"send"));
+        ReceiveInto(temp.Folder(L"receive"));
     }
+    /// These begin where a new connection does.
     bool Send() {
-        return com::Get<bool>(&IZNSenderReceiver::Send, remote.Get(), com::Bstr(L"unused").Get(), Host());
+        server.currentFolder = "/";
+        return SenderReceiverTest::Send();
     }
     bool Receive(const wchar_t* folder = L"") {
-        return com::Get<bool>(&IZNSenderReceiver::Receive, remote.Get(), com::Bstr(folder).Get(), Host());
+        server.currentFolder = "/";
+        return SenderReceiverTest::Receive(folder);
     }
-    bool Connect() { return com::Get<bool>(&IZNSenderReceiver::Connect, remote.Get()); }
-    bool Disconnect() { return com::Get<bool>(&IZNSenderReceiver::Disconnect, remote.Get()); }
-    std::wstring Settings() {
-        Microsoft::WRL::ComPtr<IZNPropertySet> set;
-        EXPECT_EQ(settings->get_PropSet(&set), S_OK);
-        return PropertiesAsText(set.Get());
-    }
+    bool LoginCancelled() { return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get()); }
     /// What was reported since the last call, without the tool's name; empty when nothing was.
     std::wstring Reported() {
         std::wstring text;
@@ -56,18 +60,11 @@ protected:
             text += entry.text.substr(std::wstring(L"Test Tool:\r\n").size());
         return text;
     }
-    std::string Calls() { return std::exchange(server.transcript, {}); }
-
-    ComApartment apartment;
-    Framework framework;
-    FtpScript server;
-    TempFolder temp;
-    Microsoft::WRL::ComPtr<IZNSenderReceiver> remote;
-    Microsoft::WRL::ComPtr<IZNSenderReceiver2> settings;
-    Microsoft::WRL::ComPtr<ProgressDouble> progress = com::Make<ProgressDouble>();
-
-private:
-    IUnknown* Host() { return static_cast<IZNProgress*>(progress.Get()); }
+    /// What a member of the class reports.
+    template <class... Texts>
+    static std::wstring Report(const std::wstring& member, const Texts&... lines) {
+        return Lines(L"clsFTPSndRcv.cls." + member, lines...);
+    }
 };
 
 }  // namespace tests

@@ -70,15 +70,9 @@ TEST_F(ReportTest, TheCurrentErrorAddsItsLineAndTheBuild) {
     }
 }
 
-TEST_F(ReportTest, TheStandardHandlerReportsAndHandsOutTheDefault) {
-    const auto member = [] {
-        try {
-            throw base::Error(base::Failure{E_FAIL, {}, L"cause", 0});
-        } catch (...) {
-            return StandardHandler(L"unit.Proc", 42);
-        }
-    };
-    EXPECT_EQ(member(), 42);
+TEST_F(ReportTest, AGuardReportsAndHandsOutTheDefault) {
+    const Procedure self(L"unit.Proc");
+    EXPECT_EQ(self.Guard(42, []() -> int { throw base::Error(base::Failure{E_FAIL, {}, L"cause", 0}); }), 42);
     EXPECT_EQ(framework.log.at(0).text, L"Tool:\r\nunit.Proc\r\ncause") << "no line number, no line text";
 }
 

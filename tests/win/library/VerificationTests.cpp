@@ -1,48 +1,46 @@
 // The check of an FTP site, before a scripted server.
-#include <gmock/gmock.h>
-
-#include "common/modMain.h"
 #include "mobile/modverification.h"
+#include "tests/win/library/FtpTest.h"
 #include "tests/win/support/CurrentFolder.h"
-#include "tests/win/support/FtpScript.h"
-#include "tests/win/support/Library.h"
 
 namespace tests {
 namespace {
 
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr wchar_t kFetched[] = L"c:\\FromFTP.xml";
 
-class VerificationTest : public testing::Test {
+class VerificationTest : public FtpLibraryTest {
 protected:
     VerificationTest() {
         for (const LONG number :
              {131, 150, 151, 152, 153, 154, 155, 156, 157, 158, 159, 160, 162, 12007, 12014})
             framework.resources[number] = L"<" + std::to_wstring(number) + L">";
-        Main();
     }
     ~VerificationTest() override { DeleteFileW(kFetched); }
 
     /// What is shown about the site; "fine" when nothing is.
     std::wstring Check(bool testConnection = true) {
         std::wstring shown;
-        const bool fine = modverification::CheckFTPSite(
-            site, testConnection, [&](const std::wstring& text, LONG) { shown += text; });
+        const bool fine = modverification::VerifyFTPSite(site, testConnection, [&](const std::wstring& text) {
+            EXPECT_THAT(server.open, IsEmpty()) << "no server waits for the user";
+            shown += text;
+        });
         EXPECT_EQ(fine, shown.empty());
+        EXPECT_THAT(server.open, IsEmpty());
+        server.currentFolder = "/";
         return fine ? L"fine" : shown;
     }
 
-    ComApartment apartment;
-    Framework framework;
-    FtpScript server;
     CurrentFolder current;
     FtpSite site{L"host", L"joe", L"secret", L"out", L"in"};
 };
 
 TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
     EXPECT_EQ(Check(false), L"fine");
-    site = {L"host", L"joe", L"secret", L" out", L"out "};
+    site.enterpriseToField = L" out";
+    site.fieldToEnterprise = L"out ";
     EXPECT_EQ(Check(false), L"<162>\r\n");
     site.fieldToEnterprise = L"OUT";
     EXPECT_EQ(Check(false), L"fine");
@@ -54,21 +52,23 @@ TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
         site.*setting = L"  ";
         EXPECT_EQ(Check(), message);
     }
-    EXPECT_EQ(server.transcript, "");
+    EXPECT_THAT(server.logins, IsEmpty());
 }
 
 TEST_F(VerificationTest, AWorkingSiteGetsItsFoldersAndKeepsNoTestFile) {
     server.folders.insert("/in");
+    int files = 0;
+    server.afterPut = [&] { files += static_cast<int>(server.files.size()); };
     EXPECT_EQ(Check(), L"fine");
-    EXPECT_EQ(server.transcript, "Open Test Tool 0|Connect host 0 joe secret 1 0|"
-                                 "SetFolder out|Create out|SetFolder out|"
-                                 "Put TestFtpConnection.txt 2|Get TestFtpConnection.txt 0 128 0|"
-                                 "Delete TestFtpConnection.txt|SetFolder /|"
-                                 "SetFolder in|Put TestFtpConnection.txt 2|Get TestFtpConnection.txt 0 128 0|"
-                                 "Delete TestFtpConnection.txt|Close 2|Close 1|");
-    EXPECT_TRUE(server.files.empty());
+    EXPECT_EQ(files, 2) << "one in each folder";
+    EXPECT_THAT(server.folders, testing::ElementsAre("/", "/in", "/out"));
+    EXPECT_THAT(server.files, IsEmpty());
+    EXPECT_THAT(server.logins, testing::ElementsAre("Test Tool: joe:secret@host"));
     EXPECT_EQ(current.temp.Content(L"TestFtpConnection.txt"), "");
     EXPECT_NE(GetFileAttributesW(kFetched), INVALID_FILE_ATTRIBUTES);
+    server.Fail("Get", {ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED});
+    EXPECT_EQ(Check(), L"fine") << "a file that cannot be fetched does not fail the test";
+    EXPECT_THAT(server.files, IsEmpty());
 }
 
 TEST_F(VerificationTest, AFailedConnectionIsExplained) {
@@ -85,37 +85,31 @@ TEST_F(VerificationTest, AFailedConnectionIsExplained) {
     EXPECT_EQ(Check(), L"<155>\r\n" + ErrorText(ERROR_ACCESS_DENIED) + L"\r\n");
 }
 
-TEST_F(VerificationTest, AFolderWithASlashIsRefusedBeforeAnythingIsSent) {
-    site.fieldToEnterprise = L"in/deep";
-    EXPECT_EQ(Check(), L"<160>\r\nin/deep\r\n");
-    EXPECT_EQ(server.transcript, "Open Test Tool 0|Connect host 0 joe secret 1 0|Close 2|Close 1|");
-}
-
 TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     server.Fail("Create", {ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_EQ(Check(), L"<159>\r\nout\r\n");
+    server.Fail("SetFolder", {ERROR_SUCCESS, ERROR_SUCCESS});
+    EXPECT_EQ(Check(), ErrorText(ERROR_SUCCESS) + L"\r\n") << "created, but closed to the user";
     server.response = "553 Disk full.\r\n";
     server.Fail("Put", {ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_THAT(Check(), testing::StartsWith(L"553 Disk full.\r\n"));
-    server.currentFolder = "/";
-    server.Fail("SetFolder", {ERROR_SUCCESS, ERROR_SUCCESS});
-    server.folders.erase("/out");
-    EXPECT_EQ(Check(), ErrorText(ERROR_SUCCESS) + L"\r\n") << "created, but closed to the user";
-}
-
-TEST_F(VerificationTest, AFailedFetchDoesNotFailTheTest) {
-    server.Fail("Get", {ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED});
-    EXPECT_EQ(Check(), L"fine");
-    EXPECT_TRUE(server.files.empty());
+    server.afterPut = [&] { server.Fail("SetFolder", {ERROR_INTERNET_TIMEOUT}); };
+    EXPECT_EQ(Check(), ErrorText(ERROR_INTERNET_TIMEOUT) + L"\r\n") << "no way back to the first folder";
+    server.folders.clear();
+    site.fieldToEnterprise = L"in/deep";
+    EXPECT_EQ(Check(), L"<160>\r\nin/deep\r\n");
+    EXPECT_THAT(server.folders, IsEmpty()) << "refused before anything is sent";
 }
 
 TEST_F(VerificationTest, UnattendedItBlocksNobodyAndLogsTheMessage) {
-    EXPECT_FALSE(modverification::VerifyFTPSite(L"host", L"", L"secret", L"out", L"in", true, true));
+    site.user.clear();
+    const auto show = [](const std::wstring& text) { modverification::ShowVerificationMessage(text); };
+    EXPECT_FALSE(modverification::VerifyFTPSite(site, true, show));
     EXPECT_THAT(framework.LogText(),
                 HasSubstr(L"modverification.ReportError\r\nAttempted to raise a messagebox"));
     EXPECT_THAT(framework.LogText(), HasSubstr(L"Message: <151>"));
     framework.log.clear();
-    EXPECT_FALSE(modverification::VerifyFTPSite(L"host", L"", L"secret", L"out", L"in", true, false));
+    EXPECT_FALSE(modverification::VerifyFTPSite(site, true, {}));
     EXPECT_EQ(framework.LogText(), L"");
 }
 

@@ -2,14 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "base/Text.h"
-#include "com/Object.h"
-#include "com/Result.h"
-#include "com/Values.h"
+#include "tests/win/library/SenderReceiverTest.h"
 #include "tests/win/support/Library.h"
-#include "tests/win/support/ProgressDouble.h"
-#include "tests/win/support/TempFolder.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace tests {
 namespace {
@@ -20,38 +14,19 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-class Xcopy : public LibraryTest {
+class Xcopy : public LibraryTest, protected SenderReceiverTest {
 protected:
-    Xcopy() : remote(Create<clsXCOPYSndRcv, IZNSenderReceiver>()) { remote.As(&settings); }
+    Xcopy() { Use(Create<clsXCOPYSndRcv, IZNSenderReceiver>()); }
 
     /// A field computer with its four folders below the scratch folder.
     void BeMobile() {
-        settings->put_ApplicationName(com::Bstr(L"App").Get());
-        settings->putref_PropSet(Properties({{L"MOBILE", L"TRUE"},
-                                             {L"LOCAL_SEND_FOLDER", temp / L"out"},
-                                             {L"LOCAL_RECEIVE_FOLDER", temp / L"in"},
-                                             {L"REMOTE_SEND_FOLDER", temp / L"share\\in"},
-                                             {L"REMOTE_RECEIVE_FOLDER", temp / L"share\\out"}})
-                                     .Get());
+        NameApplication();
+        PropSet({{L"MOBILE", L"TRUE"},
+                 {L"LOCAL_SEND_FOLDER", temp / L"out"},
+                 {L"LOCAL_RECEIVE_FOLDER", temp / L"in"},
+                 {L"REMOTE_SEND_FOLDER", temp / L"share\\in"},
+                 {L"REMOTE_RECEIVE_FOLDER", temp / L"share\\out"}});
     }
-    bool Send(IUnknown* object) {
-        return com::Get<bool>(&IZNSenderReceiver::Send, remote.Get(), com::Bstr(L"").Get(), object);
-    }
-    bool Send() { return Send(static_cast<IZNProgress*>(progress.Get())); }
-    bool Receive(const wchar_t* folder = L"") {
-        return com::Get<bool>(&IZNSenderReceiver::Receive, remote.Get(), com::Bstr(folder).Get(),
-                              static_cast<IUnknown*>(static_cast<IZNProgress*>(progress.Get())));
-    }
-    std::wstring Settings() {
-        ComPtr<IZNPropertySet> set;
-        EXPECT_EQ(settings->get_PropSet(&set), S_OK);
-        return PropertiesAsText(set.Get());
-    }
-
-    TempFolder temp;
-    ComPtr<IZNSenderReceiver> remote;
-    ComPtr<IZNSenderReceiver2> settings;
-    ComPtr<ProgressDouble> progress = com::Make<ProgressDouble>();
 };
 
 TEST_F(Xcopy, FieldAndEnterpriseTakeOppositeFolders) {
@@ -59,42 +34,22 @@ TEST_F(Xcopy, FieldAndEnterpriseTakeOppositeFolders) {
                          {L"F/Incoming", L"F:\\in"},
                          {L"E/Outgoing", L"E:\\out"},
                          {L"E/Incoming", L"E:\\in"}};
-    settings->put_ApplicationName(com::Bstr(L"App").Get());
-    settings->putref_PropSet(Properties({{L"MOBILE", L"True"}}).Get());
-    EXPECT_EQ(Settings(), L"MOBILE=TRUE\nLOCAL_SEND_FOLDER=F:\\out\nLOCAL_RECEIVE_FOLDER=F:\\in\n"
-                          L"REMOTE_SEND_FOLDER=E:\\in\nREMOTE_RECEIVE_FOLDER=E:\\out\n");
-    settings->putref_PropSet(Properties({{L"MOBILE", L"false"}}).Get());
-    EXPECT_EQ(Settings(), L"MOBILE=FALSE\nLOCAL_SEND_FOLDER=E:\\out\nLOCAL_RECEIVE_FOLDER=E:\\in\n");
-    settings->putref_PropSet(Properties({{L"MOBILE", L""}, {L"LOCAL_SEND_FOLDER", L"X:\\"}}).Get());
-    EXPECT_THAT(Settings(), StartsWith(L"MOBILE=TRUE\nLOCAL_SEND_FOLDER=X:\\\n"));
+    NameApplication();
+    PropSet({{L"MOBILE", L"True"}});
+    EXPECT_EQ(PropSet(), L"MOBILE=TRUE\nLOCAL_SEND_FOLDER=F:\\out\nLOCAL_RECEIVE_FOLDER=F:\\in\n"
+                         L"REMOTE_SEND_FOLDER=E:\\in\nREMOTE_RECEIVE_FOLDER=E:\\out\n");
+    PropSet({{L"MOBILE", L"false"}});
+    EXPECT_EQ(PropSet(), L"MOBILE=FALSE\nLOCAL_SEND_FOLDER=E:\\out\nLOCAL_RECEIVE_FOLDER=E:\\in\n");
+    PropSet({{L"MOBILE", L""}, {L"LOCAL_SEND_FOLDER", L"X:\\"}});
+    EXPECT_THAT(PropSet(), StartsWith(L"MOBILE=TRUE\nLOCAL_SEND_FOLDER=X:\\\n"));
     EXPECT_THAT(framework.log, IsEmpty());
 }
 
-TEST_F(Xcopy, SettingsNeedAnApplicationNameFirst) {
-    EXPECT_EQ(settings->putref_PropSet(Properties({{L"MOBILE", L"TRUE"}}).Get()), S_OK);
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsXCOPYSndRcv.cls.IZNSenderReceiver2_PropSet\r\n"));
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"ApplicationName"));
-    EXPECT_EQ(settings->putref_PropSet(nullptr), S_OK);
-    EXPECT_FALSE(
-        com::Get<bool>(&IZNSenderReceiver::Init, remote.Get(), static_cast<IZNPropertySet*>(nullptr)));
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Init\r\n"));
-}
-
-TEST_F(Xcopy, InitTakesTheRemoteFoldersByTheirExactNames) {
-    temp.File(L"out\\x.mdb");
-    remote->put_LocalSendFolder(com::Bstr(temp / L"out").Get());
-    const auto set = Properties(
-        {{L"remotesendfolder", temp / L"wrong"}, {L"RemoteSendFolder", temp / L"share"}, {L"Other", L"?"}});
-    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver::Init, remote.Get(), set.Get()));
-    EXPECT_TRUE(Send());
-    EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"x.mdb"));
-}
-
 TEST_F(Xcopy, LocalFoldersAreTestedButStoredAnyway) {
-    EXPECT_EQ(remote->put_LocalSendFolder(com::Bstr(temp / L"missing").Get()), S_OK);
-    EXPECT_EQ(com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, remote.Get()),
-              temp / L"missing");
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"Folder " + temp / L"missing" + L" doesn't exist."));
+    const std::wstring missing = temp / L"missing";
+    SendFrom(missing);
+    EXPECT_EQ(com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, remote.Get()), missing);
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"Folder " + missing + L" doesn't exist."));
 }
 
 TEST_F(Xcopy, SendMovesFilesAndSubFolders) {
@@ -136,9 +91,8 @@ TEST_F(Xcopy, UnsetFolders) {
                                    L"of the Send folders are not set\n--\n"
                                    L"Test Tool:\r\nclsXCOPYSndRcv.cls.IZNSenderReceiver_Receive\r\none or "
                                    L"more of the Receiver folders are not set\n--\n");
-    EXPECT_EQ(progress->transcript, L"");
-    remote->put_LocalSendFolder(com::Bstr(temp.Path()).Get());
-    remote->put_LocalReceiveFolder(com::Bstr(temp.Path()).Get());
+    SendFrom(temp.Path());
+    ReceiveInto(temp.Path());
     EXPECT_TRUE(Send()) << "no remote side: nothing to do";
     EXPECT_TRUE(Receive());
     EXPECT_EQ(progress->transcript, L"");
@@ -146,23 +100,13 @@ TEST_F(Xcopy, UnsetFolders) {
 
 TEST_F(Xcopy, TheSameFolderOnBothSidesIsLeftAlone) {
     temp.File(L"out\\x.mdb");
-    settings->put_ApplicationName(com::Bstr(L"App").Get());
-    const std::wstring upper = base::Upper(temp / L"out");
-    settings->putref_PropSet(
-        Properties(
-            {{L"MOBILE", L"TRUE"}, {L"LOCAL_SEND_FOLDER", temp / L"out"}, {L"REMOTE_SEND_FOLDER", upper}})
-            .Get());
+    SendFrom(temp / L"out");
+    Init({{L"RemoteSendFolder", base::Upper(temp / L"out")}});
     EXPECT_TRUE(Send());
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"x.mdb"));
-}
-
-TEST_F(Xcopy, AFolderIsNotMovedIntoItself) {
-    temp.File(L"out\\x.mdb");
-    remote->put_LocalSendFolder(com::Bstr(temp / L"out").Get());
-    remote->Init(Properties({{L"RemoteSendFolder", temp / L"out\\inner"}}).Get(),
-                 std::make_unique<VARIANT_BOOL>().get());
+    Init({{L"RemoteSendFolder", temp / L"out\\inner"}});
     EXPECT_FALSE(Send());
-    EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"x.mdb"));
+    EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"x.mdb")) << "nor is a folder moved into itself";
     EXPECT_THAT(framework.LogText(), HasSubstr(L"lies inside the folder"));
 }
 
@@ -186,12 +130,9 @@ TEST_F(Xcopy, AReadOnlySourceIsCopiedAndStays) {
 
 TEST_F(Xcopy, AFileInUseEndsTheTransferAndLosesNothing) {
     BeMobile();
-    temp.File(L"out\\a.mdb", "locked");
-    const HANDLE lock =
-        CreateFileW((temp / L"out\\a.mdb").c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(lock, INVALID_HANDLE_VALUE);
+    base::FileHandle lock = Held(temp.File(L"out\\a.mdb", "locked"), GENERIC_WRITE, 0);
     EXPECT_FALSE(Send());
-    CloseHandle(lock);
+    lock.Reset();
     EXPECT_THAT(temp.Files(L"share\\in"), IsEmpty());
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "locked");
     EXPECT_THAT(framework.log.at(0).text, HasSubstr(L"clsXCOPYSndRcv.cls.MoveFiles\r\n"));
@@ -209,14 +150,11 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     BeMobile();
     const auto source = temp.File(L"out\\a.mdb", "half");
     temp.File(L"out\\b.mdb");
-    const HANDLE writer =
-        CreateFileW(source.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, 0, nullptr);
-    ASSERT_NE(writer, INVALID_HANDLE_VALUE);
+    base::FileHandle writer =
+        Held(source, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
     EXPECT_TRUE(Send());
-    DWORD written = 0;
-    EXPECT_TRUE(WriteFile(writer, " and the rest", 13, &written, nullptr));
-    CloseHandle(writer);
+    EXPECT_TRUE(WriteFile(writer.Get(), " and the rest", 13, nullptr, nullptr));
+    writer.Reset();
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"a.mdb"));
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"b.mdb")) << "half a packet does not travel";
     EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not delete packet file: " + source));
@@ -224,17 +162,21 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }
 
-TEST_F(Xcopy, AFolderInTheWayOfAFileIsReported) {
+TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
     BeMobile();
-    temp.File(L"out\\a.mdb");
-    temp.Folder(L"share\\in\\a.mdb");
+    temp.File(L"out\\1\\a.mdb");
+    temp.File(L"out\\2\\b.mdb");
+    temp.File(L"out\\3\\c.mdb");
+    temp.Folder(L"share\\in\\1\\a.mdb");
+    temp.File(L"share\\in\\2", "a file where a folder is wanted");
+    EXPECT_TRUE(Send()) << "a sub-folder's failure leaves the others to be moved";
+    EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"1\\a.mdb", L"2\\b.mdb"));
+    EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"2", L"3\\c.mdb"));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsXCOPYSndRcv.cls.MoveFiles\r\n"));
+    temp.File(L"out\\1.mdb");
+    Init({{L"RemoteSendFolder", temp / L"share\\in\\2"}});
     EXPECT_FALSE(Send());
-    EXPECT_EQ(temp.Content(L"out\\a.mdb"), "content");
-    temp.File(L"blocked", "a file where a folder is wanted");
-    remote->Init(Properties({{L"RemoteSendFolder", temp / L"blocked"}}).Get(),
-                 std::make_unique<VARIANT_BOOL>().get());
-    EXPECT_FALSE(Send());
-    EXPECT_EQ(temp.Content(L"out\\a.mdb"), "content");
+    EXPECT_TRUE(temp.Exists(L"out\\1.mdb"));
 }
 
 TEST_F(Xcopy, CancelStopsAfterTheCurrentFile) {
@@ -261,35 +203,22 @@ TEST_F(Xcopy, WorksWithoutProgressAndRefusesOtherObjects) {
     EXPECT_TRUE(Send(nullptr));
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"a.mdb"));
     temp.File(L"share\\out\\b.mdb");
-    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver2::Receive, settings.Get(), com::Bstr(L"").Get(),
+    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver2::Receive, remote2.Get(), com::Bstr(L"").Get(),
                                static_cast<IUnknown*>(nullptr)));
     EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"b.mdb"));
 }
 
-TEST_F(Xcopy, AdministrationAndCategories) {
-    ComPtr<IZNMobileAdminProperties> admin;
-    ASSERT_EQ(remote.As(&admin), S_OK);
-    EXPECT_EQ(com::Get<std::wstring>(&IZNMobileAdminProperties::get_Name, admin.Get()), L"Folder Copy");
-    EXPECT_FALSE(com::Get<bool>(&IZNMobileAdminProperties::get_HasProperties, admin.Get()));
-    IUnknown* nothing = admin.Get();
-    EXPECT_EQ(admin->Initialize(1, nullptr, &nothing), S_OK);
-    EXPECT_EQ(nothing, nullptr);
-    nothing = admin.Get();
-    EXPECT_EQ(admin->Execute(1, &nothing), S_OK);
-    EXPECT_EQ(nothing, nullptr);
-
-    ComPtr<IZNMobileAdminPropertiesEx> more;
+TEST_F(Xcopy, AdministrationAndCategory) {
+    EXPECT_EQ(Name(), L"Folder Copy");
+    EXPECT_EQ(Category(), L"{category 135}");
+    EXPECT_FALSE(HasProperties());
+    EXPECT_EQ(Initialize(nullptr), nullptr);
+    EXPECT_EQ(Execute(), nullptr);
+    Microsoft::WRL::ComPtr<IZNMobileAdminPropertiesEx> more;
     ASSERT_EQ(remote.As(&more), S_OK);
     EXPECT_TRUE(com::Get<bool>(&IZNMobileAdminPropertiesEx::get_RequireBothEnterpriseAndField, more.Get()));
-
-    ComPtr<IZNRegInCat> registration;
-    ASSERT_EQ(remote.As(&registration), S_OK);
-    const auto value = com::Get<com::Variant>(&IZNRegInCat::get_CategoriesToReg, registration.Get());
-    ComPtr<_Collection> categories;
-    ASSERT_EQ(value.Get().punkVal->QueryInterface(IID_PPV_ARGS(&categories)), S_OK);
-    EXPECT_EQ(com::Get<LONG>(&_Collection::get_Count, categories.Get()), 1);
-    EXPECT_EQ(com::Get<com::Variant>(&_Collection::get_Item, categories.Get(), LONG{1}).Text(),
-              L"{category 135}");
+    EXPECT_TRUE(Connect());
+    EXPECT_TRUE(Disconnect());
 }
 
 }  // namespace

@@ -1,4 +1,7 @@
+// See FtpScript.h.
 #include "tests/win/support/FtpScript.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
@@ -10,12 +13,13 @@ namespace tests {
 namespace {
 
 FtpScript* g_script = nullptr;
+std::string g_agent;
 std::vector<RemoteEntry> g_found;  // what an open search has not handed out yet
-size_t g_handedOut = 0;
 
-const auto kInternet = reinterpret_cast<HINTERNET>(1);
-const auto kConnection = reinterpret_cast<HINTERNET>(2);
-const auto kFind = reinterpret_cast<HINTERNET>(3);
+BOOL Result(bool done, DWORD error) {
+    if (!done) SetLastError(error);
+    return done;
+}
 
 bool Succeed(const std::string& function) {
     auto& errors = g_script->failures[function];
@@ -25,14 +29,14 @@ bool Succeed(const std::string& function) {
     return false;
 }
 
-bool Succeed(const std::string& function, const std::string& arguments) {
-    g_script->transcript += function + (arguments.empty() ? "" : " ") + arguments + "|";
+bool Succeed(const std::string& function, HINTERNET handle) {
+    EXPECT_TRUE(g_script->open.contains(handle)) << function << " without a connection";
     return Succeed(function);
 }
 
-BOOL Result(bool done, DWORD error) {
-    if (!done) SetLastError(error);
-    return done;
+HINTERNET NewHandle() {
+    static UINT_PTR last = 0;
+    return *g_script->open.insert(reinterpret_cast<HINTERNET>(++last)).first;
 }
 
 std::string PathOf(const std::string& name) {
@@ -44,52 +48,54 @@ std::string PathOf(const std::string& name) {
     return path;
 }
 
-std::string Number(HINTERNET handle) { return std::to_string(reinterpret_cast<UINT_PTR>(handle)); }
-
 std::vector<RemoteEntry> EntriesOfCurrentFolder() {
-    const std::string folder = PathOf("");
-    const std::string prefix = folder == "/" ? folder : folder + "/";
-    const auto isIn = [&](const std::string& path) {
-        return path.size() > prefix.size() && path.starts_with(prefix) &&
-               path.find('/', prefix.size()) == std::string::npos;
-    };
     std::vector<RemoteEntry> entries;
+    const auto add = [&](const std::string& path, DWORD attributes, size_t size) {
+        const size_t end = path.rfind('/');
+        if (path != "/" && path.substr(0, std::max<size_t>(end, 1)) == g_script->currentFolder)
+            entries.push_back({path.substr(end + 1), attributes, static_cast<DWORD>(size)});
+    };
     for (const auto& [path, content] : g_script->files)
-        if (isIn(path))
-            entries.push_back(
-                {path.substr(prefix.size()), FILE_ATTRIBUTE_NORMAL, static_cast<DWORD>(content.size())});
+        add(path, FILE_ATTRIBUTE_NORMAL, content.size());
     for (const std::string& path : g_script->folders)
-        if (isIn(path)) entries.push_back({path.substr(prefix.size()), FILE_ATTRIBUTE_DIRECTORY, 0});
+        add(path, FILE_ATTRIBUTE_DIRECTORY, 0);
     return entries;
 }
 
 BOOL HandOut(WIN32_FIND_DATAA* found) {
-    const bool broken = g_handedOut == g_script->listingFailsAt;
-    if (broken || g_found.empty())
-        return Result(false, broken ? ERROR_INTERNET_CONNECTION_RESET : ERROR_NO_MORE_FILES);
+    if (g_found.empty()) return Result(false, ERROR_NO_MORE_FILES);
     *found = {};
     g_found.front().name.copy(found->cFileName, sizeof found->cFileName - 1);
     found->dwFileAttributes = g_found.front().attributes;
     found->nFileSizeLow = g_found.front().size;
     g_found.erase(g_found.begin());
-    ++g_handedOut;
     return TRUE;
 }
 
 HINTERNET WINAPI Open(LPCSTR agent, DWORD access, LPCSTR, LPCSTR, DWORD) {
-    return Succeed("Open", std::string(agent) + " " + std::to_string(access)) ? kInternet : nullptr;
+    EXPECT_EQ(access, DWORD{INTERNET_OPEN_TYPE_PRECONFIG});
+    g_agent = agent;
+    return Succeed("Open") ? NewHandle() : nullptr;
 }
 
-HINTERNET WINAPI Connect(HINTERNET, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
+HINTERNET WINAPI Connect(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                          DWORD service, DWORD flags, DWORD_PTR) {
-    const std::string arguments = std::string(server) + " " + std::to_string(port) + " " + user + " " +
-                                  password + " " + std::to_string(service) + " " + std::to_string(flags);
-    return Succeed("Connect", arguments) ? kConnection : nullptr;
+    EXPECT_EQ(port, INTERNET_INVALID_PORT_NUMBER);
+    EXPECT_EQ(service, DWORD{INTERNET_SERVICE_FTP});
+    EXPECT_EQ(flags, 0u) << "active mode";
+    g_script->logins.push_back(g_agent + ": " + user + ":" + password + "@" + server);
+    return Succeed("Connect", session) ? NewHandle() : nullptr;
 }
 
-BOOL WINAPI Close(HINTERNET handle) { return Succeed("Close", Number(handle)); }
+BOOL WINAPI Close(HINTERNET handle) {
+    if (!handle) return Result(false, ERROR_INVALID_HANDLE);
+    EXPECT_EQ(g_script->open.erase(handle), 1u) << "closed twice";
+    return TRUE;
+}
 
-BOOL WINAPI FindNext(HINTERNET, LPVOID found) { return HandOut(static_cast<WIN32_FIND_DATAA*>(found)); }
+BOOL WINAPI FindNext(HINTERNET search, LPVOID found) {
+    return Succeed("FindNext", search) && HandOut(static_cast<WIN32_FIND_DATAA*>(found));
+}
 
 BOOL WINAPI LastResponse(LPDWORD error, LPSTR text, LPDWORD length) {
     *error = 0;
@@ -100,42 +106,43 @@ BOOL WINAPI LastResponse(LPDWORD error, LPSTR text, LPDWORD length) {
     return Result(fits, ERROR_INSUFFICIENT_BUFFER);
 }
 
-BOOL WINAPI SetFolder(HINTERNET, LPCSTR folder) {
-    if (!Succeed("SetFolder", folder)) return FALSE;
-    const std::string path = PathOf(folder);
+BOOL WINAPI SetFolder(HINTERNET connection, LPCSTR folder) {
+    if (!Succeed("SetFolder", connection)) return FALSE;
+    // Like the servers that take an empty path for the user's home.
+    const std::string path = *folder ? PathOf(folder) : "/";
     if (!g_script->folders.contains(path)) return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
     g_script->currentFolder = path;
     return TRUE;
 }
 
-BOOL WINAPI GetFolder(HINTERNET, LPSTR folder, LPDWORD length) {
-    if (!Succeed("GetFolder")) return FALSE;
+BOOL WINAPI GetFolder(HINTERNET connection, LPSTR folder, LPDWORD length) {
+    if (!Succeed("GetFolder", connection)) return FALSE;
     const std::string& current = g_script->currentFolder;
     if (*length != 259 || current.size() >= *length) return Result(false, ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(folder, current.c_str(), current.size() + 1);
     return TRUE;
 }
 
-BOOL WINAPI Create(HINTERNET, LPCSTR folder) {
-    if (!Succeed("Create", folder)) return FALSE;
+BOOL WINAPI Create(HINTERNET connection, LPCSTR folder) {
+    if (!Succeed("Create", connection)) return FALSE;
     return Result(g_script->folders.insert(PathOf(folder)).second, ERROR_INTERNET_EXTENDED_ERROR);
 }
 
-HINTERNET WINAPI Find(HINTERNET, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD, DWORD_PTR) {
-    if (!Succeed("Find", pattern)) return nullptr;
-    g_handedOut = 0;
+HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD, DWORD_PTR) {
+    if (!Succeed("Find", connection)) return nullptr;
     g_found = g_script->listing.value_or(EntriesOfCurrentFolder());
     if (std::string(pattern) != "*.*")
         std::erase_if(g_found, [&](const RemoteEntry& entry) { return entry.name != pattern; });
-    return HandOut(found) ? kFind : nullptr;
+    return HandOut(found) ? NewHandle() : nullptr;
 }
 
-BOOL WINAPI Get(HINTERNET, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD attributes, DWORD flags,
-                DWORD_PTR) {
-    const std::string rest =
-        std::to_string(failIfExists) + " " + std::to_string(attributes) + " " + std::to_string(flags);
+BOOL WINAPI Get(HINTERNET connection, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD attributes,
+                DWORD flags, DWORD_PTR) {
+    EXPECT_FALSE(failIfExists);
+    EXPECT_NE(flags, DWORD{FTP_TRANSFER_TYPE_ASCII});
+    EXPECT_EQ(attributes, DWORD{FILE_ATTRIBUTE_NORMAL}) << "as every file is listed";
     std::ofstream file(target, std::ios::binary);
-    if (!Succeed("Get", std::string(name) + " " + rest)) {
+    if (!Succeed("Get", connection)) {
         file << "a part";
         return FALSE;
     }
@@ -145,8 +152,9 @@ BOOL WINAPI Get(HINTERNET, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD 
     return TRUE;
 }
 
-BOOL WINAPI Put(HINTERNET, LPCSTR source, LPCSTR name, DWORD flags, DWORD_PTR) {
-    if (!Succeed("Put", std::string(name) + " " + std::to_string(flags))) {
+BOOL WINAPI Put(HINTERNET connection, LPCSTR source, LPCSTR name, DWORD flags, DWORD_PTR) {
+    EXPECT_NE(flags, DWORD{FTP_TRANSFER_TYPE_ASCII});
+    if (!Succeed("Put", connection)) {
         const DWORD error = GetLastError();
         g_script->failedPut();
         SetLastError(error);
@@ -160,8 +168,8 @@ BOOL WINAPI Put(HINTERNET, LPCSTR source, LPCSTR name, DWORD flags, DWORD_PTR) {
     return TRUE;
 }
 
-BOOL WINAPI Delete(HINTERNET, LPCSTR name) {
-    if (!Succeed("Delete", name)) return FALSE;
+BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
+    if (!Succeed("Delete", connection)) return FALSE;
     return Result(g_script->files.erase(PathOf(name)) != 0, ERROR_INTERNET_EXTENDED_ERROR);
 }
 

@@ -1,5 +1,5 @@
-// A server that exists only behind the table of WinINet functions: a tree of files in memory, a transcript
-// of the calls, and calls that fail as a test arranges.
+// A server that exists only behind the table of WinINet functions: a tree of files in memory, and calls that
+// fail as a test arranges.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +22,8 @@ struct RemoteEntry {
     DWORD size = 0;
 };
 
-/// While it exists, the library's FTP calls end here.
+/// While it exists, the library's FTP calls end here. Handles that are closed twice, or used without being
+/// open, fail the test.
 class FtpScript {
 public:
     FtpScript();
@@ -39,12 +40,13 @@ public:
     std::set<std::string> folders = {"/"};
     std::string currentFolder = "/";
     std::optional<std::vector<RemoteEntry>> listing;  ///< what every folder lists, instead of the tree
-    size_t listingFailsAt = SIZE_MAX;                 ///< number of entries before the listing breaks off
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
     std::function<void()> afterPut = [] {};   ///< what happens once a file was sent
     std::function<void()> failedPut = [] {};  ///< what happens before a put fails
-    std::string transcript;                   ///< "Function argument argument|"
+
+    std::vector<std::string> logins;  ///< "agent: user:password@server" of each attempt
+    std::set<HINTERNET> open;         ///< handles
 
 private:
     WinInetFunctions m_real;

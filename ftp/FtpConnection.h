@@ -1,0 +1,62 @@
+// A connection to an FTP server; every one of the library is opened here. What is False or null failed, and
+// GetLastError tells why. Names that the 8-bit code page cannot hold are thrown.
+#pragma once
+
+#include <string>
+
+#include "base/FileSystem.h"
+#include "base/Handle.h"
+#include "common/modWinInet.h"
+#include "ftp/settings/FtpSite.h"
+
+struct InternetHandleTraits {
+    using Value = HINTERNET;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value handle) noexcept { WinInet().InternetCloseHandle(handle); }
+};
+using InternetHandle = base::UniqueHandle<InternetHandleTraits>;
+
+/// Closes itself.
+class FtpConnection {
+public:
+    /// How far entering a folder came.
+    enum class Entry { Entered, NotCreated, NotEntered };
+
+    /// Flags of connections (active mode) and of transfers (bytes unchanged).
+    static constexpr DWORD kFlags = 0;
+
+    /// Opens the internet session under the tool's name.
+    bool OpenSession();
+    /// Connects to the FTP default port with a site's login.
+    bool Connect(const FtpSite& site);
+    bool IsConnected() const noexcept { return static_cast<bool>(m_connection); }
+    /// Harmless when nothing is open.
+    void Close() noexcept;
+    /// Leaves what is open to the process.
+    void Abandon() noexcept;
+
+    /// Makes a folder, or a path of folders, the current remote one.
+    bool Enter(const std::wstring& folder) const;
+    /// The same for one folder, which is created when it cannot be entered.
+    Entry EnterOrCreate(const std::wstring& folder) const;
+    /// The current remote folder, for a later ReturnTo; as the server spells it. Empty when unknown.
+    std::string CurrentFolder() const;
+    /// Also False for an unknown folder.
+    bool ReturnTo(const std::string& folder) const;
+
+    /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
+    InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
+    static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
+
+    // Files of the current remote folder.
+    bool Put(const std::wstring& localFile, const std::wstring& name, DWORD flags = kFlags) const;
+    /// Replaces a local file. attributes: of the new one.
+    bool Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const;
+    bool Delete(const std::wstring& name) const;
+
+private:
+    bool SetCurrentFolder(const std::string& folder) const;
+
+    InternetHandle m_internet;
+    InternetHandle m_connection;  ///< closed first
+};

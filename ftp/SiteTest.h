@@ -1,0 +1,20 @@
+// The live test of an FTP site.
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+#include "ftp/settings/FtpSite.h"
+
+/// Why a site does not work.
+struct SiteFault {
+    std::wstring text;  ///< a line for each thing that went wrong, the newest first; may be empty
+    LONG number = 0;    ///< error of the connection, which as a branding resource heads the text; or 0
+};
+
+/// Connects, creates missing folders, and sends, fetches and deletes a test file in both. That leaves
+/// TestFtpConnection.txt in the current directory and c:\FromFTP.xml. Nothing when the site works. The
+/// connection is closed again: no server waits for whoever is shown the fault.
+std::optional<SiteFault> TestSite(const FtpSite& site);

@@ -1,0 +1,29 @@
+// What the settings of an FTP site are called wherever they are stored. Portable.
+#pragma once
+
+#include <array>
+
+#include "ftp/settings/FtpSite.h"
+
+struct FtpSetting {
+    std::wstring FtpSite::*member;
+    const wchar_t* name;                ///< in the registry, in administration documents and for Init
+    const wchar_t* configName;          ///< in the mobile configuration and for the folder locator
+    const wchar_t* property = nullptr;  ///< in the property set; it has folders by direction, not by these
+};
+
+inline constexpr FtpSetting kFtpServer{&FtpSite::server, L"FTPServer", L"FTPServer", L"FTP_SERVER"};
+inline constexpr FtpSetting kFtpUser{&FtpSite::user, L"FTPUser", L"FTPUser", L"FTP_USER"};
+inline constexpr FtpSetting kFtpPassword{&FtpSite::password, L"FTPPassword", L"FTPPassword", L"FTP_PASSWORD"};
+inline constexpr FtpSetting kFtpEnterpriseToField{&FtpSite::enterpriseToField, L"FTPEnterpriseToField",
+                                                  L"FTPEnterpriseToField"};
+// Readers of either name match it as it is: they differ in the case of one letter.
+inline constexpr FtpSetting kFtpFieldToEnterprise{&FtpSite::fieldToEnterprise, L"FTPFieldtoEnterprise",
+                                                  L"FTPFieldToEnterprise"};
+
+/// What FtpSite::HasLogin asks for.
+inline constexpr std::array kFtpLoginSettings = {kFtpServer, kFtpUser, kFtpPassword};
+
+/// In the order of administration documents, of the dialog's boxes and of the checks.
+inline constexpr std::array kFtpSettings = {kFtpServer, kFtpUser, kFtpPassword, kFtpEnterpriseToField,
+                                            kFtpFieldToEnterprise};

@@ -1,0 +1,30 @@
+// See HostProgress.h.
+#include "services/HostProgress.h"
+
+#include "com/ErrorInfo.h"
+#include "com/Result.h"
+#include "com/Values.h"
+
+HostProgress::HostProgress(IUnknown* progress, Where where) {
+    if (progress) com::Check(progress->QueryInterface(IID_PPV_ARGS(&m_progress)), L"progress object", where);
+}
+
+void HostProgress::SetRange(LONG low, LONG high, Where where) const {
+    if (m_progress) com::Check(m_progress->SetRange(low, high), {}, where);
+}
+
+void HostProgress::AddMessage(const std::wstring& text, ZNProgressLevel level, Where where) const {
+    if (m_progress) com::Check(m_progress->AddMessage(com::Bstr(text).Get(), level), {}, where);
+}
+
+void HostProgress::StatusText(const std::wstring& text, Where where) const {
+    if (m_progress) com::Check(m_progress->put_StatusText(com::Bstr(text).Get()), {}, where);
+}
+
+void HostProgress::Position(LONG value, Where where) const {
+    if (m_progress) com::Check(m_progress->put_Position(value), {}, where);
+}
+
+bool HostProgress::Cancelled(Where where) const {
+    return m_progress && com::Get<bool>(&IZNProgress::get_Cancelled, {m_progress.Get(), where});
+}
