@@ -101,7 +101,6 @@ class FtpHostTest(HostTest):
     """Two installations that exchange packets through a server of the class's kind."""
 
     KIND = "vsftpd"
-
     server = None
 
     def install(self, root):

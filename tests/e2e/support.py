@@ -269,7 +269,7 @@ class HostTest(ScratchTest):
         outcome = side.run()
         self.assertEqual(outcome.code, code, f"{outcome}\n{side.name}.log:\n{side.log}")
         if packets is not None:
-            self.assertEqual(outcome.packets, packets)
+            self.assertEqual(outcome.packets, packets, outcome)
         return outcome
 
     def assert_trouble(self, side, packets=None):

@@ -101,11 +101,14 @@ class ZipTest(EncoderCase):
             self.assertEqual((enterprise.inbox / "a.mdb").read_bytes(), content)
 
     def test_work_files_of_a_host_that_was_ended_are_removed(self):
-        no_process = 4294967292
-        abandoned = [folder / f"znhost-work-{no_process}" for folder in temporary_folders()]
+        # Of no process, and whole when it appears: other hosts may run, and remove it first.
+        name = f"znhost-work-{4294967292 - 4 * random.randrange(10_000)}"
+        abandoned = [folder / name for folder in temporary_folders()]
         for folder in abandoned:
-            folder.mkdir()
-            (folder / "a.mdb.afz").write_bytes(b"part of an archive")
+            made = folder.with_name(self.scratch.name)
+            made.mkdir()
+            (made / "a.mdb.afz").write_bytes(b"part of an archive")
+            made.rename(folder)
         self.assert_run(self.field)
         self.assertIn(False, [folder.exists() for folder in abandoned])
 
