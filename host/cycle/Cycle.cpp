@@ -11,7 +11,7 @@
 #include "com/Object.h"
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
-#include "host/cycle/TravelName.h"
+#include "packets/EncodedName.h"
 
 namespace {
 
@@ -111,9 +111,10 @@ void Cycle::AddFile(const base::TreeFile& file) {
 Hindrance Cycle::Refusal(const base::TreeFile& file) const {
     if (IsBackupFolder(file.subFolder))
         return L"the receive folder keeps backups in the sub-folder Backup; use another name";
-    if (PacketOf(m_settings, file.name) != file.name)
+    if (m_ledger.PacketIn(file).name != file.name)
         return L"the extension is that of an encoded packet; use another name";
-    if (file.size == 0 && IsEncoded(m_settings, file.name))
+    const EncoderSettings* const encoder = m_settings.ChosenEncoder();
+    if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
         return L"it is empty, and encoded packets must not be";
     return std::nullopt;
 }
@@ -129,7 +130,7 @@ void Cycle::LeaveOutbox(const base::TreeFile& file) const {
 
 Hindrance Cycle::Transfer() {
     const Microsoft::WRL::ComPtr<ConsoleProgress> progress = com::Make<ConsoleProgress>();
-    const Hindrance failure = Try([&] {
+    Hindrance failure = Try([&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });
     // For the transport a cancelled login is no failure.

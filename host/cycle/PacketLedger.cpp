@@ -4,7 +4,7 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
-#include "host/cycle/TravelName.h"
+#include "packets/EncodedName.h"
 
 namespace {
 
@@ -22,7 +22,8 @@ std::uint64_t SizeOf(const std::wstring& path) {
 }
 
 base::TreeFile PacketLedger::PacketIn(const base::TreeFile& file) const {
-    return {file.subFolder, PacketOf(m_settings, file.name), file.size};
+    return {file.subFolder,
+            PacketOf(file.name, {m_settings.zip.outExtension, m_settings.xdelta.outExtension}), file.size};
 }
 
 void PacketLedger::NoteAdded(const base::TreeFile& file) {
@@ -34,32 +35,20 @@ void PacketLedger::NoteReceived(const base::TreeFile& file) {
 }
 
 void PacketLedger::ReportInOutbox(const base::TreeFile& file, PacketState state, const std::wstring& reason) {
-    m_outcomes.push_back({.direction = Direction::Out,
-                          .packet = file.RelativePath(),
-                          .size = file.size,
-                          .travelSize = {},
-                          .state = state,
-                          .reason = reason});
+    m_outcomes.push_back({Direction::Out, file.RelativePath(), file.size, {}, state, reason});
 }
 
 void PacketLedger::ReportTravelling(Direction direction, const base::TreeFile& file, PacketState state,
                                     const std::wstring& reason) {
     const base::TreeFile packet = PacketIn(file);
-    m_outcomes.push_back({.direction = direction,
-                          .packet = packet.RelativePath(),
-                          .size = packet.name == file.name ? std::optional(file.size) : Find(m_added, packet),
-                          .travelSize = file.size,
-                          .state = state,
-                          .reason = reason});
+    const auto size = packet.name == file.name ? std::optional(file.size) : Find(m_added, packet);
+    m_outcomes.push_back({direction, packet.RelativePath(), size, file.size, state, reason});
 }
 
 void PacketLedger::ReportDelivered(const std::wstring& subFolder, const std::wstring& name,
                                    const std::wstring& reason) {
     const base::TreeFile packet{subFolder, name, 0};
-    m_outcomes.push_back({.direction = Direction::In,
-                          .packet = packet.RelativePath(),
-                          .size = SizeOf(Path::Join(m_settings.inbox, packet.RelativePath())),
-                          .travelSize = Find(m_received, packet),
-                          .state = PacketState::Delivered,
-                          .reason = reason});
+    const std::uint64_t size = SizeOf(Path::Join(m_settings.inbox, packet.RelativePath()));
+    m_outcomes.push_back({Direction::In, packet.RelativePath(), size, Find(m_received, packet),
+                          PacketState::Delivered, reason});
 }
