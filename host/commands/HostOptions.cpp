@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <ranges>
 #include <sstream>
 
 #include "base/Console.h"
@@ -171,7 +170,7 @@ void Parser::AddFtpOptions(CLI::App& demo) {
 void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     // The parser takes its arguments from the end of the list.
     std::vector<std::string> reversed;
-    std::ranges::transform(std::views::reverse(arguments), std::back_inserter(reversed), base::ToUtf8);
+    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), base::ToUtf8);
     m_app.parse(reversed);
     // Asked for only now, so that a mistyped command is named instead.
     if (m_app.get_subcommands().empty())

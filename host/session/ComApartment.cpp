@@ -21,11 +21,14 @@ HANDLE AssembliesContext() {
 
 }  // namespace
 
-ComApartment::Initialisation::Initialisation() {
+ComApartment::ComApartment() {
     com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM");
-}
-ComApartment::Initialisation::~Initialisation() { CoUninitialize(); }
-
-ComApartment::ComApartment() : m_context(AssembliesContext()) {
+    m_context = base::UniqueHandle<ContextTraits>(AssembliesContext());
     if (m_context) ActivateActCtx(m_context.Get(), m_activation.Put());
+}
+
+/// The context from which COM made its classes outlives COM.
+ComApartment::~ComApartment() {
+    m_activation.Reset();
+    CoUninitialize();
 }

@@ -11,6 +11,7 @@ class ComApartment {
 public:
     /// Throws base::Error.
     ComApartment();
+    ~ComApartment();
 
 private:
     struct ContextTraits {
@@ -23,15 +24,7 @@ private:
         static Value None() noexcept { return 0; }
         static void Close(Value cookie) noexcept { DeactivateActCtx(0, cookie); }
     };
-    struct Initialisation {
-        Initialisation();
-        Initialisation(const Initialisation&) = delete;
-        Initialisation& operator=(const Initialisation&) = delete;
-        ~Initialisation();
-    };
 
-    // COM ends while the context is still there from which its classes came.
     base::UniqueHandle<ContextTraits> m_context;
-    Initialisation m_initialisation;
     base::UniqueHandle<ActivationTraits> m_activation;
 };
