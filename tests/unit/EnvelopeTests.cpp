@@ -21,23 +21,23 @@ Bytes Count(std::size_t size) {
     return bytes;
 }
 
-/// A message's own blocks, enciphered by the bare cipher.
-Bytes Enciphered(Bytes blocks, const Bytes& key) {
+const Bytes kPassword = {1, 2, 3};
+
+/// A message's own blocks, enciphered by the bare cipher under that password.
+Bytes Enciphered(Bytes blocks) {
+    Bytes key = kPassword;
+    key.resize(32);
     Rijndael cipher;
     cipher.gkey(8, 8, key);
     cipher.Encrypt(blocks);
     return blocks;
 }
 
-const Bytes kPassword = {1, 2, 3};
-
 TEST(Envelope, HoldsLengthMessageAndZeros) {
-    Bytes key(32);
-    std::ranges::copy(kPassword, key.begin());
     Bytes blocks(64);
     blocks[0] = 29;
     std::ranges::copy(Count(29), blocks.begin() + 4);
-    EXPECT_EQ(Envelope().EncryptData(Count(29), kPassword), Enciphered(blocks, key));
+    EXPECT_EQ(Envelope().EncryptData(Count(29), kPassword), Enciphered(blocks));
 }
 
 TEST(Envelope, ReturnsMessagesOfAnyLength) {
@@ -70,13 +70,11 @@ TEST(Envelope, ReadsNothingFromWhatIsNoEnvelope) {
     for (const std::size_t size : {0u, 1u, 31u, 33u})
         EXPECT_FALSE(envelope.DecryptData(Count(size), kPassword).has_value()) << size;
 
-    Bytes key(32);
-    std::ranges::copy(kPassword, key.begin());
     const auto lengthOfMessage = [&](std::uint32_t header) {
         Bytes block(32);
         for (std::size_t i = 0; i < 4; ++i)
             block[i] = static_cast<std::uint8_t>(header >> 8 * i);
-        const auto message = envelope.DecryptData(Enciphered(block, key), kPassword);
+        const auto message = envelope.DecryptData(Enciphered(block), kPassword);
         return message ? static_cast<int>(message->size()) : -1;
     };
     EXPECT_EQ(lengthOfMessage(0), 0);

@@ -1,13 +1,7 @@
 // The folder locator: answers of the mobile configuration, and its failures.
-#include "base/Error.h"
-#include "com/ErrorInfo.h"
 #include "com/Object.h"
-#include "com/Result.h"
-#include "com/Values.h"
-#include "tests/win/framework/FrameworkTest.h"
-
-using com::Bstr;
-using Microsoft::WRL::ComPtr;
+#include "tests/win/support/Dll.h"
+#include "tests/win/support/ServedClass.h"
 
 namespace tests {
 namespace {
@@ -35,68 +29,28 @@ private:
     std::wstring m_application;
 };
 
-/// Makes doubles, or fails as COM does.
-class ConfigFactory final : public com::Object<IClassFactory> {
-public:
-    explicit ConfigFactory(const HRESULT& result) : m_result(result) {}
-
-    STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) override {
-        return FAILED(m_result) ? m_result : com::Make<ConfigDouble>().CopyTo(id, object);
-    }
-    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
-
-private:
-    const HRESULT& m_result;
-};
-
-class MobileFolders : public FrameworkTest {
-protected:
-    MobileFolders() : folders(Create<ZNMobileFolders, IZNMobileFolders>()) {
-        const auto factory = com::Make<ConfigFactory>(creation);
-        com::Check(CoRegisterClassObject(__uuidof(clsTranMobileConfig),
-                                         static_cast<IClassFactory*>(factory.Get()), CLSCTX_INPROC_SERVER,
-                                         REGCLS_MULTIPLEUSE, &cookie));
-    }
-    ~MobileFolders() override { CoRevokeClassObject(cookie); }
-
-    HRESULT Open(const wchar_t* application) const {
-        return folders->put_ApplicationName(Bstr(application).Get());
-    }
-    std::wstring Path(VARIANT_BOOL enterprise, const wchar_t* kind) const {
-        return com::Get<std::wstring>(&IZNMobileFolders::FolderPath, folders.Get(), enterprise,
-                                      Bstr(kind).Get());
-    }
-
-    HRESULT creation = S_OK;  ///< of the mobile configuration
-    DWORD cookie = 0;
-    ComPtr<IZNMobileFolders> folders;
-};
-
-TEST_F(MobileFolders, AnswerFromTheConfigurationOfTheApplication) {
-    ASSERT_EQ(Open(L"Designer"), S_OK);
-    EXPECT_EQ(Path(VARIANT_TRUE, L"Outgoing"), L"Designer enterprise Outgoing");
-    EXPECT_EQ(Path(VARIANT_FALSE, L"FTPServer"), L"Designer field FTPServer");
-    ASSERT_EQ(Open(L"Viewer"), S_OK);
-    EXPECT_EQ(Path(VARIANT_FALSE, L"Incoming"), L"Viewer field Incoming");
-}
-
-TEST_F(MobileFolders, FailuresOfTheConfigurationAreTheirs) {
-    Bstr path;
-    EXPECT_EQ(folders->FolderPath(VARIANT_TRUE, Bstr(L"Outgoing").Get(), path.Put()), E_UNEXPECTED)
+TEST_F(FrameworkTest, FoldersAreThoseOfTheMobileConfiguration) {
+    HRESULT creation = S_OK;
+    const ServedClass served(__uuidof(clsTranMobileConfig), [&](REFIID id, void** object) {
+        return FAILED(creation) ? creation : com::Make<ConfigDouble>().CopyTo(id, object);
+    });
+    const auto folders = Create<ZNMobileFolders, IZNMobileFolders>();
+    const auto path = [&](VARIANT_BOOL enterprise, const wchar_t* kind) {
+        return Ask<std::wstring>(&IZNMobileFolders::FolderPath, folders, enterprise, kind);
+    };
+    EXPECT_EQ(FailureOf([&] { path(VARIANT_TRUE, L"Outgoing"); }).number, E_UNEXPECTED)
         << "no application is named";
-    ASSERT_EQ(Open(L"Designer"), S_OK);
-    const HRESULT refused = Open(L"broken");
-    ASSERT_EQ(refused, E_ACCESSDENIED);
-    try {
-        com::Check(refused);
-    } catch (const base::Error& error) {
-        EXPECT_EQ(error.failure().description, L"the settings are locked");
-    }
+    ASSERT_EQ(folders->put_ApplicationName(In(L"Viewer")), S_OK);
+    EXPECT_EQ(path(VARIANT_FALSE, L"Incoming"), L"Viewer field Incoming");
+    ASSERT_EQ(folders->put_ApplicationName(In(L"Designer")), S_OK);
+    const HRESULT refused = folders->put_ApplicationName(In(L"broken"));
+    EXPECT_EQ(refused, E_ACCESSDENIED);
+    EXPECT_EQ(WhyFailed(refused), L"the settings are locked");
     for (const HRESULT failure : {E_OUTOFMEMORY, REGDB_E_CLASSNOTREG}) {
         creation = failure;
-        EXPECT_EQ(Open(L"Viewer"), failure);
+        EXPECT_EQ(folders->put_ApplicationName(In(L"Viewer")), failure);
     }
-    EXPECT_EQ(Path(VARIANT_TRUE, L"Outgoing"), L"Designer enterprise Outgoing") << "the last one that worked";
+    EXPECT_EQ(path(VARIANT_TRUE, L"Outgoing"), L"Designer enterprise Outgoing") << "the last one that worked";
 }
 
 }  // namespace

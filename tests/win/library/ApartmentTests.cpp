@@ -1,11 +1,9 @@
-// The DLL as a COM server: class factories, start-up in each apartment, release, unloading.
-#include <gmock/gmock.h>
-
+// The DLL as a COM server: class factories, identity, start-up in each apartment, release, unloading.
+#include <array>
+#include <future>
 #include <thread>
 
 #include "tests/win/support/Library.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace tests {
 namespace {
@@ -13,83 +11,72 @@ namespace {
 class ServerTest : public LibraryTest {};
 
 TEST_F(ServerTest, FactoriesServeTheKnownClassesOnly) {
-    ComPtr<IClassFactory> factory;
-    void* poison = this;
-    EXPECT_EQ(library.GetClassObject(__uuidof(ZNLocale), IID_IClassFactory, &poison),
+    auto* object = Poison();
+    EXPECT_EQ(library.GetClassObject(__uuidof(ZNLocale), IID_IClassFactory, &object),
               CLASS_E_CLASSNOTAVAILABLE);
-    EXPECT_EQ(poison, nullptr);
+    EXPECT_EQ(object, nullptr);
     EXPECT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_IClassFactory, nullptr), E_POINTER);
-    poison = this;
-    EXPECT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_IPersist, &poison), E_NOINTERFACE);
-    EXPECT_EQ(poison, nullptr);
+    object = Poison();
+    EXPECT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_IPersist, &object), E_NOINTERFACE);
+    EXPECT_EQ(object, nullptr);
 
+    ComPtr<IClassFactory> factory;
     ASSERT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_PPV_ARGS(&factory)), S_OK);
-    poison = this;
-    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &poison), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(poison, nullptr);
+    object = Poison();
+    EXPECT_EQ(factory->CreateInstance(factory.Get(), IID_IUnknown, &object), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(object, nullptr);
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IPersist, &poison), E_NOINTERFACE);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IPersist, &object), E_NOINTERFACE);
 }
 
 TEST_F(ServerTest, EachInterfaceOfAnObjectLeadsToEachOther) {
-    const auto first = Create<clsXCOPYSndRcv, IUnknown>();
-    const IID ids[] = {IID_IUnknown,
-                       IID_IDispatch,
-                       __uuidof(_clsXCOPYSndRcv),
-                       __uuidof(IZNSenderReceiver),
-                       __uuidof(IZNSenderReceiver2),
-                       __uuidof(IZNMobileAdminProperties),
-                       __uuidof(IZNMobileAdminPropertiesEx),
-                       __uuidof(IZNRegInCat),
-                       IID_ISupportErrorInfo};
-    for (const IID& from : ids) {
-        ComPtr<IUnknown> face;
-        ASSERT_EQ(first->QueryInterface(from, reinterpret_cast<void**>(face.ReleaseAndGetAddressOf())), S_OK);
-        for (const IID& to : ids) {
-            ComPtr<IUnknown> other;
-            EXPECT_EQ(face->QueryInterface(to, reinterpret_cast<void**>(other.ReleaseAndGetAddressOf())),
-                      S_OK);
-        }
-        ComPtr<IUnknown> identity;
-        face.CopyTo(IID_IUnknown, reinterpret_cast<void**>(identity.ReleaseAndGetAddressOf()));
-        EXPECT_EQ(identity.Get(), first.Get());
+    const auto object = Create<clsXCOPYSndRcv, IUnknown>();
+    ExpectOneIdentity(object.Get(),
+                      std::array{IID_IUnknown, IID_IDispatch, __uuidof(_clsXCOPYSndRcv),
+                                 __uuidof(IZNSenderReceiver), __uuidof(IZNSenderReceiver2),
+                                 __uuidof(IZNMobileAdminProperties), __uuidof(IZNMobileAdminPropertiesEx),
+                                 __uuidof(IZNRegInCat), IID_ISupportErrorInfo});
+    ComPtr<ISupportErrorInfo> errors;
+    ASSERT_EQ(object.As(&errors), S_OK);
+    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(__uuidof(IZNSenderReceiver)), S_OK);
+}
+
+TEST_F(ServerTest, ObjectsOfAClassShareTheirDescription) {
+    ComPtr<ITypeInfo> descriptions[2];
+    for (auto& description : descriptions) {
+        const auto parser = Create<clsCmdLine, _clsCmdLine>();
+        UINT count = 0;
+        EXPECT_EQ(parser->GetTypeInfoCount(&count), S_OK);
+        EXPECT_EQ(count, 1u);
+        EXPECT_EQ(parser->GetTypeInfo(1, 0, &description), DISP_E_BADINDEX);
+        ASSERT_EQ(parser->GetTypeInfo(0, 0, &description), S_OK);
     }
-    EXPECT_EQ(first->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(descriptions[0].Get(), descriptions[1].Get());
+    TYPEATTR* attributes = nullptr;
+    ASSERT_EQ(descriptions[0]->GetTypeAttr(&attributes), S_OK);
+    EXPECT_TRUE(attributes->guid == __uuidof(_clsCmdLine));
+    descriptions[0]->ReleaseTypeAttr(attributes);
 }
 
 TEST_F(ServerTest, StartUpNamesTheToolOnce) {
-    const auto transporter = Create<clsTransporter, IZNTransporter>();
-    EXPECT_EQ(framework.title, L"library_tests");
-    framework.title.clear();
-    const auto second = Create<clsCmdLine, IUnknown>();
+    Create<clsTransporter, IUnknown>();
+    EXPECT_EQ(std::exchange(framework.title, L""), L"library_tests");
+    Create<clsCmdLine, IUnknown>();
     EXPECT_EQ(framework.title, L"");
-
-    LONG count = -1;
-    EXPECT_EQ(transporter->ResetLocalSendFiles(com::Bstr(L"").Get(), &count), S_OK);
-    EXPECT_EQ(count, 0);
-    ASSERT_EQ(framework.log.size(), 1u);
-    EXPECT_EQ(framework.log[0].text,
-              L"Test Tool:\r\nclsTransporter.cls.IZNTransporter_ResetLocalSendFiles\r\n"
-              L"SenderReceiver object has not been set");
-    EXPECT_EQ(framework.log[0].type, ZN_EVENTLOG_ERROR_TYPE);
 }
 
 TEST_F(ServerTest, AFailedStartUpReachesTheHostAndIsTriedAgain) {
     framework.Remove(__uuidof(ZNStartup));
-    void* object = &framework;
-    EXPECT_TRUE(FAILED(library.TryCreate(__uuidof(clsCmdLine), IID_IUnknown, &object)));
+    auto* object = Poison();
+    const std::wstring why = WhyFailed(library.TryCreate(__uuidof(clsCmdLine), IID_IUnknown, &object));
     EXPECT_EQ(object, nullptr);
-    ComPtr<IErrorInfo> info;
-    ASSERT_EQ(GetErrorInfo(0, &info), S_OK);
-    com::Bstr description;
-    info->GetDescription(description.Put());
-    EXPECT_EQ(description.Text().find(L"modZNStartup::znMain\r\n"), 0u);
-    EXPECT_THAT(description.Text(), testing::HasSubstr(com::Text(__uuidof(ZNStartup))));
+    EXPECT_THAT(why,
+                AllOf(StartsWith(L"modZNStartup::znMain\r\n"), HasSubstr(com::Text(__uuidof(ZNStartup)))));
     ASSERT_EQ(framework.log.size(), 1u);
-    EXPECT_EQ(framework.log[0].text, L"library_tests:\r\n" + description.Text());
+    EXPECT_EQ(framework.log[0].text, L"library_tests:\r\n" + why);
 
     framework.Remove(__uuidof(ZNEventLog));
-    EXPECT_TRUE(FAILED(library.TryCreate(__uuidof(clsCmdLine), IID_IUnknown, &object)));
+    EXPECT_EQ(library.TryCreate(__uuidof(clsCmdLine), IID_IUnknown, &object), REGDB_E_CLASSNOTREG);
 }
 
 TEST_F(ServerTest, CanUnloadOnceNothingIsLeft) {
@@ -128,23 +115,20 @@ TEST(Apartment, ReleasesTheFrameworkBeforeComIsGone) {
 TEST(Apartment, AnotherThreadKeepsTheLibraryLoaded) {
     const Library library;
     const ComApartment here;
-    const Framework framework;
-    HANDLE created = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    HANDLE leave = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::promise<void> created;
+    std::promise<void> leave;
     std::thread other([&] {
         const ComApartment apartment;
         const Framework own;
         library.Create<clsCmdLine, IUnknown>();
-        SetEvent(created);
-        WaitForSingleObject(leave, INFINITE);
+        created.set_value();
+        leave.get_future().wait();
     });
-    WaitForSingleObject(created, INFINITE);
+    created.get_future().wait();
     EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
-    SetEvent(leave);
+    leave.set_value();
     other.join();
     EXPECT_EQ(library.CanUnloadNow(), S_OK);
-    CloseHandle(created);
-    CloseHandle(leave);
 }
 
 TEST(Apartment, AnObjectThatOutlivesComIsHarmless) {

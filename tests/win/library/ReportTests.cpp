@@ -1,12 +1,10 @@
 // Error reports, error texts and message boxes.
-#include <gmock/gmock.h>
-
-#include <functional>
 #include <thread>
 
 #include "base/Error.h"
 #include "common/Apartment.h"
 #include "common/Report.h"
+#include "common/modMain.h"
 #include "common/modWinInet.h"
 #include "common/modZNStartup.h"
 #include "tests/win/support/Library.h"
@@ -14,120 +12,84 @@
 namespace tests {
 namespace {
 
-using testing::EndsWith;
-using testing::StartsWith;
-
-/// The module's procedures, in an apartment whose start-up ran.
-class ReportTest : public testing::Test {
+/// In an apartment whose start-up ran.
+class ReportTest : public PartTest {
 protected:
     ReportTest() {
         znMain();
-        ThisApartment().gk_sToolName = L"Tool";
+        ThisApartment().gk_sToolName = L"Test Tool";
         ThisApartment().build = L"1.0.37";
     }
 
-    ComApartment apartment;
-    Framework framework;
+    /// Reports a heading while a failure is handled, and returns what the report made of it.
+    static std::wstring Heading(const base::Failure& failure, bool raise,
+                                LONG type = ZN_EVENTLOG_ERROR_TYPE) {
+        std::wstring heading = L"heading";
+        std::wstring source = L"Source";
+        try {
+            throw base::Error(failure);
+        } catch (...) {
+            ZNReportError(heading, source, raise, type);
+        }
+        return heading;
+    }
 };
 
-base::Failure Caught(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const base::Error& error) {
-        return error.failure();
-    }
-    return {S_OK, {}, L"(nothing was thrown)", 0};
-}
-
 TEST_F(ReportTest, WithoutCurrentErrorTheTextStaysAsItIs) {
-    std::wstring description = L"what happened";
-    std::wstring source = L"Source";
-    ZNReportError(description, source, false, ZN_EVENTLOG_INFORMATION_TYPE);
-    EXPECT_EQ(description, L"what happened");
-    EXPECT_EQ(framework.log.at(0).text, L"Source:\r\nwhat happened");
-    EXPECT_EQ(framework.log.at(0).type, ZN_EVENTLOG_INFORMATION_TYPE);
-}
-
-TEST_F(ReportTest, AnEmptySourceIsReplacedForTheCallerToo) {
     std::wstring description = L"text";
     std::wstring source;
-    ZNReportError(description, source, false);
-    EXPECT_EQ(source, L"Unknown Source:");
+    ZNReportError(description, source, false, ZN_EVENTLOG_INFORMATION_TYPE);
+    EXPECT_EQ(description, L"text");
+    EXPECT_EQ(source, L"Unknown Source:") << "replaced for the caller too";
     EXPECT_EQ(framework.log.at(0).text, L"Unknown Source::\r\ntext");
+    EXPECT_EQ(framework.log.at(0).type, ZN_EVENTLOG_INFORMATION_TYPE);
+    EXPECT_EQ(FailureOf([] { ZNReportError(L"text"); }).number, static_cast<HRESULT>(0x800A0005));
 }
 
 TEST_F(ReportTest, TheCurrentErrorAddsItsLineAndTheBuild) {
-    for (const auto& [build, shown] : {std::pair{L"1.0.37", L"1.0.37"}, {L"", L"UNKNOWN"}}) {
-        ThisApartment().build = build;
-        try {
-            throw base::Error(base::Failure{E_FAIL, L"origin", L"cause", 120});
-        } catch (...) {
-            std::wstring description = L"heading";
-            std::wstring source = L"Source";
-            ZNReportError(description, source, false);
-            EXPECT_EQ(description, L"heading\r\nError at line: 120 - Build: " + std::wstring(shown));
-        }
-    }
+    const base::Failure failure{STG_E_ACCESSDENIED, L"origin", L"cause", {120}};
+    EXPECT_EQ(Heading(failure, false), L"heading\r\nError at line: 120 - Build: 1.0.37");
+    EXPECT_EQ(Heading(failure, true, ZN_EVENTLOG_WARNING_TYPE), Heading(failure, false)) << "never raised";
+    const auto raised = FailureOf([&] { Heading(failure, true); });
+    EXPECT_EQ(raised.number, STG_E_ACCESSDENIED);
+    EXPECT_EQ(raised.source, L"origin");
+    EXPECT_EQ(raised.description, L"heading\r\nError at line: 120 - Build: 1.0.37");
+    ThisApartment().build.clear();
+    EXPECT_EQ(Heading(failure, false), L"heading\r\nError at line: 120 - Build: UNKNOWN");
+    EXPECT_EQ(Heading({E_FAIL, {}, L"cause", {}}, false), L"heading") << "no line, no text about it";
 }
 
-TEST_F(ReportTest, AGuardReportsAndHandsOutTheDefault) {
-    const Procedure self(L"unit.Proc");
-    EXPECT_EQ(self.Guard(42, []() -> int { throw base::Error(base::Failure{E_FAIL, {}, L"cause", 0}); }), 42);
-    EXPECT_EQ(framework.log.at(0).text, L"Tool:\r\nunit.Proc\r\ncause") << "no line number, no line text";
-}
-
-TEST_F(ReportTest, RaisesTheCurrentErrorAgainWithTheDecoratedText) {
-    const auto failure = Caught([] {
-        try {
-            throw base::Error(base::Failure{STG_E_ACCESSDENIED, L"origin", L"cause", 7});
-        } catch (...) {
-            std::wstring description = L"heading";
-            std::wstring source = L"Source";
-            ZNReportError(description, source);
-        }
-    });
-    EXPECT_EQ(failure.number, STG_E_ACCESSDENIED);
-    EXPECT_EQ(failure.source, L"origin");
-    EXPECT_EQ(failure.description, L"heading\r\nError at line: 7 - Build: 1.0.37");
-}
-
-TEST_F(ReportTest, WarningsAreNeverRaised) {
-    try {
-        throw base::Error(E_FAIL, L"cause");
-    } catch (...) {
-        std::wstring description = L"heading";
-        std::wstring source = L"Source";
-        EXPECT_NO_THROW(ZNReportError(description, source, true, ZN_EVENTLOG_WARNING_TYPE));
-    }
-    EXPECT_EQ(framework.log.at(0).type, ZN_EVENTLOG_WARNING_TYPE);
-}
-
-TEST_F(ReportTest, RaisingWithoutCurrentErrorIsAnInvalidCall) {
-    const auto failure = Caught([] { ZNReportError(L"text"); });
-    EXPECT_EQ(failure.number, static_cast<HRESULT>(0x800A0005));
-    EXPECT_EQ(framework.log.at(0).text, L"Unknown Source::\r\ntext");
+TEST_F(ReportTest, AFailureThatIsRaisedAgainTellsItsLineOnce) {
+    const Procedure member(L"clsX.cls.Member");
+    EXPECT_EQ(member.Guard(42, [] { return GetProperty(nullptr, L"NAME", L"").empty() ? 1 : 2; }), 42);
+    ASSERT_THAT(framework.log, ElementsAre(Reported(L"modMain.GetProperty"), Reported(member.Name())));
+    const std::wstring first = framework.log[0].text.substr(std::wstring(L"Test Tool:\r\n").size());
+    EXPECT_THAT(first, HasSubstr(L"\r\nError at line: "));
+    EXPECT_THAT(framework.log[1], Reported(member.Name(), first));
 }
 
 TEST_F(ReportTest, AFailingEventLogSurfaces) {
     framework.logResult = E_ACCESSDENIED;
-    EXPECT_EQ(Caught([] { Report(L"text"); }).number, E_ACCESSDENIED);
+    EXPECT_EQ(FailureOf([] { Report(L"text"); }).number, E_ACCESSDENIED);
 }
 
 TEST_F(ReportTest, MessageBoxesAreRefusedWithoutUserInterface) {
-    const auto failure = Caught([] { ZNMsgBox(L"May I?", MB_OK, L"Title"); });
+    base::Failure failure;
+    for (int i = 0; i < 2; ++i)
+        failure = FailureOf([] { ZNMsgBox(L"May I?", MB_OK, L"Title"); });
     EXPECT_EQ(failure.number, -1);
     EXPECT_EQ(failure.source, L"modZNStartup.ZNMsgBox");
     EXPECT_EQ(failure.description,
               L"Attempted to raise a messagebox and a user interface is not supported.\r\nMessage: May I?");
-    Caught([] { ZNMsgBox(L"Again?", MB_OK, L"Title"); });
     EXPECT_EQ(framework.userInterfaceQuestions, 1);
 }
 
 TEST_F(ReportTest, AHostThatCannotTellIsAskedAgain) {
     framework.userInterfaceResult = E_ACCESSDENIED;
     EXPECT_FALSE(UserInterfaceIsAllowed());
-    EXPECT_THAT(framework.log.at(0).text, StartsWith(L"UserInterfaceIsAllowed: Starup Error [unexpected]: "));
-    EXPECT_THAT(framework.log.at(0).text, EndsWith(L"Source: library_tests"));
+    EXPECT_THAT(framework.log.at(0).text,
+                AllOf(StartsWith(L"UserInterfaceIsAllowed: Starup Error [unexpected]: "),
+                      EndsWith(L"Source: library_tests")));
     framework.userInterfaceResult = S_OK;
     framework.userInterface = true;
     EXPECT_TRUE(UserInterfaceIsAllowed());
@@ -135,28 +97,21 @@ TEST_F(ReportTest, AHostThatCannotTellIsAskedAgain) {
     EXPECT_EQ(framework.userInterfaceQuestions, 2);
 }
 
-/// Presses a button of the message box with this title, as a user would.
-void Press(const wchar_t* title, int button) {
-    for (int i = 0; i < 200; ++i) {
-        if (const HWND box = FindWindowW(nullptr, title)) {
-            PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
-            return;
-        }
-        Sleep(50);
-    }
-}
-
 TEST_F(ReportTest, MessageBoxesReturnTheButtonThatWasPressed) {
     framework.userInterface = true;
-    framework.rightToLeft = true;
-    std::thread user([] { Press(L"Box of the test", IDNO); });
+    std::thread user([] {
+        HWND box = nullptr;
+        for (int i = 0; i < 1000 && !(box = FindWindowW(nullptr, L"Box of the test")); ++i)
+            Sleep(10);
+        PostMessageW(box, WM_COMMAND, IDNO, 0);
+    });
     EXPECT_EQ(ZNMsgBox(L"Go on?", MB_YESNO, L"Box of the test"), IDNO);
     user.join();
 }
 
 TEST(ErrorText, GivesTheSystemsTextAndTheNumbers) {
-    EXPECT_THAT(ErrorText(ERROR_ACCESS_DENIED), EndsWith(L"\r\nDec: 5\tHex: 5"));
-    EXPECT_THAT(ErrorText(ERROR_ACCESS_DENIED), StartsWith(L"Access"));
+    EXPECT_THAT(ErrorText(ERROR_ACCESS_DENIED),
+                AllOf(StartsWith(L"Access"), EndsWith(L"\r\nDec: 5\tHex: 5")));
     EXPECT_EQ(ErrorText(12029), L"(No such error)\r\n\r\nDec: 12029\tHex: 2EFD");
     EXPECT_THAT(ErrorText(0xFFFFFFF0u), EndsWith(L"Dec: -16\tHex: FFFFFFF0"));
 }

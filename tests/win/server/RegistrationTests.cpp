@@ -1,34 +1,26 @@
 // Registration of the DLLs: machine, user, failure half-way, and a script that needs it.
 #include <initguid.h>  // the identifiers of the type libraries come from the contracts' headers
 
-#include <gmock/gmock.h>
+#include <span>
 
+#include "tests/win/server/ProgIds.h"
 #include "tests/win/support/Dll.h"
-
-using Microsoft::WRL::ComPtr;
+#include "tests/win/support/Process.h"
 
 namespace tests {
 namespace {
 
 struct Module {
     const wchar_t* dll;
-    std::vector<const wchar_t*> progIds;
+    std::span<const wchar_t* const> progIds;
     std::vector<GUID> typeLibraries;
 };
 
-const std::vector<Module>& Modules() {
-    static const std::vector<Module> modules = {
-        {L"znTransporter.dll",
-         {L"znTransporter.clsTransporter", L"znTransporter.clsZipEncoder", L"znTransporter.clsXDeltaEncoder",
-          L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsFTPSndRcv", L"znTransporter.clsFTPFile",
-          L"znTransporter.clsTranMobileConfig", L"znTransporter.clsCmdLine", L"znTransporter.clsRijndael"},
-         {LIBID_znTransporter}},
-        {L"znFramework.dll",
-         {L"znSystem.ZNEventLog", L"znSystem.ZNStartup", L"znSystem.ZNRegistry", L"znSystem.ZNPropertySet",
-          L"znFramework.ZNBrandingResources", L"znFramework.ZNApplicationContext", L"znFramework.ZNLocale",
-          L"znFramework.ZNCategory", L"znFramework.ZNMobileFolders"},
-         {LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI}}};
-    return modules;
+const Module& ModuleAt(size_t index) {
+    static const Module modules[] = {
+        {L"znTransporter.dll", kLibraryProgIds, {LIBID_znTransporter}},
+        {L"znFramework.dll", kFrameworkProgIds, {LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI}}};
+    return modules[index];
 }
 
 std::wstring Value(HKEY hive, const std::wstring& path, const wchar_t* name = nullptr) {
@@ -38,59 +30,53 @@ std::wstring Value(HKEY hive, const std::wstring& path, const wchar_t* name = nu
     return status == ERROR_SUCCESS ? text : L"(none)";
 }
 
-std::wstring ClassIdOf(HKEY hive, const std::wstring& progId) {
-    return Value(hive, L"Software\\Classes\\" + progId + L"\\CLSID");
-}
-
-/// Looks where programs look: in the classes of the user and of the machine.
-bool HasTypeLibrary(const GUID& id) {
-    HKEY key = nullptr;
-    const std::wstring path = L"TypeLib\\" + com::Text(id);
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return false;
-    RegCloseKey(key);
-    return true;
-}
-
 /// Number of keys below CLSID that name a DLL as their server.
-int ServedClasses(HKEY hive, const std::wstring& dll) {
+size_t ServedClasses(HKEY hive, const std::wstring& dll) {
     HKEY classes = nullptr;
     if (RegOpenKeyExW(hive, L"Software\\Classes\\CLSID", 0, KEY_READ, &classes) != ERROR_SUCCESS) return 0;
-    int served = 0;
+    size_t served = 0;
     wchar_t name[64];
-    for (DWORD i = 0, size = 64;
-         RegEnumKeyExW(classes, i, name, &size, nullptr, nullptr, nullptr, nullptr) == 0; ++i, size = 64)
+    for (DWORD i = 0; RegEnumKeyW(classes, i, name, 64) == ERROR_SUCCESS; ++i)
         if (Value(classes, std::wstring(name) + L"\\InprocServer32").find(dll) != std::wstring::npos)
             ++served;
     RegCloseKey(classes);
     return served;
 }
 
-using Register = HRESULT(WINAPI*)();
-using Install = HRESULT(WINAPI*)(BOOL, LPCWSTR);
-
 class Registration : public testing::TestWithParam<size_t> {
 protected:
-    const Module& module = Modules()[GetParam()];
+    const Module& module = ModuleAt(GetParam());
     Library library{module.dll};
     ComApartment apartment;
 
-    HRESULT Call(const char* name) const { return library.Export<Register>(name)(); }
-    void ExpectNothing(HKEY hive) const {
+    HRESULT Call(const char* name) const { return library.Export<HRESULT(WINAPI*)()>(name)(); }
+    void ExpectClasses(HKEY hive, bool expected) const {
+        EXPECT_EQ(ServedClasses(hive, module.dll), expected ? module.progIds.size() : 0u);
         for (const wchar_t* progId : module.progIds)
-            EXPECT_EQ(ClassIdOf(hive, progId), L"(none)");
-        EXPECT_EQ(ServedClasses(hive, module.dll), 0);
-        ExpectTypeLibraries(false);
+            EXPECT_EQ(Value(hive, std::wstring(L"Software\\Classes\\") + progId + L"\\CLSID") != L"(none)",
+                      expected);
     }
+    /// Looks where programs look: in the classes of the user and of the machine.
     void ExpectTypeLibraries(bool expected) const {
-        for (const GUID& id : module.typeLibraries)
-            EXPECT_EQ(HasTypeLibrary(id), expected) << testing::PrintToString(com::Text(id));
+        for (const GUID& id : module.typeLibraries) {
+            HKEY key = nullptr;
+            const std::wstring path = L"TypeLib\\" + com::Text(id);
+            EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS,
+                      expected);
+            RegCloseKey(key);
+        }
+    }
+    void ExpectNothing() const {
+        ExpectClasses(HKEY_LOCAL_MACHINE, false);
+        ExpectClasses(HKEY_CURRENT_USER, false);
+        ExpectTypeLibraries(false);
     }
 };
 
 TEST_P(Registration, MachineWideAndBack) {
     ASSERT_EQ(Call("DllRegisterServer"), S_OK);
     EXPECT_EQ(Call("DllRegisterServer"), S_OK) << "again";
-    EXPECT_EQ(ServedClasses(HKEY_LOCAL_MACHINE, module.dll), static_cast<int>(module.progIds.size()));
+    ExpectClasses(HKEY_LOCAL_MACHINE, true);
     ExpectTypeLibraries(true);
     for (const wchar_t* progId : module.progIds) {
         CLSID clsid;
@@ -102,23 +88,20 @@ TEST_P(Registration, MachineWideAndBack) {
         EXPECT_EQ(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)), S_OK);
     }
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
-    ExpectNothing(HKEY_LOCAL_MACHINE);
+    ExpectNothing();
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK) << "nothing to remove is no error";
 }
 
 TEST_P(Registration, ForTheUserOnly) {
-    const auto install = library.Export<Install>("DllInstall");
+    const auto install = library.Export<HRESULT(WINAPI*)(BOOL, LPCWSTR)>("DllInstall");
     ASSERT_EQ(install(TRUE, L"user"), S_OK);
-    for (const wchar_t* progId : module.progIds)
-        EXPECT_NE(ClassIdOf(HKEY_CURRENT_USER, progId), L"(none)");
-    EXPECT_EQ(ServedClasses(HKEY_CURRENT_USER, module.dll), static_cast<int>(module.progIds.size()));
-    EXPECT_EQ(ServedClasses(HKEY_LOCAL_MACHINE, module.dll), 0);
+    ExpectClasses(HKEY_CURRENT_USER, true);
+    ExpectClasses(HKEY_LOCAL_MACHINE, false);
     ExpectTypeLibraries(true);
     EXPECT_EQ(install(FALSE, L"USER"), S_OK);
-    ExpectNothing(HKEY_CURRENT_USER);
+    ExpectNothing();
     EXPECT_EQ(install(TRUE, L"somebody"), E_INVALIDARG);
-    ExpectNothing(HKEY_CURRENT_USER);
-    ExpectNothing(HKEY_LOCAL_MACHINE);
+    ExpectNothing();
 }
 
 TEST_P(Registration, AFailureHalfWayLeavesNothingBehind) {
@@ -130,38 +113,22 @@ TEST_P(Registration, AFailureHalfWayLeavesNothingBehind) {
               ERROR_SUCCESS);
     RegCloseKey(key);
     EXPECT_TRUE(FAILED(Call("DllRegisterServer")));
-    ExpectNothing(HKEY_LOCAL_MACHINE);
+    ExpectNothing();
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, path.c_str());
 }
 
 INSTANTIATE_TEST_SUITE_P(Dlls, Registration, testing::Range<size_t>(0, 2),
                          [](const auto& dll) { return dll.param == 0 ? "Library" : "Framework"; });
 
-/// Runs a program of the system and returns its exit code.
-DWORD RunProgram(std::wstring command) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &process))
-        return ~0u;
-    WaitForSingleObject(process.hProcess, 60000);
-    DWORD code = ~0u;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    return code;
-}
-
 class Script : public testing::TestWithParam<const wchar_t*> {
 protected:
     Script() {
         for (const wchar_t* dll : {L"znFramework.dll", L"znTransporter.dll"})
-            EXPECT_EQ(RunProgram(L"regsvr32.exe /s \"" + bin + dll + L"\""), 0u);
+            EXPECT_EQ(Process(L"regsvr32.exe /s \"" + bin + dll + L"\"").ExitCode(), 0u);
     }
     ~Script() override {
         for (const wchar_t* dll : {L"znTransporter.dll", L"znFramework.dll"})
-            EXPECT_EQ(RunProgram(L"regsvr32.exe /s /u \"" + bin + dll + L"\""), 0u);
+            EXPECT_EQ(Process(L"regsvr32.exe /s /u \"" + bin + dll + L"\"").ExitCode(), 0u);
     }
 
     const std::wstring bin = BuildFolder() + L"\\bin\\";
@@ -171,7 +138,7 @@ TEST_P(Script, UsesAClassByProgId) {
     // The script ends with this code when each of its checks held; an error ends it with 0.
     constexpr DWORD kAllChecksHeld = 42;
     const std::wstring script = std::wstring(ZN_SCRIPTS L"\\") + GetParam();
-    EXPECT_EQ(RunProgram(L"cscript.exe /nologo \"" + script + L"\""), kAllChecksHeld);
+    EXPECT_EQ(Process(L"cscript.exe /nologo \"" + script + L"\"").ExitCode(), kAllChecksHeld);
 }
 
 INSTANTIATE_TEST_SUITE_P(Scripts, Script, testing::Values(L"cmdline.vbs", L"rijndael.vbs"),

@@ -1,42 +1,46 @@
 // Stands in for Zip.exe, Unzip.exe and xDelta.exe: does what the environment variable CHILD says, and writes
 // its command line to the file CHILD_LOG. Steps are separated by "|":
-//   sleep MILLISECONDS    write PATH*TEXT    exit CODE
+//   write PATH*TEXT   hold PATH (a file that is there until the program ends)   await PATH   exit CODE
 #include <windows.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
 namespace {
 
-std::wstring Variable(const wchar_t* name) {
-    wchar_t value[4096] = L"";
-    GetEnvironmentVariableW(name, value, 4096);
-    return value;
+void Write(const std::filesystem::path& path, const std::wstring& text) {
+    std::ofstream(path, std::ios::binary) << std::string(text.begin(), text.end());
 }
 
-void WriteFileAt(const std::wstring& path, const std::wstring& text) {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    DWORD written = 0;
-    for (const wchar_t character : text)
-        ::WriteFile(file, &character, 1, &written, nullptr);
-    CloseHandle(file);
+void Hold(const std::wstring& path) {
+    CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
+                FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+}
+
+/// A test that fails must not wait for ever.
+void Await(const std::wstring& path) {
+    for (int i = 0; i < 3000 && !std::filesystem::exists(path); ++i)
+        Sleep(10);
 }
 
 int Do(const std::wstring& step) {
-    const size_t blank = step.find(L' ');
-    const std::wstring verb = step.substr(0, blank);
-    const std::wstring rest = blank == std::wstring::npos ? L"" : step.substr(blank + 1);
-    if (verb == L"sleep") Sleep(std::stoul(rest));
-    if (verb == L"write") WriteFileAt(rest.substr(0, rest.find(L'*')), rest.substr(rest.find(L'*') + 1));
+    const size_t end = step.find(L' ');
+    const std::wstring verb = step.substr(0, end);
+    const std::wstring rest = step.substr(end + 1);
+    if (verb == L"write") Write(rest.substr(0, rest.find(L'*')), rest.substr(rest.find(L'*') + 1));
+    if (verb == L"hold") Hold(rest);
+    if (verb == L"await") Await(rest);
     return verb == L"exit" ? std::stoi(rest) : 0;
 }
 
 }  // namespace
 
 int main() {
-    if (const std::wstring log = Variable(L"CHILD_LOG"); !log.empty()) WriteFileAt(log, GetCommandLineW());
-    std::wistringstream script(Variable(L"CHILD"));
+    if (const wchar_t* const log = _wgetenv(L"CHILD_LOG")) Write(log, GetCommandLineW());
+    const wchar_t* const steps = _wgetenv(L"CHILD");
+    std::wistringstream script(steps ? steps : L"");
     int exitCode = 0;
     for (std::wstring step; std::getline(script, step, L'|');)
         exitCode = Do(step);

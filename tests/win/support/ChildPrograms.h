@@ -1,6 +1,7 @@
 // Arranges what the external programs do: each is a copy of one program that follows a script.
 #pragma once
 
+#include "base/Utf8.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/TempFolder.h"
 
@@ -26,12 +27,15 @@ public:
         CopyFileW((BuildFolder() + L"\\tests\\child.exe").c_str(), program.c_str(), FALSE);
         return program;
     }
-    /// What the programs started from now on do; see Child.cpp.
-    static void Script(const std::wstring& steps) { SetEnvironmentVariableW(L"CHILD", steps.c_str()); }
-    /// As the program started last got it, without the quotes that the system puts around a program's path.
-    std::string CommandLine() const {
-        std::string line = m_temp.Content(L"command line.txt");
-        if (const size_t quote = line.find('"', 1); line.starts_with('"') && quote != std::string::npos)
+    /// What the programs started from now on do; see Child.cpp. "T:" is the scratch folder.
+    void Script(const std::wstring& steps) const {
+        SetEnvironmentVariableW(L"CHILD", m_temp.Meant(steps).c_str());
+    }
+    /// As the program started last got it, without the quotes that the system puts around a program's path,
+    /// and with "T:" for the scratch folder.
+    std::wstring CommandLine() const {
+        std::wstring line = m_temp.Shown(base::FromUtf8(m_temp.Content(L"command line.txt")));
+        if (const size_t quote = line.find(L'"', 1); line.starts_with(L'"') && quote != line.npos)
             line = line.substr(1, quote - 1) + line.substr(quote + 1);
         return line;
     }

@@ -1,32 +1,36 @@
-// A DLL under test, loaded as COM loads it, and a thread's COM apartment.
+// A DLL under test, loaded as COM loads it, a thread's COM apartment, and tests that drive the classes of a
+// DLL.
 #pragma once
 
 #include <windows.h>
-#include <wrl/client.h>
+#include <gmock/gmock.h>
 
 #include <string>
 
-#include "base/Error.h"
-#include "com/ErrorInfo.h"
-#include "com/Result.h"
-#include "com/Values.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
+#include "tests/win/support/ComValues.h"
 #include "znTransporter.h"
 
 namespace tests {
 
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
 /// Folder of the test programs' build, with its "bin" and "tests" folders.
-inline std::wstring BuildFolder() {
-    wchar_t path[MAX_PATH];
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring program(path);
-    return program.substr(0, program.rfind(L'\\', program.rfind(L'\\') - 1));
-}
+inline std::wstring BuildFolder() { return Path::ParentFolder(Path::ParentFolder(base::ProgramPath())); }
 
 class Library {
 public:
     explicit Library(const wchar_t* name = L"znTransporter.dll")
         : m_module(LoadLibraryW((BuildFolder() + L"\\bin\\" + name).c_str())) {
-        if (!m_module) throw base::Error(HRESULT_FROM_WIN32(GetLastError()), name);
+        if (!m_module) base::ThrowWin32(GetLastError(), name);
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
@@ -38,13 +42,13 @@ public:
     HRESULT CanUnloadNow() const { return Export<decltype(&::DllCanUnloadNow)>("DllCanUnloadNow")(); }
 
     HRESULT TryCreate(REFCLSID clsid, REFIID id, void** object) const {
-        Microsoft::WRL::ComPtr<IClassFactory> factory;
+        ComPtr<IClassFactory> factory;
         const HRESULT result = GetClassObject(clsid, IID_PPV_ARGS(&factory));
         return FAILED(result) ? result : factory->CreateInstance(nullptr, id, object);
     }
     template <class Class, class Interface>
-    Microsoft::WRL::ComPtr<Interface> Create() const {
-        Microsoft::WRL::ComPtr<Interface> object;
+    ComPtr<Interface> Create() const {
+        ComPtr<Interface> object;
         com::Check(TryCreate(__uuidof(Class), IID_PPV_ARGS(&object)), L"creating an object of the library");
         return object;
     }
@@ -64,6 +68,25 @@ public:
     ComApartment(const ComApartment&) = delete;
     ComApartment& operator=(const ComApartment&) = delete;
     ~ComApartment() { CoUninitialize(); }
+};
+
+/// The DLL and a COM apartment around each test.
+class DllTest : public testing::Test {
+protected:
+    explicit DllTest(const wchar_t* name) : library(name) {}
+
+    template <class Class, class Interface>
+    ComPtr<Interface> Create() const {
+        return library.Create<Class, Interface>();
+    }
+
+    Library library;
+    ComApartment apartment;
+};
+
+class FrameworkTest : public DllTest {
+protected:
+    FrameworkTest() : DllTest(L"znFramework.dll") {}
 };
 
 }  // namespace tests

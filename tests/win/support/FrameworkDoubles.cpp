@@ -1,19 +1,15 @@
+// See FrameworkDoubles.h.
 #include "tests/win/support/FrameworkDoubles.h"
 
-#include <algorithm>
-#include <memory>
-
-#include "base/Error.h"
 #include "base/SystemError.h"
-#include "com/ErrorInfo.h"
 #include "com/Object.h"
-#include "com/Result.h"
-#include "com/Values.h"
+#include "framework/ZNLocale.h"
+#include "framework/ZNPropertySet.h"
+#include "tests/win/support/ComValues.h"
 
 using com::Call;
 using com::Return;
 using com::Text;
-using Microsoft::WRL::ComPtr;
 
 namespace tests {
 
@@ -21,43 +17,38 @@ namespace {
 
 Framework* g_current = nullptr;
 
-/// Counts a stand-in while it lives.
-class Counted {
-public:
-    Counted() { ++Framework::Current().objects; }
-    Counted(const Counted&) = delete;
-    Counted& operator=(const Counted&) = delete;
-    ~Counted() {
+/// A stand-in, counted while it lives.
+template <class Interface>
+class Double : public com::Object<Interface> {
+protected:
+    Double() { ++g_current->objects; }
+    ~Double() override {
         if (g_current) --g_current->objects;
     }
 };
 
-class EventLog final : public com::Object<IZNEventLog>, Counted {
+class EventLog final : public Double<IZNEventLog> {
 public:
     STDMETHODIMP Write(BSTR Message, LONG EventType) override {
-        Framework& framework = Framework::Current();
-        if (FAILED(framework.logResult)) return framework.logResult;
-        framework.log.push_back({Text(Message), EventType});
-        return S_OK;
+        const TempFolder* const scratch = g_current->scratch;
+        const std::wstring text = scratch ? scratch->Shown(Text(Message)) : Text(Message);
+        if (SUCCEEDED(g_current->logResult)) g_current->log.push_back({text, EventType});
+        return g_current->logResult;
     }
 };
 
-class Startup final : public com::Object<IZNStartup>, Counted {
+class Startup final : public Double<IZNStartup> {
 public:
-    STDMETHODIMP Initialize(BSTR Title) override {
-        Framework::Current().title = Text(Title);
-        return S_OK;
-    }
+    STDMETHODIMP Initialize(BSTR Title) override { return com::Assign(g_current->title, Title); }
     STDMETHODIMP Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override {
         return Return(Value, [&] {
             if (Arguments.vt != (VT_ARRAY | VT_VARIANT)) throw base::Error(E_INVALIDARG, L"no argument list");
-            return Number == 145 ? com::Variant(Number)
-                                 : com::Variant(Framework::Current().resources.at(Number));
+            return Number == 145 ? Variant(Number) : Variant(g_current->resources.at(Number));
         });
     }
 };
 
-class Registry final : public com::Object<IZNRegistry>, Counted {
+class Registry final : public Double<IZNRegistry> {
 public:
     STDMETHODIMP Open(LONG, LONG Product, BSTR SubKey) override {
         m_key = std::to_wstring(Product) + L"/" + Text(SubKey) + L"/";
@@ -66,87 +57,51 @@ public:
     STDMETHODIMP Read(BSTR Name, VARIANT Default, VARIANT* Value) override {
         return Return(Value, [&] {
             const std::wstring entry = m_key + Text(Name);
-            if (entry == Framework::Current().unreadable) base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
-            Framework::Current().defaults[entry] = Default.vt;
-            const auto& values = Framework::Current().registry;
+            if (entry == g_current->unreadable) base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            g_current->defaults[entry] = Default.vt;
+            const auto& values = g_current->registry;
             const auto found = values.find(entry);
-            return found == values.end() ? com::Variant(Default) : com::Variant(found->second);
+            return found == values.end() ? Variant(Default) : Variant(found->second);
         });
     }
     STDMETHODIMP Write(BSTR Name, VARIANT Value) override {
-        return Call([&] { Framework::Current().registry[m_key + Text(Name)] = com::Variant(Value).Text(); });
+        return Call([&] { g_current->registry[m_key + Text(Name)] = Variant(Value).Text(); });
     }
 
 private:
     std::wstring m_key;
 };
 
-class PropertySet final : public com::Object<IZNPropertySet> {
-public:
-    STDMETHODIMP GetProperty(BSTR Name, VARIANT* Value) override {
-        return Return(Value, [&] {
-            const auto found = std::ranges::find(m_names, Text(Name));
-            return found == m_names.end() ? com::Variant()
-                                          : m_values[static_cast<size_t>(found - m_names.begin())];
-        });
-    }
-    STDMETHODIMP SetProperty(BSTR Name, VARIANT Value) override {
-        m_names.push_back(Text(Name));
-        m_values.emplace_back(Value);
-        return S_OK;
-    }
-    STDMETHODIMP GetAllProperties(VARIANT* Names, VARIANT* Values) override {
-        *Names = com::Variant::Array(m_names).Release();
-        *Values = com::Variant::Array(m_values).Release();
-        return S_OK;
-    }
-
-private:
-    std::vector<std::wstring> m_names;
-    std::vector<com::Variant> m_values;
-};
-
-class BrandingResources final : public com::Object<IZNBrandingResources>, Counted {
+class BrandingResources final : public Double<IZNBrandingResources> {
 public:
     STDMETHODIMP Text(VARIANT Id, BSTR* Value) override {
-        return Return(Value, [&] { return Framework::Current().resources.at(com::Variant(Id).Number()); });
+        return Return(Value, [&] { return g_current->resources.at(Variant(Id).Number()); });
     }
 };
 
-class ApplicationContext final : public com::Object<IZNApplicationContext>, Counted {
+class ApplicationContext final : public Double<IZNApplicationContext> {
 public:
     STDMETHODIMP get_UserInterface(VARIANT_BOOL* Value) override {
-        Framework& framework = Framework::Current();
-        ++framework.userInterfaceQuestions;
-        if (FAILED(framework.userInterfaceResult)) return framework.userInterfaceResult;
-        return Return(Value, [&] { return framework.userInterface; });
+        ++g_current->userInterfaceQuestions;
+        const HRESULT result = Return(Value, g_current->userInterface);
+        return FAILED(g_current->userInterfaceResult) ? g_current->userInterfaceResult : result;
     }
 };
 
-class Locale final : public com::Object<IZNLocale>, Counted {
-public:
-    STDMETHODIMP get_RightToLeftReading(VARIANT_BOOL* Value) override {
-        return Return(Value, [] { return Framework::Current().rightToLeft; });
-    }
-};
-
-class Category final : public com::Object<IZNCategory>, Counted {
+class Category final : public Double<IZNCategory> {
 public:
     STDMETHODIMP CategoryId(LONG Code, BSTR* Value) override {
-        return Return(Value, [&] { return L"{category " + std::to_wstring(Code) + L"}"; });
+        return Return(Value, L"{category " + std::to_wstring(Code) + L"}");
     }
 };
 
-class MobileFolders final : public com::Object<IZNMobileFolders>, Counted {
+class MobileFolders final : public Double<IZNMobileFolders> {
 public:
-    STDMETHODIMP put_ApplicationName(BSTR Value) override {
-        m_application = Text(Value);
-        return S_OK;
-    }
+    STDMETHODIMP put_ApplicationName(BSTR Value) override { return com::Assign(m_application, Value); }
     STDMETHODIMP FolderPath(VARIANT_BOOL Enterprise, BSTR Kind, BSTR* Value) override {
         return Return(Value, [&] {
             if (m_application.empty()) throw base::Error(E_UNEXPECTED, L"no application name");
-            return Framework::Current().folders[(Enterprise ? L"E/" : L"F/") + Text(Kind)];
+            return g_current->folders[(Enterprise ? L"E/" : L"F/") + Text(Kind)];
         });
     }
 
@@ -154,47 +109,28 @@ private:
     std::wstring m_application;
 };
 
-template <class Class>
-class Factory final : public com::Object<IClassFactory> {
-public:
-    STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) override {
-        return com::Make<Class>().CopyTo(id, object);
-    }
-    STDMETHODIMP LockServer(BOOL) override { return S_OK; }
-};
-
-template <class Class>
-DWORD RegisterDouble(const CLSID& clsid) {
-    DWORD cookie = 0;
-    const auto factory = com::Make<Factory<Class>>();
-    com::Check(CoRegisterClassObject(clsid, static_cast<IClassFactory*>(factory.Get()), CLSCTX_INPROC_SERVER,
-                                     REGCLS_MULTIPLEUSE, &cookie));
-    return cookie;
-}
-
 }  // namespace
 
 Framework::Framework() {
     g_current = this;
-    const auto add = [this](const CLSID& clsid, DWORD cookie) { m_registrations[Text(clsid)] = cookie; };
-    add(__uuidof(ZNEventLog), RegisterDouble<EventLog>(__uuidof(ZNEventLog)));
-    add(__uuidof(ZNStartup), RegisterDouble<Startup>(__uuidof(ZNStartup)));
-    add(__uuidof(ZNRegistry), RegisterDouble<Registry>(__uuidof(ZNRegistry)));
-    add(__uuidof(ZNPropertySet), RegisterDouble<PropertySet>(__uuidof(ZNPropertySet)));
-    add(__uuidof(ZNBrandingResources), RegisterDouble<BrandingResources>(__uuidof(ZNBrandingResources)));
-    add(__uuidof(ZNApplicationContext), RegisterDouble<ApplicationContext>(__uuidof(ZNApplicationContext)));
-    add(__uuidof(ZNLocale), RegisterDouble<Locale>(__uuidof(ZNLocale)));
-    add(__uuidof(ZNCategory), RegisterDouble<Category>(__uuidof(ZNCategory)));
-    add(__uuidof(ZNMobileFolders), RegisterDouble<MobileFolders>(__uuidof(ZNMobileFolders)));
+    Serve<ZNEventLog, EventLog>();
+    Serve<ZNStartup, Startup>();
+    Serve<ZNRegistry, Registry>();
+    Serve<ZNPropertySet, ZNPropertySet>();
+    Serve<ZNBrandingResources, BrandingResources>();
+    Serve<ZNApplicationContext, ApplicationContext>();
+    Serve<ZNLocale, ZNLocale>();
+    Serve<ZNCategory, Category>();
+    Serve<ZNMobileFolders, MobileFolders>();
 }
 
-Framework::~Framework() {
-    for (const auto& [clsid, cookie] : m_registrations)
-        CoRevokeClassObject(cookie);
-    g_current = nullptr;
-}
+Framework::~Framework() { g_current = nullptr; }
 
-Framework& Framework::Current() { return *g_current; }
+template <class Class, class Double>
+void Framework::Serve() {
+    m_served.try_emplace(Text(__uuidof(Class)), __uuidof(Class),
+                         [](REFIID id, void** object) { return com::Make<Double>().CopyTo(id, object); });
+}
 
 std::wstring Framework::LogText() const {
     std::wstring text;
@@ -203,28 +139,24 @@ std::wstring Framework::LogText() const {
     return text;
 }
 
-void Framework::Remove(const CLSID& clsid) {
-    const auto found = m_registrations.find(Text(clsid));
-    CoRevokeClassObject(found->second);
-    m_registrations.erase(found);
-}
+void Framework::Remove(const CLSID& clsid) { m_served.erase(Text(clsid)); }
 
 ComPtr<IZNPropertySet> Properties(const std::vector<std::pair<std::wstring, std::wstring>>& values) {
-    ComPtr<IZNPropertySet> set = com::Make<PropertySet>();
+    ComPtr<IZNPropertySet> set = com::Make<ZNPropertySet>();
     for (const auto& [name, value] : values)
-        set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get());
+        set->SetProperty(In(name), Variant(value).Get());
     return set;
 }
 
 std::wstring PropertiesAsText(IZNPropertySet* set) {
-    com::Variant names;
-    com::Variant values;
+    Variant names;
+    Variant values;
     set->GetAllProperties(names.Put(), values.Put());
+    const auto allNames = Texts(names);
+    const auto allValues = Texts(values);
     std::wstring text;
-    const auto* name = static_cast<VARIANT*>(names.Get().parray->pvData);
-    const auto* value = static_cast<VARIANT*>(values.Get().parray->pvData);
-    for (ULONG i = 0; i < names.Get().parray->rgsabound[0].cElements; ++i)
-        text += Text(name[i].bstrVal) + L"=" + Text(value[i].bstrVal) + L"\n";
+    for (size_t i = 0; i < allNames.size(); ++i)
+        text += allNames[i] + L"=" + allValues.at(i) + L"\n";
     return text;
 }
 

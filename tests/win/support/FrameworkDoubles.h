@@ -7,8 +7,11 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "tests/win/support/ServedClass.h"
+#include "tests/win/support/TempFolder.h"
 #include "znFramework.h"
 
 namespace tests {
@@ -26,9 +29,8 @@ public:
     Framework& operator=(const Framework&) = delete;
     ~Framework();
 
-    static Framework& Current();
-
     std::vector<LogEntry> log;
+    const TempFolder* scratch = nullptr;  ///< shown as "T:" in the log
     HRESULT logResult = S_OK;
     std::wstring title;  ///< what the start-up service was given
     std::map<LONG, std::wstring> resources = {{145, L"Test Tool"}, {120, L"Folder Copy"}};
@@ -39,16 +41,20 @@ public:
     bool userInterface = false;
     int userInterfaceQuestions = 0;
     HRESULT userInterfaceResult = S_OK;
-    bool rightToLeft = false;
     long objects = 0;  ///< stand-ins that are alive
 
+    /// What was logged since the last call.
+    std::vector<LogEntry> TakeLog() { return std::exchange(log, {}); }
     /// Texts of all entries, each followed by a line of its own with "--".
     std::wstring LogText() const;
     /// Forgets the class of one object, as if the host had not registered it.
     void Remove(const CLSID& clsid);
 
 private:
-    std::map<std::wstring, DWORD> m_registrations;
+    template <class Class, class Double>
+    void Serve();
+
+    std::map<std::wstring, ServedClass> m_served;
 };
 
 /// A property set with texts.

@@ -1,16 +1,51 @@
 // The library under test, with stand-ins for the host framework around each test.
 #pragma once
 
-#include "tests/win/support/DllTest.h"
+#include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
 
 namespace tests {
 
+/// Drives the library's classes.
 class LibraryTest : public DllTest {
 protected:
     LibraryTest() : DllTest(L"znTransporter.dll") {}
 
     Framework framework;
 };
+
+/// The same, with a scratch folder that the log shows as "T:".
+class ScratchTest : public LibraryTest {
+protected:
+    ScratchTest() { framework.scratch = &temp; }
+
+    TempFolder temp;
+};
+
+/// Drives the library's parts, which are linked into the test program, likewise.
+class PartTest : public testing::Test {
+protected:
+    PartTest() { framework.scratch = &temp; }
+
+    ComApartment apartment;
+    Framework framework;
+    TempFolder temp;
+};
+
+/// A report under the tool's name. text: what follows the name of the procedure or member; one that ends with
+/// a line's end is followed by more.
+inline testing::Matcher<LogEntry> Reported(const std::wstring& source, const std::wstring& text = {},
+                                           LONG type = ZN_EVENTLOG_ERROR_TYPE) {
+    const std::wstring report = L"Test Tool:\r\n" + source + L"\r\n" + text;
+    const testing::Matcher<std::wstring> isReport =
+        report.ends_with(L"\n") ? testing::Matcher<std::wstring>(StartsWith(report)) : testing::Eq(report);
+    return AllOf(testing::Field(&LogEntry::text, isReport), testing::Field(&LogEntry::type, type));
+}
+
+/// A log that holds one report only.
+inline testing::Matcher<std::vector<LogEntry>>
+OneReport(const std::wstring& source, const std::wstring& text = {}, LONG type = ZN_EVENTLOG_ERROR_TYPE) {
+    return ElementsAre(Reported(source, text, type));
+}
 
 }  // namespace tests

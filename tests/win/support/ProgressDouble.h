@@ -12,34 +12,31 @@ namespace tests {
 
 class ProgressDouble final : public com::Object<IZNProgress> {
 public:
-    STDMETHODIMP Reserved() override {
-        transcript += L"(reserved)";
-        return S_OK;
-    }
+    STDMETHODIMP Reserved() override { return Note(L"(reserved)"); }
     STDMETHODIMP SetRange(LONG Low, LONG High) override {
-        transcript += L"range " + std::to_wstring(Low) + L"-" + std::to_wstring(High) + L"|";
-        return S_OK;
+        return Note(L"range " + std::to_wstring(Low) + L"-" + std::to_wstring(High) + L"|");
     }
     STDMETHODIMP AddMessage(BSTR Text, LONG Level) override {
-        transcript += L"message " + std::to_wstring(Level) + L" " + com::Text(Text) + L"|";
-        return S_OK;
+        return Note(L"message " + std::to_wstring(Level) + L" " + com::Text(Text) + L"|");
     }
-    STDMETHODIMP put_StatusText(BSTR Text) override {
-        transcript += L"status " + com::Text(Text) + L"|";
-        return S_OK;
-    }
+    STDMETHODIMP put_StatusText(BSTR Text) override { return Note(L"status " + com::Text(Text) + L"|"); }
     STDMETHODIMP put_Position(LONG Value) override {
-        transcript += std::to_wstring(Value) + L"|";
         position = Value;
-        return S_OK;
+        return Note(std::to_wstring(Value) + L"|");
     }
     STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override {
-        return com::Return(Value, [&] { return cancelAt >= 0 && position >= cancelAt; });
+        return com::Return(Value, cancelAt >= 0 && position >= cancelAt);
     }
 
     std::wstring transcript;
     LONG position = 0;
     LONG cancelAt = -1;  ///< position from which on the user wants to stop
+
+private:
+    HRESULT Note(const std::wstring& text) {
+        transcript += text;
+        return S_OK;
+    }
 };
 
 }  // namespace tests

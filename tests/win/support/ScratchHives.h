@@ -13,12 +13,8 @@ namespace tests {
 class ScratchHives {
 public:
     ScratchHives() {
-        const HKEY machine = Create(L"\\Machine");
-        const HKEY user = Create(L"\\User");
-        RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
-        RegOverridePredefKey(HKEY_CURRENT_USER, user);
-        RegCloseKey(machine);
-        RegCloseKey(user);
+        Redirect(HKEY_LOCAL_MACHINE, m_root + L"\\Machine");
+        Redirect(HKEY_CURRENT_USER, m_root + L"\\User");
     }
     ScratchHives(const ScratchHives&) = delete;
     ScratchHives& operator=(const ScratchHives&) = delete;
@@ -29,12 +25,13 @@ public:
     }
 
 private:
-    HKEY Create(const wchar_t* name) const {
+    static void Redirect(HKEY hive, const std::wstring& path) {
         HKEY key = nullptr;
-        const LSTATUS status = RegCreateKeyExW(HKEY_CURRENT_USER, (m_root + name).c_str(), 0, nullptr, 0,
-                                               KEY_ALL_ACCESS, nullptr, &key, nullptr);
-        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), m_root + name);
-        return key;
+        const LSTATUS status = RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                                               nullptr, &key, nullptr);
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), path);
+        RegOverridePredefKey(hive, key);
+        RegCloseKey(key);
     }
 
     const std::wstring m_root = L"Software\\zntests-" + std::to_wstring(GetCurrentProcessId());

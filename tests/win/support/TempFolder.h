@@ -6,22 +6,24 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <set>
 #include <string>
+
+#include "base/FileSystem.h"
 
 namespace tests {
 
 class TempFolder {
 public:
-    TempFolder() {
-        static int number = 0;
-        m_path = std::filesystem::temp_directory_path() /
-                 (L"zntests-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++number));
+    /// With a name that no test in any other system has.
+    explicit TempFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
+        : m_path(parent / (L"zntests-" + std::to_wstring(std::random_device{}()))) {
         std::filesystem::create_directories(m_path);
     }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
-    ~TempFolder() { Remove(L"\\\\?\\" + m_path.wstring()); }
+    ~TempFolder() { Remove(Path()); }
 
     std::wstring operator/(const std::wstring& name) const { return (m_path / name).wstring(); }
     std::wstring Path() const { return m_path.wstring(); }
@@ -44,6 +46,12 @@ public:
         return {std::istreambuf_iterator<char>(file), {}};
     }
     bool Exists(const std::wstring& name) const { return std::filesystem::exists(m_path / name); }
+    /// Whether somebody else makes a file before long.
+    bool Appears(const std::wstring& name) const {
+        for (int i = 0; i < 1000 && !Exists(name); ++i)
+            Sleep(10);
+        return Exists(name);
+    }
     /// Relative paths of all files below a folder.
     std::set<std::wstring> Files(const std::wstring& name = L"") const {
         std::set<std::wstring> files;
@@ -53,28 +61,27 @@ public:
         return files;
     }
 
+    /// Texts that name the folder "T:", for short.
+    std::wstring Shown(std::wstring text) const { return Replaced(std::move(text), Path(), L"T:"); }
+    std::wstring Meant(std::wstring text) const { return Replaced(std::move(text), L"T:", Path()); }
+
 private:
+    static std::wstring Replaced(std::wstring text, const std::wstring& what, const std::wstring& by) {
+        for (size_t at = text.find(what); at != text.npos; at = text.find(what, at + by.size()))
+            text.replace(at, what.size(), by);
+        return text;
+    }
     /// Takes any depth and read-only files, which std::filesystem does not.
     static void Remove(const std::wstring& folder) {
-        WIN32_FIND_DATAW found;
-        const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &found);
-        if (find == INVALID_HANDLE_VALUE) return;
-        do {
-            const std::wstring name = found.cFileName;
-            const std::wstring path = folder + L"\\" + name;
-            if (name == L"." || name == L"..") continue;
-            if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                Remove(path);
-            } else {
-                SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-                DeleteFileW(path.c_str());
-            }
-        } while (FindNextFileW(find, &found));
-        FindClose(find);
-        RemoveDirectoryW(folder.c_str());
+        const auto listing = FileSystem::List(folder);
+        for (const auto& file : listing.files)
+            FileSystem::TryDelete(folder + L"\\" + file.name);
+        for (const auto& name : listing.folders)
+            Remove(folder + L"\\" + name);
+        RemoveDirectoryW(FileSystem::Extended(folder).c_str());
     }
 
-    std::filesystem::path m_path;
+    const std::filesystem::path m_path;
 };
 
 }  // namespace tests
