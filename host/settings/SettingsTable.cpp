@@ -1,23 +1,7 @@
 // See SettingsTable.h.
 #include "host/settings/SettingsTable.h"
 
-#include <string_view>
-
 #include "ftp/settings/FtpPassword.h"
-
-namespace {
-
-consteval bool EachHasItsOwnNameAndField() {
-    for (const Setting& one : kSettings)
-        for (const Setting* other = &one + 1; other != kSettings.data() + kSettings.size(); ++other)
-            if (one.take == other->take ||
-                (one.section == other->section && std::wstring_view(one.name) == other->name))
-                return false;
-    return true;
-}
-static_assert(EachHasItsOwnNameAndField());
-
-}  // namespace
 
 const wchar_t* DescriptionOf(ValueKind kind) {
     switch (kind) {

@@ -1,4 +1,4 @@
-// docs/settings.md, the reference of the host's settings, is what the table of the settings makes of them.
+// The table of the host's settings: no line is another one's copy, and docs/settings.md says what it says.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -56,6 +56,15 @@ std::string Reference() {
         previous = &setting;
     }
     return base::ToUtf8(text);
+}
+
+TEST(SettingsReference, NoTwoSettingsShareANameOrAField) {
+    for (const Setting& one : kSettings)
+        for (const Setting& other : kSettings) {
+            if (&one == &other) break;
+            EXPECT_NE(one.Title(), other.Title());
+            EXPECT_NE(one.take, other.take) << base::ToUtf8(one.Title() + L", " + other.Title());
+        }
 }
 
 TEST(SettingsReference, SaysWhatTheTableSays) {
