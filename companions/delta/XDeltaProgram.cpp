@@ -4,8 +4,8 @@
 #include "base/File.h"
 #include "companions/delta/MakeDelta.h"
 #include "companions/delta/Patch.h"
-#include "companions/support/Arguments.h"
 #include "companions/support/Program.h"
+#include "companions/support/Usage.h"
 
 namespace {
 
@@ -51,18 +51,18 @@ void Run(const std::vector<std::wstring>& arguments) {
         "Exit codes: 0 done; 1 a file cannot be read or written, is damaged, or is the wrong reference;"
         " 2 wrong usage.",
         kProgram.name);
-    SetUp(app);
+    cli::SetUp(app, kProgram.name);
     app.require_subcommand(1);
 
     Paths paths;
     auto* const delta = app.add_subcommand("delta", "Writes what changed from REF to SRC into the file OUT");
-    AddPath(*delta, "REF", paths.reference, "the file that the receiver has, too").required();
-    AddPath(*delta, "SRC", paths.source, "the file that the receiver is to get").required();
-    AddPath(*delta, "OUT", paths.output, "the delta file; one that exists is replaced").required();
+    cli::AddText(*delta, "REF", paths.reference, "the file that the receiver has, too").required();
+    cli::AddText(*delta, "SRC", paths.source, "the file that the receiver is to get").required();
+    cli::AddText(*delta, "OUT", paths.output, "the delta file; one that exists is replaced").required();
     auto* const patch = app.add_subcommand("patch", "Restores a file from the file DELTA and its reference");
-    AddPath(*patch, "DELTA", paths.delta, "the delta file").required();
-    AddPath(*patch, "REF", paths.reference, "the file that the delta was made against").required();
-    AddPath(*patch, "OUT", paths.output, "the restored file; one that exists is replaced").required();
+    cli::AddText(*patch, "DELTA", paths.delta, "the delta file").required();
+    cli::AddText(*patch, "REF", paths.reference, "the file that the delta was made against").required();
+    cli::AddText(*patch, "OUT", paths.output, "the restored file; one that exists is replaced").required();
 
     Parse(app, arguments);
     if (delta->parsed())

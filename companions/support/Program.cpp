@@ -8,8 +8,8 @@
 #include "base/Console.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
-#include "companions/support/Arguments.h"
 #include "companions/support/FileFailure.h"
+#include "companions/support/Usage.h"
 
 namespace {
 

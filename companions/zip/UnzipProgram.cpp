@@ -9,9 +9,9 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
-#include "companions/support/Arguments.h"
 #include "companions/support/Fields.h"
 #include "companions/support/Program.h"
+#include "companions/support/Usage.h"
 #include "companions/zip/ArchiveReader.h"
 #include "companions/zip/Extraction.h"
 
@@ -44,13 +44,13 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
     CLI::App app(kDescription, kProgram.name);
     app.footer(kFooter);
-    SetUp(app);
+    cli::SetUp(app, kProgram.name);
     app.add_flag("-o", options.overwrite, "Overwrite existing files; without it they are an error");
     app.add_flag("-j", options.junkPaths, "Junk paths: all files go directly into the folder");
-    AddPath(app, "-d", options.folder,
-            "The folder to extract into, made when it is missing. Default: the current one")
+    cli::AddText(app, "-d", options.folder,
+                 "The folder to extract into, made when it is missing. Default: the current one")
         .type_name("FOLDER");
-    AddPath(app, "ARCHIVE", options.archive, "The archive to read").required();
+    cli::AddText(app, "ARCHIVE", options.archive, "The archive to read").required();
     Parse(app, arguments);
     return options;
 }

@@ -10,8 +10,8 @@
 #include "base/File.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
-#include "companions/support/Arguments.h"
 #include "companions/support/Program.h"
+#include "companions/support/Usage.h"
 #include "companions/zip/ArchiveWriter.h"
 #include "companions/zip/Names.h"
 
@@ -54,12 +54,12 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
     CLI::App app(kDescription, kProgram.name);
     app.footer(kFooter);
-    SetUp(app);
+    cli::SetUp(app, kProgram.name);
     AddLevels(app, options.level);
     app.add_flag("-j", options.junkPaths, "Junk paths: members have the bare names of the files");
     app.add_flag("-o", options.timeOfNewest, "Give the archive the time of its newest member");
-    AddPath(app, "ARCHIVE", options.archive, "The archive to write").required();
-    AddPaths(app, "FILE", options.sources, "The files to put into it").required();
+    cli::AddText(app, "ARCHIVE", options.archive, "The archive to write").required();
+    cli::AddTexts(app, "FILE", options.sources, "The files to put into it").required();
     Parse(app, arguments);
     return options;
 }

@@ -3,14 +3,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <iterator>
-#include <sstream>
+#include <optional>
 
 #include "base/Console.h"
 #include "base/Environment.h"
 #include "base/FileSystem.h"
 #include "base/Utf8.h"
+#include "cli/Arguments.h"
 #include "host/commands/Commands.h"
 #include "host/console/ExitCode.h"
 
@@ -31,34 +30,24 @@ constexpr const char* kExamples =
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
-constexpr const char* kVersion = "znhost " ZN_VERSION " (" ZN_BITS "-bit)";
-
-std::string Trimmed(std::string text) {
-    while (!text.empty() && text.back() == '\n')
-        text.pop_back();
-    return text;
-}
+constexpr const char* kName = "znhost";
 
 /// Prints what the parser has to say; wrong usage goes to the error output.
 [[noreturn]] void End(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream out;
-    std::ostringstream err;
-    if (app.exit(error, out, err) == 0) {
-        Console::Line(base::FromUtf8(Trimmed(out.str())));
-        throw Ended{kAllDelivered};
-    }
+    const std::optional<std::wstring> complaint = cli::Complaint(app, error);
+    if (!complaint) throw Ended{kAllDelivered};
     // Without a known command the parser misses one, and does not say what it found in its place.
     const std::vector<std::string> unknown =
         app.get_subcommands().empty() ? app.remaining() : std::vector<std::string>();
-    const std::string what = unknown.empty() ? "" : "\"" + unknown.front() + "\" is no command. ";
-    Console::ErrorLine(base::FromUtf8("znhost: " + what + Trimmed(err.str())));
+    const std::wstring what =
+        unknown.empty() ? L"" : L"\"" + base::FromUtf8(unknown.front()) + L"\" is no command. ";
+    Console::ErrorLine(L"znhost: " + what + *complaint);
     throw Ended{kBadUsage};
 }
 
 /// An option or argument that is text.
 CLI::Option* AddText(CLI::App& app, const char* name, std::wstring& value, const char* description) {
-    const auto take = [&value](const std::string& text) { value = base::FromUtf8(text); };
-    return app.add_option_function<std::string>(name, take, description)->type_name("TEXT");
+    return cli::AddText(app, name, value, description).type_name("TEXT");
 }
 
 /// The commands, their options and what they set.
@@ -66,9 +55,7 @@ class Parser {
 public:
     explicit Parser(Options& options) : m_options(options) {
         m_app.footer(kExamples);
-        m_app.set_version_flag("--version", kVersion);
-        // A path may begin with a slash.
-        m_app.allow_windows_style_options(false);
+        cli::SetUp(m_app, kName);
         AddCommands();
     }
 
@@ -84,7 +71,7 @@ private:
     void AddFtpOptions(CLI::App& demo);
 
     Options& m_options;
-    CLI::App m_app{kDescription, "znhost"};
+    CLI::App m_app{kDescription, kName};
 };
 
 void Parser::AddCommands() {
@@ -123,7 +110,7 @@ void Parser::AddCommands() {
 CLI::App& Parser::Add(const char* name, const char* description, Command command) {
     CLI::App& added = *m_app.add_subcommand(name, description);
     added.callback([this, command] { m_options.command = command; });
-    added.set_version_flag("--version", kVersion);
+    cli::AddVersion(added, kName);
     added.footer(kExamples);
     return added;
 }
@@ -168,10 +155,7 @@ void Parser::AddFtpOptions(CLI::App& demo) {
 }
 
 void Parser::Parse(const std::vector<std::wstring>& arguments) try {
-    // The parser takes its arguments from the end of the list.
-    std::vector<std::string> reversed;
-    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), base::ToUtf8);
-    m_app.parse(reversed);
+    cli::Parse(m_app, arguments);
     // Asked for only now, so that a mistyped command is named instead.
     if (m_app.get_subcommands().empty())
         throw CLI::RequiredError("A command (init, run, list, backups, config, verify, settings or demo)");

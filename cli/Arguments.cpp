@@ -1,0 +1,57 @@
+// See Arguments.h.
+#include "cli/Arguments.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iterator>
+#include <sstream>
+
+#include "base/Console.h"
+#include "base/Utf8.h"
+
+namespace cli {
+
+void SetUp(CLI::App& app, const std::string& program) {
+    AddVersion(app, program);
+    app.allow_windows_style_options(false);
+}
+
+void AddVersion(CLI::App& app, const std::string& program) {
+    app.set_version_flag("--version", program + " " ZN_VERSION " (" ZN_BITS "-bit)");
+}
+
+CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description) {
+    const auto take = [&value](const std::string& text) { value = base::FromUtf8(text); };
+    return *app.add_option_function<std::string>(name, take, description);
+}
+
+CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::wstring>& values,
+                      const std::string& description) {
+    const auto take = [&values](const std::vector<std::string>& texts) {
+        std::ranges::transform(texts, std::back_inserter(values), &base::FromUtf8);
+    };
+    return *app.add_option_function<std::vector<std::string>>(name, take, description);
+}
+
+void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) {
+    // The parser takes its arguments from the end of the list.
+    std::vector<std::string> reversed;
+    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), &base::ToUtf8);
+    app.parse(reversed);
+}
+
+std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error) {
+    std::ostringstream answer;
+    std::ostringstream complaint;
+    const bool isWrong = app.exit(error, answer, complaint) != 0;
+    std::string text = (isWrong ? complaint : answer).str();
+    while (text.ends_with('\n'))
+        text.pop_back();
+    if (isWrong) return base::FromUtf8(text);
+    Console::Line(base::FromUtf8(text));
+    return std::nullopt;
+}
+
+}  // namespace cli

@@ -1,0 +1,32 @@
+// What the command lines of all programs have in common. CLI11, which reads them, speaks UTF-8.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+class Option;
+class ParseError;
+}  // namespace CLI
+
+namespace cli {
+
+/// Gives a parser what all programs have: --version, and paths that may begin with a slash. Subcommands that
+/// are added later take the paths over, and want a version of their own.
+void SetUp(CLI::App& app, const std::string& program);
+void AddVersion(CLI::App& app, const std::string& program);
+/// Adds an option or positional whose value is text, or the name of a file or folder.
+CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description);
+/// Adds a positional that names one file or several.
+CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::wstring>& values,
+                      const std::string& description);
+
+/// arguments: without the program's own name. Throws CLI::ParseError, after --help and --version, too.
+void Parse(CLI::App& app, const std::vector<std::wstring>& arguments);
+/// Prints the help or version that was asked for; otherwise returns what is wrong, and how to get help.
+std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error);
+
+}  // namespace cli

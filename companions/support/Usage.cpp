@@ -1,0 +1,17 @@
+// See Usage.h.
+#include "companions/support/Usage.h"
+
+#include <CLI/CLI.hpp>
+
+#include "base/Utf8.h"
+
+namespace companions {
+
+void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) try {
+    cli::Parse(app, arguments);
+} catch (const CLI::ParseError& error) {
+    if (cli::Complaint(app, error)) throw UsageError(base::FromUtf8(error.what()));
+    throw Ended();
+}
+
+}  // namespace companions
