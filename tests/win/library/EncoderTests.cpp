@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "base/Environment.h"
+#include "com/Create.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
 
@@ -30,6 +31,13 @@ protected:
         EXPECT_EQ(encoder->get_PropSet(&set), S_OK);
         return PropertiesAsText(set.Get());
     }
+    /// The display name and the category.
+    std::wstring Administration() {
+        const auto administration = com::As<IZNMobileAdminProperties>(encoder.Get());
+        EXPECT_FALSE(Ask<bool>(&IZNMobileAdminProperties::get_HasProperties, administration));
+        return Ask<std::wstring>(&IZNMobileAdminProperties::get_Name, administration) + L" in " +
+               CategoryOf(encoder.Get());
+    }
     bool Encode(const wchar_t* name) {
         return Ask<bool>(&IZNEncoder2::Encode, encoder, temp / L"in", temp / L"out", name, outFile.Put());
     }
@@ -42,21 +50,6 @@ protected:
     ComPtr<DefaultInterface> settings;
     Bstr outFile;
 };
-
-/// Name and category of a component, as the administration tool asks for them.
-template <class Interface>
-std::wstring Administration(const ComPtr<Interface>& component) {
-    ComPtr<IZNMobileAdminProperties> administration;
-    ComPtr<IZNRegInCat> registration;
-    ComPtr<_Collection> collection;
-    component.As(&administration);
-    component.As(&registration);
-    const auto categories = Ask<Variant>(&IZNRegInCat::get_CategoriesToReg, registration);
-    com::Check(categories.Get().punkVal->QueryInterface(IID_PPV_ARGS(&collection)));
-    EXPECT_FALSE(Ask<bool>(&IZNMobileAdminProperties::get_HasProperties, administration));
-    return Ask<std::wstring>(&IZNMobileAdminProperties::get_Name, administration) + L" in " +
-           Ask<Variant>(&_Collection::get_Item, collection, LONG{1}).Text();
-}
 
 // --- Zip --------------------------------------------------------------------------------------------
 
@@ -96,14 +89,13 @@ TEST_F(ZipEncoder, TakesDefaultsFromTheRegistryAndSettingsFromTheSet) {
                                L"ZIP_UTIL_LOCATION=Z:\\bin\n");
     EXPECT_EQ(Ask<LONG>(&_clsZipEncoder::get_CompressionLevel, settings), 9);
     EXPECT_EQ(Ask<std::wstring>(&_clsZipEncoder::get_ZipUtilLocation, settings), L"Z:\\bin");
-    ComPtr<IZNEncoder> plain;
-    encoder.As(&plain);
+    const auto plain = com::As<IZNEncoder>(encoder.Get());
     plain->put_InExtension(In(L".in"));
     plain->put_OutExtension(In(L".out"));
     EXPECT_EQ(Ask<std::wstring>(&IZNEncoder::get_InExtension, plain), L".in");
     EXPECT_EQ(Ask<std::wstring>(&IZNEncoder::get_OutExtension, plain), L".out");
     EXPECT_EQ(Configure({{L"TIMEOUT", L"soon"}}), DISP_E_TYPEMISMATCH);
-    EXPECT_EQ(Administration(encoder), L"Zip in {category 134}");
+    EXPECT_EQ(Administration(), L"Zip in {category 134}");
 }
 
 TEST_F(ZipEncoder, EncodesThroughTheWorkFile) {
@@ -200,7 +192,7 @@ TEST_F(DeltaEncoder, TakesDefaultsFromRegistryAndFolderLocator) {
     EXPECT_EQ(Configure({}), S_OK);
     EXPECT_THAT(Configuration(), HasSubstr(L"REFERENCE_PATH=E:\\enterprise.AXR"));
     EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=9\n")) << "from the key that is open";
-    EXPECT_EQ(Administration(encoder), L"Difference in {category 134}");
+    EXPECT_EQ(Administration(), L"Difference in {category 134}");
     EXPECT_THAT(framework.log, IsEmpty());
 }
 

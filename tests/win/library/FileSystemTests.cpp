@@ -46,14 +46,6 @@ TEST_F(Files, ACopyThatEndsShortIsRemoved) {
     EXPECT_THAT(temp.Files(), IsEmpty());
 }
 
-TEST_F(Files, MovesNeverReplaceAFile) {
-    const auto source = temp.File(L"source", "new");
-    const auto destination = temp.File(L"destination", "old");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::MoveFile(source, destination); }), HasSubstr(destination));
-    EXPECT_EQ(temp.Content(L"source"), "new");
-    EXPECT_EQ(temp.Content(L"destination"), "old");
-}
-
 TEST_F(Files, AMoveToAnotherVolumeLeavesNoCopyOfASourceThatStays) {
     const std::wstring volume = L"Z:\\dev\\shm";
     if (!FileSystem::FolderExists(volume)) GTEST_SKIP() << "needs a second volume";
@@ -68,16 +60,6 @@ TEST_F(Files, AMoveToAnotherVolumeLeavesNoCopyOfASourceThatStays) {
     FileSystem::MoveFile(source, other / L"x");
     EXPECT_EQ(other.Content(L"x"), "packet");
     EXPECT_THAT(temp.Files(), IsEmpty());
-}
-
-TEST_F(Files, DeletesReadOnlyFilesOnlyWhenAsked) {
-    const auto file = temp.File(L"file");
-    temp.Protect(L"file");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::DeleteFile(file); }), HasSubstr(file));
-    EXPECT_TRUE(temp.Exists(L"file"));
-    FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete);
-    EXPECT_FALSE(temp.Exists(L"file"));
-    EXPECT_THROW(FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete), base::Error);
 }
 
 }  // namespace

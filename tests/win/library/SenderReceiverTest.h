@@ -69,16 +69,7 @@ protected:
         EXPECT_EQ(admin->Execute(3, &result), S_OK);
         return result;
     }
-    /// The only category of the class.
-    std::wstring Category() {
-        Microsoft::WRL::ComPtr<IZNRegInCat> registration;
-        EXPECT_EQ(remote.As(&registration), S_OK);
-        const auto value = com::Get<com::Variant>(&IZNRegInCat::get_CategoriesToReg, registration.Get());
-        Microsoft::WRL::ComPtr<_Collection> categories;
-        EXPECT_EQ(value.Get().punkVal->QueryInterface(IID_PPV_ARGS(&categories)), S_OK);
-        EXPECT_EQ(com::Get<LONG>(&_Collection::get_Count, categories.Get()), 1);
-        return com::Get<com::Variant>(&_Collection::get_Item, categories.Get(), LONG{1}).Text();
-    }
+    std::wstring Category() { return CategoryOf(remote.Get()); }
 
     TempFolder temp;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> remote;

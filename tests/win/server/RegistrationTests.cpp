@@ -120,29 +120,23 @@ TEST_P(Registration, AFailureHalfWayLeavesNothingBehind) {
 INSTANTIATE_TEST_SUITE_P(Dlls, Registration, testing::Range<size_t>(0, 2),
                          [](const auto& dll) { return dll.param == 0 ? "Library" : "Framework"; });
 
-class Script : public testing::TestWithParam<const wchar_t*> {
-protected:
-    Script() {
+TEST(Script, UsesAClassByProgId) {
+    const auto regsvr = [](const std::wstring& options) {
         for (const wchar_t* dll : {L"znFramework.dll", L"znTransporter.dll"})
-            EXPECT_EQ(Process(L"regsvr32.exe /s \"" + bin + dll + L"\"").ExitCode(), 0u);
-    }
-    ~Script() override {
-        for (const wchar_t* dll : {L"znTransporter.dll", L"znFramework.dll"})
-            EXPECT_EQ(Process(L"regsvr32.exe /s /u \"" + bin + dll + L"\"").ExitCode(), 0u);
-    }
-
-    const std::wstring bin = BuildFolder() + L"\\bin\\";
-};
-
-TEST_P(Script, UsesAClassByProgId) {
-    // The script ends with this code when each of its checks held; an error ends it with 0.
+            EXPECT_EQ(Process(L"regsvr32.exe " + options + L" \"" + BuildFolder() + L"\\bin\\" + dll + L"\"")
+                          .ExitCode(),
+                      0u);
+    };
+    regsvr(L"/s");
+    // A script ends with this code when each of its checks held; an error ends it with 0.
     constexpr DWORD kAllChecksHeld = 42;
-    const std::wstring script = std::wstring(ZN_SCRIPTS L"\\") + GetParam();
-    EXPECT_EQ(Process(L"cscript.exe /nologo \"" + script + L"\"").ExitCode(), kAllChecksHeld);
+    for (const wchar_t* script : {L"cmdline.vbs", L"rijndael.vbs"})
+        EXPECT_EQ(
+            Process(std::wstring(L"cscript.exe /nologo \"" ZN_SCRIPTS L"\\") + script + L"\"").ExitCode(),
+            kAllChecksHeld)
+            << testing::PrintToString(script);
+    regsvr(L"/s /u");
 }
-
-INSTANTIATE_TEST_SUITE_P(Scripts, Script, testing::Values(L"cmdline.vbs", L"rijndael.vbs"),
-                         [](const auto& script) { return script.index == 0 ? "CommandLine" : "Rijndael"; });
 
 }  // namespace
 }  // namespace tests

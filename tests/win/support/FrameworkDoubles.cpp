@@ -2,10 +2,12 @@
 #include "tests/win/support/FrameworkDoubles.h"
 
 #include "base/SystemError.h"
+#include "com/Create.h"
 #include "com/Object.h"
 #include "framework/ZNLocale.h"
 #include "framework/ZNPropertySet.h"
 #include "tests/win/support/ComValues.h"
+#include "znTransporter.h"
 
 using com::Call;
 using com::Return;
@@ -158,6 +160,14 @@ std::wstring PropertiesAsText(IZNPropertySet* set) {
     for (size_t i = 0; i < allNames.size(); ++i)
         text += allNames[i] + L"=" + allValues.at(i) + L"\n";
     return text;
+}
+
+std::wstring CategoryOf(IUnknown* component) {
+    const auto registration = com::As<IZNRegInCat>(component);
+    const auto value = Ask<Variant>(&IZNRegInCat::get_CategoriesToReg, registration);
+    const auto categories = com::As<_Collection>(value.Get().punkVal);
+    EXPECT_EQ(Ask<LONG>(&_Collection::get_Count, categories), 1);
+    return Ask<Variant>(&_Collection::get_Item, categories, LONG{1}).Text();
 }
 
 }  // namespace tests
