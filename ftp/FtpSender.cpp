@@ -1,6 +1,8 @@
 // See FtpSender.h.
 #include "ftp/FtpSender.h"
 
+#include <optional>
+
 #include "base/Path.h"
 #include "base/Text.h"
 #include "ftp/ShownProcedure.h"
@@ -8,8 +10,8 @@
 namespace {
 
 /// What a failed put is reported with; nothing for a local file that somebody still writes.
-std::wstring PutFailure(const std::wstring& name, DWORD error) {
-    if (error == ERROR_SHARING_VIOLATION) return {};
+std::optional<std::wstring> PutFailure(const std::wstring& name, DWORD error) {
+    if (error == ERROR_SHARING_VIOLATION) return std::nullopt;
     if (error != ERROR_INTERNET_EXTENDED_ERROR)
         return Lines(L"Failed to transmit file " + name + L" to the FTP server.", ErrorText(error));
     std::wstring response = LastResponse();
@@ -76,8 +78,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
         const auto sent = FileSystem::VersionOf(file);
         if (!m_connection.Put(file, name)) {
             const DWORD error = GetLastError();
-            const std::wstring failure = PutFailure(name, error);
-            if (!failure.empty()) self.Fail(failure);
+            if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
             if (sent && IsInternetError(error)) RemovePart(name, sent->size);
             return false;
         }
