@@ -7,15 +7,14 @@
 #include "base/Text.h"
 #include "bench/Bench.h"
 #include "com/Object.h"
-#include "com/Result.h"
-#include "com/Values.h"
 #include "common/modWinInet.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
 using bench::Fail;
 using bench::Load;
-using Microsoft::WRL::ComPtr;
+using tests::Ask;
+using tests::ComPtr;
 
 namespace {
 
@@ -51,28 +50,26 @@ public:
                                                  {L"FTPPassword", Wide(site.password)},
                                                  {L"RemoteSendFolder", L"packets/BENCH"},
                                                  {L"RemoteReceiveFolder", L"packets"}});
-        com::Get<bool>(&IZNSenderReceiver::Init, m_remote.Get(), settings.Get());
-        if (!com::Get<bool>(&IZNSenderReceiver::Connect, m_remote.Get())) Fail("no connection");
+        Ask<bool>(&IZNSenderReceiver::Init, m_remote, settings.Get());
+        if (!Ask<bool>(&IZNSenderReceiver::Connect, m_remote)) Fail("no connection");
     }
     SenderReceiver(const SenderReceiver&) = delete;
     SenderReceiver& operator=(const SenderReceiver&) = delete;
-    ~SenderReceiver() override { com::Get<bool>(&IZNSenderReceiver::Disconnect, m_remote.Get()); }
+    ~SenderReceiver() override { Ask<bool>(&IZNSenderReceiver::Disconnect, m_remote); }
 
     void Send(const std::filesystem::path& from) override {
-        m_remote->put_LocalSendFolder(com::Bstr(from.wstring()).Get());
+        m_remote->put_LocalSendFolder(tests::In(from.wstring()));
         Run(&IZNSenderReceiver::Send, L"");
     }
     void Receive(const std::filesystem::path& to) override {
-        m_remote->put_LocalReceiveFolder(com::Bstr(to.wstring()).Get());
+        m_remote->put_LocalReceiveFolder(tests::In(to.wstring()));
         Run(&IZNSenderReceiver::Receive, L"BENCH");
     }
 
 private:
     template <class Member>
     void Run(Member member, const wchar_t* folder) {
-        if (!com::Get<bool>(member, m_remote.Get(), com::Bstr(folder).Get(),
-                            static_cast<IUnknown*>(static_cast<IZNProgress*>(m_progress.Get()))))
-            Fail("the sender/receiver failed");
+        if (!Ask<bool>(member, m_remote, folder, m_progress.Get())) Fail("the sender/receiver failed");
     }
 
     ComPtr<IZNSenderReceiver> m_remote;

@@ -14,23 +14,21 @@
 namespace tests {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
-
 constexpr int kServer = IDC_FTP_TEXT;
 constexpr int kUser = IDC_FTP_TEXT + 1;
 constexpr int kPassword = IDC_FTP_TEXT + 2;
 constexpr int kEnterpriseToField = IDC_FTP_TEXT + 3;
 constexpr int kFieldToEnterprise = IDC_FTP_TEXT + 4;
 
-class DialogTest : public FtpLibraryTest {
+class DialogTest : public PartTest {
 protected:
     DialogTest() {
+        Main();
         TakeProductTexts(framework);
         framework.userInterface = true;
     }
+
+    FtpScript server;
 };
 
 class FtpPropertiesTest : public DialogTest {
@@ -166,11 +164,14 @@ TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
 TEST_F(FtpPropertiesTest, ADialogThatCannotBeShownIsCancelledAtOnceWithAReport) {
     framework.resources.erase(136);
     dialog.Execute(3, site);
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"frmFTP.frm.Execute"));
     framework.userInterface = false;
     ThisApartment().userInterfaceAllowed.reset();
     dialog.Execute(3, site);
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"dialog frmFTP and a user interface is not supported"));
+    EXPECT_THAT(
+        framework.log,
+        ElementsAre(testing::Field(&LogEntry::text, StartsWith(L"Test Tool:\r\nfrmFTP.frm.Execute\r\n")),
+                    Reported(L"frmFTP.frm.Show", L"Attempted to show the dialog frmFTP and a user interface "
+                                                 L"is not supported.")));
     EXPECT_EQ(site, before);
     EXPECT_EQ(Document(), before);
 }
@@ -266,7 +267,7 @@ TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {
         EXPECT_TRUE(LoginCancelled());
         EXPECT_THAT(PropSet(), StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
     }
-    EXPECT_EQ(Reported(), L"");
+    EXPECT_THAT(framework.log, IsEmpty());
     EXPECT_TRUE(framework.registry.empty());
 }
 
@@ -278,7 +279,7 @@ TEST_F(LoginTest, APromptThatFailsLeavesThePreviousLogin) {
         Enter(NextPrompt(framework.resources[144]), L"ann", L"");
     });
     EXPECT_FALSE(Send());
-    EXPECT_THAT(Reported(), HasSubstr(L"clsFTPSndRcv.cls.InternalOpenConnection"));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsFTPSndRcv.cls.InternalOpenConnection"));
     EXPECT_FALSE(LoginCancelled());
     EXPECT_THAT(PropSet(), StartsWith(L"FTP_SERVER=host\nFTP_USER=joe\nFTP_PASSWORD=\n"));
 }

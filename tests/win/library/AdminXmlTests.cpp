@@ -1,29 +1,21 @@
 // The administration document: its exact text, what reads back from it, and which settings make none.
-#include <gmock/gmock.h>
-
 #include "base/Utf8.h"
-#include "com/ErrorInfo.h"
-#include "com/Values.h"
 #include "common/modMain.h"
 #include "ftp/settings/AdminXml.h"
 #include "ftp/settings/XmlDocument.h"
 #include "mobile/modMobileAdminXML.h"
-#include "tests/win/support/Dll.h"
-#include "tests/win/support/FrameworkDoubles.h"
+#include "tests/win/support/Library.h"
 
 using namespace modMobileAdminXML;
-using Microsoft::WRL::ComPtr;
 
 namespace tests {
 namespace {
-
-using testing::HasSubstr;
 
 /// What the document's own save method writes, without the line end that differs between parsers.
 std::string Saved(IXMLDOMDocument* document) {
     ComPtr<IStream> stream;
     com::Check(CreateStreamOnHGlobal(nullptr, TRUE, &stream));
-    com::Check(document->save(com::Variant::Object(stream.Get()).Get()));
+    com::Check(document->save(Variant::Object(stream.Get()).Get()));
     com::Check(stream->Seek({}, STREAM_SEEK_SET, nullptr));
     std::string text(4096, '\0');
     ULONG size = 0;
@@ -35,7 +27,7 @@ std::string Saved(IXMLDOMDocument* document) {
 FtpSite ReadBack(const std::string& text) {
     const auto document = xml::NewXmlDocument();
     VARIANT_BOOL parsed = VARIANT_FALSE;
-    com::Check(document->loadXML(com::Bstr(base::FromUtf8(text)).Get(), &parsed));
+    com::Check(document->loadXML(In(base::FromUtf8(text)), &parsed));
     EXPECT_TRUE(parsed) << text;
     FtpSite site;
     AdminXml::ReadSettings(document.Get(), site);
@@ -48,7 +40,7 @@ std::string Document(const std::string& settings) {
            settings + "</BASEKEY></HKEY></MOBILECONFIGURATION></MOBILECONFIGURATIONROOT>";
 }
 
-class AdminXmlTest : public testing::Test {
+class AdminXmlTest : public PartTest {
 protected:
     AdminXmlTest() { Main(); }
 
@@ -57,8 +49,6 @@ protected:
         return document ? Saved(document.Get()) : "no document";
     }
 
-    ComApartment apartment;
-    Framework framework;
     FtpSite site{L"server", L"user", L"password", L"Out", L"In"};
 };
 
@@ -76,7 +66,7 @@ TEST_F(AdminXmlTest, HoldsEveryValueAsGiven) {
     EXPECT_EQ(ReadBack(text), site);
     site.enterpriseToField = L"a\tb\r\nc";
     EXPECT_EQ(ReadBack(Generate()), site);
-    EXPECT_EQ(framework.LogText(), L"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(AdminXmlTest, SidesDecideWhetherThereAreSettings) {
@@ -103,38 +93,43 @@ TEST_F(AdminXmlTest, AsksForFiveValuesAndTwoFolders) {
             EXPECT_FALSE(isGood(bad));
         }
     EXPECT_FALSE(isGood({L"s", L"u", L"p", L" Out", L"Out "}));
-    EXPECT_EQ(framework.LogText(), L"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(AdminXmlTest, CharactersThatCannotBeReadBackAreRefused) {
     for (const wchar_t* bad : {L"a\x1", L"\xD800", L"\xDC00\xD800", L"\xFFFF"}) {
         site.user = bad;
         EXPECT_EQ(Generate(), "no document");
+        EXPECT_THAT(framework.TakeLog(),
+                    OneReport(L"modMobileAdminXML.GenerateFTPXML",
+                              L"The value of KeyValue holds characters that XML does not allow.\r\n"));
     }
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"modMobileAdminXML.GenerateFTPXML\r\nThe value of KeyValue"));
 }
 
 TEST_F(AdminXmlTest, ChildElementsGoToTheirParent) {
     const auto document = xml::NewXmlDocument();
     const auto root = GenerateChildElement(L"Root", document.Get(), nullptr, L"", L"");
-    ASSERT_TRUE(root);
-    EXPECT_TRUE(GenerateChildElement(L"Größe", document.Get(), root.Get(), L"a-1", L"x"));
-    EXPECT_TRUE(GenerateChildElement(L"NoName", document.Get(), root.Get(), L"", L"x"));
-    EXPECT_TRUE(GenerateChildElement(L"NoValue", document.Get(), root.Get(), L"a", L""));
-    const std::string before = Saved(document.Get());
-    EXPECT_EQ(before, "<Root><Größe a-1=\"x\"/><NoName/><NoValue/></Root>");
-    EXPECT_FALSE(GenerateChildElement(L"", document.Get(), root.Get(), L"", L""));
+    const auto isAdded = [&](const wchar_t* name, const wchar_t* attribute = L"",
+                             const wchar_t* value = L"") {
+        return GenerateChildElement(name, document.Get(), root.Get(), attribute, value) != nullptr;
+    };
+    EXPECT_TRUE(isAdded(L"Größe", L"a-1", L"x"));
+    EXPECT_TRUE(isAdded(L"NoName", L"", L"x"));
+    EXPECT_TRUE(isAdded(L"NoValue", L"a", L""));
+    EXPECT_FALSE(isAdded(L""));
     EXPECT_FALSE(GenerateChildElement(L"Name", nullptr, root.Get(), L"", L""));
-    EXPECT_EQ(framework.LogText(), L"");
-    for (const wchar_t* name : {L"two words", L"1st", L"a b='c'", L"a><b/", L"a/", L"<a"})
-        EXPECT_FALSE(GenerateChildElement(name, document.Get(), root.Get(), L"", L""));
-    EXPECT_FALSE(GenerateChildElement(L"Name", document.Get(), root.Get(), L"two words", L"x"));
-    EXPECT_FALSE(GenerateChildElement(L"Name", document.Get(), root.Get(), L"a", L"\x2"));
+    EXPECT_THAT(framework.log, IsEmpty());
+    for (const std::wstring name : {L"two words", L"1st", L"a b='c'", L"a><b/", L"a/", L"<a"}) {
+        EXPECT_FALSE(isAdded(name.c_str()));
+        EXPECT_FALSE(isAdded(L"Name", name.c_str(), L"x"));
+        EXPECT_EQ(framework.log.size(), 2u);
+        EXPECT_THAT(framework.TakeLog(), testing::Each(Reported(L"modMobileAdminXML.GenerateChildElement",
+                                                                L"\"" + name + L"\" is no XML name.\r\n")));
+    }
+    EXPECT_FALSE(isAdded(L"Name", L"a", L"\x2"));
     EXPECT_FALSE(GenerateChildElement(L"Second", document.Get(), nullptr, L"", L"")) << "one root only";
-    EXPECT_EQ(Saved(document.Get()), before) << "nothing was appended";
-    EXPECT_EQ(framework.log.size(), 9u);
-    EXPECT_THAT(framework.LogText(),
-                HasSubstr(L"modMobileAdminXML.GenerateChildElement\r\n\"two words\" is no XML name."));
+    EXPECT_EQ(framework.log.size(), 2u);
+    EXPECT_EQ(Saved(document.Get()), "<Root><Größe a-1=\"x\"/><NoName/><NoValue/></Root>");
 }
 
 }  // namespace

@@ -4,28 +4,15 @@
 #include "common/Apartment.h"
 #include "ftp/settings/FtpPassword.h"
 #include "tests/win/library/FtpTest.h"
-#include "tests/win/support/Library.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace tests {
 namespace {
 
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+using testing::Not;
 
 class FtpSessionTest : public FtpTest {
 protected:
     FtpSessionTest() { Configure(); }
-
-    std::wstring PromptReport(const std::wstring& text) {
-        return Report(L"InternalOpenConnection",
-                      L"The host allows no user interface, so nobody can be asked for the FTP login. " +
-                          text);
-    }
 };
 
 TEST_F(FtpSessionTest, AConnectionIsTheHostsUntilItEndsIt) {
@@ -34,94 +21,95 @@ TEST_F(FtpSessionTest, AConnectionIsTheHostsUntilItEndsIt) {
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@host")) << "once";
     EXPECT_TRUE(Disconnect());
     EXPECT_THAT(server.open, IsEmpty());
-    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver2::Disconnect, remote2.Get())) << "twice is harmless";
-    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver2::Connect, remote2.Get()));
+    EXPECT_TRUE(Ask<bool>(&IZNSenderReceiver2::Disconnect, remote2)) << "twice is harmless";
+    EXPECT_TRUE(Ask<bool>(&IZNSenderReceiver2::Connect, remote2));
     Renew();
     EXPECT_EQ(server.open.size(), 2u) << "the end of the object does not end the connection";
 }
 
 TEST_F(FtpSessionTest, AFailedConnectionSaysWhatIsKnownAndLeavesNothingOpen) {
     SuppressMessages();
-    const auto reportFor = [&](const char* function, DWORD error) {
+    const auto reportsFor = [&](const char* function, DWORD error) {
         server.Fail(function, {error});
-        EXPECT_FALSE(Connect());
+        const auto reports = FailToConnect();
         EXPECT_THAT(server.open, IsEmpty());
-        return Reported();
+        return reports;
     };
     const std::wstring text = L"Could not connect to the FTP server: ";
-    EXPECT_EQ(reportFor("Connect", ERROR_SUCCESS),
-              Report(L"DoConnection", text + ErrorText(0), L"Server name: host", L"User name: joe"));
-    EXPECT_EQ(reportFor("Connect", ERROR_INTERNET_NAME_NOT_RESOLVED),
-              Report(L"DoConnection", text + L"Check server name"));
-    EXPECT_EQ(reportFor("Connect", ERROR_INTERNET_INCORRECT_PASSWORD),
-              Report(L"DoConnection", text + L"Check user or password"));
-    EXPECT_EQ(reportFor("Connect", ERROR_INTERNET_CANNOT_CONNECT), L"");
-    EXPECT_EQ(reportFor("Open", ERROR_OUTOFMEMORY),
-              Report(L"DoConnection",
-                     L"Could not Initialize Internet connection: " + ErrorText(ERROR_OUTOFMEMORY)));
+    EXPECT_THAT(
+        reportsFor("Connect", ERROR_SUCCESS),
+        OneFtpReport(L"DoConnection", text + ErrorText(0) + L"\r\nServer name: host\r\nUser name: joe"));
+    EXPECT_THAT(reportsFor("Connect", ERROR_INTERNET_NAME_NOT_RESOLVED),
+                OneFtpReport(L"DoConnection", text + L"Check server name"));
+    EXPECT_THAT(reportsFor("Connect", ERROR_INTERNET_INCORRECT_PASSWORD),
+                OneFtpReport(L"DoConnection", text + L"Check user or password"));
+    EXPECT_THAT(reportsFor("Connect", ERROR_INTERNET_CANNOT_CONNECT), IsEmpty());
+    EXPECT_THAT(reportsFor("Open", 5),
+                OneFtpReport(L"DoConnection", L"Could not Initialize Internet connection: " + ErrorText(5)));
     EXPECT_TRUE(Connect());
 }
 
 TEST_F(FtpSessionTest, APasswordThatCannotTravelIsNotTold) {
     Init({{L"FTPPassword", L"secret\u0100"}});
     EXPECT_FALSE(Connect());
-    const std::wstring text = Reported();
-    EXPECT_THAT(text, HasSubstr(L"The FTP password has a character that is not in the system's"));
-    EXPECT_THAT(text, testing::Not(HasSubstr(L"secret")));
+    EXPECT_THAT(framework.LogText(),
+                AllOf(HasSubstr(L"The FTP password has a character that is not"), Not(HasSubstr(L"secret"))));
     EXPECT_THAT(server.open, IsEmpty());
 }
 
 TEST_F(FtpSessionTest, NobodyIsAskedWithoutUserInterface) {
+    const std::wstring text =
+        L"The host allows no user interface, so nobody can be asked for the FTP login. ";
     server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
-    EXPECT_FALSE(Send()) << "nothing to send, but the server is asked for";
-    EXPECT_EQ(Reported(),
-              PromptReport(L"There is no connection as user joe to the FTP server host: check the "
-                           L"server, the user and the password."));
+    EXPECT_THAT(FailToSend(),
+                OneFtpReport(L"InternalOpenConnection",
+                             text + L"There is no connection as user joe to the FTP server host: "
+                                    L"check the server, the user and the password."))
+        << "nothing to send, but the server is asked for";
     Init({{L"FTPUser", L""}});
-    EXPECT_FALSE(Connect());
-    EXPECT_EQ(Reported(), PromptReport(L"Set the FTP server, user and password."));
+    EXPECT_THAT(FailToConnect(),
+                OneFtpReport(L"InternalOpenConnection", text + L"Set the FTP server, user and password."));
     EXPECT_FALSE(LoginCancelled());
 }
 
 TEST_F(FtpSessionTest, EmptyFoldersAreReported) {
+    NameApplication();
     Init({{L"RemoteSendFolder", L""}, {L"RemoteReceiveFolder", L""}});
-    EXPECT_FALSE(Send());
-    const std::wstring send = L"one or more of the Send folders are not set";
-    EXPECT_THAT(Reported(), EndsWith(Report(L"IZNSenderReceiver_Send", send)));
-    EXPECT_EQ(progress->transcript, L"message 1 " + send + L"|");
-    EXPECT_FALSE(Receive());
-    EXPECT_EQ(Reported(),
-              Report(L"IZNSenderReceiver_Receive", L"one or more of the Receive folders is not set"));
+    EXPECT_THAT(FailToSend(),
+                OneFtpReport(L"IZNSenderReceiver_Send", L"one or more of the Send folders are not set"));
+    EXPECT_EQ(progress->transcript, L"message 1 one or more of the Send folders are not set|");
+    EXPECT_THAT(FailToReceive(),
+                OneFtpReport(L"IZNSenderReceiver_Receive", L"one or more of the Receive folders is not set"));
     EXPECT_THAT(server.logins, IsEmpty());
 }
 
 class FtpSettingsTest : public FtpTest {};
 
 TEST_F(FtpSettingsTest, FieldAndEnterpriseTakeOppositeFolders) {
-    framework.folders = {{L"F/FTPServer", L"field server"},     {L"E/FTPServer", L"enterprise server"},
-                         {L"F/Outgoing", L"F:\\out"},           {L"F/Incoming", L"F:\\in"},
-                         {L"E/Outgoing", L"E:\\out"},           {L"E/Incoming", L"E:\\in"},
-                         {L"F/FTPFieldToEnterprise", L"F f2e"}, {L"F/FTPEnterpriseToField", L"F e2f"},
-                         {L"E/FTPFieldToEnterprise", L"E f2e"}, {L"E/FTPEnterpriseToField", L"E e2f"}};
+    for (const std::wstring side : {L"F", L"E"})
+        for (const std::wstring kind :
+             {L"FTPServer", L"Outgoing", L"Incoming", L"FTPFieldToEnterprise", L"FTPEnterpriseToField"})
+            framework.folders[side + L"/" + kind] = side + L" " + kind;
     PropSet({{L"MOBILE", L"TRUE"}});
-    EXPECT_THAT(Reported(),
-                StartsWith(Report(L"IZNSenderReceiver2_PropSet", L"The folder locator is missing: "
-                                                                 L"set ApplicationName before")));
-    IZNPropertySet* const none = nullptr;
-    EXPECT_FALSE(com::Get<bool>(&IZNSenderReceiver::Init, remote.Get(), none));
-    EXPECT_THAT(Reported(), StartsWith(Report(L"IZNSenderReceiver_Init", L"")));
+    EXPECT_FALSE(Ask<bool>(&IZNSenderReceiver::Init, remote, static_cast<IZNPropertySet*>(nullptr)));
+    EXPECT_THAT(
+        framework.TakeLog(),
+        ElementsAre(Reported(L"clsFTPSndRcv.cls.IZNSenderReceiver2_PropSet",
+                             L"The folder locator is missing: set ApplicationName before PropSet.\r\n"),
+                    Reported(L"clsFTPSndRcv.cls.IZNSenderReceiver_Init", L"There is no property set.\r\n")));
     NameApplication();
-    EXPECT_EQ(com::Get<std::wstring>(&IZNSenderReceiver2::get_ApplicationName, remote2.Get()), L"App");
+    EXPECT_EQ(Ask<std::wstring>(&IZNSenderReceiver2::get_ApplicationName, remote2), L"App");
     PropSet({{L"MOBILE", L""}});
-    EXPECT_EQ(PropSet(), L"FTP_SERVER=field server\nFTP_USER=\nFTP_PASSWORD=\nMOBILE=TRUE\n"
-                         L"LOCAL_SEND_FOLDER=F:\\out\nLOCAL_RECEIVE_FOLDER=F:\\in\n"
-                         L"REMOTE_RECEIVE_FOLDER=F e2f\nREMOTE_SEND_FOLDER=F f2e\n");
+    EXPECT_EQ(PropSet(), L"FTP_SERVER=F FTPServer\nFTP_USER=\nFTP_PASSWORD=\nMOBILE=TRUE\n"
+                         L"LOCAL_SEND_FOLDER=F Outgoing\nLOCAL_RECEIVE_FOLDER=F Incoming\n"
+                         L"REMOTE_RECEIVE_FOLDER=F FTPEnterpriseToField\n"
+                         L"REMOTE_SEND_FOLDER=F FTPFieldToEnterprise\n");
     Init({{L"FTPPassword", L"plain"}, {L"ftpuser", L"wrong case"}, {L"remotesendfolder", L"too"}});
     PropSet({{L"MOBILE", L"false"}, {L"REMOTE_SEND_FOLDER", L"own"}});
-    EXPECT_EQ(PropSet(), L"FTP_SERVER=enterprise server\nFTP_USER=\nFTP_PASSWORD=plain\nMOBILE=FALSE\n"
-                         L"LOCAL_SEND_FOLDER=E:\\out\nLOCAL_RECEIVE_FOLDER=E:\\in\n"
-                         L"REMOTE_RECEIVE_FOLDER=E f2e\nREMOTE_SEND_FOLDER=own\n");
-    EXPECT_EQ(Reported(), L"");
+    EXPECT_EQ(PropSet(), L"FTP_SERVER=E FTPServer\nFTP_USER=\nFTP_PASSWORD=plain\nMOBILE=FALSE\n"
+                         L"LOCAL_SEND_FOLDER=E Outgoing\nLOCAL_RECEIVE_FOLDER=E Incoming\n"
+                         L"REMOTE_RECEIVE_FOLDER=E FTPFieldToEnterprise\nREMOTE_SEND_FOLDER=own\n");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(FtpSettingsTest, MissingValuesAreReadOnceBeforeTheFirstConnection) {
@@ -133,7 +121,7 @@ TEST_F(FtpSettingsTest, MissingValuesAreReadOnceBeforeTheFirstConnection) {
     Init({{L"FTPServer", L"given"}, {L"RemoteSendFolder", L"given in"}, {L"FTPPassword", L"secret"}});
     EXPECT_TRUE(Connect());
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@given"));
-    EXPECT_THAT(PropSet(), HasSubstr(L"REMOTE_RECEIVE_FOLDER=registry out\nREMOTE_SEND_FOLDER=given in\n"));
+    EXPECT_THAT(PropSet(), EndsWith(L"REMOTE_RECEIVE_FOLDER=registry out\nREMOTE_SEND_FOLDER=given in\n"));
     Disconnect();
     Init({{L"FTPUser", L""}});
     EXPECT_FALSE(Connect()) << "a value that was cleared is not read again";
@@ -144,8 +132,8 @@ TEST_F(FtpSettingsTest, OptionsNeedNoApplicationName) {
     ThisApartment().commandLine->Parse(std::wstring_view(L"/FTPServer=typed /FTPUser=joe"));
     Init({{L"FTPPassword", L"secret"}});
     EXPECT_TRUE(Connect());
-    EXPECT_EQ(Reported(), L"");
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@typed"));
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(FtpSettingsTest, TheStoredPasswordIsDeciphered) {
@@ -163,14 +151,13 @@ class FtpAdministrationTest : public FtpTest {};
 
 TEST_F(FtpAdministrationTest, NameCategoryAndOrderOfCalls) {
     framework.resources[130] = L"FTP transfer";
-    EXPECT_EQ(Name(), L"FTP transfer");
-    EXPECT_TRUE(HasProperties());
-    EXPECT_EQ(Category(), L"{category 135}");
+    EXPECT_EQ(Administration(remote), L"FTP transfer in {category 135} with properties");
     ComPtr<IZNMobileAdminPropertiesEx> none;
     EXPECT_EQ(remote.As(&none), E_NOINTERFACE);
     EXPECT_EQ(Execute(), nullptr);
-    EXPECT_EQ(Reported(), Report(L"IZNMobileAdminProperties_Execute: ",
-                                 L"Please Initialize IZNMobileAdminProperties before calling Execute."));
+    EXPECT_THAT(framework.log,
+                OneFtpReport(L"IZNMobileAdminProperties_Execute: ",
+                             L"Please Initialize IZNMobileAdminProperties before calling Execute."));
 }
 
 TEST_F(FtpAdministrationTest, SettingsComeFromTheRegistryOrFromADocument) {
@@ -185,26 +172,24 @@ TEST_F(FtpAdministrationTest, SettingsComeFromTheRegistryOrFromADocument) {
         ASSERT_NE(result, nullptr);
         ComPtr<IXMLDOMNode> node;
         ASSERT_EQ(result->QueryInterface(IID_IXMLDOMNode, &node), S_OK);
-        const auto text = com::Get<std::wstring>(&IXMLDOMNode::get_xml, node.Get());
+        const auto text = Ask<std::wstring>(&IXMLDOMNode::get_xml, node);
         EXPECT_THAT(text, StartsWith(L"<MOBILECONFIGURATIONROOT>"));
         for (const std::wstring name : names)
             EXPECT_THAT(text, HasSubstr(L"KeyName=\"" + name + L"\" KeyValue=\"my " + name + L"\""));
     }
-    EXPECT_EQ(Reported(), L"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 class FtpFile : public LibraryTest {};
 
 TEST_F(FtpFile, KeepsANameAndAttributes) {
     const auto file = Create<clsFTPFile, _clsFTPFile>();
-    const auto name = [&] { return com::Get<std::wstring>(&_clsFTPFile::get_sFileName, file.Get()); };
-    const auto attributes = [&] { return com::Get<LONG>(&_clsFTPFile::get_lAttributes, file.Get()); };
-    EXPECT_EQ(name(), L"");
-    EXPECT_EQ(attributes(), 0);
-    file->put_sFileName(com::Bstr(L"a.mdb").Get());
+    EXPECT_EQ(Ask<std::wstring>(&_clsFTPFile::get_sFileName, file), L"");
+    EXPECT_EQ(Ask<LONG>(&_clsFTPFile::get_lAttributes, file), 0);
+    file->put_sFileName(In(L"a.mdb"));
     file->put_lAttributes(FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(name(), L"a.mdb");
-    EXPECT_EQ(attributes(), FILE_ATTRIBUTE_DIRECTORY);
+    EXPECT_EQ(Ask<std::wstring>(&_clsFTPFile::get_sFileName, file), L"a.mdb");
+    EXPECT_EQ(Ask<LONG>(&_clsFTPFile::get_lAttributes, file), FILE_ATTRIBUTE_DIRECTORY);
 }
 
 }  // namespace

@@ -1,22 +1,22 @@
 // The check of an FTP site, before a scripted server.
+#include "common/modMain.h"
 #include "mobile/modverification.h"
-#include "tests/win/library/FtpTest.h"
 #include "tests/win/support/CurrentFolder.h"
+#include "tests/win/support/FtpScript.h"
+#include "tests/win/support/Library.h"
 
 namespace tests {
 namespace {
 
-using testing::HasSubstr;
-using testing::IsEmpty;
-
 constexpr wchar_t kFetched[] = L"c:\\FromFTP.xml";
 
-class VerificationTest : public FtpLibraryTest {
+class VerificationTest : public PartTest {
 protected:
     VerificationTest() {
         for (const LONG number :
              {131, 150, 151, 152, 153, 154, 155, 156, 157, 158, 159, 160, 162, 12007, 12014})
             framework.resources[number] = L"<" + std::to_wstring(number) + L">";
+        Main();
     }
     ~VerificationTest() override { DeleteFileW(kFetched); }
 
@@ -33,6 +33,7 @@ protected:
         return fine ? L"fine" : shown;
     }
 
+    FtpScript server;
     CurrentFolder current;
     FtpSite site{L"host", L"joe", L"secret", L"out", L"in"};
 };
@@ -61,9 +62,9 @@ TEST_F(VerificationTest, AWorkingSiteGetsItsFoldersAndKeepsNoTestFile) {
     server.afterPut = [&] { files += static_cast<int>(server.files.size()); };
     EXPECT_EQ(Check(), L"fine");
     EXPECT_EQ(files, 2) << "one in each folder";
-    EXPECT_THAT(server.folders, testing::ElementsAre("/", "/in", "/out"));
+    EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out"));
     EXPECT_THAT(server.files, IsEmpty());
-    EXPECT_THAT(server.logins, testing::ElementsAre("Test Tool: joe:secret@host"));
+    EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@host"));
     EXPECT_EQ(current.temp.Content(L"TestFtpConnection.txt"), "");
     EXPECT_NE(GetFileAttributesW(kFetched), INVALID_FILE_ATTRIBUTES);
     server.Fail("Get", {ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED});
@@ -92,7 +93,7 @@ TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     EXPECT_EQ(Check(), ErrorText(ERROR_SUCCESS) + L"\r\n") << "created, but closed to the user";
     server.response = "553 Disk full.\r\n";
     server.Fail("Put", {ERROR_INTERNET_EXTENDED_ERROR});
-    EXPECT_THAT(Check(), testing::StartsWith(L"553 Disk full.\r\n"));
+    EXPECT_THAT(Check(), StartsWith(L"553 Disk full.\r\n"));
     server.afterPut = [&] { server.Fail("SetFolder", {ERROR_INTERNET_TIMEOUT}); };
     EXPECT_EQ(Check(), ErrorText(ERROR_INTERNET_TIMEOUT) + L"\r\n") << "no way back to the first folder";
     server.folders.clear();
@@ -105,12 +106,11 @@ TEST_F(VerificationTest, UnattendedItBlocksNobodyAndLogsTheMessage) {
     site.user.clear();
     const auto show = [](const std::wstring& text) { modverification::ShowVerificationMessage(text); };
     EXPECT_FALSE(modverification::VerifyFTPSite(site, true, show));
-    EXPECT_THAT(framework.LogText(),
-                HasSubstr(L"modverification.ReportError\r\nAttempted to raise a messagebox"));
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"Message: <151>"));
-    framework.log.clear();
+    EXPECT_THAT(framework.TakeLog(), ElementsAre(Reported(L"modverification.ReportError",
+                                                          L"Attempted to raise a messagebox and a user "
+                                                          L"interface is not supported.\r\n")));
     EXPECT_FALSE(modverification::VerifyFTPSite(site, true, {}));
-    EXPECT_EQ(framework.LogText(), L"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 }  // namespace

@@ -1,22 +1,19 @@
 // The folder-copy sender/receiver over real folders.
-#include <gmock/gmock.h>
-
 #include "base/Text.h"
+#include "sendrecv/clsXCOPYSndRcv.h"
 #include "tests/win/library/SenderReceiverTest.h"
-#include "tests/win/support/Library.h"
 
 namespace tests {
 namespace {
 
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+const std::wstring kSend = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send";
+const std::wstring kMove = L"clsXCOPYSndRcv.cls.MoveFiles";
+const std::wstring kFailed =
+    L"Failed to transport packets between remote and local\r\nCheck your connection to the server";
 
-class Xcopy : public LibraryTest, protected SenderReceiverTest {
+class Xcopy : public SenderReceiverTest {
 protected:
-    Xcopy() { Use(Create<clsXCOPYSndRcv, IZNSenderReceiver>()); }
+    Xcopy() { Use(com::Make<clsXCOPYSndRcv>()); }
 
     /// A field computer with its four folders below the scratch folder.
     void BeMobile() {
@@ -48,8 +45,9 @@ TEST_F(Xcopy, FieldAndEnterpriseTakeOppositeFolders) {
 TEST_F(Xcopy, LocalFoldersAreTestedButStoredAnyway) {
     const std::wstring missing = temp / L"missing";
     SendFrom(missing);
-    EXPECT_EQ(com::Get<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, remote.Get()), missing);
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"Folder " + missing + L" doesn't exist."));
+    EXPECT_EQ(Ask<std::wstring>(&IZNSenderReceiver::get_LocalSendFolder, remote), missing);
+    EXPECT_THAT(framework.log,
+                OneReport(L"modMain.CheckReadWriteDelete", L"Folder T:\\missing doesn't exist."));
 }
 
 TEST_F(Xcopy, SendMovesFilesAndSubFolders) {
@@ -87,10 +85,9 @@ TEST_F(Xcopy, ReceiveFollowsTheFolderName) {
 TEST_F(Xcopy, UnsetFolders) {
     EXPECT_FALSE(Send());
     EXPECT_FALSE(Receive());
-    EXPECT_EQ(framework.LogText(), L"Test Tool:\r\nclsXCOPYSndRcv.cls.IZNSenderReceiver_Send\r\none or more "
-                                   L"of the Send folders are not set\n--\n"
-                                   L"Test Tool:\r\nclsXCOPYSndRcv.cls.IZNSenderReceiver_Receive\r\none or "
-                                   L"more of the Receiver folders are not set\n--\n");
+    EXPECT_THAT(framework.log, ElementsAre(Reported(kSend, L"one or more of the Send folders are not set"),
+                                           Reported(L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Receive",
+                                                    L"one or more of the Receiver folders are not set")));
     SendFrom(temp.Path());
     ReceiveInto(temp.Path());
     EXPECT_TRUE(Send()) << "no remote side: nothing to do";
@@ -107,7 +104,10 @@ TEST_F(Xcopy, TheSameFolderOnBothSidesIsLeftAlone) {
     Init({{L"RemoteSendFolder", temp / L"out\\inner"}});
     EXPECT_FALSE(Send());
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"x.mdb")) << "nor is a folder moved into itself";
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"lies inside the folder"));
+    EXPECT_THAT(framework.log,
+                ElementsAre(Reported(kMove, L"The folder T:\\out\\inner lies inside the folder "
+                                            L"T:\\out whose files are to be moved into it.\r\n"),
+                            Reported(kSend, kFailed)));
 }
 
 TEST_F(Xcopy, AReadOnlySourceIsCopiedAndStays) {
@@ -118,13 +118,13 @@ TEST_F(Xcopy, AReadOnlySourceIsCopiedAndStays) {
     EXPECT_TRUE(Send());
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"a.mdb", L"b.mdb"));
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"a.mdb"));
-    const std::wstring text = L"clsXCOPYSndRcv.cls.MoveFiles\r\nCould not delete packet file: " +
-                              temp / L"out\\a.mdb" +
-                              L" in the transporter's source folder. "
-                              L"Check your folder permissions for read/write/modify/delete access.\r\n";
-    EXPECT_THAT(progress->transcript, HasSubstr(L"status " + text));
-    ASSERT_EQ(framework.log.size(), 1u);
-    EXPECT_THAT(framework.log[0].text, StartsWith(L"Test Tool:\r\n" + text));
+    const auto text = [](const std::wstring& file) {
+        return L"Could not delete packet file: " + file +
+               L" in the transporter's source folder. "
+               L"Check your folder permissions for read/write/modify/delete access.\r\n";
+    };
+    EXPECT_THAT(progress->transcript, HasSubstr(L"status " + kMove + L"\r\n" + text(temp / L"out\\a.mdb")));
+    EXPECT_THAT(framework.log, OneReport(kMove, text(L"T:\\out\\a.mdb")));
     EXPECT_THAT(framework.log[0].text, EndsWith(L" - Build: 1.0.0"));
 }
 
@@ -135,13 +135,11 @@ TEST_F(Xcopy, AFileInUseEndsTheTransferAndLosesNothing) {
     lock.Reset();
     EXPECT_THAT(temp.Files(L"share\\in"), IsEmpty());
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "locked");
-    EXPECT_THAT(framework.log.at(0).text, HasSubstr(L"clsXCOPYSndRcv.cls.MoveFiles\r\n"));
-    EXPECT_THAT(framework.log.at(0).text, HasSubstr(temp / L"out\\a.mdb"));
-    const std::wstring failed = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send\r\nFailed to transport packets "
-                                L"between remote and local\r\n"
-                                L"Check your connection to the server";
-    EXPECT_EQ(framework.log.at(1).text, L"Test Tool:\r\n" + failed);
-    EXPECT_THAT(progress->transcript, EndsWith(L"status " + failed + L"|"));
+    EXPECT_THAT(
+        framework.log,
+        ElementsAre(Reported(kMove, base::SystemText(ERROR_SHARING_VIOLATION, L"T:\\out\\a.mdb") + L"\r\n"),
+                    Reported(kSend, kFailed)));
+    EXPECT_THAT(progress->transcript, EndsWith(L"status " + kSend + L"\r\n" + kFailed + L"|"));
     EXPECT_TRUE(Send()) << "the next run completes the job";
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "locked");
 }
@@ -157,7 +155,7 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     writer.Reset();
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"a.mdb"));
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"b.mdb")) << "half a packet does not travel";
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not delete packet file: " + source));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not delete packet file: T:\\out\\a.mdb in"));
     EXPECT_TRUE(Send());
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }
@@ -203,22 +201,18 @@ TEST_F(Xcopy, WorksWithoutProgressAndRefusesOtherObjects) {
     EXPECT_TRUE(Send(nullptr));
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"a.mdb"));
     temp.File(L"share\\out\\b.mdb");
-    EXPECT_TRUE(com::Get<bool>(&IZNSenderReceiver2::Receive, remote2.Get(), com::Bstr(L"").Get(),
-                               static_cast<IUnknown*>(nullptr)));
+    EXPECT_TRUE(Ask<bool>(&IZNSenderReceiver2::Receive, remote2, L"", static_cast<IUnknown*>(nullptr)));
     EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"b.mdb"));
 }
 
 TEST_F(Xcopy, AdministrationAndCategory) {
-    EXPECT_EQ(Name(), L"Folder Copy");
-    EXPECT_EQ(Category(), L"{category 135}");
-    EXPECT_FALSE(HasProperties());
+    EXPECT_EQ(Administration(remote), L"Folder Copy in {category 135}");
     EXPECT_EQ(Initialize(nullptr), nullptr);
     EXPECT_EQ(Execute(), nullptr);
-    Microsoft::WRL::ComPtr<IZNMobileAdminPropertiesEx> more;
+    ComPtr<IZNMobileAdminPropertiesEx> more;
     ASSERT_EQ(remote.As(&more), S_OK);
-    EXPECT_TRUE(com::Get<bool>(&IZNMobileAdminPropertiesEx::get_RequireBothEnterpriseAndField, more.Get()));
-    EXPECT_TRUE(Connect());
-    EXPECT_TRUE(Disconnect());
+    EXPECT_TRUE(Ask<bool>(&IZNMobileAdminPropertiesEx::get_RequireBothEnterpriseAndField, more));
+    EXPECT_TRUE(Connect() && Disconnect());
 }
 
 }  // namespace

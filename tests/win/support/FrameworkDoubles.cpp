@@ -162,12 +162,4 @@ std::wstring PropertiesAsText(IZNPropertySet* set) {
     return text;
 }
 
-std::wstring CategoryOf(IUnknown* component) {
-    const auto registration = com::As<IZNRegInCat>(component);
-    const auto value = Ask<Variant>(&IZNRegInCat::get_CategoriesToReg, registration);
-    const auto categories = com::As<_Collection>(value.Get().punkVal);
-    EXPECT_EQ(Ask<LONG>(&_Collection::get_Count, categories), 1);
-    return Ask<Variant>(&_Collection::get_Item, categories, LONG{1}).Text();
-}
-
 }  // namespace tests

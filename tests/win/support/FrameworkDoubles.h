@@ -61,7 +61,5 @@ private:
 Microsoft::WRL::ComPtr<IZNPropertySet>
 Properties(const std::vector<std::pair<std::wstring, std::wstring>>& values);
 std::wstring PropertiesAsText(IZNPropertySet* set);
-/// The only category of a component, as "{category CODE}".
-std::wstring CategoryOf(IUnknown* component);
 
 }  // namespace tests

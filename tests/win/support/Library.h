@@ -1,6 +1,7 @@
 // The library under test, with stand-ins for the host framework around each test.
 #pragma once
 
+#include "com/Create.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/FrameworkDoubles.h"
 
@@ -31,6 +32,21 @@ protected:
     Framework framework;
     TempFolder temp;
 };
+
+/// What an administration tool learns of a component: its display name, its only category, and whether it has
+/// properties.
+template <class Interface>
+std::wstring Administration(const ComPtr<Interface>& component) {
+    const auto administration = com::As<IZNMobileAdminProperties>(component.Get());
+    const auto registration = com::As<IZNRegInCat>(component.Get());
+    const auto value = Ask<Variant>(&IZNRegInCat::get_CategoriesToReg, registration);
+    const auto categories = com::As<_Collection>(value.Get().punkVal);
+    EXPECT_EQ(Ask<LONG>(&_Collection::get_Count, categories), 1);
+    const bool hasProperties = Ask<bool>(&IZNMobileAdminProperties::get_HasProperties, administration);
+    return Ask<std::wstring>(&IZNMobileAdminProperties::get_Name, administration) + L" in " +
+           Ask<Variant>(&_Collection::get_Item, categories, LONG{1}).Text() +
+           (hasProperties ? L" with properties" : L"");
+}
 
 /// A report under the tool's name. text: what follows the name of the procedure or member; one that ends with
 /// a line's end is followed by more.
