@@ -2,7 +2,7 @@
 """bench/delta_bench.py BITS [MEGABYTES]: xDelta.exe against xdelta3 and xdelta over the same database-like files.
 
 Prints the best of three runs each, then xDelta.exe alone on files of four times the size: its memory must not
-grow with them. The data is the same on every machine. "tools/wine-server run" keeps Wine warm for it.
+grow with them. The data is the same on every machine.
 """
 import argparse
 import filecmp

@@ -1,8 +1,5 @@
 #!/usr/bin/env python3
-"""End-to-end tests: znhost.exe with its libraries, on real folders.
-
-A Wine server that stays up makes them much faster: tools/wine-server run python3 tests/e2e/run.py BINDIR
-"""
+"""End-to-end tests: znhost.exe with its libraries, on real folders."""
 import argparse
 import pathlib
 import signal
