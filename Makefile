@@ -40,6 +40,7 @@ test: all check-format
 	@tools/test
 
 test-all: all check-format
+	@cmake --build --preset win64 --target bench
 	@tools/test --all
 
 package: build-win32 build-win64
@@ -55,6 +56,7 @@ screenshots: setup
 
 bench: build-bench
 	@$(BUILD_RUNNABLE)
+	@cmake --build --preset win$(BITS) --target bench
 	@bench/run $(BITS)
 
 coverage: build-coverage

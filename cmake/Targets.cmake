@@ -33,6 +33,12 @@ function(zn_add_library NAME)
   target_link_libraries(${NAME} PUBLIC zn_settings)
 endfunction()
 
+# zn_read_command_lines(source...): those that use CLI11. Its templates take twice the time to compile when optimized for
+# speed, of which reading a command line needs none.
+function(zn_read_command_lines)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1)
+endfunction()
+
 # zn_share_precompiled_headers(TARGET...): those of com. In what comes from them this compiler takes copies of short
 # literals for ones out of bounds.
 function(zn_share_precompiled_headers)
