@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/File.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/SystemError.h"
@@ -66,10 +67,21 @@ bool LeavesPartialCopy(DWORD error) {
     return std::ranges::find(kErrors, static_cast<LONG>(error)) != kErrors.end();
 }
 
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 /// No handle when the file cannot be opened; GetLastError tells why.
 base::FileHandle TryOpenToRead(const std::wstring& path, DWORD sharing) {
     return base::FileHandle(CreateFileW(Extended(path).c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+/// A file system that tells nothing of its files has only their names.
+bool IsSameFile(HANDLE left, HANDLE right) {
+    BY_HANDLE_FILE_INFORMATION a;
+    BY_HANDLE_FILE_INFORMATION b;
+    if (!GetFileInformationByHandle(left, &a) || !GetFileInformationByHandle(right, &b)) return true;
+    return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
+           a.nFileIndexLow == b.nFileIndexLow;
 }
 
 /// Windows neither deletes nor replaces a read-only file, and copies over no hidden one: where that fails,
@@ -106,49 +118,69 @@ std::wstring Way(const std::wstring& source, const std::wstring& destination) {
     return source + L" -> " + destination;
 }
 
-enum class Existing { Overwrite, Fail };
-
-DWORD Copy(const std::wstring& source, const std::wstring& destination, Existing existing) {
-    const std::wstring from = Extended(source);
-    const std::wstring to = Extended(destination);
-    const auto copy = [&] { return CopyFileW(from.c_str(), to.c_str(), existing == Existing::Fail); };
-    if (existing == Existing::Overwrite) return WithoutProtection(to, copy);
-    return copy() ? ERROR_SUCCESS : GetLastError();
+/// A read error in the middle of a copy is not reported by every redirector.
+/// size: the source's in bytes, as far as is known; it may be of a moment ago.
+void CheckWhole(std::uint64_t copied, std::uint64_t size, const std::wstring& source,
+                const std::wstring& destination, Where where) {
+    if (copied != size) size = FileSize(source, where);
+    if (copied == size) return;
+    throw base::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
+                      L"The copy is incomplete: " + std::to_wstring(copied) + L" of " +
+                          std::to_wstring(size) + L" bytes (" + Way(source, destination) + L")",
+                      where);
 }
 
-/// size: the source's in bytes, as far as is known; it may be of a moment ago.
-void CopyVerified(const std::wstring& source, const std::wstring& destination, std::uint64_t size,
-                  Existing existing, Where where) {
-    const DWORD error = Copy(source, destination, existing);
-    if (LeavesPartialCopy(error)) TryDelete(destination);
-    if (error != ERROR_SUCCESS) throw SystemError(error, "copy", Way(source, destination), where);
-    base::RollBack removal([&] { TryDelete(destination); });
-    // A read error in the middle of a copy is not reported by every redirector.
-    const std::uint64_t copied = FileSize(destination, where);
-    if (copied != size) size = FileSize(source, where);
-    if (copied != size)
-        throw base::Error(HRESULT_FROM_WIN32(ERROR_READ_FAULT),
-                          L"The copy is incomplete: " + std::to_wstring(copied) + L" of " +
-                              std::to_wstring(size) + L" bytes (" + Way(source, destination) + L")",
-                          where);
-    removal.Dismiss();
+/// Where a file arrives before it takes its place. No two threads share a name, on shares not even those of
+/// two machines. It is short enough for every folder and, as the transporter reads names, that of no packet.
+std::wstring ArrivalBeside(const std::wstring& path) {
+    const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
+    return folder + L"~" + std::to_wstring(GetCurrentThreadId()) + L"-" + std::to_wstring(GetTickCount64()) +
+           L".arriving";
+}
+
+/// Returns the number of bytes copied.
+std::uint64_t CopyContent(const base::File& from, base::File& to) {
+    std::vector<std::uint8_t> buffer(std::size_t{1} << 20);
+    std::uint64_t copied = 0;
+    for (;;) {
+        const std::size_t got = from.Read(buffer);
+        to.Write({buffer.data(), got});
+        copied += got;
+        if (got < buffer.size()) return copied;
+    }
+}
+
+/// Copies a file to a name of its own beside the destination, and returns that: whoever looks into the folder
+/// meanwhile finds nothing that he could open, and a process that ends leaves nothing there.
+std::wstring Arrive(const std::wstring& source, const std::wstring& destination, Where where) try {
+    const base::File from = base::File::Open(source, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
+    const std::wstring arrival = ArrivalBeside(destination);
+    std::optional<base::File> to = base::File::TryCreateTransient(arrival, where);
+    if (!to) throw SystemError(ERROR_FILE_EXISTS, "create", arrival, where);
+    CheckWhole(CopyContent(from, *to), from.Size(), source, destination, where);
+    to->SetModificationTime(from.ModificationTime());
+    to->Flush();
+    to->Keep();
+    to->Close();
+    SetFileAttributesW(Extended(arrival).c_str(), Attributes(source));
+    return arrival;
+} catch (const SystemError& error) {
+    throw SystemError(error.Code(), "copy", Way(source, destination), where);
 }
 
 /// For a destination on another volume.
 void CopyAndDelete(const std::wstring& source, const std::wstring& destination, Where where) {
+    if (FileExists(destination))
+        throw SystemError(ERROR_FILE_EXISTS, "copy", Way(source, destination), where);
     const WriteBlock block(source);
     block.Check(where);
-    CopyVerified(source, destination, FileSize(source, where), Existing::Fail, where);
-    base::RollBack removal([&] { TryDelete(destination); });
-    DeleteFile(source, ReadOnlyFiles::Keep, where);
+    std::wstring copy = Arrive(source, destination, where);
+    base::RollBack removal([&] { TryDelete(copy); });
+    if (!MoveFileExW(Extended(copy).c_str(), Extended(destination).c_str(), 0))
+        throw SystemError(GetLastError(), "move", Way(source, destination), where);
+    copy = destination;
+    block.Delete(ReadOnlyFiles::Delete, where);
     removal.Dismiss();
-}
-
-/// Where a file arrives before it takes its place. No two threads share a name, which is short enough for
-/// every folder and, as the transporter reads names, that of no packet: a crash leaves no false backup.
-std::wstring ArrivalBeside(const std::wstring& path) {
-    const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
-    return folder + L"~" + std::to_wstring(GetCurrentThreadId()) + L".arriving";
 }
 
 void RemoveFolder(const std::wstring& folder, Where where) {
@@ -251,7 +283,15 @@ void DeleteTree(const std::wstring& folder, Where where) {
 
 void CopyFile(const std::wstring& source, const std::wstring& destination, std::optional<std::uint64_t> size,
               Where where) {
-    CopyVerified(source, destination, size ? *size : FileSize(source, where), Existing::Overwrite, where);
+    const std::uint64_t known = size ? *size : FileSize(source, where);
+    const std::wstring from = Extended(source);
+    const std::wstring to = Extended(destination);
+    const DWORD error = WithoutProtection(to, [&] { return CopyFileW(from.c_str(), to.c_str(), FALSE); });
+    if (LeavesPartialCopy(error)) TryDelete(destination);
+    if (error != ERROR_SUCCESS) throw SystemError(error, "copy", Way(source, destination), where);
+    base::RollBack removal([&] { TryDelete(destination); });
+    CheckWhole(FileSize(destination, where), known, source, destination, where);
+    removal.Dismiss();
 }
 
 void MoveFile(const std::wstring& source, const std::wstring& destination, Where where) {
@@ -262,9 +302,8 @@ void MoveFile(const std::wstring& source, const std::wstring& destination, Where
 }
 
 void CopyReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
-    const std::wstring arrival = ArrivalBeside(destination);
+    const std::wstring arrival = Arrive(source, destination, where);
     base::RollBack removal([&] { TryDelete(arrival); });
-    CopyFile(source, arrival, {}, where);
     const DWORD error = Replace(arrival, destination);
     if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source, destination), where);
     removal.Dismiss();
@@ -277,7 +316,7 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination, 
     const WriteBlock block(source);
     block.Check(where);
     CopyReplacing(source, destination, where);
-    DeleteFile(source, ReadOnlyFiles::Delete, where);
+    block.Delete(ReadOnlyFiles::Delete, where);
 }
 
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly, Where where) {
@@ -298,12 +337,24 @@ WriteBlock::WriteBlock(const std::wstring& path)
       m_error(m_file ? ERROR_SUCCESS : GetLastError()) {}
 
 bool WriteBlock::SomebodyWrites() const {
-    return m_error == ERROR_SHARING_VIOLATION &&
-           TryOpenToRead(m_path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    return m_error == ERROR_SHARING_VIOLATION && TryOpenToRead(m_path, kShareAll);
 }
 
 void WriteBlock::Check(Where where) const {
     if (!m_file) throw SystemError(m_error, "open", m_path, where);
+}
+
+bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
+    Check(where);
+    // Deleting and renaming are possible meanwhile: only an open file is certainly the one that was held.
+    const base::FileHandle named(CreateFileW(Extended(m_path).c_str(), DELETE, kShareAll, nullptr,
+                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!named) throw SystemError(GetLastError(), "delete", m_path, where);
+    if (!IsSameFile(m_file.Get(), named.Get())) return false;
+    FILE_DISPOSITION_INFO disposition{TRUE};
+    if (!SetFileInformationByHandle(named.Get(), FileDispositionInfo, &disposition, sizeof disposition))
+        DeleteFile(m_path, readOnly, where);
+    return true;
 }
 
 }  // namespace FileSystem

@@ -68,6 +68,8 @@ void DeleteTree(const std::wstring& folder, Where where = Where::current());
 void CopyFile(const std::wstring& source, const std::wstring& destination,
               std::optional<std::uint64_t> size = {}, Where where = Where::current());
 
+enum class ReadOnlyFiles { Keep, Delete };
+
 /// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
 /// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
 class WriteBlock {
@@ -79,6 +81,8 @@ public:
     bool SomebodyWrites() const;
     /// Throws when it does not hold.
     void Check(Where where = Where::current()) const;
+    /// Deletes the file that is held. False when another one has its name by now, which stays.
+    bool Delete(ReadOnlyFiles readOnly = ReadOnlyFiles::Keep, Where where = Where::current()) const;
 
 private:
     std::wstring m_path;
@@ -97,7 +101,6 @@ void CopyReplacing(const std::wstring& source, const std::wstring& destination,
 void MoveReplacing(const std::wstring& source, const std::wstring& destination,
                    Where where = Where::current());
 
-enum class ReadOnlyFiles { Keep, Delete };
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep,
                 Where where = Where::current());
 /// Deletes a file, also a read-only one, that is only in the way; a failure shows in what is still there.

@@ -1,6 +1,8 @@
 // See FolderTree.h.
 #include "base/FolderTree.h"
 
+#include <windows.h>
+
 #include <utility>
 
 #include "base/FileSystem.h"
@@ -42,6 +44,17 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder) {
         for (TreeFile& file : FilesIn(folder, subFolder))
             all.push_back(std::move(file));
     return all;
+}
+
+void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {
+    FileSystem::CreateFolders(Path::ParentFolder(destination));
+    FileSystem::MoveReplacing(source, destination);
+}
+
+void RemoveEmptyFolders(const std::wstring& folder) {
+    const std::vector<std::wstring> all = SubFolders(folder);
+    for (auto subFolder = all.rbegin(); subFolder != all.rend(); ++subFolder)
+        RemoveDirectoryW(FileSystem::Extended(Path::Join(folder, *subFolder)).c_str());
 }
 
 }  // namespace base

@@ -24,4 +24,10 @@ std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& su
 /// All files in a folder and below it; none when it does not exist. Throws a failure.
 std::vector<TreeFile> FilesBelow(const std::wstring& folder);
 
+/// Moves a file in the place of any other of the destination's name; folders above that are created. Throws a
+/// failure.
+void MoveIntoTree(const std::wstring& source, const std::wstring& destination);
+/// Removes the folder and those below it, as far as there is no file in them.
+void RemoveEmptyFolders(const std::wstring& folder);
+
 }  // namespace base

@@ -18,6 +18,7 @@
 #include "common/Report.h"
 #include "common/clsShell.h"
 #include "common/modZNStartup.h"
+#include "packets/PacketName.h"
 
 namespace {
 
@@ -124,7 +125,7 @@ bool CheckReadWriteDelete(const std::wstring& Folder, bool) {
     std::wstring step = L"checking if folder " + Folder + L" exists";
     try {
         if (!FileSystem::FolderExists(Folder)) return self.Fail(L"Folder " + Folder + L" doesn't exist.");
-        TestFolder(Folder + L"\\RWD_TestFile.txt", step);
+        TestFolder(Folder + L"\\" + std::wstring(kFolderTestFile), step);
         return true;
     } catch (...) {
         return self.Fail(

@@ -2,15 +2,12 @@
 #include "packets/EncodedName.h"
 
 #include <algorithm>
-#include <cwctype>
+
+#include "packets/PacketName.h"
 
 namespace {
 
 constexpr wchar_t kTilde = L'~';
-
-wchar_t Capital(wchar_t letter) {
-    return static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(letter)));
-}
 
 }  // namespace
 
@@ -26,9 +23,22 @@ Difference SplitDifferenceName(std::wstring_view fileName) {
 }
 
 bool HasExtension(std::wstring_view fileName, std::wstring_view extension) {
-    if (fileName.size() <= extension.size()) return false;
-    return std::ranges::equal(fileName.substr(fileName.size() - extension.size()), extension, {}, Capital,
-                              Capital);
+    return fileName.size() > extension.size() &&
+           IsSameName(fileName.substr(fileName.size() - extension.size()), extension);
+}
+
+bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension) {
+    constexpr size_t kCompared = 4;
+    return IsSameName(fileName.substr(fileName.size() - std::min(fileName.size(), kCompared)), extension);
+}
+
+std::wstring EncodedNameOfBackup(std::wstring_view fileName, std::wstring_view extension) {
+    constexpr std::wstring_view kSuffix = L"_bck";
+    if (!HasExtension(fileName, kSuffix)) return {};
+    fileName.remove_suffix(kSuffix.size());
+    const bool isDifference =
+        HasExtension(fileName, extension) && fileName.find(kTilde) != std::wstring_view::npos;
+    return isDifference ? std::wstring(fileName) : std::wstring();
 }
 
 std::wstring PacketOf(std::wstring_view fileName, const TravelExtensions& extensions) {

@@ -29,6 +29,14 @@ struct TravelExtensions {
 /// Whether a name has an extension, in any letter case, behind at least one other character.
 bool HasExtension(std::wstring_view fileName, std::wstring_view extension);
 
+/// Whether the transporter hands a received file to the decoder of an extension: it compares the last four
+/// characters of the name, whatever stands before them.
+bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension);
+
+/// The encoded file's name behind that of a backup which the difference encoder keeps when it replaces one,
+/// "<packet>~<reference><extension>_bck"; empty for any other name.
+std::wstring EncodedNameOfBackup(std::wstring_view fileName, std::wstring_view extension);
+
 /// The packet that a file in the send or receive folder holds: "x.mdb" for "x.mdb.afz" and
 /// "x.mdb~Base.axd", the name itself for a file that travels as it is.
 std::wstring PacketOf(std::wstring_view fileName, const TravelExtensions& extensions);

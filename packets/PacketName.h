@@ -4,6 +4,15 @@
 #include <string>
 #include <string_view>
 
+/// Whether two names, or parts of names, differ in letter case at most.
+bool IsSameName(std::wstring_view left, std::wstring_view right);
+
+/// The file with which folders are tested: written, read and deleted there.
+inline constexpr std::wstring_view kFolderTestFile = L"RWD_TestFile.txt";
+
+/// Whether a file of this name, in any letter case, would be taken for the one with which folders are tested.
+bool IsFolderTestFile(std::wstring_view FileName);
+
 /// The part of a packet file's name before its first "~" or ".". Empty for a name without a dot, also
 /// when it has a "~": such a file is no packet.
 std::wstring GetPacketId(std::wstring_view FileName);

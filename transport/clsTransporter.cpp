@@ -106,6 +106,10 @@ bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std:
         if (!SenderReceiverSet(self)) return false;
         const std::wstring name = Path::FileName(FileName);
         if (!FileSystem::FileExists(FileName)) return self.Fail(L"File " + FileName + L" does not exist");
+        if (IsFolderTestFile(name))
+            return self.Fail(L"File " + FileName +
+                             L" has the name of the file with which folders are tested, "
+                             L"which the next test deletes. Give it another name.");
         const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_InExtension, FileName);
         const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
         if (!ProvideFolder(target)) return false;
@@ -114,7 +118,8 @@ bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std:
                                   com::Bstr(Path::ParentFolder(FileName)).Get(), com::Bstr(target).Get(),
                                   com::Bstr(name).Get());
         if (!CheckReadWriteDelete(target, SupressMsg)) return false;
-        FileSystem::CopyFile(FileName, Path::Join(target, name));
+        // A version that waits there already stays until the new one is whole.
+        FileSystem::CopyReplacing(FileName, Path::Join(target, name));
         return true;
     });
 }
@@ -174,10 +179,7 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
         if (!FileSystem::FolderExists(DestinationFolder))
             return self.Fail(L"Destination folder " + DestinationFolder + L" does not exist.");
         if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
-        if (m_bBackupEnabled) TakeBackup(*file, LocalReceiveFolder());
-        const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_OutExtension, *file);
-        const Delivery delivery = encoder ? Decode(encoder.Get(), *file, DestinationFolder)
-                                          : MoveUnchanged(*file, DestinationFolder);
+        const Delivery delivery = Deliver(self, *file, DestinationFolder);
         if (!delivery.done && !FileSystem::FileExists(*file))
             self.Report(L"The encoder failed to decompress and/or decode the file " + *file + L".");
         FileName = delivery.fileName;
@@ -185,8 +187,21 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
     });
 }
 
+clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const std::wstring& file,
+                                                 const std::wstring& destinationFolder) {
+    // The receive folder can be the remote side's send folder: a newer version that comes while this one is
+    // decoded would be deleted in its place.
+    const FileSystem::WriteBlock block(file);
+    if (FileSystem::FileExists(file)) block.Check();
+    if (m_bBackupEnabled) TakeBackup(file, LocalReceiveFolder());
+    const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_OutExtension, file);
+    return encoder ? Decode(encoder.Get(), file, block, destinationFolder)
+                   : MoveUnchanged(member, file, destinationFolder);
+}
+
 /// A file that cannot be decoded stays in the receive folder and is offered again.
 clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::wstring& file,
+                                                const FileSystem::WriteBlock& block,
                                                 const std::wstring& destinationFolder) {
     const std::wstring baseName = Path::BaseName(file);
     com::Bstr outputFile;
@@ -195,15 +210,21 @@ clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::
                                com::Bstr(baseName).Get(), outputFile.Put(), &decoded),
                file);
     if (!decoded) return {false, baseName};
-    FileSystem::DeleteFile(file);
+    // One that was put in its place all the same, by deleting it first, is offered next.
+    block.Delete();
     return {true, outputFile.Text()};
 }
 
 /// The previous file of the same name stays until the new one has arrived.
-clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
+clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, const std::wstring& file,
                                                        const std::wstring& destinationFolder) {
     const std::wstring target = Path::Join(destinationFolder, Path::FileName(file));
     const std::wstring previous = target + L"_bak";
+    if (FileSystem::FileExists(previous)) {
+        if (FileSystem::FileExists(target)) return MoveOver(member, file, target, previous);
+        // A delivery ended between its steps.
+        FileSystem::MoveFile(previous, target);
+    }
     const bool replaces = FileSystem::FileExists(target);
     if (replaces) FileSystem::MoveFile(target, previous);
     base::RollBack putBack([&] {
@@ -212,6 +233,17 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const std::wstring& file,
     FileSystem::MoveFile(file, target);
     putBack.Dismiss();
     if (replaces) FileSystem::DeleteFile(previous);
+    return {true, target};
+}
+
+/// Replaces the previous file in one step. The file that has the name of its backup may be an older version,
+/// of a delivery that ended before its last step, or anything else: only somebody who knows it may remove it.
+clsTransporter::Delivery clsTransporter::MoveOver(const Procedure& member, const std::wstring& file,
+                                                  const std::wstring& target, const std::wstring& backup) {
+    FileSystem::MoveReplacing(file, target);
+    member.Report(L"File " + backup + L" is left of an earlier delivery. The file " + target +
+                      L" has been replaced without it. Remove it when it is not needed.",
+                  ZN_EVENTLOG_WARNING_TYPE);
     return {true, target};
 }
 

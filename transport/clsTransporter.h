@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/FileSystem.h"
 #include "com/Result.h"
 #include "com/server/ServerObject.h"
 #include "common/Report.h"
@@ -85,9 +86,14 @@ private:
     /// Null when no encoder takes the file.
     Microsoft::WRL::ComPtr<IZNEncoder> EncoderFor(ExtensionMember extensionOf, const std::wstring& fileName);
     static std::vector<std::wstring> InitFileList(const std::wstring& Folder);
-    static Delivery Decode(IZNEncoder* encoder, const std::wstring& file,
+    Delivery Deliver(const Procedure& member, const std::wstring& file,
+                     const std::wstring& destinationFolder);
+    static Delivery Decode(IZNEncoder* encoder, const std::wstring& file, const FileSystem::WriteBlock& block,
                            const std::wstring& destinationFolder);
-    static Delivery MoveUnchanged(const std::wstring& file, const std::wstring& destinationFolder);
+    static Delivery MoveUnchanged(const Procedure& member, const std::wstring& file,
+                                  const std::wstring& destinationFolder);
+    static Delivery MoveOver(const Procedure& member, const std::wstring& file, const std::wstring& target,
+                             const std::wstring& backup);
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
     void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);

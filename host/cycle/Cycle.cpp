@@ -11,17 +11,16 @@
 #include "com/Object.h"
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
+#include "host/cycle/KeptBackups.h"
+#include "host/cycle/ReceivedFiles.h"
+#include "host/cycle/SendFolder.h"
 #include "packets/EncodedName.h"
+#include "packets/PacketName.h"
 
 namespace {
 
 /// Why something was not done; nothing when it was.
 using Hindrance = std::optional<std::wstring>;
-
-/// The top folder to which the transport copies received packets, in whose place no packet may arrive.
-bool IsBackupFolder(const std::wstring& subFolder) {
-    return base::EqualsIgnoringCase(subFolder.substr(0, subFolder.find(L'\\')), L"Backup");
-}
 
 class Cycle {
 public:
@@ -32,7 +31,7 @@ public:
 
 private:
     void AddOutbox();
-    void AddFile(const base::TreeFile& file);
+    void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
     Hindrance Refusal(const base::TreeFile& file) const;
     void LeaveOutbox(const base::TreeFile& file) const;
     Hindrance Transfer();
@@ -57,13 +56,22 @@ CycleResult Cycle::Run() {
     const std::vector<base::TreeFile> offered = OfferedFiles();
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
+    KeptBackups backups(m_settings);
     Hindrance failure = Transfer();
+    const Hindrance notPutBack = Try([&] {
+        backups.PutBack();
+        return true;
+    });
     ReportSending(waiting);
     ReportReceiving(offered);
     if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
-    for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
-        DeliverFolder(subFolder);
+    // New backups must not lie where the next run takes them for packets.
+    if (notPutBack)
+        failure = notPutBack;
+    else
+        for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
+            DeliverFolder(subFolder);
     return {m_ledger.Outcomes(), failure, Interrupt::Requested()};
 }
 
@@ -83,11 +91,12 @@ std::wstring Cycle::Reason() const {
 // --- Sending ----------------------------------------------------------------------------------------
 
 void Cycle::AddOutbox() {
+    const SendFolder sendFolder(m_settings, m_ledger);
     for (const base::TreeFile& file : base::FilesBelow(m_settings.outbox))
-        AddFile(file);
+        AddFile(file, sendFolder);
 }
 
-void Cycle::AddFile(const base::TreeFile& file) {
+void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     if (const Hindrance refusal = Refusal(file))
         return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *refusal);
     const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
@@ -96,7 +105,10 @@ void Cycle::AddFile(const base::TreeFile& file) {
     const Hindrance notAdded = Try([&] {
         if (Interrupt::Requested()) return false;
         block.Check();
-        return m_session.Add(path, file.subFolder);
+        SendFolder::OlderVersions older(sendFolder, file);
+        if (!m_session.Add(path, file.subFolder)) return false;
+        older.Replaced();
+        return true;
     });
     if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
     m_ledger.NoteAdded(file);
@@ -109,10 +121,16 @@ void Cycle::AddFile(const base::TreeFile& file) {
 
 /// Why a file would not reach the other side as the packet that it is.
 Hindrance Cycle::Refusal(const base::TreeFile& file) const {
-    if (IsBackupFolder(file.subFolder))
+    if (IsBackupPath(file.RelativePath()))
         return L"the receive folder keeps backups in the sub-folder Backup; use another name";
-    if (m_ledger.PacketIn(file).name != file.name)
+    if (IsFolderTestFile(file.name))
+        return L"it has the name of the file with which folders are tested; use another name";
+    if (IsTakenForEncoded(file.name, m_settings.zip.outExtension) ||
+        IsTakenForEncoded(file.name, m_settings.xdelta.outExtension) ||
+        m_ledger.PacketIn(file).name != file.name)
         return L"the extension is that of an encoded packet; use another name";
+    if (!EncodedNameOfBackup(file.name, m_settings.xdelta.outExtension).empty())
+        return L"the name is that of an encoded packet's backup; use another name";
     const EncoderSettings* const encoder = m_settings.ChosenEncoder();
     if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
         return L"it is empty, and encoded packets must not be";
@@ -123,9 +141,7 @@ Hindrance Cycle::Refusal(const base::TreeFile& file) const {
 void Cycle::LeaveOutbox(const base::TreeFile& file) const {
     const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
     if (m_settings.sent.empty()) return FileSystem::DeleteFile(source);
-    const std::wstring folder = Path::Join(m_settings.sent, file.subFolder);
-    FileSystem::CreateFolders(folder);
-    FileSystem::MoveReplacing(source, Path::Join(folder, file.name));
+    base::MoveIntoTree(source, Path::Join(m_settings.sent, file.RelativePath()));
 }
 
 Hindrance Cycle::Transfer() {
@@ -164,6 +180,7 @@ void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
 }
 
 void Cycle::DeliverFolder(const std::wstring& subFolder) {
+    SetAsideRefusedFiles(m_settings, subFolder, m_ledger);
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
     if (files.empty()) return;
     for (const base::TreeFile& file : files)
@@ -195,7 +212,7 @@ std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::w
             if (!delivered) return false;
             const std::wstring name = Path::FileName(*delivered);
             names.insert(base::Upper(name));
-            m_ledger.ReportDelivered(subFolder, name);
+            m_ledger.ReportDelivered(subFolder, name, WhyMoved(subFolder));
             return true;
         });
     return names;
@@ -233,6 +250,6 @@ std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settin
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
     std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
-    std::erase_if(subFolders, IsBackupFolder);
+    std::erase_if(subFolders, IsBackupPath);
     return subFolders;
 }

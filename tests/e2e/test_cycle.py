@@ -73,11 +73,47 @@ class CycleTest(HostTest):
 
     def test_names_that_belong_to_the_transport_are_not_added(self):
         self.field.change("encoder", "zip")
-        self.put(self.field, "Backup/a.mdb", "BACKUP/deep/b.mdb", "c.mdb.AFZ", "d.mdb~Base.axd", "sub/Backup/c.mdb")
+        names = ("Backup/a.mdb", "c.mdb.AFZ", "d.mdb~Base.axd", "plain.axd", ".axd", ".AFZ", "rwd_testfile.txt",
+                 "e.mdb~Base.axd_bck")
+        self.put(self.field, *names, "sub/Backup/c.mdb")
         outcome = self.assert_run(self.field, 1)
-        self.assertEqual(outcome.output.count("use another name"), 4, outcome)
+        self.assertEqual(outcome.output.count("use another name"), len(names), outcome)
         self.assertEqual(outcome.packets["out", "sub/Backup/c.mdb"], "sent")
-        self.assertEqual(len(files_below(self.field.outbox)), 4)
+        self.assertEqual(files_below(self.field.outbox).keys(), set(names))
+        self.put(self.field, "deep/x.mdb", "backup", folder=self.field.outbox / "sub")
+        shutil.rmtree(self.field.outbox / "Backup")
+        (self.field.outbox / "BACKUP").write_bytes(b"a file")
+        self.assertIn("use another name", self.assert_run(self.field, 1).output)
+        self.assertTrue((self.field.outbox / "BACKUP").exists())
+
+    def test_packets_in_a_remote_folder_called_backup_are_delivered_beside_the_backups(self):
+        self.enterprise.change("backups", "yes")
+        older = self.put(self.field, "a.mdb").read_bytes()
+        self.assert_next_cycle_delivers()
+        for arrival in ("Backup/a.mdb", "Backup/sub/b.mdb"):
+            self.put(self.field, arrival, content=b"of another host", folder=self.to_enterprise)
+        outcome = self.assert_run(self.enterprise, 0, {("in", "Backup (received)/a.mdb"): "delivered",
+                                                       ("in", "Backup (received)/sub/b.mdb"): "delivered"})
+        self.assertEqual(outcome.output.count("where the receive folder keeps backups"), 2, outcome)
+        self.assertEqual((self.enterprise.receive / "Backup" / "a.mdb").read_bytes(), older)
+        self.assertEqual((self.enterprise.inbox / "Backup (received)" / "a.mdb").read_bytes(), b"of another host")
+        shutil.rmtree(self.enterprise.receive / "Backup")
+        shutil.rmtree(self.to_enterprise / "Backup")
+        (self.to_enterprise / "Backup").write_bytes(b"a file")
+        self.assert_run(self.enterprise, 0, {("in", "Backup (received)/Backup"): "delivered"})
+        self.put(self.field, "c.mdb")
+        self.assert_run(self.field)
+        self.assert_run(self.enterprise, 0, {("in", "c.mdb"): "delivered"})
+        self.assertTrue((self.enterprise.receive / "Backup" / "c.mdb").is_file())
+
+    def test_a_received_file_with_the_name_of_the_folder_test_is_set_aside(self):
+        for content in (b"one", b"two"):
+            (self.to_enterprise / "RWD_TestFile.txt").write_bytes(content)
+            outcome = self.assert_run(self.enterprise, 1, {("in", "RWD_TestFile.txt"): "not delivered"})
+            self.assertIn("receive.refused", outcome.output)
+        self.assert_run(self.enterprise, 0, {})
+        refused = self.enterprise.receive.with_name("receive.refused")
+        self.assertEqual({path.read_bytes() for path in refused.iterdir()}, {b"one", b"two"})
 
     def test_list_shows_what_waits_and_moves_nothing(self):
         self.put(self.field, "sub/new.mdb", content=b"1" * 1500)

@@ -2,11 +2,12 @@
 import os
 import pathlib
 import random
+import shutil
 import signal
 import time
 
 import support
-from support import HostTest, finish, size_of, slow, wait_until
+from support import HostTest, WAITING, files_below, finish, size_of, slow, wait_until
 
 
 def database(pages, seed):
@@ -169,6 +170,52 @@ class DifferenceTest(EncoderCase):
         self.assertRegex(self.row(sent, "sub\\größe.mdb"), r"1,998,008 +\d{2,3} +0\.0 %  sent$")
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def send_offline(self, **settings):
+        """A run of the field whose remote folder is gone, with changed settings and a new version of the packet."""
+        for setting, value in settings.items():
+            self.field.change(setting, value)
+        shutil.rmtree(self.to_enterprise)
+        self.to_enterprise.write_bytes(b"a file")
+        content = self.base + os.urandom(1000)
+        (self.field.outbox / "sub").mkdir(exist_ok=True)
+        (self.field.outbox / "sub/a.mdb").write_bytes(content)
+        outcome = self.assert_run(self.field, 1, {("out", "sub/a.mdb"): WAITING})
+        self.assertEqual(len(files_below(self.field.send)), 1, outcome)
+        self.to_enterprise.unlink()
+        self.to_enterprise.mkdir()
+        return content
+
+    def test_a_packet_waits_in_its_newest_form_alone(self):
+        for encoder in ("xdelta", "xdelta", "zip", "zip", "none", "xdelta", "xdelta"):
+            content = self.send_offline(encoder=encoder)
+        self.assert_run(self.field)
+        self.assert_run(self.enterprise, 0, {("in", "sub/a.mdb"): "delivered"})
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), content)
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"sub/a.mdb"})
+
+    def test_a_version_that_cannot_be_added_leaves_the_one_that_waits(self):
+        content = self.send_offline(encoder="zip")
+        self.put(self.field, "sub/a.mdb")
+        self.field.reference.unlink()
+        self.field.change("encoder", "xdelta")
+        outcome = self.assert_run(self.field, 1)
+        self.assertIn("1 sent, 0 delivered, 1 left behind", outcome.output)
+        self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), content)
+
+    def test_what_a_run_left_in_the_send_folder_that_ended_in_between_is_put_right(self):
+        aside = self.field.send.with_name("send.older")
+        (self.field.send / "a.mdb~Base 1.axd_bck").write_bytes(b"the packet itself")
+        for folder, name, content in ((aside, "b.mdb.afz", b"older"), (self.field.send, "b.mdb", b"newer"),
+                                      (aside, "sub/c.mdb", b"not replaced")):
+            self.put(self.field, name, content=content, folder=folder)
+        self.assert_run(self.field)
+        arrived = {path.relative_to(self.to_enterprise).as_posix(): path.read_bytes()
+                   for path in self.to_enterprise.rglob("*.*")}
+        self.assertEqual(arrived, {"a.mdb~Base 1.axd": b"the packet itself", "b.mdb": b"newer",
+                                   "sub/c.mdb": b"not replaced"})
+        self.assertFalse(aside.exists())
 
     def assert_waits_for(self, spoil, mend):
         """A difference that cannot be restored is not delivered as a packet, and waits."""

@@ -34,6 +34,17 @@ class FullDiskTest(HostTest):
     def test_the_send_folder_is_full(self):
         self.assert_two_fit(self.field.send, self.field, "not added", self.field.outbox, self.to_enterprise)
 
+    def test_a_version_that_does_not_fit_leaves_the_one_that_waits(self):
+        Mount(self, self.field.send, "1m")
+        self.field.change("remote_send", self.scratch / "file")
+        (self.scratch / "file").write_bytes(b"in the way")
+        older = self.put(self.field, "a.mdb", content=b"1" * 100_000).read_bytes()
+        self.assert_run(self.field, 1, {("out", "a.mdb"): WAITING})
+        self.put(self.field, "a.mdb", content=b"2" * 1_500_000)
+        self.assert_run(self.field, 1)
+        self.assertEqual((self.field.send / "a.mdb").read_bytes(), older)
+        self.assertEqual(files_below(self.field.send).keys(), {"a.mdb"})
+
     def test_the_receive_folder_is_full(self):
         self.assert_two_fit(self.enterprise.receive, self.enterprise, "stays at remote side", self.to_enterprise,
                             self.enterprise.inbox)

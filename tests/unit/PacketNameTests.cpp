@@ -1,5 +1,7 @@
-// Where the id of a packet stands in its name.
+// What the names of packets and of the files that carry them say.
 #include "packets/PacketName.h"
+
+#include "packets/EncodedName.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +17,19 @@ TEST(PacketName, IdEndsAtTheFirstTildeOrDot) {
 TEST(PacketName, NamesWithoutDotOrIdHaveNone) {
     for (const wchar_t* name : {L"", L"1234", L"1234~2", L".afz", L"~1.afz", L"~", L"."})
         EXPECT_EQ(GetPacketId(name), L"") << testing::PrintToString(std::wstring(name));
+}
+
+TEST(PacketName, TheTransporterTakesNamesForEncodedByTheirLastFourCharacters) {
+    for (const wchar_t* name : {L"plain.axd", L"a.mdb~Base.AXD", L".axd"})
+        EXPECT_TRUE(IsTakenForEncoded(name, L".axd")) << testing::PrintToString(std::wstring(name));
+    for (const wchar_t* name : {L"axd", L"a.axd_bck", L"a.mdb", L""})
+        EXPECT_FALSE(IsTakenForEncoded(name, L".axd")) << testing::PrintToString(std::wstring(name));
+}
+
+TEST(PacketName, OnlyABackupOfADifferenceHasAnEncodedFileBehindIt) {
+    EXPECT_EQ(EncodedNameOfBackup(L"a.mdb~Base.AXD_BCK", L".axd"), L"a.mdb~Base.AXD");
+    for (const wchar_t* name : {L"a.axd_bck", L"a.mdb~Base.axd", L"a.mdb~Base_bck", L"_bck"})
+        EXPECT_EQ(EncodedNameOfBackup(name, L".axd"), L"") << testing::PrintToString(std::wstring(name));
 }
 
 }  // namespace

@@ -46,19 +46,21 @@ TEST_F(Files, ACopyThatEndsShortIsRemoved) {
     EXPECT_THAT(temp.Files(), IsEmpty());
 }
 
-TEST_F(Files, AMoveToAnotherVolumeLeavesNoCopyOfASourceThatStays) {
+TEST_F(Files, AMoveToAnotherVolumeIsWholeOrNotThere) {
     const std::wstring volume = L"Z:\\dev\\shm";
     if (!FileSystem::FolderExists(volume)) GTEST_SKIP() << "needs a second volume";
     const TempFolder other(volume);
     const auto source = temp.File(L"source", "packet");
-    temp.Protect(L"source");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::MoveFile(source, other / L"x"); }),
-                HasSubstr(L"(" + source + L")"));
+    other.File(L"x", "in the way");
+    EXPECT_THAT(WhyThrown([&] { FileSystem::MoveFile(source, other / L"x"); }), HasSubstr(other / L"x"));
+    EXPECT_EQ(other.Content(L"x"), "in the way");
     EXPECT_EQ(temp.Content(L"source"), "packet");
-    EXPECT_THAT(other.Files(), IsEmpty());
-    SetFileAttributesW(source.c_str(), FILE_ATTRIBUTE_NORMAL);
-    FileSystem::MoveFile(source, other / L"x");
-    EXPECT_EQ(other.Content(L"x"), "packet");
+    EXPECT_THAT(other.Files(), ElementsAre(L"x"));
+
+    temp.Protect(L"source");
+    FileSystem::MoveFile(source, other / L"y");
+    EXPECT_EQ(other.Content(L"y"), "packet");
+    EXPECT_TRUE(GetFileAttributesW((other / L"y").c_str()) & FILE_ATTRIBUTE_READONLY);
     EXPECT_THAT(temp.Files(), IsEmpty());
 }
 

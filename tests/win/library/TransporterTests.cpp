@@ -67,6 +67,7 @@ public:
                         VARIANT_BOOL* Success) override {
         const std::wstring name = L"\\" + Text(FileName);
         com::Replace(OutFile, Text(OutFolder) + name);
+        onDecode();
         return Copy(Text(InFolder) + name + m_out, Text(OutFolder) + name, Success);
     }
     STDMETHODIMP get_InExtension(BSTR* Value) override { return Return(Value, m_in); }
@@ -75,6 +76,7 @@ public:
     STDMETHODIMP put_OutExtension(BSTR) override { return E_NOTIMPL; }
 
     int calls = 0;
+    std::function<void()> onDecode = [] {};
     bool succeeds = true;
     bool eats = false;  ///< deletes its source instead of copying it
     HRESULT result = S_OK;
@@ -82,7 +84,7 @@ public:
 private:
     HRESULT Copy(const std::wstring& source, const std::wstring& target, VARIANT_BOOL* success) {
         ++calls;
-        if (eats) DeleteFileW(source.c_str());
+        if (eats) return Return(success, !DeleteFileW(source.c_str()));
         return FAILED(result) ? result
                               : Return(success, succeeds && CopyFileW(source.c_str(), target.c_str(), FALSE));
     }
@@ -171,6 +173,24 @@ TEST_F(Transporter, AddReportsWhatItCannotDo) {
     remote->send.clear();
     EXPECT_FALSE(Add(temp.File(L"x.xml")));
     EXPECT_THAT(framework.log, OneReport(kMember + L"Add", L"Local send or receive folder is not set."));
+}
+
+TEST_F(Transporter, AVersionThatWaitsStaysUntilTheNewOneIsWhole) {
+    temp.File(L"send\\online", "older");
+    // The system tells 4096 bytes and hands out fewer.
+    EXPECT_FALSE(Add(L"Z:\\sys\\devices\\system\\cpu\\online"));
+    EXPECT_THAT(framework.TakeLog(), OneReport(kMember + L"Add"));
+    EXPECT_EQ(temp.Content(L"send\\online"), "older");
+    EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"online"));
+    EXPECT_TRUE(Add(temp.File(L"online", "newer")));
+    EXPECT_EQ(temp.Content(L"send\\online"), "newer");
+}
+
+TEST_F(Transporter, TheNameOfTheFolderTestIsNoPacketName) {
+    EXPECT_FALSE(Add(temp.File(L"rwd_testfile.TXT", "packet")));
+    EXPECT_THAT(framework.log, OneReport(kMember + L"Add"));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"T:\\rwd_testfile.TXT"));
+    EXPECT_FALSE(temp.Exists(L"send"));
 }
 
 TEST_F(Transporter, SendReceiveRunsItsStepsInOrder) {
@@ -274,16 +294,52 @@ TEST_F(Transporter, AFailedDeliveryPutsThePreviousFileBack) {
         EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "old");
         EXPECT_THAT(temp.Files(L"inbox"), ElementsAre(L"x.xml"));
     }
-    const auto kept = temp.File(L"inbox\\x.xml_bak", "of an earlier run");
-    EXPECT_EQ(Deliver(), L"False ");
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"x.xml_bak")) << "the report names the file in the way";
-    EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "old");
-    EXPECT_EQ(temp.Content(L"inbox\\x.xml_bak"), "of an earlier run");
-    DeleteFileW(kept.c_str());
     EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
     EXPECT_EQ(NextReceived(), L"True ") << "the end of the list";
     EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "new");
     EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\x.xml"));
+}
+
+TEST_F(Transporter, ADeliveryThatEndedInBetweenBlocksNoName) {
+    // Before the new file came: what was put aside is the previous file.
+    temp.File(L"inbox\\x.xml_bak", "old");
+    temp.File(L"receive\\x.xml", "new");
+    {
+        const auto inUse =
+            base::File::Open(temp / L"receive\\x.xml", GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+        EXPECT_EQ(Deliver(), L"False ");
+        EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "old");
+        framework.log.clear();
+    }
+    EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
+    EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\x.xml"));
+    EXPECT_THAT(framework.log, IsEmpty());
+    // After it came, or the file is something else.
+    temp.File(L"inbox\\x.xml_bak", "older");
+    temp.File(L"receive\\x.xml", "newest");
+    EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
+    EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "newest");
+    EXPECT_EQ(temp.Content(L"inbox\\x.xml_bak"), "older");
+    ASSERT_EQ(framework.log.size(), 1u);
+    EXPECT_EQ(framework.log[0].type, ZN_EVENTLOG_WARNING_TYPE);
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"T:\\inbox\\x.xml_bak"));
+}
+
+TEST_F(Transporter, ANewerVersionThatComesDuringADecodingIsNotDeleted) {
+    const auto encoder = AddEncoder(L".mdb", L".afz");
+    const auto received = temp.File(L"receive\\x.mdb.afz", "older");
+    encoder->onDecode = [&] {
+        EXPECT_FALSE(
+            MoveFileExW(temp.File(L"newer", "newer").c_str(), received.c_str(), MOVEFILE_REPLACE_EXISTING) &&
+            temp.Content(L"receive\\x.mdb.afz") == "older");
+        EXPECT_THROW(
+            base::File::Open(received, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING),
+            base::Error);
+    };
+    EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.mdb");
+    EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "older");
+    EXPECT_TRUE(temp.Exists(L"newer") != temp.Exists(L"receive\\x.mdb.afz"))
+        << "the newer one is in one place";
 }
 
 TEST_F(Transporter, AFileThatCannotBeDecodedStays) {

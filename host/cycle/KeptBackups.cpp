@@ -1,0 +1,69 @@
+// See KeptBackups.h.
+#include "host/cycle/KeptBackups.h"
+
+#include "base/FileSystem.h"
+#include "base/FolderTree.h"
+#include "base/Path.h"
+#include "base/RollBack.h"
+#include "base/Text.h"
+
+namespace {
+
+constexpr const wchar_t* kBackup = L"Backup";
+constexpr const wchar_t* kArrivals = L"Backup (received)";
+
+std::wstring TopFolder(const std::wstring& relativePath) {
+    return relativePath.substr(0, relativePath.find(L'\\'));
+}
+
+}  // namespace
+
+bool IsBackupPath(const std::wstring& relativePath) {
+    return base::EqualsIgnoringCase(TopFolder(relativePath), kBackup);
+}
+
+std::wstring WhyMoved(const std::wstring& subFolder) {
+    if (!base::EqualsIgnoringCase(TopFolder(subFolder), kArrivals)) return {};
+    return L"it arrived in the folder Backup, where the receive folder keeps backups";
+}
+
+// Beside the receive folder: inside it, the other side could put something there, too.
+KeptBackups::KeptBackups(const Settings& settings)
+    : m_receive(settings.receive),
+      m_backups(Path::Join(settings.receive, kBackup)),
+      m_kept(settings.receive + L".backups") {
+    if (FileSystem::FolderExists(m_kept)) PutBack();  // of a process that ended in between
+    Take();
+}
+
+/// Backups in use, or beside a folder where nothing can be created, stay: packets are received all the same.
+void KeptBackups::Take() const try {
+    if (FileSystem::FolderExists(m_backups))
+        FileSystem::MoveFile(m_backups, m_kept);
+    else
+        FileSystem::CreateFolders(m_kept);  // without backups all that arrives there is none
+} catch (const base::Error&) {
+    return;
+}
+
+KeptBackups::~KeptBackups() {
+    const base::RollBack putBack([this] { PutBack(); });
+}
+
+void KeptBackups::PutBack() {
+    if (!FileSystem::FolderExists(m_kept)) return;
+    MoveArrivals();
+    base::RemoveEmptyFolders(m_kept);
+    if (FileSystem::FolderExists(m_kept)) FileSystem::MoveFile(m_kept, m_backups);
+}
+
+/// A file of the folder's name is in its way, too.
+void KeptBackups::MoveArrivals() const {
+    const std::wstring arrivals = Path::Join(m_receive, kArrivals);
+    if (FileSystem::FileExists(m_backups)) base::MoveIntoTree(m_backups, Path::Join(arrivals, kBackup));
+    if (!FileSystem::FolderExists(m_backups)) return;
+    for (const base::TreeFile& file : base::FilesBelow(m_backups))
+        base::MoveIntoTree(Path::Join(m_backups, file.RelativePath()),
+                           Path::Join(arrivals, file.RelativePath()));
+    base::RemoveEmptyFolders(m_backups);
+}

@@ -1,0 +1,34 @@
+// The transport keeps copies of received packets in the folder Backup of the receive folder, into which the
+// other side, too, can put a folder of that name.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/settings/Settings.h"
+
+/// Whether a path below the receive folder lies in the folder of the backups, or is that folder.
+bool IsBackupPath(const std::wstring& relativePath);
+
+/// Why packets arrived in another folder than they were sent to; empty for all other folders.
+std::wstring WhyMoved(const std::wstring& subFolder);
+
+/// Keeps the backups out of the way while packets are received. Puts what arrived in their folder where it
+/// can be delivered. Throws a failure.
+class KeptBackups {
+public:
+    explicit KeptBackups(const Settings& settings);
+    KeptBackups(const KeptBackups&) = delete;
+    KeptBackups& operator=(const KeptBackups&) = delete;
+    ~KeptBackups();
+
+    void PutBack();
+
+private:
+    void Take() const;
+    void MoveArrivals() const;
+
+    const std::wstring m_receive;
+    const std::wstring m_backups;
+    const std::wstring m_kept;
+};

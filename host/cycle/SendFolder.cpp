@@ -1,0 +1,88 @@
+// See SendFolder.h.
+#include "host/cycle/SendFolder.h"
+
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/RollBack.h"
+#include "base/Text.h"
+#include "packets/EncodedName.h"
+
+namespace {
+
+/// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now is with
+/// the next run.
+void Settle(bool replaced, const std::wstring& path, const std::wstring& place) try {
+    if (replaced)
+        FileSystem::DeleteFile(path, FileSystem::ReadOnlyFiles::Delete);
+    else
+        base::MoveIntoTree(path, place);
+} catch (const base::Error&) {
+    return;
+}
+
+}  // namespace
+
+// Beside the send folder, into which the other side looks at any time.
+SendFolder::SendFolder(const Settings& settings, const PacketLedger& ledger)
+    : m_settings(settings), m_ledger(ledger), m_aside(settings.send + L".older") {
+    RecoverBackups();
+    Index();
+    RecoverAside();
+}
+
+std::wstring SendFolder::Key(const base::TreeFile& file) const {
+    return base::Upper(m_ledger.PacketIn(file).RelativePath());
+}
+
+std::wstring SendFolder::WaitingPath(const base::TreeFile& file) const {
+    return Path::Join(m_settings.send, file.RelativePath());
+}
+
+std::wstring SendFolder::AsidePath(const base::TreeFile& file) const {
+    return Path::Join(m_aside, file.RelativePath());
+}
+
+void SendFolder::Index() {
+    for (const base::TreeFile& file : base::FilesBelow(m_settings.send))
+        m_waiting[Key(file)].push_back(file);
+}
+
+/// The difference encoder keeps the version that it replaces, which must not travel beside the new one.
+/// Without a new one it is the packet.
+void SendFolder::RecoverBackups() const {
+    for (const base::TreeFile& file : base::FilesBelow(m_settings.send)) {
+        const std::wstring encoded = EncodedNameOfBackup(file.name, m_settings.xdelta.outExtension);
+        if (encoded.empty()) continue;
+        const std::wstring path = WaitingPath({file.subFolder, encoded, file.size});
+        Settle(FileSystem::FileExists(path), WaitingPath(file), path);
+    }
+}
+
+/// An encoder makes its file appear whole: what waits beside an older version is the newer one.
+void SendFolder::RecoverAside() const {
+    for (const base::TreeFile& file : base::FilesBelow(m_aside))
+        Settle(m_waiting.contains(Key(file)), AsidePath(file), WaitingPath(file));
+    base::RemoveEmptyFolders(m_aside);
+}
+
+SendFolder::OlderVersions::OlderVersions(const SendFolder& folder, const base::TreeFile& packet)
+    : m_folder(folder) {
+    const auto found = folder.m_waiting.find(base::Upper(packet.RelativePath()));
+    if (found == folder.m_waiting.end()) return;
+    base::RollBack putBack([this] { Settle(); });
+    for (const base::TreeFile& file : found->second) {
+        // The other side may have fetched it.
+        if (!FileSystem::FileExists(folder.WaitingPath(file))) continue;
+        base::MoveIntoTree(folder.WaitingPath(file), folder.AsidePath(file));
+        m_taken.push_back(file);
+    }
+    putBack.Dismiss();
+}
+
+SendFolder::OlderVersions::~OlderVersions() { Settle(); }
+
+void SendFolder::OlderVersions::Settle() const {
+    for (const base::TreeFile& file : m_taken)
+        ::Settle(m_replaced, m_folder.AsidePath(file), m_folder.WaitingPath(file));
+    if (!m_taken.empty()) base::RemoveEmptyFolders(m_folder.m_aside);
+}

@@ -1,0 +1,51 @@
+// The send folder holds one form of each packet: the newest.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "base/FolderTree.h"
+#include "host/cycle/PacketLedger.h"
+
+/// What waits in the send folder, by the packets that it holds, in whatever encoding.
+class SendFolder {
+public:
+    /// Puts right what a process left that ended in the middle.
+    SendFolder(const Settings& settings, const PacketLedger& ledger);
+
+    /// Older versions of one packet, taken out of the way of a newer one. They come back unless that is
+    /// there.
+    class OlderVersions {
+    public:
+        OlderVersions(const SendFolder& folder, const base::TreeFile& packet);
+        OlderVersions(const OlderVersions&) = delete;
+        OlderVersions& operator=(const OlderVersions&) = delete;
+        ~OlderVersions();
+
+        /// The newer one is there.
+        void Replaced() noexcept { m_replaced = true; }
+
+    private:
+        void Settle() const;
+
+        const SendFolder& m_folder;
+        std::vector<base::TreeFile> m_taken;
+        bool m_replaced = false;
+    };
+
+private:
+    using Files = std::vector<base::TreeFile>;
+
+    std::wstring Key(const base::TreeFile& file) const;
+    std::wstring WaitingPath(const base::TreeFile& file) const;
+    std::wstring AsidePath(const base::TreeFile& file) const;
+    void Index();
+    void RecoverBackups() const;
+    void RecoverAside() const;
+
+    const Settings& m_settings;
+    const PacketLedger& m_ledger;
+    const std::wstring m_aside;
+    std::map<std::wstring, Files> m_waiting;  // by packet, in capitals
+};
