@@ -5,15 +5,24 @@
 
 #include <atomic>
 
+#include "base/Console.h"
+#include "host/console/ExitCode.h"
+
 namespace {
 
 std::atomic<bool> requested = false;
 
 BOOL WINAPI Note(DWORD event) {
-    requested = true;
+    const bool again = requested.exchange(true);
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        // The work at hand may wait for somebody who never answers.
+        if (again) TerminateProcess(GetCurrentProcess(), kSomethingLeft);
+        Console::ErrorLine(L"znhost: stopping after the file at hand. Ctrl+C once more ends at once.");
+        return TRUE;
+    }
     // Windows ends the process when the handler of these events returns: the main thread needs time.
     constexpr DWORD kTimeToFinish = 20000;
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(kTimeToFinish);
+    Sleep(kTimeToFinish);
     return TRUE;
 }
 

@@ -14,6 +14,7 @@
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/SendFolder.h"
+#include "host/cycle/UnfinishedArrival.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
@@ -37,6 +38,7 @@ private:
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
+    bool RemoteSideIsThere() const;
     std::vector<base::TreeFile> OfferedFiles() const;
     void DeliverFolder(const std::wstring& subFolder);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
@@ -56,7 +58,9 @@ CycleResult Cycle::Run() {
     const std::vector<base::TreeFile> offered = OfferedFiles();
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
+    const UnfinishedArrival unfinished(m_settings);
     KeptBackups backups(m_settings);
+    unfinished.Begin();
     Hindrance failure = Transfer();
     const Hindrance notPutBack = Try([&] {
         backups.PutBack();
@@ -66,6 +70,7 @@ CycleResult Cycle::Run() {
     ReportReceiving(offered);
     if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
+    unfinished.End(!failure && RemoteSideIsThere(), m_ledger);
     // New backups must not lie where the next run takes them for packets.
     if (notPutBack)
         failure = notPutBack;
@@ -164,6 +169,11 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 }
 
 // --- Receiving --------------------------------------------------------------------------------------
+
+/// For the folder transport a folder that is not there is one without packets.
+bool Cycle::RemoteSideIsThere() const {
+    return m_settings.transport == Transport::Ftp || FileSystem::FolderExists(m_settings.remoteReceive);
+}
 
 /// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
 std::vector<base::TreeFile> Cycle::OfferedFiles() const try {

@@ -1,8 +1,11 @@
 """Packets through real FTP servers, and what goes wrong with those."""
 import os
+import signal
+import socket
+import subprocess
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD
+from ftp import CuttingProxy, FtpHostTest, PASSWORD, own_address
 from support import (Holder, Mount, WAITING, files_below, finish, run, run_on_terminal, size_of, slow, start,
                      wait_until)
 
@@ -118,6 +121,23 @@ class InterruptionTest(FtpHostTest):
         name = self.in_time(attempt)
         self.assertTrue((self.to_enterprise / name).exists())
         self.assertFalse((self.enterprise.inbox / name).exists(), "a part was delivered as a packet")
+        self.assert_next_cycle_delivers()
+
+    def test_a_second_interrupt_ends_a_run_whose_server_is_silent(self):
+        with socket.create_server((own_address(), 21)) as silent:
+            self.put(self.field, "a.mdb")
+            self.field.change("server", silent.getsockname()[0])
+            process = self.start_run(self.field)
+            connection = silent.accept()[0]
+            process.send_signal(signal.SIGINT)
+            with self.assertRaises(subprocess.TimeoutExpired):
+                process.wait(1)
+            process.send_signal(signal.SIGINT)
+            outcome = finish(process)
+            connection.close()
+        self.assertNotEqual(outcome.code, 0)
+        self.assertIn("Ctrl+C once more", outcome.errors)
+        self.field.change("server", self.server.address)
         self.assert_next_cycle_delivers()
 
     def test_the_connection_drops_at_each_step_of_a_file(self):

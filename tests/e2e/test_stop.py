@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import HostTest, files_below, finish, run_on_terminal, wait_until
+from support import HostTest, files_below, finish, run_on_terminal, size_of, wait_until
 
 COUNT = 40
 
@@ -62,3 +62,31 @@ class StopTest(HostTest):
     def test_a_killed_run_loses_nothing(self):
         self.disturbed("send", lambda: self.send_signal(signal.SIGKILL, lambda: self.arrived() >= 5))
         self.assert_next_cycle_delivers()
+
+    def test_a_part_that_a_killed_run_received_is_not_delivered(self):
+        def attempt(load):
+            packet = self.put(self.field, f"large{load}.mdb", content=os.urandom(30_000_000) * load,
+                              folder=self.to_enterprise)
+            process = self.start_run(self.enterprise)
+            part = self.enterprise.receive / packet.name
+            wait_until(lambda: size_of(part) > 1_000_000, process)
+            process.kill()
+            process.wait()
+            return packet.exists() and size_of(part) < size_of(packet) and packet.name
+
+        name = self.in_time(attempt)
+        away = self.to_enterprise.rename(self.scratch / "unreachable")
+        self.to_enterprise.write_bytes(b"a file")
+        self.assert_run(self.enterprise, 1, {("in", name): "not delivered"})
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        self.to_enterprise.unlink()
+        away.rename(self.to_enterprise)
+        self.assert_run(self.enterprise, 0, {("in", name): "delivered"})
+        self.assert_delivered()
+
+    def test_a_whole_packet_that_a_killed_run_received_is_delivered_later(self):
+        self.put(self.field, "a.mdb", folder=self.enterprise.receive)
+        self.enterprise.receive.with_name("receive.receiving").write_bytes(b"")
+        os.utime(self.enterprise.receive.with_name("receive.receiving"), (0, 0))
+        self.assert_run(self.enterprise, 0, {("in", "a.mdb"): "delivered"})
+        self.assert_delivered()

@@ -1,0 +1,68 @@
+// See UnfinishedArrival.h.
+#include "host/cycle/UnfinishedArrival.h"
+
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+
+namespace {
+
+/// Units of 100 ns, as in FILETIME; nothing when there is no such file.
+std::optional<std::uint64_t> LastWrite(const std::wstring& path) {
+    const auto version = FileSystem::VersionOf(path);
+    return version ? std::optional(version->lastWrite) : std::nullopt;
+}
+
+/// Some file systems keep times in steps of two seconds.
+constexpr std::uint64_t kCoarsestTime = 20'000'000;
+
+}  // namespace
+
+// Both beside the receive folder, whose files are packets.
+UnfinishedArrival::UnfinishedArrival(const Settings& settings)
+    : m_receive(settings.receive),
+      m_aside(settings.receive + L".unfinished"),
+      m_mark(settings.receive + L".receiving") {
+    if (FileSystem::FileExists(m_mark)) TakeNewest();
+}
+
+/// Packets are received one after the other: only the last one can be a part.
+void UnfinishedArrival::TakeNewest() const {
+    std::uint64_t newest = LastWrite(m_mark).value_or(0) - kCoarsestTime;
+    std::optional<base::TreeFile> unfinished;
+    for (const base::TreeFile& file : base::FilesBelow(m_receive)) {
+        const std::uint64_t written = LastWrite(Path::Join(m_receive, file.RelativePath())).value_or(0);
+        if (written < newest) continue;
+        newest = written;
+        unfinished = file;
+    }
+    if (unfinished)
+        base::MoveIntoTree(Path::Join(m_receive, unfinished->RelativePath()),
+                           Path::Join(m_aside, unfinished->RelativePath()));
+    FileSystem::TryDelete(m_mark);
+}
+
+void UnfinishedArrival::Begin() const { base::File::Open(m_mark, GENERIC_WRITE, 0, CREATE_ALWAYS); }
+
+void UnfinishedArrival::End(bool received, PacketLedger& ledger) const {
+    FileSystem::TryDelete(m_mark);
+    for (const base::TreeFile& file : base::FilesBelow(m_aside)) {
+        if (received)
+            PutBack(file);
+        else
+            ledger.ReportTravelling(
+                Direction::In, file, PacketState::NotDelivered,
+                L"a run ended while it was received; whether it is whole is known when the "
+                L"remote side can be reached");
+    }
+    base::RemoveEmptyFolders(m_aside);
+}
+
+void UnfinishedArrival::PutBack(const base::TreeFile& file) const {
+    const std::wstring aside = Path::Join(m_aside, file.RelativePath());
+    const std::wstring place = Path::Join(m_receive, file.RelativePath());
+    if (FileSystem::FileExists(place))
+        FileSystem::DeleteFile(aside, FileSystem::ReadOnlyFiles::Delete);
+    else
+        base::MoveIntoTree(aside, place);
+}

@@ -1,0 +1,29 @@
+// A process that ends while packets are received can leave a part of one under its name. Its source is still
+// at the remote side then; but it looks like a packet, and a whole one looks no different.
+#pragma once
+
+#include <string>
+
+#include "host/cycle/PacketLedger.h"
+
+/// Takes the file that was received last out of the receive folder when a run ended while packets were
+/// received. It comes back when a later transfer, which reached the remote side, has not brought it anew.
+/// Throws a failure.
+class UnfinishedArrival {
+public:
+    /// What an earlier run left is taken out now.
+    explicit UnfinishedArrival(const Settings& settings);
+
+    /// Packets are about to be received.
+    void Begin() const;
+    /// They were, or were not. Reports what is still not known to be whole.
+    void End(bool received, PacketLedger& ledger) const;
+
+private:
+    void TakeNewest() const;
+    void PutBack(const base::TreeFile& file) const;
+
+    const std::wstring m_receive;
+    const std::wstring m_aside;
+    const std::wstring m_mark;  ///< a file that exists while packets are received
+};
