@@ -10,7 +10,7 @@ namespace companions::zip {
 
 class ArchiveReader {
 public:
-    /// Reads the central directory. The caller keeps the source. Throws FormatError.
+    /// Reads and checks all headers. The caller keeps the source. Throws FormatError.
     explicit ArchiveReader(const base::ByteSource& source);
 
     /// In the order of the directory.
@@ -20,8 +20,6 @@ public:
     void Extract(const Entry& entry, base::ByteSink& sink) const;
 
 private:
-    std::uint64_t ContentOffset(const Entry& entry) const;
-
     const base::ByteSource& m_source;
     std::vector<Entry> m_entries;
 };

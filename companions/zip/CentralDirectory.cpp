@@ -1,37 +1,21 @@
 // See CentralDirectory.h.
 #include "companions/zip/CentralDirectory.h"
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <optional>
-#include <string>
+#include <functional>
+#include <numeric>
 
-#include "base/Utf8.h"
-#include "companions/support/Fields.h"
-#include "companions/zip/DosTime.h"
-#include "companions/zip/Names.h"
+#include "companions/zip/LocalHeader.h"
 
 namespace companions::zip {
 
-using base::Bytes;
 using base::FileTime;
 
 namespace {
 
-/// A central directory file header, before it is understood.
-struct CentralHeader {
-    std::uint16_t madeBy = 0;
-    std::uint16_t flags = 0;
-    std::uint16_t method = 0;
-    DosTime time;
-    std::uint32_t crc = 0;
-    std::uint64_t compressedSize = 0;
-    std::uint64_t size = 0;
+struct CentralHeader : FileHeader {
     std::uint32_t attributes = 0;
     std::uint64_t headerOffset = 0;
-    Bytes name;
-    Bytes extras;
 };
 
 CentralHeader ReadHeader(FieldReader& reader) {
@@ -39,36 +23,15 @@ CentralHeader ReadHeader(FieldReader& reader) {
     CentralHeader header;
     header.madeBy = reader.U16();
     reader.U16();  // version needed
-    header.flags = reader.U16();
-    header.method = reader.U16();
-    header.time.time = reader.U16();
-    header.time.date = reader.U16();
-    header.crc = reader.U32();
-    header.compressedSize = reader.U32();
-    header.size = reader.U32();
-    const std::size_t nameSize = reader.U16();
-    const std::size_t extrasSize = reader.U16();
+    ReadCommon(reader, header);
     const std::size_t commentSize = reader.U16();
     reader.Skip(2 * sizeof(std::uint16_t));  // disk, internal attributes
     header.attributes = reader.U32();
     header.headerOffset = reader.U32();
-    header.name = reader.Bytes(nameSize);
-    header.extras = reader.Bytes(extrasSize);
+    header.name = reader.Bytes(header.nameSize);
+    header.extras = reader.Bytes(header.extrasSize);
     reader.Skip(commentSize);
     return header;
-}
-
-/// An extra field that is there; others than the asked one may be damaged without harm.
-std::optional<FieldReader> FindExtra(Bytes extras, std::uint16_t wanted) {
-    FieldReader reader(extras);
-    while (reader.Left() >= 2 * sizeof(std::uint16_t)) {
-        const std::uint16_t id = reader.U16();
-        const std::size_t size = reader.U16();
-        if (size > reader.Left()) return {};
-        const auto content = reader.Bytes(size);
-        if (id == wanted) return FieldReader(content);
-    }
-    return {};
 }
 
 /// The extra field holds the values of those fields alone that say so, in this order.
@@ -86,32 +49,6 @@ FileTime TimeOf(const CentralHeader& header) {
     return FileTime(std::chrono::seconds(static_cast<std::int32_t>(exact->U32())));
 }
 
-bool IsFromUnix(const CentralHeader& header) {
-    constexpr unsigned kUnix = 3;
-    constexpr unsigned kDarwin = 19;
-    const unsigned system = header.madeBy >> 8;
-    return system == kUnix || system == kDarwin;
-}
-
-/// The name in UTF-8 beside one in another character set; nothing when it belongs to another name than that.
-std::optional<std::string> UnicodePath(const CentralHeader& header) {
-    constexpr std::size_t kVersionAndCrc = 5;
-    std::optional<FieldReader> field = FindExtra(header.extras, extra::kUnicodePath);
-    if (!field || field->Left() < kVersionAndCrc || field->Bytes(1)[0] != 1) return {};
-    // Programs that know nothing of the field may have renamed the entry.
-    if (field->U32() != crc32(0, header.name.data(), static_cast<uInt>(header.name.size()))) return {};
-    const Bytes name = field->Bytes(field->Left());
-    return std::string(name.begin(), name.end());
-}
-
-std::string NameOf(const CentralHeader& header) {
-    std::string name(header.name.begin(), header.name.end());
-    if ((header.flags & flag::kUtf8) != 0) return name;
-    if (const auto unicode = UnicodePath(header)) return *unicode;
-    // Where file names are UTF-8 anyway, programs leave the mark out.
-    return IsFromUnix(header) && base::DecodedUtf8(name) ? name : FromCodePage437(name);
-}
-
 bool IsLink(const CentralHeader& header) {
     constexpr std::uint32_t kTypeMask = 0170000;
     constexpr std::uint32_t kLink = 0120000;
@@ -119,8 +56,7 @@ bool IsLink(const CentralHeader& header) {
 }
 
 void CheckExtractable(const CentralHeader& header, const Entry& entry) {
-    constexpr std::uint16_t kEncryptions = flag::kEncrypted | flag::kStronglyEncrypted | flag::kMaskedHeaders;
-    if ((header.flags & kEncryptions) != 0)
+    if ((header.flags & flag::kEncryptions) != 0)
         throw FormatError(entry.name + " is encrypted; ask for an archive without a password");
     if ((header.flags & flag::kPatch) != 0 ||
         (entry.method != Method::Stored && entry.method != Method::Deflated))
@@ -131,8 +67,7 @@ void CheckExtractable(const CentralHeader& header, const Entry& entry) {
     if (IsLink(header)) throw FormatError(entry.name + " is a link; ask for an archive of files");
 }
 
-Entry ToEntry(CentralHeader header) {
-    Widen(header);
+Entry ToEntry(const CentralHeader& header) {
     Entry entry;
     entry.name = NameOf(header);
     entry.time = TimeOf(header);
@@ -145,22 +80,22 @@ Entry ToEntry(CentralHeader header) {
     return entry;
 }
 
-/// Entries that share their bytes make a small archive grow without limit.
-void CheckOverlaps(const std::vector<Entry>& entries, std::uint64_t end) {
-    std::vector<const Entry*> order;
-    order.reserve(entries.size());
-    for (const Entry& entry : entries)
-        order.push_back(&entry);
-    std::ranges::sort(order, {}, &Entry::headerOffset);
-    std::uint64_t next = end;
-    for (std::size_t i = order.size(); i-- > 0;) {
-        const Entry& entry = *order[i];
-        const std::uint64_t header = kLocalHeaderSize;
-        if (entry.headerOffset > next || next - entry.headerOffset < header ||
-            entry.compressedSize > next - entry.headerOffset - header)
-            throw FormatError(entry.name + " overlaps another part of the archive");
-        next = entry.headerOffset;
+/// From the last to the first: entries that share their bytes make a small archive grow without limit.
+void FindContents(const base::ByteSource& source, const std::vector<CentralHeader>& headers,
+                  std::vector<Entry>& entries, std::uint64_t end) {
+    std::vector<std::size_t> order(entries.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::ranges::sort(order, std::ranges::greater(), [&](std::size_t i) { return entries[i].headerOffset; });
+    for (const std::size_t i : order) {
+        entries[i].contentOffset = FindContent(source, entries[i], headers[i], end);
+        end = entries[i].headerOffset;
     }
+}
+
+/// What may follow the last header is something else, such as a signature.
+void CheckEnd(FieldReader reader) {
+    if (reader.Left() >= sizeof signature::kCentralHeader && reader.U32() == signature::kCentralHeader)
+        throw FormatError("its directory has more members than its end record tells");
 }
 
 }  // namespace
@@ -168,10 +103,14 @@ void CheckOverlaps(const std::vector<Entry>& entries, std::uint64_t end) {
 std::vector<Entry> ReadCentralDirectory(const base::ByteSource& source, const Extent& directory) {
     const auto bytes = ReadRecord(source, directory.offset, static_cast<std::size_t>(directory.size));
     FieldReader reader(bytes);
+    std::vector<CentralHeader> headers;
     std::vector<Entry> entries;
-    for (std::uint64_t i = 0; i < directory.entries; ++i)
-        entries.push_back(ToEntry(ReadHeader(reader)));
-    CheckOverlaps(entries, directory.offset);
+    for (std::uint64_t i = 0; i < directory.entries; ++i) {
+        Widen(headers.emplace_back(ReadHeader(reader)));
+        entries.push_back(ToEntry(headers.back()));
+    }
+    CheckEnd(reader);
+    FindContents(source, headers, entries, directory.offset);
     return entries;
 }
 

@@ -8,7 +8,8 @@
 
 namespace companions::zip {
 
-/// Throws FormatError for entries that cannot be extracted: encrypted, of an unknown method, links.
+/// Throws FormatError for entries that cannot be extracted: encrypted, of an unknown method, links, and those
+/// whose local header contradicts the directory.
 std::vector<Entry> ReadCentralDirectory(const base::ByteSource& source, const Extent& directory);
 
 }  // namespace companions::zip

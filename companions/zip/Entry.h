@@ -20,6 +20,7 @@ struct Entry {
     std::uint64_t compressedSize = 0;  ///< bytes in the archive
     std::uint64_t size = 0;            ///< bytes of the file
     std::uint64_t headerOffset = 0;    ///< where the local file header begins
+    std::uint64_t contentOffset = 0;   ///< where the compressed bytes begin; readers alone know it
 
     bool IsFolder() const { return name.ends_with('/'); }
 };
@@ -34,10 +35,12 @@ constexpr std::uint32_t kLocator64 = 0x07064B50;
 
 namespace flag {
 constexpr std::uint16_t kEncrypted = 1U << 0;
+constexpr std::uint16_t kDescriptor = 1U << 3;  // checksum and sizes follow the content
 constexpr std::uint16_t kPatch = 1U << 5;
 constexpr std::uint16_t kStronglyEncrypted = 1U << 6;
 constexpr std::uint16_t kUtf8 = 1U << 11;
 constexpr std::uint16_t kMaskedHeaders = 1U << 13;
+constexpr std::uint16_t kEncryptions = kEncrypted | kStronglyEncrypted | kMaskedHeaders;
 }  // namespace flag
 
 namespace extra {

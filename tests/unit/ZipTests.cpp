@@ -74,26 +74,58 @@ TEST(Zip, NoDamageGoesUnnoticed) {
     const std::string archive = Archive({content});
     for (std::size_t i = 0; i < archive.size(); ++i) {
         EXPECT_THROW(Extracted(archive.substr(0, i)), FormatError) << i;
-        std::string damaged = archive;
-        damaged[i] ^= 0x5A;
-        const base::MemorySource source = SourceOf(damaged);
-        try {
-            const ArchiveReader reader(source);
-            base::MemorySink sink;
-            for (const Entry& entry : reader.Entries())
-                reader.Extract(entry, sink);
-            EXPECT_TRUE(ContentOf(sink) == content) << "byte " << i;
-        } catch (const FormatError&) {
+        for (const int bits : {0x5A, 1, 0x20}) {
+            std::string damaged = archive;
+            damaged[i] = static_cast<char>(damaged[i] ^ bits);
+            const base::MemorySource source = SourceOf(damaged);
+            try {
+                const ArchiveReader reader(source);
+                base::MemorySink sink;
+                for (const Entry& entry : reader.Entries()) {
+                    EXPECT_EQ(entry.name, "0") << "byte " << i;
+                    reader.Extract(entry, sink);
+                }
+                EXPECT_TRUE(ContentOf(sink) == content) << "byte " << i;
+            } catch (const FormatError&) {
+            }
         }
     }
 }
 
-/// An archive whose central directory, which holds so many entries, begins behind a local file header.
-FieldWriter WithDirectory(base::Bytes directory, std::uint16_t entries) {
-    FieldWriter archive;
-    archive.Text(std::string(kLocalHeaderSize, '\0')).Bytes(directory).U32(signature::kEnd).U32(0);
-    archive.U16(entries).U16(entries).U32(directory.size()).U32(kLocalHeaderSize).U16(0);
+/// What both headers of a member tell; it has four bytes of content.
+struct Header {
+    std::uint16_t flags = 0;
+    std::uint16_t method = 0;
+    std::uint32_t crc = 1;
+    std::uint32_t compressedSize = 4;
+    std::uint32_t size = 4;
+    std::string name = "a";
+    FieldWriter extras = {};
+};
+
+void Append(FieldWriter& record, const Header& header) {
+    record.U16(20).U16(header.flags).U16(header.method).U32(0).U32(header.crc);
+    record.U32(header.compressedSize).U32(header.size).U16(header.name.size());
+    record.U16(header.extras.Written().size());
+}
+
+/// An archive of members that lie before its directory, which holds so many entries.
+FieldWriter WithDirectory(const FieldWriter& members, base::Bytes directory, std::uint16_t entries) {
+    FieldWriter archive = members;
+    archive.Bytes(directory).U32(signature::kEnd).U32(0).U16(entries).U16(entries);
+    archive.U32(directory.size()).U32(members.Written().size()).U16(0);
     return archive;
+}
+
+/// madeBy: 0x0300 on Unix.
+FieldWriter ArchiveOf(const Header& local, const Header& central, std::uint16_t madeBy = 0) {
+    FieldWriter member;
+    Append(member.U32(signature::kLocalHeader), local);
+    member.Text(local.name).Bytes(local.extras.Written()).Text("four");
+    FieldWriter directory;
+    Append(directory.U32(signature::kCentralHeader).U16(madeBy), central);
+    directory.U16(0).U32(0).U32(0).U32(0).Text(central.name).Bytes(central.extras.Written());
+    return WithDirectory(member, directory.Written(), 1);
 }
 
 std::vector<Entry> Entries(const FieldWriter& archive) {
@@ -101,18 +133,19 @@ std::vector<Entry> Entries(const FieldWriter& archive) {
     return ArchiveReader(source).Entries();
 }
 
-TEST(Zip, RefusesACentralDirectoryLargerThanItsEntries) {
-    EXPECT_THROW(Entries(WithDirectory(std::vector<std::uint8_t>(kLongestCentralHeader), 0)), FormatError);
+TEST(Zip, RefusesADirectoryOfAnotherSizeThanItsEntries) {
+    const FieldWriter member = FieldWriter().Text(std::string(kLocalHeaderSize, '\0'));
+    EXPECT_THROW(Entries(WithDirectory(member, std::vector<std::uint8_t>(kLongestCentralHeader), 0)),
+                 FormatError);
+    FieldWriter header;
+    header.U32(signature::kCentralHeader).Text(std::string(kCentralHeaderSize - 4, '\0'));
+    EXPECT_THROW(Entries(WithDirectory(member, header.Written(), 0)), FormatError);
 }
 
-/// madeBy: 0x0300 on Unix.
 std::string NameOf(std::uint16_t madeBy, std::uint16_t flags, const std::string& name,
                    const FieldWriter& extras = {}) {
-    FieldWriter header;
-    header.U32(signature::kCentralHeader).U16(madeBy).U16(20).U16(flags).U16(0).U32(0);
-    header.U32(0).U32(0).U32(0).U16(name.size()).U16(extras.Written().size());
-    header.U16(0).U16(0).U16(0).U32(0).U32(0).Text(name).Bytes(extras.Written());
-    return Entries(WithDirectory(header.Written(), 1)).at(0).name;
+    const Header header{.flags = flags, .name = name, .extras = extras};
+    return Entries(ArchiveOf(header, header, madeBy)).at(0).name;
 }
 
 FieldWriter UnicodePath(const std::string& replaced, const std::string& name, std::uint8_t version = 1) {
@@ -135,6 +168,34 @@ TEST(Zip, NamesAreInOneOfThreeCharacterSets) {
     EXPECT_EQ(NameOf(0, 0, ibm, UnicodePath(ibm, "x", 2)), utf8) << "a field of another version";
     for (const std::uint64_t size : {4U, 9U})
         EXPECT_EQ(NameOf(0, 0, ibm, FieldWriter().U16(extra::kUnicodePath).U16(size).U32(1)), utf8);
+}
+
+FieldWriter WideSizes(std::uint64_t size) {
+    return FieldWriter().U16(extra::kZip64).U16(16).U64(size).U64(size);
+}
+
+TEST(Zip, RefusesHeadersThatContradictEachOther) {
+    const FieldWriter unicode = UnicodePath("a", "\u6F22");
+    const Header central{.extras = unicode};
+    const auto accepts = [&](const Header& local) {
+        return Entries(ArchiveOf(local, central)).at(0).name == "\u6F22";
+    };
+    for (const Header& local :
+         {Header(central), Header(),
+          Header{.flags = flag::kDescriptor, .crc = 0, .compressedSize = 0, .size = 0},
+          Header{.compressedSize = kSeeWider32, .size = kSeeWider32, .extras = WideSizes(4)},
+          Header{.flags = flag::kDescriptor,
+          .crc = 0,
+          .compressedSize = kSeeWider32,
+          .size = kSeeWider32,
+          .extras = WideSizes(0)}})
+        EXPECT_TRUE(accepts(local)) << "other programs write this";
+    for (const Header& local :
+         {Header{.name = "b"}, Header{.extras = UnicodePath("a", "b")}, Header{.method = 8}, Header{.crc = 0},
+          Header{.flags = flag::kUtf8}, Header{.flags = flag::kEncrypted}, Header{.size = 5},
+          Header{.size = 0}, Header{.compressedSize = 3}, Header{.flags = flag::kDescriptor, .size = 5},
+          Header{.compressedSize = kSeeWider32, .size = kSeeWider32, .extras = WideSizes(5)}})
+        EXPECT_THROW(accepts(local), FormatError);
 }
 
 TEST(Zip, TimesOfTheFormatAreEvenAndLimited) {
