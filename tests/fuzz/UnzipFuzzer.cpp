@@ -1,7 +1,7 @@
 // Whatever an archive says, nothing lands outside of the folder, and no file is longer than announced.
 #include "companions/support/Fields.h"
 #include "companions/zip/ArchiveReader.h"
-#include "companions/zip/Extraction.h"
+#include "companions/zip/PacketArchive.h"
 #include "tests/fuzz/BoundedSink.h"
 
 using namespace companions;
@@ -24,9 +24,10 @@ void Extract(const zip::ArchiveReader& reader, const zip::Target& target) try {
 } catch (const FormatError&) {
 }
 
+std::wstring Same(std::wstring_view path) { return std::wstring(path); }
+
 void ExtractAll(const zip::ArchiveReader& reader, zip::Paths paths) try {
-    const auto same = [](std::wstring_view path) { return std::wstring(path); };
-    for (const zip::Target& target : zip::PlanExtraction(reader.Entries(), paths, same))
+    for (const zip::Target& target : zip::PlanExtraction(reader.Entries(), paths, &Same))
         Extract(reader, target);
 } catch (const FormatError&) {
 }
@@ -35,6 +36,7 @@ void ExtractAll(const zip::ArchiveReader& reader, zip::Paths paths) try {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) try {
     const base::MemorySource source({data, size});
+    zip::PacketObjection(source, L"a.mdb", &Same);
     const zip::ArchiveReader reader(source);
     ExtractAll(reader, zip::Paths::Keep);
     ExtractAll(reader, zip::Paths::Junk);

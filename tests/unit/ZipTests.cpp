@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <cwctype>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "companions/zip/ArchiveWriter.h"
 #include "companions/zip/DosTime.h"
 #include "companions/zip/Extraction.h"
+#include "companions/zip/PacketArchive.h"
 #include "tests/unit/Content.h"
 
 using namespace companions::zip;
@@ -196,6 +198,37 @@ TEST(Zip, RefusesHeadersThatContradictEachOther) {
           Header{.size = 0}, Header{.compressedSize = 3}, Header{.flags = flag::kDescriptor, .size = 5},
           Header{.compressedSize = kSeeWider32, .size = kSeeWider32, .extras = WideSizes(5)}})
         EXPECT_THROW(accepts(local), FormatError);
+}
+
+std::wstring Upper(std::wstring_view text) {
+    std::wstring upper(text);
+    for (wchar_t& character : upper)
+        character = static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(character)));
+    return upper;
+}
+
+TEST(Zip, AnArchiveOfAPacketHoldsNothingElse) {
+    const auto objection = [](const std::vector<std::string>& names) {
+        base::MemorySink out;
+        ArchiveWriter writer(out, 0);
+        for (const std::string& name : names)
+            writer.Add(name, SourceOf(""), kTime);
+        writer.Finish();
+        return PacketObjection(base::MemorySource(out.Written()), L"\u00D6.mdb", &Upper).value_or(L"");
+    };
+    for (const char* name : {"\u00D6.mdb", "\u00D6.MDB", "sub/\u00D6.mdb"})
+        EXPECT_EQ(objection({name}), L"");
+    for (const auto& [names, other] : {std::pair(std::vector<std::string>(), L"0 members"),
+                                       {{"\u00D6.mdb", "other.mdb"}, L"2 members"},
+                                       {{"sub/", "\u00D6.mdb"}, L"2 members"},
+                                       {{"other.mdb"}, L"other.mdb"},
+                                       {{"\u00D6.mdb/"}, L"the folder \u00D6.mdb/"}})
+        EXPECT_EQ(objection(names), L"The archive holds " + std::wstring(other) +
+                                        L" in the place of \u00D6.mdb; ask its sender for an archive of "
+                                        L"\u00D6.mdb alone.");
+    EXPECT_EQ(objection({"nul"}), L"The archive cannot be extracted: nul has the name of a device.");
+    EXPECT_EQ(PacketObjection(SourceOf("x"), L"x", &Upper),
+              L"The archive cannot be extracted: it is no zip archive, or its end is missing.");
 }
 
 TEST(Zip, TimesOfTheFormatAreEvenAndLimited) {
