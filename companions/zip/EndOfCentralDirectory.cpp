@@ -15,7 +15,8 @@ using base::ByteSource;
 
 namespace {
 
-constexpr std::size_t kLongestComment = 0xFFFF;
+/// As far from the end of the file as other programs search: a comment and other bytes may follow the record.
+constexpr std::size_t kSearched = 66'000;
 
 /// The end of central directory record, and where it stands.
 struct End {
@@ -28,25 +29,34 @@ struct End {
     throw FormatError("it is a part of an archive in several files; join them first");
 }
 
-/// Whether an end of central directory record with a comment up to the end of the file stands here.
-bool IsEnd(Bytes bytes) {
+/// The size of the comment behind an end of central directory record; nothing when none stands here.
+std::optional<std::size_t> CommentSize(Bytes bytes) {
     FieldReader reader(bytes);
-    if (reader.U32() != signature::kEnd) return false;
+    if (reader.U32() != signature::kEnd) return {};
     constexpr std::size_t kUpToCommentSize = 16;
     reader.Skip(kUpToCommentSize);
-    return reader.U16() == reader.Left();
+    return reader.U16();
 }
 
-/// The record has no fixed place: a comment of any text follows it.
+/// The record has no fixed place, and its comment may hold any text, such as another record: the one whose
+/// comment ends with the file is it. Without such a one something was appended to the archive, and the last
+/// is it.
 std::size_t FindEnd(Bytes tail) {
-    for (std::size_t size = kEndSize; size <= tail.size(); ++size)
-        if (IsEnd(tail.last(size))) return tail.size() - size;
+    std::optional<std::size_t> last;
+    for (std::size_t size = kEndSize; size <= tail.size(); ++size) {
+        const std::optional<std::size_t> comment = CommentSize(tail.last(size));
+        if (!comment || *comment > size - kEndSize) continue;
+        const std::size_t start = tail.size() - size;
+        if (*comment == size - kEndSize) return start;
+        if (!last) last = start;
+    }
+    if (last) return *last;
     throw FormatError("it is no zip archive, or its end is missing");
 }
 
 End ReadEnd(const ByteSource& source) {
     const std::uint64_t size = source.Size();
-    const auto tailSize = static_cast<std::size_t>(std::min<std::uint64_t>(size, kEndSize + kLongestComment));
+    const auto tailSize = static_cast<std::size_t>(std::min<std::uint64_t>(size, kSearched));
     const auto tail = ReadRecord(source, size - tailSize, tailSize);
     const std::size_t start = FindEnd(tail);
 

@@ -156,6 +156,13 @@ class UnzipReadsTest(ZipTest):
         self.unpack()
         self.assertEqual(target.read_bytes(), b"new")
 
+    def test_other_bytes_behind_an_archive(self):
+        self.pack(self.put("a.mdb", b"a"))
+        with self.archive.open("ab") as archive:
+            archive.write(b"\r\n" + bytes(1000))
+        self.unpack()
+        self.assertEqual((self.target / "a.mdb").read_bytes(), b"a")
+
     def test_folders_that_are_missing(self):
         self.pack(self.put("a.mdb", b"a"))
         self.unpack(target=windows(self.target / "new") + "\\")
@@ -192,6 +199,8 @@ class MaliciousArchiveTest(ZipTest):
         self.assert_refused("link.mdb is a link")
         self.write("a/x.mdb", "b/X.MDB")
         self.assert_refused("same name", switches="-oj")
+        self.write("good.mdb", change=lambda data: b"food.mdb".join(data.rsplit(b"good.mdb", 1)))
+        self.assert_refused("food.mdb has two headers that contradict each other")
         encrypted = self.scratch / "encrypted.zip"
         tool("zip", "-qjP", "password", encrypted, self.put("a.mdb", b"secret"))
         encrypted.rename(self.archive)

@@ -200,6 +200,19 @@ TEST(Zip, RefusesHeadersThatContradictEachOther) {
         EXPECT_THROW(accepts(local), FormatError);
 }
 
+TEST(Zip, ReadsAnArchiveThatOtherBytesFollow) {
+    const std::vector<std::string> contents = {Rows(3'000), "x"};
+    const std::string archive = Archive(contents);
+    std::string commented = archive;
+    commented[archive.size() - 2] = 100;
+    commented += archive.substr(archive.size() - kEndSize) + std::string(100 - kEndSize, 'c');
+    for (const std::string& whole : {archive, commented})
+        for (const std::size_t size : {0U, 1U, 2U, 65'000U})
+            EXPECT_TRUE(Extracted(whole + Noise(size)) == contents) << size;
+    EXPECT_THROW(Extracted(commented.substr(0, archive.size() + 10)), FormatError);
+    EXPECT_THROW(Extracted(archive + Noise(66'000)), FormatError);
+}
+
 std::wstring Upper(std::wstring_view text) {
     std::wstring upper(text);
     for (wchar_t& character : upper)
