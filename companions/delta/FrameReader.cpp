@@ -26,15 +26,29 @@ std::vector<std::uint8_t> Decompressed(const std::vector<std::uint8_t>& compress
 }  // namespace
 
 bool FrameReader::Next(Frame& frame) {
+    const auto parts = TakeParts();
+    if (!parts) return false;
+    frame.instructions = TakePart(parts->instructions);
+    frame.literals = TakePart(parts->literals);
+    return true;
+}
+
+bool FrameReader::NextInstructions(std::vector<std::uint8_t>& instructions) {
+    const auto parts = TakeParts();
+    if (!parts) return false;
+    instructions = TakePart(parts->instructions);
+    Skip(parts->literals.compressedSize);
+    return true;
+}
+
+/// None after the last frame.
+std::optional<FrameReader::Parts> FrameReader::TakeParts() {
     const Part instructions = TakeSizes(kMostInstructions);
     if (instructions.size == 0) {
         if (m_next != m_end) throw DamagedDelta("is damaged: something follows its end");
-        return false;
+        return std::nullopt;
     }
-    const Part literals = TakeSizes(kMostLiterals);
-    frame.instructions = TakePart(instructions);
-    frame.literals = TakePart(literals);
-    return true;
+    return Parts{instructions, TakeSizes(kMostLiterals)};
 }
 
 /// The compressed size is there only where there is something to decompress.
@@ -63,11 +77,16 @@ std::uint64_t FrameReader::TakeNumber() {
 }
 
 std::vector<std::uint8_t> FrameReader::Take(std::uint64_t size) {
-    if (size > m_end - m_next) throw DamagedDelta("is damaged: it ends too early");
+    const std::uint64_t offset = m_next;
+    Skip(size);
     std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
-    if (m_delta.ReadAt(m_next, bytes) != bytes.size()) throw DamagedDelta("became shorter while it was read");
-    m_next += size;
+    if (m_delta.ReadAt(offset, bytes) != bytes.size()) throw DamagedDelta("became shorter while it was read");
     return bytes;
+}
+
+void FrameReader::Skip(std::uint64_t size) {
+    if (size > m_end - m_next) throw DamagedDelta("is damaged: it ends too early");
+    m_next += size;
 }
 
 }  // namespace companions::delta

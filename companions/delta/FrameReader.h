@@ -1,6 +1,7 @@
 // Decompresses the frames of a delta.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "companions/delta/Format.h"
@@ -20,17 +21,25 @@ public:
 
     /// False after the last frame. Throws DamagedDelta.
     bool Next(Frame& frame);
+    /// The same without the literals, which are not read.
+    bool NextInstructions(std::vector<std::uint8_t>& instructions);
 
 private:
     struct Part {
         std::size_t size = 0;
         std::size_t compressedSize = 0;
     };
+    struct Parts {
+        Part instructions;
+        Part literals;
+    };
 
     std::uint64_t TakeNumber();
+    std::optional<Parts> TakeParts();
     Part TakeSizes(std::size_t most);
     std::vector<std::uint8_t> TakePart(Part part);
     std::vector<std::uint8_t> Take(std::uint64_t size);
+    void Skip(std::uint64_t size);
 
     const base::ByteSource& m_delta;
     std::uint64_t m_next;

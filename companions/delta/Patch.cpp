@@ -15,24 +15,36 @@ using base::ByteSource;
 
 namespace {
 
-/// Writes in large pieces, never more than the delta promised.
-class Output {
+/// Counts down the bytes that the delta says it makes.
+class Announced {
 public:
-    Output(ByteSink& sink, std::uint64_t size) : m_sink(sink), m_left(size) {}
+    explicit Announced(std::uint64_t size) : m_left(size) {}
 
-    void CheckRoom(std::uint64_t size) const {
+    void Take(std::uint64_t size) {
         if (size > m_left) throw DamagedDelta("is damaged: it makes a larger file than it says");
+        m_left -= size;
+    }
+    void Finish() const {
+        if (m_left != 0) throw DamagedDelta("is damaged: it makes a smaller file than it says");
     }
 
+private:
+    std::uint64_t m_left;
+};
+
+/// Writes in large pieces.
+class Output {
+public:
+    Output(ByteSink& sink, std::uint64_t size) : m_sink(sink), m_announced(size) {}
+
     void Write(Bytes bytes) {
-        CheckRoom(bytes.size());
-        m_left -= bytes.size();
+        m_announced.Take(bytes.size());
         if (m_buffer.size() + bytes.size() > kBuffer) Flush();
         m_buffer.insert(m_buffer.end(), bytes.begin(), bytes.end());
     }
 
     Digest Finish() {
-        if (m_left != 0) throw DamagedDelta("is damaged: it makes a smaller file than it says");
+        m_announced.Finish();
         Flush();
         return m_hasher.Result();
     }
@@ -47,10 +59,30 @@ private:
     }
 
     ByteSink& m_sink;
-    std::uint64_t m_left;
+    Announced m_announced;
     Hasher m_hasher;
     std::vector<std::uint8_t> m_buffer;
 };
+
+struct Instruction {
+    std::uint64_t literals = 0;
+    std::uint64_t length = 0;  // of the copy
+    std::uint64_t distance = 0;
+};
+
+std::uint64_t TakeNumber(Bytes& instructions) {
+    const auto number = TakeVarint(instructions);
+    if (!number) throw DamagedDelta("is damaged: it has an incomplete instruction");
+    return *number;
+}
+
+Instruction TakeInstruction(Bytes& instructions) {
+    Instruction instruction;
+    instruction.literals = TakeNumber(instructions);
+    instruction.length = TakeNumber(instructions);
+    if (instruction.length != 0) instruction.distance = FromZigZag(TakeNumber(instructions));
+    return instruction;
+}
 
 /// Carries out instructions. Lengths and offsets are checked before anything is done with them.
 class Interpreter {
@@ -61,20 +93,14 @@ public:
         Bytes instructions = frame.instructions;
         Bytes literals = frame.literals;
         while (!instructions.empty()) {
-            Add(literals, TakeNumber(instructions));
-            if (const std::uint64_t length = TakeNumber(instructions); length != 0)
-                Copy(FromZigZag(TakeNumber(instructions)), length);
+            const Instruction instruction = TakeInstruction(instructions);
+            Add(literals, instruction.literals);
+            if (instruction.length != 0) Copy(instruction.distance, instruction.length);
         }
         if (!literals.empty()) throw DamagedDelta("is damaged: it has bytes that it does not use");
     }
 
 private:
-    static std::uint64_t TakeNumber(Bytes& instructions) {
-        const auto number = TakeVarint(instructions);
-        if (!number) throw DamagedDelta("is damaged: it has an incomplete instruction");
-        return *number;
-    }
-
     void Add(Bytes& literals, std::uint64_t length) {
         if (length > literals.size()) throw DamagedDelta("is damaged: it lacks bytes that it uses");
         const auto size = static_cast<std::size_t>(length);
@@ -87,7 +113,6 @@ private:
         std::uint64_t offset = m_expected + distance;
         if (offset > m_reference.Size() || length > m_reference.Size() - offset)
             throw DamagedDelta("is damaged: it copies from behind the reference's end");
-        m_output.CheckRoom(length);
         for (const std::uint64_t end = offset + length; offset < end;) {
             const Bytes bytes = m_reference.From(offset);
             const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), end - offset));
@@ -123,6 +148,23 @@ void CheckDelta(const ByteSource& delta) {
         throw DamagedDelta("is damaged or cut short: its checksum does not fit its content");
 }
 
+FrameReader FramesOf(const ByteSource& delta) { return {delta, kHeaderSize, delta.Size() - kTrailerSize}; }
+
+/// What is said is compared with what is made before a byte is written: a small delta can make a file that
+/// fills the disk.
+void CheckOutputSize(const ByteSource& delta, std::uint64_t size) {
+    Announced announced(size);
+    FrameReader frames = FramesOf(delta);
+    std::vector<std::uint8_t> frame;
+    while (frames.NextInstructions(frame))
+        for (Bytes instructions = frame; !instructions.empty();) {
+            const Instruction instruction = TakeInstruction(instructions);
+            announced.Take(instruction.literals);
+            announced.Take(instruction.length);
+        }
+    announced.Finish();
+}
+
 void CheckReference(const ByteSource& reference, const Header& header) {
     if (reference.Size() != header.referenceSize)
         throw WrongReference("is not the reference that the delta was made against: it has " +
@@ -137,6 +179,7 @@ void CheckReference(const ByteSource& reference, const Header& header) {
 Patch::Patch(const ByteSource& delta, const ByteSource& reference)
     : m_delta(delta), m_reference(reference), m_header(DecodedHeader(Read(delta, 0, kHeaderSize))) {
     CheckDelta(delta);
+    CheckOutputSize(delta, m_header.outputSize);
     CheckReference(reference, m_header);
     m_outputDigest = ReadDigest(delta, delta.Size() - kTrailerSize);
 }
@@ -144,7 +187,7 @@ Patch::Patch(const ByteSource& delta, const ByteSource& reference)
 void Patch::Apply(ByteSink& output) const {
     Output checked(output, m_header.outputSize);
     Interpreter interpreter(m_reference, checked);
-    FrameReader frames(m_delta, kHeaderSize, m_delta.Size() - kTrailerSize);
+    FrameReader frames = FramesOf(m_delta);
     for (Frame frame; frames.Next(frame);)
         interpreter.Run(frame);
     if (checked.Finish() != m_outputDigest)

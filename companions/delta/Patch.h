@@ -11,6 +11,8 @@ public:
     /// Throws DamagedDelta and WrongReference.
     Patch(const base::ByteSource& delta, const base::ByteSource& reference);
 
+    /// Bytes that Apply writes.
+    std::uint64_t OutputSize() const { return m_header.outputSize; }
     /// Writes what the delta was made from. Throws DamagedDelta, and what was written is useless then.
     void Apply(base::ByteSink& output) const;
 

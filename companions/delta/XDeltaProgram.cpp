@@ -2,8 +2,10 @@
 #include <CLI/CLI.hpp>
 
 #include "base/File.h"
+#include "base/Path.h"
 #include "companions/delta/MakeDelta.h"
 #include "companions/delta/Patch.h"
+#include "companions/support/Output.h"
 #include "companions/support/Program.h"
 #include "companions/support/Usage.h"
 
@@ -36,6 +38,7 @@ void RunPatch(const Paths& paths) try {
     const base::InputFile delta(paths.delta);
     const base::InputFile reference(paths.reference);
     const Patch patch(delta, reference);
+    CheckRoom(paths.delta, patch.OutputSize(), Path::ParentFolder(paths.output));
     base::StagedFile output(paths.output);
     patch.Apply(output);
     output.Commit();

@@ -64,6 +64,10 @@ void CheckExtractable(const CentralHeader& header, const Entry& entry) {
                           "; only stored and deflated members can be extracted");
     if (entry.method == Method::Stored && entry.compressedSize != entry.size)
         throw FormatError(entry.name + " has two different sizes");
+    // Two bits at least stand for the longest match, of 258 bytes.
+    constexpr std::uint64_t kMostPerDeflatedByte = 1032;
+    if (entry.method == Method::Deflated && entry.size / kMostPerDeflatedByte > entry.compressedSize)
+        throw FormatError(entry.name + " cannot be as large as the archive announces; get the archive again");
     if (IsLink(header)) throw FormatError(entry.name + " is a link; ask for an archive of files");
 }
 

@@ -1,6 +1,7 @@
 // Unzip.exe: restores the files of an archive.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "companions/support/Fields.h"
+#include "companions/support/Output.h"
 #include "companions/support/Program.h"
 #include "companions/support/Usage.h"
 #include "companions/zip/ArchiveReader.h"
@@ -26,7 +28,9 @@ constexpr const char* kDescription =
     "checksum\n"
     "is right; until then an existing file of that name stays as it is. An archive with a member that would "
     "land\n"
-    "outside of the folder, or with two members of the same name, is refused before anything is written.";
+    "outside of the folder, with two members of one name or headers that contradict each other, or for "
+    "which\n"
+    "there is no room, is refused before anything is written.";
 
 constexpr const char* kFooter =
     "Stored and deflated members are understood, of any size. After -- names may begin with a hyphen.\n"
@@ -75,6 +79,19 @@ void CheckAbsent(const std::wstring& path) {
                           path + L" exists already; use -o to overwrite it");
 }
 
+/// What extracting takes at the most. A file of the same name leaves when its successor is complete.
+std::uint64_t NeededRoom(const std::vector<zip::Target>& targets, const std::wstring& folder) {
+    std::uint64_t most = 0;
+    std::uint64_t taken = 0;
+    for (const zip::Target& target : targets) {
+        taken += target.entry->size;
+        most = std::max(most, taken);
+        const auto older = FileSystem::VersionOf(Below(folder, target.path));
+        if (older && !target.entry->IsFolder()) taken -= std::min(taken, older->size);
+    }
+    return most;
+}
+
 void ExtractAll(const base::ByteSource& archive, const Options& options) {
     const zip::ArchiveReader reader(archive);
     const std::vector<zip::Target> targets =
@@ -83,6 +100,7 @@ void ExtractAll(const base::ByteSource& archive, const Options& options) {
         for (const zip::Target& target : targets)
             if (!target.entry->IsFolder()) CheckAbsent(Below(options.folder, target.path));
     FileSystem::CreateFolders(options.folder);
+    CheckRoom(options.archive, NeededRoom(targets, options.folder), options.folder);
     for (const zip::Target& target : targets) {
         const std::wstring path = Below(options.folder, target.path);
         if (target.entry->IsFolder())

@@ -3,7 +3,7 @@ import os
 import shutil
 
 import support
-from support import ScratchTest, windows
+from support import Mount, ScratchTest, files_below, windows
 
 PAGE = 4096
 
@@ -29,13 +29,13 @@ class DeltaTest(ScratchTest):
         self.assertEqual(self.output.read_bytes(), self.source.read_bytes())
 
     def assert_refuses(self, text, *, code=1, command="patch", arguments=None):
-        """It names its reason, and leaves neither an output nor any other file."""
+        """It names its reason, and leaves all files as they were."""
         arguments = (self.delta, self.reference, self.output) if arguments is None else arguments
-        before = sorted(self.scratch.iterdir())
+        before = files_below(self.scratch)
         errors = self.xdelta(code, command, *arguments).errors
         self.assertIn("xDelta: ", errors)
         self.assertIn(text, errors)
-        self.assertEqual(sorted(self.scratch.iterdir()), before)
+        self.assertEqual(files_below(self.scratch), before)
 
     def test_restores_the_source(self):
         self.output.write_bytes(b"older")
@@ -68,7 +68,13 @@ class DeltaTest(ScratchTest):
                               (b"", "is not a delta"), (good[:8] + b"\2" + good[9:], "has format 2")):
             self.delta.write_bytes(content)
             self.assert_refuses(f"{windows(self.delta)} {text}")
-        self.assertEqual(self.output.read_bytes(), b"older")
+
+    def test_refuses_an_output_that_has_no_room(self):
+        self.source.write_bytes(bytes(2 << 20))
+        self.make_delta()
+        volume = Mount(self, self.scratch / "volume", "1m").folder
+        self.assert_refuses(f"{windows(self.delta)} needs {2 << 20} bytes in {windows(volume)}, where ",
+                            arguments=(self.delta, self.reference, volume / "restored.mdb"))
 
     def test_names_files_that_cannot_be_used(self):
         missing = self.scratch / "missing" / "x"

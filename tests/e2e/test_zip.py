@@ -8,7 +8,7 @@ import subprocess
 import zipfile
 
 import support
-from support import ScratchTest, files_below, size_of, slow, windows
+from support import Mount, ScratchTest, files_below, size_of, slow, windows
 
 LONG_NAME = "packet " + "n" * 180 + ".mdb"
 NEWEST = 1_700_000_001  # odd: the format's own times are even
@@ -205,6 +205,11 @@ class MaliciousArchiveTest(ZipTest):
         tool("zip", "-qjP", "password", encrypted, self.put("a.mdb", b"secret"))
         encrypted.rename(self.archive)
         self.assert_refused("a.mdb is encrypted")
+
+    def test_more_than_there_is_room_for(self):
+        Mount(self, self.target, "1m")
+        self.pack(self.put("large.mdb", bytes(2 << 20)))
+        self.assert_refused(f" needs {2 << 20} bytes in {windows(self.target)}, where ")
 
     def test_a_member_longer_than_announced(self):
         announced, less = (5000).to_bytes(4, "little"), (4000).to_bytes(4, "little")

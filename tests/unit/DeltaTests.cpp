@@ -141,6 +141,12 @@ TEST(Delta, RefusesEveryDamage) {
     EXPECT_THROW(Patched(sample.delta + '\0', sample.reference), DamagedDelta);
 }
 
+/// With a checksum that fits.
+std::string Sealed(std::string delta) {
+    const Digest digest = DigestOf(SourceOf(delta), delta.size());
+    return delta.append(digest.begin(), digest.end());
+}
+
 /// Damage whose checksum was made to fit is found by what it does, unless it does nothing.
 TEST(Delta, RestoresNothingElseBeneathItsChecksum) {
     const Sample sample;
@@ -149,15 +155,25 @@ TEST(Delta, RestoresNothingElseBeneathItsChecksum) {
     for (std::size_t at = kHeaderSize; at < end; ++at) {
         std::string damaged = sample.delta.substr(0, end);
         damaged[at] ^= 4;
-        const Digest digest = DigestOf(SourceOf(damaged), end);
-        damaged.append(digest.begin(), digest.end());
         try {
-            EXPECT_TRUE(Patched(damaged, sample.reference) == sample.source) << at;
+            EXPECT_TRUE(Patched(Sealed(damaged), sample.reference) == sample.source) << at;
         } catch (const DamagedDelta&) {
             ++refused;
         }
     }
     EXPECT_GT(refused, 100);
+}
+
+TEST(Delta, IsRefusedBeforeItWritesWhenItMakesAnotherSizeThanItSays) {
+    const Sample sample;
+    constexpr std::size_t kOutputSize = kHeaderSize - sizeof(std::uint64_t);
+    for (const auto& [byte, change] : {std::pair(0U, 1), {0U, -1}, {7U, 1}}) {
+        std::string lying = sample.delta.substr(0, sample.delta.size() - sizeof(Digest));
+        char& digit = lying[kOutputSize + byte];
+        digit = static_cast<char>(digit + change);
+        const std::string sealed = Sealed(lying);
+        EXPECT_THROW(Patch(SourceOf(sealed), SourceOf(sample.reference)), DamagedDelta) << change;
+    }
 }
 
 }  // namespace

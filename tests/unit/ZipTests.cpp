@@ -200,6 +200,19 @@ TEST(Zip, RefusesHeadersThatContradictEachOther) {
         EXPECT_THROW(accepts(local), FormatError);
 }
 
+TEST(Zip, RefusesSizesThatDeflateCannotReach) {
+    const auto entries = [](std::uint32_t size) {
+        const Header header{.method = 8, .size = size};
+        return Entries(ArchiveOf(header, header)).size();
+    };
+    EXPECT_EQ(entries(4 * 1032), 1U);
+    EXPECT_THROW(entries(5 * 1032), FormatError);
+    const Header huge{.method = 8,
+                      .size = kSeeWider32,
+                      .extras = FieldWriter().U16(extra::kZip64).U16(8).U64(std::uint64_t{1} << 60)};
+    EXPECT_THROW(Entries(ArchiveOf(huge, huge)), FormatError);
+}
+
 TEST(Zip, ReadsAnArchiveThatOtherBytesFollow) {
     const std::vector<std::string> contents = {Rows(3'000), "x"};
     const std::string archive = Archive(contents);

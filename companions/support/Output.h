@@ -1,0 +1,12 @@
+// What must hold before a program writes its output.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace companions {
+
+/// Throws when what is made of a file, so many bytes, has no room in a folder.
+void CheckRoom(const std::wstring& file, std::uint64_t size, const std::wstring& folder);
+
+}  // namespace companions
