@@ -24,6 +24,8 @@ struct Paths {
 void RunDelta(const Paths& paths) {
     const base::InputFile reference(paths.reference);
     const base::InputFile source(paths.source);
+    CheckIsOther(paths.output, paths.reference);
+    CheckIsOther(paths.output, paths.source);
     base::StagedFile output(paths.output);
     MakeDelta(reference, source, output);
     output.Commit();
@@ -37,6 +39,8 @@ base::Error Named(const std::wstring& path, const base::Error& error) {
 void RunPatch(const Paths& paths) try {
     const base::InputFile delta(paths.delta);
     const base::InputFile reference(paths.reference);
+    CheckIsOther(paths.output, paths.delta);
+    CheckIsOther(paths.output, paths.reference);
     const Patch patch(delta, reference);
     CheckRoom(paths.delta, patch.OutputSize(), Path::ParentFolder(paths.output));
     base::StagedFile output(paths.output);

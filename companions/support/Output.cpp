@@ -5,13 +5,30 @@
 
 #include <optional>
 
+#include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/Error.h"
+#include "base/SystemError.h"
 
 namespace companions {
 
 namespace {
+
+BY_HANDLE_FILE_INFORMATION InformationOn(const std::wstring& path) {
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const base::File file = base::File::Open(path, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING);
+    BY_HANDLE_FILE_INFORMATION information;
+    if (!GetFileInformationByHandle(file.Handle(), &information))
+        throw base::SystemError(GetLastError(), "examine", path);
+    return information;
+}
+
+bool IsSameFile(const std::wstring& left, const std::wstring& right) {
+    const BY_HANDLE_FILE_INFORMATION a = InformationOn(left);
+    const BY_HANDLE_FILE_INFORMATION b = InformationOn(right);
+    return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
+           a.nFileIndexLow == b.nFileIndexLow;
+}
 
 /// Bytes that this user may still write; nothing where the file system does not tell.
 std::optional<std::uint64_t> FreeSpace(const std::wstring& folder) {
@@ -24,6 +41,13 @@ std::optional<std::uint64_t> FreeSpace(const std::wstring& folder) {
 }
 
 }  // namespace
+
+void CheckIsOther(const std::wstring& output, const std::wstring& input) {
+    if (FileSystem::FileExists(output) && IsSameFile(output, input))
+        throw base::Error(HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION),
+                          L"the output " + output + L" is the same file as " + input +
+                              L", which would be destroyed; name another output");
+}
 
 void CheckRoom(const std::wstring& file, std::uint64_t size, const std::wstring& folder) {
     const std::optional<std::uint64_t> free = FreeSpace(folder);

@@ -92,13 +92,23 @@ std::uint64_t NeededRoom(const std::vector<zip::Target>& targets, const std::wst
     return most;
 }
 
+/// Before anything is written.
+void CheckTargets(const std::vector<zip::Target>& targets, const Options& options) {
+    for (const zip::Target& target : targets) {
+        if (target.entry->IsFolder()) continue;
+        const std::wstring path = Below(options.folder, target.path);
+        if (options.overwrite)
+            CheckIsOther(path, options.archive);
+        else
+            CheckAbsent(path);
+    }
+}
+
 void ExtractAll(const base::ByteSource& archive, const Options& options) {
     const zip::ArchiveReader reader(archive);
     const std::vector<zip::Target> targets =
         zip::PlanExtraction(reader.Entries(), options.junkPaths ? Paths::Junk : Paths::Keep, &base::Upper);
-    if (!options.overwrite)
-        for (const zip::Target& target : targets)
-            if (!target.entry->IsFolder()) CheckAbsent(Below(options.folder, target.path));
+    CheckTargets(targets, options);
     FileSystem::CreateFolders(options.folder);
     CheckRoom(options.archive, NeededRoom(targets, options.folder), options.folder);
     for (const zip::Target& target : targets) {

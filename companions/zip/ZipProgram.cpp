@@ -8,11 +8,15 @@
 
 #include "base/Console.h"
 #include "base/File.h"
+#include "base/FileSystem.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
+#include "companions/support/Fields.h"
+#include "companions/support/Output.h"
 #include "companions/support/Program.h"
 #include "companions/support/Usage.h"
 #include "companions/zip/ArchiveWriter.h"
+#include "companions/zip/EndOfCentralDirectory.h"
 #include "companions/zip/Names.h"
 
 namespace companions {
@@ -24,7 +28,9 @@ using zip::Paths;
 constexpr const char* kDescription =
     "Zip puts files into a new archive, which then replaces an existing one of that name as a whole: "
     "members\n"
-    "that it had before are not kept. Until the new archive is complete, the existing one stays as it is.";
+    "that it had before are not kept. Until the new archive is complete, the existing one stays as it is. A "
+    "file\n"
+    "that is no zip archive, or is one of the files to pack, is never replaced.";
 
 constexpr const char* kFooter =
     "Levels: -0 stores, -1 is fastest, -9 makes the smallest archive; without one it is 6.\n"
@@ -85,6 +91,23 @@ std::vector<Addition> Additions(const Options& options) {
     return additions;
 }
 
+/// A file whose name stands where the archive's belongs must not be lost.
+void CheckIsArchive(const std::wstring& path) try {
+    zip::FindCentralDirectory(base::InputFile(path));
+} catch (const FormatError&) {
+    throw base::Error(
+        HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+        path + L" exists and is no zip archive; name the archive first and then the files, or delete "
+               L"that file");
+}
+
+void CheckReplaceable(const Options& options) {
+    if (!FileSystem::FileExists(options.archive)) return;
+    for (const std::wstring& source : options.sources)
+        CheckIsOther(options.archive, source);
+    CheckIsArchive(options.archive);
+}
+
 void Report(const zip::Entry& entry) {
     const bool stored = entry.method == zip::Method::Stored;
     const std::uint64_t percent = stored ? 0 : (entry.size - entry.compressedSize) * 100 / entry.size;
@@ -95,6 +118,7 @@ void Report(const zip::Entry& entry) {
 void Run(const std::vector<std::wstring>& arguments) {
     const Options options = ParseOptions(arguments);
     const std::vector<Addition> additions = Additions(options);
+    CheckReplaceable(options);
     base::StagedFile out(options.archive);
     zip::ArchiveWriter writer(out, options.level);
     base::FileTime newest = base::FileTime::min();

@@ -69,6 +69,16 @@ class DeltaTest(ScratchTest):
             self.delta.write_bytes(content)
             self.assert_refuses(f"{windows(self.delta)} {text}")
 
+    def test_refuses_to_destroy_what_it_reads(self):
+        self.make_delta()
+        alias = self.scratch / "alias"
+        for command, inputs in (("delta", (self.reference, self.source)), ("patch", (self.delta, self.reference))):
+            for output in inputs:
+                self.assert_refuses("same file", command=command, arguments=(*inputs, output))
+                os.link(output, alias)
+                self.assert_refuses("same file", command=command, arguments=(*inputs, alias))
+                alias.unlink()
+
     def test_refuses_an_output_that_has_no_room(self):
         self.source.write_bytes(bytes(2 << 20))
         self.make_delta()

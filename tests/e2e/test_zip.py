@@ -97,6 +97,16 @@ class ZipWritesTest(ZipTest):
         self.assertEqual(self.archive.read_bytes(), before)
         self.assertEqual(len(list(self.scratch.iterdir())), 2)
 
+    def test_neither_a_source_nor_another_file_is_replaced(self):
+        source, other, empty = self.put("a.mdb", b"a"), self.put("b.mdb", b"b"), self.put("empty", b"")
+        alias = source.with_name("alias")
+        os.link(source, alias)
+        before = files_below(self.source)
+        for archive, reason in ((source, "same file"), (windows(source).upper(), "same file"), (alias, "same file"),
+                                (other, "no zip archive"), (empty, "no zip archive")):
+            self.assertIn(reason, self.zip("-jo", archive, source, code=1))
+        self.assertEqual(files_below(self.source), before)
+
     def put_large(self, size):
         path = self.put("large.mdb", b"")
         os.truncate(path, size)
@@ -162,6 +172,12 @@ class UnzipReadsTest(ZipTest):
             archive.write(b"\r\n" + bytes(1000))
         self.unpack()
         self.assertEqual((self.target / "a.mdb").read_bytes(), b"a")
+
+    def test_the_archive_itself_is_not_replaced(self):
+        self.pack(self.put(self.archive.name, b"a"))
+        before = self.archive.read_bytes()
+        self.assertIn("same file", self.unpack(target=self.scratch, code=1))
+        self.assertEqual(self.archive.read_bytes(), before)
 
     def test_folders_that_are_missing(self):
         self.pack(self.put("a.mdb", b"a"))
