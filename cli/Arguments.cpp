@@ -12,6 +12,26 @@
 
 namespace cli {
 
+namespace {
+
+/// The parser takes "[a,b]" for a list of two texts, but such a file may be meant. Behind this character,
+/// which no file name can have, brackets mean nothing to it.
+constexpr char kLiteral = '\x1F';
+
+std::string ToParser(const std::wstring& argument) {
+    std::string text = base::ToUtf8(argument);
+    return text.starts_with('[') && text.ends_with(']') ? kLiteral + text : text;
+}
+
+std::string WithoutMarks(std::string text) {
+    std::erase(text, kLiteral);
+    return text;
+}
+
+std::wstring FromParser(const std::string& text) { return base::FromUtf8(WithoutMarks(text)); }
+
+}  // namespace
+
 void SetUp(CLI::App& app, const std::string& program) {
     AddVersion(app, program);
     app.allow_windows_style_options(false);
@@ -23,14 +43,14 @@ void AddVersion(CLI::App& app, const std::string& program) {
 
 CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
                      const std::string& description) {
-    const auto take = [&value](const std::string& text) { value = base::FromUtf8(text); };
+    const auto take = [&value](const std::string& text) { value = FromParser(text); };
     return *app.add_option_function<std::string>(name, take, description);
 }
 
 CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::wstring>& values,
                       const std::string& description) {
     const auto take = [&values](const std::vector<std::string>& texts) {
-        std::ranges::transform(texts, std::back_inserter(values), &base::FromUtf8);
+        std::ranges::transform(texts, std::back_inserter(values), &FromParser);
     };
     return *app.add_option_function<std::vector<std::string>>(name, take, description);
 }
@@ -38,15 +58,17 @@ CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::w
 void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) {
     // The parser takes its arguments from the end of the list.
     std::vector<std::string> reversed;
-    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), &base::ToUtf8);
+    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), &ToParser);
     app.parse(reversed);
 }
+
+std::wstring Description(const CLI::ParseError& error) { return FromParser(error.what()); }
 
 std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error) {
     std::ostringstream answer;
     std::ostringstream complaint;
     const bool isWrong = app.exit(error, answer, complaint) != 0;
-    std::string text = (isWrong ? complaint : answer).str();
+    std::string text = WithoutMarks((isWrong ? complaint : answer).str());
     while (text.ends_with('\n'))
         text.pop_back();
     if (isWrong) return base::FromUtf8(text);

@@ -26,6 +26,8 @@ CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::w
 
 /// arguments: without the program's own name. Throws CLI::ParseError, after --help and --version, too.
 void Parse(CLI::App& app, const std::vector<std::wstring>& arguments);
+/// What is wrong, without how to get help.
+std::wstring Description(const CLI::ParseError& error);
 /// Prints the help or version that was asked for; otherwise returns what is wrong, and how to get help.
 std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error);
 

@@ -3,14 +3,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "base/Utf8.h"
-
 namespace companions {
 
 void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) try {
     cli::Parse(app, arguments);
 } catch (const CLI::ParseError& error) {
-    if (cli::Complaint(app, error)) throw UsageError(base::FromUtf8(error.what()));
+    if (cli::Complaint(app, error)) throw UsageError(cli::Description(error));
     throw Ended();
 }
 

@@ -107,6 +107,14 @@ class ZipWritesTest(ZipTest):
             self.assertIn(reason, self.zip("-jo", archive, source, code=1))
         self.assertEqual(files_below(self.source), before)
 
+    def test_brackets_in_names(self):
+        names = ["[a.mdb]", "[b,c]", "[d"]
+        for name in names:
+            self.put(name, b"")
+        self.zip("[x]", *names, cwd=self.source)
+        self.assertEqual(tool("zipinfo", "-1", self.source / "[x]").split(), names)
+        self.assertIn("expected: [y]", self.assert_ends(2, "[x]", "[y]", program=support.BIN / "Unzip.exe").errors)
+
     def put_large(self, size):
         path = self.put("large.mdb", b"")
         os.truncate(path, size)
