@@ -13,8 +13,7 @@ namespace com {
 
 namespace {
 
-/// Factories live as long as somebody holds them, and do not themselves keep the module loaded
-/// (LockServer does).
+/// As an object does, a factory keeps the module loaded while somebody holds it.
 class ClassFactory final : public Unbound<IClassFactory> {
 public:
     explicit ClassFactory(const ClassEntry& entry) : m_entry(entry) {}
@@ -24,7 +23,6 @@ public:
         *object = nullptr;
         if (outer) return CLASS_E_NOAGGREGATION;
         return Call([&] {
-            const ModuleLock busy;
             if (ThisModule().start) ThisModule().start();
             ComPtr<IUnknown> instance;
             *instance.ReleaseAndGetAddressOf() = m_entry.create();
@@ -38,6 +36,7 @@ public:
 
 private:
     const ClassEntry& m_entry;
+    const ModuleLock m_lock;
 };
 
 }  // namespace

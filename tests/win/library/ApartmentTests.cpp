@@ -91,9 +91,13 @@ TEST_F(ServerTest, CanUnloadOnceNothingIsLeft) {
 
     ComPtr<IClassFactory> factory;
     ASSERT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_EQ(library.CanUnloadNow(), S_FALSE) << "the next object may come of it at any time";
     factory->LockServer(TRUE);
+    factory.Reset();
     EXPECT_EQ(library.CanUnloadNow(), S_FALSE);
+    ASSERT_EQ(library.GetClassObject(__uuidof(clsCmdLine), IID_PPV_ARGS(&factory)), S_OK);
     factory->LockServer(FALSE);
+    factory.Reset();
     EXPECT_EQ(library.CanUnloadNow(), S_OK);
 }
 
