@@ -1,9 +1,11 @@
 // See DecodeStep.h.
 #include "common/DecodeStep.h"
 
+#include <exception>
+
 #include "base/FileSystem.h"
 #include "base/SystemError.h"
-#include "common/Report.h"
+#include "base/Undo.h"
 #include "common/modMain.h"
 
 using FileSystem::ReadOnlyFiles;
@@ -26,6 +28,17 @@ bool Try(Action&& action, std::wstring heading) try {
     return false;
 }
 
+void RestoreOutput(const std::wstring& output, const std::wstring& backup) {
+    if (FileSystem::FileExists(output)) FileSystem::DeleteFile(output);
+    if (FileSystem::FileExists(backup)) FileSystem::MoveFile(backup, output);
+}
+
+std::wstring WhatIsLeft(const std::wstring& output, const std::wstring& backup) {
+    if (!FileSystem::FileExists(backup)) return output + L" may hold a part of the file; delete it.";
+    return L"The previous content of " + output + L" is in " + backup +
+           L". Close what uses these files, then rename that one back.";
+}
+
 }  // namespace
 
 DecodeStep::DecodeStep(std::wstring command, LONG timeoutSeconds, std::wstring outputFile)
@@ -36,15 +49,20 @@ DecodeStep::DecodeStep(std::wstring command, LONG timeoutSeconds, std::wstring o
 
 bool DecodeStep::Run() const {
     if (FileSystem::FileExists(m_outputFile) && !MakeRoomForOutput()) return false;
-    if (!DoShellCmd(m_command, m_timeoutSeconds, true))
-        return Fail(Lines(L"Command: " + m_command, L"Command timed out"));
-    if (!FileSystem::FileExists(m_outputFile))
-        return Fail(L"Decoding failed for output file " + m_outputFile);
-    if (FileSystem::FileSize(m_outputFile) == 0)
-        return Fail(L"Output file " + m_outputFile +
-                    L" is zero length. Check that the decoder input files are compatible with each other.");
+    if (!MakeOutput(Self(), m_outputFile, m_backup, [this] { return Decode(); })) return false;
     if (FileSystem::FileExists(m_backup)) FileSystem::DeleteFile(m_backup);
     return true;
+}
+
+/// Says why there is no output; empty when there is.
+std::wstring DecodeStep::Decode() const {
+    if (!DoShellCmd(m_command, m_timeoutSeconds, true))
+        return Lines(L"Command: " + m_command, L"Command timed out");
+    if (!FileSystem::FileExists(m_outputFile)) return L"Decoding failed for output file " + m_outputFile;
+    if (FileSystem::FileSize(m_outputFile) == 0)
+        return L"Output file " + m_outputFile +
+               L" is zero length. Check that the decoder input files are compatible with each other.";
+    return {};
 }
 
 /// Takes a previous output file out of the decoder's way. True when its name is free.
@@ -71,13 +89,20 @@ bool DecodeStep::RenameToBackup() const {
                    L"application. Please close the application and try again.");
 }
 
-bool DecodeStep::Fail(std::wstring_view text) const {
-    Self().Report(text);
-    RestoreOutput(m_outputFile, m_backup);
+bool MakeOutput(const Procedure& self, const std::wstring& OutputFile, const std::wstring& Backup,
+                const std::function<std::wstring()>& make) {
+    const auto restore = [&] { RestoreOutput(OutputFile, Backup); };
+    const std::wstring left = WhatIsLeft(OutputFile, Backup);
+    const std::wstring why = base::DoOrUndo(make, restore, left);
+    if (why.empty()) return true;
+    // Reported outside of a handler: the report is about the step, not about its undoing.
+    std::exception_ptr notRestored;
+    try {
+        base::Undo(restore, left);
+    } catch (...) {
+        notRestored = std::current_exception();
+    }
+    self.Report(why);
+    if (notRestored) std::rethrow_exception(notRestored);
     return false;
-}
-
-void RestoreOutput(const std::wstring& OutputFile, const std::wstring& Backup) {
-    if (FileSystem::FileExists(OutputFile)) FileSystem::DeleteFile(OutputFile);
-    if (FileSystem::FileExists(Backup)) FileSystem::MoveFile(Backup, OutputFile);
 }

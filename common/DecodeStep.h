@@ -3,7 +3,10 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
+
+#include "common/Report.h"
 
 /// Runs a command that decodes a packet into OutputFile. A previous file of that name is kept as OutputFile &
 /// "_bck" until the new one is there in full, and comes back when the command fails. False when no non-empty
@@ -17,7 +20,7 @@ public:
 private:
     bool MakeRoomForOutput() const;
     bool RenameToBackup() const;
-    bool Fail(std::wstring_view text) const;
+    std::wstring Decode() const;
 
     std::wstring m_command;
     LONG m_timeoutSeconds;
@@ -25,6 +28,9 @@ private:
     std::wstring m_backup;
 };
 
-/// After a command that should have made a file failed: removes what it left, and brings the previous
-/// file back from its backup, if there is one. Throws a failure.
-void RestoreOutput(const std::wstring& OutputFile, const std::wstring& Backup);
+/// Makes a file whose previous version, if there is one, waits as a backup. make: says why it could not;
+/// empty when it could. Where it could not, or throws, what it left is removed and the previous file comes
+/// back before anything is reported: the full disk that ended a program refuses the event log, too. False
+/// after a failure.
+bool MakeOutput(const Procedure& self, const std::wstring& OutputFile, const std::wstring& Backup,
+                const std::function<std::wstring()>& make);

@@ -128,13 +128,12 @@ bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std
         if (FileSystem::FileExists(target)) FileSystem::MoveFile(target, backup);
         const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe delta " + Quoted(m_sReferencePath) +
                                      L" " + Quoted(source) + L" " + Quoted(target);
-        const auto fail = [&](const wchar_t* why) {
-            self.Report(Lines(L"Command: " + command, why));
-            RestoreOutput(target, backup);
-            return false;
+        const auto delta = [&]() -> std::wstring {
+            const std::wstring failed = L"Command: " + command;
+            if (!DoShellCmd(command, m_lTimeout, SupressMsg)) return Lines(failed, L"Command timed out");
+            return FileSystem::FileExists(target) ? L"" : Lines(failed, L"failed to create an output file");
         };
-        if (!DoShellCmd(command, m_lTimeout, SupressMsg)) return fail(L"Command timed out");
-        if (!FileSystem::FileExists(target)) return fail(L"failed to create an output file");
+        if (!MakeOutput(self, target, backup, delta)) return false;
         OutFile = target;
         return true;
     });

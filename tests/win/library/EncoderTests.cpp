@@ -243,6 +243,8 @@ TEST_F(DeltaEncoder, AFailedDeltaBringsThePreviousFileBack) {
     children.Script(L"write T:\\out\\x.mdb~Base1.axd*half|await never");
     EXPECT_FALSE(Encode(L"x.mdb"));
     EXPECT_THAT(framework.log, Contains(reported(L"Command timed out")));
+    framework.logResult = E_ACCESSDENIED;
+    EXPECT_EQ(FailureOf([&] { Encode(L"x.mdb"); }).number, E_ACCESSDENIED);
     EXPECT_EQ(temp.Content(L"out\\x.mdb~Base1.axd"), "previous");
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"x.mdb~Base1.axd"));
 }

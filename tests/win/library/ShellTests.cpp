@@ -154,6 +154,16 @@ TEST_F(DecodeTest, EveryFailureOfTheCommandBringsThePreviousOutputBack) {
     expectFailure(L"Decoding failed for output file T:\\x.mdb");
 }
 
+TEST_F(DecodeTest, ALogThatFailsCostsNoPreviousOutput) {
+    temp.File(L"x.mdb", "previous");
+    framework.logResult = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
+    for (const wchar_t* steps : {L"exit 3", L"write T:\\x.mdb*", L"write T:\\x.mdb*half|await never"}) {
+        children.Script(steps);
+        EXPECT_EQ(FailureOf([&] { Decode(L"x.mdb", 0); }).number, framework.logResult);
+        EXPECT_EQ(Files(), "previous");
+    }
+}
+
 TEST_F(DecodeTest, NothingRunsWhileThePreviousOutputCannotBeMoved) {
     const auto hold = [&](const wchar_t* name) {
         return base::File::Open(temp / name, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
