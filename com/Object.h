@@ -8,10 +8,13 @@
 #include <atomic>
 #include <utility>
 
+#include "com/RunningCall.h"
+
 namespace com {
 
 /// A COM object that implements Interfaces; the first one is its identity. It lives until its last reference
-/// is released. A base that names a DualInterface also offers that one, and IDispatch.
+/// is released, and no call is left that may be running in it. A base that names a DualInterface also offers
+/// that one, and IDispatch.
 template <class First, class... Others>
 class Unbound : public First, public Others... {
 public:
@@ -32,7 +35,7 @@ public:
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
     STDMETHODIMP_(ULONG) Release() override {
         const ULONG left = --m_references;
-        if (left == 0) delete this;
+        if (left == 0) End();
         return left;
     }
 
@@ -40,6 +43,14 @@ protected:
     virtual ~Unbound() = default;
 
 private:
+    void End() {
+        m_references = 1;
+        if (RunningCall::Keep(static_cast<First*>(this))) return;
+        // What its destruction releases may still refer to the object and must not end it again.
+        m_references = kEnding;
+        delete this;
+    }
+
     template <class Interface>
     void Offer(REFIID id, void** object) {
         if constexpr (requires { typename Interface::DualInterface; }) {
@@ -49,6 +60,8 @@ private:
             *object = static_cast<Interface*>(this);
         }
     }
+
+    static constexpr ULONG kEnding = 0x40000000;
 
     std::atomic<ULONG> m_references = 1;
 };

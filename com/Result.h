@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "com/ErrorInfo.h"
+#include "com/RunningCall.h"
 #include "com/Values.h"
 
 namespace com {
@@ -24,6 +25,7 @@ void Put(Interface** out, Microsoft::WRL::ComPtr<Interface> value) {
 /// Runs the behaviour of a member without a result.
 template <class Behaviour>
 HRESULT Call(Behaviour&& behaviour) noexcept try {
+    const RunningCall running;
     // What an earlier failure left must not describe a later one that leaves nothing.
     SetErrorInfo(0, nullptr);
     behaviour();
@@ -69,12 +71,13 @@ HRESULT Assign(Field& field, Value value) noexcept {
     return Call([&] { Take(field, value); });
 }
 
-/// An object that is called, and where: its conversion from a pointer notes the place of the call.
+/// An object that is called, and where: its conversion from a pointer notes the place of the call. It is held
+/// meanwhile, because what it does may replace it where the pointer comes from.
 template <class Interface>
 struct Callee {
     Callee(Interface* called, base::Where from = base::Where::current()) : object(called), where(from) {}
 
-    Interface* object;
+    Microsoft::WRL::ComPtr<Interface> object;
     base::Where where;
 };
 
@@ -111,7 +114,7 @@ template <class Value, class Interface, class... Parameters, class... Arguments>
 Value Get(HRESULT (STDMETHODCALLTYPE Interface::*member)(Parameters...),
           std::type_identity_t<Callee<Interface>> callee, Arguments... arguments) {
     OutOf<Value> out;
-    Check((callee.object->*member)(arguments..., out.Put()), {}, callee.where);
+    Check((callee.object.Get()->*member)(arguments..., out.Put()), {}, callee.where);
     return out.Take();
 }
 

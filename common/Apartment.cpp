@@ -8,29 +8,13 @@
 #include <memory>
 #include <new>
 
+#include "base/ThreadSlot.h"
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
 
 namespace {
 
 std::atomic<long> g_apartments = 0;
-
-/// thread_local objects would keep the DLL loaded for ever once touched; a plain slot does not.
-class ThreadSlot {
-public:
-    ThreadSlot() : m_index(TlsAlloc()) {}
-    ThreadSlot(const ThreadSlot&) = delete;
-    ThreadSlot& operator=(const ThreadSlot&) = delete;
-    ~ThreadSlot() { TlsFree(m_index); }
-
-    void* Get() const { return TlsGetValue(m_index); }
-    void Set(void* value) const { TlsSetValue(m_index, value); }
-
-private:
-    DWORD m_index;
-};
-
-const ThreadSlot g_slot;
 
 /// Tells when the thread leaves COM.
 class LeaveWatcher final : public com::Unbound<IInitializeSpy> {
@@ -62,10 +46,12 @@ private:
     ULARGE_INTEGER m_cookie{};
 };
 
+const base::ThreadSlot<WatchedApartment> g_slot;
+
 }  // namespace
 
 Apartment& ThisApartment() {
-    auto* apartment = static_cast<WatchedApartment*>(g_slot.Get());
+    WatchedApartment* apartment = g_slot.Get();
     if (!apartment) {
         apartment = new WatchedApartment;
         g_slot.Set(apartment);
@@ -75,7 +61,7 @@ Apartment& ThisApartment() {
 
 bool ReleaseThisApartment() {
     // Out of the slot first: releasing an object may call back into the library.
-    const std::unique_ptr<WatchedApartment> apartment(static_cast<WatchedApartment*>(g_slot.Get()));
+    const std::unique_ptr<WatchedApartment> apartment(g_slot.Get());
     g_slot.Set(nullptr);
     return g_apartments == (apartment ? 1 : 0);
 }

@@ -41,7 +41,7 @@ std::wstring LibraryVersion() {
 }
 
 void WriteToEventLog(const std::wstring& text, LONG eventType) {
-    const auto& eventLog = ThisApartment().eventLog;
+    const Microsoft::WRL::ComPtr<IZNEventLog> eventLog = ThisApartment().eventLog;
     if (eventLog) {
         com::Check(eventLog->Write(com::Bstr(text).Get(), eventType), L"writing to the event log");
         return;

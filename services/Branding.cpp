@@ -13,7 +13,10 @@ std::wstring BrandedText(LONG Number) {
                                   com::Variant(Number).Get());
 }
 
-std::wstring StartupEntry(LONG Number) { return StartupServiceEntry(Number).Text(); }
+std::wstring StartupEntry(LONG Number) {
+    Main();
+    return StartupServiceEntry(Number).Text();
+}
 
 com::Variant CategoryCollection(ZNCategoryCode code) {
     const auto category = CreateFrameworkObject<ZNCategory, IZNCategory>();

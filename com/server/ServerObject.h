@@ -5,6 +5,7 @@
 
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
+#include "com/RunningCall.h"
 #include "com/server/ModuleLock.h"
 #include "com/server/TypeInfo.h"
 
@@ -47,6 +48,7 @@ public:
 private:
     template <class Call>
     HRESULT WithTypeInfo(Call&& call) noexcept try {
+        const RunningCall running;
         static TypeInfoCache description(__uuidof(Interface));
         return call(description.Get().Get());
     } catch (...) {

@@ -1,8 +1,10 @@
 // The DLL as a COM server: class factories, identity, start-up in each apartment, release, unloading.
 #include <array>
+#include <functional>
 #include <future>
 #include <thread>
 
+#include "com/Object.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -101,6 +103,56 @@ TEST_F(ServerTest, CanUnloadOnceNothingIsLeft) {
     EXPECT_EQ(library.CanUnloadNow(), S_OK);
 }
 
+/// Of a host that acts when it is asked.
+class ActingSet final : public com::Object<IZNPropertySet> {
+public:
+    explicit ActingSet(std::function<void()> act) : m_act(std::move(act)) {}
+
+    STDMETHODIMP GetProperty(BSTR, VARIANT* Value) override {
+        m_act();
+        return com::Return(Value, Variant());
+    }
+    STDMETHODIMP SetProperty(BSTR, VARIANT) override { return E_NOTIMPL; }
+    STDMETHODIMP GetAllProperties(VARIANT*, VARIANT*) override { return E_NOTIMPL; }
+
+private:
+    std::function<void()> m_act;
+};
+
+TEST_F(ServerTest, AnObjectThatIsDroppedInTheMiddleOfACallStaysUntilItsEnd) {
+    auto encoder = Create<clsZipEncoder, IZNEncoder2>();
+    bool unloadable = false;
+    const auto dropping = com::Make<ActingSet>([&] {
+        encoder.Reset();
+        unloadable = unloadable || library.CanUnloadNow() == S_OK;
+    });
+    EXPECT_EQ(encoder->putref_PropSet(dropping.Get()), S_OK);
+    EXPECT_EQ(encoder, nullptr);
+    EXPECT_FALSE(unloadable);
+    EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+/// Refers to itself at its end, as by something that it releases.
+class Touched final : public com::Object<IPersist> {
+public:
+    explicit Touched(int& ends) : m_ends(ends) {}
+    ~Touched() override {
+        if (++m_ends > 1) return;
+        AddRef();
+        Release();
+    }
+    STDMETHODIMP GetClassID(CLSID*) override { return E_NOTIMPL; }
+
+private:
+    int& m_ends;
+};
+
+TEST(Object, EndsOnce) {
+    int ends = 0;
+    com::Make<Touched>(ends);
+    EXPECT_EQ(ends, 1);
+}
+
 TEST(Apartment, ReleasesTheFrameworkBeforeComIsGone) {
     const Library library;
     long left = -1;
@@ -146,6 +198,23 @@ TEST(Apartment, AnObjectThatOutlivesComIsHarmless) {
     }
     transporter.Reset();
     EXPECT_EQ(library.CanUnloadNow(), S_OK);
+}
+
+TEST(Apartment, AnObjectServesAgainOnceComIsEnteredAgain) {
+    const Library library;
+    ComPtr<IZNEncoder> encoder;
+    {
+        const ComApartment apartment;
+        const Framework framework;
+        encoder = library.Create<clsZipEncoder, IZNEncoder>();
+    }
+    const ComApartment apartment;
+    Framework framework;
+    framework.resources[140] = L"Zip";
+    EXPECT_FALSE(Ask<bool>(&IZNEncoder::Encode, encoder, L"in", L"out", L"x.mdb"));
+    EXPECT_THAT(framework.log,
+                OneReport(L"clsZipEncoder.cls.ProgramExists", L"program \\Zip.exe does not exist"));
+    EXPECT_EQ(Administration(encoder), L"Zip in {category 134}");
 }
 
 }  // namespace

@@ -16,8 +16,7 @@ namespace {
 class ReportTest : public PartTest {
 protected:
     ReportTest() {
-        znMain();
-        ThisApartment().gk_sToolName = L"Test Tool";
+        Main();
         ThisApartment().build = L"1.0.37";
     }
 

@@ -43,9 +43,11 @@ public:
     std::wstring broken = L"none";   ///< name of the step that answers an error
     bool loginCancelled = false;
     std::function<void()> onConnect = [] {};
+    std::function<void()> onFolder = [] {};
 
 private:
-    static HRESULT Folder(const std::wstring& folder, BSTR* value) {
+    HRESULT Folder(const std::wstring& folder, BSTR* value) const {
+        onFolder();
         return folder == L"broken" ? E_ACCESSDENIED : Return(value, folder);
     }
     HRESULT Step(const std::wstring& step, VARIANT_BOOL* success) {
@@ -70,7 +72,10 @@ public:
         onDecode();
         return Copy(Text(InFolder) + name + m_out, Text(OutFolder) + name, Success);
     }
-    STDMETHODIMP get_InExtension(BSTR* Value) override { return Return(Value, m_in); }
+    STDMETHODIMP get_InExtension(BSTR* Value) override {
+        onExtension();
+        return Return(Value, m_in);
+    }
     STDMETHODIMP put_InExtension(BSTR) override { return E_NOTIMPL; }
     STDMETHODIMP get_OutExtension(BSTR* Value) override { return Return(Value, m_out); }
     STDMETHODIMP put_OutExtension(BSTR) override { return E_NOTIMPL; }
@@ -80,6 +85,7 @@ public:
     bool succeeds = true;
     bool eats = false;  ///< deletes its source instead of copying it
     HRESULT result = S_OK;
+    std::function<void()> onExtension = [] {};
 
 private:
     HRESULT Copy(const std::wstring& source, const std::wstring& target, VARIANT_BOOL* success) {
@@ -230,6 +236,26 @@ TEST_F(Transporter, AHostMayDropTheSenderReceiverWhileItRuns) {
     EXPECT_EQ(left, 2u) << "held by the test and by the running cycle";
     EXPECT_EQ(dropped->steps, L"reset,connect,send arg with progress,receive arg,disconnect,");
     EXPECT_EQ(remote->steps, L"");
+}
+
+TEST_F(Transporter, AHostMayReplaceWhatItIsAsked) {
+    auto dropped = com::Make<Remote>();
+    ULONG left = 0;
+    dropped->send = dropped->receive = temp.Path();
+    dropped->onFolder = [&, raw = dropped.Get()] {
+        transporter->putref_SenderReceiver(remote.Get());
+        raw->AddRef();
+        left = raw->Release();
+    };
+    transporter->putref_SenderReceiver(dropped.Get());
+    AddEncoder(L".xml", L".oth")->onExtension = [this] {
+        for (int i = 0; i < 10; ++i)
+            AddEncoder(L".txt", L".oth");
+    };
+    AddEncoder(L".mdb", L".afz");
+    EXPECT_TRUE(Add(temp.File(L"x.mdb")));
+    EXPECT_EQ(left, 2u) << "held by the test and by the call";
+    EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"x.mdb.afz"));
 }
 
 TEST_F(Transporter, WithoutSenderReceiverEverythingEndsAtOnce) {
