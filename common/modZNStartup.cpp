@@ -3,7 +3,6 @@
 
 #include <winver.h>
 
-#include <exception>
 #include <optional>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "base/SystemError.h"
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
+#include "com/RunningCall.h"
 #include "com/Values.h"
 #include "common/Apartment.h"
 #include "common/Framework.h"
@@ -51,7 +51,7 @@ void WriteToEventLog(const std::wstring& text, LONG eventType) {
 }
 
 std::optional<base::Failure> CurrentError() {
-    if (!std::current_exception()) return std::nullopt;
+    if (!com::RunningCall::HandlesFailure()) return std::nullopt;
     return base::CurrentFailure();
 }
 

@@ -58,6 +58,20 @@ TEST_F(ReportTest, TheCurrentErrorAddsItsLineAndTheBuild) {
     EXPECT_EQ(Heading({E_FAIL, {}, L"cause", {}}, false), L"heading") << "no line, no text about it";
 }
 
+TEST_F(ReportTest, ACallThatComesInMeanwhileHasErrorsOfItsOwn) {
+    HRESULT raised = S_OK;
+    framework.onLog = [&] {
+        framework.onLog = [] {};
+        raised = com::Call([] { ZNReportError(L"without an error"); });
+        com::Call([] { Heading({E_FAIL, {}, L"inner", {7}}, false); });
+    };
+    EXPECT_EQ(Heading({E_ABORT, {}, L"outer", {120}}, false),
+              L"heading\r\nError at line: 120 - Build: 1.0.37");
+    EXPECT_EQ(raised, static_cast<HRESULT>(0x800A0005));
+    EXPECT_EQ(framework.log.at(0).text, L"Unknown Source::\r\nwithout an error");
+    EXPECT_EQ(framework.log.at(1).text, L"Source:\r\nheading\r\nError at line: 7 - Build: 1.0.37");
+}
+
 TEST_F(ReportTest, AFailureThatIsRaisedAgainTellsItsLineOnce) {
     const Procedure member(L"clsX.cls.Member");
     EXPECT_EQ(member.Guard(42, [] { return GetProperty(nullptr, L"NAME", L"").empty() ? 1 : 2; }), 42);

@@ -34,6 +34,7 @@ public:
     STDMETHODIMP Write(BSTR Message, LONG EventType) override {
         const TempFolder* const scratch = g_current->scratch;
         const std::wstring text = scratch ? scratch->Shown(Text(Message)) : Text(Message);
+        g_current->onLog();
         if (SUCCEEDED(g_current->logResult)) g_current->log.push_back({text, EventType});
         return g_current->logResult;
     }

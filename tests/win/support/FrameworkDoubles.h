@@ -5,6 +5,7 @@
 #include <windows.h>
 #include <wrl/client.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -32,7 +33,8 @@ public:
     std::vector<LogEntry> log;
     const TempFolder* scratch = nullptr;  ///< shown as "T:" in the log
     HRESULT logResult = S_OK;
-    std::wstring title;  ///< what the start-up service was given
+    std::function<void()> onLog = [] {};  ///< what happens while an entry is written
+    std::wstring title;                   ///< what the start-up service was given
     std::map<LONG, std::wstring> resources = {{145, L"Test Tool"}, {120, L"Folder Copy"}};
     std::map<std::wstring, std::wstring> folders;   ///< by "E/Kind" or "F/Kind"
     std::map<std::wstring, std::wstring> registry;  ///< by "product/subkey/name"
