@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "base/SystemError.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "services/Branding.h"
@@ -51,6 +52,18 @@ protected:
         : Base(std::move(className), ZN_CATEGORY_ENCODER),
           m_sOutExtension(std::move(outExtension)),
           m_nameEntry(nameEntry) {}
+
+    /// Takes a default from the registry. One that cannot be used is reported, and the encoder keeps its own:
+    /// hosts create it also where they do not need that value.
+    template <class Take>
+    void TakeDefault(Take&& take) const try {
+        take();
+    } catch (...) {
+        this->Member(L"Class_Initialize")
+            .Report(Lines(base::CurrentFailure().description,
+                          L"The encoder keeps its own default. Correct the value, or give another one with "
+                          L"the settings."));
+    }
 
     virtual bool IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
                                    const std::wstring& FileName, std::wstring& OutFile) = 0;

@@ -20,19 +20,16 @@ using Microsoft::WRL::ComPtr;
 namespace {
 
 constexpr LONG kNameEntry = 110;
-constexpr LONG kDefaultTimeout = 60;  // seconds
-
-/// Looks where the apartment's shared registry object stands, which is at the key that was opened last: the
-/// component has always taken its default from there.
-LONG TimeoutOfOpenKey() { return ReadNumber(ZNRegObject(), L"XDeltaTimeout", kDefaultTimeout); }
+constexpr auto kTimeoutValue = L"XDeltaTimeout";
+constexpr SHORT kDefaultTimeout = 60;  // seconds
 
 }  // namespace
 
-clsXDeltaEncoder::clsXDeltaEncoder() : Encoder(L"clsXDeltaEncoder", kNameEntry, L".axd") {
-    OpenTransportKey();
-    m_lTimeout = TimeoutOfOpenKey();
+clsXDeltaEncoder::clsXDeltaEncoder()
+    : Encoder(L"clsXDeltaEncoder", kNameEntry, L".axd"), m_lTimeout(kDefaultTimeout) {
+    TakeDefault([&] { m_lTimeout = ReadNumber(OpenTransportKey(), kTimeoutValue, kDefaultTimeout); });
     // Not for its value: the apartment's registry object is left where a later default is looked up.
-    RegisteredProgramFolder();
+    TakeDefault([] { RegisteredProgramFolder(); });
 }
 
 // --- Settings ---------------------------------------------------------------------------------------
@@ -77,7 +74,10 @@ std::optional<std::wstring> clsXDeltaEncoder::TakeSettings(IZNPropertySet* Setti
             m_bMobile = IsMobile(Settings);
             m_sInExtension = GetProperty(Settings, L"IN_EXTENSION", L".mdb");
             m_sOutExtension = GetProperty(Settings, L"OUT_EXTENSION", L".axd");
-            m_lTimeout = GetNumber(Settings, L"TIMEOUT", TimeoutOfOpenKey());
+            // The default is that of the key which the apartment's shared registry object was opened at last:
+            // the component has always taken it from there.
+            m_lTimeout = GetNumber(Settings, L"TIMEOUT",
+                                   ReadNumberAsText(ZNRegObject(), kTimeoutValue, kDefaultTimeout));
             UseReference(GetProperty(Settings, L"REFERENCE_PATH",
                                      m_folderLocator.FolderPath(!m_bMobile, L"XDeltaRefPath")));
             return GetProperty(Settings, L"XDELTA_UTIL_LOCATION", RegisteredProgramFolder());

@@ -9,7 +9,7 @@
 
 class clsXDeltaEncoder final : public Encoder<_clsXDeltaEncoder> {
 public:
-    /// Reads the defaults from the registry. Throws a failure.
+    /// Reads the defaults from the registry.
     clsXDeltaEncoder();
 
     // _clsXDeltaEncoder

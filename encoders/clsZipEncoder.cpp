@@ -18,10 +18,9 @@ using Microsoft::WRL::ComPtr;
 namespace {
 
 constexpr LONG kNameEntry = 140;
-constexpr LONG kDefaultTimeout = 60;         // seconds
+constexpr auto kTimeoutValue = L"ZipTimeout";
+constexpr SHORT kDefaultTimeout = 60;        // seconds
 constexpr int kLongestWaitForWorkFile = 10;  // seconds
-
-LONG RegisteredTimeout() { return ReadNumber(OpenTransportKey(), L"ZipTimeout", kDefaultTimeout); }
 
 /// Waits for a file to appear, and returns how many seconds that took.
 int AwaitFile(const std::wstring& path) {
@@ -34,15 +33,17 @@ int AwaitFile(const std::wstring& path) {
 }  // namespace
 
 clsZipEncoder::clsZipEncoder()
-    : Encoder(L"clsZipEncoder", kNameEntry, L".afz"),
-      m_lZipTimeout(RegisteredTimeout()),
-      m_sZipUtilLocation(RegisteredProgramFolder()) {}
+    : Encoder(L"clsZipEncoder", kNameEntry, L".afz"), m_lZipTimeout(kDefaultTimeout) {
+    TakeDefault([&] { m_lZipTimeout = ReadNumber(OpenTransportKey(), kTimeoutValue, kDefaultTimeout); });
+    TakeDefault([&] { m_sZipUtilLocation = RegisteredProgramFolder(); });
+}
 
 void clsZipEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
-    m_lCompressionLevel = GetNumber(Settings, L"COMPRESSION_LEVEL", 0);
+    m_lCompressionLevel = GetNumber(Settings, L"COMPRESSION_LEVEL", L"0");
     m_sInExtension = GetProperty(Settings, L"IN_EXTENSION", L".mdb");
     m_sOutExtension = GetProperty(Settings, L"OUT_EXTENSION", L".afz");
-    m_lZipTimeout = GetNumber(Settings, L"TIMEOUT", RegisteredTimeout());
+    m_lZipTimeout =
+        GetNumber(Settings, L"TIMEOUT", ReadNumberAsText(OpenTransportKey(), kTimeoutValue, kDefaultTimeout));
     m_sZipUtilLocation = GetProperty(Settings, L"ZIP_UTIL_LOCATION", RegisteredProgramFolder());
 }
 

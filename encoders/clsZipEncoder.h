@@ -5,7 +5,7 @@
 
 class clsZipEncoder final : public Encoder<_clsZipEncoder> {
 public:
-    /// Reads the defaults from the registry. Throws a failure.
+    /// Reads the defaults from the registry.
     clsZipEncoder();
 
     // _clsZipEncoder

@@ -58,8 +58,8 @@ void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstri
     com::Check(set->SetProperty(com::Bstr(name).Get(), com::Variant(value).Get()), name);
 }
 
-LONG GetNumber(IZNPropertySet* set, const std::wstring& name, LONG missing) {
-    const std::wstring text = GetProperty(set, name, std::to_wstring(missing));
+LONG GetNumber(IZNPropertySet* set, const std::wstring& name, const std::wstring& missing) {
+    const std::wstring text = GetProperty(set, name, missing);
     return com::Variant(text).Number(L"setting " + name + L" = " + text);
 }
 

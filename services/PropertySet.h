@@ -21,8 +21,8 @@ NewPropertySet(const std::vector<std::pair<const wchar_t*, std::wstring>>& prope
 void SetProperty(IZNPropertySet* set, const std::wstring& name, const std::wstring& value);
 
 /// A setting as a number, or the default when the set does not hold it. Reports and throws a failure to
-/// read it; a value that is no number fails with DISP_E_TYPEMISMATCH.
-LONG GetNumber(IZNPropertySet* set, const std::wstring& name, LONG missing);
+/// read it; a value or a default that is taken and no number fails with DISP_E_TYPEMISMATCH.
+LONG GetNumber(IZNPropertySet* set, const std::wstring& name, const std::wstring& missing);
 
 /// Whether the setting "MOBILE" says that this is a field computer: anything but "FALSE" does.
 bool IsMobile(IZNPropertySet* set);

@@ -32,11 +32,15 @@ std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std
     return Read(registry, name, com::Variant(missing)).Text();
 }
 
-LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, SHORT missing) {
+std::wstring ReadNumberAsText(IZNRegistry* registry, const std::wstring& name, SHORT missing) {
     com::Variant number;
     VARIANT* const raw = number.Put();
     raw->vt = VT_I2;
     raw->iVal = missing;
-    const com::Variant value = Read(registry, name, number);
-    return value.Number(L"registry value " + name + L" = " + value.Text());
+    return Read(registry, name, number).Text();
+}
+
+LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, SHORT missing) {
+    const std::wstring value = ReadNumberAsText(registry, name, missing);
+    return com::Variant(value).Number(L"registry value " + name + L" = " + value);
 }

@@ -15,3 +15,5 @@ IZNRegistry* OpenTransportKey();
 /// no number fails with DISP_E_TYPEMISMATCH. The framework is asked with a 16-bit number as the default.
 std::wstring ReadText(IZNRegistry* registry, const std::wstring& name, const std::wstring& missing = {});
 LONG ReadNumber(IZNRegistry* registry, const std::wstring& name, SHORT missing);
+/// The same, before it is known whether it is a number.
+std::wstring ReadNumberAsText(IZNRegistry* registry, const std::wstring& name, SHORT missing);

@@ -1,6 +1,9 @@
 // See Components.h.
 #include "host/session/Components.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Module.h"
@@ -19,16 +22,31 @@ std::wstring MissingFiles(const std::wstring& folder) {
     return names.empty() ? L"" : L" Missing there:" + names;
 }
 
+/// Whether COM did not find the server of a class, or could not load it.
+bool IsMissing(HRESULT result) {
+    const HRESULT missing[] = {REGDB_E_CLASSNOTREG,
+                               CO_E_DLLNOTFOUND,
+                               CO_E_ERRORINDLL,
+                               HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
+                               HRESULT_FROM_WIN32(ERROR_PROC_NOT_FOUND),
+                               HRESULT_FROM_WIN32(ERROR_BAD_EXE_FORMAT),
+                               HRESULT_FROM_WIN32(ERROR_SXS_CANT_GEN_ACTCTX)};
+    return std::ranges::find(missing, result) != std::end(missing);
+}
+
+std::wstring Advice() {
+    const std::wstring folder = Path::ParentFolder(base::ProgramPath());
+    return L"\nPut znTransporter.dll and znFramework.dll of "
+           L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
+           folder + L", or register both with regsvr32." + MissingFiles(folder);
+}
+
 }  // namespace
 
-void ThrowMissing(const wchar_t* component, const base::Error& error) {
-    const std::wstring folder = Path::ParentFolder(base::ProgramPath());
+void ThrowNotCreated(const wchar_t* component, const base::Error& error) {
     base::Failure failure = error.failure();
     failure.description = std::wstring(L"The component ").append(component) + L" cannot be created: " +
-                          failure.description +
-                          L"\nPut znTransporter.dll and znFramework.dll of "
-                          L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
-                          folder + L", or register both with regsvr32." + MissingFiles(folder);
+                          failure.description + (IsMissing(failure.number) ? Advice() : L"");
     throw base::Error(std::move(failure));
 }
 

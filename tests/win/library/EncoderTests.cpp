@@ -91,6 +91,23 @@ TEST_F(ZipEncoder, TakesDefaultsFromTheRegistryAndSettingsFromTheSet) {
     EXPECT_EQ(Administration(encoder), L"Zip in {category 134}");
 }
 
+TEST_F(ZipEncoder, ADefaultThatCannotBeReadIsReportedAndNotTaken) {
+    framework.registry[L"13/Transport/ZipTimeout"] = L"soon";
+    framework.unreadable = L"1//ZNBinDir";
+    Create();
+    EXPECT_EQ(Ask<LONG>(&_clsZipEncoder::get_ZipTimeout, settings), 60);
+    EXPECT_EQ(Ask<std::wstring>(&_clsZipEncoder::get_ZipUtilLocation, settings), L"");
+    const auto report = Reported(L"clsZipEncoder.cls.Class_Initialize\r\n");
+    EXPECT_THAT(framework.log, ElementsAre(report, report));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"registry value ZipTimeout = soon"));
+    framework.unreadable.clear();
+    EXPECT_EQ(Configure({{L"TIMEOUT", L"5"}}), S_OK);
+    EXPECT_EQ(Configure({}), DISP_E_TYPEMISMATCH);
+    framework.registry[L"13/Transport/XDeltaTimeout"] = L"soon";
+    const auto delta = ScratchTest::Create<clsXDeltaEncoder, _clsXDeltaEncoder>();
+    EXPECT_EQ(Ask<LONG>(&_clsXDeltaEncoder::get_Timeout, delta), 60);
+}
+
 TEST_F(ZipEncoder, EncodesThroughTheWorkFile) {
     temp.File(L"work\\a b.mdb.afz", "left by an earlier failure");
     EXPECT_TRUE(EncodeAfter(L""));
