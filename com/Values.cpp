@@ -44,10 +44,10 @@ Variant::Variant(const VARIANT& other) : Variant() {
     Check(VariantCopyInd(&m_value, const_cast<VARIANT*>(&other)));
 }
 
-Variant Variant::Object(IUnknown* object) {
+Variant Variant::Object(IDispatch* object) {
     Variant variant;
-    variant.m_value.vt = VT_UNKNOWN;
-    variant.m_value.punkVal = object;
+    variant.m_value.vt = VT_DISPATCH;
+    variant.m_value.pdispVal = object;
     if (object) object->AddRef();
     return variant;
 }

@@ -48,7 +48,8 @@ public:
     explicit Variant(LONG number);
     /// An array of VARIANT holding texts, with lower bound 0.
     static Variant Array(const std::vector<std::wstring>& texts);
-    static Variant Object(IUnknown* object);
+    /// An object that scripts can call.
+    static Variant Object(IDispatch* object);
     /// An array of VARIANT holding copies, with lower bound 0.
     static Variant Array(const std::vector<Variant>& values);
 

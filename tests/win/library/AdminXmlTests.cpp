@@ -15,7 +15,10 @@ namespace {
 std::string Saved(IXMLDOMDocument* document) {
     ComPtr<IStream> stream;
     com::Check(CreateStreamOnHGlobal(nullptr, TRUE, &stream));
-    com::Check(document->save(Variant::Object(stream.Get()).Get()));
+    VARIANT target{};
+    target.vt = VT_UNKNOWN;
+    target.punkVal = stream.Get();
+    com::Check(document->save(target));
     com::Check(stream->Seek({}, STREAM_SEEK_SET, nullptr));
     std::string text(4096, '\0');
     ULONG size = 0;

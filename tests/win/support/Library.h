@@ -40,7 +40,8 @@ std::wstring Administration(const ComPtr<Interface>& component) {
     const auto administration = com::As<IZNMobileAdminProperties>(component.Get());
     const auto registration = com::As<IZNRegInCat>(component.Get());
     const auto value = Ask<Variant>(&IZNRegInCat::get_CategoriesToReg, registration);
-    const auto categories = com::As<_Collection>(value.Get().punkVal);
+    EXPECT_EQ(value.Get().vt, VT_DISPATCH) << "for scripts";
+    const auto categories = com::As<_Collection>(value.Get().pdispVal);
     EXPECT_EQ(Ask<LONG>(&_Collection::get_Count, categories), 1);
     const bool hasProperties = Ask<bool>(&IZNMobileAdminProperties::get_HasProperties, administration);
     return Ask<std::wstring>(&IZNMobileAdminProperties::get_Name, administration) + L" in " +
