@@ -3,19 +3,31 @@
 
 #include <windows.h>
 
+#include <optional>
+
 namespace com {
 
+namespace {
+
+constexpr ULONGLONG kSlice = 100;  // milliseconds
+
+}  // namespace
+
 void ProcessPendingMessages() {
+    const ULONGLONG start = GetTickCount64();
+    std::optional<int> quit;
     MSG message;
-    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    while (GetTickCount64() - start < kSlice && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        // Set aside: while it waits in the queue no timer comes through.
         if (message.message == WM_QUIT) {
-            // Not ours to swallow: the host's own message loop must see it.
-            PostQuitMessage(static_cast<int>(message.wParam));
-            return;
+            quit = static_cast<int>(message.wParam);
+            continue;
         }
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
+    // Not ours to swallow: the host's own message loop must see it.
+    if (quit) PostQuitMessage(*quit);
 }
 
 }  // namespace com

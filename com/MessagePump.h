@@ -3,8 +3,8 @@
 
 namespace com {
 
-/// Lets the host process the window messages that wait for this thread. One that asks the host to quit stays
-/// for it.
+/// Lets the host process the window messages that wait for this thread, for one slice of a wait (100 ms) at
+/// most: a window may post to itself without end. One that asks the host to quit stays for it.
 void ProcessPendingMessages();
 
 }  // namespace com

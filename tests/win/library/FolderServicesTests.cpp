@@ -108,13 +108,45 @@ TEST_F(FolderServices, OptionsOfTheCommandLineWinOverStoredSettings) {
     EXPECT_EQ(OptionOrSetting(L"ftpserver", registry), L"") << "letter case matters";
 }
 
-TEST_F(FolderServices, AMessageToQuitStaysForTheHost) {
+bool rang;
+void CALLBACK Ring(HWND, UINT, UINT_PTR, DWORD) { rang = true; }
+
+TEST_F(FolderServices, AMessageToQuitStaysForTheHostAndHoldsNothingUp) {
+    const UINT_PTR timer = SetTimer(nullptr, 0, 10, &Ring);
+    rang = false;
     PostQuitMessage(3);
-    com::ProcessPendingMessages();
+    for (int i = 0; i < 1000 && !rang; ++i) {
+        Sleep(10);
+        com::ProcessPendingMessages();
+    }
+    EXPECT_TRUE(rang);
+    KillTimer(nullptr, timer);
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));
     EXPECT_EQ(message.wParam, 3u);
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) << "once";
+}
+
+ULONGLONG lastPost;
+bool posting;
+LRESULT CALLBACK PostAgain(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    // A test that fails must not run for ever.
+    posting = GetTickCount64() < lastPost;
+    if (message == WM_APP && posting) PostMessageW(window, WM_APP, 0, 0);
+    return DefWindowProcW(window, message, wParam, lParam);
+}
+
+TEST_F(FolderServices, AWindowThatPostsToItselfDoesNotHoldAWaitUp) {
+    lastPost = GetTickCount64() + 20000;
+    const HWND window =
+        CreateWindowExW(0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&PostAgain));
+    PostMessageW(window, WM_APP, 0, 0);
+    com::ProcessPendingMessages();
+    EXPECT_TRUE(posting);
+    lastPost = 0;
+    DestroyWindow(window);
 }
 
 }  // namespace
