@@ -27,7 +27,10 @@ base::Failure PublishedFailure(HRESULT number) {
 }  // namespace
 
 void Check(HRESULT result, std::wstring_view subject, base::Where where) {
-    if (SUCCEEDED(result)) return;
+    if (SUCCEEDED(result)) {
+        SetErrorInfo(0, nullptr);
+        return;
+    }
     base::Failure failure = PublishedFailure(result);
     failure.place = where;
     if (failure.description.empty())

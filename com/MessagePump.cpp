@@ -2,6 +2,7 @@
 #include "com/MessagePump.h"
 
 #include <windows.h>
+#include <oleauto.h>
 
 #include <optional>
 
@@ -26,6 +27,7 @@ void ProcessPendingMessages() {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
+    SetErrorInfo(0, nullptr);  // as after each call of an object: com::Check
     // Not ours to swallow: the host's own message loop must see it.
     if (quit) PostQuitMessage(*quit);
 }

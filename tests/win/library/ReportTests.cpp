@@ -86,6 +86,14 @@ TEST_F(ReportTest, AFailingEventLogSurfaces) {
     EXPECT_EQ(FailureOf([] { Report(L"text"); }).number, E_ACCESSDENIED);
 }
 
+TEST_F(ReportTest, AHandledFailureDoesNotDescribeALaterOne) {
+    framework.onLog = [] { com::Call([] { throw base::Error(E_FAIL, L"handled by the host"); }); };
+    Report(L"text");
+    framework.onLog = [] {};
+    framework.logResult = E_ACCESSDENIED;
+    EXPECT_THAT(FailureOf([] { Report(L"text"); }).description, EndsWith(L"(writing to the event log)"));
+}
+
 TEST_F(ReportTest, MessageBoxesAreRefusedWithoutUserInterface) {
     base::Failure failure;
     for (int i = 0; i < 2; ++i)
