@@ -15,17 +15,19 @@ namespace {
 struct Product {
     LONG number;
     const wchar_t* path;
+    bool usersToo;  ///< whether users have values of their own, which win over those of the machine
 };
 
-/// The keys of the product areas.
+/// The keys of the product areas. Where programs lie is a matter of the machine alone: a user's value could
+/// make an elevated host start the user's programs.
 constexpr Product kProducts[] = {
-    {ZN_PRODUCT_FRAMEWORK, L"Software\\znFramework"},
-    {ZN_PRODUCT_MOBILE, L"Software\\znMobile"},
+    {ZN_PRODUCT_FRAMEWORK, L"Software\\znFramework", false},
+    {ZN_PRODUCT_MOBILE, L"Software\\znMobile", true},
 };
 
-std::wstring ProductPath(LONG number) {
+const Product& ProductOf(LONG number) {
     for (const Product& product : kProducts)
-        if (product.number == number) return product.path;
+        if (product.number == number) return product;
     throw base::Error(E_INVALIDARG, L"There is no registry product number " + std::to_wstring(number) + L".");
 }
 
@@ -122,17 +124,20 @@ const std::wstring& ZNRegistry::Path() const {
 STDMETHODIMP ZNRegistry::Open(LONG Hive, LONG Product, BSTR SubKey) {
     return com::Call([&] {
         const HKEY hive = PredefinedKey(Hive);
+        const auto& product = ProductOf(Product);
         const std::wstring subKey = com::Text(SubKey);
-        m_path = ProductPath(Product) + (subKey.empty() ? L"" : L"\\" + subKey);
+        m_path = product.path + (subKey.empty() ? L"" : L"\\" + subKey);
         m_hive = hive;
+        m_usersToo = product.usersToo;
     });
 }
 
 STDMETHODIMP ZNRegistry::Read(BSTR Name, VARIANT Default, VARIANT* Value) {
     return com::Return(Value, [&] {
         const std::wstring name = com::Text(Name);
-        auto value = ReadValue(HKEY_CURRENT_USER, Path(), name);
-        if (!value) value = ReadValue(m_hive, m_path, name);
+        std::optional<com::Variant> value;
+        if (m_usersToo) value = ReadValue(HKEY_CURRENT_USER, Path(), name);
+        if (!value) value = ReadValue(m_hive, Path(), name);
         return value ? *value : com::Variant(Default);
     });
 }
@@ -142,10 +147,11 @@ STDMETHODIMP ZNRegistry::Write(BSTR Name, VARIANT Value) {
         const std::wstring name = com::Text(Name);
         const com::Variant value(Value);
         LSTATUS status = WriteValue(m_hive, Path(), name, value);
-        // Read would go on finding an older value of the user's.
-        if (status == ERROR_SUCCESS && m_hive != HKEY_CURRENT_USER)
-            RegDeleteKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str());
-        if (status == ERROR_ACCESS_DENIED) status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
+        if (m_usersToo && m_hive != HKEY_CURRENT_USER) {
+            // Read would go on finding an older value of the user's.
+            if (status == ERROR_SUCCESS) RegDeleteKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str());
+            if (status == ERROR_ACCESS_DENIED) status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
+        }
         if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), m_path + L"\\" + name);
     });
 }

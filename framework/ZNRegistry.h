@@ -17,5 +17,6 @@ private:
     const std::wstring& Path() const;
 
     HKEY m_hive = nullptr;
-    std::wstring m_path;  ///< of the selected key, below its hive
+    std::wstring m_path;      ///< of the selected key, below its hive
+    bool m_usersToo = false;  ///< whether the current user's values of the key win
 };

@@ -109,8 +109,12 @@ TEST_F(RegistryTest, WithoutTheRightToWriteTheValueIsTheUsers) {
 
 TEST_F(RegistryTest, ProductsHaveKeysOfTheirOwnAndMisuseIsRefused) {
     const wchar_t folder[] = L"D:\\bin";
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znFramework", L"ZNBinDir", REG_SZ, folder, sizeof folder);
+    const wchar_t foreign[] = L"D:\\user\\bin";
+    RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\znFramework", L"ZNBinDir", REG_SZ, foreign,
+                    sizeof foreign);
     EXPECT_EQ(registry->Open(kMachine, ZN_PRODUCT_FRAMEWORK, nullptr), S_OK);
+    EXPECT_EQ(Text(L"ZNBinDir"), L"default") << "no user says where programs lie";
+    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znFramework", L"ZNBinDir", REG_SZ, folder, sizeof folder);
     EXPECT_EQ(registry->Open(kMachine, 99, In(L"")), E_INVALIDARG);
     EXPECT_EQ(registry->Open(1, ZN_PRODUCT_MOBILE, In(L"")), E_INVALIDARG);
     EXPECT_EQ(Text(L"ZNBinDir"), folder) << "a refused Open leaves the key as it was";
