@@ -65,7 +65,7 @@ int frmFTP::Load() {
     InitializeLocale();
     SetInitalControlState();
     FtpSite shown = m_site;
-    shown.password = FtpPassword::Decipher(m_site.password);
+    shown.password = FtpPassword::Decipher(m_site.password).value_or(L"");
     for (int box = 0; box < kBoxes; ++box)
         SetText(IDC_FTP_TEXT + box, shown.*kFtpSettings[box].member);
     return IDC_FTP_TEXT;

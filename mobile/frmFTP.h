@@ -12,7 +12,7 @@ class frmFTP final : Dialog {
 public:
     frmFTP() : Dialog(L"frmFTP") {}
 
-    /// Shows the dialog modally. Sides: goes into the document. Site: its password enciphered, as stored.
+    /// Shows the dialog modally. Sides: goes into the document. Site: its password enciphered, as documents hold it.
     /// What the user applied replaces it; a cancelled dialog leaves it, and so does a host that allows no
     /// user interface, at once and with a report. Failures are reported.
     void Execute(LONG Sides, FtpSite& Site);

@@ -4,6 +4,7 @@
 #include "com/ErrorInfo.h"
 #include "common/Report.h"
 #include "ftp/settings/AdminXml.h"
+#include "ftp/settings/FtpPassword.h"
 #include "ftp/settings/FtpSettings.h"
 #include "mobile/frmFTP.h"
 #include "mobile/modMobileAdminXML.h"
@@ -13,18 +14,11 @@ using Microsoft::WRL::ComPtr;
 
 namespace {
 
-constexpr auto kDocument = L"administration document";
-
-void ReadDocument(IUnknown* context, FtpSite& site) {
-    ComPtr<IXMLDOMNode> document;
-    com::Check(context->QueryInterface(IID_IXMLDOMNode, &document), kDocument);
-    AdminXml::ReadSettings(document.Get(), site);
-}
-
 void ReadRegistry(FtpSite& site) {
     IZNRegistry* const registry = OpenTransportKey();
     for (const FtpSetting& setting : kFtpSettings)
         site.*setting.member = ReadText(registry, setting.name);
+    site.password = FtpPassword::ForDocuments(site.password);
 }
 
 }  // namespace
@@ -34,13 +28,13 @@ ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
     return self.Guard(ComPtr<IUnknown>(), [&] {
         FtpSite& site = m_site.emplace();
         if (context)
-            ReadDocument(context, site);
+            AdminXml::ReadSettings(context, site);
         else
             ReadRegistry(site);
         // The settings alone are checked: asking the tool's user, or a server, is the dialog's business.
         const auto document = modMobileAdminXML::GenerateFTPXML(sides, site);
         ComPtr<IXMLDOMElement> element;
-        if (document) com::Check(document->get_documentElement(&element), kDocument);
+        if (document) com::Check(document->get_documentElement(&element), L"administration document");
         return element;
     });
 }

@@ -19,5 +19,5 @@ public:
     Microsoft::WRL::ComPtr<IUnknown> Execute(LONG sides);
 
 private:
-    std::optional<FtpSite> m_site;  ///< the password enciphered, as stored; nothing until Initialize
+    std::optional<FtpSite> m_site;  ///< the password as documents hold it; nothing until Initialize
 };

@@ -64,7 +64,7 @@ void clsFTPSndRcv::ReadMissingSettings() {
     FtpSite& site = m_session.site;
     if (site.server.empty()) site.server = login(kFtpServer);
     if (site.user.empty()) site.user = login(kFtpUser);
-    if (site.password.empty()) site.password = FtpPassword::Decipher(login(kFtpPassword));
+    if (site.password.empty()) site.password = FtpPassword::Decipher(login(kFtpPassword)).value_or(L"");
     if (m_sRemoteReceiveFolder.empty()) m_sRemoteReceiveFolder = folder(L"RemoteReceiveFolder");
     if (m_sRemoteSendFolder.empty()) m_sRemoteSendFolder = folder(L"RemoteSendFolder");
 }

@@ -73,13 +73,15 @@ ComPtr<IXMLDOMDocument> NewDocument(const FtpSite* settings) {
     return document;
 }
 
-void ReadSettings(IXMLDOMNode* document, FtpSite& settings) {
+void ReadSettings(IUnknown* document, FtpSite& settings) {
+    ComPtr<IXMLDOMNode> root;
+    com::Check(document->QueryInterface(IID_IXMLDOMNode, &root), L"administration document");
     const std::wstring key = std::wstring(L"/") + kRoot + L"/" + Keyed(kConfiguration, kSenderReceiver) +
                              L"//" + Keyed(kKey, kTransport) + L"/";
     for (const FtpSetting& setting : kFtpSettings) {
         const std::wstring path = key + Keyed(kSetting, setting.name) + L"/@" + kKeyValue;
         ComPtr<IXMLDOMNode> node;
-        com::Check(document->selectSingleNode(com::Bstr(path).Get(), &node), path);
+        com::Check(root->selectSingleNode(com::Bstr(path).Get(), &node), path);
         if (node) settings.*setting.member = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
     }
 }

@@ -18,10 +18,16 @@ bool FtpPassword::IsEnciphered(std::wstring_view text) {
     return !text.empty() && text.size() % kDigitsPerBlock == 0 && IsHexadecimal(text);
 }
 
-std::wstring FtpPassword::Decipher(std::wstring_view stored) {
+std::optional<std::wstring> FtpPassword::Decipher(std::wstring_view stored) {
     const auto password = IsEnciphered(stored) ? Envelope().DecryptData(BytesOfHexadecimal(stored), {})
                                                : Envelope().DecryptData(BytesOf(stored), {});
-    return password ? TextOf(*password) : std::wstring();
+    if (!password) return std::nullopt;
+    return TextOf(*password);
+}
+
+std::wstring FtpPassword::ForDocuments(std::wstring_view stored) {
+    const bool isBytes = !IsEnciphered(stored) && Decipher(stored);
+    return isBytes ? HexadecimalOf(BytesOf(stored)) : std::wstring(stored);
 }
 
 std::wstring FtpPassword::Encipher(std::wstring_view password) { return HexadecimalOf(Enciphered(password)); }

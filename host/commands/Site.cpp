@@ -31,15 +31,13 @@ FtpSite SiteOf(Settings& settings) {
 void Take(const FtpSite& site, Settings& settings) {
     settings.ftpServer = site.server;
     settings.ftpUser = site.user;
-    settings.ftpPassword.plain = FtpPassword::Decipher(site.password);
+    settings.ftpPassword.plain = FtpPassword::Decipher(site.password).value_or(L"");
     EnterpriseToField(settings) = site.enterpriseToField;
     FieldToEnterprise(settings) = site.fieldToEnterprise;
 }
 
 FtpSite ReadDocument(IUnknown* document, FtpSite site) {
-    ComPtr<IXMLDOMNode> root;
-    com::Check(document->QueryInterface(IID_IXMLDOMNode, &root), L"administration document");
-    AdminXml::ReadSettings(root.Get(), site);
+    AdminXml::ReadSettings(document, site);
     return site;
 }
 

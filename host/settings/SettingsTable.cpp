@@ -29,7 +29,7 @@ std::wstring Setting::Title() const {
 
 void TakeText(Password& value, const std::wstring& text) {
     const bool isPlain = !text.empty() && !FtpPassword::IsEnciphered(text);
-    value = {isPlain ? text : FtpPassword::Decipher(text), isPlain};
+    value = {isPlain ? text : FtpPassword::Decipher(text).value_or(L""), isPlain};
 }
 
 std::wstring TextOf(const Password& value) {

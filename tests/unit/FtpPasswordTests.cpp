@@ -21,15 +21,20 @@ TEST(FtpPassword, ComesBackFromBothStoredForms) {
         EXPECT_EQ(bytes.size() * 4, digits.size());
         EXPECT_FALSE(FtpPassword::IsEnciphered(bytes));
         EXPECT_EQ(FtpPassword::Decipher(bytes), password);
+        EXPECT_EQ(FtpPassword::ForDocuments(bytes), digits);
+        EXPECT_EQ(FtpPassword::ForDocuments(small), small);
     }
 }
 
 TEST(FtpPassword, OtherTextsAreNoPasswords) {
     for (const std::wstring& text :
-         {std::wstring(), std::wstring(L"plain"), std::wstring(63, L'A'), std::wstring(64, L'g')}) {
+         {std::wstring(), std::wstring(L"plain"), std::wstring(L"sixteen letters!"), std::wstring(63, L'A'),
+          std::wstring(64, L'g')}) {
         EXPECT_FALSE(FtpPassword::IsEnciphered(text));
-        EXPECT_EQ(FtpPassword::Decipher(text), L"");
+        EXPECT_EQ(FtpPassword::Decipher(text), std::nullopt);
+        EXPECT_EQ(FtpPassword::ForDocuments(text), text);
     }
+    EXPECT_EQ(FtpPassword::Decipher(std::wstring(64, L'A')), std::nullopt) << "another key's";
 }
 
 }  // namespace

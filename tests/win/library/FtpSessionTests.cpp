@@ -1,7 +1,9 @@
 // The FTP sender/receiver's connection, settings and administration.
 #include <msxml2.h>
 
+#include "base/Utf8.h"
 #include "common/Apartment.h"
+#include "ftp/settings/AdminXml.h"
 #include "ftp/settings/FtpPassword.h"
 #include "tests/win/library/FtpTest.h"
 
@@ -178,6 +180,22 @@ TEST_F(FtpAdministrationTest, SettingsComeFromTheRegistryOrFromADocument) {
             EXPECT_THAT(text, HasSubstr(L"KeyName=\"" + name + L"\" KeyValue=\"my " + name + L"\""));
     }
     EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(FtpAdministrationTest, APasswordThatThePromptSavedTravelsAsDigits) {
+    for (const std::wstring name :
+         {L"FTPServer", L"FTPUser", L"FTPEnterpriseToField", L"FTPFieldtoEnterprise"})
+        framework.registry[L"13/Transport/" + name] = name;
+    for (const std::wstring password : {L"a", L"secret", L"right", L"hunter2", L"Größe", L"letmein"}) {
+        framework.registry[L"13/Transport/FTPPassword"] = FtpPassword::EncipherBytes(password);
+        // Without a user interface the dialog is cancelled at once.
+        for (const ComPtr<IUnknown>& result : {Initialize(nullptr), Execute()}) {
+            ASSERT_NE(result, nullptr) << base::ToUtf8(password);
+            FtpSite site;
+            AdminXml::ReadSettings(result.Get(), site);
+            EXPECT_EQ(site.password, FtpPassword::Encipher(password));
+        }
+    }
 }
 
 class FtpFile : public LibraryTest {};
