@@ -8,14 +8,14 @@ int frmPromptFTP::Load() {
     SetText(IDC_PROMPT_USER, txtUser);
     SetText(IDC_PROMPT_PASSWORD, txtPassword);
     SetChecked(IDC_PROMPT_SAVE, chkSaveProperties);
-    return FirstEmptyBox();
+    return FirstBox();
 }
 
-int frmPromptFTP::FirstEmptyBox() const {
+/// The first empty one. Behind a login that failed it is the password: whoever types that again without
+/// looking must not do so where it can be read.
+int frmPromptFTP::FirstBox() const {
     if (txtServer.empty()) return IDC_PROMPT_SERVER;
-    if (txtUser.empty()) return IDC_PROMPT_USER;
-    if (txtPassword.empty()) return IDC_PROMPT_PASSWORD;
-    return IDC_PROMPT_SERVER;
+    return txtUser.empty() ? IDC_PROMPT_USER : IDC_PROMPT_PASSWORD;
 }
 
 void frmPromptFTP::Command(int control, int) {

@@ -21,6 +21,6 @@ public:
 private:
     int Load() override;
     void Command(int control, int code) override;
-    int FirstEmptyBox() const;
+    int FirstBox() const;
     void ReadControls();
 };

@@ -238,6 +238,7 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
         Enter(second, L"ann", L"wrong");
         const Screen third = NextPrompt(framework.resources[144]);
         EXPECT_EQ(third.Text(IDC_PROMPT_USER), L"ann");
+        EXPECT_TRUE(third.FocusReaches(IDC_PROMPT_PASSWORD)) << "the server can be read";
         SendMessageW(third.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
         Enter(third, L"ann", L"right");
     });
