@@ -1,6 +1,7 @@
 // See Text.h.
 #include "base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -44,6 +45,11 @@ std::wstring Upper(std::wstring_view text) {
     const int size = static_cast<int>(text.size());
     if (size != 0) LCMapStringW(LOCALE_INVARIANT, LCMAP_UPPERCASE, text.data(), size, result.data(), size);
     return result;
+}
+
+bool HasControlCharacter(std::wstring_view text) noexcept {
+    constexpr wchar_t kDelete = 0x7F;
+    return std::ranges::any_of(text, [](wchar_t letter) { return letter < L' ' || letter == kDelete; });
 }
 
 std::wstring_view Trimmed(std::wstring_view text) noexcept {

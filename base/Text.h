@@ -15,6 +15,8 @@ std::string ToSystemCodePage(const std::wstring& text);
 /// "0x" and the upper-case hexadecimal digits of a number.
 std::wstring Hexadecimal(DWORD number);
 std::wstring Upper(std::wstring_view text);
+/// Such as a tab, or the end of a line.
+bool HasControlCharacter(std::wstring_view text) noexcept;
 /// Without blanks at both ends.
 std::wstring_view Trimmed(std::wstring_view text) noexcept;
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;

@@ -12,13 +12,21 @@ using FileSystem::FileEntry;
 
 namespace {
 
+/// Text as a part of a command to the server, where the end of a line in it would begin another command.
+std::string CommandText(const std::wstring& text) {
+    if (base::HasControlCharacter(text))
+        throw base::Error(E_INVALIDARG, text + L": a control character, such as a tab or the end of a line, "
+                                               L"cannot be sent to an FTP server; use another name.");
+    return ToSystemCodePage(text);
+}
+
 /// The usual failure would carry the password into logs and message boxes.
-std::string PasswordBytes(const std::wstring& password) try {
-    return ToSystemCodePage(password);
+std::string PasswordText(const std::wstring& password) try {
+    return CommandText(password);
 } catch (const base::Error& error) {
     throw base::Error(error.failure().number,
-                      L"The FTP password has a character that is not in the system's 8-bit code page; "
-                      L"use another password.");
+                      L"The FTP password has a character that is not in the system's 8-bit code page, or a "
+                      L"control character; use another password.");
 }
 
 FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
@@ -37,9 +45,9 @@ bool FtpConnection::OpenSession() {
 
 bool FtpConnection::Connect(const FtpSite& site) {
     m_connection = InternetHandle(
-        WinInet().InternetConnectA(m_internet.Get(), ToSystemCodePage(site.server).c_str(),
-                                   INTERNET_INVALID_PORT_NUMBER, ToSystemCodePage(site.user).c_str(),
-                                   PasswordBytes(site.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0));
+        WinInet().InternetConnectA(m_internet.Get(), CommandText(site.server).c_str(),
+                                   INTERNET_INVALID_PORT_NUMBER, CommandText(site.user).c_str(),
+                                   PasswordText(site.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0));
     return IsConnected();
 }
 
@@ -57,13 +65,11 @@ bool FtpConnection::SetCurrentFolder(const std::string& folder) const {
     return WinInet().FtpSetCurrentDirectoryA(m_connection.Get(), folder.c_str()) != FALSE;
 }
 
-bool FtpConnection::Enter(const std::wstring& folder) const {
-    return SetCurrentFolder(ToSystemCodePage(folder));
-}
+bool FtpConnection::Enter(const std::wstring& folder) const { return SetCurrentFolder(CommandText(folder)); }
 
 FtpConnection::Entry FtpConnection::EnterOrCreate(const std::wstring& folder) const {
     if (Enter(folder)) return Entry::Entered;
-    if (!WinInet().FtpCreateDirectoryA(m_connection.Get(), ToSystemCodePage(folder).c_str()))
+    if (!WinInet().FtpCreateDirectoryA(m_connection.Get(), CommandText(folder).c_str()))
         return Entry::NotCreated;
     return Enter(folder) ? Entry::Entered : Entry::NotEntered;
 }
@@ -85,7 +91,7 @@ bool FtpConnection::ReturnTo(const std::string& folder) const {
 InternetHandle FtpConnection::Find(const std::wstring& pattern, FileEntry& found) const {
     WIN32_FIND_DATAA data{};
     InternetHandle search(
-        WinInet().FtpFindFirstFileA(m_connection.Get(), ToSystemCodePage(pattern).c_str(), &data, 0, 0));
+        WinInet().FtpFindFirstFileA(m_connection.Get(), CommandText(pattern).c_str(), &data, 0, 0));
     if (search) found = EntryOf(data);
     return search;
 }
@@ -99,14 +105,14 @@ bool FtpConnection::FindNext(const InternetHandle& search, FileEntry& found) {
 
 bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name, DWORD flags) const {
     return WinInet().FtpPutFileA(m_connection.Get(), ToSystemCodePage(localFile).c_str(),
-                                 ToSystemCodePage(name).c_str(), flags, 0) != FALSE;
+                                 CommandText(name).c_str(), flags, 0) != FALSE;
 }
 
 bool FtpConnection::Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const {
-    return WinInet().FtpGetFileA(m_connection.Get(), ToSystemCodePage(name).c_str(),
+    return WinInet().FtpGetFileA(m_connection.Get(), CommandText(name).c_str(),
                                  ToSystemCodePage(localFile).c_str(), FALSE, attributes, kFlags, 0) != FALSE;
 }
 
 bool FtpConnection::Delete(const std::wstring& name) const {
-    return WinInet().FtpDeleteFileA(m_connection.Get(), ToSystemCodePage(name).c_str()) != FALSE;
+    return WinInet().FtpDeleteFileA(m_connection.Get(), CommandText(name).c_str()) != FALSE;
 }

@@ -1,5 +1,6 @@
 // A connection to an FTP server; every one of the library is opened here. What is False or null failed, and
-// GetLastError tells why. Names that the 8-bit code page cannot hold are thrown.
+// GetLastError tells why. Text with characters that are not in the 8-bit code page, or with control
+// characters, is thrown.
 #pragma once
 
 #include <string>

@@ -43,6 +43,11 @@ constexpr std::array<Caption, 10> kCaptions = {{
     {IDC_FTP_CANCEL, 102},
 }};
 
+// Behind what every check let pass, such as a character that no document can hold.
+constexpr auto kNotApplied =
+    L"The settings cannot be stored as a document, so that they are not applied. The event "
+    L"log tells why. Correct them, or cancel.";
+
 /// Tests what the boxes hold; a fault is shown.
 bool VerifyFTPSite(const FtpSite& site, bool testConnection) {
     const WaitCursor busy;
@@ -117,7 +122,9 @@ void frmFTP::cmdApply_Click() {
         FtpSite site = ReadBoxes();
         if (!VerifyFTPSite(site, IsChecked(IDC_FTP_VERIFY_ON_APPLY))) return;
         site.password = FtpPassword::Encipher(site.password);
-        m_document = modMobileAdminXML::GenerateFTPXML(m_lSides, site);
+        auto document = modMobileAdminXML::GenerateFTPXML(m_lSides, site);
+        if (!document) return ShowVerificationMessage(kNotApplied);
+        m_document = std::move(document);
         m_site = std::move(site);
         Close(true);
     });

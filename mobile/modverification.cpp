@@ -45,6 +45,16 @@ void ReportError(LONG number, std::wstring text, const ShowMessage& show) {
     }
 }
 
+/// What no FTP site can be, although the settings are complete; empty when there is nothing.
+std::wstring UnusableValue(const FtpSite& site) {
+    for (const FtpSetting& setting : kFtpSettings)
+        if (base::HasControlCharacter(site.*setting.member))
+            return std::wstring(L"The ") + setting.title +
+                   L" holds a control character, such as a tab or the end of a line. Type it anew without "
+                   L"that.";
+    return {};
+}
+
 }  // namespace
 
 LONG SettingsFault(const FtpSite& site) {
@@ -60,6 +70,10 @@ bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& 
     return Procedure(L"modverification.VerifyFTPSite").Guard(false, [&] {
         if (const LONG message = SettingsFault(site)) {
             if (show) ReportError(0, Lines(BrandedText(message), L""), show);
+            return false;
+        }
+        if (const std::wstring problem = UnusableValue(site); !problem.empty()) {
+            ReportError(0, problem, show);
             return false;
         }
         if (!TestConnection) return true;

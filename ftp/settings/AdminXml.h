@@ -13,7 +13,8 @@ namespace AdminXml {
 /// without any. Throws a failure.
 Microsoft::WRL::ComPtr<IXMLDOMDocument> NewDocument(const FtpSite* settings);
 
-/// Stores the settings of a document, or of an element of one; one that it lacks stays as it is. Throws a failure.
+/// Stores the settings of a document, or of an element of one; one that it lacks stays as it is. Throws a
+/// failure.
 void ReadSettings(IUnknown* document, FtpSite& settings);
 
 }  // namespace AdminXml

@@ -9,17 +9,20 @@ struct FtpSetting {
     std::wstring FtpSite::*member;
     const wchar_t* name;                ///< in the registry, in administration documents and for Init
     const wchar_t* configName;          ///< in the mobile configuration and for the folder locator
+    const wchar_t* title;               ///< in messages
     const wchar_t* property = nullptr;  ///< in the property set; it has folders by direction, not by these
 };
 
-inline constexpr FtpSetting kFtpServer{&FtpSite::server, L"FTPServer", L"FTPServer", L"FTP_SERVER"};
-inline constexpr FtpSetting kFtpUser{&FtpSite::user, L"FTPUser", L"FTPUser", L"FTP_USER"};
-inline constexpr FtpSetting kFtpPassword{&FtpSite::password, L"FTPPassword", L"FTPPassword", L"FTP_PASSWORD"};
+inline constexpr FtpSetting kFtpServer{&FtpSite::server, L"FTPServer", L"FTPServer", L"server",
+                                       L"FTP_SERVER"};
+inline constexpr FtpSetting kFtpUser{&FtpSite::user, L"FTPUser", L"FTPUser", L"user", L"FTP_USER"};
+inline constexpr FtpSetting kFtpPassword{&FtpSite::password, L"FTPPassword", L"FTPPassword", L"password",
+                                         L"FTP_PASSWORD"};
 inline constexpr FtpSetting kFtpEnterpriseToField{&FtpSite::enterpriseToField, L"FTPEnterpriseToField",
-                                                  L"FTPEnterpriseToField"};
+                                                  L"FTPEnterpriseToField", L"enterprise-to-field folder"};
 // Readers of either name match it as it is: they differ in the case of one letter.
 inline constexpr FtpSetting kFtpFieldToEnterprise{&FtpSite::fieldToEnterprise, L"FTPFieldtoEnterprise",
-                                                  L"FTPFieldToEnterprise"};
+                                                  L"FTPFieldToEnterprise", L"field-to-enterprise folder"};
 
 /// What FtpSite::HasLogin asks for.
 inline constexpr std::array kFtpLoginSettings = {kFtpServer, kFtpUser, kFtpPassword};

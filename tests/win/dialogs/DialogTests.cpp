@@ -132,6 +132,17 @@ TEST_F(FtpPropertiesTest, AFailedApplyNamesTheFaultAndKeepsTheDialog) {
         EXPECT_THAT(message.Message(), HasSubstr(L"must not be the same"));
         message.Confirm();
         EXPECT_EQ(screen.Text(kFieldToEnterprise), L" out ");
+        screen.Mnemonic(L'w');
+        for (const auto& [name, text] :
+             {std::pair{L"up\x1", L"The field-to-enterprise folder holds a control"},
+              {L"up\xFFFF", L"The settings cannot be stored as a document"}}) {
+            SetWindowTextW(screen.Control(kFieldToEnterprise), name);
+            screen.Key(VK_RETURN);
+            const Screen refusal = screen.Popup();
+            EXPECT_THAT(refusal.Message(), StartsWith(text));
+            refusal.Confirm();
+            EXPECT_EQ(screen.Text(kFieldToEnterprise), name);
+        }
         screen.Key(VK_ESCAPE);
         screen.AwaitEnd();
     });

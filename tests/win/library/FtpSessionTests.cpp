@@ -52,11 +52,24 @@ TEST_F(FtpSessionTest, AFailedConnectionSaysWhatIsKnownAndLeavesNothingOpen) {
 }
 
 TEST_F(FtpSessionTest, APasswordThatCannotTravelIsNotTold) {
-    Init({{L"FTPPassword", L"secret\u0100"}});
-    EXPECT_FALSE(Connect());
-    EXPECT_THAT(framework.LogText(),
-                AllOf(HasSubstr(L"The FTP password has a character that is not"), Not(HasSubstr(L"secret"))));
-    EXPECT_THAT(server.open, IsEmpty());
+    for (const wchar_t* password : {L"secret\u0100", L"secret\r\nDELE x"}) {
+        Init({{L"FTPPassword", password}});
+        EXPECT_FALSE(Connect());
+        EXPECT_THAT(framework.LogText(), AllOf(HasSubstr(L"The FTP password has a character that is not"),
+                                               Not(HasSubstr(L"secret"))));
+        EXPECT_THAT(server.open, IsEmpty());
+        EXPECT_THAT(server.logins, IsEmpty());
+    }
+}
+
+TEST_F(FtpSessionTest, TheEndOfALineInANameIsNoFurtherCommand) {
+    temp.File(L"send\\a.mdb");
+    Init({{L"RemoteSendFolder", L"in\r\nDELE x"}, {L"RemoteReceiveFolder", L"out\tx"}});
+    EXPECT_FALSE(Send());
+    EXPECT_TRUE(Receive()) << "as from a folder that is not there";
+    EXPECT_THAT(server.folders, ElementsAre("/"));
+    EXPECT_THAT(framework.LogText(), AllOf(HasSubstr(L"SetRemoteFolder\r\nin\r\nDELE x: a control character"),
+                                           HasSubstr(L"SetRemoteFolder\r\nout\tx/: a control character")));
 }
 
 TEST_F(FtpSessionTest, NobodyIsAskedWithoutUserInterface) {

@@ -53,6 +53,8 @@ TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
         site.*setting = L"  ";
         EXPECT_EQ(Check(), message);
     }
+    site = {L"host", L"joe", L"secret", L"out", L"in\r\nDELE x"};
+    EXPECT_THAT(Check(false), StartsWith(L"The field-to-enterprise folder holds a control character"));
     EXPECT_THAT(server.logins, IsEmpty());
 }
 
