@@ -6,6 +6,7 @@
 
 #include "base/Text.h"
 #include "common/Report.h"
+#include "common/modZNStartup.h"
 #include "ftp/settings/FtpPassword.h"
 #include "ftp/settings/FtpSettings.h"
 #include "mobile/frmFTPControls.h"
@@ -57,12 +58,14 @@ bool VerifyFTPSite(const FtpSite& site, bool testConnection) {
 
 }  // namespace
 
-void frmFTP::Execute(LONG Sides, FtpSite& Site) {
-    Procedure(L"frmFTP.frm.Execute").Guard([&] {
+ZNDialogEnd frmFTP::Execute(LONG Sides, FtpSite& Site) {
+    return Procedure(L"frmFTP.frm.Execute").Guard(ZN_DIALOG_FAILED, [&] {
         m_lSides = Sides;
         m_site = Site;
         m_document = modMobileAdminXML::GenerateFTPXML(Sides, Site);
-        if (ShowModal()) Site = m_site;
+        if (!ShowModal()) return UserInterfaceIsAllowed() ? ZN_DIALOG_CANCELLED : ZN_DIALOG_FAILED;
+        Site = m_site;
+        return ZN_DIALOG_APPLIED;
     });
 }
 

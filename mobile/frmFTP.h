@@ -7,15 +7,16 @@
 
 #include "ftp/settings/FtpSite.h"
 #include "ui/Dialog.h"
+#include "znTransporter.h"
 
 class frmFTP final : Dialog {
 public:
     frmFTP() : Dialog(L"frmFTP") {}
 
-    /// Shows the dialog modally. Sides: goes into the document. Site: its password enciphered, as documents hold it.
-    /// What the user applied replaces it; a cancelled dialog leaves it, and so does a host that allows no
-    /// user interface, at once and with a report. Failures are reported.
-    void Execute(LONG Sides, FtpSite& Site);
+    /// Shows the dialog modally. Sides: goes into the document. Site: its password enciphered, as documents
+    /// hold it. What the user applied replaces it; a cancelled dialog leaves it, and so does a host that
+    /// allows no user interface, at once and with a report. Failures are reported.
+    ZNDialogEnd Execute(LONG Sides, FtpSite& Site);
 
     /// The document of the settings that were applied, or else given; null where they are not complete.
     Microsoft::WRL::ComPtr<IXMLDOMDocument> GetXML() const { return m_document; }

@@ -17,9 +17,9 @@ using ShowMessage = std::function<void(const std::wstring& text)>;
 /// folders are the same; blanks at both ends do not count. 0 when there is none.
 LONG SettingsFault(const FtpSite& site);
 
-/// Whether the settings, with a plain password, have no fault, nor a value that no site can have. With TestConnection also whether the site
-/// works, by the live test of TestSite. show: gets what failed, as one text; may be empty. Nothing is thrown;
-/// a failure to show is reported.
+/// Whether the settings, with a plain password, have no fault, nor a value that no site can have. With
+/// TestConnection also whether the site works, by the live test of TestSite. show: gets what failed, as one
+/// text; may be empty. Nothing is thrown; a failure to show is reported.
 bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show);
 
 /// Shows a text in a message box under the title of the FTP properties. icon: style of the box. Throws like

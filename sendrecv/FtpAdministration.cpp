@@ -41,6 +41,7 @@ ComPtr<IUnknown> FtpAdministration::Initialize(LONG sides, IUnknown* context) {
 
 ComPtr<IUnknown> FtpAdministration::Execute(LONG sides) {
     const Procedure self(L"clsFTPSndRcv.cls.IZNMobileAdminProperties_Execute");
+    m_dialogEnd = ZN_DIALOG_FAILED;
     return self.Guard(ComPtr<IUnknown>(), [&]() -> ComPtr<IUnknown> {
         if (!m_site) {
             Report(Lines(self.Name() + L": ",
@@ -48,7 +49,7 @@ ComPtr<IUnknown> FtpAdministration::Execute(LONG sides) {
             return {};
         }
         frmFTP dialog;
-        dialog.Execute(sides, *m_site);
+        m_dialogEnd = dialog.Execute(sides, *m_site);
         const ComPtr<IXMLDOMDocument> document = dialog.GetXML();
         if (document) AdminXml::ReadSettings(document.Get(), *m_site);
         return document;

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "ftp/settings/FtpSite.h"
+#include "znTransporter.h"
 
 /// Failures are reported; their result is null.
 class FtpAdministration {
@@ -17,7 +18,10 @@ public:
     Microsoft::WRL::ComPtr<IUnknown> Initialize(LONG sides, IUnknown* context);
     /// Shows the dialog and returns the document that it leaves, or null. Initialize comes first.
     Microsoft::WRL::ComPtr<IUnknown> Execute(LONG sides);
+    /// How the dialog of the last Execute ended.
+    ZNDialogEnd DialogEnd() const noexcept { return m_dialogEnd; }
 
 private:
+    ZNDialogEnd m_dialogEnd = ZN_DIALOG_FAILED;
     std::optional<FtpSite> m_site;  ///< the password as documents hold it; nothing until Initialize
 };

@@ -17,6 +17,9 @@ public:
     STDMETHODIMP get_SupressMsg(VARIANT_BOOL* Value) override { return com::Return(Value, SupressMsg); }
     STDMETHODIMP put_SupressMsg(VARIANT_BOOL Value) override { return com::Assign(SupressMsg, Value); }
     STDMETHODIMP VerifyFTPSite(BSTR* Failure) override;
+    STDMETHODIMP get_DialogEnd(LONG* Value) override {
+        return com::Return(Value, LONG{m_administration.DialogEnd()});
+    }
     // _clsFTPSndRcv and IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override {
         return com::Return(Value, m_session.LoginCancelled);

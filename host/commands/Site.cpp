@@ -1,7 +1,6 @@
 // The commands verify and settings: the FTP site of an installation.
 #include "base/Console.h"
-#include "com/ErrorInfo.h"
-#include "ftp/settings/AdminXml.h"
+#include "base/Error.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -10,8 +9,6 @@
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -36,9 +33,23 @@ void Take(const FtpSite& site, Settings& settings) {
     FieldToEnterprise(settings) = site.fieldToEnterprise;
 }
 
-FtpSite ReadDocument(IUnknown* document, FtpSite site) {
-    AdminXml::ReadSettings(document, site);
-    return site;
+/// Writes the settings, or returns why that is refused.
+std::wstring WhyNotWritten(const Settings& settings) try {
+    WriteFtpSettings(settings);
+    return {};
+} catch (const SettingsError& error) {
+    std::wstring problems;
+    for (const std::wstring& problem : error.All())
+        problems.append(problems.empty() ? L"" : L"\n").append(problem);
+    return problems;
+} catch (const base::Error& error) {
+    return L"The settings cannot be written. " + error.failure().description;
+}
+
+/// Whoever sits before a dialog may not see the console.
+void Show(const std::wstring& problem) {
+    Console::ErrorLine(L"znhost: " + problem);
+    MessageBoxW(nullptr, problem.c_str(), L"znhost settings", MB_ICONWARNING | MB_SETFOREGROUND);
 }
 
 }  // namespace
@@ -63,17 +74,23 @@ int commands::EditSettings(const Options& options) {
     settings.userInterface = true;
     const ComApartment apartment;
     Session session(settings);
-    const FtpSite site = SiteOf(settings);
-    const ComPtr<IUnknown> document = session.EditSite(AdminXml::NewDocument(&site).Get());
-    const FtpSite edited = document ? ReadDocument(document.Get(), site) : site;
-    // Old values that are applied look like a cancelled dialog; neither leaves a plain password in the file.
-    if (edited == site && !settings.ftpPassword.isPlainInFile) {
-        Console::Line(L"The settings stay as they were. If no dialog came up, " + settings.LogReference() +
-                      L".");
-        return kAllDelivered;
+    FtpSite site = SiteOf(settings);
+    // What the settings file refuses goes back into the dialog: only the user may give up what was typed.
+    for (;;) {
+        const ZNDialogEnd end = session.EditSite(site);
+        if (end == ZN_DIALOG_FAILED)
+            throw base::Error(E_FAIL, L"The dialog failed, or could not be shown: " +
+                                          settings.LogReference() + L". The settings stay as they were in " +
+                                          settings.file);
+        if (end == ZN_DIALOG_CANCELLED) {
+            Console::Line(L"Cancelled. The settings stay as they were in " + settings.file);
+            return kAllDelivered;
+        }
+        Take(site, settings);
+        const std::wstring problem = WhyNotWritten(settings);
+        if (problem.empty()) break;
+        Show(problem);
     }
-    Take(edited, settings);
-    WriteFtpSettings(settings);
     Console::Line(L"The settings are in " + settings.file);
     return kAllDelivered;
 }

@@ -8,6 +8,7 @@
 #include "com/Create.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "ftp/settings/AdminXml.h"
 #include "host/session/Components.h"
 
 using Microsoft::WRL::ComPtr;
@@ -164,12 +165,15 @@ std::wstring Session::VerifySite() {
                                   com::As<_clsFTPSndRcv>(m_senderReceiver.Get()).Get());
 }
 
-ComPtr<IUnknown> Session::EditSite(IUnknown* document) {
+ZNDialogEnd Session::EditSite(FtpSite& site) {
     constexpr LONG kBothSides = 3;
     const auto properties = com::As<IZNMobileAdminProperties>(m_senderReceiver.Get());
     ComPtr<IUnknown> ignored;
     ComPtr<IUnknown> edited;
-    com::Check(properties->Initialize(kBothSides, document, &ignored));
+    com::Check(properties->Initialize(kBothSides, AdminXml::NewDocument(&site).Get(), &ignored));
     com::Check(properties->Execute(kBothSides, &edited));
-    return edited;
+    const auto end = static_cast<ZNDialogEnd>(
+        com::Get<LONG>(&_clsFTPSndRcv::get_DialogEnd, com::As<_clsFTPSndRcv>(m_senderReceiver.Get()).Get()));
+    if (end == ZN_DIALOG_APPLIED) AdminXml::ReadSettings(edited.Get(), site);
+    return end;
 }

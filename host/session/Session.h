@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "ftp/settings/FtpSite.h"
 #include "host/session/WorkFolder.h"
 #include "host/settings/SettingsTable.h"
 #include "znTransporter.h"
@@ -36,9 +37,9 @@ public:
 
     /// What fails of the FTP site; empty when it works.
     std::wstring VerifySite();
-    /// Shows the settings dialog of the sender/receiver, which starts with the document's settings. Returns
-    /// the document that it leaves; null when the settings are not complete.
-    Microsoft::WRL::ComPtr<IUnknown> EditSite(IUnknown* document);
+    /// Shows the settings dialog of the sender/receiver, and returns how it ended. site: what the dialog
+    /// starts with, and leaves when it was applied; the password as documents hold it.
+    ZNDialogEnd EditSite(FtpSite& site);
 
 private:
     template <class Class>

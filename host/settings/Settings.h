@@ -23,7 +23,6 @@ struct XDeltaSettings : EncoderSettings {
 
 struct Password {
     std::wstring plain;
-    bool isPlainInFile = false;  ///< the settings file holds it plain, too
 };
 
 /// All local paths are absolute.

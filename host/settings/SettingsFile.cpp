@@ -13,6 +13,7 @@
 #include "base/FileSystem.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "base/RollBack.h"
 #include "base/Text.h"
 
 namespace {
@@ -90,6 +91,7 @@ private:
 
 Reader::Reader(const std::wstring& file, const std::string& text) {
     m_settings.file = file;
+    m_ini.SetQuotes();
     m_ini.SetAllowKeyOnly(true);
     if (m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
     ThrowProblems();
@@ -247,6 +249,40 @@ std::string SettingsText(const std::wstring& file) try {
     throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
 }
 
+/// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
+std::wstring FileValue(const std::wstring& value) {
+    const bool needsQuotes =
+        base::Trimmed(value) != value || (value.starts_with(L'"') && value.ends_with(L'"'));
+    return needsQuotes ? L'"' + value + L'"' : value;
+}
+
+void SetContent(base::File& file, const std::string& text) {
+    // In one step with empty lines over what is longer: a process that ends here leaves no old ones behind
+    // the text.
+    std::string content = text;
+    content.resize(std::max<std::size_t>(text.size(), file.Size()), '\n');
+    file.WriteAt(0, BytesOf(content));
+    file.Truncate(text.size());
+    file.Flush();
+}
+
+/// In place: the file holds a password, and a new one would not keep owner and rights (under Wine not even
+/// after ReplaceFile). A failure leaves the text before.
+void Overwrite(const std::wstring& path, const std::string& before, const std::string& text) {
+    const std::wstring extended = FileSystem::Extended(path);
+    const DWORD attributes = GetFileAttributesW(extended.c_str());
+    // Whoever edits the settings wants them changed, also where the file is write-protected.
+    base::RollBack protect([&] { SetFileAttributesW(extended.c_str(), attributes); });
+    if (attributes & FILE_ATTRIBUTE_READONLY)
+        SetFileAttributesW(extended.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
+    else
+        protect.Dismiss();
+    base::File file = base::File::Open(path, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
+    base::RollBack undo([&] { SetContent(file, before); });
+    SetContent(file, text);
+    undo.Dismiss();
+}
+
 }  // namespace
 
 Settings ReadSettings(const std::wstring& file) { return Reader(file, SettingsText(file)).Read(); }
@@ -270,18 +306,14 @@ std::string NewSettingsText(const Settings& settings) {
 
 void WriteFtpSettings(const Settings& settings) {
     Ini ini(true);
-    if (ini.LoadData(base::ReadFile(settings.file)) < 0)
-        throw base::Error(E_FAIL, settings.file + L" is not UTF-8 text.");
+    const std::string before = base::ReadFile(settings.file);
+    if (ini.LoadData(before) < 0) throw base::Error(E_FAIL, settings.file + L" is not UTF-8 text.");
     for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
                                    SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>(),
                                    SettingOf<&Settings::ftpPassword>()})
-        ini.SetValue(setting.SectionName(), setting.name, setting.text(settings).c_str());
+        ini.SetValue(setting.SectionName(), setting.name, FileValue(setting.text(settings)).c_str());
     std::string text;
     ini.Save(text);
     Reader(settings.file, text).Read();
-    base::StagedFile written(settings.file);
-    written.Write(BytesOf(text));
-    // Whoever edits the settings wants them changed, also where the file is write-protected.
-    SetFileAttributesW(FileSystem::Extended(settings.file).c_str(), FILE_ATTRIBUTE_NORMAL);
-    written.Commit();
+    Overwrite(settings.file, before, text);
 }

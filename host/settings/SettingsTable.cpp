@@ -28,8 +28,7 @@ std::wstring Setting::Title() const {
 }
 
 void TakeText(Password& value, const std::wstring& text) {
-    const bool isPlain = !text.empty() && !FtpPassword::IsEnciphered(text);
-    value = {isPlain ? text : FtpPassword::Decipher(text).value_or(L""), isPlain};
+    value.plain = FtpPassword::IsEnciphered(text) ? FtpPassword::Decipher(text).value_or(L"") : text;
 }
 
 std::wstring TextOf(const Password& value) {

@@ -207,23 +207,40 @@ class SiteTest(FtpHostTest):
         self.field.change("transport", "folder")
         self.assertIn("this command needs transport = ftp", self.verify(2).errors)
 
-    def apply_settings(self):
+    def edit_settings(self, *rounds):
+        """What the host says, and the file that it leaves, when a user answers its dialog."""
         process = start("settings", self.field.settings)
-        applied = run("ftp.example", program=support.BIN.parent / "tests" / "apply_settings.exe")
+        answered = run(*rounds, program=support.BIN.parent / "tests" / "apply_settings.exe")
         outcome = finish(process)
-        self.assertEqual((applied.code, outcome.code), (0, 0), outcome)
-        return self.field.settings.read_text(encoding="utf-8")
+        self.assertEqual((answered.code, outcome.code), (0, 0), outcome)
+        return outcome, self.field.settings.read_text(encoding="utf-8")
 
     def test_the_dialog_writes_the_settings_file(self):
         before = self.field.settings.read_text(encoding="utf-8")
-        after = self.apply_settings()
+        self.field.settings.chmod(0o600)
+        outcome, after = self.edit_settings("cancel")
+        self.assertIn("Cancelled", outcome.output)
+        self.assertEqual(after, before)
+        _, after = self.edit_settings("0=ftp.example")
         self.assertRegex(after, "(?m)^server = ftp.example\r?$")
         self.assertRegex(after, "(?m)^password = [0-9A-F]{64}\r?$")
+        self.assertEqual(self.field.settings.stat().st_mode & 0o777, 0o600, "others may read the password")
         self.field.change("password", PASSWORD)
-        self.assertEqual(self.apply_settings(), after, "a plain password is enciphered also among old values")
+        self.field.settings.chmod(0o400)
+        self.assertEqual(self.edit_settings("0=ftp.example")[1], after,
+                         "a plain password is enciphered also among old values")
         keep = [line for line in before.splitlines() if not line.startswith(("server =", "password ="))]
         self.assertEqual([line for line in after.splitlines() if not line.startswith(("server =", "password ="))],
                          keep)
+
+    def test_what_the_settings_file_refuses_goes_back_into_the_dialog(self):
+        outcome, after = self.edit_settings("4= up\\x", "1= ann ", "4= up")
+        self.assertIn("[folders] remote_send =  up\\x: a path on an FTP server is written with /", outcome.errors)
+        self.assertIn(support.windows(self.field.settings), outcome.errors)
+        self.assertRegex(after, '(?m)^remote_send = " up"\r?$')
+        self.assertEqual(self.edit_settings("0=ftp.example")[1],
+                         after.replace(f"server = {self.server.address}", "server = ftp.example"),
+                         "blanks at the ends of values get lost")
 
 
 class LocalTroubleTest(FtpHostTest):

@@ -1,5 +1,6 @@
-// apply_settings SERVER: in the FTP properties dialog of another program, enters a server, asks for no test
-// and applies. For the end-to-end tests.
+// apply_settings ROUND...: answers the FTP properties dialog of another program, for the end-to-end tests. In
+// each round it enters BOX=TEXT, asks for no test and applies; "cancel" cancels. A message box stands between
+// two rounds.
 #include <windows.h>
 
 #include <string>
@@ -29,32 +30,53 @@ bool IsOfThisBuild(HWND window) {
     return same;
 }
 
-HWND FindDialog() {
-    HWND dialog = nullptr;
+HWND Find(const wchar_t* caption) {
+    HWND window = nullptr;
     do
-        dialog = FindWindowExW(nullptr, dialog, nullptr, L"FTP Properties");
-    while (dialog && !(IsWindowVisible(dialog) && IsOfThisBuild(dialog)));
-    return dialog;
+        window = FindWindowExW(nullptr, window, nullptr, caption);
+    while (window && !(IsWindowVisible(window) && IsOfThisBuild(window)));
+    return window;
 }
 
-HWND AwaitDialog() {
-    HWND dialog = nullptr;
-    for (int i = 0; i < 600 && !dialog; ++i) {
-        dialog = FindDialog();
-        if (!dialog) Sleep(50);
+HWND Await(const wchar_t* caption) {
+    HWND window = nullptr;
+    for (int i = 0; i < 600 && !window; ++i) {
+        window = Find(caption);
+        if (!window) Sleep(50);
     }
-    return dialog;
+    return window;
+}
+
+bool Ends(HWND window) {
+    for (int i = 0; i < 200 && IsWindow(window); ++i)
+        Sleep(50);
+    return !IsWindow(window);
+}
+
+bool Press(HWND dialog, int button) {
+    SendDlgItemMessageW(dialog, button, BM_CLICK, 0, 0);
+    return Ends(dialog);
+}
+
+/// round: "BOX=TEXT", with the number of a box, or "cancel".
+bool Answer(const std::wstring& round) {
+    const HWND dialog = Await(L"FTP Properties");
+    if (!dialog) return false;
+    if (round == L"cancel") return Press(dialog, IDC_FTP_CANCEL);
+    SendDlgItemMessageW(dialog, IDC_FTP_TEXT + round.front() - L'0', WM_SETTEXT, 0,
+                        reinterpret_cast<LPARAM>(round.c_str() + 2));
+    SendDlgItemMessageW(dialog, IDC_FTP_VERIFY_ON_APPLY, BM_CLICK, 0, 0);
+    return Press(dialog, IDC_FTP_APPLY);
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    const HWND dialog = argc == 2 ? AwaitDialog() : nullptr;
-    if (!dialog) return 1;
-    SendDlgItemMessageW(dialog, IDC_FTP_TEXT, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(argv[1]));
-    SendDlgItemMessageW(dialog, IDC_FTP_VERIFY_ON_APPLY, BM_CLICK, 0, 0);
-    SendDlgItemMessageW(dialog, IDC_FTP_APPLY, BM_CLICK, 0, 0);
-    for (int i = 0; i < 200 && IsWindow(dialog); ++i)
-        Sleep(50);
-    return IsWindow(dialog) ? 1 : 0;
+    for (int i = 1; i < argc; ++i) {
+        if (!Answer(argv[i])) return 1;
+        const HWND box = i + 1 < argc ? Await(L"znhost settings") : nullptr;
+        if (box) PostMessageW(box, WM_CLOSE, 0, 0);
+        if (box && !Ends(box)) return 1;
+    }
+    return argc > 1 ? 0 : 1;
 }

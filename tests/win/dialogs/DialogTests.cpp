@@ -35,7 +35,7 @@ class FtpPropertiesTest : public DialogTest {
 protected:
     void Show(const std::function<void(const Screen&)>& script) {
         const User user(L"FTP Properties", script);
-        dialog.Execute(3, site);
+        end = dialog.Execute(3, site);
     }
     /// What the dialog's document holds.
     FtpSite Document() const {
@@ -47,6 +47,7 @@ protected:
 
     CurrentFolder current;  ///< takes the test file of a verified site
     frmFTP dialog;
+    ZNDialogEnd end = ZN_DIALOG_FAILED;
     FtpSite site{L"host", L"joe", FtpPassword::Encipher(L"secret"), L"out", L"in"};
     const FtpSite before = site;
 };
@@ -120,6 +121,7 @@ TEST_F(FtpPropertiesTest, EnterAppliesWithoutTheServerWhereTheUserDoesNotWantThe
     });
     EXPECT_EQ(site, (FtpSite{L"other", L"ann", FtpPassword::Encipher(L"Größe"), L"down", L" up"}));
     EXPECT_EQ(Document(), site);
+    EXPECT_EQ(end, ZN_DIALOG_APPLIED);
     EXPECT_THAT(server.logins, IsEmpty());
 }
 
@@ -146,6 +148,7 @@ TEST_F(FtpPropertiesTest, AFailedApplyNamesTheFaultAndKeepsTheDialog) {
         screen.Key(VK_ESCAPE);
         screen.AwaitEnd();
     });
+    EXPECT_EQ(end, ZN_DIALOG_CANCELLED);
     EXPECT_EQ(site, before);
     EXPECT_EQ(Document(), before);
 }
@@ -174,10 +177,10 @@ TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
 
 TEST_F(FtpPropertiesTest, ADialogThatCannotBeShownIsCancelledAtOnceWithAReport) {
     framework.resources.erase(136);
-    dialog.Execute(3, site);
+    EXPECT_EQ(dialog.Execute(3, site), ZN_DIALOG_FAILED);
     framework.userInterface = false;
     ThisApartment().userInterfaceAllowed.reset();
-    dialog.Execute(3, site);
+    EXPECT_EQ(dialog.Execute(3, site), ZN_DIALOG_FAILED);
     EXPECT_THAT(
         framework.log,
         ElementsAre(testing::Field(&LogEntry::text, StartsWith(L"Test Tool:\r\nfrmFTP.frm.Execute\r\n")),

@@ -208,6 +208,8 @@ TEST_F(FtpAdministrationTest, APasswordThatThePromptSavedTravelsAsDigits) {
             AdminXml::ReadSettings(result.Get(), site);
             EXPECT_EQ(site.password, FtpPassword::Encipher(password));
         }
+        EXPECT_EQ(Ask<LONG>(&_clsFTPSndRcv::get_DialogEnd, com::As<_clsFTPSndRcv>(remote.Get())),
+                  ZN_DIALOG_FAILED);
     }
 }
 
