@@ -2,6 +2,7 @@
 #include "ftp/SiteTest.h"
 
 #include "base/File.h"
+#include "base/FileSystem.h"
 #include "base/SystemError.h"
 #include "common/Report.h"
 #include "ftp/FtpConnection.h"
@@ -20,19 +21,47 @@ constexpr LONG kFolderHasSlash = 160;
 constexpr auto kTestFile = L"TestFtpConnection.txt";
 constexpr auto kFetchedFile = L"c:\\FromFTP.xml";
 
-/// What made the last FTP call fail.
-std::wstring CallFailure() {
-    const DWORD error = GetLastError();
-    const std::wstring text = ErrorText(error);
-    return error == ERROR_INTERNET_EXTENDED_ERROR ? Lines(LastResponse(), text) : text;
+/// The setting that an error of a connection speaks of.
+FtpSiteMember SettingOf(DWORD error) {
+    switch (error) {
+    case ERROR_INTERNET_NAME_NOT_RESOLVED:
+    case ERROR_INTERNET_CANNOT_CONNECT:
+    case ERROR_INTERNET_TIMEOUT:
+        return &FtpSite::server;
+    case ERROR_INTERNET_INCORRECT_PASSWORD:
+    case ERROR_INTERNET_LOGIN_FAILURE:
+        return &FtpSite::password;
+    default:
+        return nullptr;
+    }
+}
+
+/// What the server answered to the call that failed, without the ends of its lines.
+std::wstring ServerAnswer() {
+    std::wstring answer = LastResponse();
+    while (answer.ends_with(L'\r') || answer.ends_with(L'\n'))
+        answer.pop_back();
+    return answer;
+}
+
+/// Empty; it is sent from the current folder.
+void CreateTestFile() try {
+    base::File::Open(kTestFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+} catch (const base::SystemError& error) {
+    throw base::Error(error.failure().number, L"The file " + FileSystem::FullPath(kTestFile) +
+                                                  L", which the test sends, cannot be written: " +
+                                                  base::SystemText(error.Code()) +
+                                                  L" Start the program from a folder that you may write to.");
 }
 
 class SiteTest {
 public:
+    explicit SiteTest(const FtpSite& site) : m_site(site) {}
+
     /// False leaves the fault.
-    bool FTPConnect(const FtpSite& site) try {
-        return Connect(site) && HasNoSlash(site.enterpriseToField) && HasNoSlash(site.fieldToEnterprise) &&
-               TestFolders(site);
+    bool FTPConnect() try {
+        return Connect() && HasNoSlash(&FtpSite::enterpriseToField) &&
+               HasNoSlash(&FtpSite::fieldToEnterprise) && TestFolders();
     } catch (...) {
         return Failed(base::CurrentFailure().description);
     }
@@ -45,48 +74,65 @@ private:
         Collect(text);
         return false;
     }
+    /// Of the last FTP call.
+    bool CallFailed(const std::wstring& text) {
+        const DWORD error = GetLastError();
+        return Failed(Lines(text, CallFailure(error)));
+    }
 
-    bool Connect(const FtpSite& site);
-    bool HasNoSlash(const std::wstring& folder);
-    bool TestFolders(const FtpSite& site);
-    bool TestFTPGetandPutFile(const std::wstring& folder);
+    bool Connect();
+    bool HasNoSlash(FtpSiteMember folder);
+    bool TestFolders();
+    bool TestFTPGetandPutFile(FtpSiteMember folder);
     bool EnterOrCreate(const std::wstring& folder);
 
+    const FtpSite& m_site;
     FtpConnection m_connection;
 };
 
-bool SiteTest::Connect(const FtpSite& site) {
+bool SiteTest::Connect() {
     if (!m_connection.OpenSession()) {
-        const std::wstring failure = CallFailure();
-        return Failed(Lines(BrandedText(kSessionNotOpened), failure));
+        const DWORD error = GetLastError();
+        return Failed(Lines(BrandedText(kSessionNotOpened), ErrorText(error)));
     }
-    if (m_connection.Connect(site)) return true;
+    if (m_connection.Connect(m_site)) return true;
     const DWORD error = GetLastError();
     fault.number = static_cast<LONG>(error);
+    fault.setting = SettingOf(error);
     if (error == ERROR_INTERNET_NAME_NOT_RESOLVED) Collect(BrandedText(kNameNotResolved));
     if (error == ERROR_INTERNET_INCORRECT_PASSWORD) Collect(BrandedText(kLoginRefused));
     if (error == ERROR_SUCCESS) Collect(Lines(BrandedText(kNotConnected), ErrorText(error)));
     return false;
 }
 
-bool SiteTest::HasNoSlash(const std::wstring& folder) {
-    return folder.find(L'/') == std::wstring::npos || Failed(Lines(BrandedText(kFolderHasSlash), folder));
+bool SiteTest::HasNoSlash(FtpSiteMember folder) {
+    if ((m_site.*folder).find(L'/') == std::wstring::npos) return true;
+    fault.setting = folder;
+    return Failed(Lines(BrandedText(kFolderHasSlash), m_site.*folder));
 }
 
-bool SiteTest::TestFolders(const FtpSite& site) {
-    base::File::Open(kTestFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+bool SiteTest::TestFolders() {
+    CreateTestFile();
     const std::string start = m_connection.CurrentFolder();
-    if (!TestFTPGetandPutFile(site.enterpriseToField)) return false;
-    if (!m_connection.ReturnTo(start)) return Failed(CallFailure());
-    return TestFTPGetandPutFile(site.fieldToEnterprise);
+    if (!TestFTPGetandPutFile(&FtpSite::enterpriseToField)) return false;
+    if (!m_connection.ReturnTo(start))
+        return CallFailed(L"The first folder of the login cannot be entered again.");
+    return TestFTPGetandPutFile(&FtpSite::fieldToEnterprise);
 }
 
-bool SiteTest::TestFTPGetandPutFile(const std::wstring& folder) {
+bool SiteTest::TestFTPGetandPutFile(FtpSiteMember setting) {
+    const std::wstring& folder = m_site.*setting;
+    fault.setting = setting;
     if (!EnterOrCreate(folder)) return false;
-    if (!m_connection.Put(kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY)) return Failed(CallFailure());
+    if (!m_connection.Put(kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY))
+        return CallFailed(L"The test file cannot be sent to the folder " + folder +
+                          L". Check whether the user may write there.");
     // Users without administrator's rights may not write to the fixed path, and their site is fine.
-    if (!m_connection.Get(kTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL)) Collect(CallFailure());
+    if (!m_connection.Get(kTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL))
+        CallFailed(L"The test file cannot be fetched from the folder " + folder + L" to " + kFetchedFile +
+                   L".");
     m_connection.Delete(kTestFile);
+    fault.setting = nullptr;
     return true;
 }
 
@@ -97,13 +143,27 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
     case FtpConnection::Entry::NotCreated:
         return Failed(Lines(BrandedText(kFolderNotCreated), folder));
     default:
-        return Failed(CallFailure());
+        return CallFailed(L"The folder " + folder + L" was created, but cannot be entered.");
     }
 }
 
 }  // namespace
 
+std::wstring CallFailure(DWORD error) {
+    if (error == ERROR_SUCCESS) return L"The system gives no reason.";
+    if (error == ERROR_INTERNET_EXTENDED_ERROR) {
+        const std::wstring answer = ServerAnswer();
+        if (!answer.empty()) return answer;
+    }
+    if (error < INTERNET_ERROR_BASE) return base::SystemText(error);
+    // The system's own table lacks these.
+    const std::wstring text = Quietly([&] { return BrandedText(static_cast<LONG>(error)); });
+    return text.empty()
+               ? L"The FTP connection failed with the internet error " + std::to_wstring(error) + L"."
+               : text;
+}
+
 std::optional<SiteFault> TestSite(const FtpSite& site) {
-    SiteTest test;
-    return test.FTPConnect(site) ? std::nullopt : std::optional(std::move(test.fault));
+    SiteTest test(site);
+    return test.FTPConnect() ? std::nullopt : std::optional(std::move(test.fault));
 }

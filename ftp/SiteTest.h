@@ -12,7 +12,11 @@
 struct SiteFault {
     std::wstring text;  ///< a line for each thing that went wrong, the newest first; may be empty
     LONG number = 0;    ///< error of the connection, which as a branding resource heads the text; or 0
+    FtpSiteMember setting = nullptr;  ///< that is probably to blame; null where none is
 };
+
+/// Why an FTP call failed, as a sentence. error: of GetLastError.
+std::wstring CallFailure(DWORD error);
 
 /// Connects, creates missing folders, and sends, fetches and deletes a test file in both. That leaves
 /// TestFtpConnection.txt in the current directory and c:\FromFTP.xml. Nothing when the site works. The

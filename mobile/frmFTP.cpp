@@ -49,11 +49,9 @@ constexpr auto kNotApplied =
     L"The settings cannot be stored as a document, so that they are not applied. The event "
     L"log tells why. Correct them, or cancel.";
 
-/// Tests what the boxes hold; a fault is shown.
-bool VerifyFTPSite(const FtpSite& site, bool testConnection) {
-    const WaitCursor busy;
-    return modverification::VerifyFTPSite(site, testConnection,
-                                          [](const std::wstring& text) { ShowVerificationMessage(text); });
+int BoxOf(FtpSiteMember setting) {
+    const auto found = std::ranges::find(kFtpSettings, setting, &FtpSetting::member);
+    return IDC_FTP_TEXT + static_cast<int>(found - kFtpSettings.begin());
 }
 
 }  // namespace
@@ -74,8 +72,10 @@ int frmFTP::Load() {
     SetInitalControlState();
     FtpSite shown = m_site;
     shown.password = FtpPassword::Decipher(m_site.password).value_or(L"");
-    for (int box = 0; box < kBoxes; ++box)
-        SetText(IDC_FTP_TEXT + box, shown.*kFtpSettings[box].member);
+    for (const FtpSetting& setting : kFtpSettings) {
+        LimitText(BoxOf(setting.member), setting.longest);
+        SetText(BoxOf(setting.member), shown.*setting.member);
+    }
     return IDC_FTP_TEXT;
 }
 
@@ -100,8 +100,8 @@ void frmFTP::Command(int control, int code) {
 
 FtpSite frmFTP::ReadBoxes() const {
     FtpSite site;
-    for (int box = 0; box < kBoxes; ++box)
-        site.*kFtpSettings[box].member = Text(IDC_FTP_TEXT + box);
+    for (const FtpSetting& setting : kFtpSettings)
+        site.*setting.member = Text(BoxOf(setting.member));
     return site;
 }
 
@@ -110,6 +110,23 @@ void frmFTP::SetApplyButtonState() const {
     Enable(IDC_FTP_APPLY, std::ranges::none_of(kFtpSettings, [&](const FtpSetting& setting) {
                return base::Trimmed(site.*setting.member).empty();
            }));
+}
+
+/// Tests what the boxes hold. A fault is shown, and the box that is to blame gets the keyboard.
+bool frmFTP::VerifyFTPSite(const FtpSite& site, bool testConnection) const {
+    std::wstring fault;
+    FtpSiteMember toBlame = nullptr;
+    const auto keep = [&](const std::wstring& text, FtpSiteMember setting) {
+        fault = text;
+        toBlame = setting;
+    };
+    const bool good = [&] {
+        const WaitCursor busy;
+        return modverification::VerifyFTPSite(site, testConnection, keep);
+    }();
+    if (!fault.empty()) ShowVerificationMessage(fault);
+    if (toBlame) Focus(BoxOf(toBlame));
+    return good;
 }
 
 void frmFTP::cmdFTP_Click() const {

@@ -29,6 +29,7 @@ private:
     void SetApplyButtonState() const;
     void cmdFTP_Click() const;
     void cmdApply_Click();
+    bool VerifyFTPSite(const FtpSite& site, bool testConnection) const;
     FtpSite ReadBoxes() const;
 
     LONG m_lSides = 0;

@@ -26,33 +26,44 @@ std::wstring Heading(LONG number, const Procedure& self) {
     try {
         return BrandedText(number);
     } catch (...) {
-        std::wstring text = ErrorText(static_cast<DWORD>(number));
-        self.Report(Lines(text, base::CurrentFailure().description));
-        return text;
+        const auto error = static_cast<DWORD>(number);
+        self.Report(Lines(ErrorText(error), base::CurrentFailure().description));
+        return CallFailure(error);
     }
 }
 
-/// Shows a text under the resource of a number, unless that is 0. A number without a text shows, too: every
-/// failure does.
-void ReportError(LONG number, std::wstring text, const ShowMessage& show) {
+/// Shows a fault under the resource of its number, unless that is 0. A number without a text shows, too:
+/// every failure does. Is False.
+bool ReportError(SiteFault fault, const ShowMessage& show) {
     const Procedure self(L"modverification.ReportError");
+    const LONG number = fault.number;
+    std::wstring& text = fault.text;
     try {
         if (number >= 1)
             text = text.empty() ? Heading(number, self) : Lines(Heading(number, self), L"\t" + text);
-        if (!text.empty() && show) show(text);
+        if (!text.empty() && show) show(text, fault.setting);
     } catch (...) {
         self.Report(Lines(base::CurrentFailure().description, ErrorText(static_cast<DWORD>(number))));
     }
+    return false;
 }
 
-/// What no FTP site can be, although the settings are complete; empty when there is nothing.
-std::wstring UnusableValue(const FtpSite& site) {
+/// What no FTP site can be, although the settings are complete.
+std::optional<SiteFault> UnusableValue(const FtpSite& site) {
     for (const FtpSetting& setting : kFtpSettings)
         if (base::HasControlCharacter(site.*setting.member))
-            return std::wstring(L"The ") + setting.title +
-                   L" holds a control character, such as a tab or the end of a line. Type it anew without "
-                   L"that.";
-    return {};
+            return SiteFault{.text =
+                                 std::wstring(L"The ") + setting.title +
+                                 L" holds a control character, such as a tab or the end of a line. Type it "
+                                 L"anew without that.",
+                             .setting = setting.member};
+    return std::nullopt;
+}
+
+/// The setting that the number of a fault speaks of.
+FtpSiteMember SettingOfFault(LONG message) {
+    return message == kSameFolders ? &FtpSite::fieldToEnterprise
+                                   : kFtpSettings[static_cast<size_t>(message - kFirstEmptySetting)].member;
 }
 
 }  // namespace
@@ -68,23 +79,22 @@ LONG SettingsFault(const FtpSite& site) {
 
 bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show) {
     return Procedure(L"modverification.VerifyFTPSite").Guard(false, [&] {
-        if (const LONG message = SettingsFault(site)) {
-            if (show) ReportError(0, Lines(BrandedText(message), L""), show);
-            return false;
-        }
-        if (const std::wstring problem = UnusableValue(site); !problem.empty()) {
-            ReportError(0, problem, show);
-            return false;
-        }
+        if (const LONG message = SettingsFault(site))
+            return show &&
+                   ReportError({.text = Lines(BrandedText(message), L""), .setting = SettingOfFault(message)},
+                               show);
+        if (const auto fault = UnusableValue(site)) return ReportError(*fault, show);
         if (!TestConnection) return true;
         const std::optional<SiteFault> fault = TestSite(site);
-        if (fault) ReportError(fault->number, fault->text, show);
-        return !fault;
+        return fault ? ReportError(*fault, show) : true;
     });
 }
 
 void ShowVerificationMessage(const std::wstring& text, LONG icon) {
-    ZNMsgBox(text, icon, BrandedText(kTitle));
+    // What a server answers may be taller than the screen.
+    constexpr size_t kLongest = 1000;
+    const std::wstring shown = text.size() > kLongest ? text.substr(0, kLongest) + L" ..." : text;
+    ZNMsgBox(shown, icon, BrandedText(kTitle));
 }
 
 }  // namespace modverification

@@ -10,8 +10,8 @@
 
 namespace modverification {
 
-/// Receives what failed.
-using ShowMessage = std::function<void(const std::wstring& text)>;
+/// Receives what failed. setting: that is probably to blame; null where none is.
+using ShowMessage = std::function<void(const std::wstring& text, FtpSiteMember setting)>;
 
 /// Number of the branding resource that names the first fault of the settings alone: one is empty, or the
 /// folders are the same; blanks at both ends do not count. 0 when there is none.
@@ -22,8 +22,8 @@ LONG SettingsFault(const FtpSite& site);
 /// text; may be empty. Nothing is thrown; a failure to show is reported.
 bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show);
 
-/// Shows a text in a message box under the title of the FTP properties. icon: style of the box. Throws like
-/// ZNMsgBox.
-void ShowVerificationMessage(const std::wstring& text, LONG icon = 0);
+/// Shows a text, of which the start must be enough, in a message box under the title of the FTP properties.
+/// icon: style of the box. Throws like ZNMsgBox.
+void ShowVerificationMessage(const std::wstring& text, LONG icon = MB_ICONWARNING);
 
 }  // namespace modverification

@@ -79,7 +79,7 @@ std::wstring clsFTPSndRcv::WhyNotVerified() {
     site.enterpriseToField = m_bMobile ? m_sRemoteReceiveFolder : m_sRemoteSendFolder;
     site.fieldToEnterprise = m_bMobile ? m_sRemoteSendFolder : m_sRemoteReceiveFolder;
     std::wstring failure;
-    const auto keep = [&](const std::wstring& text) { failure = text; };
+    const auto keep = [&](const std::wstring& text, FtpSiteMember) { failure = text; };
     if (!modverification::VerifyFTPSite(site, true, keep) && failure.empty())
         throw base::Error(E_FAIL, L"The FTP site could not be verified; the event log tells why.");
     return failure;

@@ -1,9 +1,13 @@
 // See frmPromptFTP.h.
 #include "sendrecv/frmPromptFTP.h"
 
+#include "ftp/settings/FtpSettings.h"
 #include "sendrecv/frmPromptFTPControls.h"
 
 int frmPromptFTP::Load() {
+    LimitText(IDC_PROMPT_SERVER, kFtpServer.longest);
+    LimitText(IDC_PROMPT_USER, kFtpUser.longest);
+    LimitText(IDC_PROMPT_PASSWORD, kFtpPassword.longest);
     SetText(IDC_PROMPT_SERVER, txtServer);
     SetText(IDC_PROMPT_USER, txtUser);
     SetText(IDC_PROMPT_PASSWORD, txtPassword);

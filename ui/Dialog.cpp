@@ -87,4 +87,8 @@ void Dialog::SetChecked(int control, bool checked) const {
     SendMessageW(Control(control), BM_SETCHECK, checked ? BST_CHECKED : BST_UNCHECKED, 0);
 }
 
+void Dialog::LimitText(int box, int characters) const {
+    SendMessageW(Control(box), EM_SETLIMITTEXT, static_cast<WPARAM>(characters), 0);
+}
+
 void Dialog::Enable(int control, bool enabled) const { EnableWindow(Control(control), enabled); }

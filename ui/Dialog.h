@@ -36,12 +36,15 @@ protected:
     bool IsChecked(int control) const;
     void SetChecked(int control, bool checked) const;
     void Enable(int control, bool enabled) const;
+    /// The keyboard goes to a control, whose text is selected.
+    void Focus(int control) const;
+    /// The user can type no more than these characters.
+    void LimitText(int box, int characters) const;
 
 private:
     static INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     INT_PTR Answer(UINT message, WPARAM wParam);
     HWND Control(int control) const;
-    void Focus(int control) const;
 
     const wchar_t* m_name;
     HWND m_window = nullptr;

@@ -13,3 +13,4 @@ struct FtpSite {
     bool HasLogin() const { return !server.empty() && !user.empty() && !password.empty(); }
     bool operator==(const FtpSite&) const = default;
 };
+using FtpSiteMember = std::wstring FtpSite::*;

@@ -62,6 +62,12 @@ TEST_F(FtpPropertiesTest, ShowsTheSettingsUnderTheProductsCaptions) {
         EXPECT_EQ(screen.Text(kFieldToEnterprise), L"in");
         EXPECT_TRUE(screen.IsChecked(IDC_FTP_VERIFY_ON_APPLY));
         EXPECT_TRUE(screen.IsEnabled(IDC_FTP_APPLY));
+        for (const auto& [box, longest] : {std::pair{kServer, 255},
+                                           {kUser, 128},
+                                           {kPassword, 128},
+                                           {kEnterpriseToField, 259},
+                                           {kFieldToEnterprise, 259}})
+            EXPECT_EQ(SendMessageW(screen.Control(box), EM_GETLIMITTEXT, 0, 0), longest);
         for (HWND control = GetWindow(screen.Handle(), GW_CHILD); control;
              control = GetWindow(control, GW_HWNDNEXT))
             EXPECT_FALSE(Screen(control).Caption().starts_with(L"XX")) << GetDlgCtrlID(control);
@@ -134,6 +140,7 @@ TEST_F(FtpPropertiesTest, AFailedApplyNamesTheFaultAndKeepsTheDialog) {
         EXPECT_THAT(message.Message(), HasSubstr(L"must not be the same"));
         message.Confirm();
         EXPECT_EQ(screen.Text(kFieldToEnterprise), L" out ");
+        EXPECT_TRUE(screen.FocusReaches(kFieldToEnterprise)) << "which is to blame";
         screen.Mnemonic(L'w');
         for (const auto& [name, text] :
              {std::pair{L"up\x1", L"The field-to-enterprise folder holds a control"},

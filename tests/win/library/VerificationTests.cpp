@@ -23,10 +23,13 @@ protected:
     /// What is shown about the site; "fine" when nothing is.
     std::wstring Check(bool testConnection = true) {
         std::wstring shown;
-        const bool fine = modverification::VerifyFTPSite(site, testConnection, [&](const std::wstring& text) {
+        toBlame = nullptr;
+        const auto show = [&](const std::wstring& text, FtpSiteMember setting) {
             EXPECT_THAT(server.open, IsEmpty()) << "no server waits for the user";
             shown += text;
-        });
+            toBlame = setting;
+        };
+        const bool fine = modverification::VerifyFTPSite(site, testConnection, show);
         EXPECT_EQ(fine, shown.empty());
         EXPECT_THAT(server.open, IsEmpty());
         server.currentFolder = "/";
@@ -36,6 +39,7 @@ protected:
     FtpScript server;
     CurrentFolder current;
     FtpSite site{L"host", L"joe", L"secret", L"out", L"in"};
+    FtpSiteMember toBlame = nullptr;
 };
 
 TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
@@ -52,6 +56,7 @@ TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
                                            {&FtpSite::server, L"<150>\r\n"}}) {
         site.*setting = L"  ";
         EXPECT_EQ(Check(), message);
+        EXPECT_EQ(toBlame, setting);
     }
     site = {L"host", L"joe", L"secret", L"out", L"in\r\nDELE x"};
     EXPECT_THAT(Check(false), StartsWith(L"The field-to-enterprise folder holds a control character"));
@@ -75,13 +80,16 @@ TEST_F(VerificationTest, AWorkingSiteGetsItsFoldersAndKeepsNoTestFile) {
 }
 
 TEST_F(VerificationTest, AFailedConnectionIsExplained) {
-    for (const auto& [error, text] :
-         {std::pair<DWORD, std::wstring>{ERROR_INTERNET_NAME_NOT_RESOLVED, L"<12007>\r\n\t<156>\r\n"},
-          {ERROR_INTERNET_INCORRECT_PASSWORD, L"<12014>\r\n\t<157>\r\n"},
-          {ERROR_SUCCESS, L"<158>\r\n" + ErrorText(0) + L"\r\n"},
-          {ERROR_INTERNET_CANNOT_CONNECT, ErrorText(ERROR_INTERNET_CANNOT_CONNECT)}}) {
+    for (const auto& [error, text, setting] :
+         {std::tuple<DWORD, std::wstring, FtpSiteMember>{ERROR_INTERNET_NAME_NOT_RESOLVED,
+                                                         L"<12007>\r\n\t<156>\r\n", &FtpSite::server},
+          {ERROR_INTERNET_INCORRECT_PASSWORD, L"<12014>\r\n\t<157>\r\n", &FtpSite::password},
+          {ERROR_SUCCESS, L"<158>\r\n" + ErrorText(0) + L"\r\n", nullptr},
+          {ERROR_INTERNET_CANNOT_CONNECT, L"The FTP connection failed with the internet error 12029.",
+           &FtpSite::server}}) {
         server.Fail("Connect", {error});
         EXPECT_EQ(Check(), text);
+        EXPECT_EQ(toBlame, setting);
     }
     EXPECT_THAT(framework.LogText(), HasSubstr(L"modverification.ReportError")) << "12029 has no text";
     server.Fail("Open", {ERROR_ACCESS_DENIED});
@@ -91,13 +99,29 @@ TEST_F(VerificationTest, AFailedConnectionIsExplained) {
 TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     server.Fail("Create", {ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_EQ(Check(), L"<159>\r\nout\r\n");
+    EXPECT_EQ(toBlame, &FtpSite::enterpriseToField);
     server.Fail("SetFolder", {ERROR_SUCCESS, ERROR_SUCCESS});
-    EXPECT_EQ(Check(), ErrorText(ERROR_SUCCESS) + L"\r\n") << "created, but closed to the user";
+    EXPECT_EQ(Check(),
+              L"The folder out was created, but cannot be entered.\r\nThe system gives no reason.\r\n");
+    const std::wstring refused =
+        L"The test file cannot be sent to the folder out. Check whether the user may write there.\r\n";
     server.response = "553 Disk full.\r\n";
     server.Fail("Put", {ERROR_INTERNET_EXTENDED_ERROR});
-    EXPECT_THAT(Check(), StartsWith(L"553 Disk full.\r\n"));
+    EXPECT_EQ(Check(), refused + L"553 Disk full.\r\n");
+    EXPECT_EQ(toBlame, &FtpSite::enterpriseToField);
+    framework.resources[ERROR_FTP_TRANSFER_IN_PROGRESS] = L"<12110>";
+    server.Fail("Put", {ERROR_FTP_TRANSFER_IN_PROGRESS});
+    EXPECT_EQ(Check(), refused + L"<12110>\r\n");
     server.afterPut = [&] { server.Fail("SetFolder", {ERROR_INTERNET_TIMEOUT}); };
-    EXPECT_EQ(Check(), ErrorText(ERROR_INTERNET_TIMEOUT) + L"\r\n") << "no way back to the first folder";
+    EXPECT_EQ(Check(), L"The first folder of the login cannot be entered again.\r\n"
+                       L"The FTP connection failed with the internet error 12002.\r\n");
+    server.afterPut = [] {};
+    DeleteFileW(L"TestFtpConnection.txt");
+    ASSERT_TRUE(CreateDirectoryW(L"TestFtpConnection.txt", nullptr)) << "in the place of the test file";
+    EXPECT_THAT(Check(),
+                AllOf(StartsWith(L"The file "), HasSubstr(L"\\TestFtpConnection.txt, which the test sends, "
+                                                          L"cannot be written: ")));
+    RemoveDirectoryW(L"TestFtpConnection.txt");
     server.folders.clear();
     site.fieldToEnterprise = L"in/deep";
     EXPECT_EQ(Check(), L"<160>\r\nin/deep\r\n");
@@ -106,7 +130,9 @@ TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
 
 TEST_F(VerificationTest, UnattendedItBlocksNobodyAndLogsTheMessage) {
     site.user.clear();
-    const auto show = [](const std::wstring& text) { modverification::ShowVerificationMessage(text); };
+    const auto show = [](const std::wstring& text, FtpSiteMember) {
+        modverification::ShowVerificationMessage(text);
+    };
     EXPECT_FALSE(modverification::VerifyFTPSite(site, true, show));
     EXPECT_THAT(framework.TakeLog(), ElementsAre(Reported(L"modverification.ReportError",
                                                           L"Attempted to raise a messagebox and a user "
