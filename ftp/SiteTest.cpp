@@ -68,6 +68,9 @@ public:
 
     SiteFault fault;
 
+    /// Behind a site that works.
+    std::wstring Report() const;
+
 private:
     void Collect(const std::wstring& text) { fault.text = Lines(text, fault.text); }
     bool Failed(const std::wstring& text) {
@@ -131,7 +134,9 @@ bool SiteTest::TestFTPGetandPutFile(FtpSiteMember setting) {
     if (!m_connection.Get(kTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL))
         CallFailed(L"The test file cannot be fetched from the folder " + folder + L" to " + kFetchedFile +
                    L".");
-    m_connection.Delete(kTestFile);
+    if (!m_connection.Delete(kTestFile))
+        CallFailed(std::wstring(L"The test file ") + kTestFile + L" stays in the folder " + folder +
+                   L": it cannot be deleted.");
     fault.setting = nullptr;
     return true;
 }
@@ -145,6 +150,15 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
     default:
         return CallFailed(L"The folder " + folder + L" was created, but cannot be entered.");
     }
+}
+
+std::wstring SiteTest::Report() const {
+    std::wstring stay = L"On this computer stays " + FileSystem::FullPath(kTestFile);
+    if (FileSystem::FileExists(kFetchedFile)) stay.append(L", and ").append(kFetchedFile);
+    stay += L".";
+    if (fault.text.empty())
+        return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", stay);
+    return Lines(L"A test file was sent to both folders. But:", fault.text + stay);
 }
 
 }  // namespace
@@ -163,7 +177,8 @@ std::wstring CallFailure(DWORD error) {
                : text;
 }
 
-std::optional<SiteFault> TestSite(const FtpSite& site) {
+SiteTestResult TestSite(const FtpSite& site) {
     SiteTest test(site);
-    return test.FTPConnect() ? std::nullopt : std::optional(std::move(test.fault));
+    if (test.FTPConnect()) return {.fault = std::nullopt, .report = test.Report()};
+    return {.fault = std::move(test.fault), .report = {}};
 }

@@ -18,7 +18,14 @@ struct SiteFault {
 /// Why an FTP call failed, as a sentence. error: of GetLastError.
 std::wstring CallFailure(DWORD error);
 
+struct SiteTestResult {
+    std::optional<SiteFault> fault;  ///< nothing when the site works
+    /// Of a site that works: what was tested, what could not be, and which test files stay; lines.
+    std::wstring report;
+};
+
 /// Connects, creates missing folders, and sends, fetches and deletes a test file in both. That leaves
-/// TestFtpConnection.txt in the current directory and c:\FromFTP.xml. Nothing when the site works. The
-/// connection is closed again: no server waits for whoever is shown the fault.
-std::optional<SiteFault> TestSite(const FtpSite& site);
+/// TestFtpConnection.txt in the current directory and c:\FromFTP.xml. A site from which the file cannot be
+/// fetched, or deleted, works all the same. The connection is closed again: no server waits for whoever is
+/// shown the result.
+SiteTestResult TestSite(const FtpSite& site);

@@ -113,26 +113,40 @@ void frmFTP::SetApplyButtonState() const {
 }
 
 /// Tests what the boxes hold. A fault is shown, and the box that is to blame gets the keyboard.
-bool frmFTP::VerifyFTPSite(const FtpSite& site, bool testConnection) const {
+bool frmFTP::VerifyFTPSite(const FtpSite& site, bool testConnection, std::wstring* report) const {
     std::wstring fault;
     FtpSiteMember toBlame = nullptr;
     const auto keep = [&](const std::wstring& text, FtpSiteMember setting) {
         fault = text;
         toBlame = setting;
     };
+    const int focus = FocusedControl();
+    ShowBusy(testConnection);
     const bool good = [&] {
         const WaitCursor busy;
-        return modverification::VerifyFTPSite(site, testConnection, keep);
+        return modverification::VerifyFTPSite(site, testConnection, keep, report);
     }();
+    ShowBusy(false);
+    Focus(focus);
     if (!fault.empty()) ShowVerificationMessage(fault);
     if (toBlame) Focus(BoxOf(toBlame));
     return good;
 }
 
+/// A server may keep a test waiting for a minute.
+void frmFTP::ShowBusy(bool busy) const {
+    SetCaption(BrandedText(kTitle) + (busy ? L" - testing the site, please wait" : L""));
+    for (const int button : {IDC_FTP_VERIFY, IDC_FTP_APPLY, IDC_FTP_CANCEL})
+        Enable(button, !busy);
+    if (!busy) SetApplyButtonState();
+    Repaint();
+}
+
 void frmFTP::cmdFTP_Click() const {
     Procedure(L"frmFTP.frm.cmdFTP_Click").Guard([&] {
-        if (VerifyFTPSite(ReadBoxes(), true))
-            ShowVerificationMessage(BrandedText(kSiteVerified), MB_ICONINFORMATION);
+        std::wstring report;
+        if (VerifyFTPSite(ReadBoxes(), true, &report))
+            ShowVerificationMessage(Lines(BrandedText(kSiteVerified), report), MB_ICONINFORMATION);
     });
 }
 

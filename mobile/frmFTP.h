@@ -29,7 +29,8 @@ private:
     void SetApplyButtonState() const;
     void cmdFTP_Click() const;
     void cmdApply_Click();
-    bool VerifyFTPSite(const FtpSite& site, bool testConnection) const;
+    bool VerifyFTPSite(const FtpSite& site, bool testConnection, std::wstring* report = nullptr) const;
+    void ShowBusy(bool busy) const;
     FtpSite ReadBoxes() const;
 
     LONG m_lSides = 0;

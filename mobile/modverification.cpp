@@ -77,7 +77,7 @@ LONG SettingsFault(const FtpSite& site) {
     return Trimmed(site.enterpriseToField) == Trimmed(site.fieldToEnterprise) ? kSameFolders : 0;
 }
 
-bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show) {
+bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show, std::wstring* report) {
     return Procedure(L"modverification.VerifyFTPSite").Guard(false, [&] {
         if (const LONG message = SettingsFault(site))
             return show &&
@@ -85,8 +85,10 @@ bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& 
                                show);
         if (const auto fault = UnusableValue(site)) return ReportError(*fault, show);
         if (!TestConnection) return true;
-        const std::optional<SiteFault> fault = TestSite(site);
-        return fault ? ReportError(*fault, show) : true;
+        const SiteTestResult result = TestSite(site);
+        if (result.fault) return ReportError(*result.fault, show);
+        if (report) *report = result.report;
+        return true;
     });
 }
 

@@ -19,8 +19,10 @@ LONG SettingsFault(const FtpSite& site);
 
 /// Whether the settings, with a plain password, have no fault, nor a value that no site can have. With
 /// TestConnection also whether the site works, by the live test of TestSite. show: gets what failed, as one
-/// text; may be empty. Nothing is thrown; a failure to show is reported.
-bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show);
+/// text; may be empty. report: gets what the live test of a site that works found; may be null. Nothing is
+/// thrown; a failure to show is reported.
+bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& show,
+                   std::wstring* report = nullptr);
 
 /// Shows a text, of which the start must be enough, in a message box under the title of the FTP properties.
 /// icon: style of the box. Throws like ZNMsgBox.

@@ -117,7 +117,11 @@ bool FtpSession::PromptLogin(frmPromptFTP& prompt, const HostProgress& progress)
 /// A login that works but cannot be saved still connects.
 bool FtpSession::ConnectAndSaveLogin(const FtpSite& entered, bool saveLogin, const HostProgress& progress) {
     Procedure(L"clsFTPSndRcv.cls.ConnectAndSaveLogin").Guard([&] {
-        if (!DoConnection(entered, progress))
+        const bool connected = [&] {
+            const WaitCursor busy;
+            return DoConnection(entered, progress);
+        }();
+        if (!connected)
             ShowBrandedText(kLoginFailed);
         else if (saveLogin)
             SaveLogin(entered);

@@ -80,7 +80,7 @@ std::wstring clsFTPSndRcv::WhyNotVerified() {
     site.fieldToEnterprise = m_bMobile ? m_sRemoteSendFolder : m_sRemoteReceiveFolder;
     std::wstring failure;
     const auto keep = [&](const std::wstring& text, FtpSiteMember) { failure = text; };
-    if (!modverification::VerifyFTPSite(site, true, keep) && failure.empty())
+    if (!modverification::VerifyFTPSite(site, true, keep, &m_sVerificationReport) && failure.empty())
         throw base::Error(E_FAIL, L"The FTP site could not be verified; the event log tells why.");
     return failure;
 }

@@ -17,6 +17,9 @@ public:
     STDMETHODIMP get_SupressMsg(VARIANT_BOOL* Value) override { return com::Return(Value, SupressMsg); }
     STDMETHODIMP put_SupressMsg(VARIANT_BOOL Value) override { return com::Assign(SupressMsg, Value); }
     STDMETHODIMP VerifyFTPSite(BSTR* Failure) override;
+    STDMETHODIMP get_VerificationReport(BSTR* Value) override {
+        return com::Return(Value, m_sVerificationReport);
+    }
     STDMETHODIMP get_DialogEnd(LONG* Value) override {
         return com::Return(Value, LONG{m_administration.DialogEnd()});
     }
@@ -54,5 +57,6 @@ private:
 
     FtpSession m_session;
     bool m_bSettingsProcessed = false;
+    std::wstring m_sVerificationReport;
     FtpAdministration m_administration;
 };

@@ -92,3 +92,20 @@ void Dialog::LimitText(int box, int characters) const {
 }
 
 void Dialog::Enable(int control, bool enabled) const { EnableWindow(Control(control), enabled); }
+
+namespace {
+
+void DropMessages(UINT first, UINT last) {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, first, last, PM_REMOVE))
+        // Comes whatever is asked for, and is the message loop's.
+        if (message.message == WM_QUIT) return PostQuitMessage(static_cast<int>(message.wParam));
+}
+
+}  // namespace
+
+WaitCursor::~WaitCursor() {
+    DropMessages(WM_KEYFIRST, WM_KEYLAST);
+    DropMessages(WM_MOUSEFIRST, WM_MOUSELAST);
+    SetCursor(m_previous);
+}

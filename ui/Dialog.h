@@ -38,6 +38,9 @@ protected:
     void Enable(int control, bool enabled) const;
     /// The keyboard goes to a control, whose text is selected.
     void Focus(int control) const;
+    int FocusedControl() const { return GetDlgCtrlID(GetFocus()); }
+    /// Shows at once what has changed, although the message loop may not run for long.
+    void Repaint() const { RedrawWindow(m_window, nullptr, nullptr, RDW_UPDATENOW | RDW_ALLCHILDREN); }
     /// The user can type no more than these characters.
     void LimitText(int box, int characters) const;
 
@@ -51,13 +54,14 @@ private:
     std::exception_ptr m_failure;
 };
 
-/// Shows the hourglass while it exists.
+/// Shows the hourglass while it exists. What the user typed and clicked meanwhile is dropped: it would answer
+/// a box that nobody has seen yet.
 class WaitCursor {
 public:
     WaitCursor() : m_previous(SetCursor(LoadCursor(nullptr, IDC_WAIT))) {}
     WaitCursor(const WaitCursor&) = delete;
     WaitCursor& operator=(const WaitCursor&) = delete;
-    ~WaitCursor() { SetCursor(m_previous); }
+    ~WaitCursor();
 
 private:
     HCURSOR m_previous;

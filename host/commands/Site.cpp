@@ -58,13 +58,14 @@ int commands::Verify(const Options& options) {
     const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFtp, &CheckLogFile});
     const ComApartment apartment;
     Session session(settings);
-    std::wstring failure = session.VerifySite();
+    std::wstring report;
+    std::wstring failure = session.VerifySite(report);
     if (!failure.empty()) {
         failure.erase(failure.find_last_not_of(L"\r\n") + 1);
         Console::ErrorLine(L"znhost: " + failure);
         return kSomethingLeft;
     }
-    Console::Line(L"The FTP site works: a test file could be sent, fetched and deleted in both folders.");
+    Console::Line(L"The FTP site works. " + report);
     return kAllDelivered;
 }
 

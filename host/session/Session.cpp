@@ -160,9 +160,11 @@ bool Session::DestroyBackup(const std::wstring& packetId) {
     return com::Get<bool>(&IZNTransporter2::DestroyBackup, m_backups.Get(), com::Bstr(packetId).Get());
 }
 
-std::wstring Session::VerifySite() {
-    return com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite,
-                                  com::As<_clsFTPSndRcv>(m_senderReceiver.Get()).Get());
+std::wstring Session::VerifySite(std::wstring& report) {
+    const auto site = com::As<_clsFTPSndRcv>(m_senderReceiver.Get());
+    std::wstring failure = com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite, site.Get());
+    report = com::Get<std::wstring>(&_clsFTPSndRcv::get_VerificationReport, site.Get());
+    return failure;
 }
 
 ZNDialogEnd Session::EditSite(FtpSite& site) {

@@ -35,8 +35,8 @@ public:
     bool RestoreBackup(const std::wstring& packetId);
     bool DestroyBackup(const std::wstring& packetId);
 
-    /// What fails of the FTP site; empty when it works.
-    std::wstring VerifySite();
+    /// What fails of the FTP site; empty when it works. report: what was tested then, in lines.
+    std::wstring VerifySite(std::wstring& report);
     /// Shows the settings dialog of the sender/receiver, and returns how it ended. site: what the dialog
     /// starts with, and leaves when it was applied; the password as documents hold it.
     ZNDialogEnd EditSite(FtpSite& site);

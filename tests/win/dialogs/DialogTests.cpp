@@ -168,14 +168,25 @@ TEST_F(FtpPropertiesTest, ApplyTestsTheSiteWhereTheUserWantsIt) {
 
 TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
     server.Fail("Connect", {ERROR_INTERNET_NAME_NOT_RESOLVED});
+    server.afterPut = [] {
+        const Screen dialog(GetActiveWindow());
+        EXPECT_EQ(dialog.Caption(), L"FTP Properties - testing the site, please wait");
+        for (const int button : {IDC_FTP_VERIFY, IDC_FTP_APPLY, IDC_FTP_CANCEL})
+            EXPECT_FALSE(dialog.IsEnabled(button));
+        // Typed before there is anything to answer.
+        keybd_event(VK_ESCAPE, 0, 0, 0);
+        keybd_event(VK_ESCAPE, 0, KEYEVENTF_KEYUP, 0);
+    };
     Show([](const Screen& screen) {
         for (const wchar_t* text :
              {L"The FTP server cannot be found.\r\n\tThe name of the server cannot be resolved.",
-              L"The FTP site was verified"}) {
+              L"The FTP site was verified.\r\nA test file was sent to both folders, fetched"}) {
             screen.Mnemonic(L'v');
             const Screen message = screen.Popup();
             EXPECT_THAT(message.Message(), StartsWith(text));
             message.Confirm();
+            EXPECT_EQ(screen.Caption(), L"FTP Properties");
+            EXPECT_TRUE(screen.IsEnabled(IDC_FTP_APPLY));
         }
         screen.Click(IDC_FTP_CANCEL);
         screen.AwaitEnd();

@@ -29,7 +29,7 @@ protected:
             shown += text;
             toBlame = setting;
         };
-        const bool fine = modverification::VerifyFTPSite(site, testConnection, show);
+        const bool fine = modverification::VerifyFTPSite(site, testConnection, show, &report);
         EXPECT_EQ(fine, shown.empty());
         EXPECT_THAT(server.open, IsEmpty());
         server.currentFolder = "/";
@@ -40,6 +40,7 @@ protected:
     CurrentFolder current;
     FtpSite site{L"host", L"joe", L"secret", L"out", L"in"};
     FtpSiteMember toBlame = nullptr;
+    std::wstring report;
 };
 
 TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
@@ -74,9 +75,17 @@ TEST_F(VerificationTest, AWorkingSiteGetsItsFoldersAndKeepsNoTestFile) {
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@host"));
     EXPECT_EQ(current.temp.Content(L"TestFtpConnection.txt"), "");
     EXPECT_NE(GetFileAttributesW(kFetched), INVALID_FILE_ATTRIBUTES);
-    server.Fail("Get", {ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED});
-    EXPECT_EQ(Check(), L"fine") << "a file that cannot be fetched does not fail the test";
-    EXPECT_THAT(server.files, IsEmpty());
+    EXPECT_EQ(report, L"A test file was sent to both folders, fetched from there and deleted again.\r\n"
+                      L"On this computer stays " +
+                          current.temp.Path() + L"\\TestFtpConnection.txt, and c:\\FromFTP.xml.");
+    server.Fail("Get", {ERROR_ACCESS_DENIED});
+    server.Fail("Delete", {ERROR_ACCESS_DENIED});
+    EXPECT_EQ(Check(), L"fine") << "a file that cannot be fetched or deleted does not fail the test";
+    EXPECT_THAT(
+        report,
+        AllOf(StartsWith(L"A test file was sent to both folders. But:\r\n"),
+              HasSubstr(L"cannot be fetched from the folder out to c:\\FromFTP.xml.\r\n"),
+              HasSubstr(L"TestFtpConnection.txt stays in the folder out: it cannot be deleted.\r\n")));
 }
 
 TEST_F(VerificationTest, AFailedConnectionIsExplained) {
