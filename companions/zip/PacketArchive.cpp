@@ -2,7 +2,6 @@
 #include "companions/zip/PacketArchive.h"
 
 #include "base/Utf8.h"
-#include "companions/support/Fields.h"
 #include "companions/zip/ArchiveReader.h"
 
 namespace companions::zip {
@@ -21,14 +20,12 @@ std::wstring OtherContent(const std::vector<Entry>& entries, std::wstring_view p
 }  // namespace
 
 std::optional<std::wstring> PacketObjection(const base::ByteSource& archive, std::wstring_view packet,
-                                            Folding fold) try {
+                                            Folding fold) {
     const std::wstring other = OtherContent(ArchiveReader(archive).Entries(), packet, fold);
     if (other.empty()) return std::nullopt;
     const std::wstring name(packet);
-    return L"The archive holds " + other + L" in the place of " + name +
+    return L"the archive holds " + other + L" in the place of " + name +
            L"; ask its sender for an archive of " + name + L" alone.";
-} catch (const FormatError& error) {
-    return L"The archive cannot be extracted: " + error.failure().description + L".";
 }
 
 }  // namespace companions::zip

@@ -10,9 +10,9 @@
 
 namespace companions::zip {
 
-/// Why an archive must not be extracted, without its paths, in the place of a packet: a sentence that names
-/// the reason and the way out. Nothing when it can be, and holds a file of the packet's name alone. The
-/// content is not read. fold: as for PlanExtraction.
+/// Why an archive must not be extracted, without its paths, in the place of a packet: what it holds instead,
+/// and the way out. Nothing when it holds a file of the packet's name alone, whose content is not read.
+/// Throws FormatError for what cannot be extracted at all. fold: as for PlanExtraction.
 std::optional<std::wstring> PacketObjection(const base::ByteSource& archive, std::wstring_view packet,
                                             Folding fold);
 

@@ -1,17 +1,34 @@
 // See ReceivedFiles.h.
 #include "host/cycle/ReceivedFiles.h"
 
+#include <optional>
+
+#include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/Text.h"
+#include "companions/zip/PacketArchive.h"
+#include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
 namespace {
 
-/// Why a file must not be delivered; empty for one that may.
-std::wstring Refusal(const base::TreeFile& file, const PacketLedger& ledger) {
+/// Why a file must not be delivered.
+using Refusal = std::optional<std::wstring>;
+
+/// What an archive holds beside its packet would replace other files of the inbox. One that cannot be read,
+/// now or at all, is the decoder's to refuse.
+Refusal RefusalOfArchive(const std::wstring& path) try {
+    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
+} catch (const base::Error&) {
+    return std::nullopt;
+}
+
+Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
     if (IsFolderTestFile(ledger.PacketIn(file).name))
         return L"it has the name of the file with which folders are tested, and would be deleted as that";
-    return {};
+    if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
+    return RefusalOfArchive(Path::Join(settings.receive, file.RelativePath()));
 }
 
 /// The first name that is free: what was set aside before stays.
@@ -26,11 +43,11 @@ std::wstring FreePath(const std::wstring& path) {
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder, PacketLedger& ledger) {
     for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder)) {
-        const std::wstring refusal = Refusal(file, ledger);
-        if (refusal.empty()) continue;
+        const Refusal refusal = RefusalOf(file, settings, ledger);
+        if (!refusal) continue;
         const std::wstring aside = FreePath(Path::Join(settings.receive + L".refused", file.RelativePath()));
         base::MoveIntoTree(Path::Join(settings.receive, file.RelativePath()), aside);
         ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
-                                refusal + L"; it is now " + aside);
+                                *refusal + L"; it is now " + aside);
     }
 }

@@ -5,6 +5,7 @@ import random
 import shutil
 import signal
 import time
+import zipfile
 
 import support
 from support import HostTest, WAITING, files_below, finish, size_of, slow, wait_until
@@ -77,6 +78,19 @@ class ZipTest(EncoderCase):
         (self.enterprise.receive / "a.mdb.afz").write_bytes(whole)
         self.assert_run(self.enterprise)
         self.assertEqual(target.read_bytes(), packet)
+
+    def test_an_archive_that_holds_more_than_its_packet_replaces_nothing(self):
+        other = self.enterprise.inbox / "b.mdb"
+        other.write_bytes(b"another packet")
+        with zipfile.ZipFile(self.to_enterprise / "a.mdb.afz", "w") as archive:
+            archive.writestr("a.mdb", b"packet")
+            archive.writestr("b.mdb", b"intruder")
+        outcome = self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "not delivered"})
+        self.assertIn("the archive holds 2 members in the place of a.mdb", outcome.output)
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"b.mdb"})
+        self.assertEqual(other.read_bytes(), b"another packet")
+        self.assertTrue((self.enterprise.receive.with_name("receive.refused") / "a.mdb.afz").is_file())
+        self.assert_run(self.enterprise, 0, {})
 
     def test_an_empty_packet_stays_in_the_outbox(self):
         self.put(self.field, "empty.mdb", content=b"")
