@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "base/File.h"
+#include "base/FileSystem.h"
 #include "base/Path.h"
 #include "companions/delta/MakeDelta.h"
 #include "companions/delta/Patch.h"
@@ -21,11 +22,23 @@ struct Paths {
     std::wstring output;
 };
 
+/// A file whose name stands where the delta's belongs must not be lost.
+void CheckIsDelta(const std::wstring& path) try {
+    const base::InputFile file(path);
+    std::vector<std::uint8_t> header(kHeaderSize);
+    header.resize(file.ReadAt(0, header));
+    DecodedHeader(header);
+} catch (const DamagedDelta&) {
+    throw base::Error(HRESULT_FROM_WIN32(ERROR_FILE_EXISTS),
+                      path + L" exists and is no delta file; name another output, or delete that file");
+}
+
 void RunDelta(const Paths& paths) {
     const base::InputFile reference(paths.reference);
     const base::InputFile source(paths.source);
     CheckIsOther(paths.output, paths.reference);
     CheckIsOther(paths.output, paths.source);
+    if (FileSystem::FileExists(paths.output)) CheckIsDelta(paths.output);
     base::StagedFile output(paths.output);
     MakeDelta(reference, source, output);
     output.Commit();
@@ -65,7 +78,8 @@ void Run(const std::vector<std::wstring>& arguments) {
     auto* const delta = app.add_subcommand("delta", "Writes what changed from REF to SRC into the file OUT");
     cli::AddText(*delta, "REF", paths.reference, "the file that the receiver has, too").required();
     cli::AddText(*delta, "SRC", paths.source, "the file that the receiver is to get").required();
-    cli::AddText(*delta, "OUT", paths.output, "the delta file; one that exists is replaced").required();
+    cli::AddText(*delta, "OUT", paths.output, "the delta file; an older one is replaced, another file is not")
+        .required();
     auto* const patch = app.add_subcommand("patch", "Restores a file from the file DELTA and its reference");
     cli::AddText(*patch, "DELTA", paths.delta, "the delta file").required();
     cli::AddText(*patch, "REF", paths.reference, "the file that the delta was made against").required();

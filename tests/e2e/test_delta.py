@@ -78,6 +78,9 @@ class DeltaTest(ScratchTest):
                 os.link(output, alias)
                 self.assert_refuses("same file", command=command, arguments=(*inputs, alias))
                 alias.unlink()
+        self.output.write_bytes(b"older")
+        self.assert_refuses("no delta file", command="delta", arguments=(self.reference, self.source, self.output))
+        self.make_delta()
 
     def test_refuses_an_output_that_has_no_room(self):
         self.source.write_bytes(bytes(2 << 20))
