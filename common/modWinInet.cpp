@@ -42,6 +42,7 @@ std::wstring ErrorText(DWORD Code) {
 WinInetFunctions& WinInet() {
     static WinInetFunctions functions = {
         &::InternetOpenA,
+        &::InternetSetOptionA,
         &::InternetConnectA,
         &::InternetCloseHandle,
         &::InternetFindNextFileA,

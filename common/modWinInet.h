@@ -13,6 +13,7 @@ std::wstring ErrorText(DWORD Code);
 /// no server gives on demand can be scripted.
 struct WinInetFunctions {
     decltype(&::InternetOpenA) InternetOpenA;
+    decltype(&::InternetSetOptionA) InternetSetOptionA;
     decltype(&::InternetConnectA) InternetConnectA;
     decltype(&::InternetCloseHandle) InternetCloseHandle;
     decltype(&::InternetFindNextFileA) InternetFindNextFileA;

@@ -2,6 +2,7 @@
 #include "ftp/FtpConnection.h"
 
 #include <array>
+#include <utility>
 
 #include "base/Error.h"
 #include "base/Text.h"
@@ -19,6 +20,14 @@ std::string CommandText(const std::wstring& text) {
                                                L"cannot be sent to an FTP server; use another name.");
     return ToSystemCodePage(text);
 }
+
+/// In milliseconds; of the connection for commands, and of those for data. Every connection of the session
+/// has them.
+constexpr std::pair<DWORD, DWORD> kTimeOuts[] = {{INTERNET_OPTION_CONNECT_TIMEOUT, 60'000},
+                                                 {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000},
+                                                 {INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
+                                                 {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
+                                                 {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}};
 
 /// The usual failure would carry the password into logs and message boxes.
 std::string PasswordText(const std::wstring& password) try {
@@ -40,7 +49,18 @@ bool FtpConnection::OpenSession() {
     m_internet =
         InternetHandle(WinInet().InternetOpenA(ToSystemCodePage(ThisApartment().gk_sToolName).c_str(),
                                                INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
-    return static_cast<bool>(m_internet);
+    if (!m_internet) return false;
+    LimitWaiting();
+    return true;
+}
+
+/// A server that says nothing more would be waited for without end. A limit that the system does not know
+/// stays its own.
+void FtpConnection::LimitWaiting() const {
+    for (const auto& [option, limit] : kTimeOuts) {
+        DWORD milliseconds = limit;
+        WinInet().InternetSetOptionA(m_internet.Get(), option, &milliseconds, sizeof milliseconds);
+    }
 }
 
 bool FtpConnection::Connect(const FtpSite& site) {

@@ -26,7 +26,8 @@ public:
     /// Flags of connections (active mode) and of transfers (bytes unchanged).
     static constexpr DWORD kFlags = 0;
 
-    /// Opens the internet session under the tool's name.
+    /// Opens the internet session under the tool's name. A server that does not answer for a minute
+    /// (connecting) or two (everything else) fails the call.
     bool OpenSession();
     /// Connects to the FTP default port with a site's login.
     bool Connect(const FtpSite& site);
@@ -61,3 +62,4 @@ private:
     InternetHandle m_internet;
     InternetHandle m_connection;  ///< closed first
 };
+    void LimitWaiting() const;

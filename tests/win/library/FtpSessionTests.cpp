@@ -11,6 +11,7 @@ namespace tests {
 namespace {
 
 using testing::Not;
+using testing::Pair;
 
 class FtpSessionTest : public FtpTest {
 protected:
@@ -27,6 +28,16 @@ TEST_F(FtpSessionTest, AConnectionIsTheHostsUntilItEndsIt) {
     EXPECT_TRUE(Ask<bool>(&IZNSenderReceiver2::Connect, remote2));
     Renew();
     EXPECT_EQ(server.open.size(), 2u) << "the end of the object does not end the connection";
+}
+
+TEST_F(FtpSessionTest, NoServerIsWaitedForWithoutEnd) {
+    server.Fail("SetOption", {ERROR_INTERNET_INVALID_OPTION});
+    EXPECT_TRUE(Connect()) << "also where the system does not know a limit";
+    EXPECT_THAT(server.options, ElementsAre(Pair(INTERNET_OPTION_CONNECT_TIMEOUT, 60'000),
+                                            Pair(INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000),
+                                            Pair(INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000),
+                                            Pair(INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000),
+                                            Pair(INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000)));
 }
 
 TEST_F(FtpSessionTest, AFailedConnectionSaysWhatIsKnownAndLeavesNothingOpen) {

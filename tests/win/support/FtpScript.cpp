@@ -23,6 +23,7 @@ BOOL Result(bool done, DWORD error) {
 
 bool Succeed(const std::string& function) {
     auto& errors = g_script->failures[function];
+    ++g_script->calls;
     if (errors.empty()) return true;
     SetLastError(errors.front());
     errors.erase(errors.begin());
@@ -80,6 +81,12 @@ HINTERNET WINAPI Open(LPCSTR agent, DWORD access, LPCSTR, LPCSTR, DWORD) {
 
 HINTERNET WINAPI Connect(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                          DWORD service, DWORD flags, DWORD_PTR) {
+BOOL WINAPI SetOption(HINTERNET session, DWORD option, LPVOID value, DWORD length) {
+    EXPECT_EQ(length, sizeof(DWORD));
+    g_script->options[option] = *static_cast<const DWORD*>(value);
+    return Succeed("SetOption", session);
+}
+
     EXPECT_EQ(port, INTERNET_INVALID_PORT_NUMBER);
     EXPECT_EQ(service, DWORD{INTERNET_SERVICE_FTP});
     EXPECT_EQ(flags, 0u) << "active mode";
@@ -177,8 +184,8 @@ BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
 
 FtpScript::FtpScript() : m_real(WinInet()) {
     g_script = this;
-    WinInet() = {&Open,      &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
-                 &GetFolder, &Create,  &Find,  &Get,      &Put,          &Delete};
+    WinInet() = {&Open,      &SetOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
+                 &GetFolder, &Create,    &Find,    &Get,   &Put,      &Delete};
 }
 
 FtpScript::~FtpScript() {

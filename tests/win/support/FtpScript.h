@@ -49,6 +49,8 @@ public:
     std::set<HINTERNET> open;         ///< handles
 
 private:
+    std::map<DWORD, DWORD> options;   ///< of the session
+    int calls = 0;                    ///< of all functions
     WinInetFunctions m_real;
 };
 
