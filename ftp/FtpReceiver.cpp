@@ -1,11 +1,9 @@
 // See FtpReceiver.h.
 #include "ftp/FtpReceiver.h"
 
-#include <set>
-
+#include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
-#include "base/Text.h"
 #include "common/modMain.h"
 #include "ftp/ShownProcedure.h"
 
@@ -76,12 +74,12 @@ std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std
     return std::nullopt;
 }
 
-/// A server may tell names apart that are one name here: the second file would replace the first, whose
-/// only copy is the local one by then. Whoever named them must settle it while both are on the server.
+/// The second file would replace the first, whose only copy is the local one by then. Whoever named them must
+/// settle it while both are on the server.
 bool FtpReceiver::HasLocalNames(const FileList& files) const {
-    std::set<std::wstring> names;
+    base::LocalNames names;
     for (const FileEntry& entry : files)
-        if (!names.insert(base::Upper(entry.name)).second)
+        if (!names.Add(entry.name))
             return ShownProcedure(L"clsFTPSndRcv.cls.CreateRemoteFileList", m_progress)
                 .Fail(L"The FTP server lists the name " + entry.name +
                       L" and another one that differs only in the case of letters. Both would be one local "

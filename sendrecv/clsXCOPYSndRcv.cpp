@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "base/FileSystem.h"
+#include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
@@ -74,6 +75,17 @@ void MoveOneFile(const FileSystem::FileEntry& file, const std::wstring& from, co
         progress.StatusText(Lines(self.Name(), text));
         self.Report(text);
     }
+}
+
+/// The second file of a name would replace the first one.
+void RefuseName(const std::wstring& name, const std::wstring& from, const std::wstring& to,
+                const Procedure& self, const HostProgress& progress) {
+    const std::wstring text = L"The folder " + from + L" holds the name " + name +
+                              L" and another one that differs only in the case of letters. Both would be one "
+                              L"name in the folder " +
+                              to + L". It stays; rename or remove it.";
+    progress.StatusText(Lines(self.Name(), text));
+    self.Report(text);
 }
 
 }  // namespace
@@ -148,9 +160,13 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
 
+        base::LocalNames names;
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
-            MoveOneFile(file, Source, Destination, self, progress);
+            if (names.Add(file.name))
+                MoveOneFile(file, Source, Destination, self, progress);
+            else
+                RefuseName(file.name, Source, Destination, self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
@@ -160,7 +176,10 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         }
         // What fails in a sub-folder is reported there and leaves the others to be moved.
         for (const std::wstring& folder : listing.folders) {
-            MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+            if (names.Add(folder))
+                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+            else
+                RefuseName(folder, Source, Destination, self, progress);
             if (progress.Cancelled()) break;
         }
         return true;

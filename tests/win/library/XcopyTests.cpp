@@ -1,10 +1,14 @@
 // The folder-copy sender/receiver over real folders.
+#include <set>
+
 #include "base/Text.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
 #include "tests/win/library/SenderReceiverTest.h"
 
 namespace tests {
 namespace {
+
+using testing::SizeIs;
 
 const std::wstring kSend = L"clsXCOPYSndRcv.cls.IZNSenderReceiver_Send";
 const std::wstring kMove = L"clsXCOPYSndRcv.cls.MoveFiles";
@@ -175,6 +179,33 @@ TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
     Init({{L"RemoteSendFolder", temp / L"share\\in\\2"}});
     EXPECT_FALSE(Send());
     EXPECT_TRUE(temp.Exists(L"out\\1.mdb"));
+}
+
+TEST_F(Xcopy, OfNamesThatDifferOnlyInCaseTheSecondStays) {
+    const std::wstring volume = L"Z:\\dev\\shm";
+    if (!FileSystem::FolderExists(volume)) GTEST_SKIP() << "needs a file system that tells them apart";
+    const TempFolder share(volume);
+    const auto exactly = [&](const wchar_t* name) { return L"\\\\?\\unix" + (share / name).substr(2); };
+    share.File(L"A.mdb", "upper");
+    share.File(L"sub\\b.mdb");
+    CloseHandle(CreateFileW(exactly(L"a.mdb").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    ASSERT_TRUE(CreateDirectoryW(exactly(L"SUB").c_str(), nullptr));
+    BeMobile();
+    SendFrom(share.Path());
+    EXPECT_TRUE(Send());
+    const std::set<std::wstring> left = share.Files();
+    ASSERT_FALSE(left.empty()) << "one replaced the other";
+    EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(3 - left.size()));
+    const std::wstring name = *left.begin();
+    EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), name == L"a.mdb" ? "upper" : "") << "the first one arrived";
+    EXPECT_THAT(
+        framework.log,
+        AllOf(SizeIs(2),
+              Contains(Reported(
+                  kMove, L"The folder " + share.Path() + L" holds the name " + name +
+                             L" and another one that differs only in the case of letters. Both would "
+                             L"be one name in the folder T:\\share\\in. It stays; rename or remove it."))))
+        << "the folder, too";
 }
 
 TEST_F(Xcopy, CancelStopsAfterTheCurrentFile) {
