@@ -57,8 +57,7 @@ void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
 
 constexpr LONG kDiskQuotaExceeded = 1295;  // not in every version of the headers
 
-/// Failures that come once data flows, in a source that could be opened: the destination then holds a part of
-/// it.
+/// Failures that come once data flows: the destination then holds a part of the source.
 bool LeavesPartialCopy(DWORD error) {
     constexpr std::array kErrors = {
         ERROR_DISK_FULL,     ERROR_HANDLE_DISK_FULL, ERROR_WRITE_FAULT,     ERROR_READ_FAULT,
@@ -286,8 +285,10 @@ void CopyFile(const std::wstring& source, const std::wstring& destination, std::
     const std::uint64_t known = size ? *size : FileSize(source, where);
     const std::wstring from = Extended(source);
     const std::wstring to = Extended(destination);
+    const std::optional<FileVersion> older = VersionOf(destination);
     const DWORD error = WithoutProtection(to, [&] { return CopyFileW(from.c_str(), to.c_str(), FALSE); });
-    if (LeavesPartialCopy(error)) TryDelete(destination);
+    // A source that is lost before it could be opened leaves the older destination as it was.
+    if (LeavesPartialCopy(error) && VersionOf(destination) != older) TryDelete(destination);
     if (error != ERROR_SUCCESS) throw SystemError(error, "copy", Way(source, destination), where);
     base::RollBack removal([&] { TryDelete(destination); });
     CheckWhole(FileSize(destination, where), known, source, destination, where);
