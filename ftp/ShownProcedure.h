@@ -14,10 +14,8 @@ public:
 
     /// Never throws: the operation failed, whether or not somebody can be told.
     bool Fail(std::wstring_view text) const noexcept {
-        Quietly([&] {
-            Report(text);
-            m_progress.AddMessage(std::wstring(text), ZN_PROGRESS_FAILURE);
-        });
+        Quietly([&] { Report(text); });
+        Quietly([&] { m_progress.AddMessage(std::wstring(text), ZN_PROGRESS_FAILURE); });
         return false;
     }
 
