@@ -111,7 +111,7 @@ bool FtpConnection::ReturnTo(const std::string& folder) const {
 InternetHandle FtpConnection::Find(const std::wstring& pattern, FileEntry& found) const {
     WIN32_FIND_DATAA data{};
     InternetHandle search(
-        WinInet().FtpFindFirstFileA(m_connection.Get(), CommandText(pattern).c_str(), &data, 0, 0));
+        WinInet().FtpFindFirstFileA(m_connection.Get(), CommandText(pattern).c_str(), &data, kFresh, 0));
     if (search) found = EntryOf(data);
     return search;
 }
@@ -123,6 +123,20 @@ bool FtpConnection::FindNext(const InternetHandle& search, FileEntry& found) {
     return true;
 }
 
+/// Some proxies and servers end a search for one file without handle and without error although the file
+/// is there: only an error says that it is not.
+bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
+    found = {name};
+    FileEntry entry;
+    const InternetHandle search = Find(name, entry);
+    if (!search) return GetLastError() == ERROR_SUCCESS;
+    found = entry;
+    // The first one may be spelled in another case.
+    while (entry.name != name && FindNext(search, entry))
+        if (entry.name == name) found = entry;
+    return true;
+}
+
 bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name, DWORD flags) const {
     return WinInet().FtpPutFileA(m_connection.Get(), ToSystemCodePage(localFile).c_str(),
                                  CommandText(name).c_str(), flags, 0) != FALSE;
@@ -130,7 +144,8 @@ bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name,
 
 bool FtpConnection::Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const {
     return WinInet().FtpGetFileA(m_connection.Get(), CommandText(name).c_str(),
-                                 ToSystemCodePage(localFile).c_str(), FALSE, attributes, kFlags, 0) != FALSE;
+                                 ToSystemCodePage(localFile).c_str(), FALSE, attributes, kFlags | kFresh,
+                                 0) != FALSE;
 }
 
 bool FtpConnection::Delete(const std::wstring& name) const {

@@ -25,6 +25,9 @@ public:
 
     /// Flags of connections (active mode) and of transfers (bytes unchanged).
     static constexpr DWORD kFlags = 0;
+    /// Listings and files come from the server, not from the system's cache: what it held a moment ago tells
+    /// nothing about what may be deleted now.
+    static constexpr DWORD kFresh = INTERNET_FLAG_RELOAD;
 
     /// Opens the internet session under the tool's name. A server that does not answer for a minute
     /// (connecting) or two (everything else) fails the call.
@@ -49,6 +52,9 @@ public:
     /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
     InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
     static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
+    /// The entry of one name. Without one, but without an error either, the name counts as found, with an
+    /// unknown size (0).
+    bool FindFile(const std::wstring& name, FileSystem::FileEntry& found) const;
 
     // Files of the current remote folder.
     bool Put(const std::wstring& localFile, const std::wstring& name, DWORD flags = kFlags) const;
@@ -57,9 +63,9 @@ public:
     bool Delete(const std::wstring& name) const;
 
 private:
+    void LimitWaiting() const;
     bool SetCurrentFolder(const std::string& folder) const;
 
     InternetHandle m_internet;
     InternetHandle m_connection;  ///< closed first
 };
-    void LimitWaiting() const;

@@ -18,6 +18,13 @@ bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
 }
 
+std::vector<std::wstring> FoldersOf(const std::vector<FileSystem::FileEntry>& entries) {
+    std::vector<std::wstring> names;
+    for (const FileSystem::FileEntry& entry : entries)
+        if (IsFolder(entry) && !IsSelfOrParent(entry)) names.push_back(entry.name);
+    return names;
+}
+
 }  // namespace
 
 bool FtpReceiver::MakeLocalFolder(const std::wstring& local) const {
@@ -29,26 +36,41 @@ bool FtpReceiver::MakeLocalFolder(const std::wstring& local) const {
 }
 
 bool FtpReceiver::MoveFiles(const std::wstring& remote, const std::wstring& local) const {
-    return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] { return MoveFolder(remote, local); });
+    return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] {
+        return MoveFolder(remote, local, {m_connection.CurrentFolder()});
+    });
 }
 
-bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& local) const {
+bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& local,
+                             const Level& level) const {
     if (!MakeLocalFolder(local)) return false;
-    const std::string start = m_connection.CurrentFolder();
-    // No remote folder, nothing to receive; but a connection that is lost has none, either.
-    if (!SetRemoteFolder(remote)) return ReturnTo(start);
+    if (!SetRemoteFolder(remote)) return LeaveClosedFolder(remote, level);
     const std::optional<FileList> entries = CreateRemoteFileList(remote);
     if (!entries || !HasLocalNames(*entries)) {
-        m_connection.ReturnTo(start);
+        GoBack(level, remote);
         return false;
     }
-    if (!MoveEach(*entries, [&](const FileEntry& entry) { return GetRemoteFile(entry, local); }))
-        return false;
-    for (const FileEntry& entry : *entries)
-        if (IsFolder(entry) && !IsSelfOrParent(entry) &&
-            !MoveFolder(entry.name, Path::Join(local, entry.name)))
-            return false;
-    return ReturnTo(start);
+    const auto receive = [&](const FileEntry& entry) { return GetRemoteFile(entry, local); };
+    const auto receiveFolder = [&](const std::wstring& name, const Level& below) {
+        return MoveFolder(name, Path::Join(local, name), below);
+    };
+    return MoveEach(*entries, receive) && MoveSubFolders(FoldersOf(*entries), level, remote, receiveFolder) &&
+           ReturnTo(level, remote);
+}
+
+/// No remote folder, nothing to receive; but a connection that is lost has none, either. What a listed folder
+/// holds would stay there for ever without a word.
+bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level) const {
+    const std::wstring failure = FailureText(GetLastError());
+    if (!ReturnTo(level, L"")) return false;
+    if (level.depth > 0)
+        ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
+            .Fail(Lines(L"The FTP server lists the folder " + name +
+                            L" but does not let it be entered; the packets in it stay there. Give the user "
+                            L"the right to enter it. Where its real name is another one (names with blanks "
+                            L"may be listed in part), rename it on the server.",
+                        failure));
+    return true;
 }
 
 bool FtpReceiver::SetRemoteFolder(const std::wstring& path) const {
@@ -101,7 +123,10 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         if (FileSystem::FileExists(target))
             return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         if (IsFolder(entry)) return true;
-        if (!Fetch(entry, localFolder, target)) return false;
+        // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
+        base::RollBack part([&] { FileSystem::TryDelete(target); });
+        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target)) return false;
+        part.Dismiss();
         if (m_connection.Delete(entry.name)) return true;
         const DWORD error = GetLastError();
         return self.Fail(
@@ -109,20 +134,49 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
     });
 }
 
-/// Nothing of a file that did not arrive may lie under its name.
 bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
                         const std::wstring& target) const {
     const ShownProcedure self(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress);
-    base::RollBack part([&] { FileSystem::TryDelete(target); });
     if (!m_connection.Get(entry.name, target, entry.attributes)) {
         const DWORD error = GetLastError();
-        return self.Fail(Lines(L"Failed to retrieve file " + entry.name +
-                                   L" on the FTP server to local folder " + localFolder,
-                               ErrorText(error)));
+        const std::wstring failure = FailureText(error);
+        self.Fail(Lines(L"Failed to retrieve file " + entry.name + L" on the FTP server to local folder " +
+                            localFolder,
+                        ErrorText(error)));
+        return error == ERROR_INTERNET_EXTENDED_ERROR &&
+               self.Fail(
+                   Lines(L"The FTP server lists file " + entry.name +
+                             L" but refuses to send it, and what is listed after it waits. Give the user "
+                             L"the right to read it. Where its real name is another one (names with "
+                             L"blanks may be listed in part), rename it on the server.",
+                         failure));
     }
-    // The server's copy goes next: a local one that ended early must not be taken for the packet.
-    if (!FileSystem::FileExists(target) || FileSystem::FileSize(target) < entry.size)
-        return self.Fail(L"Failed to retrieve file " + entry.name + L" from the FTP server.");
-    part.Dismiss();
-    return true;
+    if (FileSystem::FileExists(target) && HasListedSize(entry, target)) return true;
+    return self.Fail(L"Failed to retrieve file " + entry.name + L" from the FTP server.");
+}
+
+/// The server's copy goes next. What the other side has uploaded since, or is still uploading, must not go
+/// with it.
+bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target) const {
+    FileEntry found;
+    if (m_connection.FindFile(name, found)) return HasListedSize(found, target);
+    const DWORD error = GetLastError();
+    // Somebody else has taken it: the attempt to delete it tells so.
+    if (error == ERROR_NO_MORE_FILES) return true;
+    return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+        .Fail(Lines(L"Could not verify that file " + name +
+                        L" is unchanged on the FTP server. It stays there for the next transfer.",
+                    ErrorText(error)));
+}
+
+bool FtpReceiver::HasListedSize(const FileEntry& listed, const std::wstring& target) const {
+    const std::uint64_t bytes = FileSystem::FileSize(target);
+    if (MayBeListedSize(listed.size, bytes)) return true;
+    return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+        .Fail(
+            SizeDifference(listed, bytes) +
+            L" The other side may still be sending it. It stays on the server for the next transfer. If that "
+            L"happens again, replace it on the server by a file of its own (no link), whose size the "
+            L"server's "
+            L"list tells.");
 }

@@ -20,13 +20,16 @@ public:
     bool MoveFiles(const std::wstring& remote, const std::wstring& local) const;
 
 private:
-    bool MoveFolder(const std::wstring& remote, const std::wstring& local) const;
+    bool MoveFolder(const std::wstring& remote, const std::wstring& local, const Level& level) const;
+    bool LeaveClosedFolder(const std::wstring& name, const Level& level) const;
     bool SetRemoteFolder(const std::wstring& path) const;
     std::optional<FileList> CreateRemoteFileList(const std::wstring& folder) const;
     bool HasLocalNames(const FileList& files) const;
 
     bool GetRemoteFile(const FileEntry& entry, const std::wstring& localFolder) const;
     bool Fetch(const FileEntry& entry, const std::wstring& localFolder, const std::wstring& target) const;
+    bool IsUnchanged(const std::wstring& name, const std::wstring& target) const;
+    bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;
 
     bool m_supressMsg;
 };

@@ -1,6 +1,7 @@
 // See FtpSender.h.
 #include "ftp/FtpSender.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "base/Path.h"
@@ -9,49 +10,106 @@
 
 namespace {
 
+/// Why a put failed.
+struct PutError {
+    DWORD code = ERROR_SUCCESS;
+    std::wstring reply;  ///< the server's; empty where it gave none
+
+    static PutError Last() {
+        const DWORD code = GetLastError();
+        return {code, code == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : std::wstring()};
+    }
+};
+
 /// What a failed put is reported with; nothing for a local file that somebody still writes.
-std::optional<std::wstring> PutFailure(const std::wstring& name, DWORD error) {
-    if (error == ERROR_SHARING_VIOLATION) return std::nullopt;
-    if (error != ERROR_INTERNET_EXTENDED_ERROR)
-        return Lines(L"Failed to transmit file " + name + L" to the FTP server.", ErrorText(error));
-    std::wstring response = LastResponse();
-    if (base::Upper(response).find(L"NO SPACE LEFT ON DEVICE.") == std::wstring::npos) return response;
+std::optional<std::wstring> PutFailure(const std::wstring& name, const PutError& error) {
+    if (error.code == ERROR_SHARING_VIOLATION) return std::nullopt;
+    if (error.code != ERROR_INTERNET_EXTENDED_ERROR)
+        return Lines(L"Failed to transmit file " + name + L" to the FTP server.", ErrorText(error.code));
+    if (base::Upper(error.reply).find(L"NO SPACE LEFT ON DEVICE.") == std::wstring::npos) return error.reply;
     return L"FTP site is out of space.";
 }
 
-/// Others come from this machine, before the server was asked for anything.
-bool IsInternetError(DWORD error) { return error > INTERNET_ERROR_BASE && error <= INTERNET_ERROR_LAST; }
+/// The code that a reply ends with, "552"; one may begin with replies to earlier steps.
+std::wstring ReplyCode(const std::wstring& reply) {
+    std::wstring code;
+    for (size_t line = 0; line < reply.size(); line = std::min(reply.find(L'\n', line), reply.size() - 1) + 1)
+        if (reply.find_first_not_of(L"0123456789", line) == line + 3) code = reply.substr(line, 3);
+    return code;
+}
+
+/// Whether the server may hold a part of the file. A put that was refused (permanently, or because the file
+/// is busy), or that had no data connection, leaves an older packet as it was.
+bool MayHaveFlowed(const PutError& error) {
+    const std::wstring code = ReplyCode(error.reply);
+    switch (error.code) {
+    case ERROR_INTERNET_EXTENDED_ERROR:
+        return code == L"552" || (code.starts_with(L'4') && code != L"450");
+    case ERROR_INTERNET_CONNECTION_ABORTED:
+    case ERROR_INTERNET_CONNECTION_RESET:
+    case ERROR_INTERNET_TIMEOUT:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Whether a path can be made folder by folder. Some servers take the empty name at the beginning of an
+/// absolute one, or between two separators, for the user's home, and what follows would be made there.
+bool IsRelative(const std::wstring& path) {
+    return !path.starts_with(L'/') && path.find(L"//") == std::wstring::npos;
+}
 
 FileSystem::Listing ListLocal(const std::wstring& local) {
     return FileSystem::FolderExists(local) ? FileSystem::List(local) : FileSystem::Listing();
 }
 
+bool IsEmpty(const FileSystem::Listing& listing) { return listing.files.empty() && listing.folders.empty(); }
+
+/// An empty folder is nothing to send.
+std::vector<std::wstring> FilledFolders(const std::wstring& local, const FileSystem::Listing& listing) {
+    std::vector<std::wstring> names;
+    std::ranges::copy_if(listing.folders, std::back_inserter(names), [&](const std::wstring& name) {
+        return !IsEmpty(ListLocal(Path::Join(local, name)));
+    });
+    return names;
+}
+
 }  // namespace
 
 bool FtpSender::MoveFiles(const std::wstring& local, const std::wstring& remote) const {
-    return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] { return MoveFolder(local, remote); });
+    return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] {
+        return MoveFolder(local, remote, {m_connection.CurrentFolder()});
+    });
 }
 
-bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote) const {
+bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const {
     const FileSystem::Listing listing = ListLocal(local);
-    const std::string start = m_connection.CurrentFolder();
-    if (!listing.files.empty() || !listing.folders.empty()) {
-        if (!SetRemoteFolder(remote)) {
-            m_connection.ReturnTo(start);
-            return false;
-        }
-        const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name); };
-        if (!MoveEach(listing.files, send)) return false;
+    if (IsEmpty(listing)) return ReturnTo(level, L"");
+    if (!SetRemoteFolder(remote)) {
+        GoBack(level, L"");
+        return false;
     }
-    for (const std::wstring& name : listing.folders)
-        if (!MoveFolder(Path::Join(local, name), base::Upper(name))) return false;
-    return ReturnTo(start);
+    const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name); };
+    const auto sendFolder = [&](const std::wstring& name, const Level& below) {
+        return MoveFolder(Path::Join(local, name), base::Upper(name), below);
+    };
+    return MoveEach(listing.files, send) &&
+           MoveSubFolders(FilledFolders(local, listing), level, remote, sendFolder) &&
+           ReturnTo(level, remote);
 }
 
 bool FtpSender::SetRemoteFolder(const std::wstring& path) const {
     return Procedure(L"clsFTPSndRcv.cls.SetRemoteFolder").Guard(false, [&] {
-        return m_connection.Enter(path) || CreateRemoteFolders(path);
+        if (m_connection.Enter(path)) return true;
+        const DWORD error = GetLastError();
+        return IsRelative(path) ? CreateRemoteFolders(path) : NotCreated(path, error);
     });
+}
+
+bool FtpSender::NotCreated(const std::wstring& folder, DWORD error) const {
+    return ShownProcedure(L"clsFTPSndRcv.cls.CreateRemoteFolders", m_progress)
+        .Fail(Lines(L"Could not create FTP directory: " + ErrorText(error), L"Folder: " + folder));
 }
 
 bool FtpSender::CreateRemoteFolders(const std::wstring& path) const {
@@ -68,7 +126,7 @@ bool FtpSender::EnterOrCreate(const std::wstring& folder) const {
     if (entry == FtpConnection::Entry::Entered) return true;
     if (entry == FtpConnection::Entry::NotEntered)
         return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
-    return self.Fail(Lines(L"Could not create FTP directory: " + ErrorText(error), L"Folder: " + folder));
+    return NotCreated(folder, error);
 }
 
 bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const {
@@ -77,17 +135,19 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
         const std::wstring file = localFolder + L"\\" + name;
         const auto sent = FileSystem::VersionOf(file);
         if (!m_connection.Put(file, name)) {
-            const DWORD error = GetLastError();
+            const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
-            if (sent && IsInternetError(error)) RemovePart(name, sent->size);
+            if (sent && MayHaveFlowed(error)) RemovePart(name, sent->size);
             return false;
         }
-        if (!RemoteFileExists(name))
+        if (!RemoteFileExists(name, sent))
             return self.Fail(L"Failed occurred while transmiting file " + name + L" to the FTP server.");
         // Blocked only now: WinINet may ask for the file for itself alone.
         const FileSystem::WriteBlock block(file);
         if (!block.Holds() || FileSystem::VersionOf(file) != sent)
-            return false;  // the newer one travels next
+            return self.Fail(L"File " + name +
+                             L" was saved again while it was sent to the FTP server, or is being saved. It "
+                             L"stays here, and the next transfer sends what it holds then.");
         FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete);
         return true;
     });
@@ -97,17 +157,29 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
 /// but a whole packet that the server kept. A failure needs no report beside that of the put.
 void FtpSender::RemovePart(const std::wstring& name, std::uint64_t whole) const {
     FileEntry found;
-    if (m_connection.Find(name, found) && found.size < whole) m_connection.Delete(name);
+    if (m_connection.FindFile(name, found) && found.size < whole) m_connection.Delete(name);
 }
 
-/// Some proxies and servers end a search for one file without handle and without error although the file
-/// is there: only an error says that it is not.
-bool FtpSender::RemoteFileExists(const std::wstring& name) const {
+bool FtpSender::RemoteFileExists(const std::wstring& name,
+                                 const std::optional<FileSystem::FileVersion>& sent) const {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.RemoteFileExists", m_progress);
     FileEntry found;
-    const DWORD error = m_connection.Find(name, found) ? ERROR_SUCCESS : GetLastError();
-    if (error == ERROR_SUCCESS) return true;
-    if (error == ERROR_NO_MORE_FILES) return false;
-    return ShownProcedure(L"clsFTPSndRcv.cls.RemoteFileExists", m_progress)
-        .Fail(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
-                    ErrorText(error)));
+    if (m_connection.FindFile(name, found)) {
+        if (!sent || MayBeListedSize(found.size, sent->size)) return true;
+        self.Fail(SizeDifference(found, sent->size) +
+                  L" It stays here for the next transfer. If that happens again, see whether the server has "
+                  L"space for it, and whether its list tells the right size.");
+        RemovePart(name, sent->size);
+        return false;
+    }
+    const DWORD error = GetLastError();
+    if (error == ERROR_NO_MORE_FILES)
+        return self.Fail(
+            L"The FTP server took file " + name +
+            L" but does not list it, so that the other side would not see it. It stays here. If "
+            L"that happens again, give it a name without blanks, without a dot at its beginning "
+            L"and with letters of the English alphabet only; or see whether the server's list has "
+            L"the usual form (as of ls -l).");
+    return self.Fail(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
+                           ErrorText(error)));
 }

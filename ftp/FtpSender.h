@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "ftp/FtpTransfer.h"
@@ -17,12 +18,13 @@ public:
     bool MoveFiles(const std::wstring& local, const std::wstring& remote) const;
 
 private:
-    bool MoveFolder(const std::wstring& local, const std::wstring& remote) const;
+    bool MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const;
     bool SetRemoteFolder(const std::wstring& path) const;
     bool CreateRemoteFolders(const std::wstring& path) const;
     bool EnterOrCreate(const std::wstring& folder) const;
+    bool NotCreated(const std::wstring& folder, DWORD error) const;
 
     bool SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const;
     void RemovePart(const std::wstring& name, std::uint64_t whole) const;
-    bool RemoteFileExists(const std::wstring& name) const;
+    bool RemoteFileExists(const std::wstring& name, const std::optional<FileSystem::FileVersion>& sent) const;
 };

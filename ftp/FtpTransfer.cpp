@@ -5,12 +5,47 @@
 #include "com/MessagePump.h"
 #include "ftp/ShownProcedure.h"
 
+namespace {
+
+/// From a path to where it was entered, for servers that do not tell where that is. An absolute path is
+/// entered again from anywhere.
+std::wstring WayBack(const std::wstring& path) {
+    std::wstring way = L".";
+    if (path.starts_with(L'/')) return way;
+    for (size_t i = 0; i < path.size(); ++i)
+        if (path[i] != L'/' && (i == 0 || path[i - 1] == L'/')) way += L"/..";
+    return way;
+}
+
+}  // namespace
+
+bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes) {
+    constexpr std::uint64_t kLargestSigned = 0x7FFFFFFF;
+    constexpr std::uint64_t kLargestUnsigned = 0xFFFFFFFF;
+    if (listed == 0 || listed == bytes) return true;
+    return bytes > kLargestSigned &&
+           (listed == kLargestSigned || listed == kLargestUnsigned || listed == (bytes & kLargestUnsigned));
+}
+
+std::wstring FailureText(DWORD error) {
+    return error == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : ErrorText(error);
+}
+
+std::wstring FtpTransfer::SizeDifference(const FileEntry& listed, std::uint64_t bytes) {
+    return L"The FTP server lists file " + listed.name + L" with " + std::to_wstring(listed.size) +
+           L" bytes, but here it has " + std::to_wstring(bytes) + L" bytes.";
+}
+
+bool FtpTransfer::GoBack(const Level& level, const std::wstring& entered) const {
+    return level.start.empty() ? m_connection.Enter(WayBack(entered)) : m_connection.ReturnTo(level.start);
+}
+
 /// Remote folders are entered by their names: from a wrong one, everything after it would land elsewhere.
-bool FtpTransfer::ReturnTo(const std::string& remote) const {
-    if (m_connection.ReturnTo(remote)) return true;
+bool FtpTransfer::ReturnTo(const Level& level, const std::wstring& entered) const {
+    if (GoBack(level, entered)) return true;
     const DWORD error = GetLastError();
     return ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
-        .Fail(L"Could not set current directory(" + base::FromSystemCodePage(remote) + L"): " +
+        .Fail(L"Could not set current directory(" + base::FromSystemCodePage(level.start) + L"): " +
               ErrorText(error));
 }
 
@@ -24,4 +59,33 @@ bool FtpTransfer::MoveEach(const FileList& files, const std::function<bool(const
         if (!move(file)) return false;
     }
     return true;
+}
+
+bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const Level& level,
+                                 const std::wstring& entered,
+                                 const std::function<bool(const std::wstring&, const Level&)>& move) const {
+    if (names.empty()) return true;
+    const Level below{m_connection.CurrentFolder(), level.depth + 1};
+    for (const std::wstring& name : names) {
+        if (!MayEnter(name, below)) {
+            GoBack(level, entered);
+            return false;
+        }
+        if (!move(name, below)) return false;
+    }
+    return true;
+}
+
+bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level) const {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+    if (level.depth > kDeepest)
+        return self.Fail(L"The folder " + name + L" lies more than " + std::to_wstring(kDeepest) +
+                         L" folders deep, which looks like a link that leads back. Remove the link, or move "
+                         L"the folder up.");
+    return !level.start.empty() ||
+           self.Fail(L"The FTP server does not tell the current folder (command PWD), so that files of the "
+                     L"sub-folder " +
+                     name +
+                     L", and of those after it, could get into a wrong one. Do without "
+                     L"sub-folders, or use a server that tells it.");
 }

@@ -37,11 +37,11 @@ protected:
     std::vector<LogEntry> FailToSend() { return ReportsOf(Send()); }
     std::vector<LogEntry> FailToReceive(const wchar_t* folder = L"") { return ReportsOf(Receive(folder)); }
     bool Send() {
-        server.currentFolder = "/";
+        server.currentFolder = server.home;
         return SenderReceiverTest::Send();
     }
     bool Receive(const wchar_t* folder = L"") {
-        server.currentFolder = "/";
+        server.currentFolder = server.home;
         return SenderReceiverTest::Receive(folder);
     }
     std::vector<LogEntry> FailToConnect() { return ReportsOf(Connect()); }

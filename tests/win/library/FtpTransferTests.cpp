@@ -1,10 +1,12 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
 #include "base/Text.h"
+#include "ftp/FtpTransfer.h"
 #include "tests/win/library/FtpTest.h"
 
 namespace tests {
 namespace {
 
+using testing::_;
 using testing::Pair;
 using testing::SizeIs;
 
@@ -98,18 +100,27 @@ TEST_F(FtpTransferTest, AFailedPutSaysWhyAndKeepsTheFile) {
 
 TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
     temp.File(L"send\\a.mdb", "content");
-    const auto leftOf = [&](const std::string& part, DWORD error) {
+    const auto leftOf = [&](const std::string& part, DWORD error, const char* reply = "") {
+        server.response = reply;
         server.failedPut = [&] { server.files["/in/a.mdb"] = part; };
         server.Fail("Put", {error});
         EXPECT_THAT(FailToSend(), SizeIs(error == ERROR_SHARING_VIOLATION ? 0 : 1));
         EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
         return server.files["/in/a.mdb"];
     };
+    constexpr DWORD kReply = ERROR_INTERNET_EXTENDED_ERROR;
     server.Fail("Delete", {kLost});
-    EXPECT_EQ(leftOf("con", ERROR_INTERNET_INTERNAL_ERROR), "con") << "the server refused to delete it";
-    EXPECT_EQ(leftOf("con", ERROR_INTERNET_EXTENDED_ERROR), "");
-    EXPECT_EQ(leftOf("old", ERROR_SHARING_VIOLATION), "old") << "the put never came to replace it";
-    EXPECT_EQ(leftOf("old and whole", ERROR_INTERNET_EXTENDED_ERROR), "old and whole");
+    EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "con") << "the server refused to delete it";
+    EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "");
+    for (const char* reply :
+         {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full"})
+        EXPECT_EQ(leftOf("con", kReply, reply), "") << reply;
+    EXPECT_EQ(leftOf("old and whole", kReply, "452 Disk full"), "old and whole");
+    for (const char* reply : {"550 Overwrite permission denied\r\n", "553 No", "450 The file is busy", ""})
+        EXPECT_EQ(leftOf("old", kReply, reply), "old") << reply;
+    for (const DWORD error : {DWORD{ERROR_SHARING_VIOLATION}, DWORD{ERROR_INTERNET_CANNOT_CONNECT},
+                              DWORD{ERROR_INTERNET_LOGIN_FAILURE}})
+        EXPECT_EQ(leftOf("old", error), "old") << "the put never came to replace it";
 }
 
 TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
@@ -117,7 +128,15 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
                                  L"Failed occurred while transmiting file a.mdb to the FTP server.");
     temp.File(L"send\\a.mdb");
     server.Fail("Find", {ERROR_NO_MORE_FILES});
-    EXPECT_THAT(FailToSend(), ElementsAre(failed));
+    EXPECT_THAT(
+        FailToSend(),
+        ElementsAre(
+            Reported(L"clsFTPSndRcv.cls.RemoteFileExists",
+                     L"The FTP server took file a.mdb but does not list it, so that the other side "
+                     L"would not see it. It stays here. If that happens again, give it a name without "
+                     L"blanks, without a dot at its beginning and with letters of the English alphabet "
+                     L"only; or see whether the server's list has the usual form (as of ls -l)."),
+            failed));
     server.Fail("Find", {kLost});
     EXPECT_THAT(
         FailToSend(),
@@ -131,14 +150,54 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     EXPECT_THAT(temp.Files(L"send"), IsEmpty());
 }
 
+TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
+    temp.File(L"send\\a.mdb", "content");
+    server.files["/in/A.mdb"] = "another";
+    server.afterPut = [&] { server.files["/in/a.mdb"].resize(3); };
+    EXPECT_THAT(
+        FailToSend(),
+        ElementsAre(Reported(L"clsFTPSndRcv.cls.RemoteFileExists",
+                             L"The FTP server lists file a.mdb with 3 bytes, but here it has 7 bytes. It "
+                             L"stays here for the next transfer. If that happens again, see whether the "
+                             L"server has space for it, and whether its list tells the right size."),
+                    Reported(L"clsFTPSndRcv.cls.SendLocalFile",
+                             L"Failed occurred while transmiting file a.mdb to the FTP server.")));
+    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another"))) << "no part stays";
+    server.afterPut = [&] { server.listing = {{"A.mdb", 0, 3}, {"a.mdb", 0, 0}}; };
+    EXPECT_TRUE(Send()) << "the list tells no sizes";
+}
+
+TEST(ListedSize, MayBeUnknownOrOfFewerBits) {
+    constexpr std::uint64_t kGigabyte = 1ULL << 30;
+    for (const auto& [listed, bytes] : {std::pair{7ULL, 7ULL},
+                                        {0ULL, 7ULL},
+                                        {0ULL, 0ULL},
+                                        {5 * kGigabyte, 5 * kGigabyte},
+                                        {kGigabyte + 7, 5 * kGigabyte + 7},
+                                        {0x7FFFFFFFULL, 2 * kGigabyte},
+                                        {0xFFFFFFFFULL, 5 * kGigabyte}})
+        EXPECT_TRUE(MayBeListedSize(listed, bytes)) << listed << ", " << bytes;
+    for (const auto& [listed, bytes] : {std::pair{6ULL, 7ULL},
+                                        {8ULL, 7ULL},
+                                        {7ULL, 0ULL},
+                                        {2 * kGigabyte, 3 * kGigabyte},
+                                        {0x7FFFFFFFULL, kGigabyte}})
+        EXPECT_FALSE(MayBeListedSize(listed, bytes)) << listed << ", " << bytes;
+}
+
 TEST_F(FtpTransferTest, APacketSavedAgainWhileItIsSentStaysForTheNextRun) {
+    const auto report = OneFtpReport(L"SendLocalFile",
+                                     L"File a.mdb was saved again while it was sent to the FTP server, or is "
+                                     L"being saved. It stays here, and the next transfer sends what it holds "
+                                     L"then.");
     const auto file = temp.File(L"send\\a.mdb", "old");
     server.afterPut = [&] { temp.File(L"send\\a.mdb", "new"); };
-    EXPECT_THAT(FailToSend(), IsEmpty()) << "in use, as a file that cannot be opened";
+    EXPECT_THAT(FailToSend(), report);
     EXPECT_EQ(temp.Content(L"send\\a.mdb"), "new") << "also of the same size";
     base::FileHandle writer;
     server.afterPut = [&] { writer = Held(file, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_DELETE); };
-    EXPECT_THAT(FailToSend(), IsEmpty());
+    EXPECT_THAT(FailToSend(), report);
     writer.Reset();
     EXPECT_EQ(temp.Content(L"send\\a.mdb"), "new");
     server.afterPut = [] {};
@@ -180,19 +239,55 @@ TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
         OneFtpReport(L"GetRemoteFile", L"Failed to retrieve file a.mdb on the FTP server to local folder "
                                        L"T:\\receive\\\r\n" +
                                            ErrorText(kLost)));
-    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
-    server.listing = {{"a.mdb", FILE_ATTRIBUTE_NORMAL, 8}};
-    EXPECT_THAT(FailToReceive(),
-                OneFtpReport(L"GetRemoteFile", L"Failed to retrieve file a.mdb from the FTP server."))
-        << "shorter than listed";
-    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+    server.response = "550 No such file.";
+    server.listing = {{"b", FILE_ATTRIBUTE_NORMAL, 7}};
+    EXPECT_THAT(
+        FailToReceive(),
+        ElementsAre(_, Reported(L"clsFTPSndRcv.cls.GetRemoteFile",
+                                L"The FTP server lists file b but refuses to send it, and what is listed "
+                                L"after it waits. Give the user the right to read it. Where its real "
+                                L"name is another one (names with blanks may be listed in part), rename "
+                                L"it on the server.\r\n550 No such file.")));
     server.listing.reset();
+    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
     server.Fail("Delete", {kLost});
     EXPECT_THAT(FailToReceive(),
                 OneFtpReport(L"GetRemoteFile",
                              L"Failed to delete the file a.mdb from the FTP server.\r\n" + ErrorText(kLost)));
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "content");
     EXPECT_TRUE(Receive()) << "the next run completes the job";
+    EXPECT_THAT(server.files, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
+    const auto differs = [](const std::wstring& listed, const std::wstring& here) {
+        return Reported(
+            L"clsFTPSndRcv.cls.GetRemoteFile",
+            L"The FTP server lists file a.mdb with " + listed + L" bytes, but here it has " + here +
+                L" bytes. The other side may still be sending it. It stays on the server for the "
+                L"next transfer. If that happens again, replace it on the server by a file of its "
+                L"own (no link), whose size the server's list tells.");
+    };
+    server.files["/out/a.mdb"] = "half";
+    server.afterGet = [&] { server.files["/out/a.mdb"] = "half and the rest"; };
+    EXPECT_THAT(FailToReceive(), ElementsAre(differs(L"17", L"4"))) << "it has grown since";
+    server.afterGet = [] {};
+    server.listing = {{"a.mdb", FILE_ATTRIBUTE_NORMAL, 9}};
+    EXPECT_THAT(FailToReceive(), ElementsAre(differs(L"9", L"17"),
+                                             Reported(L"clsFTPSndRcv.cls.GetRemoteFile",
+                                                      L"Failed to retrieve file a.mdb from the FTP server.")))
+        << "longer than listed";
+    server.listing.reset();
+    server.afterGet = [&] { server.Fail("Find", {kLost}); };
+    EXPECT_THAT(
+        FailToReceive(),
+        OneFtpReport(L"GetRemoteFile", L"Could not verify that file a.mdb is unchanged on the FTP server. "
+                                       L"It stays there for the next transfer.\r\n" +
+                                           ErrorText(kLost)));
+    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+    server.afterGet = [] {};
+    EXPECT_TRUE(Receive());
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
     EXPECT_THAT(server.files, IsEmpty());
 }
 
@@ -245,14 +340,99 @@ TEST_F(FtpTransferTest, AConnectionThatIsLostBetweenFoldersIsReported) {
     };
     server.Fail("SetFolder", {kLost, kLost});
     EXPECT_THAT(FailToReceive(), report(L"/", kLost)) << "not the same as a missing folder";
-    server.Fail("GetFolder", {kLost});
-    EXPECT_THAT(FailToReceive(), report(L"", ERROR_PATH_NOT_FOUND));
-    EXPECT_EQ(server.currentFolder, "/out") << "an empty path would be another folder";
     temp.File(L"send\\a\\1.mdb");
     temp.File(L"send\\b\\2.mdb");
     server.afterPut = [&] { server.Fail("SetFolder", {kLost}); };
     EXPECT_THAT(FailToSend(), report(L"/in", kLost));
     EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"b\\2.mdb")) << "it would have landed in in/A";
+}
+
+TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
+    const auto refused = [](const std::wstring& name) {
+        return OneFtpReport(
+            L"MoveFiles",
+            L"The FTP server does not tell the current folder (command PWD), so that files of the "
+            L"sub-folder " +
+                name +
+                L", and of those after it, could get into a wrong one. Do without sub-folders, or "
+                L"use a server that tells it.");
+    };
+    server.folders.insert({"/home", "/home/in", "/home/in/deep", "/home/out", "/home/out/SUB"});
+    server.home = "/home";
+    server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR));
+    Init({{L"RemoteSendFolder", L"in/deep"}});
+    temp.File(L"send\\a.mdb", "1");
+    temp.Folder(L"send\\empty");
+    EXPECT_TRUE(Send());
+    EXPECT_EQ(server.currentFolder, "/home");
+    temp.File(L"send\\sub\\b.mdb");
+    temp.File(L"send\\c.mdb", "2");
+    EXPECT_THAT(FailToSend(), refused(L"sub"));
+    EXPECT_EQ(server.currentFolder, "/home") << "the other direction comes next";
+    EXPECT_THAT(server.files,
+                ElementsAre(Pair("/home/in/deep/a.mdb", "1"), Pair("/home/in/deep/c.mdb", "2")));
+    server.files = {{"/home/out/d.mdb", "3"}};
+    EXPECT_THAT(FailToReceive(), refused(L"SUB"));
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"d.mdb"));
+    server.folders.erase("/home/out/SUB");
+    EXPECT_TRUE(Receive());
+    EXPECT_TRUE(Receive(L"missing"));
+    EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, AListedFolderThatCannotBeEnteredIsReported) {
+    server.folders.insert("/out/Z");
+    server.files = {{"/out/Z/a.mdb", "1"}};
+    server.listing = {{"My", FILE_ATTRIBUTE_DIRECTORY}, {"Z", FILE_ATTRIBUTE_DIRECTORY}};
+    server.afterEntering = [&] {
+        if (server.currentFolder == "/out/Z") server.listing.reset();
+    };
+    server.response = "550 Failed to change directory.";
+    EXPECT_TRUE(Receive());
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"Z\\a.mdb")) << "the others are received";
+    EXPECT_THAT(framework.log,
+                OneFtpReport(L"MoveFiles",
+                             L"The FTP server lists the folder My but does not let it be entered; the "
+                             L"packets in it stay there. Give the user the right to enter it. Where "
+                             L"its real name is another one (names with blanks may be listed in "
+                             L"part), rename it on the server.\r\n550 Failed to change directory."));
+}
+
+TEST_F(FtpTransferTest, FoldersWithoutEndAreLeft) {
+    const auto tooDeep =
+        OneFtpReport(L"MoveFiles", L"The folder LOOP lies more than 32 folders deep, which looks "
+                                   L"like a link that leads back. Remove the link, or move the "
+                                   L"folder up.");
+    server.listing = {{"LOOP", FILE_ATTRIBUTE_DIRECTORY}};
+    server.afterEntering = [&] { server.folders.insert(server.currentFolder + "/LOOP"); };
+    EXPECT_THAT(FailToReceive(), tooDeep);
+    std::wstring local = L"send";
+    for (int depth = 0; depth < 33; ++depth)
+        local += L"\\LOOP";
+    temp.File(local + L"\\a.mdb");
+    EXPECT_THAT(FailToSend(), tooDeep);
+}
+
+TEST_F(FtpTransferTest, NothingIsMadeInAWrongPlace) {
+    temp.File(L"send\\a.mdb");
+    for (const std::wstring path : {L"/x/y", L"in//y"}) {
+        Init({{L"RemoteSendFolder", path}});
+        EXPECT_THAT(FailToSend(),
+                    OneFtpReport(L"CreateRemoteFolders", L"Could not create FTP directory: " +
+                                                             ErrorText(ERROR_INTERNET_EXTENDED_ERROR) +
+                                                             L"\r\nFolder: " + path));
+    }
+    EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out"));
+    Init({{L"RemoteSendFolder", L"/in"}});
+    EXPECT_TRUE(Send());
+}
+
+TEST_F(FtpTransferTest, TheHostSeesAFailureThatCannotBeLogged) {
+    temp.File(L"send\\a.mdb");
+    framework.logResult = E_ACCESSDENIED;
+    server.Fail("Put", {kLost});
+    EXPECT_FALSE(Send());
+    EXPECT_THAT(progress->transcript, HasSubstr(L"|message 1 Failed to transmit file a.mdb"));
 }
 
 TEST_F(FtpTransferTest, ANameOutsideTheCodePageDoesNotTravelUnderAnother) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -22,8 +23,8 @@ BOOL Result(bool done, DWORD error) {
 }
 
 bool Succeed(const std::string& function) {
-    auto& errors = g_script->failures[function];
     ++g_script->calls;
+    auto& errors = g_script->failures[function];
     if (errors.empty()) return true;
     SetLastError(errors.front());
     errors.erase(errors.begin());
@@ -45,6 +46,7 @@ std::string PathOf(const std::string& name) {
     std::string path(name.starts_with("/") || current == "/" ? "" : current);
     if (!name.starts_with("/")) path.append("/");
     path.append(name);
+    path = std::filesystem::path(path).lexically_normal().generic_string();
     if (path.size() > 1 && path.ends_with("/")) path.pop_back();
     return path;
 }
@@ -79,14 +81,14 @@ HINTERNET WINAPI Open(LPCSTR agent, DWORD access, LPCSTR, LPCSTR, DWORD) {
     return Succeed("Open") ? NewHandle() : nullptr;
 }
 
-HINTERNET WINAPI Connect(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
-                         DWORD service, DWORD flags, DWORD_PTR) {
 BOOL WINAPI SetOption(HINTERNET session, DWORD option, LPVOID value, DWORD length) {
     EXPECT_EQ(length, sizeof(DWORD));
     g_script->options[option] = *static_cast<const DWORD*>(value);
     return Succeed("SetOption", session);
 }
 
+HINTERNET WINAPI Connect(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
+                         DWORD service, DWORD flags, DWORD_PTR) {
     EXPECT_EQ(port, INTERNET_INVALID_PORT_NUMBER);
     EXPECT_EQ(service, DWORD{INTERNET_SERVICE_FTP});
     EXPECT_EQ(flags, 0u) << "active mode";
@@ -116,9 +118,10 @@ BOOL WINAPI LastResponse(LPDWORD error, LPSTR text, LPDWORD length) {
 BOOL WINAPI SetFolder(HINTERNET connection, LPCSTR folder) {
     if (!Succeed("SetFolder", connection)) return FALSE;
     // Like the servers that take an empty path for the user's home.
-    const std::string path = *folder ? PathOf(folder) : "/";
+    const std::string path = *folder ? PathOf(folder) : g_script->home;
     if (!g_script->folders.contains(path)) return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
     g_script->currentFolder = path;
+    g_script->afterEntering();
     return TRUE;
 }
 
@@ -135,7 +138,9 @@ BOOL WINAPI Create(HINTERNET connection, LPCSTR folder) {
     return Result(g_script->folders.insert(PathOf(folder)).second, ERROR_INTERNET_EXTENDED_ERROR);
 }
 
-HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD, DWORD_PTR) {
+HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD flags,
+                      DWORD_PTR) {
+    EXPECT_TRUE(flags & INTERNET_FLAG_RELOAD) << "what the system has kept is of a moment ago";
     if (!Succeed("Find", connection)) return nullptr;
     g_found = g_script->listing.value_or(EntriesOfCurrentFolder());
     if (std::string(pattern) != "*.*")
@@ -146,7 +151,7 @@ HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA f
 BOOL WINAPI Get(HINTERNET connection, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD attributes,
                 DWORD flags, DWORD_PTR) {
     EXPECT_FALSE(failIfExists);
-    EXPECT_NE(flags, DWORD{FTP_TRANSFER_TYPE_ASCII});
+    EXPECT_EQ(flags, DWORD{INTERNET_FLAG_RELOAD});
     EXPECT_EQ(attributes, DWORD{FILE_ATTRIBUTE_NORMAL}) << "as every file is listed";
     std::ofstream file(target, std::ios::binary);
     if (!Succeed("Get", connection)) {
@@ -156,6 +161,8 @@ BOOL WINAPI Get(HINTERNET connection, LPCSTR name, LPCSTR target, BOOL failIfExi
     const auto found = g_script->files.find(PathOf(name));
     if (found == g_script->files.end()) return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
     file << found->second;
+    file.close();
+    g_script->afterGet();
     return TRUE;
 }
 

@@ -38,19 +38,22 @@ public:
 
     std::map<std::string, std::string> files;  ///< contents by path
     std::set<std::string> folders = {"/"};
+    std::string home = "/";  ///< where a connection begins
     std::string currentFolder = "/";
     std::optional<std::vector<RemoteEntry>> listing;  ///< what every folder lists, instead of the tree
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
-    std::function<void()> afterPut = [] {};   ///< what happens once a file was sent
-    std::function<void()> failedPut = [] {};  ///< what happens before a put fails
+    std::function<void()> afterPut = [] {};       ///< what happens once a file was sent
+    std::function<void()> afterGet = [] {};       ///< what happens once a file was received
+    std::function<void()> afterEntering = [] {};  ///< what happens once a folder was entered
+    std::function<void()> failedPut = [] {};      ///< what happens before a put fails
 
     std::vector<std::string> logins;  ///< "agent: user:password@server" of each attempt
+    std::map<DWORD, DWORD> options;   ///< of the session
+    int calls = 0;                    ///< of all functions
     std::set<HINTERNET> open;         ///< handles
 
 private:
-    std::map<DWORD, DWORD> options;   ///< of the session
-    int calls = 0;                    ///< of all functions
     WinInetFunctions m_real;
 };
 
