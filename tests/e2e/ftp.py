@@ -1,4 +1,4 @@
-"""Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply."""
+"""Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply or to change it."""
 import contextlib
 import os
 import random
@@ -61,13 +61,13 @@ class Server:
             os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
 
 
-class CuttingProxy:
-    """Passes commands on to a server until the reply that follows a command; then it drops the connection."""
+class BendingProxy:
+    """Passes commands on to a server until the reply that follows a command: drops the connection, or says another."""
 
-    def __init__(self, test, server, command, reply):
-        self.server, self.command, self.reply = server, command, reply
+    def __init__(self, test, server, command, reply, instead=None):
+        self.server, self.command, self.reply, self.instead = server, command, reply, instead
         self.address = own_address()
-        self.cuts = 0
+        self.bent = 0
         self.listener = socket.create_server((self.address, 21))
         test.addCleanup(self.listener.close)
         threading.Thread(target=self.serve, daemon=True).start()
@@ -90,10 +90,13 @@ class CuttingProxy:
             threading.Thread(target=pass_commands, daemon=True).start()
             for line in upstream.makefile("rb"):
                 if commanded.is_set() and line.startswith(self.reply):
-                    self.cuts += 1
-                    client.shutdown(socket.SHUT_RDWR)
-                    upstream.shutdown(socket.SHUT_RDWR)
-                    return
+                    self.bent += 1
+                    if self.instead is None:
+                        client.shutdown(socket.SHUT_RDWR)
+                        upstream.shutdown(socket.SHUT_RDWR)
+                        return
+                    commanded.clear()
+                    line = self.instead
                 client.sendall(line)
 
 

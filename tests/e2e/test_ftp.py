@@ -3,9 +3,10 @@ import os
 import signal
 import socket
 import subprocess
+import threading
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD, own_address
+from ftp import BendingProxy, FtpHostTest, PASSWORD, own_address
 from support import (Holder, Mount, WAITING, files_below, finish, run, run_on_terminal, size_of, slow, start,
                      wait_until)
 
@@ -148,13 +149,62 @@ class InterruptionTest(FtpHostTest):
                 self.put(self.field, f"{side.name}{command.decode()}{reply.decode()}.mdb", content=os.urandom(200_000))
                 if side is self.enterprise:
                     self.assert_run(self.field)
-                proxy = CuttingProxy(self, self.server, command, reply)
+                proxy = BendingProxy(self, self.server, command, reply)
                 side.change("server", proxy.address)
                 outcome = self.assert_trouble(side)
-                self.assertEqual(proxy.cuts, 1, outcome)
+                self.assertEqual(proxy.bent, 1, outcome)
                 side.change("server", self.server.address)
                 self.assert_run(side)
         self.assert_delivered()
+
+
+class AwkwardServerTest(FtpHostTest):
+    def test_a_server_that_does_not_tell_the_current_folder(self):
+        proxy = BendingProxy(self, self.server, b"PWD", b"257", b"502 Command not implemented.\r\n")
+        for side in (self.field, self.enterprise):
+            side.change("server", proxy.address)
+        self.put(self.enterprise, "b.mdb")
+        self.assert_run(self.enterprise)
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+        self.assertGreater(proxy.bent, 0)
+        self.put(self.field, "SUB/c.mdb")
+        self.assert_trouble(self.field, {("out", "SUB/c.mdb"): WAITING})
+        self.assertIn("does not tell the current folder", self.field.log)
+
+    def test_names_that_a_list_tells_in_part(self):
+        self.put(self.field, "a b.mdb", folder=self.field.send)
+        self.assert_trouble(self.field)
+        self.assertIn("does not list it", self.field.log)
+        self.assert_trouble(self.enterprise)
+        self.assertIn("lists file a but refuses to send it", self.enterprise.log)
+        os.rename(self.to_enterprise / "a b.mdb", self.to_enterprise / "ab.mdb")
+        self.remote_folder(self.to_enterprise / "MY FOLDER")
+        self.assert_run(self.enterprise)
+        self.assertIn("lists the folder MY but does not let it be entered", self.enterprise.log)
+        self.assertTrue((self.enterprise.inbox / "ab.mdb").exists())
+
+    def test_a_packet_that_is_still_uploaded_is_received_later(self):
+        path = self.remote_folder(self.to_enterprise) / "a.mdb"
+        path.write_bytes(bytes(MB))
+        self.server.own(path)
+        received = threading.Event()
+
+        def upload():
+            with path.open("ab", buffering=0) as file:
+                while not received.wait(0.001):
+                    file.write(bytes(1000))
+
+        uploader = threading.Thread(target=upload)
+        uploader.start()
+        outcome = self.enterprise.run()
+        received.set()
+        uploader.join()
+        self.assertEqual(outcome.code, 1, outcome)
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        whole = path.read_bytes()
+        self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), whole)
 
 
 class LoginTest(FtpHostTest):
