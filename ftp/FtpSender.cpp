@@ -148,7 +148,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
             return self.Fail(L"File " + name +
                              L" was saved again while it was sent to the FTP server, or is being saved. It "
                              L"stays here, and the next transfer sends what it holds then.");
-        FileSystem::DeleteFile(file, FileSystem::ReadOnlyFiles::Delete);
+        block.Delete(FileSystem::ReadOnlyFiles::Delete);
         return true;
     });
 }

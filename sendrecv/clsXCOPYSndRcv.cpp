@@ -64,8 +64,7 @@ void MoveOneFile(const FileSystem::FileEntry& file, const std::wstring& from, co
         FileSystem::CopyFile(source, Path::Join(to, file.name), file.size);
     }
     try {
-        block.Check();
-        FileSystem::DeleteFile(source);
+        block.Delete();
     } catch (const base::Error& error) {
         const std::wstring text =
             Lines(L"Could not delete packet file: " + source +
