@@ -44,6 +44,8 @@ constexpr std::array<Caption, 10> kCaptions = {{
     {IDC_FTP_CANCEL, 102},
 }};
 
+constexpr auto kUnreadablePassword = L"The stored FTP password cannot be deciphered. Enter it anew.";
+
 // Behind what every check let pass, such as a character that no document can hold.
 constexpr auto kNotApplied =
     L"The settings cannot be stored as a document, so that they are not applied. The event "
@@ -71,12 +73,15 @@ int frmFTP::Load() {
     InitializeLocale();
     SetInitalControlState();
     FtpSite shown = m_site;
-    shown.password = FtpPassword::Decipher(m_site.password).value_or(L"");
+    const auto password = FtpPassword::Decipher(m_site.password);
+    const bool isUnreadable = !password && !m_site.password.empty();
+    if (isUnreadable) Procedure(L"frmFTP.frm.Execute").Report(kUnreadablePassword);
+    shown.password = password.value_or(L"");
     for (const FtpSetting& setting : kFtpSettings) {
         LimitText(BoxOf(setting.member), setting.longest);
         SetText(BoxOf(setting.member), shown.*setting.member);
     }
-    return IDC_FTP_TEXT;
+    return isUnreadable ? kPasswordBox : IDC_FTP_TEXT;
 }
 
 void frmFTP::InitializeLocale() const {

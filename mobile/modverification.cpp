@@ -48,15 +48,22 @@ bool ReportError(SiteFault fault, const ShowMessage& show) {
     return false;
 }
 
+/// problem: what follows the setting.
+SiteFault FaultOf(const FtpSetting& setting, const wchar_t* problem) {
+    return {.text = std::wstring(L"The ") + setting.title + problem, .setting = setting.member};
+}
+
 /// What no FTP site can be, although the settings are complete.
 std::optional<SiteFault> UnusableValue(const FtpSite& site) {
     for (const FtpSetting& setting : kFtpSettings)
         if (base::HasControlCharacter(site.*setting.member))
-            return SiteFault{.text =
-                                 std::wstring(L"The ") + setting.title +
-                                 L" holds a control character, such as a tab or the end of a line. Type it "
-                                 L"anew without that.",
-                             .setting = setting.member};
+            return FaultOf(setting,
+                           L" holds a control character, such as a tab or the end of a line. Type it anew "
+                           L"without that.");
+    for (const FtpSetting& folder : {kFtpEnterpriseToField, kFtpFieldToEnterprise})
+        if (const auto name = Trimmed(site.*folder.member); name == L"." || name == L"..")
+            return FaultOf(
+                folder, L" must not be \".\" or \"..\". Name a folder that lies in the folder of the login.");
     return std::nullopt;
 }
 

@@ -2,6 +2,7 @@
 #include "sendrecv/FtpSession.h"
 
 #include "base/RollBack.h"
+#include "base/SystemError.h"
 #include "com/ErrorInfo.h"
 #include "com/Values.h"
 #include "common/Apartment.h"
@@ -60,6 +61,14 @@ void SaveLogin(FtpSite login) {
                    setting.name);
 }
 
+/// Who asked for a login to be saved must not wonder later why it is asked for again.
+void SaveOrTell(const FtpSite& login, const Procedure& self) try { SaveLogin(login); } catch (...) {
+    const std::wstring reason = base::CurrentFailure().description;
+    self.ReportCurrentError();
+    ZNMsgBox(Lines(L"The login works, but could not be saved. You will be asked for it again.", reason),
+             MB_ICONWARNING, ThisApartment().gk_sToolName);
+}
+
 }  // namespace
 
 bool FtpSession::Open(bool supressMsg, const HostProgress& progress) {
@@ -116,7 +125,8 @@ bool FtpSession::PromptLogin(frmPromptFTP& prompt, const HostProgress& progress)
 
 /// A login that works but cannot be saved still connects.
 bool FtpSession::ConnectAndSaveLogin(const FtpSite& entered, bool saveLogin, const HostProgress& progress) {
-    Procedure(L"clsFTPSndRcv.cls.ConnectAndSaveLogin").Guard([&] {
+    const Procedure self(L"clsFTPSndRcv.cls.ConnectAndSaveLogin");
+    self.Guard([&] {
         const bool connected = [&] {
             const WaitCursor busy;
             return DoConnection(entered, progress);
@@ -124,7 +134,7 @@ bool FtpSession::ConnectAndSaveLogin(const FtpSite& entered, bool saveLogin, con
         if (!connected)
             ShowBrandedText(kLoginFailed);
         else if (saveLogin)
-            SaveLogin(entered);
+            SaveOrTell(entered, self);
     });
     return connection.IsConnected();
 }

@@ -19,6 +19,16 @@ namespace {
 
 constexpr LONG kNameText = 130;
 
+/// Whoever waits for packets must learn why a login that was saved is asked for again.
+std::wstring Deciphered(const std::wstring& stored, const Procedure& self) {
+    const auto password = FtpPassword::Decipher(stored);
+    if (!password && !stored.empty())
+        self.Report(
+            L"The stored FTP password cannot be deciphered, so that it counts as missing. Save the login "
+            L"anew in the login prompt or in the FTP properties.");
+    return password.value_or(L"");
+}
+
 }  // namespace
 
 // --- Settings ---------------------------------------------------------------------------------------
@@ -50,13 +60,14 @@ void clsFTPSndRcv::WriteSettings(IZNPropertySet* settings) const {
 
 /// Once for each object: a value that is cleared later stays empty.
 void clsFTPSndRcv::ProcessParameters() {
-    Procedure(L"clsFTPSndRcv.cls.ProcessParameters").Guard([&] {
+    const Procedure self(L"clsFTPSndRcv.cls.ProcessParameters");
+    self.Guard([&] {
         if (std::exchange(m_bSettingsProcessed, true)) return;
-        ReadMissingSettings();
+        ReadMissingSettings(self);
     });
 }
 
-void clsFTPSndRcv::ReadMissingSettings() {
+void clsFTPSndRcv::ReadMissingSettings(const Procedure& self) {
     const auto login = [&](const FtpSetting& setting) {
         return OptionOrSetting(setting.name, m_folderLocator, setting.configName, !m_bMobile);
     };
@@ -64,7 +75,7 @@ void clsFTPSndRcv::ReadMissingSettings() {
     FtpSite& site = m_session.site;
     if (site.server.empty()) site.server = login(kFtpServer);
     if (site.user.empty()) site.user = login(kFtpUser);
-    if (site.password.empty()) site.password = FtpPassword::Decipher(login(kFtpPassword)).value_or(L"");
+    if (site.password.empty()) site.password = Deciphered(login(kFtpPassword), self);
     if (m_sRemoteReceiveFolder.empty()) m_sRemoteReceiveFolder = folder(L"RemoteReceiveFolder");
     if (m_sRemoteSendFolder.empty()) m_sRemoteSendFolder = folder(L"RemoteSendFolder");
 }

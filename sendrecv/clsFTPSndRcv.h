@@ -52,7 +52,7 @@ private:
 
     std::wstring WhyNotVerified();
     void ProcessParameters();
-    void ReadMissingSettings();
+    void ReadMissingSettings(const Procedure& self);
     bool InternalOpenConnection(const HostProgress& progress);
 
     FtpSession m_session;

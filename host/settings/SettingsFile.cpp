@@ -15,6 +15,7 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "ftp/settings/FtpPassword.h"
 
 namespace {
 
@@ -59,6 +60,12 @@ bool IsExtension(const std::wstring& value) {
 bool CanBeReference(const std::wstring& path) {
     const std::wstring name = Path::FileName(path);
     return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
+}
+
+/// Such names hide that one path lies in another.
+bool HoldsRelativeName(const std::wstring& path) {
+    const std::wstring names = L"/" + path + L"/";
+    return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
 }
 
 /// One settings file on its way to checked values.
@@ -173,6 +180,11 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
         if (wrong) m_problems.push_back(Complaint(m_settings.file, setting, value, why));
     };
     const auto is = [&](ValueKind kind) { return setting.kind == kind; };
+    // Without the value: not even an enciphered password is shown.
+    if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
+        Complain(setting.Title() +
+                 L": the password cannot be deciphered; write it anew, plain, and znhost settings "
+                 L"enciphers it");
     refuseIf(!setting.allowed.empty() && !Find(setting.allowed, value),
              L"the value must be one of: " + Listed(setting.allowed));
     refuseIf((is(ValueKind::Number) && !IsNumber(value)) || (is(ValueKind::Extension) && !IsExtension(value)),
@@ -181,6 +193,8 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"the file's name must end in .AXR and hold no ~");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
              L"a path on an FTP server is written with /");
+    refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
+             L"a path on an FTP server must hold no . and no .. in the place of a name");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
 }

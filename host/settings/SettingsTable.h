@@ -177,9 +177,11 @@ inline constexpr auto kSettings = [] {
         Line<&Settings::remoteReceive>(
             Folders, L"remote_receive", RemoteFolder, Required, L"",
             L"Remote folder that holds what this side receives. It is the other side's remote_send."),
-        Line<&Settings::ftpServer>(Ftp, L"server", Text, Optional, L"",
-                                   L"Name or address of the FTP server. What is left empty in this section "
-                                   L"comes from the registry."),
+        Line<&Settings::ftpServer>(
+            Ftp, L"server", Text, Optional, L"",
+            L"Name or address of the FTP server. A value in this section wins over a "
+            L"login that was saved in the registry; what is left empty here comes from "
+            L"there."),
         Line<&Settings::ftpUser>(Ftp, L"user", Text, Optional, L"", L"User of the FTP server."),
         Line<&Settings::ftpPassword>(Ftp, L"password", ValueKind::Password, Optional, L"",
                                      L"Password of the user: enciphered, or plain."),

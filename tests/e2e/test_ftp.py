@@ -252,6 +252,9 @@ class SiteTest(FtpHostTest):
             self.field.change("remote_send", send)
             self.field.change("remote_receive", receive)
             self.assertIn("must not be or lie in that of", self.assert_run(self.field, 2).errors)
+        for path in ("..", "same/../up", "./up"):
+            self.field.change("remote_send", path)
+            self.assertIn("must hold no . and no ..", self.assert_run(self.field, 2).errors)
 
     def test_a_shared_folder_is_no_site(self):
         self.field.change("transport", "folder")

@@ -74,6 +74,18 @@ TEST_F(FtpPropertiesTest, ShowsTheSettingsUnderTheProductsCaptions) {
     });
 }
 
+TEST_F(FtpPropertiesTest, APasswordThatCannotBeDecipheredIsReportedAndAskedFor) {
+    site.password = std::wstring(64, L'A');
+    Show([](const Screen& screen) {
+        EXPECT_EQ(screen.Text(kPassword), L"");
+        EXPECT_TRUE(screen.FocusReaches(kPassword));
+        screen.Key(VK_ESCAPE);
+        screen.AwaitEnd();
+    });
+    EXPECT_THAT(framework.log, OneReport(L"frmFTP.frm.Execute",
+                                         L"The stored FTP password cannot be deciphered. Enter it anew."));
+}
+
 TEST_F(FtpPropertiesTest, KeysReachAllControlsInReadingOrderAndByTheirLetters) {
     Show([](const Screen& screen) {
         for (const int control : {kServer, kUser, kPassword, kEnterpriseToField, kFieldToEnterprise,
@@ -281,6 +293,19 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
     EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], L"host");
     EXPECT_EQ(framework.registry[L"13/Transport/FTPUser"], L"ann");
     EXPECT_EQ(framework.registry[L"13/Transport/FTPPassword"], FtpPassword::EncipherBytes(L"right"));
+}
+
+TEST_F(LoginTest, ALoginThatCannotBeSavedIsToldAndConnects) {
+    framework.Remove(__uuidof(ZNRegistry));
+    const User user(L"FTP Prompt", [&](const Screen& prompt) {
+        SendMessageW(prompt.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
+        Enter(prompt, L"ann", L"right");
+        const Screen message = Screen::Await(L"Test Tool");
+        EXPECT_THAT(message.Message(), StartsWith(L"The login works, but could not be saved."));
+        message.Confirm();
+    });
+    EXPECT_TRUE(Connect());
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsFTPSndRcv.cls.ConnectAndSaveLogin"));
 }
 
 TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {

@@ -171,6 +171,14 @@ TEST_F(FtpSettingsTest, TheStoredPasswordIsDeciphered) {
         EXPECT_TRUE(Connect());
         EXPECT_EQ(server.logins.back(), "Test Tool: joe:secret@host");
     }
+    framework.folders[L"F/FTPPassword"] = std::wstring(64, L'A');
+    Renew();
+    NameApplication();
+    EXPECT_THAT(FailToConnect(),
+                Contains(Reported(L"clsFTPSndRcv.cls.ProcessParameters",
+                                  L"The stored FTP password cannot be deciphered, so that it counts "
+                                  L"as missing. Save the login anew in the login prompt or in the "
+                                  L"FTP properties.")));
 }
 
 class FtpAdministrationTest : public FtpTest {};

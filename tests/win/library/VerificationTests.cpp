@@ -59,7 +59,10 @@ TEST_F(VerificationTest, TheFirstFaultOfTheSettingsIsNamed) {
         EXPECT_EQ(Check(), message);
         EXPECT_EQ(toBlame, setting);
     }
-    site = {L"host", L"joe", L"secret", L"out", L"in\r\nDELE x"};
+    site = {L"host", L"joe", L"secret", L"out", L" .."};
+    EXPECT_THAT(Check(false), StartsWith(L"The field-to-enterprise folder must not be"));
+    EXPECT_EQ(toBlame, &FtpSite::fieldToEnterprise);
+    site.fieldToEnterprise = L"in\r\nDELE x";
     EXPECT_THAT(Check(false), StartsWith(L"The field-to-enterprise folder holds a control character"));
     EXPECT_THAT(server.logins, IsEmpty());
 }
