@@ -94,10 +94,9 @@ FtpConnection::Entry FtpConnection::EnterOrCreate(const std::wstring& folder) co
     return Enter(folder) ? Entry::Entered : Entry::NotEntered;
 }
 
-std::string FtpConnection::CurrentFolder() const {
+std::string FtpConnection::CurrentFolder(DWORD longest) const {
     std::array<char, 260> folder{};
-    DWORD length = folder.size() - 1;
-    WinInet().FtpGetCurrentDirectoryA(m_connection.Get(), folder.data(), &length);
+    WinInet().FtpGetCurrentDirectoryA(m_connection.Get(), folder.data(), &longest);
     return folder.data();
 }
 

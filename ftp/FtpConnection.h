@@ -45,7 +45,8 @@ public:
     /// The same for one folder, which is created when it cannot be entered.
     Entry EnterOrCreate(const std::wstring& folder) const;
     /// The current remote folder, for a later ReturnTo; as the server spells it. Empty when unknown.
-    std::string CurrentFolder() const;
+    /// longest: what the call is told of the buffer, which holds 260 characters.
+    std::string CurrentFolder(DWORD longest = 259) const;
     /// Also False for an unknown folder.
     bool ReturnTo(const std::string& folder) const;
 

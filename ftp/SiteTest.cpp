@@ -116,7 +116,7 @@ bool SiteTest::HasNoSlash(FtpSiteMember folder) {
 
 bool SiteTest::TestFolders() {
     CreateTestFile();
-    const std::string start = m_connection.CurrentFolder();
+    const std::string start = m_connection.CurrentFolder(260);
     if (!TestFTPGetandPutFile(&FtpSite::enterpriseToField)) return false;
     if (!m_connection.ReturnTo(start))
         return CallFailed(L"The first folder of the login cannot be entered again.");

@@ -112,6 +112,9 @@ TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     server.Fail("Create", {ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_EQ(Check(), L"<159>\r\nout\r\n");
     EXPECT_EQ(toBlame, &FtpSite::enterpriseToField);
+    server.currentFolder = "/" + std::string(258, 'x');
+    server.folders.insert(server.currentFolder);
+    EXPECT_EQ(Check(), L"fine") << "as long as a folder can be";
     server.Fail("SetFolder", {ERROR_SUCCESS, ERROR_SUCCESS});
     EXPECT_EQ(Check(),
               L"The folder out was created, but cannot be entered.\r\nThe system gives no reason.\r\n");
