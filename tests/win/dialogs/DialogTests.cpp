@@ -181,10 +181,10 @@ TEST_F(FtpPropertiesTest, ApplyTestsTheSiteWhereTheUserWantsIt) {
 TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
     server.Fail("Connect", {ERROR_INTERNET_NAME_NOT_RESOLVED});
     server.afterPut = [] {
-        const Screen dialog(GetActiveWindow());
-        EXPECT_EQ(dialog.Caption(), L"FTP Properties - testing the site, please wait");
+        const Screen busy(GetActiveWindow());
+        EXPECT_EQ(busy.Caption(), L"FTP Properties - testing the site, please wait");
         for (const int button : {IDC_FTP_VERIFY, IDC_FTP_APPLY, IDC_FTP_CANCEL})
-            EXPECT_FALSE(dialog.IsEnabled(button));
+            EXPECT_FALSE(busy.IsEnabled(button));
         // Typed before there is anything to answer.
         keybd_event(VK_ESCAPE, 0, 0, 0);
         keybd_event(VK_ESCAPE, 0, KEYEVENTF_KEYUP, 0);
