@@ -9,6 +9,10 @@
 
 namespace com {
 
+/// Leaves nothing in the thread's IErrorInfo: what a failure that somebody handled had left there must not
+/// describe a later one that leaves nothing. Called wherever other code had control.
+void ClearErrorInfo() noexcept;
+
 /// Throws when a COM call failed, with the description that the callee left in IErrorInfo, or the
 /// system's text and the subject when it left none. Whatever the result, nothing is left in IErrorInfo: what
 /// an earlier failure that somebody handled had left there must not describe a later one.

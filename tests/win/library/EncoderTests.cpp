@@ -97,7 +97,7 @@ TEST_F(ZipEncoder, ADefaultThatCannotBeReadIsReportedAndNotTaken) {
     Create();
     EXPECT_EQ(Ask<LONG>(&_clsZipEncoder::get_ZipTimeout, settings), 60);
     EXPECT_EQ(Ask<std::wstring>(&_clsZipEncoder::get_ZipUtilLocation, settings), L"");
-    const auto report = Reported(L"clsZipEncoder.cls.Class_Initialize\r\n");
+    const auto report = Reported(L"clsZipEncoder.cls.Class_Initialize");
     EXPECT_THAT(framework.log, ElementsAre(report, report));
     EXPECT_THAT(framework.LogText(), HasSubstr(L"registry value ZipTimeout = soon"));
     framework.unreadable.clear();

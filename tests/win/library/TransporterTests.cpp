@@ -233,7 +233,7 @@ TEST_F(Transporter, AHostMayDropTheSenderReceiverWhileItRuns) {
     };
     transporter->putref_SenderReceiver(dropped.Get());
     EXPECT_TRUE(SendReceive());
-    EXPECT_EQ(left, 2u) << "held by the test and by the running cycle";
+    EXPECT_EQ(left, 3u) << "held by the test, by the running cycle and by its call";
     EXPECT_EQ(dropped->steps, L"reset,connect,send arg with progress,receive arg,disconnect,");
     EXPECT_EQ(remote->steps, L"");
 }
