@@ -5,8 +5,8 @@
 
 namespace base {
 
-/// Runs an action at its end, unless Dismiss was called. A failure of the action is swallowed: the failure
-/// that led to it is the one to report.
+/// Runs an action at its end, unless Dismiss was called. A failure of the action is swallowed: this is for
+/// what nobody misses when it stays. What must be told when it cannot be undone is a matter of Undo.h.
 template <class Action>
 class RollBack {
 public:

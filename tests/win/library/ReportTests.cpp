@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "base/Error.h"
+#include "base/Undo.h"
 #include "common/Apartment.h"
 #include "common/Report.h"
 #include "common/modMain.h"
@@ -79,6 +80,23 @@ TEST_F(ReportTest, AFailureThatIsRaisedAgainTellsItsLineOnce) {
     const std::wstring first = framework.log[0].text.substr(std::wstring(L"Test Tool:\r\n").size());
     EXPECT_THAT(first, HasSubstr(L"\r\nError at line: "));
     EXPECT_THAT(framework.log[1], Reported(member.Name(), first));
+}
+
+TEST(Undo, AFailureOfItIsToldBesideTheOneThatLedToIt) {
+    const auto step = [] { base::ThrowWin32(ERROR_DISK_FULL, L"a -> b"); };
+    const auto failureWith = [&](const std::function<void()>& undo) {
+        return FailureOf([&] { base::DoOrUndo(step, undo, L"Its content is in c."); });
+    };
+    bool undone = false;
+    const std::wstring alone = failureWith([&] { undone = true; }).description;
+    EXPECT_TRUE(undone);
+    EXPECT_THAT(alone, EndsWith(L"(a -> b)"));
+    const auto both = failureWith([] { throw base::Error(E_ABORT, L"c is in use."); });
+    EXPECT_EQ(both.number, HRESULT_FROM_WIN32(ERROR_DISK_FULL));
+    EXPECT_EQ(both.description,
+              alone + L"\r\nWhat came before could not be undone: c is in use.\r\nIts content is in c.");
+    EXPECT_EQ(base::DoOrUndo([] { return 42; }, [&] { undone = false; }, L""), 42);
+    EXPECT_TRUE(undone);
 }
 
 TEST_F(ReportTest, AFailingEventLogSurfaces) {

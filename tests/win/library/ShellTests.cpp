@@ -41,6 +41,17 @@ TEST_F(ShellTest, ACommandThatExceedsItsTimeIsReportedAndEnded) {
     EXPECT_THAT(framework.log, ElementsAre(report, report));
 }
 
+TEST_F(ShellTest, ACommandInheritsHandlesAndShowsNoWindow) {
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    const base::KernelHandle event(CreateEventW(&inheritable, TRUE, FALSE, nullptr));
+    children.Script(L"tell T:\\start|signal " + std::to_wstring(reinterpret_cast<ULONG_PTR>(event.Get())));
+    SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS);
+    EXPECT_TRUE(DoShellCmd(program, 60, false));
+    SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS);
+    EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
+    EXPECT_EQ(temp.Content(L"start"), "console, normal");
+}
+
 const TempFolder* scratch;
 /// No lambda: it has no calling convention of its own, and 32-bit Windows calls back by another one.
 void CALLBACK LetGo(HWND, UINT, UINT_PTR, DWORD) { scratch->File(L"go"); }
@@ -50,6 +61,14 @@ TEST_F(ShellTest, TheHostGetsItsMessagesWhileACommandRuns) {
     const UINT_PTR timer = SetTimer(nullptr, 0, 10, &LetGo);
     children.Script(kAwaitGo);
     EXPECT_TRUE(DoShellCmd(program, 20, false));
+    KillTimer(nullptr, timer);
+}
+
+TEST_F(ShellTest, TimeIsCountedInSeconds) {
+    scratch = &temp;
+    const UINT_PTR timer = SetTimer(nullptr, 0, 8000, &LetGo);
+    children.Script(kAwaitGo);
+    EXPECT_FALSE(DoShellCmd(program, 1, false)) << "it would have ended by itself within ten times that";
     KillTimer(nullptr, timer);
 }
 
@@ -162,6 +181,27 @@ TEST_F(DecodeTest, ALogThatFailsCostsNoPreviousOutput) {
         EXPECT_EQ(FailureOf([&] { Decode(L"x.mdb", 0); }).number, framework.logResult);
         EXPECT_EQ(Files(), "previous");
     }
+}
+
+TEST_F(DecodeTest, NoProtectedFileIsDeletedAndWhatIsLeftIsTold) {
+    temp.File(L"x.mdb", "previous");
+    children.Script(L"write T:\\x.mdb*|protect T:\\x.mdb");
+    EXPECT_FALSE(Decode());
+    EXPECT_EQ(Files(), "+previous");
+    EXPECT_THAT(framework.log,
+                ElementsAre(Reported(kDecode, L"Output file T:\\x.mdb is zero length. Check that the decoder "
+                                              L"input files are compatible with each other."),
+                            Reported(kDecode)));
+    EXPECT_THAT(framework.TakeLog().at(1).text,
+                HasSubstr(L"(T:\\x.mdb)\r\nThe previous content of T:\\x.mdb is in T:\\x.mdb_bck."));
+
+    FileSystem::TryDelete(temp / L"x.mdb");
+    FileSystem::MoveFile(temp / L"x.mdb_bck", temp / L"x.mdb");
+    temp.Protect(L"x.mdb");
+    children.Script(L"write T:\\x.mdb*decoded");
+    EXPECT_FALSE(Decode());
+    EXPECT_EQ(Files(), "decoded+previous");
+    EXPECT_THAT(framework.log, OneReport(kDecode));
 }
 
 TEST_F(DecodeTest, NothingRunsWhileThePreviousOutputCannotBeMoved) {

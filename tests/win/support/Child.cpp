@@ -1,6 +1,7 @@
 // Stands in for Zip.exe, Unzip.exe and xDelta.exe: does what the environment variable CHILD says, and writes
 // its command line to the file CHILD_LOG. Steps are separated by "|":
 //   write PATH*TEXT   hold PATH (a file that is there until the program ends)   await PATH   exit CODE
+//   protect PATH (makes it read-only)   signal HANDLE (an event, inherited)   tell PATH (how it was started)
 #include <windows.h>
 
 #include <filesystem>
@@ -25,6 +26,14 @@ void Await(const std::wstring& path) {
         Sleep(10);
 }
 
+void TellStart(const std::wstring& path) {
+    DWORD process = 0;
+    const bool hasConsole = GetConsoleProcessList(&process, 1) > 0;
+    Write(path, std::wstring(hasConsole ? L"console" : L"no console") +
+                    (GetConsoleWindow() ? L", window" : L"") +
+                    (GetPriorityClass(GetCurrentProcess()) == NORMAL_PRIORITY_CLASS ? L", normal" : L""));
+}
+
 int Do(const std::wstring& step) {
     const size_t end = step.find(L' ');
     const std::wstring verb = step.substr(0, end);
@@ -32,6 +41,9 @@ int Do(const std::wstring& step) {
     if (verb == L"write") Write(rest.substr(0, rest.find(L'*')), rest.substr(rest.find(L'*') + 1));
     if (verb == L"hold") Hold(rest);
     if (verb == L"await") Await(rest);
+    if (verb == L"tell") TellStart(rest);
+    if (verb == L"protect") SetFileAttributesW(rest.c_str(), FILE_ATTRIBUTE_READONLY);
+    if (verb == L"signal") SetEvent(reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(std::stoul(rest))));
     return verb == L"exit" ? std::stoi(rest) : 0;
 }
 
