@@ -63,6 +63,7 @@ TEST_F(ServerTest, ObjectsOfAClassShareTheirDescription) {
 TEST_F(ServerTest, StartUpNamesTheToolOnce) {
     Create<clsTransporter, IUnknown>();
     EXPECT_EQ(std::exchange(framework.title, L""), L"library_tests");
+    EXPECT_EQ(framework.startUp, L"log, service, texts, entry, text 145");
     Create<clsCmdLine, IUnknown>();
     EXPECT_EQ(framework.title, L"");
 }

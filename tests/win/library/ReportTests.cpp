@@ -1,6 +1,4 @@
 // Error reports, error texts and message boxes.
-#include <thread>
-
 #include "base/Error.h"
 #include "base/Undo.h"
 #include "common/Apartment.h"
@@ -8,6 +6,7 @@
 #include "common/modMain.h"
 #include "common/modWinInet.h"
 #include "common/modZNStartup.h"
+#include "tests/win/dialogs/User.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -18,6 +17,7 @@ class ReportTest : public PartTest {
 protected:
     ReportTest() {
         Main();
+        EXPECT_EQ(ThisApartment().build, L"1.2.3") << "the first three numbers of the version";
         ThisApartment().build = L"1.0.37";
     }
 
@@ -136,16 +136,33 @@ TEST_F(ReportTest, AHostThatCannotTellIsAskedAgain) {
     EXPECT_EQ(framework.userInterfaceQuestions, 2);
 }
 
-TEST_F(ReportTest, MessageBoxesReturnTheButtonThatWasPressed) {
+HICON IconOf(const Screen& box) {
+    for (HWND child = GetWindow(box.Handle(), GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT))
+        if ((GetWindowLongW(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON)
+            return reinterpret_cast<HICON>(SendMessageW(child, STM_GETICON, 0, 0));
+    return nullptr;
+}
+
+TEST_F(ReportTest, MessageBoxesAreShownAsAskedForAndReturnTheButton) {
     framework.userInterface = true;
-    std::thread user([] {
-        HWND box = nullptr;
-        for (int i = 0; i < 1000 && !(box = FindWindowW(nullptr, L"Box of the test")); ++i)
-            Sleep(10);
-        PostMessageW(box, WM_COMMAND, IDNO, 0);
+    const User user(L"Box of the test", [](const Screen& box) {
+        EXPECT_EQ(box.Message(), L"Go on?");
+        EXPECT_EQ(IconOf(box), LoadIconW(nullptr, IDI_WARNING));
+        EXPECT_TRUE(box.Control(IDYES));
+        box.Click(IDNO);
     });
-    EXPECT_EQ(ZNMsgBox(L"Go on?", MB_YESNO, L"Box of the test"), IDNO);
-    user.join();
+    EXPECT_EQ(ZNMsgBox(L"Go on?", MB_YESNO | MB_ICONWARNING, L"Box of the test"), IDNO);
+}
+
+TEST_F(ReportTest, ABoxAboutAFolderInformsUnderTheToolsName) {
+    framework.userInterface = true;
+    const std::wstring path = temp.File(L"file");
+    const User user(L"Test Tool", [&](const Screen& box) {
+        EXPECT_EQ(box.Message(), L"Could not create folder " + path);
+        EXPECT_EQ(IconOf(box), LoadIconW(nullptr, IDI_INFORMATION));
+        box.Confirm();
+    });
+    EXPECT_FALSE(CreateFolders(path + L"\\sub", false));
 }
 
 TEST(ErrorText, GivesTheSystemsTextAndTheNumbers) {

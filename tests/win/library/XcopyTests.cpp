@@ -129,7 +129,7 @@ TEST_F(Xcopy, AReadOnlySourceIsCopiedAndStays) {
     };
     EXPECT_THAT(progress->transcript, HasSubstr(L"status " + kMove + L"\r\n" + text(temp / L"out\\a.mdb")));
     EXPECT_THAT(framework.log, OneReport(kMove, text(L"T:\\out\\a.mdb")));
-    EXPECT_THAT(framework.log[0].text, EndsWith(L" - Build: 1.0.0"));
+    EXPECT_THAT(framework.log[0].text, EndsWith(L" - Build: 1.2.3"));
 }
 
 TEST_F(Xcopy, AFileInUseEndsTheTransferAndLosesNothing) {

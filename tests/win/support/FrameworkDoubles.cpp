@@ -31,6 +31,8 @@ protected:
 
 class EventLog final : public Double<IZNEventLog> {
 public:
+    EventLog() { g_current->startUp += L"log, "; }
+
     STDMETHODIMP Write(BSTR Message, LONG EventType) override {
         const TempFolder* const scratch = g_current->scratch;
         const std::wstring text = scratch ? scratch->Shown(Text(Message)) : Text(Message);
@@ -42,8 +44,12 @@ public:
 
 class Startup final : public Double<IZNStartup> {
 public:
-    STDMETHODIMP Initialize(BSTR Title) override { return com::Assign(g_current->title, Title); }
+    STDMETHODIMP Initialize(BSTR Title) override {
+        g_current->startUp += L"service, ";
+        return com::Assign(g_current->title, Title);
+    }
     STDMETHODIMP Entry(LONG Number, VARIANT Arguments, VARIANT* Value) override {
+        g_current->startUp += L"entry, ";
         return Return(Value, [&] {
             if (Arguments.vt != (VT_ARRAY | VT_VARIANT)) throw base::Error(E_INVALIDARG, L"no argument list");
             return Number == 145 ? Variant(Number) : Variant(g_current->resources.at(Number));
@@ -77,7 +83,10 @@ private:
 
 class BrandingResources final : public Double<IZNBrandingResources> {
 public:
+    BrandingResources() { g_current->startUp += L"texts, "; }
+
     STDMETHODIMP Text(VARIANT Id, BSTR* Value) override {
+        g_current->startUp += L"text " + Variant(Id).Text();
         return Return(Value, [&] { return g_current->resources.at(Variant(Id).Number()); });
     }
 };

@@ -35,6 +35,7 @@ public:
     HRESULT logResult = S_OK;
     std::function<void()> onLog = [] {};  ///< what happens while an entry is written
     std::wstring title;                   ///< what the start-up service was given
+    std::wstring startUp;                 ///< what start-up created and asked for, in order
     std::map<LONG, std::wstring> resources = {{145, L"Test Tool"}, {120, L"Folder Copy"}};
     std::map<std::wstring, std::wstring> folders;   ///< by "E/Kind" or "F/Kind"
     std::map<std::wstring, std::wstring> registry;  ///< by "product/subkey/name"
