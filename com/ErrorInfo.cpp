@@ -26,11 +26,10 @@ base::Failure PublishedFailure(HRESULT number) {
 
 }  // namespace
 
+void ClearErrorInfo() noexcept { SetErrorInfo(0, nullptr); }
+
 void Check(HRESULT result, std::wstring_view subject, base::Where where) {
-    if (SUCCEEDED(result)) {
-        SetErrorInfo(0, nullptr);
-        return;
-    }
+    if (SUCCEEDED(result)) return ClearErrorInfo();
     base::Failure failure = PublishedFailure(result);
     failure.place = where;
     if (failure.description.empty())

@@ -14,8 +14,7 @@ namespace com {
 void ClearErrorInfo() noexcept;
 
 /// Throws when a COM call failed, with the description that the callee left in IErrorInfo, or the
-/// system's text and the subject when it left none. Whatever the result, nothing is left in IErrorInfo: what
-/// an earlier failure that somebody handled had left there must not describe a later one.
+/// system's text and the subject when it left none. Whatever the result, nothing is left in IErrorInfo.
 void Check(HRESULT result, std::wstring_view subject = {}, base::Where where = base::Where::current());
 
 /// Makes the exception that is being handled the thread's IErrorInfo and returns its HRESULT.

@@ -2,9 +2,10 @@
 #include "com/MessagePump.h"
 
 #include <windows.h>
-#include <oleauto.h>
 
 #include <optional>
+
+#include "com/ErrorInfo.h"
 
 namespace com {
 
@@ -27,7 +28,7 @@ void ProcessPendingMessages() {
         TranslateMessage(&message);
         DispatchMessageW(&message);
     }
-    SetErrorInfo(0, nullptr);  // as after each call of an object: com::Check
+    ClearErrorInfo();
     // Not ours to swallow: the host's own message loop must see it.
     if (quit) PostQuitMessage(*quit);
 }

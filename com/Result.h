@@ -26,8 +26,7 @@ void Put(Interface** out, Microsoft::WRL::ComPtr<Interface> value) {
 template <class Behaviour>
 HRESULT Call(Behaviour&& behaviour) noexcept try {
     const RunningCall running;
-    // What an earlier failure left must not describe a later one that leaves nothing.
-    SetErrorInfo(0, nullptr);
+    ClearErrorInfo();
     behaviour();
     return S_OK;
 } catch (...) {

@@ -145,5 +145,6 @@ LONG ZNMsgBox(const std::wstring& Prompt, LONG Buttons, const std::wstring& Titl
     box.lpfnMsgBoxCallback = HelpFile.empty() ? nullptr : &ShowHelp;
     const int button = MessageBoxIndirectW(&box);
     if (button == 0) base::ThrowWin32(GetLastError(), L"message box: " + Prompt);
+    com::ClearErrorInfo();
     return button;
 }

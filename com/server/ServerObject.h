@@ -39,7 +39,7 @@ public:
     STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* parameters, VARIANT* result,
                         EXCEPINFO* exception, UINT* argument) override {
         return WithTypeInfo([&](ITypeInfo* description) {
-            SetErrorInfo(0, nullptr);
+            ClearErrorInfo();
             return description->Invoke(static_cast<Interface*>(this), id, flags, parameters, result,
                                        exception, argument);
         });
