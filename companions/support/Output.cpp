@@ -9,6 +9,7 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
+#include "base/Text.h"
 
 namespace companions {
 
@@ -26,6 +27,9 @@ BY_HANDLE_FILE_INFORMATION InformationOn(const std::wstring& path) {
 bool IsSameFile(const std::wstring& left, const std::wstring& right) {
     const BY_HANDLE_FILE_INFORMATION a = InformationOn(left);
     const BY_HANDLE_FILE_INFORMATION b = InformationOn(right);
+    // Not every file system numbers its files.
+    if (a.nFileIndexHigh == 0 && a.nFileIndexLow == 0)
+        return base::EqualsIgnoringCase(FileSystem::FullPath(left), FileSystem::FullPath(right));
     return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
            a.nFileIndexLow == b.nFileIndexLow;
 }
