@@ -4,9 +4,9 @@
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/RollBack.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
+#include "base/Undo.h"
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
@@ -229,11 +229,11 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
     }
     const bool replaces = FileSystem::FileExists(target);
     if (replaces) FileSystem::MoveFile(target, previous);
-    base::RollBack putBack([&] {
-        if (replaces) FileSystem::MoveFile(previous, target);
-    });
-    FileSystem::MoveFile(file, target);
-    putBack.Dismiss();
+    base::DoOrUndo([&] { FileSystem::MoveFile(file, target); },
+                   [&] {
+                       if (replaces) FileSystem::MoveFile(previous, target);
+                   },
+                   L"The previous content of " + target + L" is in " + previous + L"; rename it back.");
     if (replaces) FileSystem::DeleteFile(previous);
     return {true, target};
 }
