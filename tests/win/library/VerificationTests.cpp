@@ -154,6 +154,12 @@ TEST_F(VerificationTest, UnattendedItBlocksNobodyAndLogsTheMessage) {
                                                           L"interface is not supported.\r\n")));
     EXPECT_FALSE(modverification::VerifyFTPSite(site, true, {}));
     EXPECT_THAT(framework.log, IsEmpty());
+    try {
+        modverification::ShowVerificationMessage(std::wstring(5000, L'x'));
+        FAIL() << "a message box without a user interface";
+    } catch (const base::Error& error) {
+        EXPECT_LT(error.failure().description.size(), 1200u) << "taller than the screen";
+    }
 }
 
 }  // namespace

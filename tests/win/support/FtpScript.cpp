@@ -128,7 +128,8 @@ BOOL WINAPI SetFolder(HINTERNET connection, LPCSTR folder) {
 BOOL WINAPI GetFolder(HINTERNET connection, LPSTR folder, LPDWORD length) {
     if (!Succeed("GetFolder", connection)) return FALSE;
     const std::string& current = g_script->currentFolder;
-    if (*length < 259 || *length > 260 || current.size() >= *length) return Result(false, ERROR_INSUFFICIENT_BUFFER);
+    if (*length < 259 || *length > 260 || current.size() >= *length)
+        return Result(false, ERROR_INSUFFICIENT_BUFFER);
     std::memcpy(folder, current.c_str(), current.size() + 1);
     return TRUE;
 }
