@@ -8,6 +8,8 @@
 #include "bench/Bench.h"
 #include "com/Object.h"
 #include "common/modWinInet.h"
+#include "sendrecv/clsFTPSndRcv.h"
+#include "tests/win/support/FtpScript.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/TempFolder.h"
 
@@ -41,9 +43,9 @@ public:
     virtual void Receive(const std::filesystem::path& to) = 0;
 };
 
-class SenderReceiver final : public Contender {
+class LibraryLoop final : public Contender {
 public:
-    SenderReceiver(const tests::Library& library, const Site& site)
+    LibraryLoop(const tests::Library& library, const Site& site)
         : m_remote(library.Create<clsFTPSndRcv, IZNSenderReceiver>()) {
         const auto settings = tests::Properties({{L"FTPServer", Wide(site.address)},
                                                  {L"FTPUser", Wide(site.user)},
@@ -53,9 +55,9 @@ public:
         Ask<bool>(&IZNSenderReceiver::Init, m_remote, settings.Get());
         if (!Ask<bool>(&IZNSenderReceiver::Connect, m_remote)) Fail("no connection");
     }
-    SenderReceiver(const SenderReceiver&) = delete;
-    SenderReceiver& operator=(const SenderReceiver&) = delete;
-    ~SenderReceiver() override { Ask<bool>(&IZNSenderReceiver::Disconnect, m_remote); }
+    LibraryLoop(const LibraryLoop&) = delete;
+    LibraryLoop& operator=(const LibraryLoop&) = delete;
+    ~LibraryLoop() override { Ask<bool>(&IZNSenderReceiver::Disconnect, m_remote); }
 
     void Send(const std::filesystem::path& from) override {
         m_remote->put_LocalSendFolder(tests::In(from.wstring()));
@@ -157,6 +159,33 @@ private:
     HINTERNET m_ftp;
 };
 
+/// What the library asks of WinINet for each packet of a folder, of whatever length. A look at one name is
+/// one call, for which Wine reads the whole list.
+void CountCalls(int files) {
+    tests::FtpScript server;
+    server.folders.insert("/packets");
+    const tests::TempFolder temp;
+    bench::WriteFiles(temp.Folder(L"from"), files, 1);
+    const ComPtr<IZNSenderReceiver> remote = com::Make<clsFTPSndRcv>();
+    const auto settings = tests::Properties({{L"FTPServer", L"scripted"},
+                                             {L"FTPUser", L"joe"},
+                                             {L"FTPPassword", L"secret"},
+                                             {L"RemoteSendFolder", L"packets"},
+                                             {L"RemoteReceiveFolder", L"packets"}});
+    Ask<bool>(&IZNSenderReceiver::Init, remote, settings.Get());
+    remote->put_LocalSendFolder(tests::In(temp / L"from"));
+    remote->put_LocalReceiveFolder(tests::In(temp.Folder(L"to")));
+    const auto callsOf = [&](auto member) {
+        const int before = server.calls;
+        if (!Ask<bool>(member, remote, L"", static_cast<IUnknown*>(nullptr)))
+            Fail("the scripted transfer failed");
+        return static_cast<double>(server.calls - before) / files;
+    };
+    const double sent = callsOf(&IZNSenderReceiver::Send);
+    std::printf("%d packets in one folder: %.2f calls per packet sent, %.2f received\n", files, sent,
+                callsOf(&IZNSenderReceiver::Receive));
+}
+
 /// Seconds, and commands on the wire for each file, of one direction.
 struct Cost {
     double seconds = 1e9;
@@ -206,13 +235,16 @@ int main(int count, char** arguments) {
     const tests::Library dll;
     const tests::ComApartment apartment;
     const tests::Framework framework;
-    SenderReceiver library(dll, site);
+    for (const int files : {50, 200, 800})
+        CountCalls(files);
+    LibraryLoop library(dll, site);
     BareLoop bare(site);
     std::printf("%-30s %-8s %10s %10s %8s %14s %14s\n", "load", "", "library s", "bare s", "/ bare",
                 "commands/file", "bare");
     // The emptied folders stay on the server, and each receiving looks into them. Small ones: under Wine a
-    // listing reads long folders slowly.
-    for (const Load& load : {Load{"1 file of 200 MB", 1, 1, 200 << 20, 3},
-                             Load{"500 files of 64 KB, 50 folders", 50, 10, 64 << 10, 3}})
+    // listing reads long folders slowly, as the load in one folder shows.
+    for (const Load& load :
+         {Load{"1 file of 200 MB", 1, 1, 200 << 20, 3}, Load{"50 files of 4 KB, 1 folder", 1, 50, 4 << 10, 1},
+          Load{"500 files of 64 KB, 50 folders", 50, 10, 64 << 10, 3}})
         Compare(site, load, library, bare);
 }
