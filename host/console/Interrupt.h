@@ -1,8 +1,8 @@
 // The user's wish to stop, as Ctrl+C or a closed console window.
 #pragma once
 
-/// While it exists, the program is not ended by the first Ctrl+C: the wish is noted, and the work at hand ends
-/// where nothing is lost. The second one ends the program.
+/// While it exists, the program is not ended by the first Ctrl+C: the wish is noted, and the work at hand
+/// ends where nothing is lost. The second one ends the program.
 class Interrupt {
 public:
     Interrupt();
