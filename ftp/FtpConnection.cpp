@@ -23,11 +23,12 @@ std::string CommandText(const std::wstring& text) {
 
 /// In milliseconds; of the connection for commands, and of those for data. Every connection of the session
 /// has them.
-constexpr std::pair<DWORD, DWORD> kTimeOuts[] = {{INTERNET_OPTION_CONNECT_TIMEOUT, 60'000},
-                                                 {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000},
-                                                 {INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
-                                                 {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
-                                                 {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}};
+constexpr std::array<std::pair<DWORD, DWORD>, 5> kTimeOuts = {
+    {{INTERNET_OPTION_CONNECT_TIMEOUT, 60'000},
+     {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000},
+     {INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
+     {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
+     {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}}};
 
 /// The usual failure would carry the password into logs and message boxes.
 std::string PasswordText(const std::wstring& password) try {

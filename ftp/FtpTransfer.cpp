@@ -66,8 +66,9 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
                                  const std::function<bool(const std::wstring&, const Level&)>& move) const {
     if (names.empty()) return true;
     const Level below{m_connection.CurrentFolder(), level.depth + 1};
+    const std::wstring failure = FailureText(GetLastError());
     for (const std::wstring& name : names) {
-        if (!MayEnter(name, below)) {
+        if (!MayEnter(name, below, failure)) {
             GoBack(level, entered);
             return false;
         }
@@ -76,16 +77,18 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
     return true;
 }
 
-bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level) const {
+bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level, const std::wstring& failure) const {
     const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
     if (level.depth > kDeepest)
         return self.Fail(L"The folder " + name + L" lies more than " + std::to_wstring(kDeepest) +
                          L" folders deep, which looks like a link that leads back. Remove the link, or move "
                          L"the folder up.");
     return !level.start.empty() ||
-           self.Fail(L"The FTP server does not tell the current folder (command PWD), so that files of the "
+           self.Fail(
+               Lines(L"The FTP server does not tell the current folder (command PWD), so that files of the "
                      L"sub-folder " +
-                     name +
-                     L", and of those after it, could get into a wrong one. Do without "
-                     L"sub-folders, or use a server that tells it.");
+                         name +
+                         L", and of those after it, could get into a wrong one. Do without sub-folders, or "
+                         L"use a server that tells it.",
+                     failure));
 }

@@ -55,5 +55,6 @@ protected:
     const HostProgress& m_progress;
 
 private:
-    bool MayEnter(const std::wstring& name, const Level& level) const;
+    /// failure: why the level's start is unknown, where it is.
+    bool MayEnter(const std::wstring& name, const Level& level, const std::wstring& failure) const;
 };

@@ -355,11 +355,12 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
             L"sub-folder " +
                 name +
                 L", and of those after it, could get into a wrong one. Do without sub-folders, or "
-                L"use a server that tells it.");
+                L"use a server that tells it.\r\n502 No.");
     };
     server.folders.insert({"/home", "/home/in", "/home/in/deep", "/home/out", "/home/out/SUB"});
     server.home = "/home";
     server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR));
+    server.response = "502 No.";
     Init({{L"RemoteSendFolder", L"in/deep"}});
     temp.File(L"send\\a.mdb", "1");
     temp.Folder(L"send\\empty");
