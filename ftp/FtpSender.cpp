@@ -2,6 +2,7 @@
 #include "ftp/FtpSender.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
 #include "base/Path.h"
@@ -38,16 +39,16 @@ std::wstring ReplyCode(const std::wstring& reply) {
     return code;
 }
 
-/// Whether the server may hold a part of the file. A put that was refused (permanently, or because the file
-/// is busy), or that had no data connection, leaves an older packet as it was.
-bool MayHaveFlowed(const PutError& error) {
+/// Whether data has flowed, so that the server may hold a part of the file. A put that was refused
+/// (permanently, or because the file is busy), or that had no data connection, leaves an older packet as it
+/// was; so may one that was given up waiting.
+bool HasFlowed(const PutError& error) {
     const std::wstring code = ReplyCode(error.reply);
     switch (error.code) {
     case ERROR_INTERNET_EXTENDED_ERROR:
         return code == L"552" || (code.starts_with(L'4') && code != L"450");
     case ERROR_INTERNET_CONNECTION_ABORTED:
     case ERROR_INTERNET_CONNECTION_RESET:
-    case ERROR_INTERNET_TIMEOUT:
         return true;
     default:
         return false;
@@ -137,7 +138,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
         if (!m_connection.Put(file, name)) {
             const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
-            if (sent && MayHaveFlowed(error)) RemovePart(name, sent->size);
+            if (sent && HasFlowed(error)) RemovePart(name, sent->size);
             return false;
         }
         if (!RemoteFileExists(name, sent))
