@@ -190,13 +190,18 @@ void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
 }
 
 void Cycle::DeliverFolder(const std::wstring& subFolder) {
-    SetAsideRefusedFiles(m_settings, subFolder, m_ledger);
+    // What is refused must not be among the files that the library lists.
+    const Hindrance notSetAside = Try([&] {
+        SetAsideRefusedFiles(m_settings, subFolder, m_ledger);
+        return true;
+    });
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
     if (files.empty()) return;
     for (const base::TreeFile& file : files)
         m_ledger.NoteReceived(file);
-    std::wstring reason = Reason();
-    const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
+    std::wstring reason = notSetAside.value_or(Reason());
+    std::set<std::wstring> names;
+    if (!notSetAside) names = DeliverFiles(subFolder, reason);
     for (const base::TreeFile& file : files)
         ReportDelivery(file, names, reason);
 }

@@ -13,6 +13,13 @@ std::optional<std::uint64_t> LastWrite(const std::wstring& path) {
     return version ? std::optional(version->lastWrite) : std::nullopt;
 }
 
+/// What somebody else holds is not what the run that ended was receiving, or can wait for the next run.
+void TryMove(const std::wstring& source, const std::wstring& destination) try {
+    base::MoveIntoTree(source, destination);
+} catch (const base::Error&) {
+    return;
+}
+
 /// Some file systems keep times in steps of two seconds.
 constexpr std::uint64_t kCoarsestTime = 20'000'000;
 
@@ -37,12 +44,17 @@ void UnfinishedArrival::TakeNewest() const {
         unfinished = file;
     }
     if (unfinished)
-        base::MoveIntoTree(Path::Join(m_receive, unfinished->RelativePath()),
-                           Path::Join(m_aside, unfinished->RelativePath()));
+        TryMove(Path::Join(m_receive, unfinished->RelativePath()),
+                Path::Join(m_aside, unfinished->RelativePath()));
     FileSystem::TryDelete(m_mark);
 }
 
-void UnfinishedArrival::Begin() const { base::File::Open(m_mark, GENERIC_WRITE, 0, CREATE_ALWAYS); }
+/// Packets are received all the same where nothing can be created beside the folder.
+void UnfinishedArrival::Begin() const try {
+    base::File::Open(m_mark, GENERIC_WRITE, 0, CREATE_ALWAYS);
+} catch (const base::Error&) {
+    return;
+}
 
 void UnfinishedArrival::End(bool received, PacketLedger& ledger) const {
     FileSystem::TryDelete(m_mark);
@@ -62,7 +74,7 @@ void UnfinishedArrival::PutBack(const base::TreeFile& file) const {
     const std::wstring aside = Path::Join(m_aside, file.RelativePath());
     const std::wstring place = Path::Join(m_receive, file.RelativePath());
     if (FileSystem::FileExists(place))
-        FileSystem::DeleteFile(aside, FileSystem::ReadOnlyFiles::Delete);
+        FileSystem::TryDelete(aside);
     else
-        base::MoveIntoTree(aside, place);
+        TryMove(aside, place);
 }

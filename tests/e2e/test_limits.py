@@ -1,7 +1,7 @@
 """Full disks, very many files, very long paths."""
 import hashlib
 
-from support import HostTest, Mount, WAITING, files_below, make_pair, slow
+from support import HostTest, Mount, WAITING, files_below, make_pair, size_of, slow, wait_until
 
 MANY = 32_768  # one more than a sixteen-bit counter holds
 
@@ -33,6 +33,23 @@ class FullDiskTest(HostTest):
 
     def test_the_send_folder_is_full(self):
         self.assert_two_fit(self.field.send, self.field, "not added", self.field.outbox, self.to_enterprise)
+
+    def test_a_run_that_is_killed_on_the_way_to_another_volume_leaves_no_part(self):
+        Mount(self, self.enterprise.inbox, "200m")
+
+        def attempt(load):
+            name = f"large{load}.xml"
+            self.put(self.field, name, content=bytes(20_000_000) * load, folder=self.enterprise.receive)
+            process = self.start_run(self.enterprise)
+            wait_until(lambda: any(size_of(path) > 1_000_000 for path in self.enterprise.inbox.iterdir()), process)
+            process.kill()
+            process.wait()
+            return not (self.enterprise.inbox / name).exists() and name
+
+        name = self.in_time(attempt)
+        wait_until(lambda: not list(self.enterprise.inbox.iterdir()))  # Wine's server sees the end a little later
+        self.assert_run(self.enterprise, 0, {("in", name): "delivered"})
+        self.assert_delivered()
 
     def test_a_version_that_does_not_fit_leaves_the_one_that_waits(self):
         Mount(self, self.field.send, "1m")
