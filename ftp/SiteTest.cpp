@@ -153,12 +153,11 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
 }
 
 std::wstring SiteTest::Report() const {
-    std::wstring stay = L"On this computer stays " + FileSystem::FullPath(kTestFile);
-    if (FileSystem::FileExists(kFetchedFile)) stay.append(L", and ").append(kFetchedFile);
-    stay += L".";
+    std::wstring left = L"Test files left on this computer: " + FileSystem::FullPath(kTestFile);
+    if (FileSystem::FileExists(kFetchedFile)) left.append(L", ").append(kFetchedFile);
     if (fault.text.empty())
-        return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", stay);
-    return Lines(L"A test file was sent to both folders. But:", fault.text + stay);
+        return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", left);
+    return Lines(L"A test file was sent to both folders. But:", fault.text + left);
 }
 
 }  // namespace
