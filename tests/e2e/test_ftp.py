@@ -65,6 +65,15 @@ class Transfers:
         self.to_enterprise.chmod(0o755)
         self.assert_next_cycle_delivers()
 
+    def test_an_older_packet_that_may_not_be_replaced_stays(self):
+        older = self.remote_folder(self.to_enterprise) / "a.mdb"
+        older.write_bytes(b"older")  # and is not the server's own
+        self.put(self.field, "a.mdb")
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        self.assertEqual(older.read_bytes(), b"older")
+        older.unlink()
+        self.assert_next_cycle_delivers()
+
     def test_a_full_disk_of_the_server(self):
         volume = Mount(self, self.to_enterprise, "1m")
         self.server.own(self.to_enterprise)
