@@ -274,7 +274,7 @@ void SetContent(base::File& file, const std::string& text) {
     // In one step with empty lines over what is longer: a process that ends here leaves no old ones behind
     // the text.
     std::string content = text;
-    content.resize(std::max<std::size_t>(text.size(), file.Size()), '\n');
+    content.resize(std::max(text.size(), static_cast<std::size_t>(file.Size())), '\n');
     file.WriteAt(0, BytesOf(content));
     file.Truncate(text.size());
     file.Flush();
