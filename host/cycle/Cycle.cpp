@@ -107,17 +107,17 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
     // A version that somebody saves after this one was added would leave the outbox without being sent.
     const FileSystem::WriteBlock block(path);
+    std::optional<SendFolder::OlderVersions> older;
     const Hindrance notAdded = Try([&] {
         if (Interrupt::Requested()) return false;
         block.Check();
-        SendFolder::OlderVersions older(sendFolder, file);
-        if (!m_session.Add(path, file.subFolder)) return false;
-        older.Replaced();
-        return true;
+        older.emplace(sendFolder, file);
+        return m_session.Add(path, file.subFolder);
     });
     if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
     m_ledger.NoteAdded(file);
     const Hindrance notLeft = Try([&] {
+        older->Replaced();
         LeaveOutbox(file);
         return true;
     });

@@ -26,8 +26,10 @@ void Settle(bool replaced, const std::wstring& path, const std::wstring& place) 
 SendFolder::SendFolder(const Settings& settings, const PacketLedger& ledger)
     : m_settings(settings), m_ledger(ledger), m_aside(settings.send + L".older") {
     RecoverBackups();
-    Index();
     RecoverAside();
+    // Also what came back: a version that is added now is newer.
+    m_waiting = FilesIn(m_settings.send);
+    m_left = FilesIn(m_aside);
 }
 
 std::wstring SendFolder::Key(const base::TreeFile& file) const {
@@ -42,9 +44,11 @@ std::wstring SendFolder::AsidePath(const base::TreeFile& file) const {
     return Path::Join(m_aside, file.RelativePath());
 }
 
-void SendFolder::Index() {
-    for (const base::TreeFile& file : base::FilesBelow(m_settings.send))
-        m_waiting[Key(file)].push_back(file);
+SendFolder::Packets SendFolder::FilesIn(const std::wstring& folder) const {
+    Packets packets;
+    for (const base::TreeFile& file : base::FilesBelow(folder))
+        packets[Key(file)].push_back(file);
+    return packets;
 }
 
 /// The difference encoder keeps the version that it replaces, which must not travel beside the new one.
@@ -60,16 +64,19 @@ void SendFolder::RecoverBackups() const {
 
 /// An encoder makes its file appear whole: what waits beside an older version is the newer one.
 void SendFolder::RecoverAside() const {
+    const Packets newer = FilesIn(m_settings.send);
     for (const base::TreeFile& file : base::FilesBelow(m_aside))
-        Settle(m_waiting.contains(Key(file)), AsidePath(file), WaitingPath(file));
+        Settle(newer.contains(Key(file)), AsidePath(file), WaitingPath(file));
     base::RemoveEmptyFolders(m_aside);
 }
 
 SendFolder::OlderVersions::OlderVersions(const SendFolder& folder, const base::TreeFile& packet)
     : m_folder(folder) {
-    const auto found = folder.m_waiting.find(base::Upper(packet.RelativePath()));
+    const std::wstring key = base::Upper(packet.RelativePath());
+    if (const auto left = folder.m_left.find(key); left != folder.m_left.end()) m_taken = left->second;
+    const auto found = folder.m_waiting.find(key);
     if (found == folder.m_waiting.end()) return;
-    base::RollBack putBack([this] { Settle(); });
+    base::RollBack putBack([this] { PutBack(); });
     for (const base::TreeFile& file : found->second) {
         // The other side may have fetched it.
         if (!FileSystem::FileExists(folder.WaitingPath(file))) continue;
@@ -79,10 +86,23 @@ SendFolder::OlderVersions::OlderVersions(const SendFolder& folder, const base::T
     putBack.Dismiss();
 }
 
-SendFolder::OlderVersions::~OlderVersions() { Settle(); }
+SendFolder::OlderVersions::~OlderVersions() {
+    if (!m_replaced) PutBack();
+}
 
-void SendFolder::OlderVersions::Settle() const {
+void SendFolder::OlderVersions::Replaced() {
+    m_replaced = true;
     for (const base::TreeFile& file : m_taken)
-        ::Settle(m_replaced, m_folder.AsidePath(file), m_folder.WaitingPath(file));
+        FileSystem::DeleteFile(m_folder.AsidePath(file), FileSystem::ReadOnlyFiles::Delete);
+    RemoveEmptyFolders();
+}
+
+void SendFolder::OlderVersions::PutBack() const {
+    for (const base::TreeFile& file : m_taken)
+        Settle(false, m_folder.AsidePath(file), m_folder.WaitingPath(file));
+    RemoveEmptyFolders();
+}
+
+void SendFolder::OlderVersions::RemoveEmptyFolders() const {
     if (!m_taken.empty()) base::RemoveEmptyFolders(m_folder.m_aside);
 }

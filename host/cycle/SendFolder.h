@@ -23,11 +23,13 @@ public:
         OlderVersions& operator=(const OlderVersions&) = delete;
         ~OlderVersions();
 
-        /// The newer one is there.
-        void Replaced() noexcept { m_replaced = true; }
+        /// The newer one is there. Throws when an older one cannot be removed: the next run puts that back
+        /// once the newer one is sent, so that the newer one must be added again.
+        void Replaced();
 
     private:
-        void Settle() const;
+        void PutBack() const;
+        void RemoveEmptyFolders() const;
 
         const SendFolder& m_folder;
         std::vector<base::TreeFile> m_taken;
@@ -35,17 +37,18 @@ public:
     };
 
 private:
-    using Files = std::vector<base::TreeFile>;
+    using Packets = std::map<std::wstring, std::vector<base::TreeFile>>;  // by packet, in capitals
 
     std::wstring Key(const base::TreeFile& file) const;
     std::wstring WaitingPath(const base::TreeFile& file) const;
     std::wstring AsidePath(const base::TreeFile& file) const;
-    void Index();
+    Packets FilesIn(const std::wstring& folder) const;
     void RecoverBackups() const;
     void RecoverAside() const;
 
     const Settings& m_settings;
     const PacketLedger& m_ledger;
     const std::wstring m_aside;
-    std::map<std::wstring, Files> m_waiting;  // by packet, in capitals
+    Packets m_waiting;
+    Packets m_left;  // aside, and could not be moved
 };

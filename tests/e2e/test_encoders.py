@@ -8,7 +8,7 @@ import time
 import zipfile
 
 import support
-from support import HostTest, WAITING, files_below, finish, size_of, slow, wait_until
+from support import Holder, HostTest, WAITING, files_below, finish, size_of, slow, wait_until
 
 
 def database(pages, seed):
@@ -222,14 +222,28 @@ class DifferenceTest(EncoderCase):
         aside = self.field.send.with_name("send.older")
         (self.field.send / "a.mdb~Base 1.axd_bck").write_bytes(b"the packet itself")
         for folder, name, content in ((aside, "b.mdb.afz", b"older"), (self.field.send, "b.mdb", b"newer"),
-                                      (aside, "sub/c.mdb", b"not replaced")):
+                                      (aside, "sub/c.mdb", b"not replaced"), (aside, "d.mdb", b"older"),
+                                      (self.field.outbox, "d.mdb", b"newer")):
             self.put(self.field, name, content=content, folder=folder)
         self.assert_run(self.field)
         arrived = {path.relative_to(self.to_enterprise).as_posix(): path.read_bytes()
                    for path in self.to_enterprise.rglob("*.*")}
+        self.assertNotEqual(arrived.pop("d.mdb~Base 1.axd"), b"older")
         self.assertEqual(arrived, {"a.mdb~Base 1.axd": b"the packet itself", "b.mdb": b"newer",
                                    "sub/c.mdb": b"not replaced"})
         self.assertFalse(aside.exists())
+
+    def test_an_older_version_that_cannot_be_removed_does_not_follow_the_newer_one(self):
+        aside = self.field.send.with_name("send.older") / "a.mdb"
+        aside.parent.mkdir()
+        aside.write_bytes(b"older")
+        newer = self.put(self.field, "a.mdb", content=self.base + b"newer").read_bytes()
+        holder = Holder(self, aside)
+        self.assertIn("stays in outbox", self.assert_run(self.field, 1).output)
+        holder.release()
+        for side in (self.enterprise, self.field, self.enterprise):
+            self.assert_run(side)
+            self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), newer)
 
     def assert_waits_for(self, spoil, mend):
         """A difference that cannot be restored is not delivered as a packet, and waits."""
