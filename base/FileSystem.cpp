@@ -345,12 +345,21 @@ void WriteBlock::Check(Where where) const {
     if (!m_file) throw SystemError(m_error, "open", m_path, where);
 }
 
-bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
+base::FileHandle WriteBlock::OpenNamed(DWORD access, Where where) const {
     Check(where);
+    base::FileHandle named(CreateFileW(Extended(m_path).c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
+                                       FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!named) throw SystemError(GetLastError(), access == DELETE ? "delete" : "examine", m_path, where);
+    return named;
+}
+
+bool WriteBlock::HasItsName(Where where) const {
+    return IsSameFile(m_file.Get(), OpenNamed(FILE_READ_ATTRIBUTES, where).Get());
+}
+
+bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
     // Deleting and renaming are possible meanwhile: only an open file is certainly the one that was held.
-    const base::FileHandle named(CreateFileW(Extended(m_path).c_str(), DELETE, kShareAll, nullptr,
-                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!named) throw SystemError(GetLastError(), "delete", m_path, where);
+    const base::FileHandle named = OpenNamed(DELETE, where);
     if (!IsSameFile(m_file.Get(), named.Get())) return false;
     FILE_DISPOSITION_INFO disposition{TRUE};
     if (!SetFileInformationByHandle(named.Get(), FileDispositionInfo, &disposition, sizeof disposition))

@@ -81,10 +81,14 @@ public:
     bool SomebodyWrites() const;
     /// Throws when it does not hold.
     void Check(Where where = Where::current()) const;
+    /// False when another file has the name of the one that is held by now. Throws when none has.
+    bool HasItsName(Where where = Where::current()) const;
     /// Deletes the file that is held. False when another one has its name by now, which stays.
     bool Delete(ReadOnlyFiles readOnly = ReadOnlyFiles::Keep, Where where = Where::current()) const;
 
 private:
+    base::FileHandle OpenNamed(DWORD access, Where where) const;
+
     std::wstring m_path;
     base::FileHandle m_file;
     DWORD m_error;  ///< why there is no handle

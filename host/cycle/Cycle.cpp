@@ -34,7 +34,7 @@ private:
     void AddOutbox();
     void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
     Hindrance Refusal(const base::TreeFile& file) const;
-    void LeaveOutbox(const base::TreeFile& file) const;
+    void LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const;
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
@@ -118,7 +118,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     m_ledger.NoteAdded(file);
     const Hindrance notLeft = Try([&] {
         older->Replaced();
-        LeaveOutbox(file);
+        LeaveOutbox(file, block);
         return true;
     });
     if (notLeft) m_ledger.ReportInOutbox(file, PacketState::InOutbox, *notLeft);
@@ -143,8 +143,12 @@ Hindrance Cycle::Refusal(const base::TreeFile& file) const {
 }
 
 /// Among sent files it replaces an older one of its name.
-void Cycle::LeaveOutbox(const base::TreeFile& file) const {
+void Cycle::LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const {
     const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
+    // Programs that save under another name first, and rename that, are not blocked.
+    if (!block.HasItsName())
+        throw base::Error(E_FAIL,
+                          L"another version was saved while this one was added; the next run sends it");
     if (m_settings.sent.empty()) return FileSystem::DeleteFile(source);
     base::MoveIntoTree(source, Path::Join(m_settings.sent, file.RelativePath()));
 }

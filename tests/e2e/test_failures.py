@@ -134,6 +134,22 @@ class LockedFileTest(HostTest):
             holder.release()
         self.assert_next_cycle_delivers()
 
+    def test_a_version_that_is_saved_while_an_older_one_is_added_is_sent_next(self):
+        def attempt(load):
+            packet = self.put(self.field, "a.mdb", content=os.urandom(10_000_000) * load)
+            newer = self.root / "newer"
+            newer.write_bytes(b"newer")
+            process = self.start_run(self.field)
+            wait_until(lambda: any(self.field.send.iterdir()), process)
+            newer.replace(packet)
+            outcome = finish(process)
+            return outcome if "another version was saved" in outcome.output else None
+
+        self.in_time(attempt)
+        for side in (self.field, self.enterprise):
+            self.assert_run(side)
+        self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), b"newer")
+
     def test_in_the_inbox_where_the_older_file_stays(self):
         older = self.enterprise.inbox / "held.mdb"
         older.write_bytes(b"older")
