@@ -62,15 +62,16 @@ CycleResult Cycle::Run() {
     KeptBackups backups(m_settings);
     unfinished.Begin();
     Hindrance failure = Transfer();
+    if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
+        failure = m_settings.remoteReceive + L" is a file, not a folder";
+    ReportSending(waiting);
+    ReportReceiving(offered);
+    // What arrived in the folder of the backups is not among them yet.
+    unfinished.End(!failure && RemoteSideIsThere(), m_ledger);
     const Hindrance notPutBack = Try([&] {
         backups.PutBack();
         return true;
     });
-    ReportSending(waiting);
-    ReportReceiving(offered);
-    if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
-        failure = m_settings.remoteReceive + L" is a file, not a folder";
-    unfinished.End(!failure && RemoteSideIsThere(), m_ledger);
     // New backups must not lie where the next run takes them for packets.
     if (notPutBack)
         failure = notPutBack;

@@ -84,9 +84,22 @@ class StopTest(HostTest):
         self.assert_run(self.enterprise, 0, {("in", name): "delivered"})
         self.assert_delivered()
 
+    def mark_as_killed(self):
+        """What a run of the enterprise leaves that ends while it receives."""
+        mark = self.enterprise.receive.with_name("receive.receiving")
+        mark.write_bytes(b"")
+        os.utime(mark, (0, 0))
+
     def test_a_whole_packet_that_a_killed_run_received_is_delivered_later(self):
         self.put(self.field, "a.mdb", folder=self.enterprise.receive)
-        self.enterprise.receive.with_name("receive.receiving").write_bytes(b"")
-        os.utime(self.enterprise.receive.with_name("receive.receiving"), (0, 0))
+        self.mark_as_killed()
         self.assert_run(self.enterprise, 0, {("in", "a.mdb"): "delivered"})
         self.assert_delivered()
+
+    def test_what_a_killed_run_received_in_the_folder_of_the_backups_becomes_none(self):
+        packet = self.put(self.field, "Backup/a.mdb", folder=self.enterprise.receive).read_bytes()
+        backup = self.put(self.field, "a.mdb", folder=self.enterprise.receive.with_name("receive.backups")).read_bytes()
+        self.mark_as_killed()
+        self.assert_run(self.enterprise, 0, {("in", "Backup (received)/a.mdb"): "delivered"})
+        self.assertEqual((self.enterprise.inbox / "Backup (received)" / "a.mdb").read_bytes(), packet)
+        self.assertEqual((self.enterprise.receive / "Backup" / "a.mdb").read_bytes(), backup)
