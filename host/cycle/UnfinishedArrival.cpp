@@ -28,6 +28,7 @@ constexpr std::uint64_t kCoarsestTime = 20'000'000;
 // Both beside the receive folder, whose files are packets.
 UnfinishedArrival::UnfinishedArrival(const Settings& settings)
     : m_receive(settings.receive),
+      m_source(settings.transport == Transport::Folder ? settings.remoteReceive : L""),
       m_aside(settings.receive + L".unfinished"),
       m_mark(settings.receive + L".receiving") {
     if (FileSystem::FileExists(m_mark)) TakeNewest();
@@ -59,15 +60,20 @@ void UnfinishedArrival::Begin() const try {
 void UnfinishedArrival::End(bool received, PacketLedger& ledger) const {
     FileSystem::TryDelete(m_mark);
     for (const base::TreeFile& file : base::FilesBelow(m_aside)) {
-        if (received)
+        if (received && !IsOffered(file))
             PutBack(file);
         else
             ledger.ReportTravelling(
                 Direction::In, file, PacketState::NotDelivered,
                 L"a run ended while it was received; whether it is whole is known when the "
-                L"remote side can be reached");
+                L"remote side can be reached and gives it away");
     }
     base::RemoveEmptyFolders(m_aside);
+}
+
+/// A transfer that reached the remote side leaves what is in use there.
+bool UnfinishedArrival::IsOffered(const base::TreeFile& file) const {
+    return !m_source.empty() && FileSystem::FileExists(Path::Join(m_source, file.RelativePath()));
 }
 
 void UnfinishedArrival::PutBack(const base::TreeFile& file) const {

@@ -21,9 +21,11 @@ public:
 
 private:
     void TakeNewest() const;
+    bool IsOffered(const base::TreeFile& file) const;
     void PutBack(const base::TreeFile& file) const;
 
     const std::wstring m_receive;
+    const std::wstring m_source;  ///< the folder from which packets come; empty for a server
     const std::wstring m_aside;
     const std::wstring m_mark;  ///< a file that exists while packets are received
 };

@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import HostTest, files_below, finish, run_on_terminal, size_of, wait_until
+from support import Holder, HostTest, files_below, finish, run_on_terminal, size_of, wait_until
 
 COUNT = 40
 
@@ -103,3 +103,14 @@ class StopTest(HostTest):
         self.assert_run(self.enterprise, 0, {("in", "Backup (received)/a.mdb"): "delivered"})
         self.assertEqual((self.enterprise.inbox / "Backup (received)" / "a.mdb").read_bytes(), packet)
         self.assertEqual((self.enterprise.receive / "Backup" / "a.mdb").read_bytes(), backup)
+
+    def test_a_part_whose_source_is_in_use_is_not_delivered(self):
+        packet = self.put(self.field, "a.mdb", folder=self.to_enterprise)
+        (self.enterprise.receive / "a.mdb").write_bytes(b"part")
+        self.mark_as_killed()
+        writer = Holder(self, packet, "write")
+        self.assert_run(self.enterprise, 1)
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        writer.release()
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
