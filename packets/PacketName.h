@@ -13,6 +13,11 @@ inline constexpr std::wstring_view kFolderTestFile = L"RWD_TestFile.txt";
 /// Whether a file of this name, in any letter case, would be taken for the one with which folders are tested.
 bool IsFolderTestFile(std::wstring_view FileName);
 
+/// Whether a name is that of a copy which a delivery or a decoding keeps of the file that it replaces:
+/// "<name>_bak" or
+/// "<name>_bck".
+bool IsKeptCopy(std::wstring_view FileName);
+
 /// The part of a packet file's name before its first "~" or ".". Empty for a name without a dot, also
 /// when it has a "~": such a file is no packet.
 std::wstring GetPacketId(std::wstring_view FileName);

@@ -135,8 +135,8 @@ Hindrance Cycle::Refusal(const base::TreeFile& file) const {
         IsTakenForEncoded(file.name, m_settings.xdelta.outExtension) ||
         m_ledger.PacketIn(file).name != file.name)
         return L"the extension is that of an encoded packet; use another name";
-    if (!EncodedNameOfBackup(file.name, m_settings.xdelta.outExtension).empty())
-        return L"the name is that of an encoded packet's backup; use another name";
+    if (IsKeptCopy(file.name))
+        return L"the name is that of a copy that is kept of a replaced file; use another name";
     const EncoderSettings* const encoder = m_settings.ChosenEncoder();
     if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
         return L"it is empty, and encoded packets must not be";
@@ -202,11 +202,15 @@ void Cycle::DeliverFolder(const std::wstring& subFolder) {
     });
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
     if (files.empty()) return;
+    if (notSetAside) {
+        for (const base::TreeFile& file : files)
+            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, *notSetAside);
+        return;
+    }
     for (const base::TreeFile& file : files)
         m_ledger.NoteReceived(file);
-    std::wstring reason = notSetAside.value_or(Reason());
-    std::set<std::wstring> names;
-    if (!notSetAside) names = DeliverFiles(subFolder, reason);
+    std::wstring reason = Reason();
+    const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
     for (const base::TreeFile& file : files)
         ReportDelivery(file, names, reason);
 }

@@ -31,26 +31,20 @@ UnfinishedArrival::UnfinishedArrival(const Settings& settings)
       m_source(settings.transport == Transport::Folder ? settings.remoteReceive : L""),
       m_aside(settings.receive + L".unfinished"),
       m_mark(settings.receive + L".receiving") {
-    if (FileSystem::FileExists(m_mark)) TakeNewest();
+    if (FileSystem::FileExists(m_mark)) TakeRecent();
 }
 
-/// Packets are received one after the other: only the last one can be a part.
-void UnfinishedArrival::TakeNewest() const {
-    std::uint64_t newest = LastWrite(m_mark).value_or(0) - kCoarsestTime;
-    std::optional<base::TreeFile> unfinished;
+/// Packets may have times of their own, so that the last one written need not be the last one received.
+void UnfinishedArrival::TakeRecent() const {
+    const std::uint64_t since = LastWrite(m_mark).value_or(0) - kCoarsestTime;
     for (const base::TreeFile& file : base::FilesBelow(m_receive)) {
-        const std::uint64_t written = LastWrite(Path::Join(m_receive, file.RelativePath())).value_or(0);
-        if (written < newest) continue;
-        newest = written;
-        unfinished = file;
+        const std::wstring path = Path::Join(m_receive, file.RelativePath());
+        if (LastWrite(path).value_or(0) >= since) TryMove(path, Path::Join(m_aside, file.RelativePath()));
     }
-    if (unfinished)
-        TryMove(Path::Join(m_receive, unfinished->RelativePath()),
-                Path::Join(m_aside, unfinished->RelativePath()));
     FileSystem::TryDelete(m_mark);
 }
 
-/// Packets are received all the same where nothing can be created beside the folder.
+/// Beside a folder where nothing can be created, packets are received all the same.
 void UnfinishedArrival::Begin() const try {
     base::File::Open(m_mark, GENERIC_WRITE, 0, CREATE_ALWAYS);
 } catch (const base::Error&) {

@@ -6,8 +6,8 @@
 
 #include "host/cycle/PacketLedger.h"
 
-/// Takes the file that was received last out of the receive folder when a run ended while packets were
-/// received. It comes back when a later transfer, which reached the remote side, has not brought it anew.
+/// Takes the files that were written since a run began to receive, and did not end, out of the receive
+/// folder. They come back when a later transfer, which reached the remote side, has not brought them anew.
 /// Throws a failure.
 class UnfinishedArrival {
 public:
@@ -20,7 +20,7 @@ public:
     void End(bool received, PacketLedger& ledger) const;
 
 private:
-    void TakeNewest() const;
+    void TakeRecent() const;
     bool IsOffered(const base::TreeFile& file) const;
     void PutBack(const base::TreeFile& file) const;
 

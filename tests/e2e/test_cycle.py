@@ -74,7 +74,7 @@ class CycleTest(HostTest):
     def test_names_that_belong_to_the_transport_are_not_added(self):
         self.field.change("encoder", "zip")
         names = ("Backup/a.mdb", "c.mdb.AFZ", "d.mdb~Base.axd", "plain.axd", ".axd", ".AFZ", "rwd_testfile.txt",
-                 "e.mdb~Base.axd_bck")
+                 "e.mdb~Base.axd_bck", "f.mdb_BAK")
         self.put(self.field, *names, "sub/Backup/c.mdb")
         outcome = self.assert_run(self.field, 1)
         self.assertEqual(outcome.output.count("use another name"), len(names), outcome)
@@ -106,7 +106,10 @@ class CycleTest(HostTest):
         self.assert_run(self.enterprise, 0, {("in", "c.mdb"): "delivered"})
         self.assertTrue((self.enterprise.receive / "Backup" / "c.mdb").is_file())
 
-    def test_a_received_file_with_the_name_of_the_folder_test_is_set_aside(self):
+    def test_received_files_with_names_of_the_transport_itself_are_set_aside(self):
+        (self.to_enterprise / "x.mdb_bak").write_bytes(b"one")
+        self.assert_run(self.enterprise, 1, {("in", "x.mdb_bak"): "not delivered"})
+        (self.enterprise.receive.with_name("receive.refused") / "x.mdb_bak").unlink()
         for content in (b"one", b"two"):
             (self.to_enterprise / "RWD_TestFile.txt").write_bytes(content)
             outcome = self.assert_run(self.enterprise, 1, {("in", "RWD_TestFile.txt"): "not delivered"})

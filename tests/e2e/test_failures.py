@@ -99,6 +99,16 @@ class ObstacleTest(HostTest):
         file.unlink()
         self.assert_next_cycle_delivers()
 
+    def test_obstacles_beside_the_receive_folder(self):
+        self.enterprise.receive.with_name("receive.receiving").mkdir()
+        self.enterprise.receive.with_name("receive.refused").write_bytes(b"a file")
+        self.put(self.field, "a.mdb", "RWD_TestFile.txt", "sub/b.mdb", folder=self.to_enterprise)
+        outcome = self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "not delivered",
+                                                       ("in", "RWD_TestFile.txt"): "not delivered",
+                                                       ("in", "sub/b.mdb"): "delivered"})
+        self.assertEqual(outcome.output.count("receive.refused"), 2, outcome)
+        self.assert_nothing_lost()
+
     def test_an_older_file_that_cannot_be_removed(self):
         older = self.enterprise.inbox / "a.mdb"
         older.write_bytes(b"older")
