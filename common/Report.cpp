@@ -2,14 +2,11 @@
 #include "common/Report.h"
 
 #include "base/SystemError.h"
-#include "common/Apartment.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 
 void Report(std::wstring text, LONG eventType) {
-    // Objects outlive their apartment when a thread leaves COM and enters it again.
-    Quietly(&Main);
-    std::wstring source = ThisApartment().gk_sToolName;
+    std::wstring source = ToolName();
     ZNReportError(text, source, false, eventType);
 }
 

@@ -33,7 +33,7 @@ constexpr LONG kToolNumber = 145;
 }
 
 void ShowAndReport(const Procedure& self, const std::wstring& message, bool SupressMsg) {
-    if (!SupressMsg) ZNMsgBox(message, MB_ICONINFORMATION, ThisApartment().gk_sToolName);
+    if (!SupressMsg) ZNMsgBox(message, MB_ICONINFORMATION, ToolName());
     self.Report(message);
 }
 
@@ -86,6 +86,11 @@ void Main() {
     const com::Variant toolName = StartupServiceEntry(kToolNumber);
     apartment.gk_sToolName = com::Get<std::wstring>(&IZNBrandingResources::Text, resources, toolName.Get());
     apartment.started = true;
+}
+
+const std::wstring& ToolName() {
+    Quietly(&Main);
+    return ThisApartment().gk_sToolName;
 }
 
 bool CreateFolder(const std::wstring& Path, bool SupressMsg) {

@@ -8,6 +8,10 @@
 /// Runs the library's start-up in the calling apartment unless it ran already. Throws when it fails.
 void Main();
 
+/// The tool's name. Objects outlive their apartment when a thread leaves COM and enters it again: the new one
+/// is started, too. Empty where that fails.
+const std::wstring& ToolName();
+
 /// Creates one folder. True when it created it; a failure is shown unless SupressMsg, and reported.
 /// Throws like ZNMsgBox where it cannot be shown.
 bool CreateFolder(const std::wstring& Path, bool SupressMsg);

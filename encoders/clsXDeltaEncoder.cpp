@@ -5,7 +5,6 @@
 #include "base/Path.h"
 #include "com/Result.h"
 #include "com/Values.h"
-#include "common/Apartment.h"
 #include "common/DecodeStep.h"
 #include "common/Report.h"
 #include "common/modMain.h"
@@ -45,7 +44,7 @@ void clsXDeltaEncoder::XDeltaUtilLocation(const std::wstring& Folder) {
     // Raises to the caller of the property: without the program nothing can be encoded.
     std::wstring text =
         Lines(Member(L"XDeltaUtilLocation").Name(), L"program " + folder + L"xDelta.exe does not exist");
-    std::wstring source = ThisApartment().gk_sToolName;
+    std::wstring source = ToolName();
     ZNReportError(text, source);
 }
 

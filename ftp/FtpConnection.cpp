@@ -6,7 +6,7 @@
 
 #include "base/Error.h"
 #include "base/Text.h"
-#include "common/Apartment.h"
+#include "common/modMain.h"
 
 using base::ToSystemCodePage;
 using FileSystem::FileEntry;
@@ -47,9 +47,8 @@ FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
 }  // namespace
 
 bool FtpConnection::OpenSession() {
-    m_internet =
-        InternetHandle(WinInet().InternetOpenA(ToSystemCodePage(ThisApartment().gk_sToolName).c_str(),
-                                               INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
+    m_internet = InternetHandle(WinInet().InternetOpenA(ToSystemCodePage(ToolName()).c_str(),
+                                                        INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
     if (!m_internet) return false;
     LimitWaiting();
     return true;

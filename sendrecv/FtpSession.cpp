@@ -5,7 +5,7 @@
 #include "base/SystemError.h"
 #include "com/ErrorInfo.h"
 #include "com/Values.h"
-#include "common/Apartment.h"
+#include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "ftp/ShownProcedure.h"
 #include "ftp/settings/FtpPassword.h"
@@ -19,9 +19,7 @@ namespace {
 constexpr LONG kIncompleteLogin = 143;
 constexpr LONG kLoginFailed = 144;
 
-void ShowBrandedText(LONG number) {
-    ZNMsgBox(BrandedText(number), MB_ICONINFORMATION, ThisApartment().gk_sToolName);
-}
+void ShowBrandedText(LONG number) { ZNMsgBox(BrandedText(number), MB_ICONINFORMATION, ToolName()); }
 
 /// What is known about a failed connection; empty where the failure goes unreported.
 std::wstring ConnectFailure(DWORD error, const FtpSite& login) {
@@ -66,7 +64,7 @@ void SaveOrTell(const FtpSite& login, const Procedure& self) try { SaveLogin(log
     const std::wstring reason = base::CurrentFailure().description;
     self.ReportCurrentError();
     ZNMsgBox(Lines(L"The login works, but could not be saved. You will be asked for it again.", reason),
-             MB_ICONWARNING, ThisApartment().gk_sToolName);
+             MB_ICONWARNING, ToolName());
 }
 
 }  // namespace
