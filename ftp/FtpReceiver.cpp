@@ -125,9 +125,14 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         if (IsFolder(entry)) return true;
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
         base::RollBack part([&] { FileSystem::TryDelete(target); });
-        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target)) return false;
-        part.Dismiss();
-        if (m_connection.Delete(entry.name)) return true;
+        bool isListed = true;
+        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target, isListed)) return false;
+        // What is gone by now may have been a part, which the other side took away.
+        if (isListed) part.Dismiss();
+        if (m_connection.Delete(entry.name)) {
+            part.Dismiss();
+            return true;
+        }
         const DWORD error = GetLastError();
         return self.Fail(
             Lines(L"Failed to delete the file " + entry.name + L" from the FTP server.", ErrorText(error)));
@@ -157,12 +162,13 @@ bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
 
 /// The server's copy goes next. What the other side has uploaded since, or is still uploading, must not go
 /// with it.
-bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target) const {
+bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const {
     FileEntry found;
     if (m_connection.FindFile(name, found)) return HasListedSize(found, target);
     const DWORD error = GetLastError();
-    // Somebody else has taken it: the attempt to delete it tells so.
-    if (error == ERROR_NO_MORE_FILES) return true;
+    isListed = error != ERROR_NO_MORE_FILES;
+    // Somebody else has taken it, or lists do not tell its name: the attempt to delete it shows which.
+    if (!isListed) return true;
     return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
         .Fail(Lines(L"Could not verify that file " + name +
                         L" is unchanged on the FTP server. It stays there for the next transfer.",

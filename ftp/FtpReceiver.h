@@ -28,7 +28,8 @@ private:
 
     bool GetRemoteFile(const FileEntry& entry, const std::wstring& localFolder) const;
     bool Fetch(const FileEntry& entry, const std::wstring& localFolder, const std::wstring& target) const;
-    bool IsUnchanged(const std::wstring& name, const std::wstring& target) const;
+    /// isListed: becomes False for a file that the server does not list any more.
+    bool IsUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const;
     bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;
 
     bool m_supressMsg;

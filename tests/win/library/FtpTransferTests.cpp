@@ -251,9 +251,14 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
     server.listing.reset();
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Could not verify that file a.mdb is unchanged")));
-    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
-    server.afterGet = [] {};
-    EXPECT_TRUE(Receive());
+    server.afterGet = [&] { server.files.clear(); };
+    EXPECT_THAT(FailToReceive(),
+                OneFtpReport(L"GetRemoteFile", L"Failed to delete the file a.mdb from the FTP server.\r\n" +
+                                                   ErrorText(ERROR_INTERNET_EXTENDED_ERROR)));
+    EXPECT_THAT(temp.Files(L"receive"), IsEmpty()) << "a put that failed took its part away";
+    server.files["/out/a.mdb"] = "half and the rest";
+    server.afterGet = [&] { server.Fail("Find", {ERROR_NO_MORE_FILES}); };
+    EXPECT_TRUE(Receive()) << "a list that does not tell the name";
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
     EXPECT_THAT(server.files, IsEmpty());
 }
