@@ -39,14 +39,18 @@ std::wstring ReplyCode(const std::wstring& reply) {
     return code;
 }
 
-/// Whether data has flowed, so that the server may hold a part of the file. A put that was refused
-/// (permanently, or because the file is busy), or that had no data connection, leaves an older packet as it
-/// was; so may one that was given up waiting.
+/// Whether a reply refuses a put before its first byte: for ever, or because the server is about to close,
+/// has no data connection, or has the file in use.
+bool IsRefusal(const std::wstring& code) {
+    return code != L"552" && (!code.starts_with(L'4') || code == L"421" || code == L"425" || code == L"450");
+}
+
+/// Whether data has flowed, so that the server may hold a part of the file. A put that was refused, or that
+/// had no data connection, leaves an older packet as it was; so may one that was given up waiting.
 bool HasFlowed(const PutError& error) {
-    const std::wstring code = ReplyCode(error.reply);
     switch (error.code) {
     case ERROR_INTERNET_EXTENDED_ERROR:
-        return code == L"552" || (code.starts_with(L'4') && code != L"450");
+        return !IsRefusal(ReplyCode(error.reply));
     case ERROR_INTERNET_CONNECTION_ABORTED:
     case ERROR_INTERNET_CONNECTION_RESET:
         return true;

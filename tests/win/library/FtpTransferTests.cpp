@@ -115,7 +115,8 @@ TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
          {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full"})
         EXPECT_EQ(leftOf("con", kReply, reply), "") << reply;
     EXPECT_EQ(leftOf("old and whole", kReply, "452 Disk full"), "old and whole");
-    for (const char* reply : {"550 Overwrite permission denied\r\n", "553 No", "450 The file is busy", ""})
+    for (const char* reply : {"550 Overwrite permission denied\r\n", "553 No", "450 The file is busy",
+                              "425 Can't open data connection.", "421 Service not available", ""})
         EXPECT_EQ(leftOf("old", kReply, reply), "old") << reply;
     for (const DWORD error : {DWORD{ERROR_SHARING_VIOLATION}, DWORD{ERROR_INTERNET_CANNOT_CONNECT},
                               DWORD{ERROR_INTERNET_TIMEOUT}, DWORD{ERROR_INTERNET_LOGIN_FAILURE}})
