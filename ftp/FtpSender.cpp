@@ -90,7 +90,7 @@ bool FtpSender::MoveFiles(const std::wstring& local, const std::wstring& remote)
 
 bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const {
     const FileSystem::Listing listing = ListLocal(local);
-    if (IsEmpty(listing)) return ReturnTo(level, L"");
+    if (IsEmpty(listing)) return true;
     if (!SetRemoteFolder(remote)) {
         GoBack(level, L"");
         return false;

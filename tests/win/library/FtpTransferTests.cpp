@@ -37,7 +37,9 @@ TEST_F(FtpTransferTest, SendMovesFilesAndUpperCasedSubFolders) {
 
 TEST_F(FtpTransferTest, SendCreatesEachMissingRemoteFolderButNoneForNothing) {
     server.folders = {"/"};
+    const int calls = server.calls;
     EXPECT_TRUE(Send());
+    EXPECT_EQ(server.calls, calls + 1) << "no folder was entered that must be left";
     EXPECT_THAT(server.folders, ElementsAre("/")) << "an empty local folder is nothing to send";
     for (const wchar_t* folder : {L"a/b/c", L"d/"}) {
         Init({{L"RemoteSendFolder", folder}});
