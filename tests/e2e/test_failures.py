@@ -150,7 +150,8 @@ class LockedFileTest(HostTest):
             newer = self.root / "newer"
             newer.write_bytes(b"newer")
             process = self.start_run(self.field)
-            wait_until(lambda: any(self.field.send.iterdir()), process)
+            # From here on the older version is open; before, it would be replaced by its owner alone.
+            wait_until(lambda: any(path.suffix == ".arriving" for path in self.field.send.iterdir()), process)
             newer.replace(packet)
             outcome = finish(process)
             return outcome if "another version was saved" in outcome.output else None
