@@ -153,7 +153,7 @@ std::uint64_t CopyContent(const base::File& from, base::File& to) {
 /// meanwhile finds nothing that he could open, and a process that ends leaves nothing there.
 std::wstring Arrive(const std::wstring& source, const std::wstring& destination, Where where) try {
     const base::File from = base::File::Open(source, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
-    const std::wstring arrival = ArrivalBeside(destination);
+    std::wstring arrival = ArrivalBeside(destination);
     std::optional<base::File> to = base::File::TryCreateTransient(arrival, where);
     if (!to) throw SystemError(ERROR_FILE_EXISTS, "create", arrival, where);
     CheckWhole(CopyContent(from, *to), from.Size(), source, destination, where);

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "base/FileSystem.h"
@@ -52,9 +53,10 @@ void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {
 }
 
 void RemoveEmptyFolders(const std::wstring& folder) {
-    const std::vector<std::wstring> all = SubFolders(folder);
-    for (auto subFolder = all.rbegin(); subFolder != all.rend(); ++subFolder)
-        RemoveDirectoryW(FileSystem::Extended(Path::Join(folder, *subFolder)).c_str());
+    std::vector<std::wstring> deepestFirst = SubFolders(folder);
+    std::ranges::reverse(deepestFirst);
+    for (const std::wstring& subFolder : deepestFirst)
+        RemoveDirectoryW(FileSystem::Extended(Path::Join(folder, subFolder)).c_str());
 }
 
 }  // namespace base

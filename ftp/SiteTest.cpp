@@ -165,7 +165,7 @@ std::wstring SiteTest::Report() const {
 std::wstring CallFailure(DWORD error) {
     if (error == ERROR_SUCCESS) return L"The system gives no reason.";
     if (error == ERROR_INTERNET_EXTENDED_ERROR) {
-        const std::wstring answer = ServerAnswer();
+        std::wstring answer = ServerAnswer();
         if (!answer.empty()) return answer;
     }
     if (error < INTERNET_ERROR_BASE) return base::SystemText(error);

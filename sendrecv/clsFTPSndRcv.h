@@ -21,7 +21,7 @@ public:
         return com::Return(Value, m_sVerificationReport);
     }
     STDMETHODIMP get_DialogEnd(LONG* Value) override {
-        return com::Return(Value, LONG{m_administration.DialogEnd()});
+        return com::Return(Value, static_cast<LONG>(m_administration.DialogEnd()));
     }
     // _clsFTPSndRcv and IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override {

@@ -162,7 +162,7 @@ bool Session::DestroyBackup(const std::wstring& packetId) {
 
 std::wstring Session::VerifySite(std::wstring& report) {
     const auto site = com::As<_clsFTPSndRcv>(m_senderReceiver.Get());
-    std::wstring failure = com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite, site.Get());
+    auto failure = com::Get<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite, site.Get());
     report = com::Get<std::wstring>(&_clsFTPSndRcv::get_VerificationReport, site.Get());
     return failure;
 }
