@@ -52,6 +52,12 @@ void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {
     FileSystem::MoveReplacing(source, destination);
 }
 
+void TryMoveIntoTree(const std::wstring& source, const std::wstring& destination) try {
+    MoveIntoTree(source, destination);
+} catch (const Error&) {
+    return;
+}
+
 void RemoveEmptyFolders(const std::wstring& folder) {
     std::vector<std::wstring> deepestFirst = SubFolders(folder);
     std::ranges::reverse(deepestFirst);

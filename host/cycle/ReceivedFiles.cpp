@@ -25,9 +25,10 @@ Refusal RefusalOfArchive(const std::wstring& path) try {
 }
 
 Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
-    if (IsFolderTestFile(ledger.PacketIn(file).name))
+    const std::wstring packet = ledger.PacketIn(file).name;
+    if (IsFolderTestFile(packet))
         return L"it has the name of the file with which folders are tested, and would be deleted as that";
-    if (IsKeptCopy(ledger.PacketIn(file).name))
+    if (IsKeptCopy(packet))
         return L"it has the name of a copy that is kept of a replaced file, and would be deleted as that";
     if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
     return RefusalOfArchive(Path::Join(settings.receive, file.RelativePath()));

@@ -11,13 +11,11 @@ namespace {
 
 /// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now is with
 /// the next run.
-void Settle(bool replaced, const std::wstring& path, const std::wstring& place) try {
+void Settle(bool replaced, const std::wstring& path, const std::wstring& place) {
     if (replaced)
-        FileSystem::DeleteFile(path, FileSystem::ReadOnlyFiles::Delete);
+        FileSystem::TryDelete(path);
     else
-        base::MoveIntoTree(path, place);
-} catch (const base::Error&) {
-    return;
+        base::TryMoveIntoTree(path, place);
 }
 
 }  // namespace
@@ -64,6 +62,7 @@ void SendFolder::RecoverBackups() const {
 
 /// An encoder makes its file appear whole: what waits beside an older version is the newer one.
 void SendFolder::RecoverAside() const {
+    if (!FileSystem::FolderExists(m_aside)) return;
     const Packets newer = FilesIn(m_settings.send);
     for (const base::TreeFile& file : base::FilesBelow(m_aside))
         Settle(newer.contains(Key(file)), AsidePath(file), WaitingPath(file));
@@ -99,7 +98,7 @@ void SendFolder::OlderVersions::Replaced() {
 
 void SendFolder::OlderVersions::PutBack() const {
     for (const base::TreeFile& file : m_taken)
-        Settle(false, m_folder.AsidePath(file), m_folder.WaitingPath(file));
+        base::TryMoveIntoTree(m_folder.AsidePath(file), m_folder.WaitingPath(file));
     RemoveEmptyFolders();
 }
 

@@ -13,13 +13,6 @@ std::optional<std::uint64_t> LastWrite(const std::wstring& path) {
     return version ? std::optional(version->lastWrite) : std::nullopt;
 }
 
-/// What somebody else holds is not what the run that ended was receiving, or can wait for the next run.
-void TryMove(const std::wstring& source, const std::wstring& destination) try {
-    base::MoveIntoTree(source, destination);
-} catch (const base::Error&) {
-    return;
-}
-
 /// Some file systems keep times in steps of two seconds.
 constexpr std::uint64_t kCoarsestTime = 20'000'000;
 
@@ -34,12 +27,14 @@ UnfinishedArrival::UnfinishedArrival(const Settings& settings)
     if (FileSystem::FileExists(m_mark)) TakeRecent();
 }
 
+/// What somebody else holds is not what the run that ended was receiving, or can wait for the next run.
 /// Packets may have times of their own, so that the last one written need not be the last one received.
 void UnfinishedArrival::TakeRecent() const {
     const std::uint64_t since = LastWrite(m_mark).value_or(0) - kCoarsestTime;
     for (const base::TreeFile& file : base::FilesBelow(m_receive)) {
         const std::wstring path = Path::Join(m_receive, file.RelativePath());
-        if (LastWrite(path).value_or(0) >= since) TryMove(path, Path::Join(m_aside, file.RelativePath()));
+        if (LastWrite(path).value_or(0) >= since)
+            base::TryMoveIntoTree(path, Path::Join(m_aside, file.RelativePath()));
     }
     FileSystem::TryDelete(m_mark);
 }
@@ -76,5 +71,5 @@ void UnfinishedArrival::PutBack(const base::TreeFile& file) const {
     if (FileSystem::FileExists(place))
         FileSystem::TryDelete(aside);
     else
-        TryMove(aside, place);
+        base::TryMoveIntoTree(aside, place);
 }
