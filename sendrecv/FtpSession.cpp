@@ -1,8 +1,12 @@
 // See FtpSession.h.
 #include "sendrecv/FtpSession.h"
 
+#include <map>
+#include <utility>
+
 #include "base/RollBack.h"
 #include "base/SystemError.h"
+#include "base/Undo.h"
 #include "com/ErrorInfo.h"
 #include "com/Values.h"
 #include "common/modMain.h"
@@ -51,12 +55,27 @@ std::wstring StoredPassword(const std::wstring& password) {
     return bytes.find(L'\0') == std::wstring::npos ? bytes : FtpPassword::Encipher(password);
 }
 
+void Write(IZNRegistry* registry, const wchar_t* name, const std::wstring& value) {
+    com::Check(registry->Write(com::Bstr(name).Get(), com::Variant(value).Get()), name);
+}
+
+/// In whole or not: the password of one server is not for another.
 void SaveLogin(FtpSite login) {
     login.password = StoredPassword(login.password);
     IZNRegistry* const registry = OpenTransportKey();
-    for (const FtpSetting& setting : kFtpLoginSettings)
-        com::Check(registry->Write(com::Bstr(setting.name).Get(), com::Variant(login.*setting.member).Get()),
-                   setting.name);
+    std::map<const wchar_t*, std::wstring> before;
+    const auto write = [&] {
+        for (const FtpSetting& setting : kFtpLoginSettings) {
+            std::wstring value = ReadText(registry, setting.name);
+            Write(registry, setting.name, login.*setting.member);
+            before[setting.name] = std::move(value);
+        }
+    };
+    const auto restore = [&] {
+        for (const auto& [name, value] : before)
+            Write(registry, name, value);
+    };
+    base::DoOrUndo(write, restore, L"The saved login holds values of two logins.");
 }
 
 /// Who asked for a login to be saved must not wonder later why it is asked for again.

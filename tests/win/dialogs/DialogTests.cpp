@@ -296,7 +296,8 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
 }
 
 TEST_F(LoginTest, ALoginThatCannotBeSavedIsToldAndConnects) {
-    framework.Remove(__uuidof(ZNRegistry));
+    framework.registry[L"13/Transport/FTPServer"] = L"older";
+    framework.unwritable = L"13/Transport/FTPPassword";
     const User user(L"FTP Prompt", [&](const Screen& prompt) {
         SendMessageW(prompt.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
         Enter(prompt, L"ann", L"right");
@@ -306,6 +307,7 @@ TEST_F(LoginTest, ALoginThatCannotBeSavedIsToldAndConnects) {
     });
     EXPECT_TRUE(Connect());
     EXPECT_THAT(framework.LogText(), HasSubstr(L"clsFTPSndRcv.cls.ConnectAndSaveLogin"));
+    EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], L"older") << "with another one's password";
 }
 
 TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {

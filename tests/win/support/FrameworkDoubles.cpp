@@ -74,7 +74,11 @@ public:
         });
     }
     STDMETHODIMP Write(BSTR Name, VARIANT Value) override {
-        return Call([&] { g_current->registry[m_key + Text(Name)] = Variant(Value).Text(); });
+        return Call([&] {
+            const std::wstring entry = m_key + Text(Name);
+            if (entry == g_current->unwritable) base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            g_current->registry[entry] = Variant(Value).Text();
+        });
     }
 
 private:

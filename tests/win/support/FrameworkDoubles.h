@@ -41,6 +41,7 @@ public:
     std::map<std::wstring, std::wstring> registry;  ///< by "product/subkey/name"
     std::map<std::wstring, VARTYPE> defaults;       ///< types of the defaults that were offered, by entry
     std::wstring unreadable;                        ///< entry of the registry that cannot be read
+    std::wstring unwritable;                        ///< the same for writing
     bool userInterface = false;
     int userInterfaceQuestions = 0;
     HRESULT userInterfaceResult = S_OK;
