@@ -163,6 +163,7 @@ private:
 /// one call, for which Wine reads the whole list.
 void CountCalls(int files) {
     tests::FtpScript server;
+    server.tellsStatus = true;
     server.folders.insert("/packets");
     const tests::TempFolder temp;
     bench::WriteFiles(temp.Folder(L"from"), files, 1);

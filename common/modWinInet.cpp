@@ -54,6 +54,7 @@ WinInetFunctions& WinInet() {
         &::FtpGetFileA,
         &::FtpPutFileA,
         &::FtpDeleteFileA,
+        &::FtpCommandA,
     };
     return functions;
 }

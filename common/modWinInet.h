@@ -25,11 +25,12 @@ struct WinInetFunctions {
     decltype(&::FtpGetFileA) FtpGetFileA;
     decltype(&::FtpPutFileA) FtpPutFileA;
     decltype(&::FtpDeleteFileA) FtpDeleteFileA;
+    decltype(&::FtpCommandA) FtpCommandA;
 };
 
 /// The table in use; the system's functions until a test replaces them. A search that finds nothing ends
 /// with ERROR_NO_MORE_FILES wherever it runs.
 WinInetFunctions& WinInet();
 
-/// The server's reply that made the last call of this thread fail.
+/// The server's last reply to this thread, such as the one that made a call fail.
 std::wstring LastResponse();

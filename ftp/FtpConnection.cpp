@@ -2,6 +2,8 @@
 #include "ftp/FtpConnection.h"
 
 #include <array>
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "base/Error.h"
@@ -123,18 +125,43 @@ bool FtpConnection::FindNext(const InternetHandle& search, FileEntry& found) {
 }
 
 /// Some proxies and servers end a search for one file without handle and without error although the file
-/// is there: only an error says that it is not.
+/// is there: only an error says that it is not. The size of another name tells nothing.
 bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
     found = {name};
     FileEntry entry;
     const InternetHandle search = Find(name, entry);
     if (!search) return GetLastError() == ERROR_SUCCESS;
-    found = entry;
-    // The first one may be spelled in another case.
-    while (entry.name != name && FindNext(search, entry))
-        if (entry.name == name) found = entry;
+    do
+        if (entry.name == name || (base::EqualsIgnoringCase(entry.name, name) && found.size == 0))
+            found = entry;
+    while (entry.name != name && FindNext(search, entry));
     return true;
 }
+
+/// What a server answers to a command that asks for one property of a file.
+std::wstring FtpConnection::FileStatus(const wchar_t* command, const std::wstring& name) const {
+    constexpr std::wstring_view kFileStatus = L"213 ";
+    HINTERNET noData = nullptr;
+    if (!WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
+                               CommandText(std::wstring(command).append(L" ").append(name)).c_str(), 0,
+                               &noData))
+        return {};
+    const std::wstring reply = LastResponse();
+    const size_t start = reply.rfind(kFileStatus);
+    if (start == std::wstring::npos) return {};
+    const size_t value = start + kFileStatus.size();
+    return reply.substr(value, reply.find_first_of(L" \r\n", value) - value);
+}
+
+std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) const {
+    const std::string digits = ToSystemCodePage(FileStatus(L"SIZE", name));
+    std::uint64_t size = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), size);
+    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+    return size;
+}
+
+std::wstring FtpConnection::LastWriteOf(const std::wstring& name) const { return FileStatus(L"MDTM", name); }
 
 bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name, DWORD flags) const {
     return WinInet().FtpPutFileA(m_connection.Get(), ToSystemCodePage(localFile).c_str(),

@@ -3,6 +3,8 @@
 // characters, is thrown.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "base/FileSystem.h"
@@ -53,9 +55,15 @@ public:
     /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
     InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
     static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
-    /// The entry of one name. Without one, but without an error either, the name counts as found, with an
-    /// unknown size (0).
+    /// The entry of one name. Where the search ends without one and without an error, or with entries of
+    /// other names only, the name counts as found, with an unknown size (0).
     bool FindFile(const std::wstring& name, FileSystem::FileEntry& found) const;
+    /// The size of a file of the current remote folder, in bytes; nothing where the server does not tell.
+    /// Cheaper than a search, and exact, but only after a transfer: some servers tell it only of the bytes
+    /// that travel unchanged.
+    std::optional<std::uint64_t> SizeOf(const std::wstring& name) const;
+    /// When it was written, in the server's spelling and to the second; empty where the server does not tell.
+    std::wstring LastWriteOf(const std::wstring& name) const;
 
     // Files of the current remote folder.
     bool Put(const std::wstring& localFile, const std::wstring& name, DWORD flags = kFlags) const;
@@ -66,6 +74,7 @@ public:
 private:
     void LimitWaiting() const;
     bool SetCurrentFolder(const std::string& folder) const;
+    std::wstring FileStatus(const wchar_t* command, const std::wstring& name) const;
 
     InternetHandle m_internet;
     InternetHandle m_connection;  ///< closed first

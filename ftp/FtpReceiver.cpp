@@ -62,7 +62,9 @@ bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& loc
 /// holds would stay there for ever without a word.
 bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level) const {
     const std::wstring failure = FailureText(GetLastError());
-    if (!ReturnTo(level, L"")) return false;
+    // A server that refuses to go back, where nothing was entered, is at least there.
+    if (!GoBack(level, L"") && GetLastError() != ERROR_INTERNET_EXTENDED_ERROR)
+        return NoWayBack(level, GetLastError());
     if (level.depth > 0)
         ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
             .Fail(Lines(L"The FTP server lists the folder " + name +
@@ -126,7 +128,9 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
         base::RollBack part([&] { FileSystem::TryDelete(target); });
         bool isListed = true;
-        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target, isListed)) return false;
+        const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
+        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target, lastWrite, isListed))
+            return false;
         // What is gone by now may have been a part, which the other side took away.
         if (isListed) part.Dismiss();
         if (m_connection.Delete(entry.name)) {
@@ -162,7 +166,22 @@ bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
 
 /// The server's copy goes next. What the other side has uploaded since, or is still uploading, must not go
 /// with it.
-bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const {
+bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target,
+                              const std::wstring& lastWrite, bool& isListed) const {
+    const std::optional<std::uint64_t> size = m_connection.SizeOf(name);
+    // A list of a long folder takes long, once for each file.
+    if (!size) return IsListedUnchanged(name, target, isListed);
+    const std::uint64_t bytes = FileSystem::FileSize(target);
+    if (*size != bytes) return OtherSize(SizeDifference({name, *size}, bytes));
+    return m_connection.LastWriteOf(name) == lastWrite ||
+           ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+               .Fail(L"File " + name +
+                     L" was replaced on the FTP server while it was received. It stays there for the next "
+                     L"transfer.");
+}
+
+bool FtpReceiver::IsListedUnchanged(const std::wstring& name, const std::wstring& target,
+                                    bool& isListed) const {
     FileEntry found;
     if (m_connection.FindFile(name, found)) return HasListedSize(found, target);
     const DWORD error = GetLastError();
@@ -177,12 +196,13 @@ bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& targ
 
 bool FtpReceiver::HasListedSize(const FileEntry& listed, const std::wstring& target) const {
     const std::uint64_t bytes = FileSystem::FileSize(target);
-    if (MayBeListedSize(listed.size, bytes)) return true;
+    return MayBeListedSize(listed.size, bytes) || OtherSize(SizeDifference(listed, bytes));
+}
+
+bool FtpReceiver::OtherSize(const std::wstring& difference) const {
     return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
-        .Fail(
-            SizeDifference(listed, bytes) +
-            L" The other side may still be sending it. It stays on the server for the next transfer. If that "
-            L"happens again, replace it on the server by a file of its own (no link), whose size the "
-            L"server's "
-            L"list tells.");
+        .Fail(difference +
+              L" The other side may still be sending it. It stays on the server for the next transfer. If "
+              L"that happens again, replace it on the server by a file of its own (no link), whose size the "
+              L"server's list tells.");
 }

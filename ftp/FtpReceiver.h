@@ -10,7 +10,7 @@
 class FtpReceiver : FtpTransfer {
 public:
     /// supressMsg: a local folder that cannot be made is not shown in a message box.
-    FtpReceiver(const FtpConnection& connection, bool supressMsg, const HostProgress& progress)
+    FtpReceiver(FtpConnection& connection, bool supressMsg, const HostProgress& progress)
         : FtpTransfer(connection, progress), m_supressMsg(supressMsg) {}
 
     /// Needs no connection. False where it cannot be made, which is reported.
@@ -28,9 +28,13 @@ private:
 
     bool GetRemoteFile(const FileEntry& entry, const std::wstring& localFolder) const;
     bool Fetch(const FileEntry& entry, const std::wstring& localFolder, const std::wstring& target) const;
-    /// isListed: becomes False for a file that the server does not list any more.
-    bool IsUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const;
+    /// lastWrite: as the server told it before the file came. isListed: becomes False for a file that the
+    /// server does not list any more.
+    bool IsUnchanged(const std::wstring& name, const std::wstring& target, const std::wstring& lastWrite,
+                     bool& isListed) const;
+    bool IsListedUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const;
     bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;
+    bool OtherSize(const std::wstring& difference) const;
 
     bool m_supressMsg;
 };

@@ -10,8 +10,7 @@
 
 class FtpSender : FtpTransfer {
 public:
-    FtpSender(const FtpConnection& connection, const HostProgress& progress)
-        : FtpTransfer(connection, progress) {}
+    FtpSender(FtpConnection& connection, const HostProgress& progress) : FtpTransfer(connection, progress) {}
 
     /// remote: is created unless there is nothing to send. Sub-folders go into upper-cased ones. The first
     /// file that fails ends the transfer, with a report; then the current remote folder is where it failed.

@@ -1,19 +1,27 @@
 // See FtpTransfer.h.
 #include "ftp/FtpTransfer.h"
 
+#include <algorithm>
+
 #include "base/Text.h"
 #include "com/MessagePump.h"
 #include "ftp/ShownProcedure.h"
 
 namespace {
 
-/// From a path to where it was entered, for servers that do not tell where that is. An absolute path is
-/// entered again from anywhere.
+/// From a path to where it was entered, for servers that do not tell where that is; empty when there is no
+/// way.
 std::wstring WayBack(const std::wstring& path) {
-    std::wstring way = L".";
-    if (path.starts_with(L'/')) return way;
-    for (size_t i = 0; i < path.size(); ++i)
-        if (path[i] != L'/' && (i == 0 || path[i - 1] == L'/')) way += L"/..";
+    std::wstring way = path.starts_with(L'/') ? L"" : L".";
+    for (size_t start = 0; start < path.size() && !way.empty();) {
+        const size_t end = std::min(path.find(L'/', start), path.size());
+        const std::wstring name = path.substr(start, end - start);
+        if (name == L"..")
+            way.clear();
+        else if (!name.empty() && name != L".")
+            way += L"/..";
+        start = end + 1;
+    }
     return way;
 }
 
@@ -37,13 +45,21 @@ std::wstring FtpTransfer::SizeDifference(const FileEntry& listed, std::uint64_t 
 }
 
 bool FtpTransfer::GoBack(const Level& level, const std::wstring& entered) const {
-    return level.start.empty() ? m_connection.Enter(WayBack(entered)) : m_connection.ReturnTo(level.start);
+    if (m_connection.ReturnTo(level.start)) return true;
+    const std::wstring way = WayBack(entered);
+    return !way.empty() && m_connection.Enter(way);
 }
 
 /// Remote folders are entered by their names: from a wrong one, everything after it would land elsewhere.
 bool FtpTransfer::ReturnTo(const Level& level, const std::wstring& entered) const {
     if (GoBack(level, entered)) return true;
-    const DWORD error = GetLastError();
+    NoWayBack(level, GetLastError());
+    if (level.depth > 0) return false;
+    m_connection.Close();
+    return true;
+}
+
+bool FtpTransfer::NoWayBack(const Level& level, DWORD error) const {
     return ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
         .Fail(L"Could not set current directory(" + base::FromSystemCodePage(level.start) + L"): " +
               ErrorText(error));

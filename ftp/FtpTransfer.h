@@ -32,7 +32,7 @@ protected:
         int depth = 0;  ///< 0 for the folder of the transfer
     };
 
-    FtpTransfer(const FtpConnection& connection, const HostProgress& progress)
+    FtpTransfer(FtpConnection& connection, const HostProgress& progress)
         : m_connection(connection), m_progress(progress) {}
     ~FtpTransfer() = default;
 
@@ -40,8 +40,10 @@ protected:
     static std::wstring SizeDifference(const FileEntry& listed, std::uint64_t bytes);
     /// Goes back to where a folder of a transfer was entered. False, and GetLastError tells why.
     bool GoBack(const Level& level, const std::wstring& entered) const;
-    /// The same; a failure is reported.
+    /// The same, once everything of the folder was moved; a failure is reported. At the end of a transfer
+    /// it closes the connection, and nothing else: the next transfer begins where a login begins.
     bool ReturnTo(const Level& level, const std::wstring& entered) const;
+    bool NoWayBack(const Level& level, DWORD error) const;
     /// Moves one file after the other, until one fails. The host sees each, and processes its messages.
     bool MoveEach(const FileList& files, const std::function<bool(const FileEntry&)>& move) const;
 
@@ -51,7 +53,7 @@ protected:
                         const std::wstring& entered,
                         const std::function<bool(const std::wstring&, const Level&)>& move) const;
 
-    const FtpConnection& m_connection;
+    FtpConnection& m_connection;
     const HostProgress& m_progress;
 
 private:

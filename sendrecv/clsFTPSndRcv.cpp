@@ -2,6 +2,7 @@
 #include "sendrecv/clsFTPSndRcv.h"
 
 #include "base/Error.h"
+#include "base/RollBack.h"
 #include "base/Text.h"
 #include "ftp/FtpReceiver.h"
 #include "ftp/FtpSender.h"
@@ -106,8 +107,11 @@ bool clsFTPSndRcv::InternalOpenConnection(const HostProgress& progress) {
 
 STDMETHODIMP clsFTPSndRcv::Connect(VARIANT_BOOL* Success) {
     return Return(Success, [&] {
-        return Procedure(L"clsFTPSndRcv.cls.IZNSenderReceiver_Connect").Guard(false, [&] {
-            return InternalOpenConnection(HostProgress(nullptr));
+        const Procedure self(L"clsFTPSndRcv.cls.IZNSenderReceiver_Connect");
+        const HostProgress progress(nullptr);
+        return self.Guard(false, [&] {
+            return m_session.connection.IsConnected() ||
+                   Exclusively(self, progress, [&] { return InternalOpenConnection(progress); });
         });
     });
 }
@@ -122,6 +126,19 @@ STDMETHODIMP clsFTPSndRcv::Disconnect(VARIANT_BOOL* Success) {
     });
 }
 
+/// Hosts call in while their messages are processed. A transfer inside a transfer would begin in whatever
+/// remote folder that one is in, and put its files there.
+template <class Call>
+bool clsFTPSndRcv::Exclusively(const Procedure& self, const HostProgress& progress, Call&& call) {
+    if (m_working)
+        return ShownProcedure(self.Name(), progress)
+            .Fail(L"This sender/receiver is connecting, sending or receiving already. Call again when that "
+                  L"call has returned.");
+    m_working = true;
+    const base::RollBack end([this] { m_working = false; });
+    return call();
+}
+
 bool clsFTPSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
     const Procedure self(L"clsFTPSndRcv.cls.IZNSenderReceiver_Send");
     return self.Guard(false, [&] {
@@ -134,8 +151,10 @@ bool clsFTPSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
             return ShownProcedure(self.Name(), progress).Fail(L"one or more of the Send folders are not set");
         progress.SetRange(0, 1);
         progress.StatusText(L"Sending files");
-        const bool sent = InternalOpenConnection(progress) &&
-                          FtpSender(m_session.connection, progress).MoveFiles(local, remote);
+        const bool sent = Exclusively(self, progress, [&] {
+            return InternalOpenConnection(progress) &&
+                   FtpSender(m_session.connection, progress).MoveFiles(local, remote);
+        });
         // A login that the user cancelled ends the cycle quietly.
         return (sent || m_session.LoginCancelled) && !progress.Cancelled();
     });
@@ -154,8 +173,10 @@ bool clsFTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUn
         const std::wstring remote = m_sRemoteReceiveFolder + L"/" + base::Upper(FolderName);
         const std::wstring local = m_sLocalReceiveFolder + L"\\" + FolderName;
         const FtpReceiver receiver(m_session.connection, SupressMsg, progress);
-        const bool received = receiver.MakeLocalFolder(local) && InternalOpenConnection(progress) &&
-                              receiver.MoveFiles(remote, local);
+        const bool received = Exclusively(self, progress, [&] {
+            return receiver.MakeLocalFolder(local) && InternalOpenConnection(progress) &&
+                   receiver.MoveFiles(remote, local);
+        });
         if (!received && !m_session.LoginCancelled) return false;
         // Hosts rely on being asked here, too; what was received stays received.
         progress.Cancelled();

@@ -54,9 +54,12 @@ private:
     void ProcessParameters();
     void ReadMissingSettings(const Procedure& self);
     bool InternalOpenConnection(const HostProgress& progress);
+    template <class Call>
+    bool Exclusively(const Procedure& self, const HostProgress& progress, Call&& call);
 
     FtpSession m_session;
     bool m_bSettingsProcessed = false;
+    bool m_working = false;
     std::wstring m_sVerificationReport;
     FtpAdministration m_administration;
 };

@@ -266,6 +266,23 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
     EXPECT_THAT(server.files, IsEmpty());
 }
 
+TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
+    server.tellsStatus = true;
+    server.files["/out/a.mdb"] = "half";
+    server.afterGet = [&] { server.files["/out/a.mdb"] = "half and the rest"; };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"17 bytes, but here it has 4 bytes.")));
+    server.afterGet = [&] {
+        server.files["/out/a.mdb"] = "another version!!";
+        server.lastWrites["/out/a.mdb"] = "20260102030405";
+    };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")))
+        << "of the same size";
+    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+    server.afterGet = [&] { server.Fail("Find", {kLost}); };
+    EXPECT_TRUE(Receive());
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "another version!!");
+}
+
 TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {
     server.files["/out/a.mdb"] = "new";
     base::FileHandle lock = Held(temp.File(L"receive\\a.mdb", "held"), GENERIC_READ, FILE_SHARE_READ);
@@ -313,11 +330,11 @@ TEST_F(FtpTransferTest, AConnectionThatIsLostBetweenFoldersIsReported) {
         return OneFtpReport(L"MoveFiles",
                             L"Could not set current directory(" + folder + L"): " + ErrorText(error));
     };
-    server.Fail("SetFolder", {kLost, kLost});
+    server.Fail("SetFolder", {kLost, kLost, kLost});
     EXPECT_THAT(FailToReceive(), report(L"/", kLost)) << "not the same as a missing folder";
     temp.File(L"send\\a\\1.mdb");
     temp.File(L"send\\b\\2.mdb");
-    server.afterPut = [&] { server.Fail("SetFolder", {kLost}); };
+    server.afterPut = [&] { server.Fail("SetFolder", {kLost, kLost}); };
     EXPECT_THAT(FailToSend(), report(L"/in", kLost));
     EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"b\\2.mdb")) << "it would have landed in in/A";
 }
@@ -348,7 +365,54 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
     server.folders.erase("/home/out/SUB");
     EXPECT_TRUE(Receive());
     EXPECT_TRUE(Receive(L"missing"));
+    server.Fail("SetFolder", {ERROR_INTERNET_EXTENDED_ERROR, ERROR_INTERNET_EXTENDED_ERROR});
+    EXPECT_TRUE(Receive(L"missing")) << "also on a server that does not take a dot for the folder";
     EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, WhatWasMovedIsMovedAlsoWhereThereIsNoWayBack) {
+    server.folders = {"/home", "/home/in"};
+    server.home = "/home";
+    const auto refuse = [&](size_t times) {
+        server.afterEntering = [&, times] {
+            if (server.currentFolder == "/home/in")
+                server.Fail("SetFolder", std::vector<DWORD>(times, ERROR_INTERNET_EXTENDED_ERROR));
+        };
+        temp.File(L"send\\a.mdb");
+    };
+    refuse(1);
+    EXPECT_TRUE(Send());
+    EXPECT_EQ(server.currentFolder, "/home") << "a folder that the server names but refuses has a way up";
+    refuse(2);
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(framework.log, ElementsAre(Tells(L"Could not set current directory(/home)")));
+    EXPECT_THAT(server.open, IsEmpty()) << "the next transfer must not begin in this folder";
+    EXPECT_TRUE(Connect());
+}
+
+TEST_F(FtpTransferTest, ATransferInsideATransferIsRefused) {
+    temp.File(L"send\\a.mdb", "1");
+    temp.File(L"send\\b.mdb", "2");
+    server.files["/out/c.mdb"] = "3";
+    server.afterPut = [&] {
+        EXPECT_FALSE(SenderReceiverTest::Receive(L""));
+        EXPECT_FALSE(SenderReceiverTest::Send());
+    };
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(framework.log, Each(Tells(L"is connecting, sending or receiving already")));
+    EXPECT_THAT(server.files,
+                ElementsAre(Pair("/in/a.mdb", "1"), Pair("/in/b.mdb", "2"), Pair("/out/c.mdb", "3")));
+    framework.log.clear();
+    server.afterPut = [&] {
+        Disconnect();
+        EXPECT_FALSE(Connect()) << "it would begin in the home folder";
+    };
+    server.checksHandles = false;
+    temp.File(L"send\\a.mdb", "4");
+    temp.File(L"send\\b.mdb", "5");
+    EXPECT_FALSE(Send());
+    EXPECT_THAT(temp.Files(L"send"), ElementsAre(L"a.mdb", L"b.mdb"));
+    EXPECT_TRUE(Connect());
 }
 
 TEST_F(FtpTransferTest, AListedFolderThatCannotBeEnteredIsReported) {

@@ -32,8 +32,9 @@ bool Succeed(const std::string& function) {
 }
 
 bool Succeed(const std::string& function, HINTERNET handle) {
-    EXPECT_TRUE(g_script->open.contains(handle)) << function << " without a connection";
-    return Succeed(function);
+    const bool isOpen = g_script->open.contains(handle);
+    EXPECT_TRUE(isOpen || !g_script->checksHandles) << function << " without a connection";
+    return isOpen ? Succeed(function) : Result(false, ERROR_INVALID_HANDLE) != FALSE;
 }
 
 HINTERNET NewHandle() {
@@ -188,12 +189,26 @@ BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
     return Result(g_script->files.erase(PathOf(name)) != 0, ERROR_INTERNET_EXTENDED_ERROR);
 }
 
+BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command, DWORD_PTR, HINTERNET*) {
+    EXPECT_FALSE(expectData);
+    if (!Succeed("Command", connection)) return FALSE;
+    const std::string text = command;
+    const auto file = g_script->files.find(PathOf(text.substr(5)));
+    if (!g_script->tellsStatus || file == g_script->files.end())
+        return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
+    g_script->response = "213 " +
+                         (text.starts_with("SIZE ") ? std::to_string(file->second.size())
+                                                    : g_script->lastWrites[file->first]) +
+                         "\r\n";
+    return TRUE;
+}
+
 }  // namespace
 
 FtpScript::FtpScript() : m_real(WinInet()) {
     g_script = this;
     WinInet() = {&Open,      &SetOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
-                 &GetFolder, &Create,    &Find,    &Get,   &Put,      &Delete};
+                 &GetFolder, &Create,    &Find,    &Get,   &Put,      &Delete,       &Command};
 }
 
 FtpScript::~FtpScript() {

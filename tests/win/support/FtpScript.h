@@ -41,6 +41,8 @@ public:
     std::string home = "/";  ///< where a connection begins
     std::string currentFolder = "/";
     std::optional<std::vector<RemoteEntry>> listing;  ///< what every folder lists, instead of the tree
+    bool tellsStatus = false;                         ///< whether the server knows the commands SIZE and MDTM
+    std::map<std::string, std::string> lastWrites;    ///< what MDTM tells, by path
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
     std::function<void()> afterPut = [] {};       ///< what happens once a file was sent
@@ -52,6 +54,7 @@ public:
     std::map<DWORD, DWORD> options;   ///< of the session
     int calls = 0;                    ///< of all functions
     std::set<HINTERNET> open;         ///< handles
+    bool checksHandles = true;        ///< whether a call without a connection fails the test, not only itself
 
 private:
     WinInetFunctions m_real;
