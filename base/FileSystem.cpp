@@ -74,11 +74,20 @@ base::FileHandle TryOpenToRead(const std::wstring& path, DWORD sharing) {
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-/// A file system that tells nothing of its files has only their names.
+/// information: what one of the system's functions tells of a file.
+FileVersion VersionIn(const auto& information) {
+    const FILETIME& lastWrite = information.ftLastWriteTime;
+    return {Wide(information.nFileSizeHigh, information.nFileSizeLow),
+            Wide(lastWrite.dwHighDateTime, lastWrite.dwLowDateTime)};
+}
+
+/// A file system that tells nothing of its files has only their names; one that does not number them has
+/// their sizes and times.
 bool IsSameFile(HANDLE left, HANDLE right) {
     BY_HANDLE_FILE_INFORMATION a;
     BY_HANDLE_FILE_INFORMATION b;
     if (!GetFileInformationByHandle(left, &a) || !GetFileInformationByHandle(right, &b)) return true;
+    if (a.nFileIndexHigh == 0 && a.nFileIndexLow == 0 && VersionIn(a) != VersionIn(b)) return false;
     return a.dwVolumeSerialNumber == b.dwVolumeSerialNumber && a.nFileIndexHigh == b.nFileIndexHigh &&
            a.nFileIndexLow == b.nFileIndexLow;
 }
@@ -228,8 +237,7 @@ std::uint64_t FileSize(const std::wstring& path, Where where) {
 std::optional<FileVersion> VersionOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;
-    return FileVersion{Wide(data.nFileSizeHigh, data.nFileSizeLow),
-                       Wide(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)};
+    return VersionIn(data);
 }
 
 void List(const std::wstring& folder, Listing& listing, Where where) {

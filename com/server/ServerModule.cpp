@@ -55,7 +55,9 @@ HRESULT CanUnloadNow() noexcept {
     if (IsModuleLocked()) return S_FALSE;
     TypeInfoCache::ReleaseAll();
     const auto releaseApartment = ThisModule().releaseApartment;
-    return !releaseApartment || releaseApartment() ? S_OK : S_FALSE;
+    if (releaseApartment && !releaseApartment()) return S_FALSE;
+    // What was released may have called in.
+    return IsModuleLocked() ? S_FALSE : S_OK;
 }
 
 }  // namespace com
