@@ -32,6 +32,7 @@ STDMETHODIMP ConsoleProgress::SetRange(LONG Low, LONG High) {
 }
 
 STDMETHODIMP ConsoleProgress::AddMessage(BSTR Text, LONG Level) {
+    m_watchdog.Hear();
     return com::Call([&] {
         const std::wstring prefix = Level == ZN_PROGRESS_FAILURE ? L"failed: " : L"";
         PrintIndented(prefix + com::Text(Text));

@@ -2,6 +2,7 @@
 #include "host/cycle/Cycle.h"
 
 #include <algorithm>
+#include <chrono>
 #include <set>
 
 #include "base/Error.h"
@@ -35,6 +36,7 @@ private:
     void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
     Hindrance Refusal(const base::TreeFile& file) const;
     void LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const;
+    std::chrono::seconds Patience() const;
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
@@ -154,8 +156,13 @@ void Cycle::LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock
     base::MoveIntoTree(source, Path::Join(m_settings.sent, file.RelativePath()));
 }
 
+/// Where a person may be asked something, only a person can tell how long that takes.
+std::chrono::seconds Cycle::Patience() const {
+    return std::chrono::seconds(m_settings.userInterface ? 0 : std::stoi(m_settings.patience));
+}
+
 Hindrance Cycle::Transfer() {
-    const Microsoft::WRL::ComPtr<ConsoleProgress> progress = com::Make<ConsoleProgress>();
+    const auto progress = com::Make<ConsoleProgress>(Patience());
     Hindrance failure = Try([&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });

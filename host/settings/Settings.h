@@ -32,6 +32,7 @@ struct Settings {
     std::wstring applicationName;
     Transport transport = Transport::Folder;
     bool userInterface = false;
+    std::wstring patience;  ///< in seconds
     bool backups = false;
     EncoderKind encoder = EncoderKind::None;  ///< of packets that are sent
     std::wstring outbox;

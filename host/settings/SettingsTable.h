@@ -146,6 +146,10 @@ inline constexpr auto kSettings = [] {
         Line<&Settings::userInterface>(
             Host, L"user_interface", Text, Optional, L"no",
             L"Whether message boxes may be shown: yes or no. Keep no for unattended runs."),
+        Line<&Settings::patience>(
+            Host, L"patience", Number, Optional, L"3600",
+            L"Seconds after which a run without user interface ends when it hears nothing of the remote "
+            L"side, 0 for never. Under Wine, which counts no bytes, also the time that one packet may take."),
         Line<&Settings::backups>(
             Host, L"backups", Text, Optional, L"no",
             L"Whether received packets are also kept in the folder Backup of the receive folder: yes or no."),

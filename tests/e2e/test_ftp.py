@@ -150,6 +150,16 @@ class InterruptionTest(FtpHostTest):
         self.field.change("server", self.server.address)
         self.assert_next_cycle_delivers()
 
+    def test_a_run_ends_by_itself_when_the_server_is_silent(self):
+        with socket.create_server((own_address(), 21)) as silent:
+            self.put(self.field, "a.mdb")
+            self.field.change("server", silent.getsockname()[0])
+            self.field.change("patience", "2")
+            outcome = self.assert_run(self.field, 1)
+        self.assertIn("nothing was heard of the remote side for 2 seconds", outcome.errors)
+        self.field.change("server", self.server.address)
+        self.assert_next_cycle_delivers()
+
     def test_the_connection_drops_at_each_step_of_a_file(self):
         for side, command, reply in ((self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
                                      (self.field, b"LIST", b"150"), (self.enterprise, b"LIST", b"226"),

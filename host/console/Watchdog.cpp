@@ -1,0 +1,53 @@
+// See Watchdog.h.
+#include "host/console/Watchdog.h"
+
+#include <string>
+
+#include "base/Console.h"
+#include "base/SystemError.h"
+#include "host/console/ExitCode.h"
+
+namespace {
+
+/// Bytes that the process has read, written and sent: in the middle of a large file nothing else tells that
+/// the other side is there.
+std::uint64_t TransferredBytes() noexcept {
+    IO_COUNTERS counters{};
+    GetProcessIoCounters(GetCurrentProcess(), &counters);
+    return counters.ReadTransferCount + counters.WriteTransferCount + counters.OtherTransferCount;
+}
+
+}  // namespace
+
+Watchdog::Watchdog(std::chrono::seconds patience) : m_patience(patience), m_transferred(TransferredBytes()) {
+    if (patience == patience.zero()) return;
+    m_heard = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    if (!m_heard) base::ThrowWin32(GetLastError(), L"create an event");
+    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(patience).count();
+    if (!RegisterWaitForSingleObject(&m_wait, m_heard.Get(), &Wake, this, static_cast<DWORD>(milliseconds),
+                                     WT_EXECUTEDEFAULT))
+        base::ThrowWin32(GetLastError(), L"register a wait");
+}
+
+Watchdog::~Watchdog() {
+    // Until a call of Wake that is under way has returned.
+    if (m_wait) UnregisterWaitEx(m_wait, INVALID_HANDLE_VALUE);
+}
+
+void Watchdog::Hear() const noexcept {
+    if (m_heard) SetEvent(m_heard.Get());
+}
+
+void CALLBACK Watchdog::Wake(void* watchdog, BOOLEAN timedOut) {
+    if (timedOut) static_cast<Watchdog*>(watchdog)->EndIfIdle();
+}
+
+void Watchdog::EndIfIdle() {
+    const std::uint64_t before = m_transferred;
+    m_transferred = TransferredBytes();
+    if (m_transferred != before) return;
+    Console::ErrorLine(L"znhost: nothing was heard of the remote side for " +
+                       std::to_wstring(m_patience.count()) +
+                       L" seconds, so that the run ends here. The next run goes on with what was not moved.");
+    TerminateProcess(GetCurrentProcess(), kSomethingLeft);
+}

@@ -1,0 +1,33 @@
+// Ends a run that waits for somebody who never answers.
+#pragma once
+
+#include <windows.h>
+
+#include <chrono>
+#include <cstdint>
+
+#include "base/Handle.h"
+
+/// Ends the process once nothing was heard for a while. Some waits of the system have no end, such as that
+/// for a data connection which a firewall keeps away: a computer that works by itself would be stuck for
+/// good.
+class Watchdog {
+public:
+    /// patience: none for ever.
+    explicit Watchdog(std::chrono::seconds patience);
+    Watchdog(const Watchdog&) = delete;
+    Watchdog& operator=(const Watchdog&) = delete;
+    ~Watchdog();
+
+    /// Something happened.
+    void Hear() const noexcept;
+
+private:
+    static void CALLBACK Wake(void* watchdog, BOOLEAN timedOut);
+    void EndIfIdle();
+
+    const std::chrono::seconds m_patience;
+    base::KernelHandle m_heard;  ///< an event
+    HANDLE m_wait = nullptr;
+    std::uint64_t m_transferred;
+};
