@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/FileSystem.h"
 #include "base/Path.h"
 
 namespace base {
@@ -45,6 +44,17 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder) {
         for (TreeFile& file : FilesIn(folder, subFolder))
             all.push_back(std::move(file));
     return all;
+}
+
+TreeSnapshot::TreeSnapshot(const std::wstring& folder) : m_folder(folder) {
+    for (const TreeFile& file : FilesBelow(folder))
+        m_files[file.RelativePath()] = FileSystem::VersionOf(Path::Join(folder, file.RelativePath()));
+}
+
+bool TreeSnapshot::Holds(const TreeFile& file) const {
+    const auto found = m_files.find(file.RelativePath());
+    return found != m_files.end() &&
+           found->second == FileSystem::VersionOf(Path::Join(m_folder, file.RelativePath()));
 }
 
 void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {

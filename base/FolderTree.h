@@ -2,8 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "base/FileSystem.h"
 
 namespace base {
 
@@ -23,6 +27,20 @@ std::vector<std::wstring> SubFolders(const std::wstring& folder);
 std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder);
 /// All files in a folder and below it; none when it does not exist. Throws a failure.
 std::vector<TreeFile> FilesBelow(const std::wstring& folder);
+
+/// What the files of a folder and below it were at a moment.
+class TreeSnapshot {
+public:
+    /// Throws a failure.
+    explicit TreeSnapshot(const std::wstring& folder);
+
+    /// Whether a file is one of them still.
+    bool Holds(const TreeFile& file) const;
+
+private:
+    std::wstring m_folder;
+    std::map<std::wstring, std::optional<FileSystem::FileVersion>> m_files;  // by relative path
+};
 
 /// Moves a file in the place of any other of the destination's name; folders above that are created. Throws a
 /// failure.

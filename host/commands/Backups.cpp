@@ -8,6 +8,8 @@
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
+#include "host/cycle/CycleLock.h"
+#include "host/cycle/KeptBackups.h"
 #include "host/session/ComApartment.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
@@ -56,6 +58,8 @@ int Destroy(Session& session, const std::wstring& packetId) {
 
 int commands::Backups(const Options& options) {
     const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile});
+    const CycleLock lock(settings.file);
+    KeptBackups(settings).PutBack();  // of a run that was ended
     const ComApartment apartment;
     Session session(settings);
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();

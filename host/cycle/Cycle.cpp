@@ -42,7 +42,7 @@ private:
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
     bool RemoteSideIsThere() const;
     std::vector<base::TreeFile> OfferedFiles() const;
-    void DeliverFolder(const std::wstring& subFolder);
+    void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
     void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
                         const std::wstring& reason);
@@ -61,7 +61,9 @@ CycleResult Cycle::Run() {
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
     const UnfinishedArrival unfinished(m_settings);
+    const base::TreeSnapshot waitingHere(m_settings.receive);
     KeptBackups backups(m_settings);
+    backups.Take();
     unfinished.Begin();
     Hindrance failure = Transfer();
     if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
@@ -79,7 +81,7 @@ CycleResult Cycle::Run() {
         failure = notPutBack;
     else
         for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
-            DeliverFolder(subFolder);
+            DeliverFolder(subFolder, waitingHere);
     return {m_ledger.Outcomes(), failure, Interrupt::Requested()};
 }
 
@@ -201,10 +203,10 @@ void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
             m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
 }
 
-void Cycle::DeliverFolder(const std::wstring& subFolder) {
+void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
     // What is refused must not be among the files that the library lists.
     const Hindrance notSetAside = Try([&] {
-        SetAsideRefusedFiles(m_settings, subFolder, m_ledger);
+        SetAsideRefusedFiles(m_settings, subFolder, waiting, m_ledger);
         return true;
     });
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);

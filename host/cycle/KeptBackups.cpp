@@ -6,6 +6,7 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -31,19 +32,18 @@ std::wstring WhyMoved(const std::wstring& subFolder) {
 KeptBackups::KeptBackups(const Settings& settings)
     : m_receive(settings.receive),
       m_backups(Path::Join(settings.receive, kBackup)),
-      m_kept(settings.receive + L".backups") {
-    if (FileSystem::FolderExists(m_kept)) PutBack();  // of a process that ended in between
-    Take();
-}
+      m_kept(kKeptBackups.Path(settings)) {}
 
-/// Backups in use, or beside a folder where nothing can be created, stay: packets are received all the same.
-void KeptBackups::Take() const try {
+void KeptBackups::Take() try {
+    PutBack();  // of a process that ended in between
     if (FileSystem::FolderExists(m_backups))
         FileSystem::MoveFile(m_backups, m_kept);
     else
         FileSystem::CreateFolders(m_kept);  // without backups all that arrives there is none
 } catch (const base::Error&) {
-    return;
+    // In use, or beside a folder where nothing can be created. Packets are received all the same, and what
+    // changes in the folder has arrived.
+    if (!FileSystem::FolderExists(m_kept)) m_stayed.emplace(m_backups);
 }
 
 KeptBackups::~KeptBackups() {
@@ -51,8 +51,9 @@ KeptBackups::~KeptBackups() {
 }
 
 void KeptBackups::PutBack() {
-    if (!FileSystem::FolderExists(m_kept)) return;
+    if (!FileSystem::FolderExists(m_kept) && !m_stayed) return;
     MoveArrivals();
+    m_stayed.reset();
     base::RemoveEmptyFolders(m_kept);
     if (FileSystem::FolderExists(m_kept)) FileSystem::MoveFile(m_kept, m_backups);
 }
@@ -62,8 +63,10 @@ void KeptBackups::MoveArrivals() const {
     const std::wstring arrivals = Path::Join(m_receive, kArrivals);
     if (FileSystem::FileExists(m_backups)) base::MoveIntoTree(m_backups, Path::Join(arrivals, kBackup));
     if (!FileSystem::FolderExists(m_backups)) return;
-    for (const base::TreeFile& file : base::FilesBelow(m_backups))
+    for (const base::TreeFile& file : base::FilesBelow(m_backups)) {
+        if (m_stayed && m_stayed->Holds(file)) continue;
         base::MoveIntoTree(Path::Join(m_backups, file.RelativePath()),
                            Path::Join(arrivals, file.RelativePath()));
+    }
     base::RemoveEmptyFolders(m_backups);
 }

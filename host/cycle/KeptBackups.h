@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "base/FolderTree.h"
 #include "host/settings/Settings.h"
 
 /// Whether a path below the receive folder lies in the folder of the backups, or is that folder.
@@ -13,8 +14,8 @@ bool IsBackupPath(const std::wstring& relativePath);
 /// Why packets arrived in another folder than they were sent to; empty for all other folders.
 std::wstring WhyMoved(const std::wstring& subFolder);
 
-/// Keeps the backups out of the way while packets are received. Puts what arrived in their folder where it
-/// can be delivered. Throws a failure.
+/// Keeps the backups out of the way while packets are received, and puts what arrived in their folder where
+/// it can be delivered.
 class KeptBackups {
 public:
     explicit KeptBackups(const Settings& settings);
@@ -22,13 +23,16 @@ public:
     KeptBackups& operator=(const KeptBackups&) = delete;
     ~KeptBackups();
 
+    /// Packets are about to be received. Throws a failure.
+    void Take();
+    /// They were, or a process ended in between. Throws a failure.
     void PutBack();
 
 private:
-    void Take() const;
     void MoveArrivals() const;
 
     const std::wstring m_receive;
     const std::wstring m_backups;
     const std::wstring m_kept;
+    std::optional<base::TreeSnapshot> m_stayed;  ///< backups that could not be moved
 };

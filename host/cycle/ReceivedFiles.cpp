@@ -2,12 +2,15 @@
 #include "host/cycle/ReceivedFiles.h"
 
 #include <optional>
+#include <set>
+#include <vector>
 
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "companions/zip/PacketArchive.h"
+#include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
@@ -22,6 +25,15 @@ Refusal RefusalOfArchive(const std::wstring& path) try {
     return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
 } catch (const base::Error&) {
     return std::nullopt;
+}
+
+/// The packets of files that have arrived since, by their names in capitals.
+std::set<std::wstring> NewPackets(const std::vector<base::TreeFile>& files, const base::TreeSnapshot& waiting,
+                                  const PacketLedger& ledger) {
+    std::set<std::wstring> names;
+    for (const base::TreeFile& file : files)
+        if (!waiting.Holds(file)) names.insert(base::Upper(ledger.PacketIn(file).name));
+    return names;
 }
 
 Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
@@ -44,11 +56,16 @@ std::wstring FreePath(const std::wstring& path) {
 
 }  // namespace
 
-void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder, PacketLedger& ledger) {
-    for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder)) {
-        const Refusal refusal = RefusalOf(file, settings, ledger);
+void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
+                          const base::TreeSnapshot& waiting, PacketLedger& ledger) {
+    const std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
+    const std::set<std::wstring> arrived = NewPackets(files, waiting, ledger);
+    for (const base::TreeFile& file : files) {
+        Refusal refusal = RefusalOf(file, settings, ledger);
+        if (!refusal && waiting.Holds(file) && arrived.contains(base::Upper(ledger.PacketIn(file).name)))
+            refusal = L"a newer version has arrived in another encoding";
         if (!refusal) continue;
-        const std::wstring aside = FreePath(Path::Join(settings.receive + L".refused", file.RelativePath()));
+        const std::wstring aside = FreePath(Path::Join(kRefused.Path(settings), file.RelativePath()));
         base::MoveIntoTree(Path::Join(settings.receive, file.RelativePath()), aside);
         ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
                                 *refusal + L"; it is now " + aside);

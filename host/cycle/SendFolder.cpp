@@ -5,6 +5,7 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
 
 namespace {
@@ -22,7 +23,7 @@ void Settle(bool replaced, const std::wstring& path, const std::wstring& place) 
 
 // Beside the send folder, into which the other side looks at any time.
 SendFolder::SendFolder(const Settings& settings, const PacketLedger& ledger)
-    : m_settings(settings), m_ledger(ledger), m_aside(settings.send + L".older") {
+    : m_settings(settings), m_ledger(ledger), m_aside(kOlderVersions.Path(settings)) {
     RecoverBackups();
     RecoverAside();
     // Also what came back: a version that is added now is newer.

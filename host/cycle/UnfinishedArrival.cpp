@@ -4,6 +4,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ constexpr std::uint64_t kCoarsestTime = 20'000'000;
 UnfinishedArrival::UnfinishedArrival(const Settings& settings)
     : m_receive(settings.receive),
       m_source(settings.transport == Transport::Folder ? settings.remoteReceive : L""),
-      m_aside(settings.receive + L".unfinished"),
+      m_aside(kUnfinished.Path(settings)),
       m_mark(settings.receive + L".receiving") {
     if (FileSystem::FileExists(m_mark)) TakeRecent();
 }

@@ -16,6 +16,7 @@
 #include "base/RollBack.h"
 #include "base/Text.h"
 #include "ftp/settings/FtpPassword.h"
+#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -83,6 +84,7 @@ private:
     void CheckValue(const Setting& setting, const std::wstring& value);
     void CheckExtensions();
     void CheckApart();
+    void CheckSideFolders();
     std::wstring Comparable(const Setting& setting) const;
     bool IsLocal(const Setting& setting) const;
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
@@ -111,6 +113,7 @@ Settings Reader::Read() {
     ThrowProblems();
     CheckExtensions();
     CheckApart();
+    CheckSideFolders();
     ThrowProblems();
     return std::move(m_settings);
 }
@@ -234,6 +237,24 @@ void Reader::CheckApart() {
                 m_problems.push_back(
                     Complaint(m_settings, *innerSetting,
                               L"the folder must not be or lie in that of " + outerSetting->Title()));
+}
+
+/// What a run keeps beside a folder must neither travel nor be taken for packets.
+void Reader::CheckSideFolders() {
+    for (const Setting& setting : {SettingOf<&Settings::send>(), SettingOf<&Settings::receive>()}) {
+        const std::wstring path = Path::WithSeparator(setting.text(m_settings));
+        if (path == Path::WithSeparator(Path::Drive(path)))
+            m_problems.push_back(Complaint(m_settings, setting,
+                                           L"the folder must not be the root of a drive or share: a run "
+                                           L"keeps other folders beside it"));
+    }
+    for (const Setting& setting : kSettings)
+        for (const SideFolder& side : kSideFolders)
+            if (HoldsPackets(setting.kind) &&
+                Comparable(setting).starts_with(base::Upper(Path::WithSeparator(side.Path(m_settings)))))
+                m_problems.push_back(Complaint(m_settings, setting,
+                                               L"the folder must not be or lie in " + side.Path(m_settings) +
+                                                   L", where a run keeps what is no packet"));
 }
 
 /// The comment of a setting in a new file, in lines.

@@ -25,6 +25,12 @@ class BackupTest(HostTest):
         self.assertIn("no backup of packet a", self.backups("--restore", "a", code=1).errors)
         self.backups("--restore", "a", "--destroy", "b", code=2)
 
+    def test_backups_that_an_ended_run_took_out_of_the_way_are_there(self):
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+        self.folder.rename(self.folder.parent.with_name("receive.backups"))
+        self.assertIn("1 packet with a backup", self.backups().output)
+
     def test_a_backup_that_is_in_use(self):
         self.put(self.field, "a.mdb")
         self.assert_next_cycle_delivers()

@@ -255,6 +255,21 @@ class DifferenceTest(EncoderCase):
         self.assert_run(self.enterprise)
         self.assert_delivered()
 
+    def test_a_version_that_waits_for_its_reference_does_not_follow_a_newer_one(self):
+        self.put(self.field, "sub/a.mdb", content=self.base + b"older")
+        self.assert_run(self.field)
+        self.enterprise.reference.rename(self.scratch / "reference")
+        self.assert_run(self.enterprise, 1, {("in", "sub/a.mdb"): "not delivered"})
+        self.field.change("encoder", "zip")
+        newer = self.put(self.field, "sub/a.mdb", content=self.base + b"newer").read_bytes()
+        self.assert_run(self.field)
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        (self.scratch / "reference").rename(self.enterprise.reference)
+        self.assert_run(self.enterprise, 0, {})
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), newer)
+        self.assertEqual(files_below(self.enterprise.receive.with_name("receive.refused")).keys(),
+                         {"sub/a.mdb~Base 1.axd"})
+
     def test_another_reference_is_refused_and_the_packet_waits_for_the_right_one(self):
         self.assert_waits_for(lambda: self.enterprise.reference.write_bytes(database(500, seed=2)),
                               lambda: self.enterprise.reference.write_bytes(self.base))

@@ -1,0 +1,26 @@
+// What a run keeps beside the send and the receive folder, where neither the transport nor the other side
+// looks. Portable.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include "host/settings/Settings.h"
+
+struct SideFolder {
+    std::wstring Settings::*folder;  ///< beside which it lies
+    const wchar_t* ending;           ///< of that folder's name
+
+    std::wstring Path(const Settings& settings) const { return settings.*folder + ending; }
+};
+
+/// Versions that newer ones replace in the send folder.
+inline constexpr SideFolder kOlderVersions{&Settings::send, L".older"};
+/// The backups, while packets are received.
+inline constexpr SideFolder kKeptBackups{&Settings::receive, L".backups"};
+/// What was being received when a run ended.
+inline constexpr SideFolder kUnfinished{&Settings::receive, L".unfinished"};
+/// What must not be delivered.
+inline constexpr SideFolder kRefused{&Settings::receive, L".refused"};
+
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kUnfinished, kRefused};
