@@ -8,6 +8,8 @@
 #include <exception>
 #include <vector>
 
+#include "base/ErrorMode.h"
+
 namespace com {
 
 /// One call, while it runs.
@@ -31,6 +33,7 @@ private:
     RunningCall* const m_outer;
     const std::exception_ptr m_handledOutside;
     std::vector<IUnknown*> m_kept;
+    const base::QuietThread m_quiet;
 };
 
 }  // namespace com

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "base/Console.h"
+#include "base/ErrorMode.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "companions/support/FileFailure.h"
@@ -23,6 +24,7 @@ int Failed(const std::wstring& message, ExitCode exitCode) {
 }  // namespace
 
 int wmain(int count, wchar_t** texts) try {
+    base::AskNobody();
     // A program may be started without even its own name.
     kProgram.run({texts + (count > 0 ? 1 : 0), texts + count});
     return kDone;

@@ -139,6 +139,15 @@ TEST(Object, EndsOnce) {
     EXPECT_EQ(ends, 1);
 }
 
+TEST(Object, ACallAsksNobodyToPutADiskInAndLeavesTheThreadAsItWas) {
+    const DWORD before = GetThreadErrorMode();
+    DWORD within = 0;
+    com::Call([&] { within = GetThreadErrorMode(); });
+    EXPECT_EQ(within, before | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    EXPECT_NE(within, before);
+    EXPECT_EQ(GetThreadErrorMode(), before);
+}
+
 TEST(Apartment, ReleasesTheFrameworkBeforeComIsGone) {
     const Library library;
     long left = -1;
