@@ -103,6 +103,16 @@ void File::SetModificationTime(FileTime time) {
         throw SystemError(GetLastError(), "set the time of", m_path);
 }
 
+void File::TakeTimeAndAttributes(const File& other) {
+    FILE_BASIC_INFO info;
+    if (!GetFileInformationByHandleEx(other.Handle(), FileBasicInfo, &info, sizeof info))
+        throw SystemError(GetLastError(), "examine", other.m_path);
+    // 0 leaves a time as it is.
+    info.CreationTime.QuadPart = info.LastAccessTime.QuadPart = info.ChangeTime.QuadPart = 0;
+    if (!SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info))
+        throw SystemError(GetLastError(), "set the attributes of", m_path);
+}
+
 std::size_t File::Read(std::span<std::uint8_t> buffer) const {
     std::size_t done = 0;
     while (done < buffer.size()) {

@@ -39,6 +39,8 @@ public:
     std::uint64_t Size() const;  ///< bytes
     FileTime ModificationTime() const;
     void SetModificationTime(FileTime time);
+    /// The modification time of another file, and its attributes.
+    void TakeTimeAndAttributes(const File& other);
 
     /// From the current position on; fewer bytes than asked for only at the end.
     std::size_t Read(std::span<std::uint8_t> buffer) const;

@@ -25,11 +25,6 @@ DWORD Attributes(const std::wstring& path) noexcept try {
     return INVALID_FILE_ATTRIBUTES;
 }
 
-bool IsLink(const std::wstring& path) {
-    const DWORD attributes = Attributes(path);
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
-
 bool IsSelfOrParent(const wchar_t* name) {
     const std::wstring_view text(name);
     return text == L"." || text == L"..";
@@ -53,17 +48,6 @@ void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
             {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), found.dwFileAttributes});
     else if (!IsSelfOrParent(found.cFileName))
         listing.folders.emplace_back(found.cFileName);
-}
-
-constexpr LONG kDiskQuotaExceeded = 1295;  // not in every version of the headers
-
-/// Failures that come once data flows: the destination then holds a part of the source.
-bool LeavesPartialCopy(DWORD error) {
-    constexpr std::array kErrors = {
-        ERROR_DISK_FULL,     ERROR_HANDLE_DISK_FULL, ERROR_WRITE_FAULT,     ERROR_READ_FAULT,
-        ERROR_CRC,           ERROR_IO_DEVICE,        ERROR_NETNAME_DELETED, ERROR_UNEXP_NET_ERR,
-        ERROR_DEV_NOT_EXIST, kDiskQuotaExceeded};
-    return std::ranges::find(kErrors, static_cast<LONG>(error)) != kErrors.end();
 }
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -98,28 +82,73 @@ bool IsSameFile(HANDLE left, HANDLE right) {
 template <class Action>
 DWORD WithoutProtection(const std::wstring& file, Action action) {
     constexpr DWORD kProtection = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
-    if (action()) return ERROR_SUCCESS;
-    DWORD error = GetLastError();
+    DWORD error = action();
     if (error != ERROR_ACCESS_DENIED) return error;
     const DWORD attributes = GetFileAttributesW(file.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & kProtection)) return error;
     SetFileAttributesW(file.c_str(), attributes & ~kProtection);
-    if (action()) return ERROR_SUCCESS;
-    error = GetLastError();
-    SetFileAttributesW(file.c_str(), attributes);
+    error = action();
+    if (error != ERROR_SUCCESS) SetFileAttributesW(file.c_str(), attributes);
     return error;
+}
+
+/// Whether somebody holds a file in a way that keeps it from being replaced, or it is deleted but not gone.
+bool IsHeld(const std::wstring& file) {
+    if (GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return GetLastError() == ERROR_ACCESS_DENIED;
+    const base::FileHandle handle(CreateFileW(file.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING,
+                                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    return !handle && GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+/// Whether a failure to change a file may pass in a moment: scanners, indexers and backup programs look into
+/// what is new, and a deleted file has its name until the last of them has closed it.
+bool MayPass(DWORD error, const std::wstring& file) {
+    switch (error) {
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+    case ERROR_DELETE_PENDING:
+        return true;
+    case ERROR_ACCESS_DENIED:
+        return IsHeld(file);
+    default:
+        return false;
+    }
+}
+
+/// Repeats an action that changes a file for about a second. Returns its last error.
+template <class Action>
+DWORD Persistently(const std::wstring& file, Action action) {
+    constexpr DWORD kPatience = 1000;
+    constexpr DWORD kLongestPause = 100;
+    DWORD pause = 5;
+    for (DWORD waited = 0;; waited += pause, pause = std::min(2 * pause, kLongestPause)) {
+        if (action()) return ERROR_SUCCESS;
+        const DWORD error = GetLastError();
+        if (waited >= kPatience || !MayPass(error, file)) return error;
+        Sleep(pause);
+    }
 }
 
 DWORD DeleteEvenReadOnly(const std::wstring& path) {
     const std::wstring file = Extended(path);
-    return WithoutProtection(file, [&] { return DeleteFileW(file.c_str()); });
+    return WithoutProtection(file,
+                             [&] { return Persistently(file, [&] { return DeleteFileW(file.c_str()); }); });
 }
 
 DWORD Replace(const std::wstring& source, const std::wstring& destination) {
     const std::wstring target = Extended(destination);
     return WithoutProtection(target, [&] {
-        return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
+        return Persistently(target, [&] {
+            return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
+        });
     });
+}
+
+/// Fails where there is a file of the name.
+DWORD Rename(const std::wstring& source, const std::wstring& destination) {
+    const std::wstring file = Extended(source);
+    return Persistently(file, [&] { return MoveFileExW(file.c_str(), Extended(destination).c_str(), 0); });
 }
 
 std::wstring Way(const std::wstring& source, const std::wstring& destination) {
@@ -138,39 +167,43 @@ void CheckWhole(std::uint64_t copied, std::uint64_t size, const std::wstring& so
                       where);
 }
 
+constexpr const wchar_t* kArrivalStart = L"~";
+constexpr const wchar_t* kArrivalEnd = L".arriving";
+
 /// Where a file arrives before it takes its place. No two threads share a name, on shares not even those of
 /// two machines. It is short enough for every folder and, as the transporter reads names, that of no packet.
 std::wstring ArrivalBeside(const std::wstring& path) {
     const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
-    return folder + L"~" + std::to_wstring(GetCurrentThreadId()) + L"-" + std::to_wstring(GetTickCount64()) +
-           L".arriving";
+    return folder + kArrivalStart + std::to_wstring(GetCurrentThreadId()) + L"-" +
+           std::to_wstring(GetTickCount64()) + kArrivalEnd;
 }
 
 /// Returns the number of bytes copied.
-std::uint64_t CopyContent(const base::File& from, base::File& to) {
-    std::vector<std::uint8_t> buffer(std::size_t{1} << 20);
+std::uint64_t CopyContent(const base::File& from, base::File& to, const std::function<bool()>& goOn) {
+    constexpr std::uint64_t kBuffer = 1 << 20;
+    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min(from.Size() + 1, kBuffer)));
     std::uint64_t copied = 0;
     for (;;) {
         const std::size_t got = from.Read(buffer);
         to.Write({buffer.data(), got});
         copied += got;
         if (got < buffer.size()) return copied;
+        if (goOn && !goOn()) throw SystemError(ERROR_CANCELLED, "copy", from.Path());
     }
 }
 
 /// Copies a file to a name of its own beside the destination, and returns that: whoever looks into the folder
 /// meanwhile finds nothing that he could open, and a process that ends leaves nothing there.
-std::wstring Arrive(const std::wstring& source, const std::wstring& destination, Where where) try {
+std::wstring Arrive(const std::wstring& source, const std::wstring& destination,
+                    const std::function<bool()>& goOn, Where where) try {
     const base::File from = base::File::Open(source, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
     std::wstring arrival = ArrivalBeside(destination);
     std::optional<base::File> to = base::File::TryCreateTransient(arrival, where);
     if (!to) throw SystemError(ERROR_FILE_EXISTS, "create", arrival, where);
-    CheckWhole(CopyContent(from, *to), from.Size(), source, destination, where);
-    to->SetModificationTime(from.ModificationTime());
+    CheckWhole(CopyContent(from, *to, goOn), from.Size(), source, destination, where);
+    to->TakeTimeAndAttributes(from);
     to->Flush();
     to->Keep();
-    to->Close();
-    SetFileAttributesW(Extended(arrival).c_str(), Attributes(source));
     return arrival;
 } catch (const SystemError& error) {
     throw SystemError(error.Code(), "copy", Way(source, destination), where);
@@ -182,10 +215,10 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
         throw SystemError(ERROR_FILE_EXISTS, "copy", Way(source, destination), where);
     const WriteBlock block(source);
     block.Check(where);
-    std::wstring copy = Arrive(source, destination, where);
+    std::wstring copy = Arrive(source, destination, {}, where);
     base::RollBack removal([&] { TryDelete(copy); });
-    if (!MoveFileExW(Extended(copy).c_str(), Extended(destination).c_str(), 0))
-        throw SystemError(GetLastError(), "move", Way(source, destination), where);
+    if (const DWORD error = Rename(copy, destination); error != ERROR_SUCCESS)
+        throw SystemError(error, "move", Way(source, destination), where);
     copy = destination;
     block.Delete(ReadOnlyFiles::Delete, where);
     removal.Dismiss();
@@ -226,6 +259,15 @@ bool FileExists(const std::wstring& path) noexcept {
 bool FolderExists(const std::wstring& path) noexcept {
     const DWORD attributes = Attributes(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+/// Files and folders that a service keeps elsewhere until they are opened are reparse points, too.
+bool IsLink(const std::wstring& path) {
+    const DWORD attributes = Attributes(path);
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return false;
+    WIN32_FIND_DATAW found;
+    const base::SearchHandle search(FindFirstFileW(Extended(path).c_str(), &found));
+    return search && IsReparseTagNameSurrogate(found.dwReserved0);
 }
 
 std::uint64_t FileSize(const std::wstring& path, Where where) {
@@ -288,30 +330,16 @@ void DeleteTree(const std::wstring& folder, Where where) {
     RemoveFolder(folder, where);
 }
 
-void CopyFile(const std::wstring& source, const std::wstring& destination, std::optional<std::uint64_t> size,
-              Where where) {
-    const std::uint64_t known = size ? *size : FileSize(source, where);
-    const std::wstring from = Extended(source);
-    const std::wstring to = Extended(destination);
-    const std::optional<FileVersion> older = VersionOf(destination);
-    const DWORD error = WithoutProtection(to, [&] { return CopyFileW(from.c_str(), to.c_str(), FALSE); });
-    // A source that is lost before it could be opened leaves the older destination as it was.
-    if (LeavesPartialCopy(error) && VersionOf(destination) != older) TryDelete(destination);
-    if (error != ERROR_SUCCESS) throw SystemError(error, "copy", Way(source, destination), where);
-    base::RollBack removal([&] { TryDelete(destination); });
-    CheckWhole(FileSize(destination, where), known, source, destination, where);
-    removal.Dismiss();
-}
-
 void MoveFile(const std::wstring& source, const std::wstring& destination, Where where) {
-    if (MoveFileExW(Extended(source).c_str(), Extended(destination).c_str(), 0)) return;
-    const DWORD error = GetLastError();
+    const DWORD error = Rename(source, destination);
+    if (error == ERROR_SUCCESS) return;
     if (error != ERROR_NOT_SAME_DEVICE) throw SystemError(error, "move", Way(source, destination), where);
     CopyAndDelete(source, destination, where);
 }
 
-void CopyReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
-    const std::wstring arrival = Arrive(source, destination, where);
+void CopyReplacing(const std::wstring& source, const std::wstring& destination,
+                   const std::function<bool()>& goOn, Where where) {
+    const std::wstring arrival = Arrive(source, destination, goOn, where);
     base::RollBack removal([&] { TryDelete(arrival); });
     const DWORD error = Replace(arrival, destination);
     if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source, destination), where);
@@ -324,13 +352,26 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination, 
     if (error != ERROR_NOT_SAME_DEVICE) throw SystemError(error, "move", Way(source, destination), where);
     const WriteBlock block(source);
     block.Check(where);
-    CopyReplacing(source, destination, where);
+    CopyReplacing(source, destination, {}, where);
     block.Delete(ReadOnlyFiles::Delete, where);
 }
 
+void BringToDisk(const std::wstring& path, Where where) {
+    base::File::Open(path, GENERIC_WRITE, kShareAll, OPEN_EXISTING, where).Flush();
+}
+
+bool IsArrival(std::wstring_view name) noexcept {
+    return name.starts_with(kArrivalStart) && name.ends_with(kArrivalEnd);
+}
+
+/// Nobody else can open one that is being copied.
+void RemoveAbandonedArrival(const std::wstring& path) { DeleteFileW(Extended(path).c_str()); }
+
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly, Where where) {
-    if (readOnly == ReadOnlyFiles::Keep && DeleteFileW(Extended(path).c_str())) return;
-    const DWORD error = readOnly == ReadOnlyFiles::Keep ? GetLastError() : DeleteEvenReadOnly(path);
+    const std::wstring file = Extended(path);
+    const DWORD error = readOnly == ReadOnlyFiles::Delete
+                            ? DeleteEvenReadOnly(path)
+                            : Persistently(file, [&] { return DeleteFileW(file.c_str()); });
     if (error != ERROR_SUCCESS) throw SystemError(error, "delete", path, where);
 }
 
@@ -355,9 +396,14 @@ void WriteBlock::Check(Where where) const {
 
 base::FileHandle WriteBlock::OpenNamed(DWORD access, Where where) const {
     Check(where);
-    base::FileHandle named(CreateFileW(Extended(m_path).c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
-                                       FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!named) throw SystemError(GetLastError(), access == DELETE ? "delete" : "examine", m_path, where);
+    const std::wstring file = Extended(m_path);
+    base::FileHandle named;
+    const DWORD error = Persistently(file, [&] {
+        named = base::FileHandle(CreateFileW(file.c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
+                                             FILE_ATTRIBUTE_NORMAL, nullptr));
+        return static_cast<bool>(named);
+    });
+    if (!named) throw SystemError(error, access == DELETE ? "delete" : "examine", m_path, where);
     return named;
 }
 

@@ -5,8 +5,10 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Error.h"
@@ -50,6 +52,8 @@ struct FileVersion {
 
 bool FileExists(const std::wstring& path) noexcept;
 bool FolderExists(const std::wstring& path) noexcept;
+/// Whether a path is that of a link or junction, which stands for something elsewhere.
+bool IsLink(const std::wstring& path);
 std::uint64_t FileSize(const std::wstring& path, Where where = Where::current());
 /// Nothing when there is no such file.
 std::optional<FileVersion> VersionOf(const std::wstring& path);
@@ -62,11 +66,6 @@ void CreateFolder(const std::wstring& path, Where where = Where::current());
 void CreateFolders(const std::wstring& path, Where where = Where::current());
 /// Deletes a folder with all that is in it; what a link leads to is not.
 void DeleteTree(const std::wstring& folder, Where where = Where::current());
-
-/// Copies a file over an existing one and verifies that the copy has the size of the source.
-/// size: the source's size in bytes where the caller knows it. A failed copy leaves no part of it.
-void CopyFile(const std::wstring& source, const std::wstring& destination,
-              std::optional<std::uint64_t> size = {}, Where where = Where::current());
 
 enum class ReadOnlyFiles { Keep, Delete };
 
@@ -99,11 +98,21 @@ private:
 void MoveFile(const std::wstring& source, const std::wstring& destination, Where where = Where::current());
 
 /// Copies or moves a file, also to another volume, in the place of any other, even a read-only one, which
-/// stays as it was until the new one has arrived completely. A move that fails leaves the source.
+/// stays as it was until the new one is on the disk in full. A move that fails leaves the source. goOn: asked
+/// now and then in the middle of a long file; after False the copy fails with ERROR_CANCELLED.
 void CopyReplacing(const std::wstring& source, const std::wstring& destination,
-                   Where where = Where::current());
+                   const std::function<bool()>& goOn = {}, Where where = Where::current());
 void MoveReplacing(const std::wstring& source, const std::wstring& destination,
                    Where where = Where::current());
+
+/// Brings what was written of a file to the disk: its source can go then.
+void BringToDisk(const std::wstring& path, Where where = Where::current());
+
+/// Whether a name is that of a file which is still being copied to its folder.
+bool IsArrival(std::wstring_view name) noexcept;
+/// Deletes such a file where whoever copied it has ended, and could not remove it. One that is still being
+/// copied stays.
+void RemoveAbandonedArrival(const std::wstring& path);
 
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep,
                 Where where = Where::current());

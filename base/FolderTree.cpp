@@ -12,11 +12,22 @@ namespace base {
 
 namespace {
 
-void AppendSubFolders(const std::wstring& folder, const std::wstring& subFolder,
-                      std::vector<std::wstring>& all) {
-    all.push_back(subFolder);
-    for (const std::wstring& name : FileSystem::List(Path::Join(folder, subFolder)).folders)
-        AppendSubFolders(folder, Path::Join(subFolder, name), all);
+/// Lists a folder and those below it, each once, and hands each listing over.
+template <class Take>
+void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlisted& unlisted,
+          const Take& take) {
+    FileSystem::Listing listing;
+    const std::wstring path = Path::Join(folder, subFolder);
+    try {
+        FileSystem::List(path, listing);
+    } catch (const Error& error) {
+        if (!unlisted) throw;
+        unlisted(subFolder, error.failure().description);
+    }
+    take(subFolder, listing.files);
+    for (const std::wstring& name : listing.folders)
+        if (!FileSystem::IsLink(Path::Join(path, name)))
+            Walk(folder, Path::Join(subFolder, name), unlisted, take);
 }
 
 }  // namespace
@@ -25,7 +36,8 @@ std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name)
 
 std::vector<std::wstring> SubFolders(const std::wstring& folder) {
     std::vector<std::wstring> all;
-    if (FileSystem::FolderExists(folder)) AppendSubFolders(folder, L"", all);
+    if (!FileSystem::FolderExists(folder)) return all;
+    Walk(folder, L"", {}, [&](const std::wstring& subFolder, const auto&) { all.push_back(subFolder); });
     return all;
 }
 
@@ -38,11 +50,15 @@ std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& su
     return files;
 }
 
-std::vector<TreeFile> FilesBelow(const std::wstring& folder) {
+std::vector<TreeFile> FilesBelow(const std::wstring& folder) { return FilesBelow(folder, {}); }
+
+std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted) {
     std::vector<TreeFile> all;
-    for (const std::wstring& subFolder : SubFolders(folder))
-        for (TreeFile& file : FilesIn(folder, subFolder))
-            all.push_back(std::move(file));
+    if (!FileSystem::FolderExists(folder)) return all;
+    Walk(folder, L"", unlisted, [&](const std::wstring& subFolder, const auto& files) {
+        for (const FileSystem::FileEntry& file : files)
+            all.push_back({subFolder, file.name, file.size});
+    });
     return all;
 }
 

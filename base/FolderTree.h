@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -20,13 +21,18 @@ struct TreeFile {
     std::wstring RelativePath() const;
 };
 
-/// The folder itself ("") and all folders below it, relative to it; none when it does not exist. Throws a
-/// failure.
+/// Told of a folder, by its relative path, that cannot be listed, and of why.
+using Unlisted = std::function<void(const std::wstring& subFolder, const std::wstring& reason)>;
+
+/// The folder itself ("") and all folders below it, relative to it; none when it does not exist. Links are
+/// not followed: what they lead to belongs elsewhere. Throws a failure.
 std::vector<std::wstring> SubFolders(const std::wstring& folder);
 /// All files directly in folder\subFolder; none when that does not exist. Throws a failure.
 std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder);
 /// All files in a folder and below it; none when it does not exist. Throws a failure.
 std::vector<TreeFile> FilesBelow(const std::wstring& folder);
+/// The same, where a folder that cannot be listed leaves the others.
+std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted);
 
 /// What the files of a folder and below it were at a moment.
 class TreeSnapshot {

@@ -133,6 +133,7 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return false;
         // What is gone by now may have been a part, which the other side took away.
         if (isListed) part.Dismiss();
+        FileSystem::BringToDisk(target);
         if (m_connection.Delete(entry.name)) {
             part.Dismiss();
             return true;

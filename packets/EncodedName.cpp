@@ -22,11 +22,6 @@ Difference SplitDifferenceName(std::wstring_view fileName) {
     return {std::wstring(fileName.substr(0, tilde)), std::wstring(fileName.substr(tilde + 1))};
 }
 
-bool HasExtension(std::wstring_view fileName, std::wstring_view extension) {
-    return fileName.size() > extension.size() &&
-           IsSameName(fileName.substr(fileName.size() - extension.size()), extension);
-}
-
 bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension) {
     constexpr size_t kCompared = 4;
     return IsSameName(fileName.substr(fileName.size() - std::min(fileName.size(), kCompared)), extension);

@@ -26,9 +26,6 @@ struct TravelExtensions {
     std::wstring difference;  ///< of differences: "<packet>~<reference><difference>"
 };
 
-/// Whether a name has an extension, in any letter case, behind at least one other character.
-bool HasExtension(std::wstring_view fileName, std::wstring_view extension);
-
 /// Whether the transporter hands a received file to the decoder of an extension: it compares the last four
 /// characters of the name, whatever stands before them.
 bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension);

@@ -16,13 +16,20 @@ bool IsSameName(std::wstring_view left, std::wstring_view right) {
     return std::ranges::equal(left, right, {}, Capital, Capital);
 }
 
+bool HasExtension(std::wstring_view fileName, std::wstring_view extension) {
+    return fileName.size() > extension.size() &&
+           IsSameName(fileName.substr(fileName.size() - extension.size()), extension);
+}
+
 bool IsFolderTestFile(std::wstring_view FileName) { return IsSameName(FileName, kFolderTestFile); }
 
 bool IsKeptCopy(std::wstring_view FileName) {
-    constexpr size_t kSuffix = 4;
-    if (FileName.size() <= kSuffix) return false;
-    const std::wstring_view end = FileName.substr(FileName.size() - kSuffix);
-    return IsSameName(end, L"_bak") || IsSameName(end, L"_bck");
+    return HasExtension(FileName, L"_bak") || HasExtension(FileName, L"_bck");
+}
+
+bool IsCompanionFile(std::wstring_view FileName) {
+    return IsSameName(FileName, L"desktop.ini") || IsSameName(FileName, L"Thumbs.db") ||
+           HasExtension(FileName, L".ldb") || HasExtension(FileName, L".laccdb");
 }
 
 std::wstring GetPacketId(std::wstring_view FileName) {

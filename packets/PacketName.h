@@ -7,6 +7,10 @@
 /// Whether two names, or parts of names, differ in letter case at most.
 bool IsSameName(std::wstring_view left, std::wstring_view right);
 
+/// Whether a name has an extension, or another ending, in any letter case, behind at least one other
+/// character.
+bool HasExtension(std::wstring_view fileName, std::wstring_view extension);
+
 /// The file with which folders are tested: written, read and deleted there.
 inline constexpr std::wstring_view kFolderTestFile = L"RWD_TestFile.txt";
 
@@ -17,6 +21,10 @@ bool IsFolderTestFile(std::wstring_view FileName);
 /// "<name>_bak" or
 /// "<name>_bck".
 bool IsKeptCopy(std::wstring_view FileName);
+
+/// Whether a file is one that the system or a program keeps beside the user's own: how a folder is shown, or
+/// that a database is open.
+bool IsCompanionFile(std::wstring_view FileName);
 
 /// The part of a packet file's name before its first "~" or ".". Empty for a name without a dot, also
 /// when it has a "~": such a file is no packet.

@@ -54,14 +54,17 @@ bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress)
 
 /// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
 /// still writes is not even copied: half a packet must not travel.
-void MoveOneFile(const FileSystem::FileEntry& file, const std::wstring& from, const std::wstring& to,
+void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::wstring& to,
                  const Procedure& self, const HostProgress& progress) {
-    const std::wstring source = Path::Join(from, file.name);
+    const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
     if (!block.SomebodyWrites()) {
         block.Check();
-        FileSystem::CopyFile(source, Path::Join(to, file.name), file.size);
+        FileSystem::CopyReplacing(source, Path::Join(to, name), [&] {
+            com::ProcessPendingMessages();
+            return !progress.Cancelled();
+        });
     }
     try {
         block.Delete();
@@ -74,6 +77,25 @@ void MoveOneFile(const FileSystem::FileEntry& file, const std::wstring& from, co
         progress.StatusText(Lines(self.Name(), text));
         self.Report(text);
     }
+}
+
+/// The source of a copy that is cancelled in its middle is where it was.
+void MoveUnlessCancelled(const std::wstring& name, const std::wstring& from, const std::wstring& to,
+                         const Procedure& self, const HostProgress& progress) try {
+    MoveOneFile(name, from, to, self, progress);
+} catch (const base::SystemError& error) {
+    if (error.Code() != ERROR_CANCELLED) throw;
+}
+
+/// What the other side is still copying into the folder is none yet.
+FileSystem::Listing PacketsIn(const std::wstring& folder) {
+    FileSystem::Listing listing = FileSystem::List(folder);
+    std::erase_if(listing.files, [&](const FileSystem::FileEntry& file) {
+        if (!FileSystem::IsArrival(file.name)) return false;
+        FileSystem::RemoveAbandonedArrival(Path::Join(folder, file.name));
+        return true;
+    });
+    return listing;
 }
 
 /// The second file of a name would replace the first one.
@@ -154,7 +176,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
     const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
     return self.Guard(false, [&] {
         if (!PrepareFolders(Source, Destination)) return false;
-        const FileSystem::Listing listing = FileSystem::List(Source);
+        const FileSystem::Listing listing = PacketsIn(Source);
         const auto count = static_cast<LONG>(listing.files.size());
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
@@ -163,7 +185,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
             if (names.Add(file.name))
-                MoveOneFile(file, Source, Destination, self, progress);
+                MoveUnlessCancelled(file.name, Source, Destination, self, progress);
             else
                 RefuseName(file.name, Source, Destination, self, progress);
             progress.Position(done.Next());

@@ -41,7 +41,7 @@ int commands::List(const Options& options) {
         ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
     const ComApartment apartment;
     Session session(settings);
-    const std::vector<Place> places = {{L"outbox", base::FilesBelow(settings.outbox)},
+    const std::vector<Place> places = {{L"outbox", OutboxFiles(settings)},
                                        {L"send folder", FilesToSend(session, settings)},
                                        {L"receive folder", ReceivedFiles(settings)}};
     Table table({{L"Place"}, {L"Packet"}, {L"Size", Table::Align::Right}});

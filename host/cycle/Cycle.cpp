@@ -102,7 +102,10 @@ std::wstring Cycle::Reason() const {
 
 void Cycle::AddOutbox() {
     const SendFolder sendFolder(m_settings, m_ledger);
-    for (const base::TreeFile& file : base::FilesBelow(m_settings.outbox))
+    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
+        m_ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
+    };
+    for (const base::TreeFile& file : OutboxFiles(m_settings, unlisted))
         AddFile(file, sendFolder);
 }
 
@@ -192,7 +195,9 @@ bool Cycle::RemoteSideIsThere() const {
 /// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
 std::vector<base::TreeFile> Cycle::OfferedFiles() const try {
     if (m_settings.transport == Transport::Ftp) return {};
-    return base::FilesBelow(m_settings.remoteReceive);
+    std::vector<base::TreeFile> files = base::FilesBelow(m_settings.remoteReceive);
+    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
+    return files;
 } catch (const base::Error&) {
     return {};
 }
@@ -272,6 +277,12 @@ bool CycleResult::Complete() const {
 }
 
 CycleResult RunCycle(Session& session, const Settings& settings) { return Cycle(session, settings).Run(); }
+
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted) {
+    std::vector<base::TreeFile> files = base::FilesBelow(settings.outbox, unlisted);
+    std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
+    return files;
+}
 
 std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings) {
     std::vector<base::TreeFile> files;

@@ -21,6 +21,8 @@ struct CycleResult {
 /// Runs one cycle. What cannot be moved is an outcome, not an exception.
 CycleResult RunCycle(Session& session, const Settings& settings);
 
+/// The packets in the outbox; what the system and other programs keep there for themselves is none.
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted = {});
 /// The files that wait in the send folder, in all its sub-folders.
 std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.

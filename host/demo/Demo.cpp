@@ -107,7 +107,7 @@ Score ExchangeZipped(const Settings& field, const Settings& enterprise) {
 Settings WithReference(Settings settings, const std::wstring& packet, const std::wstring& folder) {
     const std::wstring reference = Path::Join(folder, L"survey-1.AXR");
     FileSystem::CreateFolders(folder);
-    FileSystem::CopyFile(packet, reference);
+    FileSystem::CopyReplacing(packet, reference);
     settings.encoder = EncoderKind::XDelta;
     settings.xdelta.referencePath = reference;
     return settings;
@@ -122,7 +122,7 @@ Score SendDifference(const Settings& field, const Settings& enterprise, const st
     if (Interrupt::Requested() || !FileSystem::FileExists(sentBefore) ||
         !FileSystem::FileExists(receivedBefore))
         return {};
-    FileSystem::CopyFile(sentBefore, packet);
+    FileSystem::CopyReplacing(sentBefore, packet);
     ChangeDatabase(packet, 2);
     const Crossing up{L"Field computer -> enterprise", enterprise.inbox, Hashes(field.outbox, {name})};
     RunSide(L"The field computer sends what changed in survey.mdb",

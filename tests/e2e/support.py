@@ -66,6 +66,11 @@ def size_of(path):
         return -1
 
 
+def arriving(folder):
+    """Bytes of the file that is being copied to a folder; -1 without one."""
+    return max((size_of(path) for path in folder.iterdir() if path.suffix == ".arriving"), default=-1)
+
+
 def wait_until(condition, process=None):
     """Waits for a condition, or for the end of the process that is to bring it about."""
     end = time.monotonic() + TIMEOUT

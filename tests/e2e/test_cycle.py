@@ -57,6 +57,15 @@ class CycleTest(HostTest):
             self.assertEqual(files_below(self.field.sent).keys(), {"sub/a.mdb"})
             self.assertEqual((self.field.sent / "sub/a.mdb").read_bytes(), content)
 
+    def test_what_the_system_keeps_in_folders_is_no_packet(self):
+        names = {"Desktop.ini", "sub/Thumbs.db", "open.ldb", "sub/open.LACCDB"}
+        for name in names:
+            (self.field.outbox / name).parent.mkdir(exist_ok=True)
+            (self.field.outbox / name).write_bytes(b"")
+        self.assert_run(self.field, 0, {})
+        self.assertEqual(files_below(self.field.outbox).keys(), names)
+        self.assertIn("outbox: 0 packets", self.assert_ends(0, "list", self.field.settings).output)
+
     def test_without_an_archive_sent_files_are_deleted(self):
         self.field.change("sent", "")
         self.put(self.field, "a.mdb")

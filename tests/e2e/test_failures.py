@@ -2,7 +2,7 @@
 import os
 import shutil
 
-from support import Holder, HostTest, Mount, WAITING, files_below, finish, size_of, wait_until, windows
+from support import Holder, HostTest, Mount, WAITING, arriving, files_below, finish, wait_until, windows
 
 
 class RemoteFolderTest(HostTest):
@@ -56,9 +56,10 @@ class RemoteFolderTest(HostTest):
         outcome = self.vanish_during_run(
             lambda load: self.put(self.field, "large.mdb", content=os.urandom(1 << 20) * (64 * load),
                                   folder=self.field.send),
-            lambda: size_of(self.to_enterprise / "large.mdb") > 1 << 20)
+            lambda: arriving(self.to_enterprise) > 1 << 20)
         self.assertEqual(outcome.packets, {("out", "large.mdb"): WAITING})
         self.assert_comes_back()
+        self.assertEqual(files_below(self.to_enterprise), {})
 
     def test_a_remote_folder_that_takes_no_files_or_gives_none_away(self):
         volume = Mount(self, self.to_enterprise, "1m")
@@ -151,7 +152,7 @@ class LockedFileTest(HostTest):
             newer.write_bytes(b"newer")
             process = self.start_run(self.field)
             # From here on the older version is open; before, it would be replaced by its owner alone.
-            wait_until(lambda: any(path.suffix == ".arriving" for path in self.field.send.iterdir()), process)
+            wait_until(lambda: arriving(self.field.send) >= 0, process)
             newer.replace(packet)
             outcome = finish(process)
             return outcome if "another version was saved" in outcome.output else None

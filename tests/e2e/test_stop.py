@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import Holder, HostTest, files_below, finish, run_on_terminal, size_of, wait_until
+from support import Holder, HostTest, arriving, files_below, finish, run_on_terminal, wait_until
 
 COUNT = 40
 
@@ -63,26 +63,34 @@ class StopTest(HostTest):
         self.disturbed("send", lambda: self.send_signal(signal.SIGKILL, lambda: self.arrived() >= 5))
         self.assert_next_cycle_delivers()
 
-    def test_a_part_that_a_killed_run_received_is_not_delivered(self):
+    def test_a_run_that_is_killed_in_the_middle_of_a_copy_leaves_no_part(self):
         def attempt(load):
             packet = self.put(self.field, f"large{load}.mdb", content=os.urandom(30_000_000) * load,
                               folder=self.to_enterprise)
             process = self.start_run(self.enterprise)
-            part = self.enterprise.receive / packet.name
-            wait_until(lambda: size_of(part) > 1_000_000, process)
+            wait_until(lambda: arriving(self.enterprise.receive) > 1_000_000, process)
             process.kill()
             process.wait()
-            return packet.exists() and size_of(part) < size_of(packet) and packet.name
+            return packet.exists() and packet.name
 
         name = self.in_time(attempt)
-        away = self.to_enterprise.rename(self.scratch / "unreachable")
-        self.to_enterprise.write_bytes(b"a file")
-        self.assert_run(self.enterprise, 1, {("in", name): "not delivered"})
-        self.assertEqual(files_below(self.enterprise.inbox), {})
-        self.to_enterprise.unlink()
-        away.rename(self.to_enterprise)
+        wait_until(lambda: not files_below(self.enterprise.receive))
         self.assert_run(self.enterprise, 0, {("in", name): "delivered"})
         self.assert_delivered()
+
+    def test_ctrl_c_ends_a_copy_in_its_middle(self):
+        def attempt(load):
+            packet = self.put(self.field, f"large{load}.mdb", content=os.urandom(30_000_000) * load,
+                              folder=self.field.send)
+            process = self.start_run(self.field)
+            wait_until(lambda: arriving(self.to_enterprise) > 1_000_000, process)
+            process.send_signal(signal.SIGINT)
+            outcome = finish(process)
+            return packet.exists() and outcome
+
+        self.assertIn("Interrupted by user", self.in_time(attempt).output)
+        self.assertEqual(files_below(self.to_enterprise), {})
+        self.assert_next_cycle_delivers()
 
     def mark_as_killed(self):
         """What a run of the enterprise leaves that ends while it receives."""

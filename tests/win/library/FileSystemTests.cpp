@@ -1,6 +1,9 @@
 // The unit that touches files: long paths, verified copies, moves that fail without a trace.
+#include <thread>
+
 #include "base/File.h"
 #include "base/FileSystem.h"
+#include "base/RollBack.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -28,9 +31,9 @@ TEST_F(Files, TellsFilesFromFolders) {
 TEST_F(Files, CopiesOverAnExistingFile) {
     const auto source = temp.File(L"source", "new");
     const auto destination = temp.File(L"destination", "older content");
-    FileSystem::CopyFile(source, destination, 1);  // it has grown since its size was taken
+    FileSystem::CopyReplacing(source, destination);
     EXPECT_EQ(temp.Content(L"destination"), "new");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::CopyFile(temp / L"missing", destination); }),
+    EXPECT_THAT(WhyThrown([&] { FileSystem::CopyReplacing(temp / L"missing", destination); }),
                 HasSubstr(temp / L"missing"));
     EXPECT_EQ(temp.Content(L"destination"), "new");
 }
@@ -41,9 +44,41 @@ TEST_F(Files, ACopyThatEndsShortIsRemoved) {
     if (!FileSystem::FileExists(source)) GTEST_SKIP() << "needs a Linux file system";
     const std::uint64_t size = base::ReadFile(source).size();
     EXPECT_THAT(
-        WhyThrown([&] { FileSystem::CopyFile(source, temp / L"copy"); }),
+        WhyThrown([&] { FileSystem::CopyReplacing(source, temp / L"copy"); }),
         StartsWith(L"The copy is incomplete: " + std::to_wstring(size) + L" of 4096 bytes (" + source));
     EXPECT_THAT(temp.Files(), IsEmpty());
+}
+
+TEST_F(Files, ACopyThatIsCancelledInItsMiddleLeavesTheOlderFile) {
+    const auto source = temp.File(L"source", std::string(3 << 20, 'x'));
+    const auto destination = temp.File(L"destination", "older");
+    int asked = 0;
+    EXPECT_THAT(
+        WhyThrown([&] { FileSystem::CopyReplacing(source, destination, [&] { return ++asked < 2; }); }),
+        HasSubstr(source));
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(temp.Content(L"destination"), "older");
+    EXPECT_THAT(temp.Files(), ElementsAre(L"destination", L"source"));
+}
+
+TEST_F(Files, WhatHoldsAFileForAMomentDoesNotKeepItFromBeingChanged) {
+    const auto held = [&](const std::function<void()>& change) {
+        base::FileHandle scanner = Held(temp.File(L"x", "1"), GENERIC_READ, FILE_SHARE_READ);
+        std::thread end([&] {
+            Sleep(200);
+            scanner.Reset();
+        });
+        const base::RollBack join([&] { end.join(); });
+        change();
+    };
+    held([&] { FileSystem::DeleteFile(temp / L"x"); });
+    held([&] { FileSystem::MoveFile(temp / L"x", temp / L"y"); });
+    held([&] { FileSystem::MoveReplacing(temp.File(L"z", "2"), temp / L"x"); });
+    EXPECT_EQ(temp.Content(L"x"), "2");
+    held([&] { FileSystem::WriteBlock(temp / L"x").Delete(); });
+    EXPECT_THAT(temp.Files(), ElementsAre(L"y"));
+    const base::FileHandle holder = Held(temp.File(L"x", "1"), GENERIC_READ, FILE_SHARE_READ);
+    EXPECT_THAT(WhyThrown([&] { FileSystem::DeleteFile(temp / L"x"); }), HasSubstr(temp / L"x"));
 }
 
 TEST_F(Files, AMoveToAnotherVolumeIsWholeOrNotThere) {

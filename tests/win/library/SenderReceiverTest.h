@@ -9,13 +9,6 @@
 
 namespace tests {
 
-/// A file that somebody has open meanwhile.
-inline base::FileHandle Held(const std::wstring& path, DWORD access, DWORD share) {
-    base::FileHandle file(CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
-    EXPECT_TRUE(file);
-    return file;
-}
-
 class SenderReceiverTest : public PartTest {
 protected:
     using Values = std::vector<std::pair<std::wstring, std::wstring>>;

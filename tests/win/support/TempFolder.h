@@ -11,6 +11,8 @@
 #include <string>
 
 #include "base/FileSystem.h"
+#include "base/Handle.h"
+#include "base/SystemError.h"
 
 namespace tests {
 
@@ -83,5 +85,12 @@ private:
 
     const std::filesystem::path m_path;
 };
+
+/// A file that somebody has open meanwhile.
+inline base::FileHandle Held(const std::wstring& path, DWORD access, DWORD share) {
+    base::FileHandle file(CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (!file) throw base::SystemError(GetLastError(), "hold", path);
+    return file;
+}
 
 }  // namespace tests
