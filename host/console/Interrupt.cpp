@@ -6,13 +6,23 @@
 #include <atomic>
 
 #include "base/Console.h"
+#include "base/Handle.h"
+#include "base/Module.h"
 #include "host/console/ExitCode.h"
 
 namespace {
 
 std::atomic<bool> requested = false;
+const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // the work has come to its end
 
-BOOL WINAPI Note(DWORD event) {
+/// The system ends the process when it has told of the end of the console or session: the main thread needs
+/// time to leave the work at hand.
+void WaitForTheWork() {
+    constexpr DWORD kTimeToFinish = 20000;
+    WaitForSingleObject(ended, kTimeToFinish);
+}
+
+BOOL WINAPI NoteConsoleEvent(DWORD event) {
     const bool again = requested.exchange(true);
     if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
         // The work at hand may wait for somebody who never answers.
@@ -20,14 +30,53 @@ BOOL WINAPI Note(DWORD event) {
         Console::ErrorLine(L"znhost: stopping after the file at hand. Ctrl+C once more ends at once.");
         return TRUE;
     }
-    // Windows ends the process when the handler of these events returns: the main thread needs time.
-    constexpr DWORD kTimeToFinish = 20000;
-    Sleep(kTimeToFinish);
+    WaitForTheWork();
     return TRUE;
+}
+
+constexpr const wchar_t* kWindowClass = L"znhost session";
+
+LRESULT CALLBACK NoteSessionEnd(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+    case WM_QUERYENDSESSION:
+        requested = true;
+        return TRUE;
+    case WM_ENDSESSION:
+        if (wParam) WaitForTheWork();
+        return 0;
+    default:
+        return DefWindowProcW(window, message, wParam, lParam);
+    }
+}
+
+/// A program that uses windows gets no console event when the user logs off or the system shuts down: its
+/// windows are told, by the threads that own them. Where there can be no windows nobody logs off.
+DWORD WINAPI WatchSession(void*) {
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = &NoteSessionEnd;
+    windowClass.hInstance = base::ModuleHandle();
+    windowClass.lpszClassName = kWindowClass;
+    RegisterClassW(&windowClass);
+    if (!CreateWindowW(kWindowClass, kWindowClass, WS_OVERLAPPED, 0, 0, 0, 0, nullptr, nullptr,
+                       windowClass.hInstance, nullptr))
+        return 1;
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0)
+        DispatchMessageW(&message);
+    return 0;
 }
 
 }  // namespace
 
-Interrupt::Interrupt() { SetConsoleCtrlHandler(&Note, TRUE); }
-Interrupt::~Interrupt() { SetConsoleCtrlHandler(&Note, FALSE); }
+// The thread lives as long as the process: how long the system takes to make a window is nobody's wait.
+Interrupt::Interrupt() {
+    SetConsoleCtrlHandler(&NoteConsoleEvent, TRUE);
+    const base::KernelHandle thread(CreateThread(nullptr, 0, &WatchSession, nullptr, 0, nullptr));
+}
+
+Interrupt::~Interrupt() {
+    SetEvent(ended);
+    SetConsoleCtrlHandler(&NoteConsoleEvent, FALSE);
+}
+
 bool Interrupt::Requested() noexcept { return requested; }

@@ -1,4 +1,4 @@
-// The user's wish to stop, as Ctrl+C or a closed console window.
+// The user's wish to stop: Ctrl+C, a closed console window, the end of the session.
 #pragma once
 
 /// While it exists, the program is not ended by the first Ctrl+C: the wish is noted, and the work at hand

@@ -327,21 +327,26 @@ class Mount:
 
 
 @functools.cache
-def holding_program(compiler):
-    program = pathlib.Path(LASTING.name) / "hold.exe"
-    source = pathlib.Path(__file__).with_name("hold.c")
+def compiled(compiler, name):
+    program = pathlib.Path(LASTING.name) / f"{name}.exe"
+    source = pathlib.Path(__file__).with_name(f"{name}.c")
     subprocess.run([compiler, "-municode", "-static", "-o", program, source], check=True)
     return program
+
+
+def own_program(test, name):
+    """A Windows program from a source beside the tests."""
+    compiler = shutil.which("x86_64-w64-mingw32-gcc-posix") or shutil.which("x86_64-w64-mingw32-gcc")
+    if not compiler:
+        skip(test, f"there is no cross compiler for {name}.c")
+    return compiled(compiler, name)
 
 
 class Holder:
     """A second Windows program that holds a file open: unshared, or as a writer that shares it."""
 
     def __init__(self, test, path, *how):
-        compiler = shutil.which("x86_64-w64-mingw32-gcc-posix") or shutil.which("x86_64-w64-mingw32-gcc")
-        if not compiler:
-            skip(test, "there is no cross compiler for the program that holds a file open")
-        self.process = subprocess.Popen(command(holding_program(compiler), [path, *how]), stdin=subprocess.PIPE,
+        self.process = subprocess.Popen(command(own_program(test, "hold"), [path, *how]), stdin=subprocess.PIPE,
                                         stdout=subprocess.PIPE)
         test.addCleanup(self.release)
         test.assertEqual(self.process.stdout.readline().strip(), b"held", f"{path} cannot be held")

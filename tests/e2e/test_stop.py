@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import Holder, HostTest, arriving, files_below, finish, run_on_terminal, wait_until
+from support import Holder, HostTest, arriving, files_below, finish, own_program, run, run_on_terminal, wait_until
 
 COUNT = 40
 
@@ -57,6 +57,19 @@ class StopTest(HostTest):
         outcome = self.disturbed("send", lambda: self.send_signal(signal.SIGINT, lambda: self.arrived() >= 5))
         self.assertEqual(outcome.code, 1, outcome)
         self.assertIn("Stopped by the user", outcome.output)
+        self.assert_next_cycle_delivers()
+
+    def test_the_end_of_the_session_ends_a_run(self):
+        program = own_program(self, "end_session")
+
+        def log_off():
+            process = self.start_run(self.field)
+            wait_until(lambda: self.arrived() >= 5, process)
+            answer = run("znhost session", program=program)
+            outcome = finish(process)
+            return outcome if answer.code == 0 else None
+
+        self.assertIn("Stopped by the user", self.disturbed("send", log_off).output)
         self.assert_next_cycle_delivers()
 
     def test_a_killed_run_loses_nothing(self):
