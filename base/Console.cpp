@@ -26,9 +26,16 @@ void WriteToConsole(HANDLE output, std::wstring_view text) {
     }
 }
 
+/// As text files have them.
+std::string WithLineEnds(std::string text) {
+    for (size_t i = 0; (i = text.find('\n', i)) != std::string::npos; ++i)
+        if (i == 0 || text[i - 1] != '\r') text.insert(i++, 1, '\r');
+    return text;
+}
+
 /// A reader that went away must not stop a transfer: failures are ignored.
 void WriteToFile(HANDLE output, std::wstring_view text) {
-    const std::string bytes = base::ToUtf8(text);
+    const std::string bytes = WithLineEnds(base::ToUtf8(text));
     DWORD written = 0;
     WriteFile(output, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }

@@ -17,7 +17,7 @@ std::wstring EnvironmentVariable(const wchar_t* name) {
 std::wstring CurrentFolder() { return FileSystem::FullPath(L"."); }
 
 std::wstring TemporaryFolder() {
-    std::wstring path(MAX_PATH + 1, L'\0');
+    std::wstring path(GetTempPathW(0, nullptr), L'\0');
     path.resize(GetTempPathW(static_cast<DWORD>(path.size()), path.data()));
     if (path.empty()) ThrowWin32(GetLastError(), L"the folder for temporary files");
     return path;

@@ -41,6 +41,11 @@ void AddVersion(CLI::App& app, const std::string& program) {
     app.set_version_flag("--version", program + " " ZN_VERSION " (" ZN_BITS "-bit)");
 }
 
+void AddFooter(CLI::App& app, const std::string& text) {
+    app.footer(text + (text.empty() ? "" : "\n") +
+               "Output that is redirected is UTF-8 text with CR LF at the ends of lines.");
+}
+
 CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
                      const std::string& description) {
     const auto take = [&value](const std::string& text) { value = FromParser(text); };

@@ -17,6 +17,8 @@ namespace cli {
 /// are added later take the paths over, and want a version of their own.
 void SetUp(CLI::App& app, const std::string& program);
 void AddVersion(CLI::App& app, const std::string& program);
+/// What --help ends with: the program's own words, and how output arrives elsewhere than on a console.
+void AddFooter(CLI::App& app, const std::string& text);
 /// Adds an option or positional whose value is text, or the name of a file or folder.
 CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
                      const std::string& description);

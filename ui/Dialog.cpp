@@ -48,6 +48,8 @@ INT_PTR CALLBACK Dialog::DialogProcedure(HWND window, UINT message, WPARAM wPara
 INT_PTR Dialog::Answer(UINT message, WPARAM wParam) {
     switch (message) {
     case WM_INITDIALOG:
+        // The window of a console program is not the foreground's, and covers the dialog.
+        if (!GetWindow(m_window, GW_OWNER)) SetForegroundWindow(m_window);
         Focus(Load());
         return FALSE;  // the focus is where it belongs
     case WM_COMMAND:

@@ -71,6 +71,7 @@ void Run(const std::vector<std::wstring>& arguments) {
         "Exit codes: 0 done; 1 a file cannot be read or written, is damaged, or is the wrong reference;"
         " 2 wrong usage.",
         kProgram.name);
+    cli::AddFooter(app, "");
     cli::SetUp(app, kProgram.name);
     app.require_subcommand(1);
 

@@ -1,7 +1,13 @@
 // See DosTime.h.
 #include "companions/zip/DosTime.h"
 
+#include <chrono>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <ctime>
+#endif
 
 namespace companions::zip {
 
@@ -9,55 +15,87 @@ using base::FileTime;
 
 namespace {
 
+using std::chrono::seconds;
+
 constexpr int kFirstYear = 1980;
 constexpr int kLastYear = 2107;
-constexpr int kTmYear = 1900;
 
-std::tm Local(std::int64_t seconds) {
+// Seconds since 1970 of a moment, and of what the clock on the wall shows then. By the system's rules: those
+// of the run-time library follow an environment variable.
+#ifdef _WIN32
+
+constexpr seconds kWindowsEpoch{11'644'473'600};
+constexpr std::int64_t kTicks = 10'000'000;
+
+using Conversion = decltype(&SystemTimeToTzSpecificLocalTime);
+
+seconds Converted(seconds time, Conversion convert) {
+    ULARGE_INTEGER ticks;
+    ticks.QuadPart = static_cast<ULONGLONG>((time + kWindowsEpoch).count() * kTicks);
+    FILETIME file{ticks.LowPart, ticks.HighPart};
+    SYSTEMTIME from;
+    SYSTEMTIME to;
+    // Only a time of another millennium cannot be converted.
+    if (!FileTimeToSystemTime(&file, &from) || !convert(nullptr, &from, &to) ||
+        !SystemTimeToFileTime(&to, &file))
+        return time;
+    ticks.LowPart = file.dwLowDateTime;
+    ticks.HighPart = file.dwHighDateTime;
+    return seconds(static_cast<std::int64_t>(ticks.QuadPart) / kTicks) - kWindowsEpoch;
+}
+
+seconds Local(seconds moment) { return Converted(moment, &SystemTimeToTzSpecificLocalTime); }
+seconds Moment(seconds local) { return Converted(local, &TzSpecificLocalTimeToSystemTime); }
+
+#else
+
+seconds Local(seconds moment) {
+    const std::time_t time = moment.count();
     std::tm local{};
-#ifdef _WIN32
-    // The plain functions end in 2038 on 32 bits.
-    const __time64_t time = seconds;
-    _localtime64_s(&local, &time);
-#else
-    localtime_r(&seconds, &local);
-#endif
-    return local;
+    localtime_r(&time, &local);
+    return seconds(timegm(&local));
 }
 
-std::int64_t SecondsOf(std::tm local) {
-#ifdef _WIN32
-    return _mktime64(&local);
-#else
-    return std::mktime(&local);
-#endif
+seconds Moment(seconds local) {
+    const std::time_t time = local.count();
+    std::tm clock{};
+    gmtime_r(&time, &clock);
+    clock.tm_isdst = -1;
+    return seconds(std::mktime(&clock));
 }
 
-constexpr DosTime Dos(int year, int month, int day, int hour, int minute, int second) {
-    return {static_cast<std::uint16_t>(hour << 11 | minute << 5 | second / 2),
-            static_cast<std::uint16_t>((year - kFirstYear) << 9 | month << 5 | day)};
+#endif
+
+constexpr DosTime Dos(int year, unsigned month, unsigned day, seconds time) {
+    const auto clock = std::chrono::hh_mm_ss(time);
+    return {static_cast<std::uint16_t>(clock.hours().count() << 11 | clock.minutes().count() << 5 |
+                                       clock.seconds().count() / 2),
+            static_cast<std::uint16_t>(static_cast<unsigned>(year - kFirstYear) << 9 | month << 5 | day)};
 }
 
 }  // namespace
 
 DosTime ToDosTime(FileTime time) {
-    const std::tm local = Local(std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count());
-    const int year = local.tm_year + kTmYear;
-    if (year < kFirstYear) return Dos(kFirstYear, 1, 1, 0, 0, 0);
-    if (year > kLastYear) return Dos(kLastYear, 12, 31, 23, 59, 58);
-    return Dos(year, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    const std::chrono::sys_seconds local(Local(std::chrono::floor<seconds>(time).time_since_epoch()));
+    const auto day = std::chrono::floor<std::chrono::days>(local);
+    const std::chrono::year_month_day date(day);
+    const int year = static_cast<int>(date.year());
+    if (year < kFirstYear) return Dos(kFirstYear, 1, 1, seconds(0));
+    if (year > kLastYear) return Dos(kLastYear, 12, 31, std::chrono::days(1) - seconds(2));
+    return Dos(year, static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()), local - day);
 }
 
+/// A date that no calendar has is counted on from the first of its month, or year.
 FileTime FromDosTime(DosTime time) {
-    std::tm local{};
-    local.tm_year = (time.date >> 9) + kFirstYear - kTmYear;
-    local.tm_mon = (time.date >> 5 & 15) - 1;
-    local.tm_mday = time.date & 31;
-    local.tm_hour = time.time >> 11;
-    local.tm_min = time.time >> 5 & 63;
-    local.tm_sec = (time.time & 31) * 2;
-    local.tm_isdst = -1;
-    return FileTime(std::chrono::seconds(SecondsOf(local)));
+    using std::chrono::days;
+    using std::chrono::months;
+    const std::chrono::year_month january(std::chrono::year((time.date >> 9) + kFirstYear),
+                                          std::chrono::January);
+    const auto month = january + months((time.date >> 5 & 15) - 1);
+    const std::chrono::sys_days day = std::chrono::sys_days(month / 1) + days((time.date & 31) - 1);
+    const seconds local = day.time_since_epoch() + std::chrono::hours(time.time >> 11) +
+                          std::chrono::minutes(time.time >> 5 & 63) + seconds((time.time & 31) * 2);
+    return FileTime(Moment(local));
 }
 
 }  // namespace companions::zip

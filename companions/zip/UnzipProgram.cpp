@@ -47,7 +47,7 @@ struct Options {
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
     CLI::App app(kDescription, kProgram.name);
-    app.footer(kFooter);
+    cli::AddFooter(app, kFooter);
     cli::SetUp(app, kProgram.name);
     app.add_flag("-o", options.overwrite, "Overwrite existing files; without it they are an error");
     app.add_flag("-j", options.junkPaths, "Junk paths: all files go directly into the folder");

@@ -59,7 +59,7 @@ void AddLevels(CLI::App& app, int& chosen) {
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
     CLI::App app(kDescription, kProgram.name);
-    app.footer(kFooter);
+    cli::AddFooter(app, kFooter);
     cli::SetUp(app, kProgram.name);
     AddLevels(app, options.level);
     app.add_flag("-j", options.junkPaths, "Junk paths: members have the bare names of the files");

@@ -54,7 +54,7 @@ CLI::Option* AddText(CLI::App& app, const char* name, std::wstring& value, const
 class Parser {
 public:
     explicit Parser(Options& options) : m_options(options) {
-        m_app.footer(kExamples);
+        cli::AddFooter(m_app, kExamples);
         cli::SetUp(m_app, kName);
         AddCommands();
     }
@@ -111,7 +111,7 @@ CLI::App& Parser::Add(const char* name, const char* description, Command command
     CLI::App& added = *m_app.add_subcommand(name, description);
     added.callback([this, command] { m_options.command = command; });
     cli::AddVersion(added, kName);
-    added.footer(kExamples);
+    cli::AddFooter(added, kExamples);
     return added;
 }
 

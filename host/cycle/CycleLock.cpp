@@ -5,8 +5,8 @@
 #include "base/File.h"
 
 CycleLock::CycleLock(const std::wstring& settingsFile)
-    : m_file(base::File::Open(settingsFile, GENERIC_READ,
-                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING)) {
+    : m_file(
+          base::File::Open(settingsFile, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING)) {
     OVERLAPPED place{};
     // Far behind the text, so that everybody can still read and edit that.
     place.Offset = 1u << 30;

@@ -119,7 +119,10 @@ def start(*arguments, program=None, **options):
 def text_of(file):
     with file:
         file.seek(0)
-        return file.read().decode()
+        text = file.read().decode()
+    lines = text.replace("\r\n", "")
+    assert "\n" not in lines, f"a line without CR LF at its end: {text}"
+    return text.replace("\r\n", "\n")
 
 
 def finish(process):
