@@ -41,8 +41,10 @@ std::wstring WhatIsLeft(const std::wstring& output, const std::wstring& backup) 
 
 }  // namespace
 
-DecodeStep::DecodeStep(std::wstring command, LONG timeoutSeconds, std::wstring outputFile)
-    : m_command(std::move(command)),
+DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutSeconds,
+                       std::wstring outputFile)
+    : m_program(std::move(program)),
+      m_command(std::move(command)),
       m_timeoutSeconds(timeoutSeconds),
       m_outputFile(std::move(outputFile)),
       m_backup(m_outputFile + L"_bck") {}
@@ -56,7 +58,7 @@ bool DecodeStep::Run() const {
 
 /// Says why there is no output; empty when there is.
 std::wstring DecodeStep::Decode() const {
-    if (!DoShellCmd(m_command, m_timeoutSeconds, true))
+    if (!DoShellCmd(m_command, m_timeoutSeconds, true, m_program))
         return Lines(L"Command: " + m_command, L"Command timed out");
     if (!FileSystem::FileExists(m_outputFile)) return L"Decoding failed for output file " + m_outputFile;
     if (FileSystem::FileSize(m_outputFile) == 0)

@@ -13,7 +13,8 @@
 /// output file was made in time; every failure is reported, or thrown where it leaves files in doubt.
 class DecodeStep {
 public:
-    DecodeStep(std::wstring command, LONG timeoutSeconds, std::wstring outputFile);
+    /// program: as clsShell's.
+    DecodeStep(std::wstring program, std::wstring command, LONG timeoutSeconds, std::wstring outputFile);
 
     bool Run() const;
 
@@ -22,6 +23,7 @@ private:
     bool RenameToBackup() const;
     std::wstring Decode() const;
 
+    std::wstring m_program;
     std::wstring m_command;
     LONG m_timeoutSeconds;
     std::wstring m_outputFile;

@@ -19,14 +19,23 @@ clsShell::~clsShell() {
     Wait(kLongestEnd);
 }
 
+/// As the system passes it on when it finds the program itself: a path with blanks in quotes, or the program
+/// would take the parts of its path for arguments.
+std::wstring clsShell::CommandLine() const {
+    const bool needsQuotes =
+        m_sProgram.find_first_of(L" \t") != std::wstring::npos && m_sCommand.starts_with(m_sProgram);
+    return needsQuotes ? L"\"" + m_sProgram + L"\"" + m_sCommand.substr(m_sProgram.size()) : m_sCommand;
+}
+
 BOOL clsShell::Execute() {
+    std::wstring commandLine = CommandLine();
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
     // The wide form: a packet may have a name that the 8-bit code page cannot express.
-    const BOOL started =
-        CreateProcessW(nullptr, m_sCommand.data(), nullptr, nullptr, TRUE,
-                       CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS, nullptr, nullptr, &startup, &process);
+    const BOOL started = CreateProcessW(m_sProgram.empty() ? nullptr : m_sProgram.c_str(), commandLine.data(),
+                                        nullptr, nullptr, TRUE, CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS,
+                                        nullptr, nullptr, &startup, &process);
     const base::KernelHandle thread(process.hThread);
     m_process = base::KernelHandle(process.hProcess);
     return started;

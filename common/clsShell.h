@@ -19,6 +19,11 @@ public:
     void Command(std::wstring command) { m_sCommand = std::move(command); }
     const std::wstring& Command() const noexcept { return m_sCommand; }
 
+    /// The path of the program that the command line begins with, where the caller knows it: no other one is
+    /// started. Without it the system looks for the program, and tries "C:\Program.exe" for an unquoted
+    /// "C:\Program Files\Zip.exe" first.
+    void Program(std::wstring path) { m_sProgram = std::move(path); }
+
     /// Starts the process. 0 when it could not be started; Wait then returns at once.
     BOOL Execute();
 
@@ -36,6 +41,9 @@ public:
     void Detach();
 
 private:
+    std::wstring CommandLine() const;
+
     std::wstring m_sCommand;
+    std::wstring m_sProgram;
     base::KernelHandle m_process;  // while it runs, as far as is known
 };

@@ -157,11 +157,12 @@ IZNBrandingResources* ZNBrandingResObject() {
                                                 L"modMain.ZNBrandingResObject: ");
 }
 
-bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) {
+bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool, const std::wstring& Program) {
     const Procedure self(L"modMain.DoShellCmd");
     return self.Guard(false, [&] {
         clsShell shell;
         shell.Command(Command);
+        shell.Program(Program);
         shell.Execute();
         return shell.WaitProcessingMessages(TimeoutSeconds) ||
                self.Fail(Lines(L"Command: " + Command, L"timed out"));
@@ -169,11 +170,11 @@ bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool) {
 }
 
 bool CommonDecode(std::wstring& OutputFile, bool, const std::wstring& Command, LONG TimeoutSeconds,
-                  std::wstring& ResultFile) {
+                  std::wstring& ResultFile, const std::wstring& Program) {
     return Procedure(L"modMain.CommonDecode").Guard(false, [&] {
         const std::wstring extension = base::Upper(Path::LastFour(OutputFile));
         if (extension != L".MDB" && extension != L".XML") OutputFile += L".MDB";
         ResultFile = OutputFile;
-        return DecodeStep(Command, TimeoutSeconds, OutputFile).Run();
+        return DecodeStep(Program, Command, TimeoutSeconds, OutputFile).Run();
     });
 }

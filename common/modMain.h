@@ -33,12 +33,13 @@ IZNBrandingResources* ZNBrandingResObject();
 
 /// Runs a command line and waits for its end; the program's own success is not asked. A command that
 /// exceeds its time is ended and reported, and the result is False. A program that cannot be started
-/// counts as ended: look for what it should have made.
-bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool SupressMsg);
+/// counts as ended: look for what it should have made. Program: as clsShell's.
+bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool SupressMsg,
+                const std::wstring& Program = {});
 
 /// Runs a command that decodes a packet into OutputFile, which gets the extension ".MDB" when it has
 /// neither that nor ".XML". A previous file of that name is kept as OutputFile & "_bck" until the new
 /// one is there in full, and comes back when the command fails. ResultFile: the final name. False when
-/// no non-empty output file was made in time; every failure is reported.
+/// no non-empty output file was made in time; every failure is reported. Program: as clsShell's.
 bool CommonDecode(std::wstring& OutputFile, bool SupressMsg, const std::wstring& Command, LONG TimeoutSeconds,
-                  std::wstring& ResultFile);
+                  std::wstring& ResultFile, const std::wstring& Program = {});

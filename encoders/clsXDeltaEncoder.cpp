@@ -110,9 +110,8 @@ bool clsXDeltaEncoder::ValidRegistryKeys() {
                                L"xDelta reference file."));
     }
     if (m_sXDeltaUtilLocation.empty()) return self.Fail(L"The xDelta location has not been set up properly.");
-    const std::wstring program = m_sXDeltaUtilLocation + L"xDelta.exe";
-    return FileSystem::FileExists(program) ||
-           self.Fail(L"XDelta.exe does not exist in specified location: " + program);
+    return FileSystem::FileExists(ProgramPath()) ||
+           self.Fail(L"XDelta.exe does not exist in specified location: " + ProgramPath());
 }
 
 bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
@@ -125,11 +124,13 @@ bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std
             OutFolder + L"\\" + DifferenceName(FileName, Path::BaseName(m_sReferencePath)) + m_sOutExtension;
         const std::wstring backup = target + L"_bck";
         if (FileSystem::FileExists(target)) FileSystem::MoveFile(target, backup);
-        const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe delta " + Quoted(m_sReferencePath) +
-                                     L" " + Quoted(source) + L" " + Quoted(target);
+        const std::wstring program = ProgramPath();
+        const std::wstring command =
+            program + L" delta " + Quoted(m_sReferencePath) + L" " + Quoted(source) + L" " + Quoted(target);
         const auto delta = [&]() -> std::wstring {
             const std::wstring failed = L"Command: " + command;
-            if (!DoShellCmd(command, m_lTimeout, SupressMsg)) return Lines(failed, L"Command timed out");
+            if (!DoShellCmd(command, m_lTimeout, SupressMsg, program))
+                return Lines(failed, L"Command timed out");
             return FileSystem::FileExists(target) ? L"" : Lines(failed, L"failed to create an output file");
         };
         if (!MakeOutput(self, target, backup, delta)) return false;
@@ -152,9 +153,10 @@ bool clsXDeltaEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std
         if (!FileSystem::FileExists(reference))
             return self.Fail(L"Xdelta reference file " + reference + L" for encoded file " + FileName +
                              L" does not exist.");
-        const std::wstring command = m_sXDeltaUtilLocation + L"xDelta.exe patch " + Quoted(encodedFile) +
-                                     L" " + Quoted(reference) + L" " + Quoted(output);
-        return CommonDecode(output, SupressMsg, command, m_lTimeout, OutFile);
+        const std::wstring program = ProgramPath();
+        const std::wstring command =
+            program + L" patch " + Quoted(encodedFile) + L" " + Quoted(reference) + L" " + Quoted(output);
+        return CommonDecode(output, SupressMsg, command, m_lTimeout, OutFile, program);
     });
 }
 

@@ -38,6 +38,7 @@ private:
     void ReferencePath(const std::wstring& File);
     void UseReference(const std::wstring& file);
     bool ValidRegistryKeys();
+    std::wstring ProgramPath() const { return m_sXDeltaUtilLocation + L"xDelta.exe"; }
 
     const bool SupressMsg = false;
     std::wstring m_sXDeltaUtilLocation;

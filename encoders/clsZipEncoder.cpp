@@ -81,6 +81,7 @@ std::wstring clsZipEncoder::ZipCommand(const std::wstring& workFile, const std::
 /// A zip program that exceeds its time is left running: it may be close to its end.
 bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile) const {
     clsShell shell;
+    shell.Program(ProgramPath(L"Zip.exe"));
     shell.Command(ZipCommand(workFile, source));
     shell.Execute();
     if (shell.WaitProcessingMessages(m_lZipTimeout)) return true;
@@ -129,8 +130,8 @@ bool clsZipEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std::w
         OutFile = FileName;
         const std::wstring encodedFile = InFolder + L"\\" + FileName + m_sOutExtension;
         std::wstring output = OutFolder + L"\\" + OutFile;
-        const std::wstring command =
-            ProgramPath(L"Unzip.exe") + L" -oj " + Quoted(encodedFile) + L" -d " + Quoted(OutFolder);
-        return CommonDecode(output, SupressMsg, command, m_lZipTimeout, OutFile);
+        const std::wstring program = ProgramPath(L"Unzip.exe");
+        const std::wstring command = program + L" -oj " + Quoted(encodedFile) + L" -d " + Quoted(OutFolder);
+        return CommonDecode(output, SupressMsg, command, m_lZipTimeout, OutFile, program);
     });
 }

@@ -15,6 +15,8 @@ protected:
     EncoderTest() {
         framework.resources = {{145, L"Test Tool"}, {140, L"Zip"}, {110, L"Difference"}};
         framework.registry[L"1//ZNBinDir"] = children.Folder();
+        // What the first word of the program folder's path names must not be tried.
+        temp.File(L"program.exe", "no program");
         temp.Folder(L"in");
         temp.Folder(L"out");
     }
@@ -120,6 +122,15 @@ TEST_F(ZipEncoder, EncodesThroughTheWorkFile) {
     EXPECT_FALSE(EncodeAfter(L"")) << "the target of before is in the way";
     EXPECT_EQ(temp.Content(L"work\\a b.mdb.afz"), "zipped");
     EXPECT_THAT(framework.log, OneReport(kEncode));
+}
+
+TEST_F(ZipEncoder, DecodesIntoTheFolder) {
+    children.Install(L"Unzip.exe");
+    children.Script(L"write T:\\out\\a b.mdb*packet");
+    EXPECT_TRUE(Decode(L"a b.mdb"));
+    EXPECT_EQ(outFile.Text(), temp / L"out\\a b.mdb");
+    EXPECT_EQ(children.CommandLine(), kPrograms + L"Unzip.exe -oj \"T:\\in\\a b.mdb.afz\" -d \"T:\\out\"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(ZipEncoder, PassesOnlyLevelsThatExist) {
@@ -246,6 +257,16 @@ TEST_F(DeltaEncoder, EncodesBesideTheReferencesName) {
     EXPECT_THAT(framework.log, IsEmpty());
     EXPECT_FALSE(Encode(L"a b.mdb")) << "the backup that stayed is in the way";
     EXPECT_THAT(framework.log, OneReport(kDelta + L"IZNEncoder_Encode"));
+}
+
+TEST_F(DeltaEncoder, DecodesWithTheReferenceThatTheNameTells) {
+    temp.File(L"in\\a b.mdb~Base1.axd");
+    children.Script(L"write T:\\out\\a b.mdb*packet");
+    EXPECT_TRUE(Decode(L"a b.mdb~Base1"));
+    EXPECT_EQ(outFile.Text(), temp / L"out\\a b.mdb");
+    EXPECT_EQ(children.CommandLine(), kPrograms + L"xDelta.exe patch \"T:\\in\\a b.mdb~Base1.axd\" "
+                                                  L"\"T:\\refs\\Base1.AXR\" \"T:\\out\\a b.mdb\"");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(DeltaEncoder, AFailedDeltaBringsThePreviousFileBack) {

@@ -30,6 +30,22 @@ TEST_F(ShellTest, ACommandThatEndsInTimeIsDoneWhateverItsExitCode) {
     EXPECT_THAT(framework.log, IsEmpty());
 }
 
+TEST_F(ShellTest, NoProgramIsStartedButTheOneThatIsMeant) {
+    const std::wstring command = program + L" -x \"a b\"";
+    const auto passed = [&](const std::wstring& meant) {
+        FileSystem::TryDelete(temp / L"command line.txt");
+        EXPECT_TRUE(DoShellCmd(command, 60, false, meant));
+        return temp.Content(L"command line.txt");
+    };
+    const std::string asFound = passed(L"");
+    EXPECT_EQ(passed(program), asFound);
+    children.Install(L"..\\program.exe");
+    EXPECT_EQ(passed(program), asFound) << "not by the one that the first word names";
+    FileSystem::TryDelete(program);
+    EXPECT_EQ(passed(program), "(no file)") << "one that cannot be started has ended";
+    EXPECT_THAT(framework.log, IsEmpty());
+}
+
 TEST_F(ShellTest, ACommandThatExceedsItsTimeIsReportedAndEnded) {
     children.Script(kAwaitGo);
     const ULONGLONG start = GetTickCount64();
