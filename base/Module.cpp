@@ -23,6 +23,12 @@ std::wstring PathOf(HMODULE module) {
 
 HINSTANCE ModuleHandle() noexcept { return reinterpret_cast<HINSTANCE>(&__ImageBase); }
 
+void PinModule() noexcept {
+    HMODULE pinned = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(&__ImageBase), &pinned);
+}
+
 std::wstring ModulePath() { return PathOf(ModuleHandle()); }
 
 std::wstring ProgramPath() { return PathOf(nullptr); }

@@ -8,6 +8,8 @@
 namespace base {
 
 HINSTANCE ModuleHandle() noexcept;
+/// Keeps the module loaded until the process ends.
+void PinModule() noexcept;
 /// Path of the module. Throws a failure.
 std::wstring ModulePath();
 /// Path of the running program. Throws a failure.

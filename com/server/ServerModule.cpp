@@ -1,6 +1,7 @@
 // See ServerModule.h.
 #include "com/server/ServerModule.h"
 
+#include "base/Module.h"
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
 #include "com/Result.h"
@@ -46,6 +47,9 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID id, void** object) noexcept {
     *object = nullptr;
     for (const ClassEntry& entry : ThisModule().classes) {
         if (entry.clsid != clsid) continue;
+        // From the first call on the compiler's runtime holds a slot for what each thread has, and no
+        // unloading gives it back: a host that leaves and enters COM a thousand times would run out of them.
+        base::PinModule();
         return Call([&] { Check(Make<ClassFactory>(entry).CopyTo(id, object), entry.progId); });
     }
     return CLASS_E_CLASSNOTAVAILABLE;

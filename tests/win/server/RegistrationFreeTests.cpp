@@ -18,6 +18,17 @@ TEST(RegistrationFree, ManifestsServeEveryClassByProgId) {
     }
 }
 
+TEST(RegistrationFree, AHostMayEnterAndLeaveComAgainAndAgain) {
+    for (int round = 0; round < 1000; ++round) {
+        const ComApartment apartment;
+        for (const CLSID& clsid : {__uuidof(clsCmdLine), __uuidof(ZNLocale)}) {
+            ComPtr<IUnknown> object;
+            ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), S_OK);
+        }
+        CoFreeUnusedLibraries();
+    }
+}
+
 TEST(RegistrationFree, TheFolderLocatorAnswersFromTheMobileConfiguration) {
     const ScratchHives hives;
     const ComApartment apartment;
