@@ -13,6 +13,9 @@ namespace tests {
 
 namespace {
 
+/// What the system has kept is of a moment ago, and what it keeps, others can read.
+constexpr DWORD kPastTheCache = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
+
 FtpScript* g_script = nullptr;
 std::string g_agent;
 std::vector<RemoteEntry> g_found;  // what an open search has not handed out yet
@@ -142,7 +145,7 @@ BOOL WINAPI Create(HINTERNET connection, LPCSTR folder) {
 
 HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD flags,
                       DWORD_PTR) {
-    EXPECT_TRUE(flags & INTERNET_FLAG_RELOAD) << "what the system has kept is of a moment ago";
+    EXPECT_EQ(flags, kPastTheCache);
     if (!Succeed("Find", connection)) return nullptr;
     g_found = g_script->listing.value_or(EntriesOfCurrentFolder());
     if (std::string(pattern) != "*.*")
@@ -153,7 +156,7 @@ HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA f
 BOOL WINAPI Get(HINTERNET connection, LPCSTR name, LPCSTR target, BOOL failIfExists, DWORD attributes,
                 DWORD flags, DWORD_PTR) {
     EXPECT_FALSE(failIfExists);
-    EXPECT_EQ(flags, DWORD{INTERNET_FLAG_RELOAD});
+    EXPECT_EQ(flags, kPastTheCache);
     EXPECT_EQ(attributes, DWORD{FILE_ATTRIBUTE_NORMAL}) << "as every file is listed";
     std::ofstream file(target, std::ios::binary);
     if (!Succeed("Get", connection)) {
