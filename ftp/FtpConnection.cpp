@@ -1,6 +1,7 @@
 // See FtpConnection.h.
 #include "ftp/FtpConnection.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string_view>
@@ -39,6 +40,16 @@ std::string PasswordText(const std::wstring& password) try {
     throw base::Error(error.failure().number,
                       L"The FTP password has a character that is not in the system's 8-bit code page, or a "
                       L"control character; use another password.");
+}
+
+/// A pattern that a name fits. It may travel to the server, to whose list command a blank ends the name,
+/// brackets and braces stand for several, and a dash or tilde at the beginning means an option or a home.
+std::wstring PatternFor(std::wstring name) {
+    constexpr std::wstring_view kSpecial = L" []{}";
+    std::ranges::replace_if(
+        name, [&](wchar_t letter) { return kSpecial.find(letter) != std::wstring_view::npos; }, L'?');
+    if (name.starts_with(L'-') || name.starts_with(L'~')) name.front() = L'?';
+    return name;
 }
 
 FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
@@ -125,17 +136,25 @@ bool FtpConnection::FindNext(const InternetHandle& search, FileEntry& found) {
 }
 
 /// Some proxies and servers end a search for one file without handle and without error although the file
-/// is there: only an error says that it is not. The size of another name tells nothing.
+/// is there: only an error says that it is not. The size of another name tells nothing; where the pattern
+/// fits others, too, another name does not even tell that the file is there.
 bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
+    const std::wstring pattern = PatternFor(name);
     found = {name};
     FileEntry entry;
-    const InternetHandle search = Find(name, entry);
+    InternetHandle search = Find(pattern, entry);
     if (!search) return GetLastError() == ERROR_SUCCESS;
+    bool isFound = pattern == name;
     do
-        if (entry.name == name || (base::EqualsIgnoringCase(entry.name, name) && found.size == 0))
+        if (entry.name == name || (base::EqualsIgnoringCase(entry.name, name) && found.size == 0)) {
             found = entry;
+            isFound = true;
+        }
     while (entry.name != name && FindNext(search, entry));
-    return true;
+    const DWORD error = GetLastError();
+    search.Reset();
+    SetLastError(error);
+    return isFound;
 }
 
 /// What a server answers to a command that asks for one property of a file.

@@ -56,7 +56,9 @@ public:
     InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
     static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
     /// The entry of one name. Where the search ends without one and without an error, or with entries of
-    /// other names only, the name counts as found, with an unknown size (0).
+    /// other names only, the name counts as found, with an unknown size (0); a name that cannot be searched
+    /// for as it is (with blanks, brackets or braces, or a dash or tilde at its beginning) only in the first
+    /// case.
     bool FindFile(const std::wstring& name, FileSystem::FileEntry& found) const;
     /// The size of a file of the current remote folder, in bytes; nothing where the server does not tell.
     /// Cheaper than a search, and exact, but only after a transfer: some servers tell it only of the bytes

@@ -18,6 +18,7 @@ class Transfers:
     def test_packets_travel_both_ways(self):
         self.put(self.field, "a.mdb", content=AWKWARD)
         self.put(self.field, "empty.mdb", content=b"")
+        self.put(self.field, "-a[1]{2}.mdb", "~b.mdb")
         self.put(self.field, "SUB/DEEP/b.xml", *(f"SUB/{number}.mdb" for number in range(3)))
         self.put(self.enterprise, "c.mdb")
         sent = {name for side, name, _ in self.ledger if side is self.field}

@@ -157,6 +157,22 @@ TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
     EXPECT_TRUE(Send()) << "the list tells no sizes";
 }
 
+TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPlace) {
+    server.files = {{"/in/my_plan.mdb", "another"}, {"/in/my-plan.mdb", "another"}};
+    const auto names = {L"my plan.mdb", L"a[1].mdb", L"{b,c}.mdb", L"-l.mdb", L"~joe.mdb"};
+    for (const std::wstring name : names)
+        temp.File(L"send\\" + name, "1");
+    EXPECT_TRUE(Send());
+    for (const std::wstring name : names)
+        EXPECT_EQ(server.files["/in/" + base::ToSystemCodePage(name)], "1");
+    temp.File(L"send\\my plan.mdb", "22");
+    server.afterPut = [&] { server.files.erase("/in/my plan.mdb"); };
+    EXPECT_THAT(FailToSend(), Contains(Tells(L"took file my plan.mdb but does not list it")));
+    EXPECT_TRUE(temp.Exists(L"send\\my plan.mdb"));
+    server.listing = {{"my_plan.mdb", 0, 3}, {"MY PLAN.MDB", 0, 2}};
+    EXPECT_TRUE(Send()) << "in the case that the server gives it";
+}
+
 TEST(ListedSize, MayBeUnknownOrOfFewerBits) {
     constexpr std::uint64_t kGigabyte = 1ULL << 30;
     for (const auto& [listed, bytes] : {std::pair{7ULL, 7ULL},

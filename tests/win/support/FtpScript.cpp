@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -67,6 +68,15 @@ std::vector<RemoteEntry> EntriesOfCurrentFolder() {
     for (const std::string& path : g_script->folders)
         add(path, FILE_ATTRIBUTE_DIRECTORY, 0);
     return entries;
+}
+
+/// As on a server that does not tell the case of letters.
+bool Fits(const std::string& name, const std::string& pattern) {
+    EXPECT_EQ(pattern.find_first_of(" []{}"), pattern.npos) << "what the server takes for something else";
+    EXPECT_FALSE(pattern.starts_with("-") || pattern.starts_with("~")) << pattern;
+    return pattern == "*.*" || std::ranges::equal(name, pattern, [](char letter, char wanted) {
+               return wanted == '?' || std::tolower(letter) == std::tolower(wanted);
+           });
 }
 
 BOOL HandOut(WIN32_FIND_DATAA* found) {
@@ -148,8 +158,7 @@ HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA f
     EXPECT_EQ(flags, kPastTheCache);
     if (!Succeed("Find", connection)) return nullptr;
     g_found = g_script->listing.value_or(EntriesOfCurrentFolder());
-    if (std::string(pattern) != "*.*")
-        std::erase_if(g_found, [&](const RemoteEntry& entry) { return entry.name != pattern; });
+    std::erase_if(g_found, [&](const RemoteEntry& entry) { return !Fits(entry.name, pattern); });
     return HandOut(found) ? NewHandle() : nullptr;
 }
 
