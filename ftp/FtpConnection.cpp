@@ -27,8 +27,8 @@ std::string CommandText(const std::wstring& text) {
 /// In milliseconds; of the connection for commands, and of those for data. Every connection of the session
 /// has them.
 constexpr std::array<std::pair<DWORD, DWORD>, 5> kTimeOuts = {
-    {{INTERNET_OPTION_CONNECT_TIMEOUT, 60'000},
-     {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000},
+    {{INTERNET_OPTION_CONNECT_TIMEOUT, 30'000},
+     {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 60'000},
      {INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
      {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
      {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}}};
@@ -68,7 +68,7 @@ bool FtpConnection::OpenSession() {
 }
 
 /// A server that says nothing more would be waited for without end. A limit that the system does not know
-/// stays its own.
+/// stays its own; Wine ignores all of these.
 void FtpConnection::LimitWaiting() const {
     for (const auto& [option, limit] : kTimeOuts) {
         DWORD milliseconds = limit;

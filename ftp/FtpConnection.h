@@ -31,8 +31,8 @@ public:
     /// nothing about what may be deleted now. Nor do packets stay among the user's internet files.
     static constexpr DWORD kFresh = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 
-    /// Opens the internet session under the tool's name. A server that does not answer for a minute
-    /// (connecting) or two (everything else) fails the call.
+    /// Opens the internet session under the tool's name. A server that does not answer for half a
+    /// minute (connecting), or two minutes (everything else), or takes no command for one, fails the call.
     bool OpenSession();
     /// Connects to the FTP default port with a site's login.
     bool Connect(const FtpSite& site);

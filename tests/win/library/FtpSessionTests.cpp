@@ -34,8 +34,8 @@ TEST_F(FtpSessionTest, AConnectionIsTheHostsUntilItEndsIt) {
 TEST_F(FtpSessionTest, NoServerIsWaitedForWithoutEnd) {
     server.Fail("SetOption", {ERROR_INTERNET_INVALID_OPTION});
     EXPECT_TRUE(Connect()) << "also where the system does not know a limit";
-    EXPECT_THAT(server.options, ElementsAre(Pair(INTERNET_OPTION_CONNECT_TIMEOUT, 60'000),
-                                            Pair(INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000),
+    EXPECT_THAT(server.options, ElementsAre(Pair(INTERNET_OPTION_CONNECT_TIMEOUT, 30'000),
+                                            Pair(INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 60'000),
                                             Pair(INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000),
                                             Pair(INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000),
                                             Pair(INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000)));
