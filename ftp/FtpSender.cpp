@@ -162,7 +162,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
 /// but a whole packet that the server kept. A failure needs no report beside that of the put.
 void FtpSender::RemovePart(const std::wstring& name, std::uint64_t whole) const {
     FileEntry found;
-    if (m_connection.FindFile(name, found) && found.size < whole) m_connection.Delete(name);
+    if (m_connection.FindFile(name, found) && IsListedPart(found.size, whole)) m_connection.Delete(name);
 }
 
 bool FtpSender::RemoteFileExists(const std::wstring& name,

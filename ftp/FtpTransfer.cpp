@@ -35,6 +35,10 @@ bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes) {
            (listed == kLargestSigned || listed == kLargestUnsigned || listed == (bytes & kLargestUnsigned));
 }
 
+bool IsListedPart(std::uint64_t listed, std::uint64_t bytes) {
+    return listed < bytes && (listed == 0 || !MayBeListedSize(listed, bytes));
+}
+
 std::wstring FailureText(DWORD error) {
     return error == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : ErrorText(error);
 }

@@ -13,6 +13,9 @@
 /// of 2 GB or more may be listed as the largest number that the reader of the list has, or by its lower 32
 /// bits.
 bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes);
+/// Whether a listed size tells that only a part of so many bytes is there. One that is 0 does, whether or not
+/// it is known: an empty part would travel on as a packet.
+bool IsListedPart(std::uint64_t listed, std::uint64_t bytes);
 
 /// The server's reply, where an error is one; otherwise the error's text.
 std::wstring FailureText(DWORD error);

@@ -125,6 +125,19 @@ TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
         EXPECT_EQ(leftOf("old", error), "old") << "the put may never have come to replace it";
 }
 
+TEST_F(FtpTransferTest, APacketThatTheListClampsIsNoPart) {
+    constexpr DWORD kLargestListed = 0x7FFFFFFF;
+    std::filesystem::resize_file(temp.File(L"send\\a.mdb"), kLargestListed + 2ULL);
+    server.response = "451 Failure after the last byte.";
+    for (const auto& [listed, remains] : {std::pair{kLargestListed, true}, {kLargestListed - 1, false}}) {
+        server.files["/in/a.mdb"] = "as large as listed";
+        server.listing = {{"a.mdb", 0, listed}};
+        server.Fail("Put", {ERROR_INTERNET_EXTENDED_ERROR});
+        EXPECT_THAT(FailToSend(), SizeIs(1));
+        EXPECT_EQ(server.files.contains("/in/a.mdb"), remains) << listed;
+    }
+}
+
 TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     const auto failed = Reported(L"clsFTPSndRcv.cls.SendLocalFile",
                                  L"Failed occurred while transmiting file a.mdb to the FTP server.");
