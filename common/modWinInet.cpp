@@ -1,8 +1,10 @@
 // See modWinInet.h.
 #include "common/modWinInet.h"
 
+#include <algorithm>
 #include <array>
 #include <cwchar>
+#include <string_view>
 
 #include "base/Text.h"
 
@@ -27,6 +29,18 @@ HINTERNET WINAPI FindFirstUnderWine(HINTERNET connection, LPCSTR pattern, LPWIN3
     const HINTERNET find = ::FtpFindFirstFileA(connection, pattern, found, flags, context);
     if (!find && GetLastError() == ERROR_SUCCESS) SetLastError(ERROR_NO_MORE_FILES);
     return find;
+}
+
+/// Whether a server's reply to a search says that there is nothing: its list is complete without an entry, or
+/// it has no such file.
+bool TellsOfNothing(const std::wstring& reply) {
+    constexpr auto kNothing = std::to_array<std::wstring_view>(
+        {L"NO FILES", L"NO SUCH", L"NOT FOUND", L"CANNOT FIND", L"NOT EXIST"});
+    const std::wstring code = ReplyCode(reply);
+    if (code == L"226" || code == L"250") return true;
+    if (code != L"450" && code != L"550") return false;
+    const std::wstring text = base::Upper(reply);
+    return std::ranges::any_of(kNothing, [&](auto words) { return text.find(words) != std::wstring::npos; });
 }
 
 }  // namespace
@@ -59,6 +73,16 @@ WinInetFunctions& WinInet() {
     return functions;
 }
 
+/// A search without match fails with the server's reply on Windows, where that is one of failure.
+HINTERNET WinInetFunctions::FindFirst(HINTERNET connection, LPCSTR pattern, WIN32_FIND_DATAA& found,
+                                      DWORD flags) const {
+    const HINTERNET search = FtpFindFirstFileA(connection, pattern, &found, flags, 0);
+    if (search) return search;
+    const DWORD error = GetLastError();
+    SetLastError(TellsOfNothing(ReplyOf(error)) ? ERROR_NO_MORE_FILES : error);
+    return nullptr;
+}
+
 std::wstring LastResponse() {
     DWORD error = 0;
     DWORD length = 0;
@@ -67,4 +91,15 @@ std::wstring LastResponse() {
     length = static_cast<DWORD>(text.size());
     WinInet().InternetGetLastResponseInfoA(&error, text.data(), &length);
     return base::FromSystemCodePage(text.c_str());
+}
+
+std::wstring ReplyOf(DWORD error) {
+    return error == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : std::wstring();
+}
+
+std::wstring ReplyCode(const std::wstring& reply) {
+    std::wstring code;
+    for (size_t line = 0; line < reply.size(); line = std::min(reply.find(L'\n', line), reply.size() - 1) + 1)
+        if (reply.find_first_not_of(L"0123456789", line) == line + 3) code = reply.substr(line, 3);
+    return code;
 }

@@ -26,11 +26,18 @@ struct WinInetFunctions {
     decltype(&::FtpPutFileA) FtpPutFileA;
     decltype(&::FtpDeleteFileA) FtpDeleteFileA;
     decltype(&::FtpCommandA) FtpCommandA;
+
+    /// FtpFindFirstFileA, but a search that finds nothing ends with ERROR_NO_MORE_FILES wherever it runs, and
+    /// whatever the server replies to it.
+    HINTERNET FindFirst(HINTERNET connection, LPCSTR pattern, WIN32_FIND_DATAA& found, DWORD flags) const;
 };
 
-/// The table in use; the system's functions until a test replaces them. A search that finds nothing ends
-/// with ERROR_NO_MORE_FILES wherever it runs.
+/// The table in use; the system's functions until a test replaces them.
 WinInetFunctions& WinInet();
 
 /// The server's last reply to this thread, such as the one that made a call fail.
 std::wstring LastResponse();
+/// The same of a call that failed with an error; empty where that is not the server's.
+std::wstring ReplyOf(DWORD error);
+/// The code that a reply ends with, "552"; one may begin with replies to earlier steps.
+std::wstring ReplyCode(const std::wstring& reply);

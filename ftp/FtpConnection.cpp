@@ -123,7 +123,7 @@ bool FtpConnection::ReturnTo(const std::string& folder) const {
 InternetHandle FtpConnection::Find(const std::wstring& pattern, FileEntry& found) const {
     WIN32_FIND_DATAA data{};
     InternetHandle search(
-        WinInet().FtpFindFirstFileA(m_connection.Get(), CommandText(pattern).c_str(), &data, kFresh, 0));
+        WinInet().FindFirst(m_connection.Get(), CommandText(pattern).c_str(), data, kFresh));
     if (search) found = EntryOf(data);
     return search;
 }

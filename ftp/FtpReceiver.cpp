@@ -94,7 +94,7 @@ std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std
     if (error == ERROR_NO_MORE_FILES) return files;
     const std::wstring failure = search ? L"Could not find FTP file: " : L"Could not find first FTP file: ";
     ShownProcedure(L"clsFTPSndRcv.cls.CreateRemoteFileList", m_progress)
-        .Fail(Lines(failure + ErrorText(error), L"Folder: " + folder));
+        .Fail(WithReply(Lines(failure + ErrorText(error), L"Folder: " + folder), error));
     return std::nullopt;
 }
 
@@ -190,9 +190,10 @@ bool FtpReceiver::IsListedUnchanged(const std::wstring& name, const std::wstring
     // Somebody else has taken it, or lists do not tell its name: the attempt to delete it shows which.
     if (!isListed) return true;
     return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
-        .Fail(Lines(L"Could not verify that file " + name +
-                        L" is unchanged on the FTP server. It stays there for the next transfer.",
-                    ErrorText(error)));
+        .Fail(WithReply(Lines(L"Could not verify that file " + name +
+                                  L" is unchanged on the FTP server. It stays there for the next transfer.",
+                              ErrorText(error)),
+                        error));
 }
 
 bool FtpReceiver::HasListedSize(const FileEntry& listed, const std::wstring& target) const {

@@ -18,7 +18,7 @@ struct PutError {
 
     static PutError Last() {
         const DWORD code = GetLastError();
-        return {code, code == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : std::wstring()};
+        return {code, ReplyOf(code)};
     }
 };
 
@@ -29,14 +29,6 @@ std::optional<std::wstring> PutFailure(const std::wstring& name, const PutError&
         return Lines(L"Failed to transmit file " + name + L" to the FTP server.", ErrorText(error.code));
     if (base::Upper(error.reply).find(L"NO SPACE LEFT ON DEVICE.") == std::wstring::npos) return error.reply;
     return L"FTP site is out of space.";
-}
-
-/// The code that a reply ends with, "552"; one may begin with replies to earlier steps.
-std::wstring ReplyCode(const std::wstring& reply) {
-    std::wstring code;
-    for (size_t line = 0; line < reply.size(); line = std::min(reply.find(L'\n', line), reply.size() - 1) + 1)
-        if (reply.find_first_not_of(L"0123456789", line) == line + 3) code = reply.substr(line, 3);
-    return code;
 }
 
 /// Whether a reply refuses a put before its first byte: for ever, or because the server is about to close,
@@ -185,6 +177,8 @@ bool FtpSender::RemoteFileExists(const std::wstring& name,
             L"that happens again, give it a name without blanks, without a dot at its beginning "
             L"and with letters of the English alphabet only; or see whether the server's list has "
             L"the usual form (as of ls -l).");
-    return self.Fail(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
-                           ErrorText(error)));
+    return self.Fail(
+        WithReply(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
+                        ErrorText(error)),
+                  error));
 }

@@ -2,6 +2,7 @@
 #include "ftp/FtpTransfer.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/Text.h"
 #include "com/MessagePump.h"
@@ -41,6 +42,11 @@ bool IsListedPart(std::uint64_t listed, std::uint64_t bytes) {
 
 std::wstring FailureText(DWORD error) {
     return error == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : ErrorText(error);
+}
+
+std::wstring WithReply(std::wstring report, DWORD error) {
+    const std::wstring reply = ReplyOf(error);
+    return reply.empty() ? report : Lines(std::move(report), reply);
 }
 
 std::wstring FtpTransfer::SizeDifference(const FileEntry& listed, std::uint64_t bytes) {

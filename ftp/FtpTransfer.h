@@ -19,6 +19,8 @@ bool IsListedPart(std::uint64_t listed, std::uint64_t bytes);
 
 /// The server's reply, where an error is one; otherwise the error's text.
 std::wstring FailureText(DWORD error);
+/// A report of a failure, and below it the server's reply, where the error is one.
+std::wstring WithReply(std::wstring report, DWORD error);
 
 class FtpTransfer {
 protected:

@@ -76,6 +76,37 @@ TEST_F(FtpTransferTest, ReceiveFindsNothingInAMissingOrEmptyFolder) {
     EXPECT_THAT(framework.log, IsEmpty());
 }
 
+TEST_F(FtpTransferTest, AReplyInThePlaceOfAListTellsWhetherThereIsNothing) {
+    const auto search = [&](const char* reply) {
+        server.response = reply;
+        server.Fail("Find", {ERROR_INTERNET_EXTENDED_ERROR});
+    };
+    const std::wstring why = ErrorText(ERROR_INTERNET_EXTENDED_ERROR);
+    for (const char* reply :
+         {"550 No files found.\r\n", "150 Here it comes.\r\n226 Done.\r\n", "250 0 matches",
+          "450 *.*: No such file or directory", "550 The system cannot find the file specified. "}) {
+        search(reply);
+        EXPECT_TRUE(Receive()) << reply;
+    }
+    EXPECT_THAT(framework.log, IsEmpty());
+    for (const std::wstring reply :
+         {L"550 Permission denied.", L"425 Can't open data connection.", L"200 File not found"}) {
+        search(base::ToSystemCodePage(reply).c_str());
+        EXPECT_THAT(FailToReceive(),
+                    OneFtpReport(L"CreateRemoteFileList",
+                                 L"Could not find first FTP file: " + why + L"\r\nFolder: out/\r\n" + reply));
+    }
+    temp.File(L"send\\a.mdb");
+    search("450 a.mdb: no such file");
+    EXPECT_THAT(FailToSend(), Contains(Tells(L"took file a.mdb but does not list it")));
+    search("450 Busy");
+    EXPECT_THAT(FailToSend(), Contains(Tells(L"file a.mdb was transported to the FTP server.\r\n" + why +
+                                             L"\r\n450 Busy")));
+    server.files["/out/b.mdb"] = "1";
+    server.afterGet = [&] { search("450 Busy"); };
+    EXPECT_THAT(FailToReceive(), Contains(Tells(L"for the next transfer.\r\n" + why + L"\r\n450 Busy")));
+}
+
 TEST_F(FtpTransferTest, AFailedPutSaysWhyAndKeepsTheFile) {
     temp.File(L"send\\a.mdb");
     temp.File(L"send\\b.mdb");
