@@ -57,6 +57,7 @@ WinInetFunctions& WinInet() {
     static WinInetFunctions functions = {
         &::InternetOpenA,
         &::InternetSetOptionA,
+        &::InternetQueryOptionW,
         &::InternetConnectA,
         &::InternetCloseHandle,
         &::InternetFindNextFileA,

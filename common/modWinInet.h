@@ -14,6 +14,7 @@ std::wstring ErrorText(DWORD Code);
 struct WinInetFunctions {
     decltype(&::InternetOpenA) InternetOpenA;
     decltype(&::InternetSetOptionA) InternetSetOptionA;
+    decltype(&::InternetQueryOptionW) InternetQueryOptionW;
     decltype(&::InternetConnectA) InternetConnectA;
     decltype(&::InternetCloseHandle) InternetCloseHandle;
     decltype(&::InternetFindNextFileA) InternetFindNextFileA;

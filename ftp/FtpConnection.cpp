@@ -6,6 +6,7 @@
 #include <charconv>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/Error.h"
 #include "base/Text.h"
@@ -52,6 +53,20 @@ std::wstring PatternFor(std::wstring name) {
     return name;
 }
 
+/// Of a list such as "http=a:80;ftp=b:21", or "c:8080" for every protocol.
+std::wstring ProxyForFtp(std::wstring_view list) {
+    constexpr std::wstring_view kSeparators = L" ;";
+    constexpr std::wstring_view kProtocol = L"ftp=";
+    while (!list.empty()) {
+        const std::wstring_view entry = list.substr(0, list.find_first_of(kSeparators));
+        list.remove_prefix(std::min(entry.size() + 1, list.size()));
+        if (base::EqualsIgnoringCase(entry.substr(0, kProtocol.size()), kProtocol))
+            return std::wstring(entry.substr(kProtocol.size()));
+        if (!entry.empty() && entry.find(L'=') == std::wstring_view::npos) return std::wstring(entry);
+    }
+    return {};
+}
+
 FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
     return {base::FromSystemCodePage(found.cFileName),
             (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.dwFileAttributes};
@@ -82,6 +97,20 @@ bool FtpConnection::Connect(const FtpSite& site) {
                                    INTERNET_INVALID_PORT_NUMBER, CommandText(site.user).c_str(),
                                    PasswordText(site.password).c_str(), INTERNET_SERVICE_FTP, kFlags, 0));
     return IsConnected();
+}
+
+std::wstring FtpConnection::Proxy() const {
+    const auto query = [&](INTERNET_PROXY_INFO* info, DWORD size) {
+        const bool done =
+            WinInet().InternetQueryOptionW(m_internet.Get(), INTERNET_OPTION_PROXY, info, &size) != FALSE;
+        return std::pair(done, size);
+    };
+    // The texts follow the structure.
+    std::vector<INTERNET_PROXY_INFO> info(query(nullptr, 0).second / sizeof(INTERNET_PROXY_INFO) + 1);
+    if (!query(info.data(), static_cast<DWORD>(info.size() * sizeof info.front())).first) return {};
+    const INTERNET_PROXY_INFO& proxy = info.front();
+    const bool isNamed = proxy.dwAccessType == INTERNET_OPEN_TYPE_PROXY && proxy.lpszProxy;
+    return isNamed ? ProxyForFtp(proxy.lpszProxy) : std::wstring();
 }
 
 void FtpConnection::Close() noexcept {

@@ -36,6 +36,8 @@ public:
     bool OpenSession();
     /// Connects to the FTP default port with a site's login.
     bool Connect(const FtpSite& site);
+    /// Needs the session: the proxy that the Internet Options send FTP through; empty where they name none.
+    std::wstring Proxy() const;
     bool IsConnected() const noexcept { return static_cast<bool>(m_connection); }
     /// Harmless when nothing is open.
     void Close() noexcept;

@@ -36,6 +36,30 @@ FtpSiteMember SettingOf(DWORD error) {
     }
 }
 
+/// Why a site may not be reached although it is there; empty where nothing of that is known.
+std::wstring ProxyHint(const std::wstring& proxy) {
+    if (proxy.empty()) return {};
+    return L"The Internet Options of Windows send FTP through the proxy " + proxy +
+           L". Proxies that speak HTTP cannot carry it: name the server among their exceptions there.";
+}
+
+/// Whether a transfer failed for lack of a data connection, as far as its error tells.
+bool LacksDataConnection(DWORD error) {
+    switch (error) {
+    case ERROR_INTERNET_TIMEOUT:
+    case ERROR_INTERNET_CANNOT_CONNECT:
+    case ERROR_INTERNET_CONNECTION_ABORTED:
+    case ERROR_INTERNET_CONNECTION_RESET:
+        return true;
+    case ERROR_INTERNET_EXTENDED_ERROR: {
+        const std::wstring code = ReplyCode(LastResponse());
+        return code.empty() || code == L"425";
+    }
+    default:
+        return false;
+    }
+}
+
 /// What the server answered to the call that failed, without the ends of its lines.
 std::wstring ServerAnswer() {
     std::wstring answer = LastResponse();
@@ -82,6 +106,7 @@ private:
         const DWORD error = GetLastError();
         return Failed(Lines(text, CallFailure(error)));
     }
+    bool PutFailed(const std::wstring& folder);
 
     bool Connect();
     bool HasNoSlash(FtpSiteMember folder);
@@ -102,6 +127,7 @@ bool SiteTest::Connect() {
     const DWORD error = GetLastError();
     fault.number = static_cast<LONG>(error);
     fault.setting = SettingOf(error);
+    if (const std::wstring hint = ProxyHint(m_connection.Proxy()); !hint.empty()) Collect(hint);
     if (error == ERROR_INTERNET_NAME_NOT_RESOLVED) Collect(BrandedText(kNameNotResolved));
     if (error == ERROR_INTERNET_INCORRECT_PASSWORD) Collect(BrandedText(kLoginRefused));
     if (error == ERROR_SUCCESS) Collect(Lines(BrandedText(kNotConnected), ErrorText(error)));
@@ -127,9 +153,7 @@ bool SiteTest::TestFTPGetandPutFile(FtpSiteMember setting) {
     const std::wstring& folder = m_site.*setting;
     fault.setting = setting;
     if (!EnterOrCreate(folder)) return false;
-    if (!m_connection.Put(kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY))
-        return CallFailed(L"The test file cannot be sent to the folder " + folder +
-                          L". Check whether the user may write there.");
+    if (!m_connection.Put(kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY)) return PutFailed(folder);
     // Users without administrator's rights may not write to the fixed path, and their site is fine.
     if (!m_connection.Get(kTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL))
         CallFailed(L"The test file cannot be fetched from the folder " + folder + L" to " + kFetchedFile +
@@ -139,6 +163,19 @@ bool SiteTest::TestFTPGetandPutFile(FtpSiteMember setting) {
                    L": it cannot be deleted.");
     fault.setting = nullptr;
     return true;
+}
+
+/// The first transfer comes right behind the login: what keeps it from its data connection keeps each.
+bool SiteTest::PutFailed(const std::wstring& folder) {
+    const DWORD error = GetLastError();
+    const bool isBlocked = fault.setting == &FtpSite::enterpriseToField && LacksDataConnection(error);
+    if (isBlocked)
+        Collect(L"The login works, but no data came through. The server connects back to this computer for "
+                L"that (active mode), from its port 20, and a firewall lets that through only if told: allow "
+                L"this program incoming connections, here and on the way.");
+    return Failed(Lines(L"The test file cannot be sent to the folder " + folder +
+                            L". Check whether the user may write there.",
+                        CallFailure(error)));
 }
 
 bool SiteTest::EnterOrCreate(const std::wstring& folder) {

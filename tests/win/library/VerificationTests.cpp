@@ -108,6 +108,41 @@ TEST_F(VerificationTest, AFailedConnectionIsExplained) {
     EXPECT_EQ(Check(), L"<155>\r\n" + ErrorText(ERROR_ACCESS_DENIED) + L"\r\n");
 }
 
+TEST_F(VerificationTest, AProxyForFtpIsNamedWhereTheServerIsNotReached) {
+    const auto failure = [&](const wchar_t* proxies) {
+        server.proxies = proxies;
+        server.Fail("Connect", {ERROR_INTERNET_NAME_NOT_RESOLVED});
+        return Check();
+    };
+    for (const wchar_t* proxies : {L"", L"http=web:80", L"https=web:80;socks=b:1"})
+        EXPECT_EQ(failure(proxies), L"<12007>\r\n\t<156>\r\n") << proxies;
+    for (const wchar_t* proxies : {L"web:80", L"http=a:1 FTP=web:80", L"http=a:1; web:80"})
+        EXPECT_THAT(failure(proxies), AllOf(StartsWith(L"<12007>\r\n\t<156>\r\nThe Internet Options"),
+                                            HasSubstr(L" the proxy web:80. ")));
+    server.Fail("Connect", {ERROR_INTERNET_CANNOT_CONNECT});
+    EXPECT_THAT(Check(), HasSubstr(L"internet error 12029.\r\n\tThe Internet Options"));
+    EXPECT_EQ(Check(), L"fine") << "one that the server is an exception of";
+}
+
+TEST_F(VerificationTest, AFirewallIsNamedWhereNoDataConnectionComesIn) {
+    const auto text = HasSubstr(L"a firewall lets that through only if told");
+    const auto failure = [&](DWORD error, const char* reply = "") {
+        server.response = reply;
+        server.Fail("Put", {error});
+        return Check();
+    };
+    constexpr DWORD kReply = ERROR_INTERNET_EXTENDED_ERROR;
+    for (const DWORD error : {DWORD{ERROR_INTERNET_TIMEOUT}, DWORD{ERROR_INTERNET_CANNOT_CONNECT},
+                              DWORD{ERROR_INTERNET_CONNECTION_ABORTED}, kReply})
+        EXPECT_THAT(failure(error), AllOf(StartsWith(L"The test file cannot be sent"), text)) << error;
+    EXPECT_THAT(failure(kReply, "425 Cannot open data connection."), text);
+    EXPECT_THAT(failure(kReply, "553 Disk full."), testing::Not(text));
+    EXPECT_THAT(failure(ERROR_ACCESS_DENIED), testing::Not(text));
+    server.afterPut = [&] { server.Fail("Put", {ERROR_INTERNET_TIMEOUT}); };
+    EXPECT_THAT(Check(), AllOf(StartsWith(L"The test file cannot be sent"), testing::Not(text)))
+        << "the first folder took a file";
+}
+
 TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     server.Fail("Create", {ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_EQ(Check(), L"<159>\r\nout\r\n");

@@ -101,6 +101,23 @@ BOOL WINAPI SetOption(HINTERNET session, DWORD option, LPVOID value, DWORD lengt
     return Succeed("SetOption", session);
 }
 
+BOOL WINAPI QueryOption(HINTERNET session, DWORD option, LPVOID value, LPDWORD length) {
+    EXPECT_EQ(option, DWORD{INTERNET_OPTION_PROXY});
+    if (!Succeed("QueryOption", session)) return FALSE;
+    const std::wstring& proxies = g_script->proxies;
+    const auto needed =
+        static_cast<DWORD>(sizeof(INTERNET_PROXY_INFO) + (proxies.size() + 1) * sizeof(wchar_t));
+    const bool fits = value && *length >= needed;
+    *length = needed;
+    if (!fits) return Result(false, ERROR_INSUFFICIENT_BUFFER);
+    auto* info = static_cast<INTERNET_PROXY_INFO*>(value);
+    auto* text = reinterpret_cast<wchar_t*>(info + 1);
+    std::memcpy(text, proxies.c_str(), (proxies.size() + 1) * sizeof(wchar_t));
+    *info = proxies.empty() ? INTERNET_PROXY_INFO{INTERNET_OPEN_TYPE_DIRECT, nullptr, nullptr}
+                            : INTERNET_PROXY_INFO{INTERNET_OPEN_TYPE_PROXY, text, nullptr};
+    return TRUE;
+}
+
 HINTERNET WINAPI Connect(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                          DWORD service, DWORD flags, DWORD_PTR) {
     EXPECT_EQ(port, INTERNET_INVALID_PORT_NUMBER);
@@ -219,8 +236,8 @@ BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command
 
 FtpScript::FtpScript() : m_real(WinInet()) {
     g_script = this;
-    WinInet() = {&Open,      &SetOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
-                 &GetFolder, &Create,    &Find,    &Get,   &Put,      &Delete,       &Command};
+    WinInet() = {&Open,      &SetOption, &QueryOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
+                 &GetFolder, &Create,    &Find,        &Get,     &Put,   &Delete,   &Command};
 }
 
 FtpScript::~FtpScript() {
