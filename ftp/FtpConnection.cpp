@@ -34,6 +34,9 @@ constexpr std::array<std::pair<DWORD, DWORD>, 5> kTimeOuts = {
      {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
      {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}}};
 
+/// What keeps a file from being seen, replaced or deleted here.
+constexpr DWORD kProtecting = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+
 /// The usual failure would carry the password into logs and message boxes.
 std::string PasswordText(const std::wstring& password) try {
     return CommandText(password);
@@ -218,8 +221,8 @@ bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name,
 
 bool FtpConnection::Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const {
     return WinInet().FtpGetFileA(m_connection.Get(), CommandText(name).c_str(),
-                                 ToSystemCodePage(localFile).c_str(), FALSE, attributes, kFlags | kFresh,
-                                 0) != FALSE;
+                                 ToSystemCodePage(localFile).c_str(), FALSE, attributes & ~kProtecting,
+                                 kFlags | kFresh, 0) != FALSE;
 }
 
 bool FtpConnection::Delete(const std::wstring& name) const {

@@ -71,7 +71,7 @@ public:
 
     // Files of the current remote folder.
     bool Put(const std::wstring& localFile, const std::wstring& name, DWORD flags = kFlags) const;
-    /// Replaces a local file. attributes: of the new one.
+    /// Replaces a local file. attributes: of the new one, except those that would protect or hide it.
     bool Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const;
     bool Delete(const std::wstring& name) const;
 

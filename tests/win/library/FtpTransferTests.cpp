@@ -277,6 +277,17 @@ TEST_F(FtpTransferTest, AListingThatFailsMovesNothing) {
     EXPECT_THAT(server.files, SizeIs(2));
 }
 
+TEST_F(FtpTransferTest, AReceivedFileIsAsTheServerListsItButNotProtected) {
+    constexpr DWORD kProtecting = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+    for (const DWORD listed : {DWORD{FILE_ATTRIBUTE_NORMAL}, FILE_ATTRIBUTE_ARCHIVE | kProtecting}) {
+        server.files["/out/a.mdb"] = "1";
+        server.listing = {{"a.mdb", listed, 1}};
+        EXPECT_TRUE(Receive());
+        EXPECT_EQ(server.attributes, listed & ~kProtecting);
+        EXPECT_EQ(GetFileAttributesW((temp / L"receive\\a.mdb").c_str()) & kProtecting, 0u);
+    }
+}
+
 TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
     server.files["/out/a.mdb"] = "content";
     server.Fail("Get", {kLost});

@@ -53,6 +53,7 @@ public:
     std::vector<std::string> logins;  ///< "agent: user:password@server" of each attempt
     std::map<DWORD, DWORD> options;   ///< of the session
     std::wstring proxies;             ///< of the Internet Options; empty for none
+    DWORD attributes = 0;             ///< that the last file was to be received with
     int calls = 0;                    ///< of all functions
     std::set<HINTERNET> open;         ///< handles
     bool checksHandles = true;        ///< whether a call without a connection fails the test, not only itself
