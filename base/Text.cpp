@@ -4,20 +4,17 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
+#include <utility>
 
 #include "base/Error.h"
 
 namespace base {
 
-std::wstring FromSystemCodePage(std::string_view text) {
-    const int size = static_cast<int>(text.size());
-    std::wstring result(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text.data(), size, nullptr, 0)),
-                        L'\0');
-    MultiByteToWideChar(CP_ACP, 0, text.data(), size, result.data(), static_cast<int>(result.size()));
-    return result;
-}
+namespace {
 
-std::string ToSystemCodePage(const std::wstring& text) {
+/// Nothing when a character is not in the code page.
+std::optional<std::string> Converted(const std::wstring& text) {
     // Windows refuses these two where the code page is UTF-8, which has every character.
     const bool hasAll = GetACP() == CP_UTF8;
     BOOL lacking = FALSE;
@@ -28,11 +25,27 @@ std::string ToSystemCodePage(const std::wstring& text) {
     };
     std::string result(static_cast<size_t>(convert(nullptr, 0)), '\0');
     convert(result.data(), static_cast<int>(result.size()));
-    if (lacking)
-        throw Error(HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION),
-                    text + L": a character is not in the system's 8-bit code page; use another name.");
+    if (lacking) return std::nullopt;
     return result;
 }
+
+}  // namespace
+
+std::wstring FromSystemCodePage(std::string_view text) {
+    const int size = static_cast<int>(text.size());
+    std::wstring result(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, text.data(), size, nullptr, 0)),
+                        L'\0');
+    MultiByteToWideChar(CP_ACP, 0, text.data(), size, result.data(), static_cast<int>(result.size()));
+    return result;
+}
+
+std::string ToSystemCodePage(const std::wstring& text) {
+    if (auto converted = Converted(text)) return *std::move(converted);
+    throw Error(HRESULT_FROM_WIN32(ERROR_NO_UNICODE_TRANSLATION),
+                text + L": a character is not in the system's 8-bit code page; use another name.");
+}
+
+bool FitsSystemCodePage(const std::wstring& text) { return Converted(text).has_value(); }
 
 std::wstring Hexadecimal(DWORD number) {
     std::array<wchar_t, 16> digits;

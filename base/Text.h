@@ -12,6 +12,7 @@ namespace base {
 std::wstring FromSystemCodePage(std::string_view text);
 /// Throws when a character is not in the code page: a similar one in its place would name another file.
 std::string ToSystemCodePage(const std::wstring& text);
+bool FitsSystemCodePage(const std::wstring& text);
 /// "0x" and the upper-case hexadecimal digits of a number.
 std::wstring Hexadecimal(DWORD number);
 std::wstring Upper(std::wstring_view text);

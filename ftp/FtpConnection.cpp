@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Error.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "common/modMain.h"
 
@@ -23,6 +24,24 @@ std::string CommandText(const std::wstring& text) {
         throw base::Error(E_INVALIDARG, text + L": a control character, such as a tab or the end of a line, "
                                                L"cannot be sent to an FTP server; use another name.");
     return ToSystemCodePage(text);
+}
+
+/// What a folder is called for programs that know eight characters and an extension; empty where the file
+/// system keeps no such names.
+std::wstring ShortName(const std::wstring& folder) {
+    std::wstring name(GetShortPathNameW(folder.c_str(), nullptr, 0), L'\0');
+    name.resize(GetShortPathNameW(folder.c_str(), name.data(), static_cast<DWORD>(name.size())));
+    return name;
+}
+
+/// The path of a local file, which need not exist. Its folder may have characters that no server sees, and
+/// that only its short name can do without.
+std::string LocalPath(const std::wstring& file) {
+    const std::wstring folder = Path::ParentFolder(file);
+    if (base::FitsSystemCodePage(folder)) return ToSystemCodePage(file);
+    const std::wstring name = ShortName(folder);
+    const bool stands = !name.empty() && base::FitsSystemCodePage(name);
+    return ToSystemCodePage(stands ? Path::Join(name, Path::FileName(file)) : file);
 }
 
 /// In milliseconds; of the connection for commands, and of those for data. Every connection of the session
@@ -215,14 +234,15 @@ std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) con
 std::wstring FtpConnection::LastWriteOf(const std::wstring& name) const { return FileStatus(L"MDTM", name); }
 
 bool FtpConnection::Put(const std::wstring& localFile, const std::wstring& name, DWORD flags) const {
-    return WinInet().FtpPutFileA(m_connection.Get(), ToSystemCodePage(localFile).c_str(),
-                                 CommandText(name).c_str(), flags, 0) != FALSE;
+    const std::string remoteName = CommandText(name);
+    return WinInet().FtpPutFileA(m_connection.Get(), LocalPath(localFile).c_str(), remoteName.c_str(), flags,
+                                 0) != FALSE;
 }
 
 bool FtpConnection::Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const {
-    return WinInet().FtpGetFileA(m_connection.Get(), CommandText(name).c_str(),
-                                 ToSystemCodePage(localFile).c_str(), FALSE, attributes & ~kProtecting,
-                                 kFlags | kFresh, 0) != FALSE;
+    const std::string remoteName = CommandText(name);
+    return WinInet().FtpGetFileA(m_connection.Get(), remoteName.c_str(), LocalPath(localFile).c_str(), FALSE,
+                                 attributes & ~kProtecting, kFlags | kFresh, 0) != FALSE;
 }
 
 bool FtpConnection::Delete(const std::wstring& name) const {

@@ -543,6 +543,18 @@ TEST_F(FtpTransferTest, ANameOutsideTheCodePageDoesNotTravelUnderAnother) {
     EXPECT_THAT(temp.Files(L"send"), SizeIs(1));
 }
 
+TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) {
+    SendFrom(temp.Folder(L"send \u0100"));
+    ReceiveInto(temp.Folder(L"\u0394\\receive \u0100"));
+    temp.File(L"send \u0100\\a.mdb", "1");
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
+    server.files = {{"/out/longer than eight.mdb", "2"}};
+    EXPECT_TRUE(Receive());
+    EXPECT_EQ(temp.Content(L"\u0394\\receive \u0100\\longer than eight.mdb"), "2");
+    EXPECT_THAT(framework.log, IsEmpty());
+}
+
 TEST_F(FtpTransferTest, CancellingMakesSendFailAfterTheTransferButNotReceive) {
     server.files["/out/b.mdb"] = "2";
     temp.File(L"send\\a.mdb");
