@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "base/Handle.h"
+
 /// The system's text for an error code, followed by the code in decimal and hexadecimal.
 std::wstring ErrorText(DWORD Code);
 
@@ -35,6 +37,14 @@ struct WinInetFunctions {
 
 /// The table in use; the system's functions until a test replaces them.
 WinInetFunctions& WinInet();
+
+/// Sessions, connections and searches.
+struct InternetHandleTraits {
+    using Value = HINTERNET;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value handle) noexcept { WinInet().InternetCloseHandle(handle); }
+};
+using InternetHandle = base::UniqueHandle<InternetHandleTraits>;
 
 /// The server's last reply to this thread, such as the one that made a call fail.
 std::wstring LastResponse();

@@ -8,16 +8,8 @@
 #include <string>
 
 #include "base/FileSystem.h"
-#include "base/Handle.h"
 #include "common/modWinInet.h"
 #include "ftp/settings/FtpSite.h"
-
-struct InternetHandleTraits {
-    using Value = HINTERNET;
-    static Value None() noexcept { return nullptr; }
-    static void Close(Value handle) noexcept { WinInet().InternetCloseHandle(handle); }
-};
-using InternetHandle = base::UniqueHandle<InternetHandleTraits>;
 
 /// Closes itself.
 class FtpConnection {

@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "base/Console.h"
+#include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
 #include "host/cycle/CycleLock.h"
 #include "host/cycle/KeptBackups.h"
-#include "host/session/ComApartment.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
 

@@ -4,12 +4,12 @@
 
 #include "base/Console.h"
 #include "base/FolderTree.h"
+#include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
 #include "host/cycle/Cycle.h"
-#include "host/session/ComApartment.h"
 #include "host/settings/SettingsChecks.h"
 
 namespace {

@@ -1,11 +1,11 @@
 // The command run.
+#include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/CycleLock.h"
 #include "host/cycle/CycleReport.h"
-#include "host/session/ComApartment.h"
 #include "host/settings/SettingsChecks.h"
 
 int commands::Run(const Options& options) {

@@ -1,11 +1,11 @@
 // The commands verify and settings: the FTP site of an installation.
 #include "base/Console.h"
 #include "base/Error.h"
+#include "com/ComApartment.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
-#include "host/session/ComApartment.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"

@@ -4,23 +4,14 @@
 #include <string>
 
 #include "base/Console.h"
+#include "base/IoCounters.h"
 #include "base/SystemError.h"
 #include "host/console/ExitCode.h"
 
-namespace {
-
-/// Bytes that the process has read, written and sent: in the middle of a large file nothing else tells that
-/// the other side is there.
-std::uint64_t TransferredBytes() noexcept {
-    IO_COUNTERS counters{};
-    GetProcessIoCounters(GetCurrentProcess(), &counters);
-    return counters.ReadTransferCount + counters.WriteTransferCount + counters.OtherTransferCount;
-}
-
-}  // namespace
-
-Watchdog::Watchdog(std::chrono::seconds patience) : m_patience(patience), m_transferred(TransferredBytes()) {
-    if (patience == patience.zero()) return;
+/// In the middle of a large file nothing but the bytes tells that the other side is there.
+Watchdog::Watchdog(std::chrono::seconds patience)
+    : m_patience(patience), m_transferred(base::TransferredBytes()) {
+    if (patience == std::chrono::seconds::zero()) return;
     m_heard = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     if (!m_heard) base::ThrowWin32(GetLastError(), L"create an event");
     const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(patience).count();
@@ -44,7 +35,7 @@ void CALLBACK Watchdog::Wake(void* watchdog, BOOLEAN timedOut) {
 
 void Watchdog::EndIfIdle() {
     const std::uint64_t before = m_transferred;
-    m_transferred = TransferredBytes();
+    m_transferred = base::TransferredBytes();
     if (m_transferred != before) return;
     Console::ErrorLine(L"znhost: nothing was heard of the remote side for " +
                        std::to_wstring(m_patience.count()) +

@@ -1,5 +1,5 @@
 // See ComApartment.h.
-#include "host/session/ComApartment.h"
+#include "com/ComApartment.h"
 
 #include <objbase.h>
 
@@ -24,7 +24,8 @@ HANDLE AssembliesContext() {
 ComApartment::ComApartment() {
     com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM");
     m_context = base::UniqueHandle<ContextTraits>(AssembliesContext());
-    if (m_context) ActivateActCtx(m_context.Get(), m_activation.Put());
+    if (!m_context || !ActivateActCtx(m_context.Get(), m_activation.Put()))
+        m_assembliesError = GetLastError();
 }
 
 /// The context from which COM made its classes outlives COM.

@@ -11,7 +11,12 @@ class ComApartment {
 public:
     /// Throws base::Error.
     ComApartment();
+    ComApartment(const ComApartment&) = delete;
+    ComApartment& operator=(const ComApartment&) = delete;
     ~ComApartment();
+
+    /// ERROR_SUCCESS where there are libraries beside the program; otherwise why those are not used.
+    DWORD AssembliesError() const noexcept { return m_assembliesError; }
 
 private:
     struct ContextTraits {
@@ -27,4 +32,5 @@ private:
 
     base::UniqueHandle<ContextTraits> m_context;
     base::UniqueHandle<ActivationTraits> m_activation;
+    DWORD m_assembliesError = ERROR_SUCCESS;
 };
