@@ -35,9 +35,15 @@ function(zn_add_program_manifest TARGET NUMBER)
   set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS ${manifest})
 endfunction()
 
-# Makes a program or DLL a file of the product: its place, its version, its symbols, its installation.
+# Makes a program or DLL a file of the product.
 # zn_add_to_product(TARGET DESCRIPTION)
 function(zn_add_to_product TARGET DESCRIPTION)
+  zn_add_to_release(${TARGET} ${DESCRIPTION} product ${ZN_BIN_DIR})
+endfunction()
+
+# Makes a program or DLL a file of a component: its place, its version, its symbols, its installation.
+# zn_add_to_release(TARGET DESCRIPTION COMPONENT FOLDER)
+function(zn_add_to_release TARGET DESCRIPTION COMPONENT FOLDER)
   zn_add_version(${TARGET} ${DESCRIPTION})
   get_target_property(type ${TARGET} TYPE)
   if(type STREQUAL EXECUTABLE)
@@ -45,7 +51,7 @@ function(zn_add_to_product TARGET DESCRIPTION)
   else()
     set(file ${TARGET}${CMAKE_SHARED_LIBRARY_SUFFIX})
   endif()
-  set_target_properties(${TARGET} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${ZN_BIN_DIR})
+  set_target_properties(${TARGET} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${FOLDER})
   # What is tested is what is shipped: the symbols leave the file as soon as it is linked.
   set(symbols ${ZN_SYMBOLS_DIR}/${file}.debug)
   file(MAKE_DIRECTORY ${ZN_SYMBOLS_DIR})
@@ -55,7 +61,7 @@ function(zn_add_to_product TARGET DESCRIPTION)
     COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${TARGET}>
     BYPRODUCTS ${symbols}
     VERBATIM)
-  install(TARGETS ${TARGET} RUNTIME DESTINATION bin COMPONENT product)
+  install(TARGETS ${TARGET} RUNTIME DESTINATION bin COMPONENT ${COMPONENT})
   install(FILES ${symbols} DESTINATION bin COMPONENT symbols)
 endfunction()
 

@@ -3,6 +3,8 @@ enable_language(RC)
 
 # The product's files, and nothing else.
 set(ZN_BIN_DIR ${PROJECT_BINARY_DIR}/bin)
+# The program that asks a computer what the product expects of it.
+set(ZN_PROBE_DIR ${PROJECT_BINARY_DIR}/probe/bin)
 # Their symbols, which debuggers and tools that read stack traces need.
 set(ZN_SYMBOLS_DIR ${PROJECT_BINARY_DIR}/symbols)
 # What widl makes of the interface definitions, for hosts, too.
