@@ -100,9 +100,11 @@ std::wstring Source(bool isOld) { return isOld ? L"from the cache" : L"from the 
 
 std::wstring SecondList(FtpScratch& ftp, DWORD flags) {
     ftp.Put("listed.mdb");
-    Search(ftp.Connection(), "*.*", INTERNET_FLAG_RELOAD);
+    const Found first = Search(ftp.Connection(), "*.*", INTERNET_FLAG_RELOAD);
     Command(ftp.Connection(), "DELE listed.mdb");
-    return Source(Search(ftp.Connection(), "*.*", flags).Has(L"listed.mdb"));
+    const Found second = Search(ftp.Connection(), "*.*", flags);
+    if (!first.Has(L"listed.mdb") || !second.Has(L"packet.mdb")) return L"not listed: " + Answer(second);
+    return Source(second.Has(L"listed.mdb"));
 }
 
 std::wstring SecondGet(FtpScratch& ftp, DWORD flags) {
