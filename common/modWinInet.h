@@ -4,9 +4,28 @@
 #include <windows.h>
 #include <wininet.h>
 
+#include <array>
 #include <string>
 
 #include "base/Handle.h"
+
+/// How long a call of a session waits. Every connection of the session has the session's limits.
+struct TimeOut {
+    const wchar_t* name;
+    DWORD option;
+    DWORD milliseconds;
+};
+/// Of the connection for commands, and of those for data. Wine ignores all of these.
+inline constexpr std::array kFtpTimeOuts =
+    std::to_array<TimeOut>({{L"CONNECT_TIMEOUT", INTERNET_OPTION_CONNECT_TIMEOUT, 30'000},
+                            {L"CONTROL_SEND_TIMEOUT", INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 60'000},
+                            {L"CONTROL_RECEIVE_TIMEOUT", INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
+                            {L"DATA_SEND_TIMEOUT", INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
+                            {L"DATA_RECEIVE_TIMEOUT", INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}});
+
+/// Listings and files come from the server, not from the system's cache: what it held a moment ago tells
+/// nothing about what may be deleted now. Nor do packets stay among the user's internet files.
+inline constexpr DWORD kFresh = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 
 /// The system's text for an error code, followed by the code in decimal and hexadecimal.
 std::wstring ErrorText(DWORD Code);

@@ -44,15 +44,6 @@ std::string LocalPath(const std::wstring& file) {
     return ToSystemCodePage(stands ? Path::Join(name, Path::FileName(file)) : file);
 }
 
-/// In milliseconds; of the connection for commands, and of those for data. Every connection of the session
-/// has them.
-constexpr std::array<std::pair<DWORD, DWORD>, 5> kTimeOuts = {
-    {{INTERNET_OPTION_CONNECT_TIMEOUT, 30'000},
-     {INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 60'000},
-     {INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
-     {INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
-     {INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}}};
-
 /// What keeps a file from being seen, replaced or deleted here.
 constexpr DWORD kProtecting = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
 
@@ -105,11 +96,11 @@ bool FtpConnection::OpenSession() {
 }
 
 /// A server that says nothing more would be waited for without end. A limit that the system does not know
-/// stays its own; Wine ignores all of these.
+/// stays its own.
 void FtpConnection::LimitWaiting() const {
-    for (const auto& [option, limit] : kTimeOuts) {
-        DWORD milliseconds = limit;
-        WinInet().InternetSetOptionA(m_internet.Get(), option, &milliseconds, sizeof milliseconds);
+    for (const TimeOut& limit : kFtpTimeOuts) {
+        DWORD milliseconds = limit.milliseconds;
+        WinInet().InternetSetOptionA(m_internet.Get(), limit.option, &milliseconds, sizeof milliseconds);
     }
 }
 

@@ -19,9 +19,6 @@ public:
 
     /// Flags of connections (active mode) and of transfers (bytes unchanged).
     static constexpr DWORD kFlags = 0;
-    /// Listings and files come from the server, not from the system's cache: what it held a moment ago tells
-    /// nothing about what may be deleted now. Nor do packets stay among the user's internet files.
-    static constexpr DWORD kFresh = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 
     /// Opens the internet session under the tool's name. A server that does not answer for half a
     /// minute (connecting), or two minutes (everything else), or takes no command for one, fails the call.

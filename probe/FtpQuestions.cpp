@@ -15,7 +15,6 @@ namespace probe {
 namespace {
 
 /// The server itself is asked, and no cache.
-constexpr DWORD kFresh = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 
 /// How a search went.
 struct Found {
@@ -262,7 +261,7 @@ std::vector<Question> FtpQuestions(FtpScratch& ftp) {
         {L"A received file is read-only when it is listed so", L"yes", [&] { return ReceivedReadOnly(ftp); }},
         {L"The process's counters count what is sent", L"yes", [&] { return CountsSent(ftp); }},
     };
-    for (const TimeOut& timeOut : kTimeOuts)
+    for (const TimeOut& timeOut : kFtpTimeOuts)
         questions.push_back({std::wstring(L"Time-out ") + timeOut.name, std::to_wstring(timeOut.milliseconds),
                              [=] { return SetTimeOut(timeOut); }});
     questions.push_back(

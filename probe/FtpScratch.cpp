@@ -61,7 +61,7 @@ FtpScratch::FtpScratch(FtpAccount account, std::wstring localFolder)
       m_localFolder(std::move(localFolder)),
       m_folder("windows-probe-" + std::to_string(GetCurrentProcessId())),
       m_session(NewSession()) {
-    for (const TimeOut& timeOut : kTimeOuts)
+    for (const TimeOut& timeOut : kFtpTimeOuts)
         Set(m_session, timeOut);
     Require(::FtpCreateDirectoryA(ConnectAbove().Get(), m_folder.c_str()), "create the folder " + m_folder);
     m_connection = ConnectAgain();

@@ -17,19 +17,6 @@ struct FtpAccount {
     std::string folder;  ///< where the probe may write; empty for the folder of the login
 };
 
-struct TimeOut {
-    const wchar_t* name;
-    DWORD option;
-    DWORD milliseconds;
-};
-/// Those that the product sets.
-inline constexpr std::array<TimeOut, 5> kTimeOuts = {
-    {{L"CONNECT_TIMEOUT", INTERNET_OPTION_CONNECT_TIMEOUT, 60'000},
-     {L"CONTROL_SEND_TIMEOUT", INTERNET_OPTION_CONTROL_SEND_TIMEOUT, 120'000},
-     {L"CONTROL_RECEIVE_TIMEOUT", INTERNET_OPTION_CONTROL_RECEIVE_TIMEOUT, 120'000},
-     {L"DATA_SEND_TIMEOUT", INTERNET_OPTION_DATA_SEND_TIMEOUT, 120'000},
-     {L"DATA_RECEIVE_TIMEOUT", INTERNET_OPTION_DATA_RECEIVE_TIMEOUT, 120'000}}};
-
 /// Nothing of the product's caution: its members call the system, and throw base::Error.
 class FtpScratch {
 public:
