@@ -44,10 +44,12 @@ STDMETHODIMP ConsoleProgress::put_StatusText(BSTR Text) {
 }
 
 STDMETHODIMP ConsoleProgress::put_Position(LONG Value) {
+    m_watchdog.Hear();
     return com::Call([&] { ShowBar(Value); });
 }
 
 STDMETHODIMP ConsoleProgress::get_Cancelled(VARIANT_BOOL* Value) {
+    m_watchdog.Hear();
     return com::Return(Value, [] { return Interrupt::Requested(); });
 }
 

@@ -13,6 +13,7 @@
 namespace {
 
 std::atomic<bool> requested = false;
+std::atomic<bool> sessionEnds = false;                             // unless another program keeps the session
 const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // the work has come to its end
 
 /// The system ends the process when it has told of the end of the console or session: the main thread needs
@@ -39,10 +40,11 @@ constexpr const wchar_t* kWindowClass = L"znhost session";
 LRESULT CALLBACK NoteSessionEnd(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
     case WM_QUERYENDSESSION:
-        requested = true;
+        sessionEnds = true;
         return TRUE;
     case WM_ENDSESSION:
-        if (wParam) WaitForTheWork();
+        sessionEnds = wParam != FALSE;
+        if (sessionEnds) WaitForTheWork();
         return 0;
     default:
         return DefWindowProcW(window, message, wParam, lParam);
@@ -79,4 +81,4 @@ Interrupt::~Interrupt() {
     SetConsoleCtrlHandler(&NoteConsoleEvent, FALSE);
 }
 
-bool Interrupt::Requested() noexcept { return requested; }
+bool Interrupt::Requested() noexcept { return requested || sessionEnds; }

@@ -8,7 +8,17 @@
 #include "base/SystemError.h"
 #include "host/console/ExitCode.h"
 
-/// In the middle of a large file nothing but the bytes tells that the other side is there.
+namespace {
+
+DWORD WINAPI EndSoon(void*) {
+    constexpr DWORD kTimeToTell = 5000;
+    Sleep(kTimeToTell);
+    TerminateProcess(GetCurrentProcess(), kSomethingLeft);
+    return 0;
+}
+
+}  // namespace
+
 Watchdog::Watchdog(std::chrono::seconds patience)
     : m_patience(patience), m_transferred(base::TransferredBytes()) {
     if (patience == std::chrono::seconds::zero()) return;
@@ -34,9 +44,12 @@ void CALLBACK Watchdog::Wake(void* watchdog, BOOLEAN timedOut) {
 }
 
 void Watchdog::EndIfIdle() {
+    // In the middle of a large file nothing but the bytes tells that the other side is there.
     const std::uint64_t before = m_transferred;
     m_transferred = base::TransferredBytes();
     if (m_transferred != before) return;
+    // A console whose text is being marked, or a reader that has stopped, must not keep the process.
+    const base::KernelHandle end(CreateThread(nullptr, 0, &EndSoon, nullptr, 0, nullptr));
     Console::ErrorLine(L"znhost: nothing was heard of the remote side for " +
                        std::to_wstring(m_patience.count()) +
                        L" seconds, so that the run ends here. The next run goes on with what was not moved.");
