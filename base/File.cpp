@@ -2,10 +2,14 @@
 #include "base/File.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/Persistence.h"
 #include "base/SystemError.h"
 
 namespace base {
@@ -32,9 +36,6 @@ void SetRemovedWhenClosed(HANDLE file, bool removed) {
     FILE_DISPOSITION_INFO disposition{removed};
     SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
 }
-
-/// Windows counts from the year 1601.
-constexpr std::chrono::seconds kWindowsEpoch{11'644'473'600};
 
 std::wstring StagingName(const std::wstring& path, unsigned number) {
     // Names are limited to 255 characters: room for the suffix.
@@ -167,7 +168,27 @@ void File::Flush() {
     if (!FlushFileBuffers(Handle())) throw SystemError(GetLastError(), "write", m_path);
 }
 
-void File::Keep() { SetRemovedWhenClosed(Handle(), false); }
+/// Nobody else can open the file before it has its name: it is renamed by its handle.
+DWORD File::TakeName(const std::wstring& path, OtherFile other) {
+    const std::wstring target = FileSystem::Extended(FileSystem::FullPath(path));
+    const std::size_t bytes = target.size() * sizeof(wchar_t);
+    // Zeros stand behind the name: the system looks for its end as well as for its length.
+    std::vector<std::uint64_t> buffer((sizeof(FILE_RENAME_INFO) + bytes) / sizeof(std::uint64_t) + 1);
+    auto* const info = new (buffer.data()) FILE_RENAME_INFO{};
+    info->ReplaceIfExists = other == OtherFile::IsReplaced;
+    info->FileNameLength = static_cast<DWORD>(bytes);
+    target.copy(info->FileName, target.size());
+    SetRemovedWhenClosed(Handle(), false);
+    const DWORD error = Persistently(target, [&] {
+        return SetFileInformationByHandle(Handle(), FileRenameInfo, info,
+                                          static_cast<DWORD>(buffer.size() * sizeof buffer.front()));
+    });
+    if (error == ERROR_SUCCESS)
+        m_path = path;
+    else
+        SetRemovedWhenClosed(Handle(), true);
+    return error;
+}
 
 StagedFile::StagedFile(std::wstring path) : m_path(std::move(path)), m_file(CreateStaging(m_path)) {}
 
@@ -193,11 +214,9 @@ void StagedFile::Truncate(std::uint64_t size) {
 
 void StagedFile::Commit() {
     m_file.Flush();
-    m_file.Keep();
+    if (const DWORD error = m_file.TakeName(m_path, File::OtherFile::IsReplaced); error != ERROR_SUCCESS)
+        throw SystemError(error, "replace", m_path);
     m_file.Close();
-    if (!MoveFileExW(FileSystem::Extended(m_file.Path()).c_str(), FileSystem::Extended(m_path).c_str(),
-                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-        throw SystemError(GetLastError(), "replace", m_path);
     m_committed = true;
 }
 

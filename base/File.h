@@ -51,8 +51,11 @@ public:
     void Truncate(std::uint64_t size);
     /// Brings everything to the disk.
     void Flush();
-    /// Lets a transient file outlive the process.
-    void Keep();
+    /// What becomes of another file whose name is taken.
+    enum class OtherFile { Stays, IsReplaced };
+    /// Gives a transient file its final name, with which it outlives the process. Returns why not; then it is
+    /// transient still.
+    DWORD TakeName(const std::wstring& path, OtherFile other);
     void Close() noexcept { m_handle.Reset(); }
 
 private:

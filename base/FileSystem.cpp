@@ -6,6 +6,7 @@
 
 #include "base/File.h"
 #include "base/Path.h"
+#include "base/Persistence.h"
 #include "base/RollBack.h"
 #include "base/SystemError.h"
 
@@ -92,54 +93,16 @@ DWORD WithoutProtection(const std::wstring& file, Action action) {
     return error;
 }
 
-/// Whether somebody holds a file in a way that keeps it from being replaced, or it is deleted but not gone.
-bool IsHeld(const std::wstring& file) {
-    if (GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
-        return GetLastError() == ERROR_ACCESS_DENIED;
-    const base::FileHandle handle(CreateFileW(file.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING,
-                                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    return !handle && GetLastError() == ERROR_SHARING_VIOLATION;
-}
-
-/// Whether a failure to change a file may pass in a moment: scanners, indexers and backup programs look into
-/// what is new, and a deleted file has its name until the last of them has closed it.
-bool MayPass(DWORD error, const std::wstring& file) {
-    switch (error) {
-    case ERROR_SHARING_VIOLATION:
-    case ERROR_LOCK_VIOLATION:
-    case ERROR_DELETE_PENDING:
-        return true;
-    case ERROR_ACCESS_DENIED:
-        return IsHeld(file);
-    default:
-        return false;
-    }
-}
-
-/// Repeats an action that changes a file for about a second. Returns its last error.
-template <class Action>
-DWORD Persistently(const std::wstring& file, Action action) {
-    constexpr DWORD kPatience = 1000;
-    constexpr DWORD kLongestPause = 100;
-    DWORD pause = 5;
-    for (DWORD waited = 0;; waited += pause, pause = std::min(2 * pause, kLongestPause)) {
-        if (action()) return ERROR_SUCCESS;
-        const DWORD error = GetLastError();
-        if (waited >= kPatience || !MayPass(error, file)) return error;
-        Sleep(pause);
-    }
-}
-
 DWORD DeleteEvenReadOnly(const std::wstring& path) {
     const std::wstring file = Extended(path);
-    return WithoutProtection(file,
-                             [&] { return Persistently(file, [&] { return DeleteFileW(file.c_str()); }); });
+    return WithoutProtection(
+        file, [&] { return base::Persistently(file, [&] { return DeleteFileW(file.c_str()); }); });
 }
 
 DWORD Replace(const std::wstring& source, const std::wstring& destination) {
     const std::wstring target = Extended(destination);
     return WithoutProtection(target, [&] {
-        return Persistently(target, [&] {
+        return base::Persistently(target, [&] {
             return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
         });
     });
@@ -148,7 +111,9 @@ DWORD Replace(const std::wstring& source, const std::wstring& destination) {
 /// Fails where there is a file of the name.
 DWORD Rename(const std::wstring& source, const std::wstring& destination) {
     const std::wstring file = Extended(source);
-    return Persistently(file, [&] { return MoveFileExW(file.c_str(), Extended(destination).c_str(), 0); });
+    const std::wstring target = Extended(destination);
+    return base::Persistently(FileExists(destination) ? target : file,
+                              [&] { return MoveFileExW(file.c_str(), target.c_str(), 0); });
 }
 
 std::wstring Way(const std::wstring& source, const std::wstring& destination) {
@@ -167,16 +132,8 @@ void CheckWhole(std::uint64_t copied, std::uint64_t size, const std::wstring& so
                       where);
 }
 
-constexpr const wchar_t* kArrivalStart = L"~";
-constexpr const wchar_t* kArrivalEnd = L".arriving";
-
-/// Where a file arrives before it takes its place. No two threads share a name, on shares not even those of
-/// two machines. It is short enough for every folder and, as the transporter reads names, that of no packet.
-std::wstring ArrivalBeside(const std::wstring& path) {
-    const std::wstring folder = path.substr(0, path.size() - Path::FileName(path).size());
-    return folder + kArrivalStart + std::to_wstring(GetCurrentThreadId()) + L"-" +
-           std::to_wstring(GetTickCount64()) + kArrivalEnd;
-}
+constexpr std::wstring_view kArrivalStart = L"~";
+constexpr std::wstring_view kArrivalEnd = L".arriving";
 
 /// Returns the number of bytes copied.
 std::uint64_t CopyContent(const base::File& from, base::File& to, const std::function<bool()>& goOn) {
@@ -192,19 +149,18 @@ std::uint64_t CopyContent(const base::File& from, base::File& to, const std::fun
     }
 }
 
-/// Copies a file to a name of its own beside the destination, and returns that: whoever looks into the folder
-/// meanwhile finds nothing that he could open, and a process that ends leaves nothing there.
-std::wstring Arrive(const std::wstring& source, const std::wstring& destination,
-                    const std::function<bool()>& goOn, Where where) try {
+/// Copies a file to one of its own name beside the destination, which nobody else can open, and which goes
+/// with its handle until it takes the destination's name.
+base::File Arrive(const std::wstring& source, const std::wstring& destination,
+                  const std::function<bool()>& goOn, Where where) try {
     const base::File from = base::File::Open(source, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
-    std::wstring arrival = ArrivalBeside(destination);
+    const std::wstring arrival = ArrivalPath(destination);
     std::optional<base::File> to = base::File::TryCreateTransient(arrival, where);
     if (!to) throw SystemError(ERROR_FILE_EXISTS, "create", arrival, where);
     CheckWhole(CopyContent(from, *to, goOn), from.Size(), source, destination, where);
     to->TakeTimeAndAttributes(from);
     to->Flush();
-    to->Keep();
-    return arrival;
+    return *std::move(to);
 } catch (const SystemError& error) {
     throw SystemError(error.Code(), "copy", Way(source, destination), where);
 }
@@ -215,11 +171,11 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
         throw SystemError(ERROR_FILE_EXISTS, "copy", Way(source, destination), where);
     const WriteBlock block(source);
     block.Check(where);
-    std::wstring copy = Arrive(source, destination, {}, where);
-    base::RollBack removal([&] { TryDelete(copy); });
-    if (const DWORD error = Rename(copy, destination); error != ERROR_SUCCESS)
+    base::File copy = Arrive(source, destination, {}, where);
+    if (const DWORD error = copy.TakeName(destination, base::File::OtherFile::Stays); error != ERROR_SUCCESS)
         throw SystemError(error, "move", Way(source, destination), where);
-    copy = destination;
+    copy.Close();
+    base::RollBack removal([&] { TryDelete(destination); });
     block.Delete(ReadOnlyFiles::Delete, where);
     removal.Dismiss();
 }
@@ -339,11 +295,11 @@ void MoveFile(const std::wstring& source, const std::wstring& destination, Where
 
 void CopyReplacing(const std::wstring& source, const std::wstring& destination,
                    const std::function<bool()>& goOn, Where where) {
-    const std::wstring arrival = Arrive(source, destination, goOn, where);
-    base::RollBack removal([&] { TryDelete(arrival); });
-    const DWORD error = Replace(arrival, destination);
+    base::File arrival = Arrive(source, destination, goOn, where);
+    const DWORD error = WithoutProtection(Extended(destination), [&] {
+        return arrival.TakeName(destination, base::File::OtherFile::IsReplaced);
+    });
     if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source, destination), where);
-    removal.Dismiss();
 }
 
 void MoveReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
@@ -356,22 +312,41 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination, 
     block.Delete(ReadOnlyFiles::Delete, where);
 }
 
-void BringToDisk(const std::wstring& path, Where where) {
-    base::File::Open(path, GENERIC_WRITE, kShareAll, OPEN_EXISTING, where).Flush();
+/// No two threads of a computer share a name at a time; where two computers do, one of them is told that it
+/// exists. It is short enough for every folder and, as the transporter reads names, that of no packet.
+std::wstring ArrivalPath(const std::wstring& destination) {
+    const std::wstring folder =
+        destination.substr(0, destination.size() - Path::FileName(destination).size());
+    return std::wstring(folder)
+        .append(kArrivalStart)
+        .append(std::to_wstring(GetCurrentThreadId()))
+        .append(L"-")
+        .append(std::to_wstring(GetTickCount64()))
+        .append(kArrivalEnd);
 }
 
 bool IsArrival(std::wstring_view name) noexcept {
-    return name.starts_with(kArrivalStart) && name.ends_with(kArrivalEnd);
+    if (!name.starts_with(kArrivalStart) || !name.ends_with(kArrivalEnd)) return false;
+    name.remove_prefix(kArrivalStart.size());
+    name.remove_suffix(kArrivalEnd.size());
+    const size_t dash = name.find(L'-');
+    const auto isNumber = [](std::wstring_view text) {
+        return !text.empty() && text.find_first_not_of(L"0123456789") == std::wstring_view::npos;
+    };
+    return dash != std::wstring_view::npos && isNumber(name.substr(0, dash)) &&
+           isNumber(name.substr(dash + 1));
 }
 
-/// Nobody else can open one that is being copied.
-void RemoveAbandonedArrival(const std::wstring& path) { DeleteFileW(Extended(path).c_str()); }
+/// One that is being copied cannot be opened.
+bool IsAbandonedArrival(const std::wstring& path) {
+    return static_cast<bool>(TryOpenToRead(path, kShareAll));
+}
 
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly, Where where) {
     const std::wstring file = Extended(path);
     const DWORD error = readOnly == ReadOnlyFiles::Delete
                             ? DeleteEvenReadOnly(path)
-                            : Persistently(file, [&] { return DeleteFileW(file.c_str()); });
+                            : base::Persistently(file, [&] { return DeleteFileW(file.c_str()); });
     if (error != ERROR_SUCCESS) throw SystemError(error, "delete", path, where);
 }
 
@@ -398,7 +373,7 @@ base::FileHandle WriteBlock::OpenNamed(DWORD access, Where where) const {
     Check(where);
     const std::wstring file = Extended(m_path);
     base::FileHandle named;
-    const DWORD error = Persistently(file, [&] {
+    const DWORD error = base::Persistently(file, [&] {
         named = base::FileHandle(CreateFileW(file.c_str(), access, kShareAll, nullptr, OPEN_EXISTING,
                                              FILE_ATTRIBUTE_NORMAL, nullptr));
         return static_cast<bool>(named);

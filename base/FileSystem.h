@@ -105,14 +105,12 @@ void CopyReplacing(const std::wstring& source, const std::wstring& destination,
 void MoveReplacing(const std::wstring& source, const std::wstring& destination,
                    Where where = Where::current());
 
-/// Brings what was written of a file to the disk: its source can go then.
-void BringToDisk(const std::wstring& path, Where where = Where::current());
-
-/// Whether a name is that of a file which is still being copied to its folder.
+/// Where a file arrives before it takes its place: a path beside that.
+std::wstring ArrivalPath(const std::wstring& destination);
+/// Whether a name is that of a file which is still arriving in its folder.
 bool IsArrival(std::wstring_view name) noexcept;
-/// Deletes such a file where whoever copied it has ended, and could not remove it. One that is still being
-/// copied stays.
-void RemoveAbandonedArrival(const std::wstring& path);
+/// Whether whoever copied such a file has ended, and could not remove it. Its source is where it was.
+bool IsAbandonedArrival(const std::wstring& path);
 
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep,
                 Where where = Where::current());

@@ -10,4 +10,7 @@ namespace base {
 /// In the resolution of file times: 100 ns.
 using FileTime = std::chrono::sys_time<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>;
 
+/// Windows counts from the year 1601.
+inline constexpr std::chrono::seconds kWindowsEpoch{11'644'473'600};
+
 }  // namespace base

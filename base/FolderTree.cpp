@@ -63,7 +63,7 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unl
 }
 
 TreeSnapshot::TreeSnapshot(const std::wstring& folder) : m_folder(folder) {
-    for (const TreeFile& file : FilesBelow(folder))
+    for (const TreeFile& file : FilesBelow(folder, [](const auto&, const auto&) {}))
         m_files[file.RelativePath()] = FileSystem::VersionOf(Path::Join(folder, file.RelativePath()));
 }
 

@@ -37,7 +37,7 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unl
 /// What the files of a folder and below it were at a moment.
 class TreeSnapshot {
 public:
-    /// Throws a failure.
+    /// A folder that cannot be listed holds nothing.
     explicit TreeSnapshot(const std::wstring& folder);
 
     /// Whether a file is one of them still.

@@ -1,6 +1,10 @@
 // See FtpReceiver.h.
 #include "ftp/FtpReceiver.h"
 
+#include <cwchar>
+
+#include "base/File.h"
+#include "base/FileTime.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
@@ -16,6 +20,33 @@ bool IsFolder(const FileSystem::FileEntry& entry) {
 /// The folder that is listed, or the one above it.
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
+}
+
+/// When a file was written, as servers tell it: "20261231235959", in UTC. Nothing where they do not.
+std::optional<base::FileTime> TimeIn(const std::wstring& lastWrite) {
+    SYSTEMTIME time{};
+    FILETIME file;
+    if (swscanf(lastWrite.c_str(), L"%4hu%2hu%2hu%2hu%2hu%2hu", &time.wYear, &time.wMonth, &time.wDay,
+                &time.wHour, &time.wMinute, &time.wSecond) != 6 ||
+        !SystemTimeToFileTime(&time, &file))
+        return std::nullopt;
+    const auto ticks =
+        (std::int64_t{file.dwHighDateTime} << 32) | static_cast<std::int64_t>(file.dwLowDateTime);
+    return base::FileTime(base::FileTime::duration(ticks)) - base::kWindowsEpoch;
+}
+
+/// The server's copy goes next. Its time stays with the packet: it tells which of two versions is newer.
+void BringToDisk(const std::wstring& arrival, const std::wstring& lastWrite) {
+    base::File file = base::File::Open(arrival, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
+    if (const auto time = TimeIn(lastWrite)) file.SetModificationTime(*time);
+    file.Flush();
+}
+
+/// Whether a server is there and knows its user, but does not enter a folder. Then nothing was entered, and
+/// there is nothing to go back from.
+bool RefusesFolder(DWORD error) {
+    const std::wstring code = ReplyCode(ReplyOf(error));
+    return code.starts_with(L'5') && code != L"530";
 }
 
 std::vector<std::wstring> FoldersOf(const std::vector<FileSystem::FileEntry>& entries) {
@@ -62,9 +93,10 @@ bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& loc
 /// holds would stay there for ever without a word.
 bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level) const {
     const std::wstring failure = FailureText(GetLastError());
-    // A server that refuses to go back, where nothing was entered, is at least there.
-    if (!GoBack(level, L"") && GetLastError() != ERROR_INTERNET_EXTENDED_ERROR)
-        return NoWayBack(level, GetLastError());
+    if (!GoBack(level, L"")) {
+        const DWORD error = GetLastError();
+        if (!RefusesFolder(error)) return NoWayBack(level, error);
+    }
     if (level.depth > 0)
         ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
             .Fail(Lines(L"The FTP server lists the folder " + name +
@@ -126,16 +158,19 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         if (IsFolder(entry)) return true;
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
-        base::RollBack part([&] { FileSystem::TryDelete(target); });
+        const std::wstring arrival = FileSystem::ArrivalPath(target);
+        const base::RollBack part([&] { FileSystem::TryDelete(arrival); });
         bool isListed = true;
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
-        if (!Fetch(entry, localFolder, target) || !IsUnchanged(entry.name, target, lastWrite, isListed))
+        if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isListed))
             return false;
+        BringToDisk(arrival, lastWrite);
+        FileSystem::MoveReplacing(arrival, target);
         // What is gone by now may have been a part, which the other side took away.
-        if (isListed) part.Dismiss();
-        FileSystem::BringToDisk(target);
+        base::RollBack unlisted([&] { FileSystem::TryDelete(target); });
+        if (isListed) unlisted.Dismiss();
         if (m_connection.Delete(entry.name)) {
-            part.Dismiss();
+            unlisted.Dismiss();
             return true;
         }
         const DWORD error = GetLastError();
@@ -170,11 +205,13 @@ bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
 bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target,
                               const std::wstring& lastWrite, bool& isListed) const {
     const std::optional<std::uint64_t> size = m_connection.SizeOf(name);
-    // A list of a long folder takes long, once for each file.
-    if (!size) return IsListedUnchanged(name, target, isListed);
     const std::uint64_t bytes = FileSystem::FileSize(target);
+    // A list of a long folder takes long, once for each file; but some servers tell a size in too few bits.
+    if (!size || (*size != bytes && MayBeListedSize(*size, bytes)))
+        return IsListedUnchanged(name, target, isListed);
     if (*size != bytes) return OtherSize(SizeDifference({name, *size}, bytes));
-    return m_connection.LastWriteOf(name) == lastWrite ||
+    const std::wstring now = m_connection.LastWriteOf(name);
+    return now == lastWrite || now.empty() || lastWrite.empty() ||
            ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
                .Fail(L"File " + name +
                      L" was replaced on the FTP server while it was received. It stays there for the next "

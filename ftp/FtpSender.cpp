@@ -58,7 +58,10 @@ bool IsRelative(const std::wstring& path) {
 }
 
 FileSystem::Listing ListLocal(const std::wstring& local) {
-    return FileSystem::FolderExists(local) ? FileSystem::List(local) : FileSystem::Listing();
+    if (!FileSystem::FolderExists(local)) return {};
+    FileSystem::Listing listing = FileSystem::List(local);
+    std::erase_if(listing.files, [](const auto& file) { return FileSystem::IsArrival(file.name); });
+    return listing;
 }
 
 bool IsEmpty(const FileSystem::Listing& listing) { return listing.files.empty() && listing.folders.empty(); }

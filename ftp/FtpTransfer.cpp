@@ -63,8 +63,10 @@ bool FtpTransfer::GoBack(const Level& level, const std::wstring& entered) const 
 /// Remote folders are entered by their names: from a wrong one, everything after it would land elsewhere.
 bool FtpTransfer::ReturnTo(const Level& level, const std::wstring& entered) const {
     if (GoBack(level, entered)) return true;
-    NoWayBack(level, GetLastError());
-    if (level.depth > 0) return false;
+    const DWORD error = GetLastError();
+    if (level.depth > 0) return NoWayBack(level, error);
+    // An absolute path is entered from anywhere: to stay in it is nothing to tell.
+    if (!entered.starts_with(L'/')) NoWayBack(level, error);
     m_connection.Close();
     return true;
 }

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "base/RollBack.h"
 #include "common/modMain.h"
 #include "services/Component.h"
 #include "services/FolderLocator.h"
@@ -101,6 +102,19 @@ protected:
         return GetProperty(settings, name, m_folderLocator.FolderPath(enterprise, kind));
     }
 
+    /// Hosts call in while their messages are processed. A transfer inside a transfer would begin in whatever
+    /// remote folder that one is in, or put its newer packets below those of that one.
+    template <class Call>
+    bool Exclusively(const Procedure& self, Call&& call) {
+        if (m_working)
+            return self.Fail(L"This sender/receiver is connecting, sending or receiving already. Call again "
+                             L"when that call has returned.");
+        m_working = true;
+        const base::RollBack end([this] { m_working = false; });
+        return call();
+    }
+    bool IsWorking() const noexcept { return m_working; }
+
     virtual bool IZNSenderReceiver_Send(IUnknown* ProgressObject) = 0;
     virtual bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) = 0;
 
@@ -126,4 +140,5 @@ private:
     }
 
     std::wstring m_sApplicationName;
+    bool m_working = false;
 };

@@ -1,6 +1,8 @@
 // See clsFTPSndRcv.h.
 #include "sendrecv/clsFTPSndRcv.h"
 
+#include <utility>
+
 #include "base/Error.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
@@ -110,8 +112,7 @@ STDMETHODIMP clsFTPSndRcv::Connect(VARIANT_BOOL* Success) {
         const Procedure self(L"clsFTPSndRcv.cls.IZNSenderReceiver_Connect");
         const HostProgress progress(nullptr);
         return self.Guard(false, [&] {
-            return m_session.connection.IsConnected() ||
-                   Exclusively(self, progress, [&] { return InternalOpenConnection(progress); });
+            return m_session.connection.IsConnected() || Connected(self, progress, [] { return true; });
         });
     });
 }
@@ -120,23 +121,22 @@ STDMETHODIMP clsFTPSndRcv::Disconnect(VARIANT_BOOL* Success) {
     return Return(Success, [&] {
         Procedure(L"clsFTPSndRcv.cls.IZNSenderReceiver_Disconnect").Guard([&] {
             ProcessParameters();
-            m_session.connection.Close();
+            // The transfer that runs ends first.
+            m_closing = IsWorking();
+            if (!m_closing) m_session.connection.Close();
         });
         return true;
     });
 }
 
-/// Hosts call in while their messages are processed. A transfer inside a transfer would begin in whatever
-/// remote folder that one is in, and put its files there.
 template <class Call>
-bool clsFTPSndRcv::Exclusively(const Procedure& self, const HostProgress& progress, Call&& call) {
-    if (m_working)
-        return ShownProcedure(self.Name(), progress)
-            .Fail(L"This sender/receiver is connecting, sending or receiving already. Call again when that "
-                  L"call has returned.");
-    m_working = true;
-    const base::RollBack end([this] { m_working = false; });
-    return call();
+bool clsFTPSndRcv::Connected(const Procedure& self, const HostProgress& progress, Call&& call) {
+    return Exclusively(self, [&] {
+        const base::RollBack close([this] {
+            if (std::exchange(m_closing, false)) m_session.connection.Close();
+        });
+        return InternalOpenConnection(progress) && call();
+    });
 }
 
 bool clsFTPSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
@@ -151,9 +151,8 @@ bool clsFTPSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
             return ShownProcedure(self.Name(), progress).Fail(L"one or more of the Send folders are not set");
         progress.SetRange(0, 1);
         progress.StatusText(L"Sending files");
-        const bool sent = Exclusively(self, progress, [&] {
-            return InternalOpenConnection(progress) &&
-                   FtpSender(m_session.connection, progress).MoveFiles(local, remote);
+        const bool sent = Connected(self, progress, [&] {
+            return FtpSender(m_session.connection, progress).MoveFiles(local, remote);
         });
         // A login that the user cancelled ends the cycle quietly.
         return (sent || m_session.LoginCancelled) && !progress.Cancelled();
@@ -173,10 +172,8 @@ bool clsFTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUn
         const std::wstring remote = m_sRemoteReceiveFolder + L"/" + base::Upper(FolderName);
         const std::wstring local = m_sLocalReceiveFolder + L"\\" + FolderName;
         const FtpReceiver receiver(m_session.connection, SupressMsg, progress);
-        const bool received = Exclusively(self, progress, [&] {
-            return receiver.MakeLocalFolder(local) && InternalOpenConnection(progress) &&
-                   receiver.MoveFiles(remote, local);
-        });
+        const bool received = receiver.MakeLocalFolder(local) &&
+                              Connected(self, progress, [&] { return receiver.MoveFiles(remote, local); });
         if (!received && !m_session.LoginCancelled) return false;
         // Hosts rely on being asked here, too; what was received stays received.
         progress.Cancelled();

@@ -55,11 +55,11 @@ private:
     void ReadMissingSettings(const Procedure& self);
     bool InternalOpenConnection(const HostProgress& progress);
     template <class Call>
-    bool Exclusively(const Procedure& self, const HostProgress& progress, Call&& call);
+    bool Connected(const Procedure& self, const HostProgress& progress, Call&& call);
 
     FtpSession m_session;
     bool m_bSettingsProcessed = false;
-    bool m_working = false;
+    bool m_closing = false;  ///< as soon as the call that runs has ended
     std::wstring m_sVerificationReport;
     FtpAdministration m_administration;
 };

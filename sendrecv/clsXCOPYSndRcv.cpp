@@ -61,10 +61,18 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const FileSystem::WriteBlock block(source);
     if (!block.SomebodyWrites()) {
         block.Check();
-        FileSystem::CopyReplacing(source, Path::Join(to, name), [&] {
+        bool cancelled = false;
+        const auto goOn = [&] {
             com::ProcessPendingMessages();
-            return !progress.Cancelled();
-        });
+            cancelled = progress.Cancelled();
+            return !cancelled;
+        };
+        try {
+            FileSystem::CopyReplacing(source, Path::Join(to, name), goOn);
+        } catch (const base::Error&) {
+            if (cancelled) return;  // the source is where it was
+            throw;
+        }
     }
     try {
         block.Delete();
@@ -79,20 +87,16 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     }
 }
 
-/// The source of a copy that is cancelled in its middle is where it was.
-void MoveUnlessCancelled(const std::wstring& name, const std::wstring& from, const std::wstring& to,
-                         const Procedure& self, const HostProgress& progress) try {
-    MoveOneFile(name, from, to, self, progress);
-} catch (const base::SystemError& error) {
-    if (error.Code() != ERROR_CANCELLED) throw;
-}
-
-/// What the other side is still copying into the folder is none yet.
-FileSystem::Listing PacketsIn(const std::wstring& folder) {
+/// What the other side is still copying into the folder is none yet. What it left half-way takes room.
+FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self) {
     FileSystem::Listing listing = FileSystem::List(folder);
     std::erase_if(listing.files, [&](const FileSystem::FileEntry& file) {
         if (!FileSystem::IsArrival(file.name)) return false;
-        FileSystem::RemoveAbandonedArrival(Path::Join(folder, file.name));
+        const std::wstring path = Path::Join(folder, file.name);
+        if (FileSystem::IsAbandonedArrival(path))
+            self.Report(L"The file " + path +
+                        L" is left of a copy that ended half-way, when a computer or a connection failed. "
+                        L"Its source is where it was; delete it.");
         return true;
     });
     return listing;
@@ -142,7 +146,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
         progress.StatusText(L"Send Packets");
         if (!FileSystem::FolderExists(from) || base::EqualsIgnoringCase(from, to)) return true;
         progress.StatusText(L"Moving packets from local folder");
-        return IsComplete(MoveFiles(from, to, progress), self, progress);
+        return Exclusively(self, [&] { return IsComplete(MoveFiles(from, to, progress), self, progress); });
     });
 }
 
@@ -161,7 +165,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
             base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
             return true;
         progress.StatusText(L"Moving packets to local folder");
-        return IsComplete(MoveFiles(from, to, progress), self, progress);
+        return Exclusively(self, [&] { return IsComplete(MoveFiles(from, to, progress), self, progress); });
     });
 }
 
@@ -176,7 +180,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
     const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
     return self.Guard(false, [&] {
         if (!PrepareFolders(Source, Destination)) return false;
-        const FileSystem::Listing listing = PacketsIn(Source);
+        const FileSystem::Listing listing = PacketsIn(Source, self);
         const auto count = static_cast<LONG>(listing.files.size());
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
@@ -185,7 +189,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
             if (names.Add(file.name))
-                MoveUnlessCancelled(file.name, Source, Destination, self, progress);
+                MoveOneFile(file.name, Source, Destination, self, progress);
             else
                 RefuseName(file.name, Source, Destination, self, progress);
             progress.Position(done.Next());

@@ -90,7 +90,7 @@ std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folde
     }
     std::vector<std::wstring> files;
     for (const auto& file : found.files)
-        files.push_back(Path::Join(Folder, file.name));
+        if (!FileSystem::IsArrival(file.name)) files.push_back(Path::Join(Folder, file.name));
     return files;
 }
 
@@ -112,6 +112,10 @@ bool clsTransporter::IZNTransporter_Add(const std::wstring& FileName, const std:
             return self.Fail(L"File " + FileName +
                              L" has the name of the file with which folders are tested, "
                              L"which the next test deletes. Give it another name.");
+        if (FileSystem::IsArrival(name))
+            return self.Fail(L"File " + FileName +
+                             L" has the name of a file that is being copied, which no receiver takes for a "
+                             L"packet. Give it another name.");
         const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_InExtension, FileName);
         const std::wstring target = LocalSendFolder() + L"\\" + SubFolder;
         if (!ProvideFolder(target)) return false;

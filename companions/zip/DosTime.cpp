@@ -24,14 +24,13 @@ constexpr int kLastYear = 2107;
 // of the run-time library follow an environment variable.
 #ifdef _WIN32
 
-constexpr seconds kWindowsEpoch{11'644'473'600};
 constexpr std::int64_t kTicks = 10'000'000;
 
 using Conversion = decltype(&SystemTimeToTzSpecificLocalTime);
 
 seconds Converted(seconds time, Conversion convert) {
     ULARGE_INTEGER ticks;
-    ticks.QuadPart = static_cast<ULONGLONG>((time + kWindowsEpoch).count() * kTicks);
+    ticks.QuadPart = static_cast<ULONGLONG>((time + base::kWindowsEpoch).count() * kTicks);
     FILETIME file{ticks.LowPart, ticks.HighPart};
     SYSTEMTIME from;
     SYSTEMTIME to;
@@ -41,7 +40,7 @@ seconds Converted(seconds time, Conversion convert) {
         return time;
     ticks.LowPart = file.dwLowDateTime;
     ticks.HighPart = file.dwHighDateTime;
-    return seconds(static_cast<std::int64_t>(ticks.QuadPart) / kTicks) - kWindowsEpoch;
+    return seconds(static_cast<std::int64_t>(ticks.QuadPart) / kTicks) - base::kWindowsEpoch;
 }
 
 seconds Local(seconds moment) { return Converted(moment, &SystemTimeToTzSpecificLocalTime); }

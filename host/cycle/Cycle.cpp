@@ -15,7 +15,6 @@
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/SendFolder.h"
-#include "host/cycle/UnfinishedArrival.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
@@ -40,7 +39,6 @@ private:
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
-    bool RemoteSideIsThere() const;
     std::vector<base::TreeFile> OfferedFiles() const;
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
@@ -60,18 +58,14 @@ CycleResult Cycle::Run() {
     const std::vector<base::TreeFile> offered = OfferedFiles();
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
-    const UnfinishedArrival unfinished(m_settings);
-    const base::TreeSnapshot waitingHere(m_settings.receive);
     KeptBackups backups(m_settings);
     backups.Take();
-    unfinished.Begin();
+    const base::TreeSnapshot waitingHere(m_settings.receive);
     Hindrance failure = Transfer();
     if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
     ReportReceiving(offered);
-    // What arrived in the folder of the backups is not among them yet.
-    unfinished.End(!failure && RemoteSideIsThere(), m_ledger);
     const Hindrance notPutBack = Try([&] {
         backups.PutBack();
         return true;
@@ -138,6 +132,8 @@ Hindrance Cycle::Refusal(const base::TreeFile& file) const {
         return L"the receive folder keeps backups in the sub-folder Backup; use another name";
     if (IsFolderTestFile(file.name))
         return L"it has the name of the file with which folders are tested; use another name";
+    if (FileSystem::IsArrival(file.name))
+        return L"it has the name of a file that is being copied; use another name";
     if (IsTakenForEncoded(file.name, m_settings.zip.outExtension) ||
         IsTakenForEncoded(file.name, m_settings.xdelta.outExtension) ||
         m_ledger.PacketIn(file).name != file.name)
@@ -186,11 +182,6 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 }
 
 // --- Receiving --------------------------------------------------------------------------------------
-
-/// For the folder transport a folder that is not there is one without packets.
-bool Cycle::RemoteSideIsThere() const {
-    return m_settings.transport == Transport::Ftp || FileSystem::FolderExists(m_settings.remoteReceive);
-}
 
 /// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
 std::vector<base::TreeFile> Cycle::OfferedFiles() const try {

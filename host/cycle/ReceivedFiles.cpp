@@ -1,8 +1,9 @@
 // See ReceivedFiles.h.
 #include "host/cycle/ReceivedFiles.h"
 
+#include <map>
 #include <optional>
-#include <set>
+#include <utility>
 #include <vector>
 
 #include "base/File.h"
@@ -27,23 +28,37 @@ Refusal RefusalOfArchive(const std::wstring& path) try {
     return std::nullopt;
 }
 
-/// The packets of files that have arrived since, by their names in capitals.
-std::set<std::wstring> NewPackets(const std::vector<base::TreeFile>& files, const base::TreeSnapshot& waiting,
-                                  const PacketLedger& ledger) {
-    std::set<std::wstring> names;
-    for (const base::TreeFile& file : files)
-        if (!waiting.Holds(file)) names.insert(base::Upper(ledger.PacketIn(file).name));
-    return names;
-}
-
 Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
     const std::wstring packet = ledger.PacketIn(file).name;
     if (IsFolderTestFile(packet))
         return L"it has the name of the file with which folders are tested, and would be deleted as that";
     if (IsKeptCopy(packet))
         return L"it has the name of a copy that is kept of a replaced file, and would be deleted as that";
+    if (FileSystem::IsArrival(file.name))
+        return L"a run ended while it was received, so that it may be a part; its source is where it was";
     if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
     return RefusalOfArchive(Path::Join(settings.receive, file.RelativePath()));
+}
+
+/// How late a version of a packet is: what has arrived in this run is newer than what waited, and otherwise
+/// the time of the file tells, which travels with it.
+std::pair<bool, std::uint64_t> AgeOf(const base::TreeFile& file, const Settings& settings,
+                                     const base::TreeSnapshot& waiting) {
+    const auto version = FileSystem::VersionOf(Path::Join(settings.receive, file.RelativePath()));
+    return {!waiting.Holds(file), version ? version->lastWrite : 0};
+}
+
+/// The newest file of each packet, by the packets' names in capitals.
+std::map<std::wstring, const base::TreeFile*> NewestVersions(const std::vector<base::TreeFile>& files,
+                                                             const Settings& settings,
+                                                             const base::TreeSnapshot& waiting,
+                                                             const PacketLedger& ledger) {
+    std::map<std::wstring, const base::TreeFile*> newest;
+    for (const base::TreeFile& file : files) {
+        const base::TreeFile*& known = newest[base::Upper(ledger.PacketIn(file).name)];
+        if (!known || AgeOf(*known, settings, waiting) < AgeOf(file, settings, waiting)) known = &file;
+    }
+    return newest;
 }
 
 /// The first name that is free: what was set aside before stays.
@@ -54,20 +69,27 @@ std::wstring FreePath(const std::wstring& path) {
     return free;
 }
 
+void SetAside(const base::TreeFile& file, const std::wstring& reason, const Settings& settings,
+              PacketLedger& ledger) {
+    const std::wstring aside = FreePath(Path::Join(kRefused.Path(settings), file.RelativePath()));
+    base::MoveIntoTree(Path::Join(settings.receive, file.RelativePath()), aside);
+    ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
+}
+
 }  // namespace
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger) {
-    const std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
-    const std::set<std::wstring> arrived = NewPackets(files, waiting, ledger);
+    std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
+    // First, because what is refused is no newer version of anything.
+    std::erase_if(files, [&](const base::TreeFile& file) {
+        const Refusal refusal = RefusalOf(file, settings, ledger);
+        if (refusal) SetAside(file, *refusal, settings, ledger);
+        return refusal.has_value();
+    });
+    const auto newest = NewestVersions(files, settings, waiting, ledger);
     for (const base::TreeFile& file : files) {
-        Refusal refusal = RefusalOf(file, settings, ledger);
-        if (!refusal && waiting.Holds(file) && arrived.contains(base::Upper(ledger.PacketIn(file).name)))
-            refusal = L"a newer version has arrived in another encoding";
-        if (!refusal) continue;
-        const std::wstring aside = FreePath(Path::Join(kRefused.Path(settings), file.RelativePath()));
-        base::MoveIntoTree(Path::Join(settings.receive, file.RelativePath()), aside);
-        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
-                                *refusal + L"; it is now " + aside);
+        const base::TreeFile* const kept = newest.at(base::Upper(ledger.PacketIn(file).name));
+        if (kept != &file) SetAside(file, L"a newer version has arrived as " + kept->name, settings, ledger);
     }
 }

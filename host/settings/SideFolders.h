@@ -18,9 +18,7 @@ struct SideFolder {
 inline constexpr SideFolder kOlderVersions{&Settings::send, L".older"};
 /// The backups, while packets are received.
 inline constexpr SideFolder kKeptBackups{&Settings::receive, L".backups"};
-/// What was being received when a run ended.
-inline constexpr SideFolder kUnfinished{&Settings::receive, L".unfinished"};
 /// What must not be delivered.
 inline constexpr SideFolder kRefused{&Settings::receive, L".refused"};
 
-inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kUnfinished, kRefused};
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kRefused};

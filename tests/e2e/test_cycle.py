@@ -83,7 +83,7 @@ class CycleTest(HostTest):
     def test_names_that_belong_to_the_transport_are_not_added(self):
         self.field.change("encoder", "zip")
         names = ("Backup/a.mdb", "c.mdb.AFZ", "d.mdb~Base.axd", "plain.axd", ".axd", ".AFZ", "rwd_testfile.txt",
-                 "e.mdb~Base.axd_bck", "f.mdb_BAK")
+                 "e.mdb~Base.axd_bck", "f.mdb_BAK", "~12-34.arriving")
         self.put(self.field, *names, "sub/Backup/c.mdb")
         outcome = self.assert_run(self.field, 1)
         self.assertEqual(outcome.output.count("use another name"), len(names), outcome)
@@ -132,6 +132,15 @@ class CycleTest(HostTest):
         self.assert_run(self.enterprise, 0, {})
         refused = self.enterprise.receive.with_name("receive.refused")
         self.assertEqual({path.read_bytes() for path in refused.iterdir()}, {b"one", b"two"})
+
+    def test_what_a_killed_run_was_receiving_is_set_aside(self):
+        (self.enterprise.receive / "sub").mkdir()
+        (self.enterprise.receive / "sub" / "~12-34.arriving").write_bytes(b"a part")
+        self.put(self.field, "sub/a.mdb", folder=self.to_enterprise)
+        outcome = self.assert_run(self.enterprise, 1, {("in", "sub/~12-34.arriving"): "not delivered",
+                                                       ("in", "sub/a.mdb"): "delivered"})
+        self.assertIn("it may be a part; its source is where it was", outcome.output)
+        self.assert_run(self.enterprise, 0, {})
 
     def test_list_shows_what_waits_and_moves_nothing(self):
         self.put(self.field, "sub/new.mdb", content=b"1" * 1500)

@@ -92,6 +92,24 @@ class ZipTest(EncoderCase):
         self.assertTrue((self.enterprise.receive.with_name("receive.refused") / "a.mdb.afz").is_file())
         self.assert_run(self.enterprise, 0, {})
 
+    def test_of_versions_in_several_encodings_the_newest_is_delivered(self):
+        for encoder, content in (("zip", b"1"), ("none", b"2")):
+            self.field.change("encoder", encoder)
+            self.put(self.field, "sub/a.mdb", content=content)
+            self.assert_run(self.field)
+            time.sleep(2.1)  # the time of an archive is even
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertIn("a newer version has arrived as a.mdb; it is now", outcome.output)
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), b"2")
+
+    def test_a_refused_archive_is_no_newer_version(self):
+        packet = self.put(self.field, "a.mdb", folder=self.enterprise.receive)
+        with zipfile.ZipFile(self.to_enterprise / "a.mdb.afz", "w") as archive:
+            archive.writestr("b.mdb", b"intruder")
+        self.assert_run(self.enterprise, 1)
+        self.assertFalse(packet.exists())
+        self.assert_delivered()
+
     def test_an_empty_packet_stays_in_the_outbox(self):
         self.put(self.field, "empty.mdb", content=b"")
         self.assert_trouble(self.field, {("out", "empty.mdb"): "not added"})

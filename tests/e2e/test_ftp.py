@@ -7,7 +7,7 @@ import threading
 
 import support
 from ftp import BendingProxy, FtpHostTest, PASSWORD, own_address
-from support import (Holder, Mount, WAITING, files_below, finish, run, run_on_terminal, size_of, slow, start,
+from support import (Holder, Mount, WAITING, arriving, files_below, finish, run, run_on_terminal, size_of, slow, start,
                      wait_until)
 
 AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
@@ -104,10 +104,10 @@ class InterruptionTest(FtpHostTest):
         self.put(self.field, name, content=os.urandom(MB) * (30 * load), folder=folder)
         return name
 
-    def killed_during(self, side, part):
+    def killed_during(self, side, transferred):
         """Kills the server once a side has transferred a part; False when its run was faster."""
         process = self.start_run(side)
-        wait_until(lambda: size_of(part) > MB, process)
+        wait_until(lambda: transferred() > MB, process)
         self.server.kill()
         outcome = finish(process)
         self.server.start()
@@ -116,7 +116,7 @@ class InterruptionTest(FtpHostTest):
     def test_the_server_dies_during_a_put(self):
         def attempt(load):
             name = self.put_large(load, self.field.send)
-            return self.killed_during(self.field, self.to_enterprise / name) and name
+            return self.killed_during(self.field, lambda: size_of(self.to_enterprise / name)) and name
 
         name = self.in_time(attempt)
         self.assertTrue((self.field.send / name).exists())
@@ -127,7 +127,7 @@ class InterruptionTest(FtpHostTest):
             folder = self.remote_folder(self.to_enterprise)
             name = self.put_large(load, folder)
             self.server.own(folder / name)
-            return self.killed_during(self.enterprise, self.enterprise.receive / name) and name
+            return self.killed_during(self.enterprise, lambda: arriving(self.enterprise.receive)) and name
 
         name = self.in_time(attempt)
         self.assertTrue((self.to_enterprise / name).exists())

@@ -105,33 +105,9 @@ class StopTest(HostTest):
         self.assertEqual(files_below(self.to_enterprise), {})
         self.assert_next_cycle_delivers()
 
-    def mark_as_killed(self):
-        """What a run of the enterprise leaves that ends while it receives."""
-        mark = self.enterprise.receive.with_name("receive.receiving")
-        mark.write_bytes(b"")
-        os.utime(mark, (0, 0))
-
-    def test_a_whole_packet_that_a_killed_run_received_is_delivered_later(self):
-        self.put(self.field, "a.mdb", folder=self.enterprise.receive)
-        self.mark_as_killed()
-        self.assert_run(self.enterprise, 0, {("in", "a.mdb"): "delivered"})
-        self.assert_delivered()
-
     def test_what_a_killed_run_received_in_the_folder_of_the_backups_becomes_none(self):
         packet = self.put(self.field, "Backup/a.mdb", folder=self.enterprise.receive).read_bytes()
         backup = self.put(self.field, "a.mdb", folder=self.enterprise.receive.with_name("receive.backups")).read_bytes()
-        self.mark_as_killed()
         self.assert_run(self.enterprise, 0, {("in", "Backup (received)/a.mdb"): "delivered"})
         self.assertEqual((self.enterprise.inbox / "Backup (received)" / "a.mdb").read_bytes(), packet)
         self.assertEqual((self.enterprise.receive / "Backup" / "a.mdb").read_bytes(), backup)
-
-    def test_a_part_whose_source_is_in_use_is_not_delivered(self):
-        packet = self.put(self.field, "a.mdb", folder=self.to_enterprise)
-        (self.enterprise.receive / "a.mdb").write_bytes(b"part")
-        self.mark_as_killed()
-        writer = Holder(self, packet, "write")
-        self.assert_run(self.enterprise, 1)
-        self.assertEqual(files_below(self.enterprise.inbox), {})
-        writer.release()
-        self.assert_run(self.enterprise)
-        self.assert_delivered()

@@ -192,11 +192,14 @@ TEST_F(Transporter, AVersionThatWaitsStaysUntilTheNewOneIsWhole) {
     EXPECT_EQ(temp.Content(L"send\\online"), "newer");
 }
 
-TEST_F(Transporter, TheNameOfTheFolderTestIsNoPacketName) {
-    EXPECT_FALSE(Add(temp.File(L"rwd_testfile.TXT", "packet")));
-    EXPECT_THAT(framework.log, OneReport(kMember + L"Add"));
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"T:\\rwd_testfile.TXT"));
+TEST_F(Transporter, NamesThatTheTransportUsesItselfAreNoPacketNames) {
+    for (const std::wstring name : {L"rwd_testfile.TXT", L"~12-345.arriving"}) {
+        EXPECT_FALSE(Add(temp.File(name, "packet")));
+        EXPECT_THAT(framework.LogText(), HasSubstr(L"T:\\" + name));
+        EXPECT_THAT(framework.TakeLog(), OneReport(kMember + L"Add"));
+    }
     EXPECT_FALSE(temp.Exists(L"send"));
+    EXPECT_TRUE(Add(temp.File(L"~week.arriving", "packet")));
 }
 
 TEST_F(Transporter, SendReceiveRunsItsStepsInOrder) {

@@ -36,9 +36,8 @@ bool Succeed(const std::string& function) {
 }
 
 bool Succeed(const std::string& function, HINTERNET handle) {
-    const bool isOpen = g_script->open.contains(handle);
-    EXPECT_TRUE(isOpen || !g_script->checksHandles) << function << " without a connection";
-    return isOpen ? Succeed(function) : Result(false, ERROR_INVALID_HANDLE) != FALSE;
+    EXPECT_TRUE(g_script->open.contains(handle)) << function << " without a connection";
+    return Succeed(function);
 }
 
 HINTERNET NewHandle() {

@@ -56,7 +56,6 @@ public:
     DWORD attributes = 0;             ///< that the last file was to be received with
     int calls = 0;                    ///< of all functions
     std::set<HINTERNET> open;         ///< handles
-    bool checksHandles = true;        ///< whether a call without a connection fails the test, not only itself
 
 private:
     WinInetFunctions m_real;
