@@ -17,15 +17,16 @@ function(zn_add_idl NAME)
   add_custom_target(${NAME}_idl DEPENDS ${out}.h ${out}_i.c ${out}.tlb)
 endfunction()
 
-# The coclasses of a DLL's type libraries become its class table, <DLL>_classes.inc, and its side-by-side manifest.
+# The coclasses of a DLL's type libraries become its class table, <DLL>_classes.inc, and its side-by-side manifest. The
+# latter is a resource: of an assembly that is called like its DLL, Windows does not look for a manifest in a file.
 # zn_add_classes(DLL IDL...)
 function(zn_add_classes DLL)
   set(script ${PROJECT_SOURCE_DIR}/cmake/classes.py)
   set(template ${PROJECT_SOURCE_DIR}/cmake/assembly.manifest.in)
   set(table ${CMAKE_CURRENT_BINARY_DIR}/classes/${DLL}_classes.inc)
-  set(manifest ${ZN_BIN_DIR}/${DLL}.manifest)
+  set(manifest ${CMAKE_CURRENT_BINARY_DIR}/classes/${DLL}.manifest)
   list(TRANSFORM ARGN REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/contracts/\\1.idl" OUTPUT_VARIABLE idl)
-  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/classes ${ZN_BIN_DIR})
+  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/classes)
   add_custom_command(
     OUTPUT ${table} ${manifest}
     COMMAND Python3::Interpreter ${script} --name ${DLL} --version ${PROJECT_VERSION}.0
@@ -34,6 +35,7 @@ function(zn_add_classes DLL)
     DEPENDS ${script} ${template} ${idl}
     COMMENT "Listing the classes of ${DLL}"
     VERBATIM)
-  target_sources(${DLL} PRIVATE ${table} ${manifest})
+  target_sources(${DLL} PRIVATE ${table})
+  zn_embed_manifest(${DLL} 1 ${manifest})
   target_include_directories(${DLL} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/classes)
 endfunction()

@@ -14,7 +14,15 @@ function(zn_add_version TARGET DESCRIPTION)
   target_sources(${TARGET} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_version.rc)
 endfunction()
 
-# Embeds a manifest as resource NUMBER. Number 1 is in force while the program runs; a program that names
+# zn_embed_manifest(TARGET NUMBER FILE): FILE becomes the manifest with that number among the resources.
+function(zn_embed_manifest TARGET NUMBER FILE)
+  set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest_${NUMBER}.rc)
+  file(WRITE ${rc} "#include <winuser.h>\n${NUMBER} RT_MANIFEST \"${FILE}\"\n")
+  target_sources(${TARGET} PRIVATE ${rc})
+  set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS ${FILE})
+endfunction()
+
+# Embeds a program's manifest as resource NUMBER. Number 1 is in force while the program runs; a program that names
 # ASSEMBLIES there creates their classes without registration, and does not start without them. Under another
 # number the program activates the manifest itself.
 # zn_add_program_manifest(TARGET NUMBER [ASSEMBLY...])
@@ -28,11 +36,8 @@ function(zn_add_program_manifest TARGET NUMBER)
            "    </dependentAssembly>\n  </dependency>\n")
   endforeach()
   set(manifest ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_${NUMBER}.manifest)
-  set(rc ${CMAKE_CURRENT_BINARY_DIR}/${TARGET}_manifest_${NUMBER}.rc)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/program.manifest.in ${manifest} @ONLY)
-  file(WRITE ${rc} "#include <winuser.h>\n${NUMBER} RT_MANIFEST \"${manifest}\"\n")
-  target_sources(${TARGET} PRIVATE ${rc})
-  set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS ${manifest})
+  zn_embed_manifest(${TARGET} ${NUMBER} ${manifest})
 endfunction()
 
 # Makes a program or DLL a file of the product.
@@ -84,5 +89,4 @@ function(zn_add_com_module TARGET DESCRIPTION)
   target_link_libraries(${TARGET} PRIVATE com_exports contracts)
   zn_add_classes(${TARGET} ${MODULE_IDL})
   zn_add_to_product(${TARGET} ${DESCRIPTION})
-  install(FILES ${ZN_BIN_DIR}/${TARGET}.manifest DESTINATION bin COMPONENT product)
 endfunction()

@@ -2,7 +2,7 @@
 """Makes a DLL's class table and its side-by-side manifest from the coclasses of its interface definitions.
 
 Use: classes.py --name DLL --version A.B.C.D --architecture NAME --table OUT --template IN --manifest OUT IDL...
-A ProgID is <library>.<coclass>. The table is C++ for com::ModuleDescription; a coclass without a C++ class of its
+The type library of the first IDL is the DLL's resource 1, and so on. A ProgID is <library>.<coclass>. The table is C++ for com::ModuleDescription; a coclass without a C++ class of its
 name does not compile there.
 """
 import argparse
@@ -35,15 +35,15 @@ class Library:
 
 def table(libraries):
     lines = ["// Made from the interface definitions.", "constexpr com::ClassEntry kClasses[] = {"]
-    for library in libraries:
-        lines += [f'    com::ClassOf<{name}>(L"{library.name}.{name}"),' for _, name in library.classes]
+    for number, library in enumerate(libraries, 1):
+        lines += [f'    com::ClassOf<{name}>(L"{library.name}.{name}", {number}),' for _, name in library.classes]
     return "\n".join([*lines, "};", f"constexpr unsigned kTypeLibraries = {len(libraries)};", ""])
 
 
 def manifest(template, libraries, **values):
     lines = []
-    for library in libraries:
-        lines.append(f'    <typelib tlbid="{{{library.identifier}}}" version="1.0" helpdir=""/>')
+    for number, library in enumerate(libraries, 1):
+        lines.append(f'    <typelib tlbid="{{{library.identifier}}}" version="1.0" helpdir="" resourceid="{number}"/>')
         lines += [f'    <comClass clsid="{{{identifier}}}" progid="{library.name}.{name}" threadingModel="Apartment"'
                   f' tlbid="{{{library.identifier}}}"/>' for identifier, name in library.classes]
     return string.Template(template).substitute(values, classes="\n".join(lines))

@@ -3,6 +3,8 @@
 
 #include <objbase.h>
 
+#include "base/Module.h"
+#include "base/SystemError.h"
 #include "com/ErrorInfo.h"
 
 namespace {
@@ -10,26 +12,26 @@ namespace {
 constexpr WORD kAssembliesManifest = 2;  // number of the resource
 
 /// The assemblies are no part of the program's own manifest: without them it would not even start to say so.
-HANDLE AssembliesContext() {
+com::ActivationContext AssembliesContext(const std::wstring& program) {
     ACTCTXW description{};
     description.cbSize = sizeof description;
     description.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID | ACTCTX_FLAG_HMODULE_VALID;
+    description.lpSource = program.c_str();
     description.hModule = GetModuleHandleW(nullptr);
     description.lpResourceName = MAKEINTRESOURCEW(kAssembliesManifest);
-    return CreateActCtxW(&description);
+    return com::ActivationContext(CreateActCtxW(&description));
 }
 
 }  // namespace
 
-ComApartment::ComApartment() {
+ComApartment::ComApartment() : m_activation(AssembliesContext(base::ProgramPath())) {
     com::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), L"COM");
-    m_context = base::UniqueHandle<ContextTraits>(AssembliesContext());
-    if (!m_context || !ActivateActCtx(m_context.Get(), m_activation.Put()))
-        m_assembliesError = GetLastError();
 }
 
-/// The context from which COM made its classes outlives COM.
-ComApartment::~ComApartment() {
-    m_activation.Reset();
-    CoUninitialize();
+ComApartment::~ComApartment() { CoUninitialize(); }
+
+std::wstring AssembliesFailure() {
+    const std::wstring program = base::ProgramPath();
+    const com::ActivationContext context = AssembliesContext(program);
+    return context ? L"" : base::SystemText(GetLastError());
 }

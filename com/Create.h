@@ -7,14 +7,17 @@
 
 #include <string_view>
 
+#include "com/ActivationContext.h"
 #include "com/ErrorInfo.h"
 
 namespace com {
 
-/// A new object of an in-process class. subject: the class, for the failure that is thrown.
+/// A new object of an in-process class, made in the activation context in which the host created this
+/// module's objects. subject: the class, for the failure that is thrown.
 template <class Class, class Interface>
 Microsoft::WRL::ComPtr<Interface> Create(std::wstring_view subject,
                                          base::Where where = base::Where::current()) {
+    const Activation activation(KeptContext(), where);
     Microsoft::WRL::ComPtr<Interface> object;
     Check(CoCreateInstance(__uuidof(Class), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), subject,
           where);

@@ -2,6 +2,7 @@
 #include "com/server/ServerModule.h"
 
 #include "base/Module.h"
+#include "com/ActivationContext.h"
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
 #include "com/Result.h"
@@ -24,6 +25,7 @@ public:
         *object = nullptr;
         if (outer) return CLASS_E_NOAGGREGATION;
         return Call([&] {
+            KeepActiveContext();
             if (ThisModule().start) ThisModule().start();
             ComPtr<IUnknown> instance;
             *instance.ReleaseAndGetAddressOf() = m_entry.create();
@@ -50,7 +52,10 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID id, void** object) noexcept {
         // From the first call on the compiler's runtime holds a slot for what each thread has, and no
         // unloading gives it back: a host that leaves and enters COM a thousand times would run out of them.
         base::PinModule();
-        return Call([&] { Check(Make<ClassFactory>(entry).CopyTo(id, object), entry.progId); });
+        return Call([&] {
+            KeepActiveContext();
+            Check(Make<ClassFactory>(entry).CopyTo(id, object), entry.progId);
+        });
     }
     return CLASS_E_CLASSNOTAVAILABLE;
 }
@@ -61,7 +66,9 @@ HRESULT CanUnloadNow() noexcept {
     const auto releaseApartment = ThisModule().releaseApartment;
     if (releaseApartment && !releaseApartment()) return S_FALSE;
     // What was released may have called in.
-    return IsModuleLocked() ? S_FALSE : S_OK;
+    if (IsModuleLocked()) return S_FALSE;
+    DropKeptContext();
+    return S_OK;
 }
 
 }  // namespace com

@@ -9,6 +9,7 @@
 #include "base/Module.h"
 #include "base/Path.h"
 #include "com/Values.h"
+#include "host/session/ComApartment.h"
 #include "znFramework.h"
 
 namespace {
@@ -16,8 +17,7 @@ namespace {
 /// What the program needs beside it, and does not find there.
 std::wstring MissingFiles(const std::wstring& folder) {
     std::wstring names;
-    for (const wchar_t* name :
-         {L"znTransporter.dll", L"znTransporter.manifest", L"znFramework.dll", L"znFramework.manifest"})
+    for (const wchar_t* name : {L"znTransporter.dll", L"znFramework.dll"})
         if (!FileSystem::FileExists(Path::Join(folder, name))) names.append(L" ").append(name);
     return names.empty() ? L"" : L" Missing there:" + names;
 }
@@ -36,9 +36,10 @@ bool IsMissing(HRESULT result) {
 
 std::wstring Advice() {
     const std::wstring folder = Path::ParentFolder(base::ProgramPath());
-    return L"\nPut znTransporter.dll and znFramework.dll of "
-           L"the " ZN_BITS L"-bit build, each with its .manifest file, into the folder " +
-           folder + L", or register both with regsvr32." + MissingFiles(folder);
+    const std::wstring failure = AssembliesFailure();
+    return L"\nPut znTransporter.dll and znFramework.dll of the " ZN_BITS L"-bit build into the folder " +
+           folder + L", or register both with regsvr32." + MissingFiles(folder) +
+           (failure.empty() ? L"" : L"\nWithout registration they cannot be used there: " + failure);
 }
 
 }  // namespace

@@ -190,5 +190,6 @@ class ProgramTest(ScratchTest):
         packet = self.scratch / "pair" / "field" / "outbox" / "a.mdb"
         packet.write_bytes(b"packet")
         outcome = self.assert_ends(1, "run", self.scratch / "pair" / "field.ini", program=self.scratch / "znhost.exe")
-        self.assertIn("Missing there: znTransporter.dll", outcome.errors)
+        self.assertIn("Missing there: znTransporter.dll znFramework.dll\n", outcome.errors)
+        self.assertRegex(outcome.errors, "Without registration they cannot be used there: .*(?i:side-by-side|14001|36B1)")
         self.assertTrue(packet.exists())

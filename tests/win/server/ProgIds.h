@@ -1,9 +1,26 @@
-// The ProgIDs of every class.
+// The ProgIDs of every class, and what programs get by the identifier of a type library.
 #pragma once
 
+#include <windows.h>
+#include <oleauto.h>
+#include <wrl/client.h>
+
 #include <array>
+#include <string>
+
+#include "com/Values.h"
 
 namespace tests {
+
+/// The identifier that the library itself tells; empty when there is none.
+inline std::wstring LoadedTypeLibrary(const GUID& id) {
+    Microsoft::WRL::ComPtr<ITypeLib> library;
+    TLIBATTR* attributes = nullptr;
+    if (FAILED(LoadRegTypeLib(id, 1, 0, 0, &library)) || FAILED(library->GetLibAttr(&attributes))) return {};
+    std::wstring loaded = com::Text(attributes->guid);
+    library->ReleaseTLibAttr(attributes);
+    return loaded;
+}
 
 inline constexpr std::array kLibraryProgIds = {
     L"znTransporter.clsTransporter",      L"znTransporter.clsZipEncoder", L"znTransporter.clsXDeltaEncoder",

@@ -1,4 +1,6 @@
 // A C++ host that creates the classes without any registration: its manifest names the assemblies.
+#include <initguid.h>  // the identifiers of the type libraries come from the contracts' headers
+
 #include "tests/win/server/ProgIds.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/ScratchHives.h"
@@ -27,6 +29,13 @@ TEST(RegistrationFree, AHostMayEnterAndLeaveComAgainAndAgain) {
         }
         CoFreeUnusedLibraries();
     }
+}
+
+/// Wine takes the first type library of a file whatever number the manifest names, so that the others of
+/// znFramework.dll are compared with the manifest when the binaries are checked.
+TEST(RegistrationFree, ManifestsServeTheFirstTypeLibraries) {
+    for (const GUID& id : {LIBID_znTransporter, LIBID_znSystem})
+        EXPECT_EQ(LoadedTypeLibrary(id), com::Text(id));
 }
 
 TEST(RegistrationFree, TheFolderLocatorAnswersFromTheMobileConfiguration) {
