@@ -35,6 +35,8 @@ if(WIN32)
   # As cross tools the programs are of the build machine, and so are Wine's interface definitions and type libraries.
   find_program(ZN_WIDL NAMES ${ZN_TARGET}-widl widl)
   zn_require(ZN_WIDL "The IDL compiler widl (mingw-w64-tools)")
+  find_program(ZN_WINDMC NAMES ${ZN_TARGET}-windmc windmc)
+  zn_require(ZN_WINDMC "The message compiler windmc (binutils-mingw-w64-x86-64, binutils-mingw-w64-i686)")
   find_path(ZN_SYSTEM_IDL oaidl.idl PATHS /usr/local/include /usr/include /opt/wine-stable/include
             PATH_SUFFIXES wine/wine/windows wine/windows NO_CMAKE_FIND_ROOT_PATH)
   zn_require(ZN_SYSTEM_IDL "The system's interface definitions, with oaidl.idl (libwine-dev)")

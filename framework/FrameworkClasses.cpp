@@ -1,5 +1,6 @@
 // The creatable classes of znFramework.dll.
 #include "com/server/ServerModule.h"
+#include "framework/HostSettings.h"
 #include "framework/ZNApplicationContext.h"
 #include "framework/ZNBrandingResources.h"
 #include "framework/ZNCategory.h"
@@ -12,9 +13,13 @@
 
 namespace {
 #include "znFramework_classes.inc"
+
+/// Hosts that name themselves otherwise register their own.
+constexpr const wchar_t* kEventSources[] = {HostSettings::kDefaultTitle, L"znhost"};
 }  // namespace
 
 const com::ModuleDescription& com::ThisModule() {
-    static constexpr ModuleDescription description{.classes = kClasses, .typeLibraries = kTypeLibraries};
+    static constexpr ModuleDescription description{
+        .classes = kClasses, .typeLibraries = kTypeLibraries, .eventSources = kEventSources};
     return description;
 }

@@ -6,6 +6,8 @@
 
 class HostSettings {
 public:
+    static constexpr auto kDefaultTitle = L"znTransporter";
+
     static HostSettings& OfProcess() {
         static HostSettings settings;
         return settings;
@@ -33,5 +35,5 @@ private:
     mutable std::mutex m_mutex;
     bool m_userInterface = false;
     std::wstring m_logFile;
-    std::wstring m_title = L"znTransporter";
+    std::wstring m_title = kDefaultTitle;
 };

@@ -10,6 +10,7 @@
 #include "base/Utf8.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "events.inc"
 #include "framework/HostSettings.h"
 
 namespace {
@@ -73,7 +74,7 @@ DWORD WriteToWindows(const std::wstring& message, LONG type) {
     const std::wstring shown = message.substr(0, kLongestWindowsText);
     const wchar_t* text = shown.c_str();
     const BOOL written =
-        ReportEventW(source.Get(), static_cast<WORD>(type), 0, 0, nullptr, 1, 0, &text, nullptr);
+        ReportEventW(source.Get(), static_cast<WORD>(type), 0, ZN_EVENT_TEXT, nullptr, 1, 0, &text, nullptr);
     return written ? ERROR_SUCCESS : GetLastError();
 }
 

@@ -23,10 +23,15 @@ namespace com {
 
 namespace {
 
+// The two bitnesses have class keys of their own, and share ProgIDs, type libraries and event sources.
 #ifdef _WIN64
 constexpr SYSKIND kSystem = SYS_WIN64;
+constexpr auto kPlatform = L"win64";
+constexpr REGSAM kOtherView = KEY_WOW64_32KEY;
 #else
 constexpr SYSKIND kSystem = SYS_WIN32;
+constexpr auto kPlatform = L"win32";
+constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
 #endif
 
 struct RegistryKeyTraits {
@@ -45,13 +50,18 @@ public:
     }
 
     void Set(const wchar_t* name, const std::wstring& value) const {
-        const auto bytes = static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t));
-        const LSTATUS status =
-            RegSetValueExW(m_key.Get(), name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()), bytes);
-        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), value);
+        Set(name, value, REG_SZ, value.c_str(), (value.size() + 1) * sizeof(wchar_t));
     }
+    void Set(const wchar_t* name, DWORD value) const { Set(name, name, REG_DWORD, &value, sizeof value); }
 
 private:
+    void Set(const wchar_t* name, const std::wstring& subject, DWORD type, const void* data,
+             size_t size) const {
+        const LSTATUS status = RegSetValueExW(m_key.Get(), name, 0, type, static_cast<const BYTE*>(data),
+                                              static_cast<DWORD>(size));
+        if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), subject);
+    }
+
     RegistryKey m_key;
 };
 
@@ -60,8 +70,27 @@ HKEY Hive(RegistrationScope scope) {
 }
 
 std::wstring ClassPath(const ClassEntry& entry) { return L"Software\\Classes\\CLSID\\" + Text(entry.clsid); }
+std::wstring ServerPath(const ClassEntry& entry) { return ClassPath(entry) + L"\\InprocServer32"; }
 std::wstring ProgIdPath(const ClassEntry& entry) {
     return std::wstring(L"Software\\Classes\\") + entry.progId;
+}
+std::wstring EventSourcePath(const wchar_t* source) {
+    return std::wstring(L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\") + source;
+}
+
+/// The DLL that serves a class to programs of the other bitness; empty when there is none.
+std::wstring OtherServer(HKEY hive, const ClassEntry& entry) {
+    constexpr size_t kLongestPath = 32767;
+    std::wstring path(kLongestPath, L'\0');
+    auto size = static_cast<DWORD>(path.size() * sizeof(wchar_t));
+    RegistryKey key;
+    if (RegOpenKeyExW(hive, ServerPath(entry).c_str(), 0, KEY_READ | kOtherView, key.Put()) !=
+            ERROR_SUCCESS ||
+        RegGetValueW(key.Get(), nullptr, nullptr, RRF_RT_REG_SZ, nullptr, path.data(), &size) !=
+            ERROR_SUCCESS)
+        return {};
+    path.resize(size / sizeof(wchar_t) - 1);
+    return path;
 }
 
 ComPtr<ITypeLib> TypeLibrary(const std::wstring& path) {
@@ -91,13 +120,20 @@ TypeLibraryId IdOf(ITypeLib* library) {
     return id;
 }
 
+std::wstring VersionOf(const TypeLibraryId& id) {
+    return std::to_wstring(id.major) + L"." + std::to_wstring(id.minor);
+}
+
 void RegisterClass(HKEY hive, const ClassEntry& entry) {
     const Key classKey(hive, ClassPath(entry));
     classKey.Set(nullptr, entry.progId);
-    const Key server(hive, ClassPath(entry) + L"\\InprocServer32");
+    const Key server(hive, ServerPath(entry));
     server.Set(nullptr, base::ModulePath());
     server.Set(L"ThreadingModel", L"Apartment");
     Key(hive, ClassPath(entry) + L"\\ProgID").Set(nullptr, entry.progId);
+    const TypeLibraryId library = IdOf(TypeLibrary(TypeLibraryPath(entry.typeLibrary)).Get());
+    Key(hive, ClassPath(entry) + L"\\TypeLib").Set(nullptr, Text(library.guid));
+    Key(hive, ClassPath(entry) + L"\\Version").Set(nullptr, VersionOf(library));
     Key(hive, ProgIdPath(entry)).Set(nullptr, entry.progId);
     Key(hive, ProgIdPath(entry) + L"\\CLSID").Set(nullptr, Text(entry.clsid));
 }
@@ -110,11 +146,21 @@ void RegisterTypeLibrary(RegistrationScope scope, unsigned number) {
     Check(registerIt(library.Get(), const_cast<OLECHAR*>(path.c_str()), nullptr), path);
 }
 
+/// messageFile: the DLL that holds the messages.
+void RegisterEventSources(const std::wstring& messageFile) {
+    for (const wchar_t* source : ThisModule().eventSources) {
+        const Key key(HKEY_LOCAL_MACHINE, EventSourcePath(source));
+        key.Set(L"EventMessageFile", messageFile);
+        key.Set(L"TypesSupported", EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
+    }
+}
+
 void RegisterAll(RegistrationScope scope) {
     for (const ClassEntry& entry : ThisModule().classes)
         RegisterClass(Hive(scope), entry);
     for (unsigned number = 1; number <= ThisModule().typeLibraries; ++number)
         RegisterTypeLibrary(scope, number);
+    if (scope == RegistrationScope::Machine) RegisterEventSources(base::ModulePath());
 }
 
 /// Remembers the first failure, so that the rest is still removed.
@@ -146,7 +192,25 @@ HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
     const HRESULT result = unregister(id.guid, id.major, id.minor, id.locale, kSystem);
     // A library that was not registered is reported as a failure. It is always asked for, because not
     // every system keeps the registration for a user in the hive of that user.
-    return KeyExists(Hive(scope), L"Software\\Classes\\TypeLib\\" + Text(id.guid)) ? result : S_OK;
+    const std::wstring path = L"Software\\Classes\\TypeLib\\" + Text(id.guid) + L"\\" + VersionOf(id) +
+                              L"\\" + std::to_wstring(id.locale) + L"\\" + kPlatform;
+    return KeyExists(Hive(scope), path) ? result : S_OK;
+}
+
+HRESULT UnregisterClass(HKEY hive, const ClassEntry& entry) {
+    FirstFailure failure;
+    failure.Note(DeleteTree(hive, ClassPath(entry)));
+    if (OtherServer(hive, entry).empty()) failure.Note(DeleteTree(hive, ProgIdPath(entry)));
+    return failure.Result();
+}
+
+HRESULT UnregisterEventSources() {
+    const std::wstring other = OtherServer(HKEY_LOCAL_MACHINE, ThisModule().classes.front());
+    if (!other.empty()) return Call([&] { RegisterEventSources(other); });
+    FirstFailure failure;
+    for (const wchar_t* source : ThisModule().eventSources)
+        failure.Note(DeleteTree(HKEY_LOCAL_MACHINE, EventSourcePath(source)));
+    return failure.Result();
 }
 
 }  // namespace
@@ -154,12 +218,11 @@ HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
 HRESULT Unregister(RegistrationScope scope) noexcept {
     return Call([&] {
         FirstFailure failure;
-        for (const ClassEntry& entry : ThisModule().classes) {
-            failure.Note(DeleteTree(Hive(scope), ClassPath(entry)));
-            failure.Note(DeleteTree(Hive(scope), ProgIdPath(entry)));
-        }
+        for (const ClassEntry& entry : ThisModule().classes)
+            failure.Note(UnregisterClass(Hive(scope), entry));
         for (unsigned number = 1; number <= ThisModule().typeLibraries; ++number)
             failure.Note(UnregisterTypeLibrary(scope, number));
+        if (scope == RegistrationScope::Machine) failure.Note(UnregisterEventSources());
         Check(failure.Result(), L"removing the registration");
     });
 }

@@ -71,5 +71,16 @@ TEST_F(LogTest, AnUnwritableFileIsNoFailureWhileWindowsTakesTheEntry) {
     Write(L"text", ZN_EVENTLOG_ERROR_TYPE);
 }
 
+/// As the Event Viewer makes it of the entry's number and text.
+TEST_F(LogTest, WindowsShowsAnEntryAsItWasWritten) {
+    const std::wstring text = L"Tool:\r\n100 % of \"a%b\"\r\n";
+    auto arguments = reinterpret_cast<DWORD_PTR>(text.c_str());
+    wchar_t shown[64];
+    const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_ARGUMENT_ARRAY,
+                                        GetModuleHandleW(L"znFramework.dll"), 1, 0, shown, 64,
+                                        reinterpret_cast<va_list*>(&arguments));
+    EXPECT_EQ(std::wstring(shown, length), text);
+}
+
 }  // namespace
 }  // namespace tests

@@ -14,12 +14,15 @@ struct Module {
     const wchar_t* dll;
     std::span<const wchar_t* const> progIds;
     std::vector<GUID> typeLibraries;
+    std::vector<std::wstring> eventSources;
 };
 
 const Module& ModuleAt(size_t index) {
-    static const Module modules[] = {
-        {L"znTransporter.dll", kLibraryProgIds, {LIBID_znTransporter}},
-        {L"znFramework.dll", kFrameworkProgIds, {LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI}}};
+    static const Module modules[] = {{L"znTransporter.dll", kLibraryProgIds, {LIBID_znTransporter}, {}},
+                                     {L"znFramework.dll",
+                                      kFrameworkProgIds,
+                                      {LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI},
+                                      {L"znTransporter", L"znhost"}}};
     return modules[index];
 }
 
@@ -28,6 +31,11 @@ std::wstring Value(HKEY hive, const std::wstring& path, const wchar_t* name = nu
     DWORD size = sizeof text;
     const LSTATUS status = RegGetValueW(hive, path.c_str(), name, RRF_RT_REG_SZ, nullptr, text, &size);
     return status == ERROR_SUCCESS ? text : L"(none)";
+}
+
+std::wstring MessageFile(const std::wstring& source) {
+    return Value(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application\\" + source,
+                 L"EventMessageFile");
 }
 
 /// Number of keys below CLSID that name a DLL as their server.
@@ -43,6 +51,47 @@ size_t ServedClasses(HKEY hive, const std::wstring& dll) {
     return served;
 }
 
+/// A DLL of the other bitness, as far as its registration is seen from here; the classes must be registered
+/// here.
+class OtherBitness {
+public:
+    static constexpr wchar_t kDll[] = L"C:\\other bitness\\zn.dll";
+
+    explicit OtherBitness(const Module& module) {
+        EXPECT_EQ(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\CLSID", 0, KEY_ALL_ACCESS | kView,
+                                &m_classes),
+                  ERROR_SUCCESS);
+        for (const wchar_t* progId : module.progIds) {
+            CLSID clsid;
+            EXPECT_EQ(CLSIDFromProgID(progId, &clsid), S_OK);
+            m_ids.push_back(com::Text(clsid));
+            Write(m_classes, m_ids.back() + L"\\InprocServer32");
+        }
+        for (const GUID& id : module.typeLibraries)
+            Write(HKEY_LOCAL_MACHINE,
+                  L"Software\\Classes\\TypeLib\\" + com::Text(id) + L"\\1.0\\0\\" + kPlatform);
+    }
+    OtherBitness(const OtherBitness&) = delete;
+    OtherBitness& operator=(const OtherBitness&) = delete;
+    ~OtherBitness() {
+        for (const std::wstring& id : m_ids)
+            RegDeleteTreeW(m_classes, id.c_str());
+        RegCloseKey(m_classes);
+    }
+
+private:
+    static constexpr bool kIs64 = sizeof(void*) == 8;
+    static constexpr REGSAM kView = kIs64 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+    static constexpr auto kPlatform = kIs64 ? L"win32" : L"win64";
+
+    static void Write(HKEY key, const std::wstring& path) {
+        EXPECT_EQ(RegSetKeyValueW(key, path.c_str(), nullptr, REG_SZ, kDll, sizeof kDll), ERROR_SUCCESS);
+    }
+
+    HKEY m_classes = nullptr;
+    std::vector<std::wstring> m_ids;
+};
+
 class Registration : public testing::TestWithParam<size_t> {
 protected:
     const Module& module = ModuleAt(GetParam());
@@ -52,24 +101,27 @@ protected:
     HRESULT Call(const char* name) const { return library.Export<HRESULT(WINAPI*)()>(name)(); }
     void ExpectClasses(HKEY hive, bool expected) const {
         EXPECT_EQ(ServedClasses(hive, module.dll), expected ? module.progIds.size() : 0u);
+        ExpectProgIds(hive, expected);
+    }
+    void ExpectProgIds(HKEY hive, bool expected) const {
         for (const wchar_t* progId : module.progIds)
             EXPECT_EQ(Value(hive, std::wstring(L"Software\\Classes\\") + progId + L"\\CLSID") != L"(none)",
                       expected);
     }
     /// Looks where programs look: in the classes of the user and of the machine.
     void ExpectTypeLibraries(bool expected) const {
-        for (const GUID& id : module.typeLibraries) {
-            HKEY key = nullptr;
-            const std::wstring path = L"TypeLib\\" + com::Text(id);
-            EXPECT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, path.c_str(), 0, KEY_READ, &key) == ERROR_SUCCESS,
-                      expected);
-            RegCloseKey(key);
-        }
+        for (const GUID& id : module.typeLibraries)
+            EXPECT_EQ(LoadedTypeLibrary(id), expected ? com::Text(id) : L"");
+    }
+    void ExpectMessageFile(const std::wstring& expected) const {
+        for (const std::wstring& source : module.eventSources)
+            EXPECT_EQ(MessageFile(source), expected) << testing::PrintToString(source);
     }
     void ExpectNothing() const {
         ExpectClasses(HKEY_LOCAL_MACHINE, false);
         ExpectClasses(HKEY_CURRENT_USER, false);
         ExpectTypeLibraries(false);
+        ExpectMessageFile(L"(none)");
     }
 };
 
@@ -78,12 +130,21 @@ TEST_P(Registration, MachineWideAndBack) {
     EXPECT_EQ(Call("DllRegisterServer"), S_OK) << "again";
     ExpectClasses(HKEY_LOCAL_MACHINE, true);
     ExpectTypeLibraries(true);
+    ExpectMessageFile(BuildFolder() + L"\\bin\\" + module.dll);
     for (const wchar_t* progId : module.progIds) {
         CLSID clsid;
         ASSERT_EQ(CLSIDFromProgID(progId, &clsid), S_OK);
         const std::wstring path = L"Software\\Classes\\CLSID\\" + com::Text(clsid);
         EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, path + L"\\InprocServer32", L"ThreadingModel"), L"Apartment");
         EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, path + L"\\ProgID"), progId);
+        EXPECT_EQ(Value(HKEY_LOCAL_MACHINE, path + L"\\Version"), L"1.0");
+        GUID typeLibrary;
+        ASSERT_EQ(CLSIDFromString(Value(HKEY_LOCAL_MACHINE, path + L"\\TypeLib").c_str(), &typeLibrary),
+                  S_OK);
+        ComPtr<ITypeLib> described;
+        ComPtr<ITypeInfo> description;
+        ASSERT_EQ(LoadRegTypeLib(typeLibrary, 1, 0, 0, &described), S_OK);
+        EXPECT_EQ(described->GetTypeInfoOfGuid(clsid, &description), S_OK) << testing::PrintToString(progId);
         ComPtr<IClassFactory> factory;
         EXPECT_EQ(CoGetClassObject(clsid, CLSCTX_INPROC_SERVER, nullptr, IID_PPV_ARGS(&factory)), S_OK);
     }
@@ -101,6 +162,24 @@ TEST_P(Registration, ForTheUserOnly) {
     EXPECT_EQ(install(FALSE, L"USER"), S_OK);
     ExpectNothing();
     EXPECT_EQ(install(TRUE, L"somebody"), E_INVALIDARG);
+    ExpectNothing();
+}
+
+TEST_P(Registration, WhatBothBitnessesShareGoesWithTheLast) {
+    ASSERT_EQ(Call("DllRegisterServer"), S_OK);
+    {
+        const OtherBitness other(module);
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+            EXPECT_EQ(ServedClasses(HKEY_LOCAL_MACHINE, module.dll), 0u);
+            ExpectProgIds(HKEY_LOCAL_MACHINE, true);
+            ExpectMessageFile(OtherBitness::kDll);
+        }
+    }
+    ASSERT_EQ(Call("DllRegisterServer"), S_OK);
+    EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    for (const GUID& id : module.typeLibraries)
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, (L"Software\\Classes\\TypeLib\\" + com::Text(id)).c_str());
     ExpectNothing();
 }
 
