@@ -23,8 +23,22 @@ if(WIN32)
   target_compile_definitions(zn_settings INTERFACE UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
   # COM interfaces have no virtual destructors; objects are deleted by Release only.
   target_compile_options(zn_settings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-non-virtual-dtor>)
+  # A function that writes beyond its buffers ends the process before its caller is reached.
+  target_compile_options(zn_settings INTERFACE -fstack-protector-strong)
+  target_link_libraries(zn_settings INTERFACE stack_guard)
+  # Failures carry their place in the sources, named from the root: where the build ran is nobody's business.
+  foreach(option macro debug)
+    target_compile_options(zn_settings INTERFACE -f${option}-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                                 -f${option}-prefix-map=${PROJECT_BINARY_DIR}/=)
+  endforeach()
   # Programs depend on Windows alone: the compiler's runtime is linked in.
   target_link_options(zn_settings INTERFACE -static -static-libgcc -static-libstdc++)
+  # What Windows may take for granted: not before Windows 7, at any address, no code in data, no need of the
+  # compatibility layer of remote desktops.
+  target_link_options(zn_settings INTERFACE
+    LINKER:--major-os-version=6,--minor-os-version=1,--major-subsystem-version=6,--minor-subsystem-version=1
+    LINKER:--dynamicbase,--nxcompat $<$<EQUAL:${ZN_BITS},64>:LINKER:--high-entropy-va>
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:LINKER:--tsaware>)
 endif()
 
 # zn_add_library(NAME source...): a part of the programs, with what users of its headers need

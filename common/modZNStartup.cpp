@@ -1,8 +1,7 @@
 // See modZNStartup.h.
 #include "common/modZNStartup.h"
 
-#include <winver.h>
-
+#include <cstring>
 #include <optional>
 #include <vector>
 
@@ -25,19 +24,27 @@ constexpr HRESULT kInvalidCall = static_cast<HRESULT>(0x800A0005);
 
 std::wstring HostTitle() { return Path::BaseName(base::ProgramPath()); }
 
+/// Behind the head of the resource: three words and its name, up to a multiple of four bytes.
+constexpr size_t kFixedVersion = (3 * sizeof(WORD) + sizeof L"VS_VERSION_INFO" + 3) / 4 * 4;
+
+/// Of the resource itself. What reads the versions of files is a DLL that Windows looks for in the host's
+/// folder first.
+VS_FIXEDFILEINFO FixedVersion() {
+    const HINSTANCE module = base::ModuleHandle();
+    const HRSRC place = FindResourceW(module, MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
+    const HGLOBAL resource = place ? LoadResource(module, place) : nullptr;
+    const auto* const data = resource ? static_cast<const BYTE*>(LockResource(resource)) : nullptr;
+    if (!data) base::ThrowWin32(GetLastError(), base::ModulePath());
+    VS_FIXEDFILEINFO version;
+    std::memcpy(&version, data + kFixedVersion, sizeof version);
+    return version;
+}
+
 std::wstring LibraryVersion() {
-    const std::wstring path = base::ModulePath();
-    DWORD ignored = 0;
-    const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
-    std::vector<BYTE> data(size);
-    VS_FIXEDFILEINFO* version = nullptr;
-    UINT length = 0;
-    if (size == 0 || !GetFileVersionInfoW(path.c_str(), 0, size, data.data()) ||
-        !VerQueryValueW(data.data(), L"\\", reinterpret_cast<void**>(&version), &length))
-        base::ThrowWin32(GetLastError(), path);
-    return std::to_wstring(HIWORD(version->dwFileVersionMS)) + L"." +
-           std::to_wstring(LOWORD(version->dwFileVersionMS)) + L"." +
-           std::to_wstring(HIWORD(version->dwFileVersionLS));
+    const VS_FIXEDFILEINFO version = FixedVersion();
+    return std::to_wstring(HIWORD(version.dwFileVersionMS)) + L"." +
+           std::to_wstring(LOWORD(version.dwFileVersionMS)) + L"." +
+           std::to_wstring(HIWORD(version.dwFileVersionLS));
 }
 
 void WriteToEventLog(const std::wstring& text, LONG eventType) {

@@ -5,6 +5,7 @@
 #include "common/modMain.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Process.h"
 
 namespace tests {
 namespace {
@@ -66,6 +67,14 @@ TEST_F(ShellTest, ACommandInheritsHandlesAndShowsNoWindow) {
     SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS);
     EXPECT_EQ(WaitForSingleObject(event.Get(), 0), WAIT_OBJECT_0);
     EXPECT_EQ(temp.Content(L"start"), "console, normal");
+}
+
+TEST_F(ShellTest, AProgramThatWritesBeyondABufferEnds) {
+    children.Script(L"overrun 16|exit 3");
+    EXPECT_EQ(Process(program).ExitCode(), 3u);
+    children.Script(L"overrun 32|exit 3");
+    constexpr DWORD kFailFast = 0xC0000602;
+    EXPECT_EQ(Process(program).ExitCode(), kFailFast);
 }
 
 const TempFolder* scratch;

@@ -2,6 +2,7 @@
 // its command line to the file CHILD_LOG. Steps are separated by "|":
 //   write PATH*TEXT   hold PATH (a file that is there until the program ends)   await PATH   exit CODE
 //   protect PATH (makes it read-only)   signal HANDLE (an event, inherited)   tell PATH (how it was started)
+//   overrun COUNT (writes so many characters into a shorter buffer)
 #include <windows.h>
 
 #include <filesystem>
@@ -34,6 +35,12 @@ void TellStart(const std::wstring& path) {
                     (GetPriorityClass(GetCurrentProcess()) == NORMAL_PRIORITY_CLASS ? L", normal" : L""));
 }
 
+void Overrun(size_t count) {
+    char buffer[16];
+    for (volatile char* place = buffer; count > 0; --count)
+        *place++ = 'x';
+}
+
 int Do(const std::wstring& step) {
     const size_t end = step.find(L' ');
     const std::wstring verb = step.substr(0, end);
@@ -44,6 +51,7 @@ int Do(const std::wstring& step) {
     if (verb == L"tell") TellStart(rest);
     if (verb == L"protect") SetFileAttributesW(rest.c_str(), FILE_ATTRIBUTE_READONLY);
     if (verb == L"signal") SetEvent(reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(std::stoul(rest))));
+    if (verb == L"overrun") Overrun(std::stoul(rest));
     return verb == L"exit" ? std::stoi(rest) : 0;
 }
 
