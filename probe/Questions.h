@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "com/ComApartment.h"
 #include "probe/FtpScratch.h"
 #include "probe/Interview.h"
 
@@ -14,7 +13,7 @@ namespace probe {
 std::vector<Question> SystemQuestions();
 
 /// What it expects of COM where its libraries lie beside the program, in a folder, and nothing is registered.
-std::vector<Question> RegistrationQuestions(const std::wstring& folder, const ComApartment& apartment);
+std::vector<Question> RegistrationQuestions(const std::wstring& folder);
 
 /// What it expects of a disk, local or removable, or of a share. folder: an empty one, which the last
 /// question deletes.

@@ -84,10 +84,10 @@ std::wstring CreateEach(const TypeLibrary& library) {
 
 }  // namespace
 
-std::vector<Question> RegistrationQuestions(const std::wstring& folder, const ComApartment& apartment) {
-    std::vector<Question> questions = {{L"The assemblies beside the program", L"done", [&] {
-                                            SetLastError(apartment.AssembliesError());
-                                            return Outcome(apartment.AssembliesError() == ERROR_SUCCESS);
+std::vector<Question> RegistrationQuestions(const std::wstring& folder) {
+    std::vector<Question> questions = {{L"The assemblies beside the program", L"done", [] {
+                                            const std::wstring failure = AssembliesFailure();
+                                            return failure.empty() ? L"done" : failure;
                                         }}};
     const std::wstring transporter = Path::Join(folder, L"znTransporter.dll");
     const std::wstring framework = Path::Join(folder, L"znFramework.dll");

@@ -96,12 +96,12 @@ void AskFiles(Interview& interview, const std::wstring& path) {
     });
 }
 
-void AskRegistration(Interview& interview, const ComApartment& apartment) {
+void AskRegistration(Interview& interview) {
     const std::wstring folder = Path::ParentFolder(base::ProgramPath());
     if (!FileSystem::FileExists(Path::Join(folder, L"znTransporter.dll")))
         return interview.LeaveOut(L"Use without registration",
                                   L"znTransporter.dll does not lie beside the program");
-    interview.Ask(RegistrationQuestions(folder, apartment));
+    interview.Ask(RegistrationQuestions(folder));
 }
 
 void AskFtp(Interview& interview, const Options& options) {
@@ -120,7 +120,7 @@ int Run(const Options& options) {
     const ComApartment apartment;
     Interview interview;
     interview.Ask(SystemQuestions());
-    AskRegistration(interview, apartment);
+    AskRegistration(interview);
     AskFiles(interview, options.path);
     AskFtp(interview, options);
     return interview.Finish() ? kAllAsked : kNotAllAsked;
