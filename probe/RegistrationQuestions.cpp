@@ -9,6 +9,7 @@
 
 #include "base/Path.h"
 #include "base/Text.h"
+#include "com/ComApartment.h"
 #include "com/ErrorInfo.h"
 #include "com/Values.h"
 

@@ -8,8 +8,8 @@
 #include "base/FileSystem.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "com/ComApartment.h"
 #include "com/Values.h"
-#include "host/session/ComApartment.h"
 #include "znFramework.h"
 
 namespace {
