@@ -20,14 +20,8 @@ namespace {
 /// Why a file must not be delivered.
 using Refusal = std::optional<std::wstring>;
 
-/// What an archive holds beside its packet would replace other files of the inbox. One that cannot be read,
-/// now or at all, is the decoder's to refuse.
-Refusal RefusalOfArchive(const std::wstring& path) try {
-    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
-} catch (const base::Error&) {
-    return std::nullopt;
-}
-
+/// What an archive holds beside its packet would replace other files of the inbox. Throws for one that cannot
+/// be read, now or at all.
 Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
     const std::wstring packet = ledger.PacketIn(file).name;
     if (IsFolderTestFile(packet))
@@ -37,7 +31,8 @@ Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const Pa
     if (FileSystem::IsArrival(file.name))
         return L"a run ended while it was received, so that it may be a part; its source is where it was";
     if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
-    return RefusalOfArchive(Path::Join(settings.receive, file.RelativePath()));
+    const std::wstring path = Path::Join(settings.receive, file.RelativePath());
+    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
 }
 
 /// How late a version of a packet is: what has arrived in this run is newer than what waited, and otherwise
@@ -76,17 +71,26 @@ void SetAside(const base::TreeFile& file, const std::wstring& reason, const Sett
     ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
 }
 
+/// Sets a file aside that must not be delivered. An archive that cannot be read stays: it is the decoder's to
+/// refuse.
+bool MayBePacket(const base::TreeFile& file, const Settings& settings, PacketLedger& ledger) {
+    Refusal refusal;
+    try {
+        refusal = RefusalOf(file, settings, ledger);
+    } catch (const base::Error&) {
+        return false;
+    }
+    if (refusal) SetAside(file, *refusal, settings, ledger);
+    return !refusal;
+}
+
 }  // namespace
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger) {
     std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
     // First, because what is refused is no newer version of anything.
-    std::erase_if(files, [&](const base::TreeFile& file) {
-        const Refusal refusal = RefusalOf(file, settings, ledger);
-        if (refusal) SetAside(file, *refusal, settings, ledger);
-        return refusal.has_value();
-    });
+    std::erase_if(files, [&](const base::TreeFile& file) { return !MayBePacket(file, settings, ledger); });
     const auto newest = NewestVersions(files, settings, waiting, ledger);
     for (const base::TreeFile& file : files) {
         const base::TreeFile* const kept = newest.at(base::Upper(ledger.PacketIn(file).name));

@@ -102,13 +102,16 @@ class ZipTest(EncoderCase):
         self.assertIn("a newer version has arrived as a.mdb; it is now", outcome.output)
         self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), b"2")
 
-    def test_a_refused_archive_is_no_newer_version(self):
-        packet = self.put(self.field, "a.mdb", folder=self.enterprise.receive)
-        with zipfile.ZipFile(self.to_enterprise / "a.mdb.afz", "w") as archive:
-            archive.writestr("b.mdb", b"intruder")
-        self.assert_run(self.enterprise, 1)
-        self.assertFalse(packet.exists())
-        self.assert_delivered()
+    def test_an_archive_that_is_refused_or_damaged_is_no_newer_version(self):
+        def intruder(path):
+            with zipfile.ZipFile(path, "w") as archive:
+                archive.writestr("b.mdb", b"intruder")
+
+        for name, make in (("a", intruder), ("c", lambda path: path.write_bytes(b"PK"))):
+            self.put(self.field, f"{name}.mdb", folder=self.enterprise.receive)
+            make(self.to_enterprise / f"{name}.mdb.afz")
+            self.assert_run(self.enterprise, 1)
+            self.assert_delivered()
 
     def test_an_empty_packet_stays_in_the_outbox(self):
         self.put(self.field, "empty.mdb", content=b"")
