@@ -18,9 +18,22 @@ namespace {
 
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
+/// No handle when the file cannot be opened; GetLastError tells why. A file that is to be there, or may be,
+/// is not waited for: somebody may write to it.
 FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
-    return FileHandle(CreateFileW(FileSystem::Extended(path).c_str(), access, sharing, nullptr, disposition,
-                                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    const std::wstring file = FileSystem::Extended(path);
+    FileHandle handle;
+    const auto open = [&] {
+        handle = FileHandle(CreateFileW(file.c_str(), access, sharing, nullptr, disposition,
+                                        FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+        return static_cast<bool>(handle);
+    };
+    const bool isNew = disposition == CREATE_NEW || disposition == CREATE_ALWAYS;
+    if (!isNew)
+        open();
+    else
+        SetLastError(Persistently(file, open));
+    return handle;
 }
 
 /// The part of a buffer that one call may carry: 32-bit counts, and redirectors that take far less than

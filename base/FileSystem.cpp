@@ -116,6 +116,11 @@ DWORD Rename(const std::wstring& source, const std::wstring& destination) {
                               [&] { return MoveFileExW(file.c_str(), target.c_str(), 0); });
 }
 
+DWORD TryCreateFolder(const std::wstring& path) {
+    const std::wstring folder = Extended(path);
+    return base::Persistently(folder, [&] { return CreateDirectoryW(folder.c_str(), nullptr); });
+}
+
 std::wstring Way(const std::wstring& source, const std::wstring& destination) {
     return source + L" -> " + destination;
 }
@@ -262,17 +267,16 @@ Listing List(const std::wstring& folder, Where where) {
 }
 
 void CreateFolder(const std::wstring& path, Where where) {
-    if (!CreateDirectoryW(Extended(path).c_str(), nullptr))
-        throw SystemError(GetLastError(), "create", path, where);
+    if (const DWORD error = TryCreateFolder(path); error != ERROR_SUCCESS)
+        throw SystemError(error, "create", path, where);
 }
 
 void CreateFolders(const std::wstring& path, Where where) {
     if (path.empty() || FolderExists(path)) return;
     // A drive is its own parent.
     if (const std::wstring parent = Path::ParentFolder(path); parent != path) CreateFolders(parent, where);
-    if (CreateDirectoryW(Extended(path).c_str(), nullptr)) return;
-    const DWORD error = GetLastError();
-    if (!FolderExists(path)) throw SystemError(error, "create", path, where);
+    const DWORD error = TryCreateFolder(path);
+    if (error != ERROR_SUCCESS && !FolderExists(path)) throw SystemError(error, "create", path, where);
 }
 
 void DeleteTree(const std::wstring& folder, Where where) {

@@ -75,6 +75,7 @@ TEST_F(Files, WhatHoldsAFileForAMomentDoesNotKeepItFromBeingChanged) {
     held([&] { FileSystem::MoveFile(temp / L"x", temp / L"y"); });
     held([&] { FileSystem::MoveReplacing(temp.File(L"z", "2"), temp / L"x"); });
     EXPECT_EQ(temp.Content(L"x"), "2");
+    held([&] { base::File::Open(temp / L"x", GENERIC_WRITE, 0, CREATE_ALWAYS); });
     held([&] { FileSystem::WriteBlock(temp / L"x").Delete(); });
     EXPECT_THAT(temp.Files(), ElementsAre(L"y"));
     const base::FileHandle holder = Held(temp.File(L"x", "1"), GENERIC_READ, FILE_SHARE_READ);
