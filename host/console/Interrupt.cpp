@@ -59,7 +59,8 @@ DWORD WINAPI WatchSession(void*) {
     windowClass.hInstance = base::ModuleHandle();
     windowClass.lpszClassName = kWindowClass;
     RegisterClassW(&windowClass);
-    if (!CreateWindowW(kWindowClass, kWindowClass, WS_OVERLAPPED, 0, 0, 0, 0, nullptr, nullptr,
+    // The system shows the title to a user whom the program keeps from logging off.
+    if (!CreateWindowW(kWindowClass, GetCommandLineW(), WS_OVERLAPPED, 0, 0, 0, 0, nullptr, nullptr,
                        windowClass.hInstance, nullptr))
         return 1;
     MSG message;

@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import Holder, HostTest, arriving, files_below, finish, own_program, run, run_on_terminal, wait_until
+from support import Holder, HostTest, arriving, files_below, finish, own_program, run, run_on_terminal, wait_until, windows
 
 COUNT = 40
 
@@ -65,7 +65,7 @@ class StopTest(HostTest):
         def log_off():
             process = self.start_run(self.field)
             wait_until(lambda: self.arrived() >= 5, process)
-            answer = run("znhost session", program=program)
+            answer = run("znhost session", windows(self.field.settings), program=program)
             outcome = finish(process)
             return outcome if answer.code == 0 else None
 
