@@ -140,17 +140,36 @@ void CheckWhole(std::uint64_t copied, std::uint64_t size, const std::wstring& so
 constexpr std::wstring_view kArrivalStart = L"~";
 constexpr std::wstring_view kArrivalEnd = L".arriving";
 
+/// Asks ten times a second at most: what is asked may be slow.
+class Question {
+public:
+    explicit Question(const std::function<bool()>& ask) : m_ask(ask) {}
+
+    bool IsAffirmed() {
+        constexpr ULONGLONG kPause = 100;
+        if (!m_ask || GetTickCount64() - m_last < kPause) return true;
+        const bool affirmed = m_ask();
+        m_last = GetTickCount64();
+        return affirmed;
+    }
+
+private:
+    const std::function<bool()>& m_ask;
+    ULONGLONG m_last = 0;
+};
+
 /// Returns the number of bytes copied.
 std::uint64_t CopyContent(const base::File& from, base::File& to, const std::function<bool()>& goOn) {
     constexpr std::uint64_t kBuffer = 1 << 20;
     std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min(from.Size() + 1, kBuffer)));
+    Question mayGoOn(goOn);
     std::uint64_t copied = 0;
     for (;;) {
         const std::size_t got = from.Read(buffer);
         to.Write({buffer.data(), got});
         copied += got;
         if (got < buffer.size()) return copied;
-        if (goOn && !goOn()) throw SystemError(ERROR_CANCELLED, "copy", from.Path());
+        if (!mayGoOn.IsAffirmed()) throw SystemError(ERROR_CANCELLED, "copy", from.Path());
     }
 }
 
