@@ -8,19 +8,17 @@
 #include <vector>
 
 #include "base/FileSystem.h"
-#include "base/Path.h"
 #include "base/Persistence.h"
 #include "base/SystemError.h"
+#include "base/WindowsTime.h"
 
 namespace base {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-/// No handle when the file cannot be opened; GetLastError tells why. A file that is to be there, or may be,
+/// No handle when it cannot be opened; GetLastError tells why. A file that is to be there, or may be,
 /// is not waited for: somebody may write to it.
-FileHandle TryOpen(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
     const std::wstring file = FileSystem::Extended(path);
     FileHandle handle;
     const auto open = [&] {
@@ -45,36 +43,26 @@ std::span<Byte> OneCall(std::span<Byte> bytes) {
 }
 
 /// Not every file system knows this: then only our own end removes the file.
-void SetRemovedWhenClosed(HANDLE file, bool removed) {
+bool SetRemovedWhenClosed(HANDLE file, bool removed) {
     FILE_DISPOSITION_INFO disposition{removed};
-    SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
-}
-
-std::wstring StagingName(const std::wstring& path, unsigned number) {
-    // Names are limited to 255 characters: room for the suffix.
-    constexpr std::size_t kLongest = 230;
-    const std::wstring name = Path::FileName(path);
-    std::wstring staging =
-        path.substr(0, path.size() - name.size()) + name.substr(0, kLongest) + L".unfinished";
-    if (number > 1) staging += std::to_wstring(number);
-    return staging;
-}
-
-/// Under the first name that is free: a file of such a name may be the user's, or another program's output.
-File CreateStaging(const std::wstring& path) {
-    for (unsigned number = 1;; ++number)
-        if (auto file = File::TryCreateTransient(StagingName(path, number))) return *std::move(file);
+    return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
 }
 
 }  // namespace
 
 File File::Open(std::wstring path, DWORD access, DWORD sharing, DWORD disposition, Where where) {
-    FileHandle handle = TryOpen(path, access, sharing, disposition);
+    FileHandle handle = OpenHandle(path, access, sharing, disposition);
     if (!handle) {
         const char* const action = disposition == OPEN_EXISTING ? "open" : "create";
         throw SystemError(GetLastError(), action, path, where);
     }
     return {std::move(path), std::move(handle)};
+}
+
+std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing) {
+    FileHandle handle = OpenHandle(path, access, sharing, OPEN_EXISTING);
+    if (!handle) return std::nullopt;
+    return File(std::move(path), std::move(handle));
 }
 
 File File::OpenUnchanging(std::wstring path, Where where) {
@@ -86,7 +74,7 @@ File File::CreateNew(std::wstring path, Where where) {
 }
 
 std::optional<File> File::TryCreateTransient(std::wstring path, Where where) {
-    FileHandle handle = TryOpen(path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
+    FileHandle handle = OpenHandle(path, GENERIC_READ | GENERIC_WRITE | DELETE, 0, CREATE_NEW);
     const DWORD error = GetLastError();
     if (!handle && error == ERROR_FILE_EXISTS) return std::nullopt;
     if (!handle) throw SystemError(error, "create", path, where);
@@ -103,16 +91,11 @@ std::uint64_t File::Size() const {
 FileTime File::ModificationTime() const {
     FILETIME time;
     if (!GetFileTime(Handle(), nullptr, nullptr, &time)) throw SystemError(GetLastError(), "examine", m_path);
-    ULARGE_INTEGER ticks;
-    ticks.LowPart = time.dwLowDateTime;
-    ticks.HighPart = time.dwHighDateTime;
-    return FileTime(FileTime::duration(static_cast<std::int64_t>(ticks.QuadPart))) - kWindowsEpoch;
+    return FromWindowsTime(time);
 }
 
 void File::SetModificationTime(FileTime time) {
-    ULARGE_INTEGER ticks;
-    ticks.QuadPart = static_cast<ULONGLONG>((time + kWindowsEpoch).time_since_epoch().count());
-    const FILETIME modified{ticks.LowPart, ticks.HighPart};
+    const FILETIME modified = ToWindowsTime(time);
     if (!SetFileTime(Handle(), nullptr, nullptr, &modified))
         throw SystemError(GetLastError(), "set the time of", m_path);
 }
@@ -203,35 +186,7 @@ DWORD File::TakeName(const std::wstring& path, OtherFile other) {
     return error;
 }
 
-StagedFile::StagedFile(std::wstring path) : m_path(std::move(path)), m_file(CreateStaging(m_path)) {}
-
-StagedFile::~StagedFile() {
-    m_file.Close();
-    if (!m_committed) FileSystem::TryDelete(m_file.Path());
-}
-
-void StagedFile::Write(Bytes bytes) {
-    m_file.WriteAt(m_size, bytes);
-    m_size += bytes.size();
-}
-
-void StagedFile::WriteAt(std::uint64_t offset, Bytes bytes) {
-    m_file.WriteAt(offset, bytes);
-    m_size = std::max(m_size, offset + bytes.size());
-}
-
-void StagedFile::Truncate(std::uint64_t size) {
-    m_file.Truncate(size);
-    m_size = size;
-}
-
-void StagedFile::Commit() {
-    m_file.Flush();
-    if (const DWORD error = m_file.TakeName(m_path, File::OtherFile::IsReplaced); error != ERROR_SUCCESS)
-        throw SystemError(error, "replace", m_path);
-    m_file.Close();
-    m_committed = true;
-}
+bool File::RemoveWhenClosed() { return SetRemovedWhenClosed(Handle(), true); }
 
 std::string ReadFile(const std::wstring& path, Where where) {
     const File file = File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where);

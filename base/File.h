@@ -1,5 +1,5 @@
-// Open files: one that is written or read from end to end or anywhere, and one that appears only when it is
-// complete. Paths are of any length; every failure is a SystemError that names the path.
+// Open files, written or read from end to end or anywhere. Paths are of any length; every failure is a
+// SystemError that names the path.
 #pragma once
 
 #include <windows.h>
@@ -17,12 +17,17 @@
 
 namespace base {
 
+/// Others may do everything to a file that is open.
+inline constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
 /// For one thread at a time.
 class File {
 public:
     /// As CreateFile. sharing: what others may do to the file meanwhile.
     static File Open(std::wstring path, DWORD access, DWORD sharing, DWORD disposition,
                      Where where = Where::current());
+    /// Nothing, and GetLastError tells why, when an existing file cannot be opened.
+    static std::optional<File> TryOpen(std::wstring path, DWORD access, DWORD sharing);
     /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written
     /// while a file is read may be in one part of what is made of it and not in another.
     static File OpenUnchanging(std::wstring path, Where where = Where::current());
@@ -56,6 +61,8 @@ public:
     /// Gives a transient file its final name, with which it outlives the process. Returns why not; then it is
     /// transient still.
     DWORD TakeName(const std::wstring& path, OtherFile other);
+    /// Removes the file when it is closed. False, and GetLastError tells why, when the system refuses that.
+    bool RemoveWhenClosed();
     void Close() noexcept { m_handle.Reset(); }
 
 private:
@@ -79,31 +86,6 @@ public:
 
 private:
     File m_file;
-};
-
-/// A new file. It is written under a staging name beside the final one, which it takes with Commit, when it
-/// is on the disk in full; until then a file of that name stays as it is. Without Commit nothing is left of
-/// it.
-class StagedFile final : public SeekableSink {
-public:
-    explicit StagedFile(std::wstring path);
-    StagedFile(const StagedFile&) = delete;
-    StagedFile& operator=(const StagedFile&) = delete;
-    ~StagedFile() override;
-
-    void Write(Bytes bytes) override;
-    std::uint64_t Size() const override { return m_size; }
-    void WriteAt(std::uint64_t offset, Bytes bytes) override;
-    void Truncate(std::uint64_t size) override;
-    /// After the last Write, which would change it again.
-    void SetModificationTime(FileTime time) { m_file.SetModificationTime(time); }
-    void Commit();
-
-private:
-    std::wstring m_path;
-    File m_file;
-    std::uint64_t m_size = 0;
-    bool m_committed = false;
 };
 
 /// The whole content of a file; others may write to it meanwhile.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/FileMoves.h"
 #include "base/Path.h"
 
 namespace base {

@@ -3,6 +3,7 @@
 
 #include <exception>
 
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/SystemError.h"
 #include "base/Undo.h"

@@ -1,6 +1,7 @@
 // See clsXDeltaEncoder.h.
 #include "encoders/clsXDeltaEncoder.h"
 
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "com/Result.h"

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Environment.h"
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "common/Report.h"
 #include "common/clsShell.h"

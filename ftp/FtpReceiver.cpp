@@ -3,11 +3,13 @@
 
 #include <cwchar>
 
+#include "base/Arrival.h"
 #include "base/File.h"
-#include "base/FileTime.h"
+#include "base/FileMoves.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
+#include "base/WindowsTime.h"
 #include "common/modMain.h"
 #include "ftp/ShownProcedure.h"
 
@@ -30,9 +32,7 @@ std::optional<base::FileTime> TimeIn(const std::wstring& lastWrite) {
                 &time.wHour, &time.wMinute, &time.wSecond) != 6 ||
         !SystemTimeToFileTime(&time, &file))
         return std::nullopt;
-    const auto ticks =
-        (std::int64_t{file.dwHighDateTime} << 32) | static_cast<std::int64_t>(file.dwLowDateTime);
-    return base::FileTime(base::FileTime::duration(ticks)) - base::kWindowsEpoch;
+    return base::FromWindowsTime(file);
 }
 
 /// The server's copy goes next. Its time stays with the packet: it tells which of two versions is newer.

@@ -5,8 +5,10 @@
 #include <iterator>
 #include <optional>
 
+#include "base/Arrival.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "base/WriteBlock.h"
 #include "ftp/ShownProcedure.h"
 
 namespace {

@@ -21,7 +21,6 @@ namespace probe {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr size_t kMegabyte = size_t{1} << 20;
 
 /// A place for files, in which each question uses names of its own.
@@ -36,7 +35,7 @@ struct Folder {
 };
 
 base::File Open(const std::wstring& path, DWORD access) {
-    return base::File::Open(path, access, kShareAll, OPEN_EXISTING);
+    return base::File::Open(path, access, base::kShareAll, OPEN_EXISTING);
 }
 
 void Copy(const std::wstring& source, const std::wstring& copy) {
@@ -126,7 +125,7 @@ std::wstring ReplaceExisting(const Folder& folder) {
 
 std::wstring TryCreate(const std::wstring& path) {
     return Outcome(static_cast<bool>(base::FileHandle(
-        CreateFileW(path.c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW, 0, nullptr))));
+        CreateFileW(path.c_str(), GENERIC_WRITE, base::kShareAll, nullptr, CREATE_NEW, 0, nullptr))));
 }
 
 /// As the product deletes a file that it holds.

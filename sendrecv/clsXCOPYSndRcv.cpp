@@ -3,11 +3,14 @@
 
 #include <limits>
 
+#include "base/Arrival.h"
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
+#include "base/WriteBlock.h"
 #include "com/MessagePump.h"
 #include "common/modMain.h"
 #include "services/Branding.h"
@@ -60,7 +63,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
     if (!block.SomebodyWrites()) {
-        block.Check();
+        const base::File& held = block.Held();
         bool cancelled = false;
         const auto goOn = [&] {
             com::ProcessPendingMessages();
@@ -68,7 +71,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
             return !cancelled;
         };
         try {
-            FileSystem::CopyReplacing(source, Path::Join(to, name), goOn);
+            FileSystem::CopyReplacing(held, Path::Join(to, name), goOn);
         } catch (const base::Error&) {
             if (cancelled) return;  // the source is where it was
             throw;

@@ -1,12 +1,15 @@
 // See clsTransporter.h.
 #include "transport/clsTransporter.h"
 
+#include "base/Arrival.h"
 #include "base/Error.h"
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Undo.h"
+#include "base/WriteBlock.h"
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
@@ -198,7 +201,7 @@ clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const 
     // The receive folder can be the remote side's send folder: a newer version that comes while this one is
     // decoded would be deleted in its place.
     const FileSystem::WriteBlock block(file);
-    if (FileSystem::FileExists(file)) block.Check();
+    if (FileSystem::FileExists(file)) block.Held();
     if (m_bBackupEnabled) TakeBackup(file, LocalReceiveFolder());
     const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_OutExtension, file);
     return encoder ? Decode(encoder.Get(), file, block, destinationFolder)

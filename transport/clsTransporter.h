@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/FileSystem.h"
+#include "base/WriteBlock.h"
 #include "com/Result.h"
 #include "com/server/ServerObject.h"
 #include "common/Report.h"

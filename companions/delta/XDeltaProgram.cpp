@@ -4,6 +4,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/StagedFile.h"
 #include "companions/delta/MakeDelta.h"
 #include "companions/delta/Patch.h"
 #include "companions/support/Output.h"

@@ -16,8 +16,7 @@ namespace companions {
 namespace {
 
 BY_HANDLE_FILE_INFORMATION InformationOn(const std::wstring& path) {
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const base::File file = base::File::Open(path, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING);
+    const base::File file = base::File::Open(path, FILE_READ_ATTRIBUTES, base::kShareAll, OPEN_EXISTING);
     BY_HANDLE_FILE_INFORMATION information;
     if (!GetFileInformationByHandle(file.Handle(), &information))
         throw base::SystemError(GetLastError(), "examine", path);

@@ -4,7 +4,7 @@
 #include <chrono>
 
 #ifdef _WIN32
-#include <windows.h>
+#include "base/WindowsTime.h"
 #else
 #include <ctime>
 #endif
@@ -24,23 +24,17 @@ constexpr int kLastYear = 2107;
 // of the run-time library follow an environment variable.
 #ifdef _WIN32
 
-constexpr std::int64_t kTicks = 10'000'000;
-
 using Conversion = decltype(&SystemTimeToTzSpecificLocalTime);
 
 seconds Converted(seconds time, Conversion convert) {
-    ULARGE_INTEGER ticks;
-    ticks.QuadPart = static_cast<ULONGLONG>((time + base::kWindowsEpoch).count() * kTicks);
-    FILETIME file{ticks.LowPart, ticks.HighPart};
+    FILETIME file = base::ToWindowsTime(FileTime(time));
     SYSTEMTIME from;
     SYSTEMTIME to;
     // Only a time of another millennium cannot be converted.
     if (!FileTimeToSystemTime(&file, &from) || !convert(nullptr, &from, &to) ||
         !SystemTimeToFileTime(&to, &file))
         return time;
-    ticks.LowPart = file.dwLowDateTime;
-    ticks.HighPart = file.dwHighDateTime;
-    return seconds(static_cast<std::int64_t>(ticks.QuadPart) / kTicks) - base::kWindowsEpoch;
+    return std::chrono::floor<seconds>(base::FromWindowsTime(file)).time_since_epoch();
 }
 
 seconds Local(seconds moment) { return Converted(moment, &SystemTimeToTzSpecificLocalTime); }

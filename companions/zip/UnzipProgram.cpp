@@ -9,6 +9,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/StagedFile.h"
 #include "base/Text.h"
 #include "companions/support/Fields.h"
 #include "companions/support/Output.h"

@@ -9,6 +9,7 @@
 #include "base/Console.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
+#include "base/StagedFile.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "companions/support/Fields.h"

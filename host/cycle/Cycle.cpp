@@ -5,10 +5,12 @@
 #include <chrono>
 #include <set>
 
+#include "base/Arrival.h"
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "base/WriteBlock.h"
 #include "com/Object.h"
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
@@ -112,7 +114,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     std::optional<SendFolder::OlderVersions> older;
     const Hindrance notAdded = Try([&] {
         if (Interrupt::Requested()) return false;
-        block.Check();
+        block.Held();
         older.emplace(sendFolder, file);
         return m_session.Add(path, file.subFolder);
     });

@@ -1,6 +1,7 @@
 // See KeptBackups.h.
 #include "host/cycle/KeptBackups.h"
 
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/FolderTree.h"
 #include "base/Path.h"

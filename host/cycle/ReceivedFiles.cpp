@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/Arrival.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"

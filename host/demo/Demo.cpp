@@ -7,6 +7,7 @@
 
 #include "base/Console.h"
 #include "base/Environment.h"
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "com/ComApartment.h"

@@ -8,6 +8,7 @@
 #include "base/Environment.h"
 #include "base/Error.h"
 #include "base/FileSystem.h"
+#include "base/Handle.h"
 #include "base/Path.h"
 
 namespace {

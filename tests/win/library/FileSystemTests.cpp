@@ -2,8 +2,10 @@
 #include <thread>
 
 #include "base/File.h"
+#include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/RollBack.h"
+#include "base/WriteBlock.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -52,7 +54,10 @@ TEST_F(Files, ACopyThatEndsShortIsRemoved) {
 TEST_F(Files, ACopyThatIsCancelledInItsMiddleLeavesTheOlderFile) {
     const auto source = temp.File(L"source", std::string(3 << 20, 'x'));
     const auto destination = temp.File(L"destination", "older");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::CopyReplacing(source, destination, [] { return false; }); }),
+    EXPECT_THAT(WhyThrown([&] {
+                    FileSystem::CopyReplacing(base::File::OpenUnchanging(source), destination,
+                                              [] { return false; });
+                }),
                 HasSubstr(source));
     EXPECT_EQ(temp.Content(L"destination"), "older");
     EXPECT_THAT(temp.Files(), ElementsAre(L"destination", L"source"));

@@ -1,5 +1,6 @@
 // Child processes and the decode step that they end in.
 #include "base/File.h"
+#include "base/FileMoves.h"
 #include "base/Utf8.h"
 #include "common/clsShell.h"
 #include "common/modMain.h"

@@ -1,0 +1,85 @@
+// See WriteBlock.h.
+#include "base/WriteBlock.h"
+
+#include <winternl.h>
+
+#include <cstdint>
+
+#include "base/Persistence.h"
+#include "base/SystemError.h"
+
+namespace FileSystem {
+
+namespace {
+
+using base::File;
+using base::SystemError;
+
+/// What tells a file from any other of its volume; all zero where the file system does not number its files
+/// nor keep times. GetFileInformationByHandle asks the volume as well, which takes Wine longer than the copy
+/// of a small file.
+struct Identity {
+    std::int64_t number = 0;
+    std::int64_t size = 0;
+    std::int64_t lastWrite = 0;
+    bool operator==(const Identity&) const = default;
+};
+
+std::int64_t NumberOf(HANDLE file) {
+    IO_STATUS_BLOCK status;
+    FILE_INTERNAL_INFORMATION information{};
+    NtQueryInformationFile(file, &status, &information, sizeof information, FileInternalInformation);
+    return information.IndexNumber.QuadPart;
+}
+
+Identity IdentityOf(HANDLE file) {
+    FILE_STANDARD_INFO standard{};
+    FILE_BASIC_INFO basic{};
+    GetFileInformationByHandleEx(file, FileStandardInfo, &standard, sizeof standard);
+    GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic);
+    return {NumberOf(file), standard.EndOfFile.QuadPart, basic.LastWriteTime.QuadPart};
+}
+
+bool IsSameFile(const File& left, const File& right) {
+    return IdentityOf(left.Handle()) == IdentityOf(right.Handle());
+}
+
+}  // namespace
+
+WriteBlock::WriteBlock(const std::wstring& path)
+    : m_path(path),
+      m_file(File::TryOpen(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE)),
+      m_error(m_file ? ERROR_SUCCESS : GetLastError()) {}
+
+bool WriteBlock::SomebodyWrites() const {
+    return m_error == ERROR_SHARING_VIOLATION && File::TryOpen(m_path, GENERIC_READ, base::kShareAll);
+}
+
+const File& WriteBlock::Held(Where where) const {
+    if (!m_file) throw SystemError(m_error, "open", m_path, where);
+    return *m_file;
+}
+
+/// Deleting and renaming are possible meanwhile: only an open file is certainly the one that is held.
+std::optional<File> WriteBlock::OpenNamed(DWORD access, Where where) const {
+    const File& held = Held(where);
+    std::optional<File> named;
+    const DWORD error = base::Persistently(FileSystem::Extended(m_path), [&] {
+        named = File::TryOpen(m_path, access, base::kShareAll);
+        return named.has_value();
+    });
+    if (!named) throw SystemError(error, access == DELETE ? "delete" : "examine", m_path, where);
+    if (!IsSameFile(held, *named)) named.reset();
+    return named;
+}
+
+bool WriteBlock::HasItsName(Where where) const { return OpenNamed(FILE_READ_ATTRIBUTES, where).has_value(); }
+
+bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
+    std::optional<File> named = OpenNamed(DELETE, where);
+    if (!named) return false;
+    if (!named->RemoveWhenClosed()) DeleteFile(m_path, readOnly, where);
+    return true;
+}
+
+}  // namespace FileSystem

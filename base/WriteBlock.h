@@ -1,0 +1,40 @@
+// Holds a file as it is, from before it is copied until it is deleted.
+#pragma once
+
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+#include "base/Error.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+
+namespace FileSystem {
+
+/// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
+/// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
+class WriteBlock {
+public:
+    explicit WriteBlock(const std::wstring& path);
+    /// False when somebody was writing to the file already, or it cannot be read.
+    bool Holds() const noexcept { return m_file.has_value(); }
+    /// Whether it does not hold because of a writer who lets others read what is written so far.
+    bool SomebodyWrites() const;
+    /// The file, opened to read. Throws when it is not held.
+    const base::File& Held(Where where = Where::current()) const;
+    /// False when another file has the name of the one that is held by now. Throws when none has.
+    bool HasItsName(Where where = Where::current()) const;
+    /// Deletes the file that is held. False when another one has its name by now, which stays.
+    bool Delete(ReadOnlyFiles readOnly = ReadOnlyFiles::Keep, Where where = Where::current()) const;
+
+private:
+    /// The file of the name, if that is the one that is held.
+    std::optional<base::File> OpenNamed(DWORD access, Where where) const;
+
+    std::wstring m_path;
+    std::optional<base::File> m_file;
+    DWORD m_error;  ///< why there is no file
+};
+
+}  // namespace FileSystem
