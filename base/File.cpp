@@ -104,6 +104,10 @@ void File::TakeTimeAndAttributes(const File& other) {
     FILE_BASIC_INFO info;
     if (!GetFileInformationByHandleEx(other.Handle(), FileBasicInfo, &info, sizeof info))
         throw SystemError(GetLastError(), "examine", other.m_path);
+    // What the file system keeps of itself (encrypted, compressed, on a tape) is the other file's alone.
+    constexpr DWORD kOfTheUser = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
+                                 FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
+    info.FileAttributes = (info.FileAttributes & kOfTheUser) | FILE_ATTRIBUTE_NORMAL;
     // 0 leaves a time as it is.
     info.CreationTime.QuadPart = info.LastAccessTime.QuadPart = info.ChangeTime.QuadPart = 0;
     if (!SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info))

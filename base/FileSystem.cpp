@@ -105,12 +105,14 @@ bool FolderExists(const std::wstring& path) noexcept {
 }
 
 /// Files and folders that a service keeps elsewhere until they are opened are reparse points, too.
+/// Files in the cloud and the like are reparse points, too, but stand for themselves: the tag tells. Wine and
+/// some servers tell of links alone, and no tag.
 bool IsLink(const std::wstring& path) {
     const DWORD attributes = Attributes(path);
     if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return false;
     WIN32_FIND_DATAW found;
     const base::SearchHandle search(FindFirstFileW(Extended(path).c_str(), &found));
-    return search && IsReparseTagNameSurrogate(found.dwReserved0);
+    return search && (found.dwReserved0 == 0 || IsReparseTagNameSurrogate(found.dwReserved0));
 }
 
 std::uint64_t FileSize(const std::wstring& path, Where where) {

@@ -66,6 +66,13 @@ class CycleTest(HostTest):
         self.assertEqual(files_below(self.field.outbox).keys(), names)
         self.assertIn("outbox: 0 packets", self.assert_ends(0, "list", self.field.settings).output)
 
+    def test_what_a_link_in_the_outbox_leads_to_is_no_packet(self):
+        elsewhere = self.scratch / "elsewhere"
+        self.put(self.field, "a.mdb", folder=elsewhere)
+        (self.field.outbox / "link").symlink_to(elsewhere, target_is_directory=True)
+        self.assert_run(self.field, 0, {})
+        self.assertEqual(files_below(elsewhere).keys(), {"a.mdb"})
+
     def test_without_an_archive_sent_files_are_deleted(self):
         self.field.change("sent", "")
         self.put(self.field, "a.mdb")

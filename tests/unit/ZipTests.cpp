@@ -262,6 +262,18 @@ TEST(Zip, TimesOfTheFormatAreEvenAndLimited) {
     EXPECT_EQ(ToDosTime(kTime + std::chrono::years(200)).date, 127 << 9 | 12 << 5 | 31);
 }
 
+#ifdef _WIN32
+TEST(Zip, TimesFollowTheSystemAndNotAVariable) {
+    const std::uint16_t time = ToDosTime(kTime).time;
+    _putenv_s("TZ", "AAA-7:30");
+    _tzset();
+    EXPECT_EQ(ToDosTime(kTime).time, time);
+    EXPECT_EQ(FromDosTime(ToDosTime(kTime)), kTime - std::chrono::seconds(1));
+    _putenv_s("TZ", "");
+    _tzset();
+}
+#endif
+
 TEST(Zip, RefusesNamesThatLeadElsewhere) {
     for (const char* name : {"../a",         "a/../../b", "/a",          "\\a",      "\\\\server\\share\\a",
                              "C:a",          "C:/a",      "a/..\\..\\b", "a:stream", "NUL",

@@ -1,6 +1,7 @@
 // The unit that touches files: long paths, verified copies, moves that fail without a trace.
 #include <thread>
 
+#include "base/Environment.h"
 #include "base/File.h"
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
@@ -28,6 +29,20 @@ TEST_F(Files, TellsFilesFromFolders) {
     EXPECT_FALSE(FileSystem::FileExists(temp / L"sub") || FileSystem::FileExists(temp / L"missing"));
     EXPECT_FALSE(FileSystem::FolderExists(temp / L"x.mdb") || FileSystem::FolderExists(temp / L"missing"));
     EXPECT_THAT(WhyThrown([&] { FileSystem::List(temp / L"missing"); }), HasSubstr(temp / L"missing"));
+}
+
+TEST_F(Files, ATemporaryFolderThatTheSystemRefusesIsNamed) {
+    std::wstring deep = temp.Path();
+    while (deep.size() < MAX_PATH)
+        deep += L"\\" + std::wstring(100, L'x');
+    const std::wstring before = base::EnvironmentVariable(L"TEMP");
+    const base::RollBack restore([&] {
+        for (const wchar_t* name : {L"TMP", L"TEMP"})
+            SetEnvironmentVariableW(name, before.c_str());
+    });
+    for (const wchar_t* name : {L"TMP", L"TEMP"})
+        SetEnvironmentVariableW(name, deep.c_str());
+    EXPECT_THAT(WhyThrown([] { base::TemporaryFolder(); }), HasSubstr(L"folder for temporary files"));
 }
 
 TEST_F(Files, CopiesOverAnExistingFile) {
