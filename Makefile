@@ -4,7 +4,7 @@
 # make package  the zip files of a release, in build/win32/package and build/win64/package
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each)
 # make screenshots  pictures of the dialogs
-# make bench    the library and the companion programs beside others of their kind
+# make bench    the library and the companion programs beside others of their kind, in one table
 # make coverage which lines the tests execute
 # make format   clang-format;  make tidy   clang-tidy
 #

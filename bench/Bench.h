@@ -87,6 +87,26 @@ inline void WriteFolders(const std::wstring& top, const Load& load) {
     }
 }
 
+/// What lies directly in a folder.
+struct Names {
+    std::vector<std::wstring> files;
+    std::vector<std::wstring> folders;
+};
+
+inline Names List(const std::wstring& folder) {
+    Names names;
+    WIN32_FIND_DATAW found;
+    const HANDLE find = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    do {
+        if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY))
+            names.files.emplace_back(found.cFileName);
+        else if (found.cFileName[0] != L'.')
+            names.folders.emplace_back(found.cFileName);
+    } while (FindNextFileW(find, &found));
+    FindClose(find);
+    return names;
+}
+
 inline int FilesBelow(const std::filesystem::path& folder) {
     int count = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/Row.h"
 #include "cipher/Envelope.h"
 #include "cipher/Rijndael.h"
 #include "cipher/TextBytes.h"
@@ -66,9 +67,7 @@ void CompareThroughput() {
         std::fprintf(stderr, "bench: the ciphers disagree\n");
         std::exit(1);
     }
-    std::printf("%-28s %10s %12s %14s\n", "load", "cipher s", "libmcrypt s", "times as fast");
-    std::printf("%-28s %10.3f %12.3f %14.2f\n", "64 MB, 256-bit block and key", ourTime, theirTime,
-                theirTime / ourTime);
+    bench::PrintRow("Rijndael, 64 MB, 256-bit block and key", "s", ourTime, {"libmcrypt", theirTime, 1.0});
 }
 
 void TimePasswords() {
@@ -78,8 +77,7 @@ void TimePasswords() {
         for (int call = 0; call < kCalls; ++call)
             if (envelope.EncryptData(password, {}).size() != 64) std::exit(1);
     });
-    std::printf("\nEncryptData of a password of %zu bytes: %.2f us per call\n", password.size(),
-                seconds * 1e6 / kCalls);
+    bench::PrintRow("EncryptData of a password", "us", seconds * 1e6 / kCalls, 0);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-"""What the benchmarks of the companion programs share: data that is the same on every machine, and a race."""
+"""What the benchmarks of programs share: data that is the same on every machine, a race, and a row of the table."""
 import concurrent.futures
 import itertools
 import os
@@ -78,3 +78,8 @@ def race(commands, output, good=(0,)):
     """The best of some runs each, by name; in turns, so that caches and other load favour none."""
     turns = [{name: Run(command, output, good) for name, command in commands.items()} for _ in range(ROUNDS)]
     return {name: min((turn[name] for turn in turns), key=lambda run: run.seconds) for name in commands}
+
+
+def print_row(figure, unit, ours, peer="", theirs=0, limit=0):
+    """A figure as bench/run reads it; smaller is better. limit: the largest ratio, without a peer value, that will do."""
+    print("row", figure, unit, f"{ours:.6g}", peer, f"{theirs:.6g}", limit, sep="\t", flush=True)

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """bench/delta_bench.py BITS [MEGABYTES]: xDelta.exe against xdelta3 and xdelta over the same database-like files.
 
-Prints the best of three runs each, then xDelta.exe alone on files of four times the size: its memory must not
-grow with them. The data is the same on every machine.
+The best of three runs each, then xDelta.exe alone on files of four times the size: its memory must not grow with them. The data is the same on every machine.
 """
 import argparse
 import filecmp
@@ -10,9 +9,10 @@ import pathlib
 import sys
 import tempfile
 
-from contest import MB, PAGE, Database, Run, in_process, program, race, windows
+from contest import MB, PAGE, Database, Run, in_process, print_row, program, race, windows
 
-TABLE = "{:<22} {:>8} {:>9} {:>12} {:>9}"
+MOST = 1.0  # of the best peer
+MOST_GROWTH = 1.1  # of memory, for four times the data
 
 
 class ChangingDatabase(Database):
@@ -71,9 +71,10 @@ def write_large_files(folder, reference, source):
     return paths
 
 
-def report(name, run):
-    print(TABLE.format(name, f"{run.seconds:.2f}", f"{run.processor:.2f}", f"{run.size:,}", f"{run.memory:.0f}"),
-          flush=True)
+def best_of(runs, measure):
+    """(name, value) of the peer that does best in one respect."""
+    name = min(runs, key=lambda name: getattr(runs[name], measure))
+    return name, getattr(runs[name], measure)
 
 
 def main():
@@ -86,24 +87,28 @@ def main():
         folder = pathlib.Path(temporary)
         reference, source = in_process(write_files, folder, arguments.megabytes)
         output, restored = folder / "delta", folder / "restored.mdb"
-        print(TABLE.format(f"{arguments.megabytes} MB", "seconds", "CPU s", "bytes", "peak MB"))
         # xdelta answers 1 when the files differ.
         best = race({
-            "xDelta.exe delta": [*ours, "delta", *map(windows, (reference, source, output))],
-            "xdelta3 -S none": ["xdelta3", "-f", "-S", "none", "-e", "-s", reference, source, output],
-            "xdelta delta": ["xdelta", "delta", reference, source, output],
+            "ours": [*ours, "delta", *map(windows, (reference, source, output))],
+            "xdelta3": ["xdelta3", "-f", "-S", "none", "-e", "-s", reference, source, output],
+            "xdelta": ["xdelta", "delta", reference, source, output],
         }, output, good=(0, 1))
-        for name, run in best.items():
-            report(name, run)
-        delta = best.pop("xDelta.exe delta")
-        print(f"time: {delta.seconds / min(run.seconds for run in best.values()):.2f} of the faster, "
-              f"size: {delta.size / min(run.size for run in best.values()):.2f} of the smaller")
+        ours_best = best.pop("ours")
+        for figure, unit, measure in (("time", "s", "seconds"), ("size", "bytes", "size"), ("memory", "MB", "memory")):
+            print_row(f"Difference of {arguments.megabytes} MB, {figure}", unit, getattr(ours_best, measure),
+                      *best_of(best, measure), MOST if figure != "memory" else 0)
         large = in_process(write_large_files, folder, reference, source)
-        for name, (first, second) in {"": (reference, source), ", four times": large}.items():
-            report("delta" + name, Run([*ours, "delta", *map(windows, (first, second, output))], output))
-            report("patch" + name, Run([*ours, "patch", *map(windows, (output, first, restored))], restored))
+        runs = {}
+        for times, (first, second) in {1: (reference, source), 4: large}.items():
+            runs["make", times] = Run([*ours, "delta", *map(windows, (first, second, output))], output)
+            runs["apply", times] = Run([*ours, "patch", *map(windows, (output, first, restored))], restored)
             if not filecmp.cmp(second, restored, shallow=False):
                 sys.exit("bench/delta_bench.py: the restored file differs")
+        for step in ("make", "apply"):
+            once, four_times = runs[step, 1], runs[step, 4]
+            print_row(f"To {step} a difference of four times the data, time", "s", four_times.seconds, "of once", once.seconds)
+            print_row(f"To {step} a difference of four times the data, memory", "MB", four_times.memory, "of once", once.memory,
+                      MOST_GROWTH)
 
 
 if __name__ == "__main__":
