@@ -7,6 +7,7 @@
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
 #include "tests/win/support/Process.h"
+#include "tests/win/support/Resources.h"
 
 namespace tests {
 namespace {
@@ -117,16 +118,8 @@ TEST_F(ShellTest, ARunnerEndsItsProcessUnlessItLetItGo) {
 }
 
 TEST_F(ShellTest, LeaksNoHandles) {
-    // Counted one by one: Wine's GetProcessHandleCount always answers 0.
-    const auto handles = [] {
-        int count = 0;
-        DWORD flags = 0;
-        for (UINT_PTR handle = 4; handle < 16384; handle += 4)
-            if (GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags)) ++count;
-        return count;
-    };
     DoShellCmd(program, 60, false);
-    const int before = handles();
+    const int before = HandlesInUse();
     for (int i = 0; i < 5; ++i) {
         DoShellCmd(program, 60, false);
         clsShell ended;
@@ -135,7 +128,7 @@ TEST_F(ShellTest, LeaksNoHandles) {
     }
     for (int i = 0; i < 100; ++i)
         DoShellCmd(temp / L"missing.exe", 60, false);
-    EXPECT_LE(handles(), before + 2);
+    EXPECT_LE(HandlesInUse(), before + 2);
 }
 
 const std::wstring kDecode = L"modMain.CommonDecode";
