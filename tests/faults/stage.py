@@ -1,0 +1,309 @@
+"""Two installations on which one cycle meets a fault, and what must hold after that."""
+import dataclasses
+import os
+import pathlib
+import random
+import shutil
+import subprocess
+import tempfile
+
+import support
+from cases import count_plan, read_calls
+from ftp import FtpHostTest
+from packets import INBOX, KEPT, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets
+from support import HostTest, Mount, windows
+
+PATIENCE = 120  # seconds after which a run hangs
+ENDED, NOT_RUN = 93, 94
+PACKETS = ("a.mdb", "SUB/b.mdb")
+SIZE = 6000
+ROUNDS = 4
+
+LOST, HALF, WRONG, OLDER, NOT_DELIVERED, CRASHES, HANGS, ASTRAY, REST = FINDINGS = (
+    "lost", "half", "wrong", "older", "not delivered", "crashes", "hangs", "astray", "rest")
+
+
+@dataclasses.dataclass(frozen=True)
+class Scenario:
+    """older: where an older version of each packet is when the newer one comes: nowhere, delivered, waiting."""
+    name: str
+    encoder: str = "none"
+    older: str = ""
+    backups: bool = False
+    volume: bool = False
+    server: str = ""
+
+
+SCENARIOS = {scenario.name: scenario for scenario in (
+    Scenario("plain"),
+    Scenario("zip", "zip"),
+    Scenario("delta", "xdelta"),
+    Scenario("over", older="delivered"),
+    Scenario("over-zip", "zip", older="delivered"),
+    Scenario("over-delta", "xdelta", older="delivered"),
+    Scenario("backups", "zip", older="delivered", backups=True),
+    Scenario("backups-plain", older="delivered", backups=True),
+    Scenario("volume", older="delivered", volume=True),
+    Scenario("volume-zip", "zip", older="delivered", volume=True),
+    Scenario("newer", older="waiting"),
+    Scenario("newer-zip", "zip", older="waiting"),
+    Scenario("newer-delta", "xdelta", older="waiting"),
+    Scenario("ftp-pure", server="pure-ftpd"),
+    Scenario("ftp-vs", server="vsftpd"),
+    Scenario("ftp-zip", "zip", server="pure-ftpd"),
+    Scenario("ftp-newer", older="waiting", server="pure-ftpd"),
+    Scenario("ftp-over", older="delivered", server="vsftpd"),
+)}
+SIDES = ("send", "receive")
+
+
+def file_text(file):
+    """What a program said; one that was ended may have ended in the middle of a line."""
+    with file:
+        file.seek(0)
+        return file.read().decode(errors="replace").replace("\r\n", "\n")
+
+
+def copy_tree(source, target):
+    """With owners and times."""
+    shutil.rmtree(target, ignore_errors=True)
+    subprocess.run(["cp", "-a", source, target], check=True)
+
+
+def empty(folder):
+    for path in folder.iterdir():
+        shutil.rmtree(path) if path.is_dir() else path.unlink()
+
+
+class Stage:
+    """One scenario, and the side whose cycle meets faults: the field sends, the enterprise receives."""
+
+    def __init__(self, scenario, side, launcher, with_states):
+        self.scenario = scenario
+        self.launcher = launcher
+        self.with_states = with_states
+        self.pair = (FtpStage if scenario.server else FolderStage)()
+        self.pair.KIND = scenario.server
+        self.pair.setUp()
+        try:
+            self.tested, self.other = self.pair.field, self.pair.enterprise
+            if side == "receive":
+                self.tested, self.other = self.other, self.tested
+            self.temporary = self.pair.scratch / "temp"
+            self.temporary.mkdir()
+            self.log = self.pair.scratch / "calls.log"
+            self.prepare(side)
+            self.save()
+            self.calls = self.count()
+        except BaseException:
+            self.close()
+            raise
+
+    def close(self):
+        self.pair.doCleanups()
+
+    # --- The state before the cycle -----------------------------------------------------------------------
+
+    def prepare(self, side):
+        self.findings = {}
+        pair, scenario = self.pair, self.scenario
+        for installation in (pair.field, pair.enterprise):
+            installation.change("encoder", scenario.encoder)
+            installation.change("patience", "60")
+            self.give_reference(installation)
+        pair.enterprise.change("backups", "yes" if scenario.backups else "no")
+        if scenario.volume:
+            Mount(pair, pair.scratch / "volume", "16m")
+            pair.enterprise.change("inbox", pair.scratch / "volume" / "inbox")
+            pair.enterprise.inbox = pair.scratch / "volume" / "inbox"
+        self.packets = self.make_packets()
+        if scenario.older:
+            self.put(0)
+            self.cycle(pair.field)
+            self.leave_older(side)
+        self.put(1)
+        if side == "receive":
+            self.cycle(pair.field)
+
+    def give_reference(self, installation):
+        reference = self.pair.root / installation.name / "references" / "Base.AXR"
+        reference.parent.mkdir()
+        reference.write_bytes(self.content("reference"))
+        installation.change("reference_path", reference)
+
+    def make_packets(self):
+        pair = self.pair
+        folders = {OUTBOX: pair.field.outbox, SEND: pair.field.send, REMOTE: pair.to_enterprise,
+                   RECEIVE: pair.enterprise.receive, INBOX: pair.enterprise.inbox}
+        receive = pair.enterprise.receive
+        kept = [receive / "Backup", *(receive.with_name(f"receive.{ending}") for ending in ("backups", "refused")),
+                pair.field.send.with_name("send.older")]
+        return Packets(folders, kept, self.decode_difference)
+
+    def content(self, *what):
+        """The same for each of its names, and half of it the reference's."""
+        own = random.Random(" ".join(map(str, what))).randbytes(SIZE // 2)
+        return own + random.Random("reference").randbytes(SIZE // 2)
+
+    def put(self, number):
+        for name in PACKETS:
+            content = self.content(name, number)
+            path = self.pair.field.outbox / name
+            path.parent.mkdir(exist_ok=True)
+            path.write_bytes(content)
+            # Versions of one second are told apart by no server.
+            os.utime(path, (1_700_000_000 + 1000 * number,) * 2)
+            self.packets.make(name, content)
+
+    def leave_older(self, side):
+        pair = self.pair
+        if self.scenario.older == "delivered":
+            return self.cycle(pair.enterprise)
+        waits = pair.field.send if side == "send" else pair.enterprise.receive
+        copy_tree(pair.to_enterprise, waits)
+        subprocess.run(["chown", "-R", "root:", waits], check=True)
+        return empty(pair.to_enterprise)
+
+    def decode_difference(self, path):
+        output = self.pair.scratch / "decoded"
+        output.unlink(missing_ok=True)
+        reference = self.pair.root / "field" / "references" / "Base.AXR"
+        support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
+        return output.read_bytes() if output.exists() else None
+
+    def states(self):
+        """The folders that a run changes, and their copies."""
+        pair = self.pair
+        changed = [pair.root, pair.scratch / "volume" / "inbox"] if self.scenario.volume else [pair.root]
+        if self.scenario.server:
+            changed.append(pair.server.packets)
+        return [(folder, pair.scratch / f"before-{number}") for number, folder in enumerate(changed)]
+
+    def save(self):
+        self.before = self.packets.find().delivered
+        for folder, copy in self.states():
+            copy_tree(folder, copy)
+
+    def restore(self):
+        for folder, copy in self.states():
+            copy_tree(copy, folder)
+        empty(self.temporary)
+        self.log.unlink(missing_ok=True)
+
+    # --- Cycles -------------------------------------------------------------------------------------------
+
+    def cycle(self, installation, plan=None):
+        """Exit code of a run."""
+        environment = {**os.environ, "ZN_FAULT_TEMP": windows(self.temporary), "ZN_FAULT_LOG": windows(self.log)}
+        if plan:
+            environment["ZN_FAULT"] = plan
+        process = support.start(support.BIN / "znhost.exe", "run", installation.settings, program=self.launcher,
+                                env=environment)
+        try:
+            process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            self.end_programs()
+            process.wait()
+            self.note(HANGS, f"a cycle of the {installation.name}")
+        finally:
+            self.said = [file_text(file) for file in process.outputs.values()]
+        if process.returncode == NOT_RUN:
+            raise RuntimeError("".join(self.said))
+        if process.returncode not in (0, 1, 2, ENDED, -9):
+            self.note(CRASHES, f"a cycle of the {installation.name}: exit code {process.returncode}: {self.said[-1]}")
+        return process.returncode
+
+    def end_programs(self):
+        """Those that work with the folders of this stage."""
+        mark = windows(self.temporary).encode()
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            try:
+                if int(process.name) != os.getpid() and mark in (process / "environ").read_bytes():
+                    os.kill(int(process.name), 9)
+            except (OSError, ValueError):
+                continue
+
+    def count(self):
+        self.restore()
+        code = self.cycle(self.tested, count_plan(self.with_states))
+        calls = read_calls(self.log)
+        if code != 0 or [call.number for call in calls] != list(range(1, len(calls) + 1)):
+            raise RuntimeError(f"{self.scenario.name}: a run without a fault ended with {code}: {''.join(self.said)}")
+        return calls
+
+    # --- A run under a fault ------------------------------------------------------------------------------
+
+    def run(self, fault, other_first):
+        """The findings, {what: details}."""
+        self.restore()
+        self.findings = {}
+        self.delivered = dict(self.before)
+        self.cycle(self.tested, fault.plan(self.with_states))
+        struck = read_calls(self.log)
+        if not struck or struck[0].function != self.calls[fault.number - 1].function:
+            self.note(ASTRAY, f"met {struck[0] if struck else 'nothing'}")
+        self.story = [("fault", self.said)]
+        self.check("after the fault")
+        turns = [self.other, self.tested] if other_first else [self.tested, self.other]
+        for turn in turns * ROUNDS:
+            self.cycle(turn)
+            self.story.append((turn.name, self.said))
+            if self.check(f"after a cycle of the {turn.name}"):
+                break
+        else:
+            for what in self.explain():
+                self.note(NOT_DELIVERED, what)
+        return self.findings
+
+    def note(self, finding, what, when=""):
+        """Notes a finding when it is seen first."""
+        self.findings.setdefault(finding, {}).setdefault(what, when)
+
+    def check(self, when):
+        """True when nothing is on its way any more, and each newest version is delivered."""
+        found = self.packets.find()
+        for version in self.packets.versions.values():
+            if not self.is_safe(version, found):
+                self.note(LOST, f"{version.packet}, version {version.number}", when)
+        for place, path in found.strangers:
+            self.note(self.kind_of_stranger(place, path, found), f"{path.name} in the {PLACE_NAMES[place]}", when)
+        for packet, number in found.delivered.items():
+            if number < self.delivered.get(packet, 0):
+                self.note(OLDER, packet, when)
+            self.delivered[packet] = max(number, self.delivered.get(packet, 0))
+        return not found.strangers and all(
+            not places & {OUTBOX, SEND, REMOTE, RECEIVE} for places in found.versions.values()) and all(
+            INBOX in found.places(version) for version in self.packets.newest())
+
+    def is_safe(self, version, found):
+        """It is somewhere, or a newer one is on its way, which takes its place."""
+        return bool(found.places(version)) or any(
+            found.places(newer) - {OUTBOX} for newer in self.packets.versions.values()
+            if newer.packet == version.packet and newer.number > version.number)
+
+    def kind_of_stranger(self, place, path, found):
+        """What a cut transfer leaves on a server is told of in the README, while its source waits."""
+        if self.scenario.server and place == REMOTE:
+            name = path.relative_to(self.pair.to_enterprise).as_posix()
+            if any(SEND in places for version, places in found.versions.items() if version.packet == name):
+                return REST
+        return WRONG if place == INBOX else HALF
+
+    def explain(self):
+        found = self.packets.find()
+        for version in self.packets.newest():
+            places = ", ".join(PLACE_NAMES[place] for place in sorted(found.places(version))) or "nowhere"
+            yield f"{version.packet}: the newest version is in: {places}"
+        for version, places in found.versions.items():
+            if places & {OUTBOX, SEND, REMOTE, RECEIVE}:
+                yield f"{version.packet}, version {version.number} waits"
+
+
+class FolderStage(HostTest):
+    def runTest(self):
+        """A scratch folder and two installations are all that is needed of the test."""
+
+
+class FtpStage(FtpHostTest):
+    def runTest(self):
+        """As above."""
