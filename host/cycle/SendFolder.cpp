@@ -87,7 +87,8 @@ SendFolder::OlderVersions::OlderVersions(const SendFolder& folder, const base::T
 }
 
 SendFolder::OlderVersions::~OlderVersions() {
-    if (!m_replaced) PutBack();
+    if (m_replaced) return;
+    const base::RollBack putBack([this] { PutBack(); });
 }
 
 void SendFolder::OlderVersions::Replaced() {

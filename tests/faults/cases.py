@@ -17,7 +17,7 @@ FTP_DROPPED = 12111
 SHARE_IS_GONE = (NETNAME_DELETED,)
 # What a function can fail with in life.
 ERRORS = {
-    "CreateFileW": (PATH_NOT_FOUND, ACCESS_DENIED, SHARING_VIOLATION, BAD_NETPATH, NETNAME_DELETED, DISK_FULL),
+    "CreateFileW": (PATH_NOT_FOUND, ACCESS_DENIED, SHARING_VIOLATION, NETNAME_DELETED),
     "ReadFile": SHARE_IS_GONE,
     "LockFileEx": SHARE_IS_GONE,
     "WriteFile": (DISK_FULL, NETNAME_DELETED),
@@ -120,20 +120,22 @@ def count_plan(with_states):
 
 def errors_of(call):
     if not call.is_of_server:
-        return ERRORS.get(call.function, ERRORS_OF_FILES)
+        errors = ERRORS.get(call.function, ERRORS_OF_FILES)
+        return errors + ((DISK_FULL,) if call.function == "CreateFileW" and call.kind == "change" else ())
     return ERRORS_OF_SERVERS + ((INTERNET_CANNOT_CONNECT,) if call.function == "InternetConnectA" else ())
 
 
 def faults_of(call):
-    """Every fault that a call can meet. A process that ends has no memory: its end before a call that changes
-    nothing is that before the next one that does."""
+    """Every fault that a call can meet. A process that ends has no memory: its end after a call, or before one that
+    changes nothing, is that before the next one that changes something; except where others go on with its work."""
     number, function = call.number, call.function
     lost = INTERNET_TIMEOUT if call.is_of_server else NETNAME_DELETED
     yield from (Fault(number, Mode.FAIL, error) for error in errors_of(call))
     yield Fault(number, Mode.FAIL_ON, INTERNET_CONNECTION_RESET if call.is_of_server else NETNAME_DELETED)
     if call.kind == "change":
         yield Fault(number, Mode.END)
-        yield Fault(number, Mode.END_DONE)
+        if call.is_of_server or function == "CreateProcessW":
+            yield Fault(number, Mode.END_DONE)
     if function in ROOM and call.kind == "change":
         yield Fault(number, Mode.FAIL_ON, DISK_FULL)
     if function in HALVED:

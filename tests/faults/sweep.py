@@ -10,6 +10,7 @@ import concurrent.futures
 import pathlib
 import random
 import shutil
+import signal
 import sys
 import tempfile
 import threading
@@ -37,6 +38,7 @@ def parse_arguments():
     parser.add_argument("--scenario", action="append", choices=SCENARIOS, help="this one only")
     parser.add_argument("--side", action="append", choices=SIDES, help="this one only")
     parser.add_argument("--mode", action="append", choices=[mode.word for mode in Mode], help="this one only")
+    parser.add_argument("--at", metavar="TEXT", default="", help="calls whose function or path contains TEXT")
     parser.add_argument("--states", action="store_true", help="also calls that only ask for the state of a file")
     parser.add_argument("--case", help="one run, as a finding names it")
     parser.add_argument("--keep", type=pathlib.Path, help="folder for the folders of runs with findings")
@@ -49,6 +51,7 @@ class Sweep:
         self.launcher = arguments.build.resolve() / "tests" / "faults.exe"
         self.rows = {}
         self.failed = False
+        self.stopped = False
         self.printing = threading.Lock()
 
     def slices(self):
@@ -80,12 +83,15 @@ class Sweep:
         """A function that chooses among the calls of a cycle: [(fault, whether the other side acts first)]."""
         def choose(calls):
             modes = self.arguments.mode or [mode.word for mode in Mode]
-            every = [fault for call in calls for fault in faults_of(call) if fault.mode.word in modes]
+            every = [fault for call in calls if self.arguments.at in str(call).replace("\\", "/") for fault in faults_of(call)
+                     if fault.mode.word in modes]
             chosen = every if runs is None else random.Random(seed).sample(every, min(runs, len(every)))
             return [(fault, (fault.number + fault.error) % 2 == 1) for fault in chosen]
         return choose
 
     def sweep_stage(self, scenario, side, choose):
+        if self.stopped:
+            return
         row = self.rows[scenario.name, side] = collections.Counter()
         try:
             stage = Stage(scenario, side, self.launcher, self.arguments.states)
@@ -93,8 +99,10 @@ class Sweep:
             row["skipped"] = 1
             return self.say(f"{scenario.name} {side}: skipped: {reason}")
         try:
-            row["steps"] = len(stage.calls)
+            row["calls"] = len(stage.calls)
             for fault, other_first in choose(stage.calls):
+                if self.stopped:
+                    break
                 findings = stage.run(fault, other_first)
                 row["runs"] += 1
                 row.update(findings.keys())
@@ -102,6 +110,8 @@ class Sweep:
                     self.tell(stage, scenario, side, fault, other_first, findings)
         finally:
             stage.close()
+        counts = ", ".join(f"{row[finding]} {finding}" for finding in FINDINGS if row[finding]) or "no findings"
+        self.say(f"{scenario.name} {side}: {row['runs']} runs, {counts}")
 
     def tell(self, stage, scenario, side, fault, other_first, findings):
         if set(findings) != {REST}:
@@ -126,7 +136,7 @@ class Sweep:
             print(text, flush=True)
 
     def table(self):
-        columns = ("steps", "runs", *FINDINGS)
+        columns = ("calls", "runs", *FINDINGS)
         yield "  ".join(("scenario".ljust(14), "side".ljust(7), "bits", *columns))
         for (scenario, side), row in self.rows.items():
             cells = [str(row[column]).rjust(len(column)) for column in columns]
@@ -147,6 +157,8 @@ def main():
     if MEMORY.is_dir():
         tempfile.tempdir = str(MEMORY)
     sweep = Sweep(arguments)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: setattr(sweep, "stopped", True))
     try:
         sweep.run()
     finally:
