@@ -1,4 +1,4 @@
-// The DLL that counts the calls of a process which touch files, processes and FTP servers, and makes them fail.
+// The DLL that counts the calls of a process to files, processes and FTP servers, and makes them fail.
 #include <windows.h>
 #include <wininet.h>
 
@@ -16,9 +16,11 @@ namespace faults {
 
 namespace {
 
-/// Makes a call as its fate says. failure: what the function returns when it fails.
-template <class Result, class Work, class HalfWork>
-Result Make(const Call& call, Result failure, const Work& work, const HalfWork& halfWork) {
+/// Makes a call as its fate says. failure: what the function returns when it fails. halfWork: of what can end
+/// in the middle.
+template <class Result, class Work, class HalfWork = void (*)()>
+Result Make(
+    const Call& call, Result failure, const Work& work, const HalfWork& halfWork = [] {}) {
     const Fate fate = NextFate(call);
     Result result = failure;
     if (fate.part == Part::Whole) result = work();
@@ -36,27 +38,32 @@ bool IsFile(HANDLE handle) {
 }
 
 /// A function's name as the argument of a template.
-template <size_t kSize> struct Name {
+template <size_t kSize>
+struct Name {
     // NOLINTNEXTLINE(google-explicit-constructor)
     consteval Name(const char (&name)[kSize]) { std::copy_n(name, kSize, text); }
     char text[kSize];
 };
 
 /// A function of the system.
-template <Name kName, class Type> struct System {
+template <Name kName, class Type>
+struct System {
     static inline Function original = nullptr;
 
-    template <class... Arguments> static auto Work(Arguments... arguments) {
+    template <class... Arguments>
+    static auto Work(Arguments... arguments) {
         return reinterpret_cast<Type>(reinterpret_cast<void*>(original))(arguments...);
     }
 
-    template <class Replacement> static Hook HookOf(Replacement replacement) {
+    template <class Replacement>
+    static Hook HookOf(Replacement replacement) {
         return {kName.text, reinterpret_cast<Function>(reinterpret_cast<void*>(replacement)), &original};
     }
 };
 
 /// The paths and names among the arguments of a function describe its call.
-template <class Argument> void Describe(Call& call, const Argument& argument) {
+template <class Argument>
+void Describe(Call& call, const Argument& argument) {
     if constexpr (std::is_same_v<Argument, LPCWSTR>)
         if (!call.path) call.path = argument;
     if constexpr (std::is_same_v<Argument, LPCSTR>)
@@ -67,7 +74,8 @@ template <class Argument> void Describe(Call& call, const Argument& argument) {
 enum class Of { File, Other };
 
 /// A function that needs nothing of its own. kFailure: what it returns when it fails.
-template <Name kName, class Type, Kind kKind, Of kOf = Of::Other, LONG_PTR kFailure = 0> struct Plain;
+template <Name kName, class Type, Kind kKind, Of kOf = Of::Other, LONG_PTR kFailure = 0>
+struct Plain;
 
 template <Name kName, class Result, class... Arguments, Kind kKind, Of kOf, LONG_PTR kFailure>
 struct Plain<kName, Result(WINAPI*)(Arguments...), kKind, kOf, kFailure> {
@@ -90,10 +98,10 @@ struct Plain<kName, Result(WINAPI*)(Arguments...), kKind, kOf, kFailure> {
     static Hook Entry() { return Original::HookOf(&Replacement); }
 
 private:
-    template <class Result1, class Work> static Result1 Make(const Call& call, Result1 failure, const Work& work) {
-        return faults::Make(call, failure, work, [] {});
+    template <class... Others>
+    static HANDLE FirstOf(HANDLE file, Others...) {
+        return file;
     }
-    template <class... Others> static HANDLE FirstOf(HANDLE file, Others...) { return file; }
 };
 
 // --- Functions that need something of their own ---------------------------------------------------------
@@ -102,8 +110,8 @@ constexpr LONG_PTR kInvalid = -1;
 
 /// Pipes, consoles and the null device are opened by the same function.
 bool IsDevice(LPCWSTR path) {
-    return wcsncmp(path, L"\\\\.\\", 4) == 0 || _wcsicmp(path, L"NUL") == 0 || _wcsicmp(path, L"CONIN$") == 0 ||
-           _wcsicmp(path, L"CONOUT$") == 0;
+    return wcsncmp(path, L"\\\\.\\", 4) == 0 || _wcsicmp(path, L"NUL") == 0 ||
+           _wcsicmp(path, L"CONIN$") == 0 || _wcsicmp(path, L"CONOUT$") == 0;
 }
 
 using CreateFileSystem = System<"CreateFileW", decltype(&::CreateFileW)>;
@@ -115,16 +123,19 @@ HANDLE WINAPI HookedCreateFileW(LPCWSTR path, DWORD access, DWORD sharing, SECUR
     };
     if (IsDevice(path)) return work();
     const bool changes = disposition != OPEN_EXISTING || (flags & FILE_FLAG_DELETE_ON_CLOSE) != 0;
-    return Make({"CreateFileW", changes ? Kind::Change : Kind::Read, path}, INVALID_HANDLE_VALUE, work, [] {});
+    return Make({"CreateFileW", changes ? Kind::Change : Kind::Read, path}, INVALID_HANDLE_VALUE, work);
 }
 
 using WriteFileSystem = System<"WriteFile", decltype(&::WriteFile)>;
 
 BOOL WINAPI HookedWriteFile(HANDLE file, LPCVOID data, DWORD bytes, DWORD* written, OVERLAPPED* overlapped) {
-    const auto work = [&](DWORD part) { return WriteFileSystem::Work(file, data, part, written, overlapped); };
+    const auto work = [&](DWORD part) {
+        return WriteFileSystem::Work(file, data, part, written, overlapped);
+    };
     if (!IsFile(file)) return work(bytes);
     const Call call{.function = "WriteFile", .kind = Kind::Change, .file = file};
-    return Make(call, FALSE, [&] { return work(bytes); }, [&] { work(bytes / 2); });
+    return Make(
+        call, FALSE, [&] { return work(bytes); }, [&] { work(bytes / 2); });
 }
 
 using SetInformationSystem = System<"SetFileInformationByHandle", decltype(&::SetFileInformationByHandle)>;
@@ -141,32 +152,35 @@ const char* NameFor(FILE_INFO_BY_HANDLE_CLASS what) {
     }
 }
 
-BOOL WINAPI HookedSetFileInformationByHandle(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, LPVOID data, DWORD bytes) {
+BOOL WINAPI HookedSetFileInformationByHandle(HANDLE file, FILE_INFO_BY_HANDLE_CLASS what, LPVOID data,
+                                             DWORD bytes) {
     const Call call{.function = NameFor(what), .kind = Kind::Change, .file = file};
-    return Make(call, FALSE, [&] { return SetInformationSystem::Work(file, what, data, bytes); }, [] {});
+    return Make(call, FALSE, [&] { return SetInformationSystem::Work(file, what, data, bytes); });
 }
 
 using CreateProcessSystem = System<"CreateProcessW", decltype(&::CreateProcessW)>;
 
 /// The calls of a child count as those of its parent.
 BOOL WINAPI HookedCreateProcessW(LPCWSTR program, LPWSTR commandLine, SECURITY_ATTRIBUTES* ofProcess,
-                                 SECURITY_ATTRIBUTES* ofThread, BOOL inherits, DWORD flags, LPVOID environment,
-                                 LPCWSTR folder, STARTUPINFOW* startup, PROCESS_INFORMATION* process) {
+                                 SECURITY_ATTRIBUTES* ofThread, BOOL inherits, DWORD flags,
+                                 LPVOID environment, LPCWSTR folder, STARTUPINFOW* startup,
+                                 PROCESS_INFORMATION* process) {
     const auto work = [&] {
-        if (!CreateProcessSystem::Work(program, commandLine, ofProcess, ofThread, inherits, flags | CREATE_SUSPENDED,
-                                       environment, folder, startup, process))
+        if (!CreateProcessSystem::Work(program, commandLine, ofProcess, ofThread, inherits,
+                                       flags | CREATE_SUSPENDED, environment, folder, startup, process))
             return FALSE;
         if (!Inject(process->hProcess, reinterpret_cast<HMODULE>(&__ImageBase)))
             InterlockedIncrement(&CurrentRun().unprotected);
         if ((flags & CREATE_SUSPENDED) == 0) ResumeThread(process->hThread);
         return TRUE;
     };
-    return Make({"CreateProcessW", Kind::Change, program ? program : commandLine}, FALSE, work, [] {});
+    return Make({"CreateProcessW", Kind::Change, program ? program : commandLine}, FALSE, work);
 }
 
 /// Cuts a file to half its size.
 void Halve(LPCSTR path) {
-    const HANDLE file = CreateFileA(path, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file =
+        CreateFileA(path, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
     LARGE_INTEGER size;
     if (GetFileSizeEx(file, &size)) {
         size.QuadPart /= 2;
@@ -178,8 +192,8 @@ void Halve(LPCSTR path) {
 
 using FtpGetSystem = System<"FtpGetFileA", decltype(&::FtpGetFileA)>;
 
-BOOL WINAPI HookedFtpGetFileA(HINTERNET connection, LPCSTR remote, LPCSTR local, BOOL failsIfThere, DWORD attributes,
-                              DWORD flags, DWORD_PTR context) {
+BOOL WINAPI HookedFtpGetFileA(HINTERNET connection, LPCSTR remote, LPCSTR local, BOOL failsIfThere,
+                              DWORD attributes, DWORD flags, DWORD_PTR context) {
     const auto work = [&] {
         return FtpGetSystem::Work(connection, remote, local, failsIfThere, attributes, flags, context);
     };
@@ -192,19 +206,24 @@ BOOL WINAPI HookedFtpGetFileA(HINTERNET connection, LPCSTR remote, LPCSTR local,
 
 using FtpPutSystem = System<"FtpPutFileA", decltype(&::FtpPutFileA)>;
 
-BOOL WINAPI HookedFtpPutFileA(HINTERNET connection, LPCSTR local, LPCSTR remote, DWORD flags, DWORD_PTR context) {
-    const auto work = [&](LPCSTR path) { return FtpPutSystem::Work(connection, path, remote, flags, context); };
+BOOL WINAPI HookedFtpPutFileA(HINTERNET connection, LPCSTR local, LPCSTR remote, DWORD flags,
+                              DWORD_PTR context) {
+    const auto work = [&](LPCSTR path) {
+        return FtpPutSystem::Work(connection, path, remote, flags, context);
+    };
     const Call call{.function = "FtpPutFileA", .kind = Kind::Change, .name = remote};
-    return Make(call, FALSE, [&] { return work(local); }, [&] {
-        char folder[MAX_PATH];
-        char half[MAX_PATH];
-        GetTempPathA(MAX_PATH, folder);
-        GetTempFileNameA(folder, "zn", 0, half);
-        CopyFileA(local, half, FALSE);
-        Halve(half);
-        work(half);
-        DeleteFileA(half);
-    });
+    return Make(
+        call, FALSE, [&] { return work(local); },
+        [&] {
+            char folder[MAX_PATH];
+            char half[MAX_PATH];
+            GetTempPathA(MAX_PATH, folder);
+            GetTempFileNameA(folder, "zn", 0, half);
+            CopyFileA(local, half, FALSE);
+            Halve(half);
+            work(half);
+            DeleteFileA(half);
+        });
 }
 
 using GetProcAddressSystem = System<"GetProcAddress", decltype(&::GetProcAddress)>;

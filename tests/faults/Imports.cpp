@@ -18,13 +18,14 @@ struct LoadedDll {
         USHORT length;
         USHORT capacity;
         wchar_t* text;
-    }* path;
+    } * path;
     const UnicodeText* name;
     void* base;
     ULONG size;
 };
 using Notification = VOID(CALLBACK*)(ULONG reason, const LoadedDll* dll, void* context);
-using RegisterNotification = LONG(NTAPI*)(ULONG flags, Notification notification, void* context, void** cookie);
+using RegisterNotification = LONG(NTAPI*)(ULONG flags, Notification notification, void* context,
+                                          void** cookie);
 constexpr ULONG kLoaded = 1;
 
 const Hook* Find(const char* name) {
@@ -47,14 +48,16 @@ public:
     explicit Module(void* base) : m_base(static_cast<std::byte*>(base)) {}
 
     void ReplaceImports() const {
-        const DWORD table = Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+        const DWORD table =
+            Headers().OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
         if (table == 0) return;
         for (auto* library = At<IMAGE_IMPORT_DESCRIPTOR>(table); library->Name != 0; ++library)
             ReplaceImportsFrom(*library);
     }
 
 private:
-    template <class Content> Content* At(ULONG_PTR offset) const {
+    template <class Content>
+    Content* At(ULONG_PTR offset) const {
         return reinterpret_cast<Content*>(m_base + offset);
     }
 
@@ -68,7 +71,8 @@ private:
         for (; name->u1.AddressOfData != 0; ++name, ++entry) {
             if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
             const auto* const import = At<IMAGE_IMPORT_BY_NAME>(name->u1.AddressOfData);
-            if (const Hook* hook = Find(reinterpret_cast<const char*>(import->Name))) ReplaceEntry(*entry, *hook);
+            if (const Hook* hook = Find(reinterpret_cast<const char*>(import->Name)))
+                ReplaceEntry(*entry, *hook);
         }
     }
 

@@ -29,7 +29,8 @@ LPTHREAD_START_ROUTINE LoadLibraryThere() {
 bool Inject(HANDLE process, HMODULE module) {
     wchar_t path[MAX_PATH];
     if (!DllBeside(module, path)) return false;
-    void* const there = VirtualAllocEx(process, nullptr, sizeof path, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    void* const there =
+        VirtualAllocEx(process, nullptr, sizeof path, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
     if (!there || !WriteProcessMemory(process, there, path, sizeof path, nullptr)) return false;
     const HANDLE thread = CreateRemoteThread(process, nullptr, 0, LoadLibraryThere(), there, 0, nullptr);
     if (!thread) return false;

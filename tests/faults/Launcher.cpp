@@ -1,11 +1,16 @@
-// Runs a program under a fault: faults.exe PROGRAM.exe [ARGUMENTS...]. Its exit code is the program's; 93 where the
-// fault ended the run, 94 where the program could not be run so.
-// ZN_FAULT        what becomes of a call, and of which: "PART END NUMBER LAST ERROR STATES ALL", all of them numbers:
-//                 PART 0 none, 1 half, 2 whole; END 0 returns, 1 fails, 2 of the run; NUMBER..LAST the calls, from 1;
-//                 ERROR with which they fail; STATES 1 to count calls that only ask for states; ALL 1 to log all calls
-//                 rather than these. Without it the program runs as it is.
-// ZN_FAULT_LOG    file to which calls are appended
-// ZN_FAULT_TEMP   folder for temporary files
+// Runs a program under a fault: faults.exe PROGRAM.exe [ARGUMENTS...].
+//
+// The exit code is the program's; 93 where the fault ended the run, 94 where the program could not be run so.
+//
+// ZN_FAULT: "PART END NUMBER LAST ERROR STATES ALL", seven numbers that tell what becomes of a call.
+//     PART of its work that is done: 0 none, 1 half, 2 whole
+//     END: 0 it returns, 1 it fails with ERROR, 2 it ends the run with all its processes
+//     NUMBER of the call, from 1; those up to LAST fail as well, if what is wrong concerns them, too
+//     STATES: 1 to count calls that only ask for the state of a file, too
+//     ALL: 1 to log all calls rather than the ones that are meant
+// Without it the program runs as it is.
+// ZN_FAULT_LOG: the file to which calls are appended.
+// ZN_FAULT_TEMP: the folder for temporary files.
 #include <windows.h>
 
 #include <cstdio>
@@ -94,8 +99,8 @@ int RunProgram(wchar_t* commandLine, const Shared* plan) {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(nullptr, commandLine, nullptr, nullptr, TRUE, plan ? CREATE_SUSPENDED : 0, nullptr, nullptr,
-                        &startup, &process))
+    if (!CreateProcessW(nullptr, commandLine, nullptr, nullptr, TRUE, plan ? CREATE_SUSPENDED : 0, nullptr,
+                        nullptr, &startup, &process))
         return Fail("start");
     if (plan) {
         if (!AssignProcessToJobObject(run.job, process.hProcess) || !Inject(process.hProcess, nullptr)) {

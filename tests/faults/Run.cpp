@@ -66,8 +66,9 @@ bool IsOfServer(const Call& call) {
 /// Whether a call takes room on the disk; what removes or marks files does not.
 bool TakesRoom(const Call& call) {
     if (call.kind != Kind::Change || IsOfServer(call)) return false;
-    constexpr const char* kTakesNone[] = {"DeleteFileW",    "RemoveDirectoryW", "SetFileInformationByHandle (",
-                                          "CreateProcessW", "SetFileTime",      "SetFileAttributesW"};
+    constexpr const char* kTakesNone[] = {
+        "DeleteFileW",    "RemoveDirectoryW", "SetFileInformationByHandle (",
+        "CreateProcessW", "SetFileTime",      "SetFileAttributesW"};
     return std::none_of(std::begin(kTakesNone), std::end(kTakesNone),
                         [&](const char* start) { return StartsWith(call.function, start); });
 }
