@@ -1,6 +1,7 @@
 // The DLL that counts the calls of a process to files, processes and FTP servers, and makes them fail.
 #include <windows.h>
 #include <wininet.h>
+#include <winternl.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -107,6 +108,7 @@ private:
 // --- Functions that need something of their own ---------------------------------------------------------
 
 constexpr LONG_PTR kInvalid = -1;
+constexpr LONG_PTR kUnexpectedNetworkError = static_cast<LONG>(0xC00000C4);  // an NTSTATUS
 
 /// Pipes, consoles and the null device are opened by the same function.
 bool IsDevice(LPCWSTR path) {
@@ -252,6 +254,7 @@ const Hook kHooks[] = {
     Plain<ZN_NAMED(GetFileTime), Kind::State, Of::File>::Entry(),
     Plain<ZN_NAMED(GetFileInformationByHandle), Kind::State, Of::File>::Entry(),
     Plain<ZN_NAMED(GetFileInformationByHandleEx), Kind::State, Of::File>::Entry(),
+    Plain<ZN_NAMED(NtQueryInformationFile), Kind::State, Of::File, kUnexpectedNetworkError>::Entry(),
     Plain<ZN_NAMED(CreateDirectoryW), Kind::Change>::Entry(),
     Plain<ZN_NAMED(RemoveDirectoryW), Kind::Change>::Entry(),
     Plain<ZN_NAMED(DeleteFileW), Kind::Change>::Entry(),
