@@ -87,6 +87,18 @@ FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
 
 }  // namespace
 
+bool IsUnanswered(DWORD error) {
+    switch (error) {
+    case ERROR_INTERNET_TIMEOUT:
+    case ERROR_INTERNET_CONNECTION_ABORTED:
+    case ERROR_INTERNET_CONNECTION_RESET:
+    case ERROR_FTP_DROPPED:
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool FtpConnection::OpenSession() {
     m_internet = InternetHandle(WinInet().InternetOpenA(ToSystemCodePage(ToolName()).c_str(),
                                                         INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
@@ -144,6 +156,7 @@ bool FtpConnection::Enter(const std::wstring& folder) const { return SetCurrentF
 
 FtpConnection::Entry FtpConnection::EnterOrCreate(const std::wstring& folder) const {
     if (Enter(folder)) return Entry::Entered;
+    if (IsUnanswered(GetLastError())) return Entry::NotEntered;
     if (!WinInet().FtpCreateDirectoryA(m_connection.Get(), CommandText(folder).c_str()))
         return Entry::NotCreated;
     return Enter(folder) ? Entry::Entered : Entry::NotEntered;

@@ -11,6 +11,9 @@
 #include "common/modWinInet.h"
 #include "ftp/settings/FtpSite.h"
 
+/// Whether a call failed because no answer came: the server may have done what it was asked for.
+bool IsUnanswered(DWORD error);
+
 /// Closes itself.
 class FtpConnection {
 public:
@@ -35,7 +38,8 @@ public:
 
     /// Makes a folder, or a path of folders, the current remote one.
     bool Enter(const std::wstring& folder) const;
-    /// The same for one folder, which is created when it cannot be entered.
+    /// The same for one folder, which is created when it cannot be entered; not where no answer came, as it
+    /// would lie in itself if it is the current one by now.
     Entry EnterOrCreate(const std::wstring& folder) const;
     /// The current remote folder, for a later ReturnTo; as the server spells it. Empty when unknown.
     /// longest: what the call is told of the buffer, which holds 260 characters.

@@ -105,7 +105,8 @@ bool FtpSender::SetRemoteFolder(const std::wstring& path) const {
     return Procedure(L"clsFTPSndRcv.cls.SetRemoteFolder").Guard(false, [&] {
         if (m_connection.Enter(path)) return true;
         const DWORD error = GetLastError();
-        return IsRelative(path) ? CreateRemoteFolders(path) : NotCreated(path, error);
+        const bool mayCreate = IsRelative(path) && !IsUnanswered(error);
+        return mayCreate ? CreateRemoteFolders(path) : NotCreated(path, error);
     });
 }
 

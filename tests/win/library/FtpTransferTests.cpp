@@ -264,6 +264,20 @@ TEST_F(FtpTransferTest, ARemoteFolderThatCannotBeMadeIsReported) {
     EXPECT_TRUE(temp.Exists(L"send\\a.mdb"));
 }
 
+TEST_F(FtpTransferTest, WhereNoAnswerCameNoFolderIsMade) {
+    temp.File(L"send\\a.mdb");
+    Init({{L"RemoteSendFolder", L"x/y"}});
+    const std::wstring why = ErrorText(ERROR_INTERNET_TIMEOUT);
+    server.Fail("SetFolder", {ERROR_INTERNET_TIMEOUT});
+    EXPECT_THAT(FailToSend(), OneFtpReport(L"CreateRemoteFolders",
+                                           L"Could not create FTP directory: " + why + L"\r\nFolder: x/y"));
+    server.Fail("SetFolder", {ERROR_INTERNET_EXTENDED_ERROR, ERROR_INTERNET_TIMEOUT});
+    EXPECT_THAT(FailToSend(),
+                OneFtpReport(L"CreateRemoteFolders", L"Could not set current directory(x): " + why));
+    EXPECT_THAT(server.folders, SizeIs(3)) << "the current folder may be another one by now";
+    EXPECT_TRUE(temp.Exists(L"send\\a.mdb"));
+}
+
 TEST_F(FtpTransferTest, AListingThatFailsMovesNothing) {
     server.files = {{"/out/a.mdb", "1"}, {"/out/b.mdb", "2"}};
     const std::wstring why = ErrorText(kLost) + L"\r\nFolder: out/";
