@@ -8,18 +8,20 @@
 
 #include "base/FileMoves.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 
 namespace base {
 
 namespace {
 
-/// Lists a folder and those below it, each once, and hands each listing over.
+/// Lists a folder and those below it, each once, and hands each listing over; none when it does not exist.
 template <class Take>
 void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlisted& unlisted,
           const Take& take) {
     FileSystem::Listing listing;
     const std::wstring path = Path::Join(folder, subFolder);
     try {
+        if (subFolder.empty() && !FolderIsThere(path)) return;
         FileSystem::List(path, listing);
     } catch (const Error& error) {
         if (!unlisted) throw;
@@ -35,9 +37,16 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlis
 
 std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
 
+bool FolderIsThere(const std::wstring& path) {
+    const DWORD attributes = GetFileAttributesW(FileSystem::Extended(path).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
+    throw SystemError(error, "examine", path);
+}
+
 std::vector<std::wstring> SubFolders(const std::wstring& folder) {
     std::vector<std::wstring> all;
-    if (!FileSystem::FolderExists(folder)) return all;
     Walk(folder, L"", {}, [&](const std::wstring& subFolder, const auto&) { all.push_back(subFolder); });
     return all;
 }
@@ -45,7 +54,7 @@ std::vector<std::wstring> SubFolders(const std::wstring& folder) {
 std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder) {
     std::vector<TreeFile> files;
     const std::wstring path = Path::Join(folder, subFolder);
-    if (!FileSystem::FolderExists(path)) return files;
+    if (!FolderIsThere(path)) return files;
     for (FileSystem::FileEntry& file : FileSystem::List(path).files)
         files.push_back({subFolder, std::move(file.name), file.size});
     return files;
@@ -55,7 +64,6 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder) { return FilesBelow
 
 std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted) {
     std::vector<TreeFile> all;
-    if (!FileSystem::FolderExists(folder)) return all;
     Walk(folder, L"", unlisted, [&](const std::wstring& subFolder, const auto& files) {
         for (const FileSystem::FileEntry& file : files)
             all.push_back({subFolder, file.name, file.size});

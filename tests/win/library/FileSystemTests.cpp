@@ -5,6 +5,7 @@
 #include "base/File.h"
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/FolderTree.h"
 #include "base/RollBack.h"
 #include "base/WriteBlock.h"
 #include "tests/win/support/Library.h"
@@ -115,6 +116,17 @@ TEST_F(Files, AMoveToAnotherVolumeIsWholeOrNotThere) {
     EXPECT_EQ(other.Content(L"y"), "packet");
     EXPECT_TRUE(GetFileAttributesW((other / L"y").c_str()) & FILE_ATTRIBUTE_READONLY);
     EXPECT_THAT(temp.Files(), IsEmpty());
+}
+
+TEST_F(Files, AFolderOfWhichTheSystemTellsNothingIsNoEmptyOne) {
+    EXPECT_THAT(base::FilesBelow(temp / L"missing"), IsEmpty());
+    const std::wstring unknown = temp / L"a*b";
+    EXPECT_THROW(base::FilesBelow(unknown), base::SystemError);
+    EXPECT_THROW(base::FilesIn(unknown, L""), base::SystemError);
+    EXPECT_THROW(base::SubFolders(unknown), base::SystemError);
+    std::vector<std::wstring> unlisted;
+    base::FilesBelow(unknown, [&](const std::wstring& subFolder, auto&) { unlisted.push_back(subFolder); });
+    EXPECT_THAT(unlisted, ElementsAre(L""));
 }
 
 }  // namespace
