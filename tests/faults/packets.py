@@ -6,8 +6,6 @@ import re
 import zipfile
 
 ARRIVAL = re.compile(r"~\d+-\d+\.arriving$")
-# What a decoder has not finished; nobody takes that from an inbox.
-UNFINISHED = re.compile(r"(.+)\.unfinished\d*$")
 TEST_FILE = "rwd_testfile.txt"
 ZIP, DIFFERENCE = ".afz", ".axd"
 KEPT_NAMES = ("_bak", "_bck")
@@ -76,7 +74,7 @@ class Packets:
         return found
 
     def look_at(self, path, name, place, found):
-        if ARRIVAL.search(name) or path.name.lower() == TEST_FILE or (place == INBOX and self.is_unfinished(name)):
+        if ARRIVAL.search(name) or path.name.lower() == TEST_FILE:
             return
         version = self.version_in(path)
         if name.endswith(KEPT_NAMES) and place in (SEND, INBOX):
@@ -86,10 +84,6 @@ class Packets:
             found.add(version, place)
         elif place != OUTBOX:
             found.strangers.append((place, path))
-
-    def is_unfinished(self, name):
-        unfinished = UNFINISHED.fullmatch(name)
-        return unfinished and unfinished[1] in (version.packet for version in self.versions.values())
 
     def version_in(self, path):
         content = path.read_bytes()

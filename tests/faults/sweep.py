@@ -57,7 +57,8 @@ class Sweep:
     def slices(self):
         """(scenario, side, number of runs) to be swept; None for all of them."""
         arguments = self.arguments
-        stages = [(SCENARIOS[name], side) for name in arguments.scenario or SCENARIOS for side in arguments.side or SIDES]
+        stages = [(SCENARIOS[name], side) for name in arguments.scenario or SCENARIOS
+                  for side in arguments.side or SIDES]
         if arguments.all:
             return [(*stage, None) for stage in stages]
         count = min(len(stages), max(1, arguments.runs // RUNS_OF_A_SLICE))
@@ -83,8 +84,8 @@ class Sweep:
         """A function that chooses among the calls of a cycle: [(fault, whether the other side acts first)]."""
         def choose(calls):
             modes = self.arguments.mode or [mode.word for mode in Mode]
-            every = [fault for call in calls if self.arguments.at in str(call).replace("\\", "/") for fault in faults_of(call)
-                     if fault.mode.word in modes]
+            meant = [call for call in calls if self.arguments.at in str(call).replace("\\", "/")]
+            every = [fault for call in meant for fault in faults_of(call) if fault.mode.word in modes]
             chosen = every if runs is None else random.Random(seed).sample(every, min(runs, len(every)))
             return [(fault, (fault.number + fault.error) % 2 == 1) for fault in chosen]
         return choose
