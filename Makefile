@@ -5,6 +5,7 @@
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each)
 # make screenshots  pictures of the dialogs
 # make bench    the library and the companion programs beside others of their kind, in one table
+# make torture  two installations exchange packets while all around them breaks (ROUNDS=N SEED=S; without end)
 # make coverage which lines the tests execute
 # make format   clang-format;  make tidy   clang-tidy
 #
@@ -20,7 +21,7 @@ BITS ?= $(lastword $(RUNNABLE))
 BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test test-all package fuzz screenshots bench coverage format check-format tidy clean
+.PHONY: all setup demo test test-all package fuzz screenshots bench torture coverage format check-format tidy clean
 .NOTPARALLEL:
 
 all: build-native build-fuzz build-win32 build-win64
@@ -58,6 +59,10 @@ bench: build-bench
 	@$(BUILD_RUNNABLE)
 	@cmake --build --preset win$(BITS) --target bench
 	@bench/run $(BITS)
+
+torture: setup
+	@$(BUILD_RUNNABLE)
+	@tests/faults/torture.py build/win$(BITS) $(if $(ROUNDS),--rounds $(ROUNDS)) $(if $(SEED),--seed $(SEED))
 
 coverage: build-coverage
 	@find build/coverage -name '*.gcda' -delete

@@ -78,8 +78,9 @@ std::optional<File> File::TryCreateTransient(std::wstring path, Where where) {
     const DWORD error = GetLastError();
     if (!handle && error == ERROR_FILE_EXISTS) return std::nullopt;
     if (!handle) throw SystemError(error, "create", path, where);
-    SetRemovedWhenClosed(handle.Get(), true);
-    return File(std::move(path), std::move(handle));
+    File file(std::move(path), std::move(handle));
+    file.m_isRemovedWhenClosed = SetRemovedWhenClosed(file.Handle(), true);
+    return file;
 }
 
 std::uint64_t File::Size() const {
@@ -178,7 +179,8 @@ DWORD File::TakeName(const std::wstring& path, OtherFile other) {
     info->ReplaceIfExists = other == OtherFile::IsReplaced;
     info->FileNameLength = static_cast<DWORD>(bytes);
     target.copy(info->FileName, target.size());
-    SetRemovedWhenClosed(Handle(), false);
+    // Renamed all the same it would go under its new name, and its source is deleted next.
+    if (!SetRemovedWhenClosed(Handle(), false) && m_isRemovedWhenClosed) return GetLastError();
     const DWORD error = Persistently(target, [&] {
         return SetFileInformationByHandle(Handle(), FileRenameInfo, info,
                                           static_cast<DWORD>(buffer.size() * sizeof buffer.front()));

@@ -71,6 +71,7 @@ private:
 
     std::wstring m_path;
     FileHandle m_handle;
+    bool m_isRemovedWhenClosed = false;
 };
 
 /// A file as a source of bytes, to which nobody can write meanwhile.

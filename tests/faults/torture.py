@@ -1,0 +1,493 @@
+#!/usr/bin/env python3
+"""Lets two installations exchange packets while a driver breaks whatever it can reach, and checks that none is lost.
+
+Round after round: new versions of packets come into both outboxes, one trouble (or none) begins, cycles run, the trouble
+ends, and every version of every packet must be where it may be. Every few rounds, cycles go on until all is delivered.
+Each worker has installations of its own, which it throws away now and then for new ones of another kind.
+"""
+import argparse
+import collections
+import concurrent.futures
+import contextlib
+import dataclasses
+import os
+import pathlib
+import random
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+sys.dont_write_bytecode = True
+sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
+
+import support  # noqa: E402
+from ftp import BendingProxy  # noqa: E402
+from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets  # noqa: E402
+from stage import FolderStage, FtpStage  # noqa: E402
+from support import Holder, Mount  # noqa: E402
+
+WORKERS = 2
+ROUNDS_OF_A_WORLD = 25
+ROUNDS_TO_QUIET = 5
+CYCLES_TO_QUIET = 8
+PATIENCE = 180  # seconds after which a run hangs
+NAMES = ("a.mdb", "b.xml", "c.dat", "SUB/d.mdb", "SUB/DEEP/e.mdb")
+SIZES = (1, 700, 30_000, 600_000)
+VOLUME = 48  # MB
+TRANSPORTS = ("folder", "folder", "pure-ftpd", "vsftpd")
+ENCODERS = ("none", "zip", "xdelta")
+MEMORY = pathlib.Path("/dev/shm")  # packets are flushed to the disk again and again; memory is faster
+TROUBLES = {}
+
+
+def trouble(function):
+    """Registers what can go wrong while cycles run: it ends with the block that it is entered for."""
+    TROUBLES[function.__name__.replace("_", " ")] = contextlib.contextmanager(function)
+    return function
+
+
+class Finding(Exception):
+    """What must not be."""
+
+
+@dataclasses.dataclass
+class Direction:
+    """Packets from one side to the other."""
+    outbox: pathlib.Path
+    packets: Packets
+    delivered: dict = dataclasses.field(default_factory=dict)  # packet: number of the newest version seen
+    replaced: set = dataclasses.field(default_factory=set)  # versions that their author replaced in the outbox
+
+
+class World:
+    """Two installations of one kind, with what is wrong around them at the moment."""
+
+    def __init__(self, seed):
+        self.random = random.Random(seed)
+        transport = self.random.choice(TRANSPORTS)
+        self.pair = FolderStage() if transport == "folder" else FtpStage()
+        self.pair.KIND = transport
+        self.server = None
+        self.made = 0
+        try:
+            self.pair.setUp()
+            self.server = getattr(self.pair, "server", None)
+            self.arrange()
+        except BaseException:
+            self.close()
+            raise
+        self.kind = f"{transport}, {self.encoder}"
+
+    def close(self):
+        self.pair.doCleanups()
+
+    def arrange(self):
+        pair = self.pair
+        self.volumes = []
+        self.encoder = self.random.choice(ENCODERS)
+        reference = self.random.randbytes(20_000)
+        for side in (pair.field, pair.enterprise):
+            volume = Mount(pair, pair.scratch / f"volume-{side.name}", f"{VOLUME}m")
+            self.volumes.append(volume.folder)
+            moved = self.random.sample(("inbox", "receive", "send"), self.random.randint(0, 2))
+            for key in moved:
+                side.change(key, volume.folder / key)
+                setattr(side, key, volume.folder / key)
+            side.change("encoder", self.encoder)
+            side.change("patience", "60")
+            side.change("backups", self.random.choice(("yes", "no")))
+            path = pair.root / side.name / "references" / "Base.AXR"
+            path.parent.mkdir()
+            path.write_bytes(reference)
+            side.change("reference_path", path)
+        self.reference = reference
+        self.directions = [self.direction(pair.field, pair.enterprise, pair.to_enterprise),
+                           self.direction(pair.enterprise, pair.field, pair.to_field)]
+
+    def direction(self, sender, receiver, remote):
+        folders = {OUTBOX: sender.outbox, SEND: sender.send, REMOTE: remote, RECEIVE: receiver.receive,
+                   INBOX: receiver.inbox}
+        beside = [receiver.receive.with_name(f"{receiver.receive.name}.{ending}") for ending in ("backups", "refused")]
+        kept = [receiver.receive / "Backup", *beside, sender.send.with_name(f"{sender.send.name}.older")]
+        return Direction(sender.outbox, Packets(folders, kept, self.decode_difference))
+
+    def decode_difference(self, path):
+        output = self.pair.scratch / f"decoded-{threading.get_ident()}"
+        output.unlink(missing_ok=True)
+        reference = self.pair.root / "field" / "references" / "Base.AXR"
+        support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
+        return output.read_bytes() if output.exists() else None
+
+    # --- What happens in a round --------------------------------------------------------------------------
+
+    @property
+    def sides(self):
+        return [self.pair.field, self.pair.enterprise]
+
+    def put_packets(self):
+        for direction in self.directions:
+            for name in self.random.sample(NAMES, self.random.randint(0, 3)):
+                self.put(direction, name)
+
+    def put(self, direction, name):
+        """As a program saves it: whole under another name, then renamed."""
+        content = self.random.randbytes(self.random.choice(SIZES)) + self.reference[:self.random.choice((0, 15_000))]
+        path = direction.outbox / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        draft = direction.outbox.with_name(f"draft-{self.made}")
+        draft.write_bytes(content)
+        self.made += 1
+        # In the order in which they are made, whatever the clock of the machine does.
+        os.utime(draft, (1_600_000_000 + 10 * self.made,) * 2)
+        # A version that its own author replaces before it was added is nobody's loss.
+        if path.is_file() and (version := direction.packets.version_in(path)):
+            direction.replaced.add(version)
+        direction.packets.make(name, content)
+        os.replace(draft, path)
+
+    def start(self, side):
+        process = support.start("run", side.settings)
+        self.running.append(process)
+        return process
+
+    def wait(self, process):
+        try:
+            process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.wait()
+            raise Finding(f"a cycle hangs: {support.finish(process)}") from None
+        outcome = support.finish(process)
+        self.said.append(str(outcome))
+        if process.returncode not in (0, 1, 2, -signal.SIGKILL):
+            raise Finding(f"a cycle ended with {process.returncode}")
+
+    def cycles(self):
+        """Both sides, in one of the orders or at the same time."""
+        self.running = []
+        sides = self.random.sample(self.sides, 2)
+        if self.random.random() < 0.4:
+            for process in [self.start(side) for side in sides]:
+                self.wait(process)
+        else:
+            for side in sides:
+                self.wait(self.start(side))
+
+    def round(self, name):
+        self.said = []
+        self.put_packets()
+        with TROUBLES[name](self):
+            self.cycles()
+        self.check()
+
+    def run_until_quiet(self):
+        for _ in range(CYCLES_TO_QUIET):
+            for side in self.sides:
+                self.running = []
+                self.wait(self.start(side))
+            self.check()
+            if all(self.is_delivered(direction) for direction in self.directions):
+                return
+        raise Finding("not delivered: " + "; ".join(self.waiting()))
+
+    # --- What must hold -----------------------------------------------------------------------------------
+
+    def check(self):
+        for direction in self.directions:
+            found = direction.packets.find()
+            for version in direction.packets.versions.values():
+                if not self.is_safe(direction, version, found):
+                    raise Finding(f"lost: {version}")
+            # What a cut transfer left on a server, and what was received of it, is replaced once its source comes.
+            for place, path in () if self.server else found.strangers:
+                raise Finding(f"no version of its packet in the {PLACE_NAMES[place]}: {path}")
+            for packet, number in found.delivered.items():
+                if number < direction.delivered.get(packet, 0):
+                    raise Finding(f"older: {packet} {number} over {direction.delivered[packet]}")
+                direction.delivered[packet] = number
+
+    def is_safe(self, direction, version, found):
+        """It is somewhere, or a newer one is beyond the outbox, which takes its place."""
+        return (bool(found.places(version)) or version in direction.replaced
+                or direction.delivered.get(version.packet, -1) > version.number
+                or any(found.places(newer) - {OUTBOX} for newer in direction.packets.versions.values()
+                       if newer.packet == version.packet and newer.number > version.number))
+
+    def is_delivered(self, direction):
+        found = direction.packets.find()
+        waits = any(places & {OUTBOX, SEND, REMOTE, RECEIVE} for places in found.versions.values())
+        return not waits and not found.strangers and all(
+            INBOX in found.places(version) for version in direction.packets.newest())
+
+    def waiting(self):
+        for direction in self.directions:
+            found = direction.packets.find()
+            for version in direction.packets.newest():
+                places = found.places(version)
+                if INBOX not in places or places & {OUTBOX, SEND, REMOTE, RECEIVE}:
+                    yield f"{version} in {[PLACE_NAMES[place] for place in sorted(places)]}"
+            for place, path in found.strangers:
+                yield f"{path} in the {PLACE_NAMES[place]}"
+
+    # --- Tools of troubles --------------------------------------------------------------------------------
+
+    def some_folders(self):
+        """The folders that packets pass, without the server's."""
+        places = [SEND, RECEIVE, INBOX] + ([] if self.server else [REMOTE])
+        return [direction.packets.folders[place] for direction in self.directions for place in places]
+
+    def some_file(self):
+        files = [path for folder in self.some_folders() + [direction.outbox for direction in self.directions]
+                 if folder.is_dir() for path in folder.rglob("*") if path.is_file()]
+        return self.random.choice(files) if files else None
+
+    @contextlib.contextmanager
+    def after_a_moment(self, action):
+        """Runs an action in the middle of what the block does."""
+        timer = threading.Timer(self.random.uniform(0.05, 1.2), action)
+        timer.start()
+        try:
+            yield
+        finally:
+            timer.cancel()
+            timer.join()
+
+
+@trouble
+def none(world):
+    yield
+
+
+@trouble
+def killed_hosts(world):
+    def kill():
+        for process in world.running:
+            process.kill()
+    with world.after_a_moment(kill):
+        yield
+
+
+@trouble
+def killed_server(world):
+    if not world.server:
+        yield from killed_hosts(world)
+        return
+    with world.after_a_moment(world.server.kill):
+        yield
+    if world.server.process:
+        world.server.kill()
+    world.server.start()
+
+
+@trouble
+def cut_lines(world):
+    if not world.server:
+        yield
+        return
+    command, reply = world.random.choice(((b"STOR", b"150"), (b"STOR", b"226"), (b"RETR", b"150"), (b"RETR", b"226"),
+                                          (b"DELE", b"250"), (b"LIST", b"226"), (b"CWD", b"250")))
+    proxy = BendingProxy(world.pair, world.server, command, reply)
+    for side in world.sides:
+        side.change("server", proxy.address)
+    yield
+    for side in world.sides:
+        side.change("server", world.server.address)
+    proxy.listener.close()
+
+
+@trouble
+def full_disk(world):
+    volume = world.random.choice(world.volumes)
+    filler = volume / "filler"
+    with contextlib.suppress(OSError), filler.open("wb") as file:
+        file.write(bytes((VOLUME << 20) - world.random.randint(0, 60_000)))
+        file.write(bytes(VOLUME << 20))
+    yield
+    filler.unlink()
+
+
+@trouble
+def held_file(world):
+    path = world.some_file()
+    if not path:
+        yield
+        return
+    try:
+        holder = Holder(world.pair, path, *world.random.choice(((), ("write",))))
+    except AssertionError:
+        yield
+        return
+    yield
+    holder.release()
+
+
+@trouble
+def protected_file(world):
+    path = world.some_file()
+    if not path:
+        yield
+        return
+    mode = path.stat().st_mode
+    path.chmod(0o444)
+    yield
+    if path.exists():
+        path.chmod(mode)
+
+
+@trouble
+def removed_folders(world):
+    """Empty ones: who removes packets loses them."""
+    def remove():
+        for folder in world.some_folders():
+            with contextlib.suppress(OSError):
+                if not any(path.is_file() for path in folder.rglob("*")):
+                    subprocess.run(["find", folder, "-depth", "-type", "d", "-empty", "-delete"], check=False,
+                                   stderr=subprocess.DEVNULL)
+    with world.after_a_moment(remove):
+        yield
+
+
+@trouble
+def file_in_place_of_a_folder(world):
+    folder = world.random.choice(world.some_folders())
+    moved = folder.exists() and not any(folder.iterdir())
+    if moved:
+        folder.rmdir()
+        folder.write_bytes(b"in the way")
+    yield
+    if moved and folder.is_file():
+        folder.unlink()
+        folder.mkdir()
+
+
+@trouble
+def changed_settings(world):
+    """From now on."""
+    for side in world.sides:
+        world.encoder = world.random.choice(ENCODERS)
+        side.change("encoder", world.encoder)
+        side.change("backups", world.random.choice(("yes", "no")))
+    yield
+
+
+@trouble
+def packets_saved_meanwhile(world):
+    with world.after_a_moment(world.put_packets):
+        yield
+
+
+@trouble
+def other_times(world):
+    """A clock that was set: everything that waits seems to be of another time."""
+    moment = world.random.choice((315_532_800, 1_000_000_000, 2_000_000_000))
+    for direction in world.directions:
+        for place in (SEND, REMOTE):
+            folder = direction.packets.folders[place]
+            for path in folder.rglob("*") if folder.is_dir() else ():
+                if path.is_file():
+                    os.utime(path, (moment,) * 2)
+    yield
+
+
+class Torture:
+    def __init__(self, arguments):
+        self.arguments = arguments
+        self.left = arguments.rounds
+        self.stopped = False
+        self.failed = False
+        self.rounds = collections.Counter()
+        self.kinds = collections.Counter()
+        self.lock = threading.Lock()
+
+    def take_round(self):
+        with self.lock:
+            if self.stopped or self.left == 0:
+                return False
+            self.left -= 1
+            return True
+
+    def say(self, text):
+        with self.lock:
+            print(text, flush=True)
+
+    def work(self, worker):
+        number = 0
+        while not self.stopped and self.left != 0:
+            number += 1
+            self.one_world(f"{self.arguments.seed}.{worker}.{number}" if not self.arguments.world else self.arguments.world)
+            if self.arguments.world:
+                break
+
+    def one_world(self, seed):
+        try:
+            world = World(seed)
+        except unittest.SkipTest as reason:
+            return self.say(f"{seed}: skipped: {reason}")
+        story = []
+        try:
+            for number in range(1, ROUNDS_OF_A_WORLD + 1):
+                if not self.take_round():
+                    break
+                name = world.random.choice(list(TROUBLES))
+                story.append(name)
+                world.round(name)
+                self.rounds[name] += 1
+                self.kinds[world.kind] += 1
+                if number % ROUNDS_TO_QUIET == 0:
+                    world.run_until_quiet()
+            world.run_until_quiet()
+        except Finding as finding:
+            self.tell(world, seed, story, finding)
+        finally:
+            world.close()
+
+    def tell(self, world, seed, story, finding):
+        self.failed = True
+        logs = "".join(f"--- {side.name}.log\n{side.log[-3000:]}\n" for side in world.sides)
+        self.say(f"FOUND in world {seed} ({world.kind}), round {len(story)} ({story[-1]}): {finding}\n"
+                 f"troubles before: {', '.join(story[-6:])}\n" + "\n".join(world.said[-4:]) + "\n" + logs)
+        if self.arguments.keep:
+            shutil.copytree(world.pair.scratch, self.arguments.keep / seed, dirs_exist_ok=True)
+
+    def run(self):
+        with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+            for task in [pool.submit(self.work, worker) for worker in range(1 if self.arguments.world else WORKERS)]:
+                task.result()
+
+    def report(self):
+        yield f"seed {self.arguments.seed}: {sum(self.rounds.values())} rounds"
+        yield from (f"{count:7} rounds with {name}" for name, count in sorted(self.rounds.items()))
+        yield from (f"{count:7} rounds of {name}" for name, count in sorted(self.kinds.items()))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.partition("\n\n")[0])
+    parser.add_argument("build", type=pathlib.Path, help="folder of the build, such as build/win64")
+    parser.add_argument("--rounds", type=int, default=-1, help="after which it ends (default: none)")
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 32), help="(default: another one each time)")
+    parser.add_argument("--world", help="only the installations that a finding names, with the same choices")
+    parser.add_argument("--keep", type=pathlib.Path, help="folder for the folders of findings")
+    arguments = parser.parse_args()
+    support.BIN = arguments.build.resolve() / "bin"
+    support.fresh_pair()
+    if MEMORY.is_dir():
+        tempfile.tempdir = str(MEMORY)
+    torture = Torture(arguments)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: setattr(torture, "stopped", True))
+    began = time.monotonic()
+    try:
+        torture.run()
+    finally:
+        print("\n".join(torture.report()), f"\n{time.monotonic() - began:.0f} s", flush=True)
+    sys.exit(1 if torture.failed else 0)
+
+
+if __name__ == "__main__":
+    main()
