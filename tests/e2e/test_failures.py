@@ -1,8 +1,13 @@
 """Folders and files that are in the way, locked or gone: what cannot be moved is named and never lost."""
 import os
 import shutil
+import sys
 
+import support
 from support import Holder, HostTest, Mount, WAITING, arriving, files_below, finish, wait_until, windows
+
+sys.path.append(str(support.ROOT / "tests" / "faults"))
+from cases import ACCESS_DENIED, Fault, Mode, count_plan, read_calls  # noqa: E402
 
 
 class RemoteFolderTest(HostTest):
@@ -127,6 +132,31 @@ class ObstacleTest(HostTest):
         self.assertIn("stays in outbox", self.assert_trouble(self.field).output)
         self.assertTrue(packet.exists())
         obstacle.unlink()
+        self.assert_next_cycle_delivers()
+
+
+class FaultTest(HostTest):
+    """One call of a run fails, whatever the file system would say to it."""
+
+    def run_with(self, plan):
+        log = self.scratch / "calls.log"
+        environment = {**os.environ, "ZN_FAULT": plan, "ZN_FAULT_LOG": windows(log)}
+        outcome = support.run(support.BIN / "znhost.exe", "run", self.field.settings,
+                              program=support.BIN.parent / "tests" / "faults.exe", env=environment)
+        return outcome, read_calls(log)
+
+    def test_a_folder_that_cannot_be_listed_leaves_the_others(self):
+        self.put(self.field, "a.mdb", "closed/b.mdb", "open/c.mdb")
+        closed = windows(self.field.outbox / "closed")
+        shutil.copytree(self.root, self.scratch / "saved")
+        number, = (call.number for call in self.run_with(count_plan(False))[1]
+                   if call.function == "FindFirstFileExW" and closed in call.path)
+        shutil.rmtree(self.root)
+        shutil.copytree(self.scratch / "saved", self.root)
+        outcome, _ = self.run_with(Fault(number, Mode.FAIL, ACCESS_DENIED).plan(False))
+        self.assertEqual((outcome.code, outcome.packets),
+                         (1, {("out", "closed"): "not added", ("out", "a.mdb"): "sent", ("out", "open/c.mdb"): "sent"}))
+        self.assertIn(f"({closed})", outcome.output)
         self.assert_next_cycle_delivers()
 
 

@@ -29,7 +29,7 @@ sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 import support  # noqa: E402
 from ftp import BendingProxy  # noqa: E402
 from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets  # noqa: E402
-from stage import FolderStage, FtpStage  # noqa: E402
+from stage import FolderStage, FtpStage, file_text  # noqa: E402
 from support import Holder, Mount  # noqa: E402
 
 WORKERS = 2
@@ -160,11 +160,11 @@ class World:
         try:
             process.wait(PATIENCE)
         except subprocess.TimeoutExpired:
+            raise Finding("a cycle hangs") from None
+        finally:
             process.kill()
             process.wait()
-            raise Finding(f"a cycle hangs: {support.finish(process)}") from None
-        outcome = support.finish(process)
-        self.said.append(str(outcome))
+            self.said += [file_text(file) for file in process.outputs.values()]
         if process.returncode not in (0, 1, 2, -signal.SIGKILL):
             raise Finding(f"a cycle ended with {process.returncode}")
 
@@ -451,7 +451,7 @@ class Torture:
         self.failed = True
         logs = "".join(f"--- {side.name}.log\n{side.log[-3000:]}\n" for side in world.sides)
         self.say(f"FOUND in world {seed} ({world.kind}), round {len(story)} ({story[-1]}): {finding}\n"
-                 f"troubles before: {', '.join(story[-6:])}\n" + "\n".join(world.said[-4:]) + "\n" + logs)
+                 f"troubles before: {', '.join(story[-6:])}\n" + "".join(world.said[-4:]) + "\n" + logs)
         if self.arguments.keep:
             shutil.copytree(world.pair.scratch, self.arguments.keep / seed, dirs_exist_ok=True)
 

@@ -22,15 +22,14 @@ struct Resources {
     int blocks = 0;   ///< of memory, on all heaps
 };
 
+inline BOOL CALLBACK CountWindow(HWND, LPARAM count) {
+    ++*reinterpret_cast<int*>(count);
+    return TRUE;
+}
+
 inline Resources ResourcesInUse() {
     Resources now{HandlesInUse()};
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND, LPARAM count) -> BOOL {
-            ++*reinterpret_cast<int*>(count);
-            return TRUE;
-        },
-        reinterpret_cast<LPARAM>(&now.windows));
+    EnumThreadWindows(GetCurrentThreadId(), &CountWindow, reinterpret_cast<LPARAM>(&now.windows));
     for (HWND window = nullptr; (window = FindWindowExW(HWND_MESSAGE, window, nullptr, nullptr)) != nullptr;)
         if (GetWindowThreadProcessId(window, nullptr) == GetCurrentThreadId()) ++now.windows;
     std::array<HANDLE, 64> heaps{};
