@@ -174,6 +174,13 @@ void DeleteTree(const std::wstring& folder, Where where) {
     RemoveFolder(folder, where);
 }
 
+void MakeWritable(const std::wstring& path, Where where) {
+    const DWORD attributes = Attributes(path);
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_READONLY)) return;
+    if (!SetFileAttributesW(Extended(path).c_str(), attributes & ~FILE_ATTRIBUTE_READONLY))
+        throw SystemError(GetLastError(), "set the attributes of", path, where);
+}
+
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly, Where where) {
     const std::wstring file = Extended(path);
     const DWORD error = readOnly == ReadOnlyFiles::Delete

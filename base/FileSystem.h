@@ -64,6 +64,9 @@ void DeleteTree(const std::wstring& folder, Where where = Where::current());
 
 enum class ReadOnlyFiles { Keep, Delete };
 
+/// Lifts a file's read-only attribute where there is a file that has it.
+void MakeWritable(const std::wstring& path, Where where = Where::current());
+
 void DeleteFile(const std::wstring& path, ReadOnlyFiles readOnly = ReadOnlyFiles::Keep,
                 Where where = Where::current());
 /// Deletes a file, also a read-only one, that is only in the way; a failure shows in what is still there.

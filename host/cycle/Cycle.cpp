@@ -121,6 +121,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
     m_ledger.NoteAdded(file);
     const Hindrance notLeft = Try([&] {
+        sendFolder.MakeRemovable(file);
         older->Replaced();
         LeaveOutbox(file, block);
         return true;

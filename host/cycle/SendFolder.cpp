@@ -70,6 +70,10 @@ void SendFolder::RecoverAside() const {
     base::RemoveEmptyFolders(m_aside);
 }
 
+void SendFolder::MakeRemovable(const base::TreeFile& packet) const {
+    FileSystem::MakeWritable(WaitingPath(packet));
+}
+
 SendFolder::OlderVersions::OlderVersions(const SendFolder& folder, const base::TreeFile& packet)
     : m_folder(folder) {
     const std::wstring key = base::Upper(packet.RelativePath());

@@ -36,6 +36,9 @@ public:
         bool m_replaced = false;
     };
 
+    /// The transport deletes no read-only file: a packet that waits as one would be sent in each cycle anew.
+    void MakeRemovable(const base::TreeFile& packet) const;
+
 private:
     using Packets = std::map<std::wstring, std::vector<base::TreeFile>>;  // by packet, in capitals
 

@@ -137,7 +137,7 @@ class World:
 
     def put(self, direction, name):
         """As a program saves it: whole under another name, then renamed."""
-        content = self.random.randbytes(self.random.choice(SIZES)) + self.reference[:self.random.choice((0, 15_000))]
+        content = b"%d " % self.made + self.random.randbytes(self.random.choice(SIZES)) + self.reference[:self.random.choice((0, 15_000))]
         path = direction.outbox / name
         path.parent.mkdir(parents=True, exist_ok=True)
         draft = direction.outbox.with_name(f"draft-{self.made}")
@@ -333,11 +333,10 @@ def protected_file(world):
     if not path:
         yield
         return
-    mode = path.stat().st_mode
     path.chmod(0o444)
     yield
-    if path.exists():
-        path.chmod(mode)
+    # Copies take the protection over.
+    subprocess.run(["chmod", "-R", "u+w", world.pair.scratch], check=True)
 
 
 @trouble
