@@ -1,8 +1,12 @@
 // Whatever the command line is, the parser invents nothing: each option and parameter stands in the text.
+// What is put into quotes comes back as it was.
 #include "cmdline/CommandLine.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include <vector>
+
+#include "cipher/TextBytes.h"
+#include "tests/fuzz/FuzzInput.h"
+#include "tests/fuzz/Require.h"
 
 namespace {
 
@@ -16,19 +20,53 @@ public:
     void Parameter(std::wstring value) override { Check(value); }
 
 private:
-    void Check(std::wstring_view part) const {
-        if (text_.find(part) == std::wstring_view::npos) abort();
-    }
+    void Check(std::wstring_view part) const { Require(text_.find(part) != std::wstring_view::npos); }
     std::wstring_view text_;
 };
+
+/// An option, or without a name a parameter.
+struct Item {
+    std::wstring name;
+    std::wstring value;
+
+    std::wstring Text() const { return (name.empty() ? L"" : L"/" + name + L"=") + L'"' + value + L'"'; }
+    bool operator==(const Item&) const = default;
+};
+
+class Collector final : public CommandLine::Receiver {
+public:
+    void Option(const std::wstring& name, std::wstring value) override {
+        items.push_back({name, std::move(value)});
+    }
+    void Parameter(std::wstring value) override { items.push_back({L"", std::move(value)}); }
+
+    std::vector<Item> items;
+};
+
+Item TakeItem(FuzzInput& input) {
+    constexpr std::wstring_view kNameCharacters = L"aZ09_?";
+    std::wstring name;
+    for (auto letters = input.Between(0, 3); letters > 0; --letters)
+        name += kNameCharacters[input.Between<std::size_t>(0, kNameCharacters.size() - 1)];
+    return {name, input.WideTextWithout(L"\"")};
+}
+
+void RoundTrip(FuzzInput&& input) {
+    std::vector<Item> items;
+    std::wstring text = L'"' + input.WideTextWithout(L"\"") + L'"';
+    while (!input.IsEmpty())
+        text += L" " + items.emplace_back(TakeItem(input)).Text();
+    Collector found;
+    CommandLine::Parse(CommandLine::Arguments(text), found);
+    Require(found.items == items);
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    std::wstring text;
-    for (size_t i = 0; i + 1 < size; i += 2)
-        text += static_cast<wchar_t>(data[i] | data[i + 1] << 8);
+    const std::wstring text = TextOf({data, size});
     Checker checker(CommandLine::Arguments(text));
     CommandLine::Parse(CommandLine::Arguments(text), checker);
+    RoundTrip(FuzzInput(data, size));
     return 0;
 }

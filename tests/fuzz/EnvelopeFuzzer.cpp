@@ -1,18 +1,14 @@
 // Whatever is deciphered is no longer than its envelope, hexadecimal text stands for as many bytes as it has
 // pairs, and what is enciphered comes back.
 #include <algorithm>
-#include <cstdlib>
 
 #include "cipher/Envelope.h"
 #include "cipher/TextBytes.h"
+#include "tests/fuzz/Require.h"
 
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-void Require(bool condition) {
-    if (!condition) abort();
-}
 
 void Decipher(const Envelope& envelope, Bytes data, Bytes password) {
     const auto message = envelope.DecryptData(data, password);

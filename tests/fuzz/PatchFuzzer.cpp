@@ -1,9 +1,11 @@
 // Any delta is refused, or makes no more bytes than it says. Most inputs are the frames alone and get a
-// header and checksums that fit, as random ones would never pass the checksum.
+// header and checksums that fit, as random ones would never pass the checksum. What one makes can be made
+// into a delta again.
 #include "companions/delta/Patch.h"
 
 #include <algorithm>
 
+#include "companions/delta/MakeDelta.h"
 #include "tests/fuzz/BoundedSink.h"
 
 using namespace companions::delta;
@@ -37,6 +39,16 @@ std::vector<std::uint8_t> DeltaOf(std::uint64_t outputSize, Bytes frames) {
     return delta;
 }
 
+void MakeAgain(const std::vector<std::uint8_t>& output) {
+    const MemorySource reference(Reference());
+    base::MemorySink delta;
+    MakeDelta(reference, MemorySource(output), delta);
+    const MemorySource again(delta.Written());
+    BoundedSink restored(output.size());
+    Patch(again, reference).Apply(restored);
+    Require(restored.Written() == output);
+}
+
 void Apply(Bytes bytes) try {
     const MemorySource delta(bytes);
     const MemorySource reference(Reference());
@@ -44,6 +56,7 @@ void Apply(Bytes bytes) try {
     BoundedSink output(DecodedHeader(bytes).outputSize);
     patch.Apply(output);
     output.Finish();
+    MakeAgain(output.Written());
 } catch (const DamagedDelta&) {
 } catch (const WrongReference&) {
 }

@@ -1,6 +1,9 @@
-// Whatever an archive says, nothing lands outside of the folder, and no file is longer than announced.
+// Whatever an archive says, nothing lands outside of the folder, and no file is longer than announced. What
+// was extracted can be packed again, and means the same then.
 #include "companions/support/Fields.h"
 #include "companions/zip/ArchiveReader.h"
+#include "companions/zip/ArchiveWriter.h"
+#include "companions/zip/DosTime.h"
 #include "companions/zip/PacketArchive.h"
 #include "tests/fuzz/BoundedSink.h"
 
@@ -11,9 +14,25 @@ namespace {
 void CheckStaysInside(const std::wstring& path) {
     const std::wstring guarded = L"\\" + path + L"\\";
     // Neither a root, nor a drive, nor a way up.
-    if (guarded.find(L"\\\\") != guarded.npos || guarded.find(L':') != guarded.npos ||
-        guarded.find(L"\\..\\") != guarded.npos)
-        abort();
+    Require(guarded.find(L"\\\\") == guarded.npos && guarded.find(L':') == guarded.npos &&
+            guarded.find(L"\\..\\") == guarded.npos);
+}
+
+/// At most 100 KB again, so that the time goes into different archives.
+void PackAgain(const zip::Entry& entry, const std::wstring& path, base::Bytes content) {
+    if (content.size() > 100'000) return;
+    const std::string name = zip::EntryName(path, zip::Paths::Keep);
+    base::MemorySink archive;
+    zip::ArchiveWriter writer(archive, 1);
+    writer.Add(name, base::MemorySource(content), entry.time);
+    writer.Finish();
+
+    const base::MemorySource source(archive.Written());
+    const zip::ArchiveReader reader(source);
+    const zip::Entry& again = reader.Entries().at(0);
+    Require(again.size == content.size() && again.crc == entry.crc);
+    Require(zip::ToDosTime(again.time).date == zip::ToDosTime(entry.time).date);
+    Require(zip::TargetPath(again.name, zip::Paths::Keep) == path);
 }
 
 void Extract(const zip::ArchiveReader& reader, const zip::Target& target) try {
@@ -21,6 +40,7 @@ void Extract(const zip::ArchiveReader& reader, const zip::Target& target) try {
     BoundedSink sink(target.entry->size);
     reader.Extract(*target.entry, sink);
     sink.Finish();
+    PackAgain(*target.entry, target.path, sink.Written());
 } catch (const FormatError&) {
 }
 
