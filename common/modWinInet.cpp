@@ -1,13 +1,12 @@
 // See modWinInet.h.
 #include "common/modWinInet.h"
 
-#include <algorithm>
 #include <array>
 #include <cwchar>
 #include <string_view>
-#include <vector>
 
 #include "base/Text.h"
+#include "common/FtpReply.h"
 
 namespace {
 
@@ -30,30 +29,6 @@ HINTERNET WINAPI FindFirstUnderWine(HINTERNET connection, LPCSTR pattern, LPWIN3
     const HINTERNET find = ::FtpFindFirstFileA(connection, pattern, found, flags, context);
     if (!find && GetLastError() == ERROR_SUCCESS) SetLastError(ERROR_NO_MORE_FILES);
     return find;
-}
-
-/// The codes that the lines of a reply begin with; it may begin with replies to earlier steps.
-std::vector<std::wstring> ReplyCodes(const std::wstring& reply) {
-    std::vector<std::wstring> codes;
-    for (size_t line = 0; line < reply.size(); line = std::min(reply.find(L'\n', line), reply.size() - 1) + 1)
-        if (reply.find_first_not_of(L"0123456789", line) == line + 3) codes.push_back(reply.substr(line, 3));
-    return codes;
-}
-
-/// Whether a server's reply to a search says that there is nothing: its list is complete without an entry, or
-/// there is no such file. Of a whole folder that must be said in so many words: the folder may be missing.
-bool TellsOfNothing(const std::wstring& reply, bool isWholeFolder) {
-    constexpr auto kNothing = std::to_array<std::wstring_view>(
-        {L"NO FILES", L"NO SUCH FILE", L"NOT FOUND", L"CANNOT FIND", L"NOT EXIST"});
-    constexpr std::wstring_view kPattern = L"*.*";  // of a whole folder; it may have travelled to the server
-    const std::vector<std::wstring> codes = ReplyCodes(reply);
-    if (codes.empty()) return false;
-    if (codes.back() == L"226" || codes.back() == L"250")
-        return std::ranges::none_of(codes, [](const std::wstring& code) { return code >= L"400"; });
-    if (codes.back() != L"450" && codes.back() != L"550") return false;
-    const std::wstring text = base::Upper(reply.substr(reply.rfind(codes.back())));
-    const auto told = [&](auto words) { return text.find(words) != std::wstring::npos; };
-    return isWholeFolder && !told(kPattern) ? told(kNothing.front()) : std::ranges::any_of(kNothing, told);
 }
 
 }  // namespace
@@ -110,9 +85,4 @@ std::wstring LastResponse() {
 
 std::wstring ReplyOf(DWORD error) {
     return error == ERROR_INTERNET_EXTENDED_ERROR ? LastResponse() : std::wstring();
-}
-
-std::wstring ReplyCode(const std::wstring& reply) {
-    const std::vector<std::wstring> codes = ReplyCodes(reply);
-    return codes.empty() ? std::wstring() : codes.back();
 }

@@ -69,5 +69,3 @@ using InternetHandle = base::UniqueHandle<InternetHandleTraits>;
 std::wstring LastResponse();
 /// The same of a call that failed with an error; empty where that is not the server's.
 std::wstring ReplyOf(DWORD error);
-/// The code that a reply ends with, "552"; one may begin with replies to earlier steps.
-std::wstring ReplyCode(const std::wstring& reply);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "base/Error.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "common/FtpReply.h"
 #include "common/modMain.h"
 
 using base::ToSystemCodePage;
@@ -214,25 +214,16 @@ bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
 
 /// What a server answers to a command that asks for one property of a file.
 std::wstring FtpConnection::FileStatus(const wchar_t* command, const std::wstring& name) const {
-    constexpr std::wstring_view kFileStatus = L"213 ";
     HINTERNET noData = nullptr;
     if (!WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
                                CommandText(std::wstring(command).append(L" ").append(name)).c_str(), 0,
                                &noData))
         return {};
-    const std::wstring reply = LastResponse();
-    const size_t start = reply.rfind(kFileStatus);
-    if (start == std::wstring::npos) return {};
-    const size_t value = start + kFileStatus.size();
-    return reply.substr(value, reply.find_first_of(L" \r\n", value) - value);
+    return FileStatusIn(LastResponse());
 }
 
 std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) const {
-    const std::string digits = ToSystemCodePage(FileStatus(L"SIZE", name));
-    std::uint64_t size = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), size);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return size;
+    return SizeIn(FileStatus(L"SIZE", name));
 }
 
 std::wstring FtpConnection::LastWriteOf(const std::wstring& name) const { return FileStatus(L"MDTM", name); }

@@ -1,15 +1,13 @@
 // See FtpReceiver.h.
 #include "ftp/FtpReceiver.h"
 
-#include <cwchar>
-
 #include "base/Arrival.h"
 #include "base/File.h"
 #include "base/FileMoves.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
-#include "base/WindowsTime.h"
+#include "common/FtpReply.h"
 #include "common/modMain.h"
 #include "ftp/ShownProcedure.h"
 
@@ -22,17 +20,6 @@ bool IsFolder(const FileSystem::FileEntry& entry) {
 /// The folder that is listed, or the one above it.
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
-}
-
-/// When a file was written, as servers tell it: "20261231235959", in UTC. Nothing where they do not.
-std::optional<base::FileTime> TimeIn(const std::wstring& lastWrite) {
-    SYSTEMTIME time{};
-    FILETIME file;
-    if (swscanf(lastWrite.c_str(), L"%4hu%2hu%2hu%2hu%2hu%2hu", &time.wYear, &time.wMonth, &time.wDay,
-                &time.wHour, &time.wMinute, &time.wSecond) != 6 ||
-        !SystemTimeToFileTime(&time, &file))
-        return std::nullopt;
-    return base::FromWindowsTime(file);
 }
 
 /// The server's copy goes next. Its time stays with the packet: it tells which of two versions is newer.

@@ -9,6 +9,7 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "base/WriteBlock.h"
+#include "common/FtpReply.h"
 #include "ftp/ShownProcedure.h"
 
 namespace {

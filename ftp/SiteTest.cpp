@@ -4,6 +4,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/SystemError.h"
+#include "common/FtpReply.h"
 #include "common/Report.h"
 #include "ftp/FtpConnection.h"
 #include "services/Branding.h"

@@ -72,8 +72,8 @@ bool clsTransporter::ProvideFolder(const std::wstring& folder) const {
 /// The first one whose extension is that of the file; it is the one that hosts are shown from then on.
 ComPtr<IZNEncoder> clsTransporter::EncoderFor(ExtensionMember extensionOf, const std::wstring& fileName) {
     const std::wstring extension = base::Upper(Path::LastFour(fileName));
-    // The getter is the host's, and may assign more of them.
-    for (size_t i = 0; i < m_encoders.size(); ++i) {  // NOLINT(modernize-loop-convert)
+    // NOLINTNEXTLINE(modernize-loop-convert): the getter is the host's, and may assign more of them.
+    for (size_t i = 0; i < m_encoders.size(); ++i) {
         ComPtr<IZNEncoder> encoder = m_encoders[i];
         if (base::Upper(com::Get<std::wstring>(extensionOf, encoder.Get())) != extension) continue;
         m_shownEncoder = encoder;

@@ -1,0 +1,33 @@
+// What is read of the replies of FTP servers.
+#include "common/FtpReply.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(FtpReply, AFileStatusIsWhatItsLineTells) {
+    for (const wchar_t* reply : {L"213 1213", L"213 1213\r\n", L"213 1213 \r\n", L"213 1213 bytes, 213 more",
+                                 L"150 213 7\r\n213 7\r\n213 1213\n"})
+        EXPECT_EQ(FileStatusIn(reply), L"1213") << testing::PrintToString(std::wstring(reply));
+    for (const wchar_t* reply : {L"", L"213", L"550 213 7", L"213 "})
+        EXPECT_EQ(FileStatusIn(reply), L"") << testing::PrintToString(std::wstring(reply));
+}
+
+TEST(FtpReply, SizesHave64Bits) {
+    EXPECT_EQ(SizeIn(L"0"), 0U);
+    EXPECT_EQ(SizeIn(L"18446744073709551615"), ~std::uint64_t{0});
+    for (const wchar_t* status : {L"", L"18446744073709551616", L"20000000000000000000", L"-1", L"1x", L" 1"})
+        EXPECT_EQ(SizeIn(status), std::nullopt) << testing::PrintToString(std::wstring(status));
+}
+
+TEST(FtpReply, TimesAreThoseOfACalendar) {
+    const auto leapDay = std::chrono::sys_days(std::chrono::year(2024) / 2 / 29);
+    for (const wchar_t* status : {L"20240229010203", L"20240229010203.456"})
+        EXPECT_EQ(TimeIn(status), base::FileTime(leapDay + std::chrono::seconds(3723)));
+    for (const wchar_t* status :
+         {L"", L"2024022901020", L"20230229010203", L"20241301010203", L"20240229240000", L"20240229016000",
+          L"20240229010060", L"16001231235959", L"2024022901 203", L"-0240229010203"})
+        EXPECT_EQ(TimeIn(status), std::nullopt) << testing::PrintToString(std::wstring(status));
+}
+
+}  // namespace
