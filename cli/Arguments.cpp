@@ -5,9 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 
-#include "base/Console.h"
 #include "base/Utf8.h"
 
 namespace cli {
@@ -22,13 +20,6 @@ std::string ToParser(const std::wstring& argument) {
     std::string text = base::ToUtf8(argument);
     return text.starts_with('[') && text.ends_with(']') ? kLiteral + text : text;
 }
-
-std::string WithoutMarks(std::string text) {
-    std::erase(text, kLiteral);
-    return text;
-}
-
-std::wstring FromParser(const std::string& text) { return base::FromUtf8(WithoutMarks(text)); }
 
 }  // namespace
 
@@ -67,18 +58,12 @@ void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) {
     app.parse(reversed);
 }
 
-std::wstring Description(const CLI::ParseError& error) { return FromParser(error.what()); }
-
-std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error) {
-    std::ostringstream answer;
-    std::ostringstream complaint;
-    const bool isWrong = app.exit(error, answer, complaint) != 0;
-    std::string text = WithoutMarks((isWrong ? complaint : answer).str());
-    while (text.ends_with('\n'))
-        text.pop_back();
-    if (isWrong) return base::FromUtf8(text);
-    Console::Line(base::FromUtf8(text));
-    return std::nullopt;
+std::wstring FromParser(const std::string& text) {
+    std::string unmarked = text;
+    std::erase(unmarked, kLiteral);
+    return base::FromUtf8(unmarked);
 }
+
+std::wstring Description(const CLI::ParseError& error) { return FromParser(error.what()); }
 
 }  // namespace cli

@@ -1,7 +1,6 @@
-// What the command lines of all programs have in common. CLI11, which reads them, speaks UTF-8.
+// What the command lines of all programs have in common. CLI11, which reads them, speaks UTF-8. Portable.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,9 +27,9 @@ CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::w
 
 /// arguments: without the program's own name. Throws CLI::ParseError, after --help and --version, too.
 void Parse(CLI::App& app, const std::vector<std::wstring>& arguments);
+/// Text of the parser as it was given.
+std::wstring FromParser(const std::string& text);
 /// What is wrong, without how to get help.
 std::wstring Description(const CLI::ParseError& error);
-/// Prints the help or version that was asked for; otherwise returns what is wrong, and how to get help.
-std::optional<std::wstring> Complaint(const CLI::App& app, const CLI::ParseError& error);
 
 }  // namespace cli

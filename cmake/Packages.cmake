@@ -26,6 +26,7 @@ set(ZLIB_USE_STATIC_LIBS ON)
 find_package(ZLIB)
 zn_require(ZLIB_LIBRARY "zlib for ${CMAKE_SYSTEM_NAME} (libz-mingw-w64-dev, zlib1g-dev)")
 
+zn_add_header_library(CLI11 CLI/CLI.hpp)
 zn_add_header_library(xxHash xxhash.h)
 
 find_package(Python3 COMPONENTS Interpreter)
@@ -44,7 +45,6 @@ if(WIN32)
             PATHS /usr/lib/x86_64-linux-gnu /usr/lib64 /usr/lib /usr/local/lib /opt/wine-stable/lib64
             PATH_SUFFIXES wine/x86_64-windows wine NO_CMAKE_FIND_ROOT_PATH)
   zn_require(ZN_SYSTEM_TYPE_LIBRARIES "The system's type library stdole2.tlb (wine64)")
-  zn_add_header_library(CLI11 CLI/CLI.hpp)
   zn_add_header_library(SimpleIni SimpleIni.h)
 elseif(NOT ZN_FUZZ)
   # Another implementation of the same cipher, to compare with.

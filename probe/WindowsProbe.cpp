@@ -16,7 +16,7 @@
 #include "base/RollBack.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
-#include "cli/Arguments.h"
+#include "cli/Complaint.h"
 #include "com/ComApartment.h"
 #include "probe/FtpScratch.h"
 #include "probe/Interview.h"

@@ -3,6 +3,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "cli/Complaint.h"
+
 namespace companions {
 
 void Parse(CLI::App& app, const std::vector<std::wstring>& arguments) try {

@@ -9,7 +9,7 @@
 #include "base/Environment.h"
 #include "base/FileSystem.h"
 #include "base/Utf8.h"
-#include "cli/Arguments.h"
+#include "cli/Complaint.h"
 #include "host/commands/Commands.h"
 #include "host/console/ExitCode.h"
 
