@@ -24,6 +24,8 @@ TEST(FtpReply, TimesAreThoseOfACalendar) {
     const auto leapDay = std::chrono::sys_days(std::chrono::year(2024) / 2 / 29);
     for (const wchar_t* status : {L"20240229010203", L"20240229010203.456"})
         EXPECT_EQ(TimeIn(status), base::FileTime(leapDay + std::chrono::seconds(3723)));
+    EXPECT_EQ(TimeIn(L"16010101000000"), base::FileTime(-base::kWindowsEpoch));
+    EXPECT_TRUE(TimeIn(L"99991231235959"));
     for (const wchar_t* status :
          {L"", L"2024022901020", L"20230229010203", L"20241301010203", L"20240229240000", L"20240229016000",
           L"20240229010060", L"16001231235959", L"2024022901 203", L"-0240229010203"})
