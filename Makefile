@@ -7,6 +7,7 @@
 # make bench    the library and the companion programs beside others of their kind, in one table
 # make torture  two installations exchange packets while all around them breaks (ROUNDS=N SEED=S; without end)
 # make coverage which lines the tests execute
+# make undefined the fast tests of a 64-bit build whose programs end at undefined behaviour
 # make format   clang-format;  make tidy   clang-tidy
 #
 # Each build is a preset as well: cmake --workflow --preset win64 (win32, native, fuzz), after tools/setup.
@@ -21,7 +22,7 @@ BITS ?= $(lastword $(RUNNABLE))
 BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test test-all package fuzz screenshots bench torture coverage format check-format tidy clean
+.PHONY: all setup demo test test-all package fuzz screenshots bench torture coverage undefined format check-format tidy clean
 .NOTPARALLEL:
 
 all: build-native build-fuzz build-win32 build-win64
@@ -68,6 +69,9 @@ coverage: build-coverage
 	@find build/coverage -name '*.gcda' -delete
 	@ctest --preset coverage
 	@tools/coverage build/coverage .
+
+undefined: build-undefined
+	@ctest --preset undefined
 
 format: setup
 	@$(SOURCES) | xargs -0 clang-format -i
