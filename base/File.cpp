@@ -79,7 +79,7 @@ std::optional<File> File::TryCreateTransient(std::wstring path, Where where) {
     if (!handle && error == ERROR_FILE_EXISTS) return std::nullopt;
     if (!handle) throw SystemError(error, "create", path, where);
     File file(std::move(path), std::move(handle));
-    file.m_isRemovedWhenClosed = SetRemovedWhenClosed(file.Handle(), true);
+    file.RemoveWhenClosed();
     return file;
 }
 
@@ -188,11 +188,14 @@ DWORD File::TakeName(const std::wstring& path, OtherFile other) {
     if (error == ERROR_SUCCESS)
         m_path = path;
     else
-        SetRemovedWhenClosed(Handle(), true);
+        RemoveWhenClosed();
     return error;
 }
 
-bool File::RemoveWhenClosed() { return SetRemovedWhenClosed(Handle(), true); }
+bool File::RemoveWhenClosed() {
+    m_isRemovedWhenClosed = SetRemovedWhenClosed(Handle(), true);
+    return m_isRemovedWhenClosed;
+}
 
 std::string ReadFile(const std::wstring& path, Where where) {
     const File file = File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where);

@@ -13,6 +13,7 @@ KEPT_NAMES = ("_bak", "_bck")
 # Places in the order in which a packet passes them.
 OUTBOX, SEND, REMOTE, RECEIVE, INBOX = range(5)
 KEPT = 5
+ON_ITS_WAY = {OUTBOX, SEND, REMOTE, RECEIVE}
 PLACE_NAMES = ("outbox", "send folder", "remote folder", "receive folder", "inbox", "kept copies")
 
 
@@ -60,6 +61,26 @@ class Packets:
         for version in sorted(self.versions.values(), key=lambda version: version.number):
             newest[version.packet] = version
         return newest.values()
+
+    def is_replaced(self, version, found):
+        """Whether a newer one is on its way, beyond the outbox, in its place."""
+        return any(found.places(newer) - {OUTBOX} for newer in self.versions.values()
+                   if newer.packet == version.packet and newer.number > version.number)
+
+    def all_delivered(self, found):
+        """Whether nothing is on its way any more, and each newest version has arrived."""
+        return not found.strangers and not any(places & ON_ITS_WAY for places in found.versions.values()) and all(
+            INBOX in found.places(version) for version in self.newest())
+
+    def explain(self, found):
+        """Why all is not delivered."""
+        for version in self.newest():
+            places = ", ".join(PLACE_NAMES[place] for place in sorted(found.places(version))) or "nowhere"
+            yield f"{version.packet}: the newest version is in: {places}"
+        for version, places in found.versions.items():
+            if places & ON_ITS_WAY:
+                yield f"{version.packet}, version {version.number} waits"
+        yield from (f"{path} in the {PLACE_NAMES[place]}" for place, path in found.strangers)
 
     def find(self):
         found = Found()

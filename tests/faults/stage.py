@@ -5,7 +5,9 @@ import pathlib
 import random
 import re
 import shutil
+import signal
 import subprocess
+import tempfile
 import time
 
 import support
@@ -14,6 +16,7 @@ from ftp import FtpHostTest
 from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, hash_of, packet_of
 from support import HostTest, Mount, windows
 
+MEMORY = pathlib.Path("/dev/shm")
 PATIENCE = 120  # seconds after which a run hangs
 ENDED, NOT_RUN = 93, 94
 PACKETS = ("a.mdb", "SUB/b.mdb")
@@ -71,6 +74,35 @@ def copy_tree(source, target):
     """With owners and times."""
     shutil.rmtree(target, ignore_errors=True)
     subprocess.run(["cp", "-a", source, target], check=True)
+
+
+def packets_between(sender, receiver, remote, decode):
+    """Those of one direction, with all folders in which they may be."""
+    receive, send = receiver.receive, sender.send
+    folders = {OUTBOX: sender.outbox, SEND: send, REMOTE: remote, RECEIVE: receive, INBOX: receiver.inbox}
+    kept = [receive / "Backup", *(receive.with_name(f"{receive.name}.{ending}") for ending in ("backups", "refused")),
+            send.with_name(f"{send.name}.older")]
+    return Packets(folders, kept, decode)
+
+
+def decode_difference(path, pair):
+    """The content of a file, or None."""
+    output = pair.scratch / "decoded"
+    output.unlink(missing_ok=True)
+    reference = pair.root / "field" / "references" / "Base.AXR"
+    support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
+    return output.read_bytes() if output.exists() else None
+
+
+def prepare(driver, build):
+    """For a program that drives stages: what it runs, where, and how it is asked to stop."""
+    support.BIN = build.resolve() / "bin"
+    support.fresh_pair()
+    # Packets are flushed to the disk again and again; memory is faster.
+    if MEMORY.is_dir():
+        tempfile.tempdir = str(MEMORY)
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, lambda *_: setattr(driver, "stopped", True))
 
 
 def empty(folder):
@@ -138,12 +170,7 @@ class Stage:
 
     def make_packets(self):
         pair = self.pair
-        folders = {OUTBOX: pair.field.outbox, SEND: pair.field.send, REMOTE: pair.to_enterprise,
-                   RECEIVE: pair.enterprise.receive, INBOX: pair.enterprise.inbox}
-        receive = pair.enterprise.receive
-        kept = [receive / "Backup", *(receive.with_name(f"receive.{ending}") for ending in ("backups", "refused")),
-                pair.field.send.with_name("send.older")]
-        return Packets(folders, kept, self.decode_difference)
+        return packets_between(pair.field, pair.enterprise, pair.to_enterprise, self.decode_difference)
 
     def content(self, *what):
         """The same for each of its names, and half of it the reference's."""
@@ -170,11 +197,7 @@ class Stage:
         return empty(pair.to_enterprise)
 
     def decode_difference(self, path):
-        output = self.pair.scratch / "decoded"
-        output.unlink(missing_ok=True)
-        reference = self.pair.root / "field" / "references" / "Base.AXR"
-        support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
-        return output.read_bytes() if output.exists() else None
+        return decode_difference(path, self.pair)
 
     def states(self):
         """The folders that a run changes, and their copies."""
@@ -270,7 +293,7 @@ class Stage:
             self.story.append((turn.name, self.said))
             if self.check(f"after a cycle of the {turn.name}"):
                 return
-        for what in self.explain():
+        for what in self.packets.explain(self.packets.find()):
             self.note(NOT_DELIVERED, what)
 
     def fingerprint(self):
@@ -292,7 +315,7 @@ class Stage:
         """True when nothing is on its way any more, and each newest version is delivered."""
         found = self.packets.find()
         for version in self.packets.versions.values():
-            if not self.is_safe(version, found):
+            if not found.places(version) and not self.packets.is_replaced(version, found):
                 self.note(LOST, f"{version.packet}, version {version.number}", when)
         for place, path in found.strangers:
             self.note(self.kind_of_stranger(place, path, found), f"{path.name} in the {PLACE_NAMES[place]}", when)
@@ -300,15 +323,7 @@ class Stage:
             if number < self.delivered.get(packet, 0):
                 self.note(OLDER, packet, when)
             self.delivered[packet] = max(number, self.delivered.get(packet, 0))
-        return not found.strangers and all(
-            not places & {OUTBOX, SEND, REMOTE, RECEIVE} for places in found.versions.values()) and all(
-            INBOX in found.places(version) for version in self.packets.newest())
-
-    def is_safe(self, version, found):
-        """It is somewhere, or a newer one is on its way, which takes its place."""
-        return bool(found.places(version)) or any(
-            found.places(newer) - {OUTBOX} for newer in self.packets.versions.values()
-            if newer.packet == version.packet and newer.number > version.number)
+        return self.packets.all_delivered(found)
 
     def kind_of_stranger(self, place, path, found):
         """What a cut transfer leaves on a server can be received; the README tells so. Its source waits."""
@@ -317,15 +332,6 @@ class Stage:
         if self.scenario.server and waits and (place == REMOTE or REST in self.findings):
             return REST
         return WRONG if place == INBOX else HALF
-
-    def explain(self):
-        found = self.packets.find()
-        for version in self.packets.newest():
-            places = ", ".join(PLACE_NAMES[place] for place in sorted(found.places(version))) or "nowhere"
-            yield f"{version.packet}: the newest version is in: {places}"
-        for version, places in found.versions.items():
-            if places & {OUTBOX, SEND, REMOTE, RECEIVE}:
-                yield f"{version.packet}, version {version.number} waits"
 
 
 class FolderStage(HostTest):

@@ -10,9 +10,7 @@ import concurrent.futures
 import pathlib
 import random
 import shutil
-import signal
 import sys
-import tempfile
 import threading
 import unittest
 
@@ -20,13 +18,11 @@ HERE = pathlib.Path(__file__).resolve().parent
 sys.dont_write_bytecode = True
 sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 
-import support  # noqa: E402
 from cases import Fault, Mode, faults_of  # noqa: E402
-from stage import FINDINGS, REST, SCENARIOS, SIDES, Stage  # noqa: E402
+from stage import FINDINGS, REST, SCENARIOS, SIDES, Stage, prepare  # noqa: E402
 
 WORKERS = 2
 RUNS_OF_A_SLICE = 6  # for each scenario and side: its preparation takes as long as some runs
-MEMORY = pathlib.Path("/dev/shm")
 
 
 def parse_arguments():
@@ -152,14 +148,8 @@ def bits(build):
 
 def main():
     arguments = parse_arguments()
-    support.BIN = arguments.build.resolve() / "bin"
-    support.fresh_pair()
-    # Packets are flushed to the disk again and again; memory is faster.
-    if MEMORY.is_dir():
-        tempfile.tempdir = str(MEMORY)
     sweep = Sweep(arguments)
-    for number in (signal.SIGINT, signal.SIGTERM):
-        signal.signal(number, lambda *_: setattr(sweep, "stopped", True))
+    prepare(sweep, arguments.build)
     try:
         sweep.run()
     finally:

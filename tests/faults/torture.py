@@ -17,7 +17,6 @@ import shutil
 import signal
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 import unittest
@@ -28,8 +27,8 @@ sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 
 import support  # noqa: E402
 from ftp import BendingProxy  # noqa: E402
-from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets  # noqa: E402
-from stage import FolderStage, FtpStage, file_text  # noqa: E402
+from packets import INBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets  # noqa: E402
+from stage import FolderStage, FtpStage, decode_difference, file_text, packets_between, prepare  # noqa: E402
 from support import Holder, Mount  # noqa: E402
 
 WORKERS = 2
@@ -42,7 +41,6 @@ SIZES = (1, 700, 30_000, 600_000)
 VOLUME = 48  # MB
 TRANSPORTS = ("folder", "folder", "pure-ftpd", "vsftpd")
 ENCODERS = ("none", "zip", "xdelta")
-MEMORY = pathlib.Path("/dev/shm")  # packets are flushed to the disk again and again; memory is faster
 TROUBLES = {}
 
 
@@ -111,18 +109,8 @@ class World:
                            self.direction(pair.enterprise, pair.field, pair.to_field)]
 
     def direction(self, sender, receiver, remote):
-        folders = {OUTBOX: sender.outbox, SEND: sender.send, REMOTE: remote, RECEIVE: receiver.receive,
-                   INBOX: receiver.inbox}
-        beside = [receiver.receive.with_name(f"{receiver.receive.name}.{ending}") for ending in ("backups", "refused")]
-        kept = [receiver.receive / "Backup", *beside, sender.send.with_name(f"{sender.send.name}.older")]
-        return Direction(sender.outbox, Packets(folders, kept, self.decode_difference))
-
-    def decode_difference(self, path):
-        output = self.pair.scratch / f"decoded-{threading.get_ident()}"
-        output.unlink(missing_ok=True)
-        reference = self.pair.root / "field" / "references" / "Base.AXR"
-        support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
-        return output.read_bytes() if output.exists() else None
+        return Direction(sender.outbox, packets_between(sender, receiver, remote,
+                                                        lambda path: decode_difference(path, self.pair)))
 
     # --- What happens in a round --------------------------------------------------------------------------
 
@@ -216,24 +204,14 @@ class World:
         """It is somewhere, or a newer one is beyond the outbox, which takes its place."""
         return (bool(found.places(version)) or version in direction.replaced
                 or direction.delivered.get(version.packet, -1) > version.number
-                or any(found.places(newer) - {OUTBOX} for newer in direction.packets.versions.values()
-                       if newer.packet == version.packet and newer.number > version.number))
+                or direction.packets.is_replaced(version, found))
 
     def is_delivered(self, direction):
-        found = direction.packets.find()
-        waits = any(places & {OUTBOX, SEND, REMOTE, RECEIVE} for places in found.versions.values())
-        return not waits and not found.strangers and all(
-            INBOX in found.places(version) for version in direction.packets.newest())
+        return direction.packets.all_delivered(direction.packets.find())
 
     def waiting(self):
         for direction in self.directions:
-            found = direction.packets.find()
-            for version in direction.packets.newest():
-                places = found.places(version)
-                if INBOX not in places or places & {OUTBOX, SEND, REMOTE, RECEIVE}:
-                    yield f"{version} in {[PLACE_NAMES[place] for place in sorted(places)]}"
-            for place, path in found.strangers:
-                yield f"{path} in the {PLACE_NAMES[place]}"
+            yield from direction.packets.explain(direction.packets.find())
 
     # --- Tools of troubles --------------------------------------------------------------------------------
 
@@ -473,13 +451,8 @@ def main():
     parser.add_argument("--world", help="only the installations that a finding names, with the same choices")
     parser.add_argument("--keep", type=pathlib.Path, help="folder for the folders of findings")
     arguments = parser.parse_args()
-    support.BIN = arguments.build.resolve() / "bin"
-    support.fresh_pair()
-    if MEMORY.is_dir():
-        tempfile.tempdir = str(MEMORY)
     torture = Torture(arguments)
-    for number in (signal.SIGINT, signal.SIGTERM):
-        signal.signal(number, lambda *_: setattr(torture, "stopped", True))
+    prepare(torture, arguments.build)
     began = time.monotonic()
     try:
         torture.run()
