@@ -140,7 +140,11 @@ class FaultTest(HostTest):
 
     def run_with(self, plan):
         log = self.scratch / "calls.log"
-        environment = {**os.environ, "ZN_FAULT": plan, "ZN_FAULT_LOG": windows(log)}
+        # What other hosts leave among the temporary files would change the numbers of calls.
+        temporary = self.scratch / "temp"
+        temporary.mkdir(exist_ok=True)
+        environment = {**os.environ, "ZN_FAULT": plan, "ZN_FAULT_LOG": windows(log),
+                       "ZN_FAULT_TEMP": windows(temporary)}
         outcome = support.run(support.BIN / "znhost.exe", "run", self.field.settings,
                               program=support.BIN.parent / "tests" / "faults.exe", env=environment)
         return outcome, read_calls(log)
