@@ -1,4 +1,8 @@
 // Error reports, error texts and message boxes.
+#include <wrl/client.h>
+
+#include <atomic>
+
 #include "base/Error.h"
 #include "base/Undo.h"
 #include "common/Apartment.h"
@@ -152,6 +156,27 @@ TEST_F(ReportTest, MessageBoxesAreShownAsAskedForAndReturnTheButton) {
         box.Click(IDNO);
     });
     EXPECT_EQ(ZNMsgBox(L"Go on?", MB_YESNO | MB_ICONWARNING, L"Box of the test"), IDNO);
+}
+
+std::atomic<bool> g_failedMeanwhile;
+
+void CALLBACK FailMeanwhile(HWND, UINT, UINT_PTR, DWORD) {
+    com::Call([] { throw base::Error(E_FAIL, L"while a box was shown"); });
+    g_failedMeanwhile = true;
+}
+
+TEST_F(ReportTest, WhatFailsWhileABoxIsShownDescribesNoLaterFailure) {
+    framework.userInterface = true;
+    g_failedMeanwhile = false;
+    const UINT_PTR timer = SetTimer(nullptr, 0, USER_TIMER_MINIMUM, &FailMeanwhile);
+    const User user(L"Box of the test", [](const Screen& box) {
+        EXPECT_TRUE(Eventually([] { return g_failedMeanwhile.load(); }));
+        box.Confirm();
+    });
+    ZNMsgBox(L"Look", MB_OK, L"Box of the test");
+    KillTimer(nullptr, timer);
+    Microsoft::WRL::ComPtr<IErrorInfo> left;
+    EXPECT_EQ(GetErrorInfo(0, &left), S_FALSE);
 }
 
 TEST_F(ReportTest, ABoxAboutAFolderInformsUnderTheToolsName) {
