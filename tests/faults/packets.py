@@ -1,4 +1,4 @@
-"""Where each version of each packet is, by content alone."""
+"""Where each version of each packet is, by content alone. Names that differ in letter case are one, as on Windows."""
 import dataclasses
 import hashlib
 import pathlib
@@ -53,6 +53,7 @@ class Packets:
         self.decoded = {}  # hash of the encoded file: content's hash or None
 
     def make(self, packet, content):
+        packet = packet.lower()
         number = sum(version.packet == packet for version in self.versions.values())
         self.versions[hash_of(content)] = Version(packet, number)
 
@@ -91,7 +92,7 @@ class Packets:
         for place, folder in self.folders.items():
             for path in files_below(folder):
                 if not any(path.is_relative_to(kept) for kept in self.kept):
-                    self.look_at(path, path.relative_to(folder).as_posix(), place, found)
+                    self.look_at(path, path.relative_to(folder).as_posix().lower(), place, found)
         return found
 
     def look_at(self, path, name, place, found):
@@ -117,7 +118,7 @@ class Packets:
         return self.versions.get(self.decoded[digest])
 
     def decode(self, path):
-        name = path.name.removesuffix("_bck")
+        name = path.name.lower().removesuffix("_bck")
         if name.endswith(DIFFERENCE):
             return self.decode_difference(path)
         try:
@@ -129,6 +130,7 @@ class Packets:
 
 
 def packet_of(name):
+    """name: in small letters"""
     if name.endswith(ZIP):
         return name.removesuffix(ZIP)
     return name.rpartition("~")[0] if name.endswith(DIFFERENCE) else name

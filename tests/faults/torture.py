@@ -127,7 +127,12 @@ class World:
         """As a program saves it: whole under another name, then renamed."""
         content = b"%d " % self.made + self.random.randbytes(self.random.choice(SIZES)) + self.reference[:self.random.choice((0, 15_000))]
         path = direction.outbox / name
+        if self.random.random() < 0.2 and not self.server:
+            path = path.with_name(path.name.swapcase())
         path.parent.mkdir(parents=True, exist_ok=True)
+        for other in path.parent.iterdir():
+            if other.name.lower() == path.name.lower():
+                other.rename(path)  # on Windows they are one
         draft = direction.outbox.with_name(f"draft-{self.made}")
         draft.write_bytes(content)
         self.made += 1
@@ -341,6 +346,15 @@ def file_in_place_of_a_folder(world):
     if moved and folder.is_file():
         folder.unlink()
         folder.mkdir()
+
+
+@trouble
+def other_letter_case(world):
+    """Some tool renames a file. For a server that is another packet, and both stay there until somebody settles it."""
+    path = None if world.server else world.some_file()
+    if path and not path.with_name(path.name.swapcase()).exists():
+        path.rename(path.with_name(path.name.swapcase()))
+    yield
 
 
 @trouble
