@@ -104,7 +104,14 @@ bool FolderExists(const std::wstring& path) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-/// Files and folders that a service keeps elsewhere until they are opened are reparse points, too.
+bool FolderIsThere(const std::wstring& path, Where where) {
+    const DWORD attributes = GetFileAttributesW(Extended(path).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
+    throw SystemError(error, "examine", path, where);
+}
+
 /// Files in the cloud and the like are reparse points, too, but stand for themselves: the tag tells. Wine and
 /// some servers tell of links alone, and no tag.
 bool IsLink(const std::wstring& path) {

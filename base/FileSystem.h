@@ -45,8 +45,11 @@ struct FileVersion {
     bool operator==(const FileVersion&) const = default;
 };
 
+/// False also where the system does not tell.
 bool FileExists(const std::wstring& path) noexcept;
 bool FolderExists(const std::wstring& path) noexcept;
+/// Throws where the system does not tell: a folder that cannot be seen now would be taken for an empty one.
+bool FolderIsThere(const std::wstring& path, Where where = Where::current());
 /// Whether a path is that of a link or junction, which stands for something elsewhere.
 bool IsLink(const std::wstring& path);
 std::uint64_t FileSize(const std::wstring& path, Where where = Where::current());

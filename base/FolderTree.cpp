@@ -8,7 +8,6 @@
 
 #include "base/FileMoves.h"
 #include "base/Path.h"
-#include "base/SystemError.h"
 
 namespace base {
 
@@ -21,7 +20,7 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlis
     FileSystem::Listing listing;
     const std::wstring path = Path::Join(folder, subFolder);
     try {
-        if (subFolder.empty() && !FolderIsThere(path)) return;
+        if (subFolder.empty() && !FileSystem::FolderIsThere(path)) return;
         FileSystem::List(path, listing);
     } catch (const Error& error) {
         if (!unlisted) throw;
@@ -37,14 +36,6 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlis
 
 std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
 
-bool FolderIsThere(const std::wstring& path) {
-    const DWORD attributes = GetFileAttributesW(FileSystem::Extended(path).c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const DWORD error = GetLastError();
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
-    throw SystemError(error, "examine", path);
-}
-
 std::vector<std::wstring> SubFolders(const std::wstring& folder) {
     std::vector<std::wstring> all;
     Walk(folder, L"", {}, [&](const std::wstring& subFolder, const auto&) { all.push_back(subFolder); });
@@ -54,7 +45,7 @@ std::vector<std::wstring> SubFolders(const std::wstring& folder) {
 std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder) {
     std::vector<TreeFile> files;
     const std::wstring path = Path::Join(folder, subFolder);
-    if (!FolderIsThere(path)) return files;
+    if (!FileSystem::FolderIsThere(path)) return files;
     for (FileSystem::FileEntry& file : FileSystem::List(path).files)
         files.push_back({subFolder, std::move(file.name), file.size});
     return files;

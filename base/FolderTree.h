@@ -21,10 +21,6 @@ struct TreeFile {
     std::wstring RelativePath() const;
 };
 
-/// Whether there is a folder. Throws where the system does not tell: what is there nobody sees would be taken
-/// for nothing.
-bool FolderIsThere(const std::wstring& path);
-
 /// Told of a folder, by its relative path, that cannot be listed, and of why.
 using Unlisted = std::function<void(const std::wstring& subFolder, const std::wstring& reason)>;
 

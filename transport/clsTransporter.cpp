@@ -85,7 +85,7 @@ ComPtr<IZNEncoder> clsTransporter::EncoderFor(ExtensionMember extensionOf, const
 std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folder) {
     FileSystem::Listing found;
     try {
-        if (FileSystem::FolderExists(Folder)) FileSystem::List(Folder, found);
+        if (FileSystem::FolderIsThere(Folder)) FileSystem::List(Folder, found);
     } catch (...) {
         // What was found until then is offered all the same.
         Procedure(L"clsTransporter.cls.InitFileList")
@@ -281,7 +281,7 @@ void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& re
 void clsTransporter::AddToList(const std::wstring& Folder) {
     const Procedure self(L"clsTransporter.cls.AddToList");
     self.Guard([&] {
-        if (!FileSystem::FolderExists(Folder)) return;
+        if (!FileSystem::FolderIsThere(Folder)) return;
         const FileSystem::Listing listing = FileSystem::List(Folder);
         for (const FileSystem::FileEntry& file : listing.files) {
             const std::wstring id = GetPacketId(file.name);

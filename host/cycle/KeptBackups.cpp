@@ -37,7 +37,7 @@ KeptBackups::KeptBackups(const Settings& settings)
 
 void KeptBackups::Take() try {
     PutBack();  // of a process that ended in between
-    if (base::FolderIsThere(m_backups))
+    if (FileSystem::FolderIsThere(m_backups))
         FileSystem::MoveFile(m_backups, m_kept);
     else
         FileSystem::CreateFolders(m_kept);  // without backups all that arrives there is none
@@ -52,11 +52,11 @@ KeptBackups::~KeptBackups() {
 }
 
 void KeptBackups::PutBack() {
-    if (!base::FolderIsThere(m_kept) && !m_stayed) return;
+    if (!FileSystem::FolderIsThere(m_kept) && !m_stayed) return;
     MoveArrivals();
     m_stayed.reset();
     base::RemoveEmptyFolders(m_kept);
-    if (base::FolderIsThere(m_kept)) FileSystem::MoveFile(m_kept, m_backups);
+    if (FileSystem::FolderIsThere(m_kept)) FileSystem::MoveFile(m_kept, m_backups);
 }
 
 /// A file of the folder's name is in its way, too.

@@ -63,7 +63,7 @@ void SendFolder::RecoverBackups() const {
 
 /// An encoder makes its file appear whole: what waits beside an older version is the newer one.
 void SendFolder::RecoverAside() const {
-    if (!FileSystem::FolderExists(m_aside)) return;
+    if (!FileSystem::FolderIsThere(m_aside)) return;
     const Packets newer = FilesIn(m_settings.send);
     for (const base::TreeFile& file : base::FilesBelow(m_aside))
         Settle(newer.contains(Key(file)), AsidePath(file), WaitingPath(file));
