@@ -9,7 +9,7 @@
 #include "base/RollBack.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
-#include "ftp/ShownProcedure.h"
+#include "services/ShownProcedure.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
-#include "ftp/ShownProcedure.h"
+#include "services/ShownProcedure.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ bool IsRelative(const std::wstring& path) {
 }
 
 FileSystem::Listing ListLocal(const std::wstring& local) {
-    if (!FileSystem::FolderExists(local)) return {};
+    if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
     std::erase_if(listing.files, [](const auto& file) { return FileSystem::IsArrival(file.name); });
     return listing;

@@ -6,7 +6,7 @@
 
 #include "base/Text.h"
 #include "com/MessagePump.h"
-#include "ftp/ShownProcedure.h"
+#include "services/ShownProcedure.h"
 
 namespace {
 

@@ -11,12 +11,12 @@
 #include "com/Values.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
-#include "ftp/ShownProcedure.h"
 #include "ftp/settings/FtpPassword.h"
 #include "ftp/settings/FtpSettings.h"
 #include "sendrecv/frmPromptFTP.h"
 #include "services/Branding.h"
 #include "services/Registry.h"
+#include "services/ShownProcedure.h"
 
 namespace {
 

@@ -8,13 +8,13 @@
 #include "base/Text.h"
 #include "ftp/FtpReceiver.h"
 #include "ftp/FtpSender.h"
-#include "ftp/ShownProcedure.h"
 #include "ftp/settings/FtpPassword.h"
 #include "ftp/settings/FtpSettings.h"
 #include "mobile/modverification.h"
 #include "services/Branding.h"
 #include "services/Options.h"
 #include "services/Registry.h"
+#include "services/ShownProcedure.h"
 
 using com::Return;
 
