@@ -10,6 +10,7 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "cipher/Sha256.h"
 #include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -18,7 +19,6 @@
 #include "host/console/Table.h"
 #include "host/cycle/CycleReport.h"
 #include "host/demo/DemoPackets.h"
-#include "host/demo/Sha256.h"
 #include "host/settings/Installation.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"
@@ -50,7 +50,7 @@ std::map<std::wstring, std::wstring> Hashes(const std::wstring& outbox,
                                             const std::vector<std::wstring>& packets) {
     std::map<std::wstring, std::wstring> hashes;
     for (const std::wstring& packet : packets)
-        hashes[packet] = Sha256(Path::Join(outbox, packet));
+        hashes[packet] = Sha256OfFile(Path::Join(outbox, packet));
     return hashes;
 }
 
@@ -68,7 +68,7 @@ void RunSide(const std::wstring& title, const Settings& settings) {
 
 std::wstring Verdict(const std::wstring& file, const std::wstring& hash) {
     if (!FileSystem::FileExists(file)) return L"LOST";
-    return Sha256(file) == hash ? L"equal" : L"DIFFERENT";
+    return Sha256OfFile(file) == hash ? L"equal" : L"DIFFERENT";
 }
 
 Score Compare(const Crossing& crossing) {
