@@ -1,0 +1,27 @@
+// Why a request to a server got no answer.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "base/Error.h"
+
+/// What is wrong with a connection, in words that tell the way out.
+class HttpError : public base::Error {
+public:
+    using Where = base::Where;
+
+    /// code: of WinHTTP or the system. certificate: what is wrong with the server's, as
+    /// WINHTTP_CALLBACK_STATUS_FLAG_*; 0 where nothing is.
+    HttpError(DWORD code, const std::wstring& server, DWORD certificate = 0, Where where = Where::current());
+
+    DWORD Code() const noexcept { return m_code; }
+    /// The user or the host wanted an end.
+    bool IsCancelled() const noexcept;
+    /// Whether the server may have done what it was asked for: the request can have reached it.
+    bool MayHaveReached() const noexcept;
+
+private:
+    DWORD m_code;
+};

@@ -1,0 +1,75 @@
+// One request to a server, and the answer to it.
+#pragma once
+
+#include <windows.h>
+#include <winhttp.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "base/ByteStream.h"
+#include "base/Handle.h"
+
+/// Sessions, connections and requests of WinHTTP.
+struct WinHttpHandleTraits {
+    using Value = HINTERNET;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value handle) noexcept { WinHttpCloseHandle(handle); }
+};
+using WinHttpHandle = base::UniqueHandle<WinHttpHandleTraits>;
+
+/// The system works on it in threads of its own, and the caller's waits meanwhile: its host's messages are
+/// processed, and it is asked whether to go on. Whatever gets no answer is an HttpError, in the end also what
+/// a server drips or does not send at all.
+class HttpRequest {
+public:
+    /// Asked now and then while the request waits; after False it is cancelled.
+    using GoOn = std::function<bool()>;
+
+    /// handle: a request that was opened and not sent. server: for errors.
+    HttpRequest(WinHttpHandle handle, std::wstring server, GoOn goOn);
+    HttpRequest(HttpRequest&&) noexcept = default;
+    HttpRequest& operator=(HttpRequest&&) = delete;
+    ~HttpRequest();
+
+    /// "Name: value"
+    void AddHeader(const std::wstring& header);
+    void SetOption(DWORD option, DWORD value);
+
+    /// Sends a request without a body.
+    void Send();
+    /// Sends the head of a request. bodySize: of what is written after it, in bytes.
+    void SendHead(std::uint64_t bodySize);
+    /// Where the caller puts what Write sends. It belongs to the request: the system may still read or fill
+    /// it when a request is given up.
+    std::span<std::uint8_t> Buffer() const noexcept;
+    void Write(std::size_t bytes);
+    /// Waits for the head of the answer and returns its status.
+    DWORD Receive();
+    std::optional<std::wstring> Header(const wchar_t* name) const;
+    /// Of the body of the answer; nothing when the server tells none, or no number.
+    std::optional<std::uint64_t> BodySize() const;
+    /// The next bytes of the body of the answer, until the next call; none at its end.
+    base::Bytes Read();
+
+private:
+    class Signal;
+
+    static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
+                                  DWORD length);
+    /// What the call that began the operation returned; the operation's outcome comes later.
+    void Await(BOOL begun);
+    void CheckRate();
+    [[noreturn]] void Fail(DWORD error) const;
+
+    std::wstring m_server;
+    GoOn m_goOn;
+    std::shared_ptr<Signal> m_signal;
+    WinHttpHandle m_handle;
+    ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds
+    std::uint64_t m_windowBytes = 0;  ///< read since then
+};

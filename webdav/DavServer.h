@@ -1,0 +1,55 @@
+// A WebDAV server, by what packets need of it. Paths are decoded, below the site's, with "/" between names.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/ByteStream.h"
+#include "base/File.h"
+#include "http/HttpConnection.h"
+#include "webdav/Multistatus.h"
+
+/// How the server took a request.
+struct DavReply {
+    DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
+    std::wstring failure;  ///< in words that tell the way out; empty after a success
+
+    bool Succeeded() const noexcept { return status / 100 == 2; }
+};
+
+/// A failure throws only where it says so: what a request has brought about despite it, the state tells.
+class DavServer {
+public:
+    DavServer(const HttpSite& site, HttpRequest::GoOn goOn) : m_connection(site, std::move(goOn)) {}
+
+    const std::wstring& Name() const noexcept { return m_connection.Server(); }
+
+    /// What lies in a folder; nothing when it is missing. Throws a failure.
+    std::optional<std::vector<DavEntry>> List(const std::wstring& folder) const;
+    /// Whether there is something of that name. Throws where the server does not tell.
+    bool Exists(const std::wstring& path) const;
+    /// Creates a folder where it is missing; the one above it is there. Throws unless it is there then.
+    void ProvideFolder(const std::wstring& folder) const;
+
+    /// What is sent passes through watch.
+    DavReply Put(const std::wstring& path, const base::File& file,
+                 const std::function<void(base::Bytes)>& watch) const;
+    DavReply Put(const std::wstring& path, std::string_view text) const;
+    enum class Other { Stays, IsReplaced };
+    DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
+    DavReply Delete(const std::wstring& path) const;
+    /// Hands a file's content over. The reply is no success where less came than the server told.
+    DavReply Get(const std::wstring& path, const std::function<void(base::Bytes)>& take) const;
+
+private:
+    using Use = std::function<void(HttpRequest&)>;
+
+    /// send: sends the body, where there is one. use: of an answer that is a success.
+    DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
+    DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
+    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path) const;
+
+    HttpConnection m_connection;
+};

@@ -1,0 +1,43 @@
+// What sending and receiving through a WebDAV server have in common: the folders beside that of the packets.
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "services/HostProgress.h"
+#include "services/ShownProcedure.h"
+#include "webdav/DavServer.h"
+
+/// Who sends or receives: the names of what it keeps on the server begin with that of the installation. The
+/// same for each transfer of one local folder on one computer.
+std::wstring InstallationOf(const std::wstring& localFolder);
+
+/// Where a packet waits until it takes its own name, and where notes of digests lie.
+std::wstring UploadsOf(const std::wstring& folder);
+/// Where an installation keeps the packets that it has taken and not yet delivered.
+std::wstring ClaimsOf(const std::wstring& folder, const std::wstring& installation);
+
+/// The ending of the names of such notes. What stands before it is the check sum of the note.
+inline constexpr std::wstring_view kNoteEnding = L".digests";
+
+/// Paths on the server by their names, with "/"; a local one by "\".
+std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name);
+std::wstring RemotePath(std::wstring localPath);
+std::wstring LocalPath(std::wstring remotePath);
+
+/// Creates folders on the server where they are missing, and asks for each of them once.
+class FolderProvider {
+public:
+    explicit FolderProvider(const DavServer& server) : m_server(server) {}
+
+    /// With those above it. Throws a failure.
+    void Provide(const std::wstring& folder);
+
+private:
+    const DavServer& m_server;
+    std::set<std::wstring> m_provided;
+};
+
+/// Shows the host what is moved next, and lets it process its messages. False when it wants an end.
+bool ShowNext(const HostProgress& progress, const std::wstring& name, LONG position);
