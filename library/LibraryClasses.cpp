@@ -9,6 +9,7 @@
 #include "mobile/clsTranMobileConfig.h"
 #include "sendrecv/clsFTPFile.h"
 #include "sendrecv/clsFTPSndRcv.h"
+#include "sendrecv/clsHTTPSndRcv.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
 #include "transport/clsTransporter.h"
 

@@ -64,7 +64,7 @@ CycleResult Cycle::Run() {
     backups.Take();
     const base::TreeSnapshot waitingHere(m_settings.receive);
     Hindrance failure = Transfer();
-    if (m_settings.transport == Transport::Folder && FileSystem::FileExists(m_settings.remoteReceive))
+    if (!m_settings.HasServer() && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
     ReportReceiving(offered);
@@ -188,7 +188,7 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 
 /// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
 std::vector<base::TreeFile> Cycle::OfferedFiles() const try {
-    if (m_settings.transport == Transport::Ftp) return {};
+    if (m_settings.HasServer()) return {};
     std::vector<base::TreeFile> files = base::FilesBelow(m_settings.remoteReceive);
     std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
     return files;

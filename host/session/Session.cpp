@@ -32,6 +32,17 @@ private:
 
 const wchar_t* Mobile(const Settings& settings) { return settings.role == Role::Field ? L"TRUE" : L"FALSE"; }
 
+ComPtr<IZNSenderReceiver> NewSenderReceiver(Transport transport) {
+    switch (transport) {
+    case Transport::Ftp:
+        return CreateComponent<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv");
+    case Transport::Https:
+        return CreateComponent<clsHTTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsHTTPSndRcv");
+    default:
+        return CreateComponent<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
+    }
+}
+
 /// The names of an encoder's properties are those of its settings in capitals.
 PropertySet PropertiesOf(Section encoder, const Settings& settings) {
     PropertySet properties;
@@ -79,10 +90,7 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings, Sec
 /// The name comes before the settings, whose defaults depend on it; the remote side's settings come last:
 /// the folder transport of the enterprise, and a login, are only taken there.
 void Session::CreateSenderReceiver(const Settings& settings) {
-    m_senderReceiver =
-        settings.transport == Transport::Ftp
-            ? CreateComponent<clsFTPSndRcv, IZNSenderReceiver>(L"znTransporter.clsFTPSndRcv")
-            : CreateComponent<clsXCOPYSndRcv, IZNSenderReceiver>(L"znTransporter.clsXCOPYSndRcv");
+    m_senderReceiver = NewSenderReceiver(settings.transport);
     const auto configurable = com::As<IZNSenderReceiver2>(m_senderReceiver.Get());
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     PropertySet local;
@@ -97,7 +105,10 @@ void Session::CreateSenderReceiver(const Settings& settings) {
         .With(L"RemoteReceiveFolder", settings.remoteReceive)
         .With(L"FTPServer", settings.ftpServer)
         .With(L"FTPUser", settings.ftpUser)
-        .With(L"FTPPassword", settings.ftpPassword.plain);
+        .With(L"FTPPassword", settings.ftpPassword.plain)
+        .With(L"HTTPServer", settings.httpsServer)
+        .With(L"HTTPUser", settings.httpsUser)
+        .With(L"HTTPPassword", settings.httpsPassword.plain);
     if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
         throw base::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
 }

@@ -4,7 +4,7 @@
 #include <string>
 
 enum class Role { Field, Enterprise };
-enum class Transport { Folder, Ftp };
+enum class Transport { Folder, Ftp, Https };
 enum class EncoderKind { None, Zip, XDelta };
 
 /// What is only handed on to an encoder stays text.
@@ -40,11 +40,15 @@ struct Settings {
     std::wstring inbox;
     std::wstring send;
     std::wstring receive;
-    std::wstring remoteSend;  ///< as remoteReceive a path on the server when packets travel through FTP
+    std::wstring
+        remoteSend;  ///< as remoteReceive a path on the server unless packets travel through a folder
     std::wstring remoteReceive;
     std::wstring ftpServer;
     std::wstring ftpUser;
     Password ftpPassword;
+    std::wstring httpsServer;
+    std::wstring httpsUser;
+    Password httpsPassword;
     ZipSettings zip;
     XDeltaSettings xdelta;
     std::wstring logFile;  ///< empty for none
@@ -54,6 +58,8 @@ struct Settings {
         if (encoder == EncoderKind::Zip) return &zip;
         return encoder == EncoderKind::XDelta ? &xdelta : nullptr;
     }
+    /// Whether the remote folders are paths on a server.
+    bool HasServer() const { return transport != Transport::Folder; }
     /// Where a user finds out why something failed.
     std::wstring LogReference() const { return L"see " + (logFile.empty() ? L"the event log" : logFile); }
 };

@@ -195,9 +195,9 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     refuseIf(is(ValueKind::Reference) && !value.empty() && !CanBeReference(value),
              L"the file's name must end in .AXR and hold no ~");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
-             L"a path on an FTP server is written with /");
+             L"a path on a server is written with /");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
-             L"a path on an FTP server must hold no . and no .. in the place of a name");
+             L"a path on a server must hold no . and no .. in the place of a name");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
 }

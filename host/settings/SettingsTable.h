@@ -11,8 +11,9 @@
 
 #include "host/settings/Settings.h"
 
-enum class Section { Host, Folders, Ftp, Zip, XDelta, Log };
-inline constexpr std::array kSectionNames = {L"host", L"folders", L"ftp", L"zip", L"xdelta", L"log"};
+enum class Section { Host, Folders, Ftp, Https, Zip, XDelta, Log };
+inline constexpr std::array kSectionNames = {L"host", L"folders", L"ftp", L"https",
+                                             L"zip",  L"xdelta",  L"log"};
 
 enum class Presence {
     Required,       ///< must be there and have a value
@@ -28,7 +29,7 @@ enum class ValueKind {
     File,
     Reference,      ///< a file that differences are made against
     Folder,         ///< of packets: no two of them may overlap
-    RemoteFolder,   ///< of packets: a folder, or a path on the FTP server
+    RemoteFolder,   ///< of packets: a folder, or a path on the server
     ProgramFolder,  ///< of external programs
 };
 inline bool HoldsPackets(ValueKind kind) {
@@ -72,7 +73,8 @@ inline constexpr auto kWords<Role> = std::to_array<Word<Role>>({{L"field", Role:
                                                                 {L"enterprise", Role::Enterprise}});
 template <>
 inline constexpr auto kWords<Transport> = std::to_array<Word<Transport>>({{L"folder", Transport::Folder},
-                                                                          {L"ftp", Transport::Ftp}});
+                                                                          {L"ftp", Transport::Ftp},
+                                                                          {L"https", Transport::Https}});
 template <>
 inline constexpr auto kWords<EncoderKind> = std::to_array<Word<EncoderKind>>(
     {{L"none", EncoderKind::None}, {L"zip", EncoderKind::Zip}, {L"xdelta", EncoderKind::XDelta}});
@@ -141,8 +143,10 @@ inline constexpr auto kSettings = [] {
                               L"Side on which this installation works: field or enterprise."),
         Line<&Settings::applicationName>(Host, L"application", Text, Optional, L"znTransporter",
                                          L"Name of the application whose packets travel."),
-        Line<&Settings::transport>(Host, L"transport", Text, Optional, L"folder",
-                                   L"How packets travel: through a shared folder, or through an FTP server."),
+        Line<&Settings::transport>(
+            Host, L"transport", Text, Optional, L"folder",
+            L"How packets travel: through a shared folder, through an FTP server, or through HTTPS\n"
+            L"and a WebDAV server."),
         Line<&Settings::userInterface>(
             Host, L"user_interface", Text, Optional, L"no",
             L"Whether message boxes may be shown: yes or no. Keep no for unattended runs."),
@@ -174,7 +178,8 @@ inline constexpr auto kSettings = [] {
         Line<&Settings::remoteSend>(
             Folders, L"remote_send", RemoteFolder, Required, L"",
             L"Remote folder that takes what this side sends: a share, a removable disk, or with\n"
-            L"transport = ftp a path on the server, written with \"/\". The test of the server (znhost "
+            L"transport = ftp or https a path on the server, written with \"/\". The test of an FTP server "
+            L"(znhost "
             L"verify)\n"
             L"takes only folders without \"/\", which lie directly in the folder of the login.\n"
             L"It is the other side's remote_receive."),
@@ -189,6 +194,12 @@ inline constexpr auto kSettings = [] {
         Line<&Settings::ftpUser>(Ftp, L"user", Text, Optional, L"", L"User of the FTP server."),
         Line<&Settings::ftpPassword>(Ftp, L"password", ValueKind::Password, Optional, L"",
                                      L"Password of the user: enciphered, or plain."),
+        Line<&Settings::httpsServer>(
+            Https, L"server", Text, Optional, L"",
+            L"URL of the WebDAV folder in which the remote folders lie: https://server/folder."),
+        Line<&Settings::httpsUser>(Https, L"user", Text, Optional, L"", L"User of the WebDAV server."),
+        Line<&Settings::httpsPassword>(Https, L"password", ValueKind::Password, Optional, L"",
+                                       L"Password of the user: enciphered, or plain."),
         Line<&Settings::zip, &ZipSettings::inExtension>(
             Zip, L"in_extension", Text, Optional, L".mdb",
             L"Extension of the packets that are compressed: .mdb or .xml.", kPacketExtensions),

@@ -197,9 +197,11 @@ class Side:
         return self.log_file.read_text(encoding="utf-8-sig") if self.log_file.is_file() else ""
 
     def change(self, key, value):
-        """Sets a key of the settings file."""
-        text, count = re.subn(rf"(?m)^{key} =.*$", lambda _: f"{key} = {windows(value)}",
-                              self.settings.read_text(encoding="utf-8"))
+        """Sets a key of the settings file: the first one of that name, or as "section.key" that of a section."""
+        section, _, name = key.rpartition(".")
+        start = rf"(?ms)(^\[{section}\]\n(?:(?!^\[).)*?^)" if section else "(?m)(^)"
+        text, count = re.subn(rf"{start}{name} =[^\n]*$", lambda found: f"{found[1]}{name} = {windows(value)}",
+                              self.settings.read_text(encoding="utf-8"), count=1)
         assert count == 1, key
         self.settings.write_text(text, encoding="utf-8")
 
@@ -333,7 +335,7 @@ class Mount:
 def compiled(compiler, name):
     program = pathlib.Path(LASTING.name) / f"{name}.exe"
     source = pathlib.Path(__file__).with_name(f"{name}.c")
-    subprocess.run([compiler, "-municode", "-static", "-o", program, source], check=True)
+    subprocess.run([compiler, "-municode", "-static", "-o", program, source, "-lcrypt32"], check=True)
     return program
 
 

@@ -308,7 +308,7 @@ class SiteTest(FtpHostTest):
 
     def test_what_the_settings_file_refuses_goes_back_into_the_dialog(self):
         outcome, after = self.edit_settings("4= up\\x", "1= ann ", "4= up")
-        self.assertIn("[folders] remote_send =  up\\x: a path on an FTP server is written with /", outcome.errors)
+        self.assertIn("[folders] remote_send =  up\\x: a path on a server is written with /", outcome.errors)
         self.assertIn(support.windows(self.field.settings), outcome.errors)
         self.assertRegex(after, '(?m)^remote_send = " up"\r?$')
         self.assertEqual(self.edit_settings("0=ftp.example")[1],

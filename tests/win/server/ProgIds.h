@@ -23,9 +23,10 @@ inline std::wstring LoadedTypeLibrary(const GUID& id) {
 }
 
 inline constexpr std::array kLibraryProgIds = {
-    L"znTransporter.clsTransporter",      L"znTransporter.clsZipEncoder", L"znTransporter.clsXDeltaEncoder",
-    L"znTransporter.clsXCOPYSndRcv",      L"znTransporter.clsFTPSndRcv",  L"znTransporter.clsFTPFile",
-    L"znTransporter.clsTranMobileConfig", L"znTransporter.clsCmdLine",    L"znTransporter.clsRijndael"};
+    L"znTransporter.clsTransporter", L"znTransporter.clsZipEncoder",       L"znTransporter.clsXDeltaEncoder",
+    L"znTransporter.clsXCOPYSndRcv", L"znTransporter.clsFTPSndRcv",        L"znTransporter.clsHTTPSndRcv",
+    L"znTransporter.clsFTPFile",     L"znTransporter.clsTranMobileConfig", L"znTransporter.clsCmdLine",
+    L"znTransporter.clsRijndael"};
 inline constexpr std::array kFrameworkProgIds = {L"znSystem.ZNEventLog",
                                                  L"znSystem.ZNStartup",
                                                  L"znSystem.ZNRegistry",

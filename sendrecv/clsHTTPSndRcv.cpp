@@ -1,0 +1,137 @@
+// See clsHTTPSndRcv.h.
+#include "sendrecv/clsHTTPSndRcv.h"
+
+#include <array>
+#include <utility>
+
+#include "base/Path.h"
+#include "http/HttpError.h"
+#include "services/Options.h"
+#include "services/Registry.h"
+#include "services/ShownProcedure.h"
+#include "webdav/DavReceiver.h"
+#include "webdav/DavSender.h"
+
+namespace {
+
+struct HttpSetting {
+    std::wstring HttpSite::*member;
+    const wchar_t* name;      ///< for Init, as an option and in the registry
+    const wchar_t* property;  ///< in the property set
+};
+constexpr auto kSettings =
+    std::to_array<HttpSetting>({{&HttpSite::url, L"HTTPServer", L"HTTP_SERVER"},
+                                {&HttpSite::user, L"HTTPUser", L"HTTP_USER"},
+                                {&HttpSite::password, L"HTTPPassword", L"HTTP_PASSWORD"}});
+
+/// Folders on the server begin at the site's.
+std::wstring WithoutRoot(const std::wstring& folder) {
+    const size_t first = folder.find_first_not_of(L'/');
+    const size_t last = folder.find_last_not_of(L'/');
+    return first == std::wstring::npos ? std::wstring() : folder.substr(first, last - first + 1);
+}
+
+}  // namespace
+
+// --- Settings ---------------------------------------------------------------------------------------
+
+void clsHTTPSndRcv::TakeSetting(const std::wstring& name, const com::Variant& value) {
+    SenderReceiver::TakeSetting(name, value);
+    for (const HttpSetting& setting : kSettings)
+        if (name == setting.name) m_site.*setting.member = value.Text();
+}
+
+void clsHTTPSndRcv::ReadSettings(IZNPropertySet* settings) {
+    SenderReceiver::ReadSettings(settings);
+    for (const HttpSetting& setting : kSettings)
+        m_site.*setting.member = GetProperty(settings, setting.property, m_site.*setting.member);
+    m_sRemoteSendFolder = GetProperty(settings, L"REMOTE_SEND_FOLDER", m_sRemoteSendFolder);
+    m_sRemoteReceiveFolder = GetProperty(settings, L"REMOTE_RECEIVE_FOLDER", m_sRemoteReceiveFolder);
+}
+
+void clsHTTPSndRcv::WriteSettings(IZNPropertySet* settings) const {
+    for (const HttpSetting& setting : kSettings)
+        SetProperty(settings, setting.property, m_site.*setting.member);
+    SenderReceiver::WriteSettings(settings);
+    SetProperty(settings, L"REMOTE_SEND_FOLDER", m_sRemoteSendFolder);
+    SetProperty(settings, L"REMOTE_RECEIVE_FOLDER", m_sRemoteReceiveFolder);
+}
+
+/// Once for each object: a value that is cleared later stays empty.
+void clsHTTPSndRcv::ReadMissingSettings() {
+    if (std::exchange(m_bSettingsProcessed, true)) return;
+    const auto fill = [](std::wstring& value, const wchar_t* name) {
+        if (value.empty()) value = OptionOrSetting(name, OpenTransportKey());
+    };
+    for (const HttpSetting& setting : kSettings)
+        fill(m_site.*setting.member, setting.name);
+    fill(m_sRemoteReceiveFolder, L"RemoteReceiveFolder");
+    fill(m_sRemoteSendFolder, L"RemoteSendFolder");
+}
+
+// --- Transfer ---------------------------------------------------------------------------------------
+
+template <class Call>
+bool clsHTTPSndRcv::WithServer(const Procedure& self, const HostProgress& progress, Call&& call) {
+    return Exclusively(self, [&] {
+        const ShownProcedure shown(self.Name(), progress);
+        if (m_site.url.empty()) return shown.Fail(L"The URL of the WebDAV server is not set");
+        try {
+            return call(DavServer(m_site, [&] { return !progress.Cancelled(); }));
+        } catch (const HttpError& error) {
+            if (error.IsCancelled()) return true;
+            return shown.Fail(error.failure().description);
+        }
+    });
+}
+
+STDMETHODIMP clsHTTPSndRcv::Connect(VARIANT_BOOL* Success) {
+    return com::Return(Success, [&] {
+        const Procedure self(L"clsHTTPSndRcv.cls.IZNSenderReceiver_Connect");
+        const HostProgress progress(nullptr);
+        return self.Guard(false, [&] {
+            ReadMissingSettings();
+            return WithServer(self, progress, [&](const DavServer& server) {
+                return server.Exists(L"") || self.Fail(L"The server " + server.Name() +
+                                                       L" has no folder at that address: " + m_site.url);
+            });
+        });
+    });
+}
+
+bool clsHTTPSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
+    const Procedure self(L"clsHTTPSndRcv.cls.IZNSenderReceiver_Send");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        ReadMissingSettings();
+        // The host may set other folders while its messages are processed.
+        const std::wstring local = m_sLocalSendFolder;
+        const std::wstring remote = WithoutRoot(m_sRemoteSendFolder);
+        if (local.empty() || remote.empty())
+            return ShownProcedure(self.Name(), progress).Fail(L"one or more of the Send folders is not set");
+        progress.SetRange(0, 1);
+        progress.StatusText(L"Sending files");
+        return WithServer(self, progress, [&](const DavServer& server) {
+            return DavSender(server, progress).MoveFiles(local, remote) && !progress.Cancelled();
+        });
+    });
+}
+
+bool clsHTTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) {
+    const Procedure self(L"clsHTTPSndRcv.cls.IZNSenderReceiver_Receive");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        ReadMissingSettings();
+        const std::wstring folder = WithoutRoot(m_sRemoteReceiveFolder);
+        if (m_sLocalReceiveFolder.empty() || folder.empty())
+            return ShownProcedure(self.Name(), progress)
+                .Fail(L"one or more of the Receive folders is not set");
+        progress.SetRange(0, 1);
+        progress.StatusText(L"Receiving files");
+        const std::wstring remote = JoinRemote(folder, RemotePath(FolderName));
+        const std::wstring local = Path::Join(m_sLocalReceiveFolder, FolderName);
+        return WithServer(self, progress, [&](const DavServer& server) {
+            return DavReceiver(server, progress).MoveFiles(remote, local) && !progress.Cancelled();
+        });
+    });
+}

@@ -1,0 +1,34 @@
+// Sender/receiver whose remote side is a WebDAV server, reached through HTTPS.
+#pragma once
+
+#include <string>
+
+#include "http/HttpSite.h"
+#include "sendrecv/SenderReceiver.h"
+
+class clsHTTPSndRcv final : public SenderReceiver<_clsHTTPSndRcv> {
+public:
+    clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
+
+    // IZNSenderReceiver
+    STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override { return com::Return(Value, false); }
+    STDMETHODIMP put_LoginCancelled(VARIANT_BOOL) override { return S_OK; }
+    // IZNSenderReceiver and IZNSenderReceiver2
+    STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
+    STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override { return com::Return(Success, true); }
+
+private:
+    void TakeSetting(const std::wstring& name, const com::Variant& value) override;
+    void ReadSettings(IZNPropertySet* settings) override;
+    void WriteSettings(IZNPropertySet* settings) const override;
+    bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;
+    bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
+    std::wstring DisplayName() override { return L"HTTPS (WebDAV)"; }
+
+    void ReadMissingSettings();
+    template <class Call>
+    bool WithServer(const Procedure& self, const HostProgress& progress, Call&& call);
+
+    HttpSite m_site;
+    bool m_bSettingsProcessed = false;
+};

@@ -1,0 +1,224 @@
+"""Real WebDAV servers for the end-to-end tests, and a party between them and the host that spoils single requests."""
+import contextlib
+import functools
+import http.client
+import http.server
+import os
+import random
+import socket
+import ssl
+import subprocess
+import threading
+
+from support import HostTest, ROOT, own_program, run, skip, wait_until
+
+TOOL = ROOT / "tools" / "dav-server"
+AUTHORITY = ROOT / "build" / "setup" / "authority" / "ca.der"
+USER, PASSWORD = "packets", "secret"
+PORT, PLAIN_PORT = 8443, 8080
+METHODS = ("GET", "PUT", "DELETE", "PROPFIND", "MKCOL", "MOVE")
+
+
+@functools.cache
+def trust_authority(test):
+    """What the user of Wine's prefix trusts from then on."""
+    outcome = run(AUTHORITY, program=own_program(test, "trust"))
+    assert outcome.code == 0, outcome
+
+
+def own_address():
+    return f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
+
+
+class Server:
+    def __init__(self, test, kind):
+        check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
+        if check.returncode != 0:
+            skip(test, check.stderr.strip())
+        self.kind = kind
+        self.address = own_address()
+        self.folder = test.scratch / "server"
+        self.packets = self.folder / "root" / "dav"
+        self.process = None
+        test.addCleanup(self.kill)
+        self.start()
+        trust_authority(test)
+
+    @property
+    def url(self):
+        return f"https://{self.address}:{PORT}/dav"
+
+    def start(self):
+        self.process = subprocess.Popen([TOOL, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
+        wait_until(self.answers)
+
+    def answers(self):
+        assert self.process.poll() is None, f"{self.kind} ended at once"
+        with socket.socket() as client:
+            return client.connect_ex((self.address, PORT)) == 0
+
+    def kill(self):
+        if self.process:
+            self.process.terminate()
+            self.process.wait()
+            self.process = None
+
+    @property
+    def requests(self):
+        """A line for each, of all servers in this folder."""
+        return (self.folder / "access.log").read_text(encoding="utf-8", errors="replace").splitlines()
+
+    def own(self, *paths):
+        """Lets the server change files that the test made."""
+        for path in paths:
+            os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
+
+
+class Spoiler:
+    """Passes requests on to a server, and does something with that of a number.
+
+    refuse: drops the connection, and the server never hears of it; lose: drops it when the server has answered;
+    gateway: says 502 then; before, after: calls end, before the server hears of it or when it has answered;
+    "redirect URL": leads there, and the server never hears of it.
+    """
+
+    def __init__(self, test, server, mode="", number=0, end=None):
+        self.server, self.mode, self.number, self.end = server, mode, number, end
+        self.count = 0
+        self.lock = threading.Lock()
+        spoiler = self
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            protocol_version = "HTTP/1.1"
+
+            def log_message(self, *_):
+                """Not on the terminal."""
+
+            def pass_on(self):
+                spoiler.handle(self)
+
+        for method in METHODS:
+            setattr(Handler, f"do_{method}", Handler.pass_on)
+        self.listener = http.server.ThreadingHTTPServer((server.address, 0), Handler)
+        self.listener.daemon_threads = True
+        test.addCleanup(self.close)
+        threading.Thread(target=self.listener.serve_forever, kwargs={"poll_interval": 0.05}, daemon=True).start()
+
+    @property
+    def url(self):
+        return f"http://{self.server.address}:{self.listener.server_address[1]}/dav"
+
+    def close(self):
+        self.listener.shutdown()
+        self.listener.server_close()
+
+    def handle(self, request):
+        body = request.rfile.read(int(request.headers.get("Content-Length", 0)))
+        with self.lock:
+            self.count += 1
+            mode = self.mode if self.count == self.number else ""
+        if mode == "before":
+            self.end()
+        if mode in ("before", "refuse"):
+            return self.drop(request)
+        if mode.startswith("redirect"):
+            return self.answer(request, 307, {"Location": mode.split()[1]}, b"")
+        status, headers, content = self.ask(request, body)
+        if mode == "after":
+            self.end()
+        if mode in ("after", "lose"):
+            return self.drop(request)
+        if mode == "gateway":
+            status, headers, content = 502, {}, b"bad gateway"
+        return self.answer(request, status, headers, content)
+
+    @staticmethod
+    def answer(request, status, headers, content):
+        request.send_response(status)
+        for name, value in headers.items():
+            request.send_header(name, value)
+        request.send_header("Content-Length", str(len(content)))
+        request.end_headers()
+        request.wfile.write(content)
+
+    def ask(self, request, body):
+        connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
+        headers = dict(request.headers)
+        if "Destination" in headers:
+            headers["Destination"] = headers["Destination"].replace(self.url, f"http://{self.server.address}:{PLAIN_PORT}/dav")
+        connection.request(request.command, request.path, body or None, headers | {"Connection": "close"})
+        answer = connection.getresponse()
+        content = answer.read()
+        connection.close()
+        kept = {name: value for name, value in answer.getheaders()
+                if name.lower() not in ("content-length", "connection", "transfer-encoding", "keep-alive")}
+        return answer.status, kept, content
+
+    @staticmethod
+    def drop(request):
+        request.close_connection = True
+        request.connection.shutdown(socket.SHUT_RDWR)
+
+
+class Stranger:
+    """Somebody who notes what is told to him, and says nothing."""
+
+    def __init__(self, test, secure=True, signed=True, name=None, days=30):
+        self.heard = b""
+        self.listener = socket.create_server((own_address(), 0))
+        test.addCleanup(self.listener.close)
+        self.url = f"http{'s' * secure}://{':'.join(map(str, self.listener.getsockname()))}/"
+        context = self.context(test.scratch, signed, name or self.listener.getsockname()[0], days) if secure else None
+        threading.Thread(target=self.serve, args=(context,), daemon=True).start()
+
+    @staticmethod
+    def context(folder, signed, name, days):
+        key, request, certificate = (folder / f"stranger.{ending}" for ending in ("key", "csr", "pem"))
+        issuer = ["-CA", AUTHORITY.with_suffix(".pem"), "-CAkey", AUTHORITY.with_suffix(".key")] if signed else ["-signkey", key]
+        for command in (["req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request],
+                        ["x509", "-req", "-days", str(days), "-in", request, *issuer, "-out", certificate]):
+            subprocess.run(["openssl", *command], check=True, capture_output=True)
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(certificate, key)
+        return context
+
+    def serve(self, context):
+        with contextlib.suppress(OSError):  # that the listener has been closed
+            while True:
+                connection, _ = self.listener.accept()
+                with contextlib.suppress(OSError), connection:
+                    if context:
+                        connection = context.wrap_socket(connection, server_side=True)
+                    while data := connection.recv(65536):
+                        self.heard += data
+
+
+class HttpsHostTest(HostTest):
+    """Two installations that exchange packets through a server of the class's kind."""
+
+    KIND = "apache"
+    server = None
+
+    def install(self, root):
+        super().install(root)
+        self.scratch.chmod(0o711)  # the server's user passes through
+        self.server = self.server or Server(self, self.KIND)
+        self.to_enterprise = self.server.packets / "to-enterprise"
+        self.to_field = self.server.packets / "to-field"
+        for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
+            side.change("transport", "https")
+            side.change("https.user", USER)
+            side.change("https.password", PASSWORD)
+            side.change("remote_send", f"/to-{other}")
+            side.change("remote_receive", f"/to-{side.name}")
+        self.use(self.server.url)
+
+    def use(self, url):
+        for side in (self.field, self.enterprise):
+            side.change("https.server", url)
+
+    def way(self, side):
+        """What has been claimed and not yet delivered is no less safe."""
+        outbox, send, share, receive, inbox, *others = super().way(side)
+        claims = share.with_name(f"{share.name}.claims")
+        return [outbox, send, share, receive, inbox, *others, *(claims.iterdir() if claims.is_dir() else ())]

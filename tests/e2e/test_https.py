@@ -1,0 +1,191 @@
+"""Packets through real WebDAV servers, and what goes wrong with those."""
+import os
+import random
+import unittest
+
+from dav import HttpsHostTest, Spoiler, Stranger
+from support import Mount, WAITING, files_below, finish, slow, start
+
+AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
+MODES = ("refuse", "lose", "gateway", "before", "after")
+NAMES = ("a.mdb", "empty.dat", "-a[1]{2}.mdb", "50% & more #1;+=@.xml", "Grüße \u65e5\u672c.mdb", "SUB/DEEP/b.xml", "SUB/c.mdb")
+
+
+class TransferTest(HttpsHostTest):
+    def test_packets_travel_both_ways(self):
+        self.put(self.field, *NAMES)
+        self.put(self.field, "empty.dat", content=b"")
+        self.put(self.field, "awkward.mdb", content=AWKWARD)
+        self.put(self.enterprise, *NAMES)
+        del self.ledger[NAMES.index("empty.dat")]
+        self.assertEqual(set(self.assert_run(self.field).packets.values()), {"sent"})
+        self.assertEqual(files_below(self.to_enterprise).keys(), {*NAMES, "awkward.mdb"})
+        self.assertEqual(files_below(self.field.send), {})
+        self.assert_run(self.enterprise)
+        self.assert_run(self.field)
+        self.assert_delivered()
+        self.assertEqual(files_below(self.server.packets), {})
+        self.assertEqual(self.field.log + self.enterprise.log, "")
+
+    def test_of_two_versions_the_newer_one_arrives(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+        self.put(self.field, "a.mdb")
+        del self.ledger[0]
+        self.assert_next_cycle_delivers()
+
+    def test_what_others_put_there_arrives_too(self):
+        self.to_enterprise.mkdir()
+        self.server.own(self.to_enterprise)
+        path = self.put(self.field, "plain.mdb", folder=self.to_enterprise)
+        self.server.own(path)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_what_was_damaged_on_the_server_is_not_delivered(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        packet = self.to_enterprise / "a.mdb"
+        content = packet.read_bytes()
+        packet.write_bytes(content[:-1] + bytes([content[-1] ^ 1]))
+        self.assert_run(self.enterprise, 1)
+        self.assertIn("is not what was sent", self.enterprise.log)
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        # Sent anew it waits until the damaged one is gone: which of them is newer, nobody can tell.
+        claim, = (path for path in self.server.packets.rglob("a.mdb"))
+        claim.write_bytes(content)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_a_full_disk_of_the_server(self):
+        Mount(self, self.server.packets, "1m")
+        self.server.own(self.server.packets)
+        self.put(self.field, "a.mdb")
+        self.put(self.field, "large.mdb", content=os.urandom(3 << 20))
+        self.assert_run(self.field, 1)
+        self.assertIn("Failed to transmit file large.mdb", self.field.log)
+        self.assert_nothing_lost()
+        (self.field.send / "large.mdb").unlink()
+        del self.ledger[1]
+        self.assert_next_cycle_delivers()
+
+
+class RefusalTest(HttpsHostTest):
+    def assert_waits(self, *texts):
+        self.ledger.clear()  # a newer version takes the place of one that waits
+        self.put(self.field, "a.mdb")
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        for text in texts:
+            self.assertIn(text, self.field.log)
+
+    def test_a_wrong_password(self):
+        self.field.change("https.password", "wrong")
+        self.assert_waits("answers 401", "Check the login")
+        self.field.change("https.password", "secret")
+        self.assert_next_cycle_delivers()
+
+    def test_an_address_without_webdav(self):
+        self.use(self.server.url.replace("/dav", "/nothing"))
+        self.assert_waits("answers 403")
+
+    def test_a_server_that_does_not_run(self):
+        self.server.kill()
+        self.assert_waits("cannot be reached")
+        self.server.start()
+        self.assert_next_cycle_delivers()
+
+    def test_a_stranger_hears_nothing(self):
+        """Somebody whose certificate the system does not trust, or whom a server that it trusts leads to."""
+        for number, certificate in enumerate(({"signed": False}, {"name": "elsewhere"}, {"days": -1})):
+            with self.subTest(**certificate):
+                stranger = Stranger(self, **certificate)
+                self.use(stranger.url)
+                self.put(self.field, f"{number}.mdb")
+                self.assert_run(self.field, 1)
+                self.assertIn("no encrypted connection came about", self.field.log)
+                self.assertEqual(stranger.heard, b"")
+        stranger = Stranger(self, secure=False)
+        self.use(Spoiler(self, self.server, f"redirect {stranger.url}", 1).url)
+        self.assert_run(self.field, 1)
+        self.assertIn("it leads to another address", self.field.log)
+        self.assertEqual(stranger.heard, b"")
+        self.assert_nothing_lost()
+
+    def test_nothing_leaves_in_clear_text(self):
+        for url, text in ((f"http://10.{self.server.address[4:]}/dav", "use https"), ("ftp://server/", "must look like"),
+                          ("https://a:b@server/", "settings of their own"), ("nonsense", "must look like")):
+            with self.subTest(url=url):
+                self.use(url)
+                self.assert_waits(text)
+
+
+class SpoiledTest(HttpsHostTest):
+    """A line that dies at any request, and a host that ends there: nothing is lost, and the next runs go on."""
+
+    PACKETS = 2
+
+    def requests_of(self, side):
+        spoiler = Spoiler(self, self.server)
+        self.use(spoiler.url)
+        self.assert_run(side)
+        return spoiler.count
+
+    def spoil(self, side, mode, number):
+        process = None
+        spoiler = Spoiler(self, self.server, mode, number, lambda: (process.kill(), process.wait()))
+        self.use(spoiler.url)
+        process = start("run", side.settings)
+        outcome = finish(process)
+        self.assertGreaterEqual(spoiler.count, number, outcome)
+        self.assert_nothing_lost()
+        self.assert_only_whole_packets()
+
+    def assert_only_whole_packets(self):
+        for folder in (self.to_enterprise, self.enterprise.receive, self.enterprise.inbox):
+            for name, digest in files_below(folder).items():
+                self.assertIn((self.field, name, digest), self.ledger)
+
+    def spoil_each(self, numbers, side):
+        """One pair of installations for all: each run begins with new packets."""
+        for mode, number in numbers:
+            with self.subTest(side=side.name, mode=mode, number=number):
+                self.use(self.server.url)
+                for count in range(self.PACKETS):
+                    self.put(self.field, f"{mode}{number}-{count}.mdb", content=os.urandom(3000))
+                if side is self.enterprise:
+                    self.assert_run(self.field)
+                self.spoil(side, mode, number)
+                self.use(self.server.url)
+                # Where the answer to a MOVE or DELETE was lost, a packet may travel twice.
+                self.field.run()
+                self.assert_run(self.enterprise)
+                self.assert_delivered()
+                self.assertEqual(files_below(self.server.packets), {})
+
+    def chosen(self, count):
+        return [(mode, number) for mode in MODES for number in range(1, count + 1)]
+
+    def counts(self):
+        for number in range(self.PACKETS):
+            self.put(self.field, f"{number}.mdb")
+        return [self.requests_of(side) for side in (self.field, self.enterprise)]
+
+    def test_some_requests(self):
+        seed = random.randrange(1 << 32)
+        print(f"seed {seed}", flush=True)
+        choice = random.Random(seed)
+        for side, count in zip((self.field, self.enterprise), self.counts()):
+            self.spoil_each(choice.sample(self.chosen(count), 8), side)
+
+    @slow
+    def test_every_request(self):
+        self.PACKETS = 20
+        for side, count in zip((self.field, self.enterprise), self.counts()):
+            self.spoil_each(self.chosen(count), side)
+
+
+if __name__ == "__main__":
+    unittest.main()
