@@ -83,9 +83,10 @@ private:
         upload.digest.sha256 = sum.Finish();
         m_bytes += upload.digest.size;
         if (reply.Succeeded()) return true;
+        Stays(Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure));
+        // A part takes room, which may be what is missing; and some servers cannot list it.
+        if (reply.IsAnswered()) m_server.Delete(UploadPath(upload));
         m_batch.pop_back();
-        m_isComplete = false;
-        m_self.Fail(Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure));
         return IsOfThisFile(reply);
     }
 

@@ -16,6 +16,7 @@ struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
+    bool IsAnswered() const noexcept { return status != 0; }
     bool Succeeded() const noexcept { return status / 100 == 2; }
 };
 

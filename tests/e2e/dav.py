@@ -143,10 +143,10 @@ class Spoiler:
 
     def ask(self, request, body):
         connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
-        headers = dict(request.headers)
+        headers = dict(request.headers) | {"Host": f"{self.server.address}:{PLAIN_PORT}", "Connection": "close"}
         if "Destination" in headers:
-            headers["Destination"] = headers["Destination"].replace(self.url, f"http://{self.server.address}:{PLAIN_PORT}/dav")
-        connection.request(request.command, request.path, body or None, headers | {"Connection": "close"})
+            headers["Destination"] = headers["Destination"].replace(self.url, f"http://{headers['Host']}/dav")
+        connection.request(request.command, request.path, body or None, headers)
         answer = connection.getresponse()
         content = answer.read()
         connection.close()

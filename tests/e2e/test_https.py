@@ -1,7 +1,6 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
 import os
 import random
-import unittest
 
 from dav import HttpsHostTest, Spoiler, Stranger
 from support import Mount, WAITING, files_below, finish, slow, start
@@ -11,7 +10,9 @@ MODES = ("refuse", "lose", "gateway", "before", "after")
 NAMES = ("a.mdb", "empty.dat", "-a[1]{2}.mdb", "50% & more #1;+=@.xml", "Grüße \u65e5\u672c.mdb", "SUB/DEEP/b.xml", "SUB/c.mdb")
 
 
-class TransferTest(HttpsHostTest):
+class Transfers:
+    """What holds with every server."""
+
     def test_packets_travel_both_ways(self):
         self.put(self.field, *NAMES)
         self.put(self.field, "empty.dat", content=b"")
@@ -122,10 +123,11 @@ class RefusalTest(HttpsHostTest):
                 self.assert_waits(text)
 
 
-class SpoiledTest(HttpsHostTest):
+class SpoiledRequests:
     """A line that dies at any request, and a host that ends there: nothing is lost, and the next runs go on."""
 
     PACKETS = 2
+    SOME = 3
 
     def requests_of(self, side):
         spoiler = Spoiler(self, self.server)
@@ -178,7 +180,7 @@ class SpoiledTest(HttpsHostTest):
         print(f"seed {seed}", flush=True)
         choice = random.Random(seed)
         for side, count in zip((self.field, self.enterprise), self.counts()):
-            self.spoil_each(choice.sample(self.chosen(count), 8), side)
+            self.spoil_each(choice.sample(self.chosen(count), self.SOME), side)
 
     @slow
     def test_every_request(self):
@@ -187,5 +189,32 @@ class SpoiledTest(HttpsHostTest):
             self.spoil_each(self.chosen(count), side)
 
 
-if __name__ == "__main__":
-    unittest.main()
+class ApacheTest(Transfers, SpoiledRequests, HttpsHostTest):
+    KIND = "apache"
+    SOME = 8
+
+    def test_a_packet_takes_few_requests(self):
+        """Two to send, three to receive; the others are for all packets of a folder together."""
+        self.put_many(20, 100, None)
+        before = len(self.server.requests)
+        self.assert_run(self.field)
+        sent = [line.split()[3] for line in self.server.requests[before:]]
+        self.assertEqual((sent.count("PUT"), sent.count("MOVE")), (21, 20))
+        self.assertLess(len(sent), 2 * 20 + 12)
+        self.assert_run(self.enterprise)
+        received = [line.split()[3] for line in self.server.requests[before + len(sent):]]
+        self.assertEqual((received.count("GET"), received.count("MOVE"), received.count("DELETE")), (21, 20, 21))
+        self.assertLess(len(received), 3 * 20 + 14)
+        self.assert_delivered()
+
+
+class NginxTest(Transfers, SpoiledRequests, HttpsHostTest):
+    KIND = "nginx"
+
+
+class LighttpdTest(Transfers, SpoiledRequests, HttpsHostTest):
+    KIND = "lighttpd"
+
+
+class RcloneTest(Transfers, SpoiledRequests, HttpsHostTest):
+    KIND = "rclone"
