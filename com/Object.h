@@ -13,8 +13,9 @@
 namespace com {
 
 /// A COM object that implements Interfaces; the first one is its identity. It lives until its last reference
-/// is released, and no call is left that may be running in it. A base that names a DualInterface also offers
-/// that one, and IDispatch.
+/// is released, and no call is left that may be running in it. A base that implements an interface names it
+/// as Offered, and tells by Answers which identifiers lead to it: its own and those of the interfaces that it
+/// extends.
 template <class First, class... Others>
 class Unbound : public First, public Others... {
 public:
@@ -53,9 +54,8 @@ private:
 
     template <class Interface>
     void Offer(REFIID id, void** object) {
-        if constexpr (requires { typename Interface::DualInterface; }) {
-            if (id == __uuidof(typename Interface::DualInterface) || id == IID_IDispatch)
-                *object = static_cast<typename Interface::DualInterface*>(this);
+        if constexpr (requires { typename Interface::Offered; }) {
+            if (Interface::Answers(id)) *object = static_cast<typename Interface::Offered*>(this);
         } else if (id == __uuidof(Interface)) {
             *object = static_cast<Interface*>(this);
         }

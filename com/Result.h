@@ -15,6 +15,7 @@ namespace com {
 
 inline void Put(VARIANT_BOOL* out, bool value) { *out = value ? VARIANT_TRUE : VARIANT_FALSE; }
 inline void Put(LONG* out, LONG value) { *out = value; }
+inline void Put(DOUBLE* out, DOUBLE value) { *out = value; }
 inline void Put(BSTR* out, std::wstring_view value) { *out = Bstr(value).Release(); }
 inline void Put(VARIANT* out, Variant value) { *out = value.Release(); }
 template <class Interface>
@@ -93,6 +94,12 @@ struct OutOf<LONG> {
     LONG raw = 0;
     LONG* Put() { return &raw; }
     LONG Take() { return raw; }
+};
+template <>
+struct OutOf<DOUBLE> {
+    DOUBLE raw = 0;
+    DOUBLE* Put() { return &raw; }
+    DOUBLE Take() const { return raw; }
 };
 template <>
 struct OutOf<std::wstring> {

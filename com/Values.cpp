@@ -95,6 +95,8 @@ std::wstring Variant::Text() const { return com::Text(Converted(VT_BSTR).m_value
 
 LONG Variant::Number(std::wstring_view subject) const { return Converted(VT_I4, subject).m_value.lVal; }
 
+bool Variant::Flag() const { return !IsEmpty() && Converted(VT_BOOL).m_value.boolVal != VARIANT_FALSE; }
+
 std::wstring Text(const GUID& id) {
     std::array<wchar_t, 39> buffer;
     StringFromGUID2(id, buffer.data(), static_cast<int>(buffer.size()));

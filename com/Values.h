@@ -71,6 +71,8 @@ public:
     std::wstring Text() const;
     /// The value as a 32-bit number. Throws when it cannot be converted, naming the subject where given.
     LONG Number(std::wstring_view subject = {}) const;
+    /// The value as True or False. Throws when it cannot be converted.
+    bool Flag() const;
 
 private:
     Variant Converted(VARTYPE type, std::wstring_view subject = {}) const;

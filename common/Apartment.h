@@ -9,6 +9,8 @@
 #include "cmdline/clsCmdLine.h"
 #include "znFramework.h"
 
+class HeardReports;
+
 struct Apartment {
     std::wstring gk_sToolName;  ///< title of message boxes and source of log entries; set by start-up
     std::wstring build;         ///< "major.minor.revision"; empty until znMain ran
@@ -22,6 +24,8 @@ struct Apartment {
 
     std::optional<bool> userInterfaceAllowed;  ///< nothing until the host has told
     std::wstring helpFile;                     ///< of the message box that is on screen
+
+    HeardReports* heardReports = nullptr;  ///< the innermost that hears; null for none
 };
 
 /// The calling thread's apartment. It is released before the thread's last CoUninitialize takes

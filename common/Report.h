@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/Error.h"
 #include "znSystem.h"
 
 inline constexpr std::wstring_view kCrLf = L"\r\n";
@@ -19,6 +20,29 @@ std::wstring Lines(std::wstring first, const Parts&... others) {
 /// Reports under the tool's name, without throwing the current error again. Throws when the event log cannot
 /// be written.
 void Report(std::wstring text, LONG eventType = ZN_EVENTLOG_ERROR_TYPE);
+
+/// Hears the errors that procedures report in this apartment while it exists, for a caller who learns of them
+/// by an error of his own. Of several the innermost hears.
+class HeardReports {
+public:
+    HeardReports();
+    HeardReports(const HeardReports&) = delete;
+    HeardReports& operator=(const HeardReports&) = delete;
+    ~HeardReports();
+
+    bool Any() const noexcept { return !m_text.empty(); }
+    /// What was reported, without the names of procedures; the number is that of the first failure that was
+    /// being handled, E_FAIL without one.
+    base::Error AsError(std::wstring_view heading) const;
+
+    /// Called with each report.
+    static void Hear(std::wstring_view text);
+
+private:
+    HeardReports* const m_outer;
+    std::wstring m_text;
+    HRESULT m_number = S_OK;
+};
 
 /// A procedure of a module or a member of a class, by the name that its reports begin with.
 class Procedure {

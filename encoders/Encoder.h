@@ -12,11 +12,11 @@
 #include "services/Branding.h"
 #include "services/Component.h"
 
-/// DefaultInterface: the dual interface that scripts reach the encoder by.
-template <class DefaultInterface>
-class Encoder : public Component<DefaultInterface, IZNEncoder, IZNEncoder2> {
+/// ScriptInterface: the com::Dual that scripts reach the encoder by.
+template <class ScriptInterface>
+class Encoder : public Component<ScriptInterface, IZNEncoder, IZNEncoder2> {
 public:
-    // IZNEncoder
+    // IZNEncoder; scripts reach the extensions, too
     STDMETHODIMP Encode(BSTR InFolder, BSTR OutFolder, BSTR FileName, VARIANT_BOOL* Success) final {
         com::Bstr producedFile;
         return Encode(InFolder, OutFolder, FileName, producedFile.Put(), Success);
@@ -78,7 +78,7 @@ protected:
     std::wstring m_sApplicationName;
 
 private:
-    using Base = Component<DefaultInterface, IZNEncoder, IZNEncoder2>;
+    using Base = Component<ScriptInterface, IZNEncoder, IZNEncoder2>;
     using Behaviour = bool (Encoder::*)(const std::wstring&, const std::wstring&, const std::wstring&,
                                         std::wstring&);
 

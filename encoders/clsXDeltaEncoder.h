@@ -7,7 +7,7 @@
 #include "encoders/Encoder.h"
 #include "services/FolderLocator.h"
 
-class clsXDeltaEncoder final : public Encoder<_clsXDeltaEncoder> {
+class clsXDeltaEncoder final : public Encoder<com::Dual<_clsXDeltaEncoder2, _clsXDeltaEncoder>> {
 public:
     /// Reads the defaults from the registry.
     clsXDeltaEncoder();

@@ -3,7 +3,7 @@
 
 #include "encoders/Encoder.h"
 
-class clsZipEncoder final : public Encoder<_clsZipEncoder> {
+class clsZipEncoder final : public Encoder<com::Dual<_clsZipEncoder2, _clsZipEncoder>> {
 public:
     /// Reads the defaults from the registry.
     clsZipEncoder();

@@ -8,6 +8,7 @@
 #include "script/Collections.h"
 #include "services/MobileRegistry.h"
 #include "services/Registry.h"
+#include "services/ScriptMember.h"
 
 using com::Call;
 using com::Return;
@@ -16,6 +17,8 @@ using Microsoft::WRL::ComPtr;
 using namespace MobileRegistry;
 
 namespace {
+
+constexpr ScriptMember kScriptMember(L"znTransporter.clsTranMobileConfig");
 
 // Names of the configuration; those that are not here are called like their registry value.
 constexpr auto kHome = L"Home";
@@ -140,6 +143,14 @@ void clsTranMobileConfig::IZNMobileConfig_SetConfig(bool Enterprise, const std::
                                                     const std::wstring& ConfigValue) {
     const auto& table = SideOf(Enterprise).table;
     if (table) table->Set(ConfigName, ConfigValue);
+}
+
+HRESULT clsTranMobileConfig::SettingsOf(const Side& side, _Dictionary** Value) {
+    return kScriptMember.Return(Value, [&] {
+        if (!side.table)
+            throw base::Error(E_UNEXPECTED, L"No settings have been read: set ApplicationName first.");
+        return ComPtr<_Dictionary>(side.table.Get());
+    });
 }
 
 // --- Binary contract --------------------------------------------------------------------------------

@@ -18,6 +18,9 @@ public:
     STDMETHODIMP NextConfigName(VARIANT_BOOL Enterprise, BSTR* ConfigName) override;
     STDMETHODIMP ResetConfigNames(VARIANT_BOOL Enterprise) override;
     STDMETHODIMP SetConfig(VARIANT_BOOL Enterprise, BSTR ConfigName, BSTR ConfigValue) override;
+    // _clsTranMobileConfig
+    STDMETHODIMP get_Enterprise(_Dictionary** Value) override { return SettingsOf(m_enterprise, Value); }
+    STDMETHODIMP get_Field(_Dictionary** Value) override { return SettingsOf(m_field, Value); }
 
 private:
     /// What is known of one side.
@@ -33,6 +36,7 @@ private:
     void IZNMobileConfig_SetConfig(bool Enterprise, const std::wstring& ConfigName,
                                    const std::wstring& ConfigValue);
 
+    static HRESULT SettingsOf(const Side& side, _Dictionary** Value);
     Side& SideOf(bool enterprise) { return enterprise ? m_enterprise : m_field; }
 
     Side m_enterprise;

@@ -7,6 +7,7 @@
 #include "base/Text.h"
 #include "com/Object.h"
 #include "com/Result.h"
+#include "com/server/Enumerator.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -14,41 +15,7 @@ namespace script {
 
 namespace {
 
-/// Enumerates a snapshot of values.
-class Enumerator final : public com::ServerObject<IEnumVARIANT> {
-public:
-    explicit Enumerator(std::vector<com::Variant> values, size_t next = 0)
-        : m_values(std::move(values)), m_next(next) {}
-
-    STDMETHODIMP Next(ULONG count, VARIANT* values, ULONG* fetched) override {
-        if (!values || (!fetched && count != 1)) return E_POINTER;
-        ULONG done = 0;
-        const HRESULT result = com::Call([&] {
-            for (; done < count && m_next < m_values.size(); ++done, ++m_next)
-                values[done] = com::Variant(m_values[m_next]).Release();
-        });
-        if (fetched) *fetched = done;
-        if (FAILED(result)) return result;
-        return done == count ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Skip(ULONG count) override {
-        const size_t left = m_values.size() - m_next;
-        m_next += std::min<size_t>(count, left);
-        return count <= left ? S_OK : S_FALSE;
-    }
-    STDMETHODIMP Reset() override {
-        m_next = 0;
-        return S_OK;
-    }
-    STDMETHODIMP Clone(IEnumVARIANT** clone) override {
-        return com::Return(clone,
-                           [&] { return ComPtr<IEnumVARIANT>(com::Make<Enumerator>(m_values, m_next)); });
-    }
-
-private:
-    std::vector<com::Variant> m_values;
-    size_t m_next;
-};
+using Enumerator = com::Enumerator<IEnumVARIANT, VARIANT, com::Variant>;
 
 ComPtr<IUnknown> Enumerate(std::vector<com::Variant> values) {
     return ComPtr<IEnumVARIANT>(com::Make<Enumerator>(std::move(values)));

@@ -13,12 +13,22 @@
 #include "services/FolderLocator.h"
 #include "services/HostProgress.h"
 #include "services/PropertySet.h"
+#include "services/ScriptMember.h"
 
-/// DefaultInterface: the dual interface that scripts reach the sender/receiver by. Others: interfaces that
-/// not every sender/receiver has.
-template <class DefaultInterface, class... Others>
-class SenderReceiver : public Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...> {
+/// ScriptInterface: the com::Dual that scripts reach the sender/receiver by. Others: interfaces that not
+/// every sender/receiver has.
+template <class ScriptInterface, class... Others>
+class SenderReceiver : public Component<ScriptInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...> {
 public:
+    // What scripts reach of every sender/receiver
+    STDMETHODIMP get_SendFolder(BSTR* Value) final { return com::Return(Value, m_sLocalSendFolder); }
+    STDMETHODIMP put_SendFolder(BSTR Value) final { return StoreScriptPath(m_sLocalSendFolder, Value); }
+    STDMETHODIMP get_ReceiveFolder(BSTR* Value) final { return com::Return(Value, m_sLocalReceiveFolder); }
+    STDMETHODIMP put_ReceiveFolder(BSTR Value) final { return StoreScriptPath(m_sLocalReceiveFolder, Value); }
+    STDMETHODIMP get_RemoteSendFolder(BSTR* Value) final { return com::Return(Value, m_sRemoteSendFolder); }
+    STDMETHODIMP get_RemoteReceiveFolder(BSTR* Value) final {
+        return com::Return(Value, m_sRemoteReceiveFolder);
+    }
     // IZNSenderReceiver
     STDMETHODIMP get_LocalSendFolder(BSTR* Value) final { return com::Return(Value, m_sLocalSendFolder); }
     STDMETHODIMP put_LocalSendFolder(BSTR Value) final {
@@ -47,7 +57,7 @@ public:
         return com::Return(Success,
                            [&] { return IZNSenderReceiver_Receive(com::Text(FolderName), Progress); });
     }
-    // IZNSenderReceiver2
+    // IZNSenderReceiver2; scripts reach some by the name of the application, too
     STDMETHODIMP get_PropSet(IZNPropertySet** Value) final {
         return com::Return(Value, [&] {
             using Set = Microsoft::WRL::ComPtr<IZNPropertySet>;
@@ -115,6 +125,11 @@ protected:
     }
     bool IsWorking() const noexcept { return m_working; }
 
+    /// Unlike hosts, scripts name folders before these are there.
+    static HRESULT StoreScriptPath(std::wstring& folder, BSTR value) {
+        return com::Call([&] { folder = ScriptPath(com::Text(value)); });
+    }
+
     virtual bool IZNSenderReceiver_Send(IUnknown* ProgressObject) = 0;
     virtual bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) = 0;
 
@@ -127,7 +142,7 @@ protected:
     FolderLocator m_folderLocator;
 
 private:
-    using Base = Component<DefaultInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...>;
+    using Base = Component<ScriptInterface, IZNSenderReceiver, IZNSenderReceiver2, Others...>;
 
     /// A folder that cannot be read and written is reported, and stored all the same.
     HRESULT StoreTestedFolder(std::wstring& folder, BSTR value, const wchar_t* member) {

@@ -9,7 +9,7 @@
 #include "sendrecv/FtpSession.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsFTPSndRcv final : public SenderReceiver<_clsFTPSndRcv> {
+class clsFTPSndRcv final : public SenderReceiver<com::Dual<_clsFTPSndRcv2, _clsFTPSndRcv>> {
 public:
     clsFTPSndRcv() : SenderReceiver(L"clsFTPSndRcv") {}
 
@@ -23,6 +23,18 @@ public:
     STDMETHODIMP get_DialogEnd(LONG* Value) override {
         return com::Return(Value, static_cast<LONG>(m_administration.DialogEnd()));
     }
+    // _clsFTPSndRcv2
+    STDMETHODIMP put_RemoteSendFolder(BSTR Value) override { return com::Assign(m_sRemoteSendFolder, Value); }
+    STDMETHODIMP put_RemoteReceiveFolder(BSTR Value) override {
+        return com::Assign(m_sRemoteReceiveFolder, Value);
+    }
+    STDMETHODIMP get_Server(BSTR* Value) override { return com::Return(Value, m_session.site.server); }
+    STDMETHODIMP put_Server(BSTR Value) override { return com::Assign(m_session.site.server, Value); }
+    STDMETHODIMP get_UserName(BSTR* Value) override { return com::Return(Value, m_session.site.user); }
+    STDMETHODIMP put_UserName(BSTR Value) override { return com::Assign(m_session.site.user, Value); }
+    STDMETHODIMP put_Password(BSTR Value) override { return com::Assign(m_session.site.password, Value); }
+    STDMETHODIMP get_Mobile(VARIANT_BOOL* Value) override { return com::Return(Value, m_bMobile); }
+    STDMETHODIMP put_Mobile(VARIANT_BOOL Value) override { return com::Assign(m_bMobile, Value); }
     // _clsFTPSndRcv and IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override {
         return com::Return(Value, m_session.LoginCancelled);

@@ -6,10 +6,20 @@
 #include "http/HttpSite.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsHTTPSndRcv final : public SenderReceiver<_clsHTTPSndRcv> {
+class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>> {
 public:
     clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
 
+    // _clsHTTPSndRcv
+    STDMETHODIMP put_RemoteSendFolder(BSTR Value) override { return com::Assign(m_sRemoteSendFolder, Value); }
+    STDMETHODIMP put_RemoteReceiveFolder(BSTR Value) override {
+        return com::Assign(m_sRemoteReceiveFolder, Value);
+    }
+    STDMETHODIMP get_Server(BSTR* Value) override { return com::Return(Value, m_site.url); }
+    STDMETHODIMP put_Server(BSTR Value) override { return com::Assign(m_site.url, Value); }
+    STDMETHODIMP get_UserName(BSTR* Value) override { return com::Return(Value, m_site.user); }
+    STDMETHODIMP put_UserName(BSTR Value) override { return com::Assign(m_site.user, Value); }
+    STDMETHODIMP put_Password(BSTR Value) override { return com::Assign(m_site.password, Value); }
     // IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override { return com::Return(Value, false); }
     STDMETHODIMP put_LoginCancelled(VARIANT_BOOL) override { return S_OK; }

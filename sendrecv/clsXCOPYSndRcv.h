@@ -6,10 +6,17 @@
 
 #include "sendrecv/SenderReceiver.h"
 
-class clsXCOPYSndRcv final : public SenderReceiver<_clsXCOPYSndRcv, IZNMobileAdminPropertiesEx> {
+class clsXCOPYSndRcv final : public SenderReceiver<com::Dual<_clsXCOPYSndRcv>, IZNMobileAdminPropertiesEx> {
 public:
     clsXCOPYSndRcv() : SenderReceiver(L"clsXCOPYSndRcv") {}
 
+    // _clsXCOPYSndRcv
+    STDMETHODIMP put_RemoteSendFolder(BSTR Value) override {
+        return StoreScriptPath(m_sRemoteSendFolder, Value);
+    }
+    STDMETHODIMP put_RemoteReceiveFolder(BSTR Value) override {
+        return StoreScriptPath(m_sRemoteReceiveFolder, Value);
+    }
     // IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override { return com::Return(Value, false); }
     STDMETHODIMP put_LoginCancelled(VARIANT_BOOL) override { return S_OK; }

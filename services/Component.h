@@ -13,10 +13,10 @@
 #include "services/Branding.h"
 #include "znTransporter.h"
 
-/// DefaultInterface: the dual interface that scripts reach the component by. Interfaces: its own contracts.
-template <class DefaultInterface, class... Interfaces>
-class Component : public com::ServerObject<com::Dual<DefaultInterface>, Interfaces...,
-                                           IZNMobileAdminProperties, IZNRegInCat> {
+/// ScriptInterface: the com::Dual that scripts reach the component by. Interfaces: its own contracts.
+template <class ScriptInterface, class... Interfaces>
+class Component
+    : public com::ServerObject<ScriptInterface, Interfaces..., IZNMobileAdminProperties, IZNRegInCat> {
 public:
     // IZNMobileAdminProperties
     STDMETHODIMP get_Name(BSTR* Value) final {

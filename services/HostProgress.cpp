@@ -2,11 +2,19 @@
 #include "services/HostProgress.h"
 
 #include "com/ErrorInfo.h"
+#include "com/Object.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "services/ScriptProgress.h"
 
 HostProgress::HostProgress(IUnknown* progress, Where where) {
-    if (progress) com::Check(progress->QueryInterface(IID_PPV_ARGS(&m_progress)), L"progress object", where);
+    if (!progress) return;
+    const HRESULT result = progress->QueryInterface(IID_PPV_ARGS(&m_progress));
+    if (SUCCEEDED(result)) return;
+    Microsoft::WRL::ComPtr<IDispatch> scripted;
+    if (FAILED(progress->QueryInterface(IID_PPV_ARGS(&scripted))))
+        com::Check(result, L"progress object", where);
+    m_progress = com::Make<ScriptProgress>(scripted.Get());
 }
 
 void HostProgress::SetRange(LONG low, LONG high, Where where) const {

@@ -13,7 +13,8 @@ class HostProgress {
 public:
     using Where = base::Where;
 
-    /// progress: may be null. Throws when it is an object of another kind.
+    /// progress: an IZNProgress, or an object of a script, which is called by name; may be null. Throws when
+    /// it is an object of another kind.
     explicit HostProgress(IUnknown* progress, Where where = Where::current());
 
     void SetRange(LONG low, LONG high, Where where = Where::current()) const;

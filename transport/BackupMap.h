@@ -13,6 +13,7 @@ public:
     /// False when the id has an entry already, which stays.
     bool Add(const std::wstring& packetId, const std::wstring& path);
     std::optional<std::wstring> Find(const std::wstring& packetId) const;
+    const std::vector<std::wstring>& Ids() const noexcept { return m_ids; }
     /// The next id of the list; nothing at its end.
     std::optional<std::wstring> NextId();
 

@@ -34,8 +34,6 @@ std::optional<std::wstring> Below(const std::wstring& folder, const std::wstring
     return rest.starts_with(L'\\') ? std::optional(rest) : std::nullopt;
 }
 
-std::wstring BackupFolder(const std::wstring& receiveFolder) { return receiveFolder + L"\\Backup"; }
-
 }  // namespace
 
 std::optional<std::wstring> clsTransporter::FileList::Next() {
@@ -185,15 +183,20 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
         if (!file) return true;
         OutputDebugStringW((L"Zarn: NextLocalReceiveFile " + *file).c_str());
         OutputDebugStringW((L"Zarn: sFileName " + Path::BaseName(*file)).c_str());
-        if (!FileSystem::FolderExists(DestinationFolder))
-            return self.Fail(L"Destination folder " + DestinationFolder + L" does not exist.");
-        if (!CheckReadWriteDelete(DestinationFolder, SupressMsg)) return false;
-        const Delivery delivery = Deliver(self, *file, DestinationFolder);
-        if (!delivery.done && !FileSystem::FileExists(*file))
-            self.Report(L"The encoder failed to decompress and/or decode the file " + *file + L".");
-        FileName = delivery.fileName;
-        return delivery.done;
+        return DeliverFile(self, *file, DestinationFolder, FileName);
     });
+}
+
+bool clsTransporter::DeliverFile(const Procedure& member, const std::wstring& file,
+                                 const std::wstring& destinationFolder, std::wstring& fileName) {
+    if (!FileSystem::FolderExists(destinationFolder))
+        return member.Fail(L"Destination folder " + destinationFolder + L" does not exist.");
+    if (!CheckReadWriteDelete(destinationFolder, SupressMsg)) return false;
+    const Delivery delivery = Deliver(member, file, destinationFolder);
+    if (!delivery.done && !FileSystem::FileExists(file))
+        member.Report(L"The encoder failed to decompress and/or decode the file " + file + L".");
+    fileName = delivery.fileName;
+    return delivery.done;
 }
 
 clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const std::wstring& file,
@@ -297,10 +300,13 @@ void clsTransporter::AddToList(const std::wstring& Folder) {
     });
 }
 
-void clsTransporter::IZNTransporter2_Reset() {
-    if (!m_bBackupEnabled || !m_senderReceiver) return;
+void clsTransporter::ListBackups() {
     m_backups.Clear();
     AddToList(BackupFolder(LocalReceiveFolder()));
+}
+
+void clsTransporter::IZNTransporter2_Reset() {
+    if (m_bBackupEnabled && m_senderReceiver) ListBackups();
 }
 
 std::wstring clsTransporter::IZNTransporter2_Next() {
@@ -319,16 +325,20 @@ bool clsTransporter::IZNTransporter2_DestroyBackup(const std::wstring& PacketId)
     return true;
 }
 
-/// Back to where the packet was received, which must still be the receive folder.
 bool clsTransporter::IZNTransporter2_RestoreBackup(const std::wstring& PacketId) {
     const std::optional<std::wstring> backup = BackupOf(PacketId);
-    if (!backup || !FileSystem::FileExists(*backup)) return false;
+    return backup && Restore(*backup);
+}
+
+/// Back to where the packet was received, which must still be the receive folder.
+bool clsTransporter::Restore(const std::wstring& backup) {
+    if (!FileSystem::FileExists(backup)) return false;
     const std::wstring receiveFolder = LocalReceiveFolder();
-    const std::optional<std::wstring> below = Below(BackupFolder(receiveFolder), *backup);
+    const std::optional<std::wstring> below = Below(BackupFolder(receiveFolder), backup);
     if (!below) return false;
     const std::wstring received = receiveFolder + *below;
     if (!ProvideFolder(Path::ParentFolder(received))) return false;
-    FileSystem::MoveReplacing(*backup, received);
+    FileSystem::MoveReplacing(backup, received);
     return true;
 }
 

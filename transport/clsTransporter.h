@@ -9,15 +9,19 @@
 #include <vector>
 
 #include "base/FileSystem.h"
+#include "base/FolderTree.h"
 #include "base/WriteBlock.h"
 #include "com/Result.h"
+#include "com/server/EventSource.h"
 #include "com/server/ServerObject.h"
 #include "common/Report.h"
 #include "transport/BackupMap.h"
 #include "znTransporter.h"
 
 class clsTransporter final
-    : public com::ServerObject<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2> {
+    : public com::ServerObject<com::Dual<_clsTransporter>, IZNTransporter, IZNTransporter2,
+                               com::EventSource<_clsTransporterEvents>,
+                               com::ClassInfo<clsTransporter, _clsTransporterEvents>> {
 public:
     // IZNTransporter
     STDMETHODIMP get_Encoder(IZNEncoder** Value) override { return com::Return(Value, m_shownEncoder); }
@@ -46,6 +50,32 @@ public:
     STDMETHODIMP BackupExists(BSTR PacketId, VARIANT_BOOL* Result) override;
     STDMETHODIMP RestoreBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
     STDMETHODIMP DestroyBackup(BSTR PacketId, VARIANT_BOOL* Result) override;
+    // _clsTransporter
+    STDMETHODIMP get_SenderReceiver(IDispatch** Value) override;
+    STDMETHODIMP put_SenderReceiver(IDispatch* Value) override { return putref_SenderReceiver(Value); }
+    STDMETHODIMP putref_SenderReceiver(IDispatch* Value) override;
+    STDMETHODIMP get_SendFolder(BSTR* Value) override;
+    STDMETHODIMP put_SendFolder(BSTR Value) override;
+    STDMETHODIMP get_ReceiveFolder(BSTR* Value) override;
+    STDMETHODIMP put_ReceiveFolder(BSTR Value) override;
+    STDMETHODIMP AddEncoder(IDispatch* Encoder) override;
+    STDMETHODIMP Add(BSTR FileName, VARIANT SubFolder) override;
+    STDMETHODIMP Move(BSTR FileName, VARIANT SubFolder) override;
+    STDMETHODIMP MoveAll(BSTR Folder, LONG* Count) override;
+    STDMETHODIMP SendReceive(VARIANT Progress, VARIANT SubFolder, VARIANT_BOOL* Result) override;
+    STDMETHODIMP Cancel() override;
+    STDMETHODIMP get_Received(_Collection** Value) override;
+    STDMETHODIMP get_Waiting(_Collection** Value) override;
+    STDMETHODIMP get_Backups(_Collection** Value) override;
+    STDMETHODIMP RestoreBackup(BSTR PacketId) override;
+    STDMETHODIMP DestroyBackup(BSTR PacketId) override;
+
+    /// Delivers a packet of the receive folder for a script, and returns what it became. Throws a failure.
+    std::wstring DeliverPacket(const std::wstring& receiveFolder, const base::TreeFile& packet,
+                               const std::wstring& folder);
+    const com::EventHandlers& Handlers() const noexcept { return m_handlers; }
+    /// Whether a script has asked the transfer that runs to stop.
+    bool IsCancelled() const noexcept { return m_cancelled; }
 
 private:
     /// A list of full paths with the cursor of the member that walks it.
@@ -87,6 +117,9 @@ private:
     /// Null when no encoder takes the file.
     Microsoft::WRL::ComPtr<IZNEncoder> EncoderFor(ExtensionMember extensionOf, const std::wstring& fileName);
     static std::vector<std::wstring> InitFileList(const std::wstring& Folder);
+    /// Delivers a received file, with the name to hand to the host. False after a failure, which is reported.
+    bool DeliverFile(const Procedure& member, const std::wstring& file, const std::wstring& destinationFolder,
+                     std::wstring& fileName);
     Delivery Deliver(const Procedure& member, const std::wstring& file,
                      const std::wstring& destinationFolder);
     static Delivery Decode(IZNEncoder* encoder, const std::wstring& file, const FileSystem::WriteBlock& block,
@@ -96,8 +129,23 @@ private:
     static Delivery MoveOver(const Procedure& member, const std::wstring& file, const std::wstring& target,
                              const std::wstring& backup);
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
+    static std::wstring BackupFolder(const std::wstring& receiveFolder) {
+        return receiveFolder + L"\\Backup";
+    }
     void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);
+    void ListBackups();
+    bool Restore(const std::wstring& backup);
+
+    // What scripts' members do; see TransporterScripting.cpp.
+    void DemandFolders() const;
+    void SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR), const std::wstring& folder);
+    void AddPacket(const std::wstring& file, const std::wstring& subFolder);
+    void MovePacket(const std::wstring& file, const std::wstring& subFolder);
+    LONG MovePackets(const std::wstring& folder);
+    bool Transfer(IUnknown* progress, const std::wstring& subFolder);
+    Microsoft::WRL::ComPtr<_Collection> ReceivedPackets();
+    std::wstring KnownBackup(const std::wstring& packetId);
 
     const bool SupressMsg = false;
     std::vector<Microsoft::WRL::ComPtr<IZNEncoder>> m_encoders;  ///< of both ways, in order of assignment
@@ -107,4 +155,6 @@ private:
     FileList m_receiveList;
     bool m_bBackupEnabled = false;
     BackupMap m_backups;
+    bool m_transferring = false;  ///< for a script
+    bool m_cancelled = false;
 };

@@ -11,11 +11,15 @@
 
 namespace com {
 
-/// A dual interface whose IDispatch part is answered from the type library.
-template <class Interface>
+/// A dual interface whose IDispatch part is answered from the type library. Released: the dual interfaces
+/// that it extends.
+template <class Interface, class... Released>
 class Dual : public Interface {
 public:
-    using DualInterface = Interface;
+    using Offered = Interface;
+    static bool Answers(REFIID id) {
+        return id == __uuidof(Interface) || ((id == __uuidof(Released)) || ...) || id == IID_IDispatch;
+    }
 
     STDMETHODIMP GetTypeInfoCount(UINT* count) override {
         if (!count) return E_POINTER;

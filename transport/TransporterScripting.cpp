@@ -1,0 +1,344 @@
+// What scripts reach of the transporter: the behaviour of its contracts with names, collections and errors.
+#include <algorithm>
+
+#include "base/Arrival.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/RollBack.h"
+#include "base/Text.h"
+#include "base/Undo.h"
+#include "base/WriteBlock.h"
+#include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
+#include "common/Report.h"
+#include "packets/PacketName.h"
+#include "script/Collections.h"
+#include "services/ScriptMember.h"
+#include "transport/ReceivedPacket.h"
+#include "transport/ScriptTransfer.h"
+#include "transport/clsTransporter.h"
+
+using com::Text;
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+constexpr ScriptMember kScriptMember(L"znTransporter.clsTransporter");
+
+/// The object that a script gave or left out.
+ComPtr<IUnknown> OptionalObject(const VARIANT& argument) {
+    const com::Variant value(argument);
+    switch (value.Get().vt) {
+    case VT_DISPATCH:
+    case VT_UNKNOWN:
+        return value.Get().punkVal;
+    case VT_EMPTY:
+    case VT_NULL:
+    case VT_ERROR:
+        return nullptr;
+    default:
+        throw base::Error(DISP_E_TYPEMISMATCH, L"The progress object is no object.");
+    }
+}
+
+std::wstring OptionalText(const VARIANT& argument) {
+    return argument.vt == VT_ERROR ? std::wstring() : com::Variant(argument).Text();
+}
+
+std::wstring FirstFolder(const std::wstring& path) { return path.substr(0, path.find(L'\\')); }
+
+bool IsBackupPath(const std::wstring& path) { return IsSameName(FirstFolder(path), L"Backup"); }
+
+/// Whether a relative path stays below every folder that it is joined to.
+bool IsPlainPath(const std::wstring& path) {
+    const std::wstring first = FirstFolder(path);
+    return Path::IsPlainName(first) &&
+           (first.size() == path.size() || IsPlainPath(path.substr(first.size() + 1)));
+}
+
+bool LiesIn(const std::wstring& folder, const std::wstring& path) {
+    return base::Upper(Path::WithSeparator(path)).starts_with(base::Upper(Path::WithSeparator(folder)));
+}
+
+/// What would not reach the other side as the packet that it is must not leave this one.
+void RefusePacket(const std::wstring& name, const std::wstring& subFolder) {
+    const auto refuse = [&](const wchar_t* reason) {
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + Path::Join(subFolder, name) + L" was not added: " + reason);
+    };
+    if (!subFolder.empty() && !IsPlainPath(subFolder))
+        refuse(L"its sub-folder is no path relative to the send folder. Name folders below that, with \\ "
+               L"between them.");
+    if (IsBackupPath(Path::Join(subFolder, name)))
+        refuse(L"the receive folder keeps backups in the sub-folder Backup. Use another name.");
+    if (IsKeptCopy(name))
+        refuse(L"its name is that of a copy that is kept of a replaced file. Give it another name.");
+}
+
+/// All packets in a folder and below it. A folder below that cannot be listed is reported and leaves the
+/// others.
+std::vector<base::TreeFile> PacketsBelow(const std::wstring& folder, const Procedure& member) {
+    const auto report = [&](const std::wstring& subFolder, const std::wstring& reason) {
+        if (subFolder.empty()) throw base::Error(E_FAIL, reason);
+        member.Report(Lines(reason, L"Folder: " + Path::Join(folder, subFolder)));
+    };
+    std::vector<base::TreeFile> files = base::FilesBelow(folder, report);
+    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
+    return files;
+}
+
+template <class Values>
+ComPtr<_Collection> CollectionOf(const Values& values) {
+    const auto collection = com::Make<script::Collection>();
+    for (const auto& value : values)
+        collection->Add(com::Variant(value));
+    return collection.Get();
+}
+
+}  // namespace
+
+/// What a script has forgotten is no failure for the event log.
+void clsTransporter::DemandFolders() const {
+    if (!m_senderReceiver)
+        throw base::Error(E_UNEXPECTED,
+                          L"There is no sender/receiver. Set SenderReceiver to a clsXCOPYSndRcv or "
+                          L"a clsFTPSndRcv first.");
+    if (LocalSendFolder().empty() || LocalReceiveFolder().empty())
+        throw base::Error(E_UNEXPECTED, L"The send or the receive folder is missing. Set SendFolder and "
+                                        L"ReceiveFolder first.");
+}
+
+void clsTransporter::SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR),
+                               const std::wstring& folder) {
+    FileSystem::CreateFolders(folder);
+    const ComPtr<IZNSenderReceiver> remote = Remote();
+    com::Check((remote.Get()->*setter)(com::Bstr(folder).Get()));
+}
+
+// --- Sending ----------------------------------------------------------------------------------------
+
+void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& subFolder) {
+    DemandFolders();
+    const std::wstring name = Path::FileName(file);
+    RefusePacket(name, subFolder);
+    if (!EncoderFor(&IZNEncoder::get_InExtension, name) && EncoderFor(&IZNEncoder::get_OutExtension, name))
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + file +
+                              L" was not added: its extension is that of an "
+                              L"encoded packet, which the other side would decode. Give it another name.");
+    Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.",
+           [&] { return IZNTransporter_Add(file, subFolder); });
+    // A copy that cannot be deleted when it was sent would travel again and again.
+    FileSystem::MakeWritable(Path::Join(Path::Join(LocalSendFolder(), subFolder), name));
+}
+
+/// A version that somebody saves after this one was added must not be deleted in its place.
+void clsTransporter::MovePacket(const std::wstring& file, const std::wstring& subFolder) {
+    const FileSystem::WriteBlock block(file);
+    block.Held();
+    AddPacket(file, subFolder);
+    const bool isSame = [&] {
+        try {
+            return block.Delete(FileSystem::ReadOnlyFiles::Delete);
+        } catch (const base::Error&) {
+            base::ThrowWith(L"The packet waits in the send folder, and is still at its place, too.");
+        }
+    }();
+    if (!isSame)
+        throw base::Error(E_FAIL, L"Another version of the packet " + file +
+                                      L" was saved while this one was added. It stays for the next call.");
+}
+
+/// One that cannot be moved leaves the others.
+LONG clsTransporter::MovePackets(const std::wstring& folder) {
+    DemandFolders();
+    if (!FileSystem::FolderExists(folder))
+        throw base::Error(E_INVALIDARG,
+                          L"There is no folder " + folder + L" of which packets could be moved.");
+    const HeardReports unlisted;
+    LONG moved = 0;
+    std::wstring refusals;
+    for (const base::TreeFile& file : PacketsBelow(folder, Procedure(L"clsTransporter.cls.MoveAll"))) {
+        if (IsCompanionFile(file.name)) continue;
+        try {
+            MovePacket(Path::Join(folder, file.RelativePath()), file.subFolder);
+            ++moved;
+        } catch (...) {
+            refusals.append(kCrLf).append(base::CurrentFailure().description);
+        }
+    }
+    const std::wstring result = std::to_wstring(moved) + L" packet(s) of the folder " + folder +
+                                L" wait to be sent now, but not all of it:" + refusals;
+    if (unlisted.Any()) throw unlisted.AsError(result);
+    if (!refusals.empty()) throw base::Error(E_FAIL, result);
+    return moved;
+}
+
+bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder) {
+    DemandFolders();
+    if (m_transferring)
+        throw base::Error(E_UNEXPECTED,
+                          L"SendReceive is at work already. Call it again when that call has returned.");
+    const auto transfer = com::Make<ScriptTransfer>(this, progress);
+    const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
+    m_cancelled = false;
+    m_transferring = true;
+    const base::RollBack end([this] { m_transferring = false; });
+    const HeardReports heard;
+    const bool moved =
+        IZNTransporter_SendReceive(com::Bstr(subFolder).Get(), static_cast<IZNProgress*>(transfer.Get()));
+    const bool stopped =
+        transfer->WasStopped() || com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, remote.Get());
+    if (heard.Any() || (!moved && !stopped))
+        throw heard.AsError(
+            L"Not everything could be sent and received. What was not is where it was; the next "
+            L"SendReceive moves it.");
+    return moved && !stopped;
+}
+
+// --- Receiving --------------------------------------------------------------------------------------
+
+/// Of a packet that came in several forms the newest must be the last to be delivered.
+ComPtr<_Collection> clsTransporter::ReceivedPackets() {
+    DemandFolders();
+    const std::wstring folder = LocalReceiveFolder();
+    std::vector<std::pair<std::uint64_t, base::TreeFile>> found;
+    for (base::TreeFile& file : PacketsBelow(folder, Procedure(L"clsTransporter.cls.Received"))) {
+        const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath()));
+        if (version && !IsBackupPath(file.RelativePath()))
+            found.emplace_back(version->lastWrite, std::move(file));
+    }
+    std::ranges::stable_sort(found, {}, [](const auto& packet) { return packet.first; });
+    const auto packets = com::Make<script::Collection>();
+    for (auto& [time, file] : found)
+        packets->Add(com::Variant::Object(com::Make<ReceivedPacket>(this, folder, std::move(file)).Get()));
+    return packets.Get();
+}
+
+std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, const base::TreeFile& packet,
+                                           const std::wstring& folder) {
+    const std::wstring file = Path::Join(receiveFolder, packet.RelativePath());
+    if (folder.empty() || LiesIn(receiveFolder, folder))
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + file +
+                              L" was not delivered: name a folder that does not lie in the receive "
+                              L"folder.");
+    if (IsKeptCopy(packet.name) || IsFolderTestFile(packet.name))
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + file +
+                              L" was not delivered: its name is one that deliveries use themselves, "
+                              L"and would delete. Give it another name.");
+    if (!FileSystem::FileExists(file))
+        throw base::Error(
+            HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND),
+            L"The packet " + file +
+                L" is not in the receive folder any more: it was delivered already, or somebody has "
+                L"removed it.");
+    const std::wstring destination = Path::Join(folder, packet.subFolder);
+    FileSystem::CreateFolders(destination);
+    std::wstring fileName;
+    const Procedure self(L"clsTransporter.cls.Deliver");
+    Demand(L"The packet " + file + L" was not delivered into " + destination +
+               L". As long as it is in the receive folder, Received offers it again.",
+           [&] { return self.Guard(false, [&] { return DeliverFile(self, file, destination, fileName); }); });
+    return fileName;
+}
+
+// --- Backups ----------------------------------------------------------------------------------------
+
+std::wstring clsTransporter::KnownBackup(const std::wstring& packetId) {
+    DemandFolders();
+    ListBackups();
+    const std::optional<std::wstring> backup = m_backups.Find(packetId);
+    if (!backup)
+        throw base::Error(E_INVALIDARG, L"There is no backup of the packet " + packetId + L" in " +
+                                            BackupFolder(LocalReceiveFolder()) +
+                                            L". Backups holds the ids of the packets that have one.");
+    return *backup;
+}
+
+// --- Binary contract --------------------------------------------------------------------------------
+
+STDMETHODIMP clsTransporter::get_SenderReceiver(IDispatch** Value) {
+    return com::Return(Value, [&] {
+        ComPtr<IDispatch> object;
+        if (m_senderReceiver) m_senderReceiver.As(&object);
+        return object;
+    });
+}
+STDMETHODIMP clsTransporter::putref_SenderReceiver(IDispatch* Value) {
+    return kScriptMember.Call([&] {
+        m_senderReceiver = !Value ? nullptr
+                                  : ScriptObject<IZNSenderReceiver>(
+                                        Value, L"a clsXCOPYSndRcv, a clsFTPSndRcv or another object with the "
+                                               L"interface IZNSenderReceiver");
+    });
+}
+STDMETHODIMP clsTransporter::get_SendFolder(BSTR* Value) {
+    return kScriptMember.Return(Value, [&] { return LocalSendFolder(); });
+}
+STDMETHODIMP clsTransporter::put_SendFolder(BSTR Value) {
+    return kScriptMember.Call(
+        [&] { SetFolder(&IZNSenderReceiver::put_LocalSendFolder, ScriptPath(Text(Value))); });
+}
+STDMETHODIMP clsTransporter::get_ReceiveFolder(BSTR* Value) {
+    return kScriptMember.Return(Value, [&] { return LocalReceiveFolder(); });
+}
+STDMETHODIMP clsTransporter::put_ReceiveFolder(BSTR Value) {
+    return kScriptMember.Call(
+        [&] { SetFolder(&IZNSenderReceiver::put_LocalReceiveFolder, ScriptPath(Text(Value))); });
+}
+STDMETHODIMP clsTransporter::AddEncoder(IDispatch* Encoder) {
+    return kScriptMember.Call([&] {
+        const auto encoder = ScriptObject<IZNEncoder>(
+            Encoder, L"a clsZipEncoder, a clsXDeltaEncoder or another object with the interface IZNEncoder");
+        com::Check(putref_Encoder(encoder.Get()));
+    });
+}
+STDMETHODIMP clsTransporter::Add(BSTR FileName, VARIANT SubFolder) {
+    return kScriptMember.Call([&] { AddPacket(ScriptPath(Text(FileName)), OptionalText(SubFolder)); });
+}
+STDMETHODIMP clsTransporter::Move(BSTR FileName, VARIANT SubFolder) {
+    return kScriptMember.Call([&] { MovePacket(ScriptPath(Text(FileName)), OptionalText(SubFolder)); });
+}
+STDMETHODIMP clsTransporter::MoveAll(BSTR Folder, LONG* Count) {
+    return kScriptMember.Return(Count, [&] { return MovePackets(ScriptPath(Text(Folder))); });
+}
+STDMETHODIMP clsTransporter::SendReceive(VARIANT Progress, VARIANT SubFolder, VARIANT_BOOL* Result) {
+    return kScriptMember.Return(
+        Result, [&] { return Transfer(OptionalObject(Progress).Get(), OptionalText(SubFolder)); });
+}
+STDMETHODIMP clsTransporter::Cancel() {
+    return kScriptMember.Call([&] { m_cancelled = true; });
+}
+STDMETHODIMP clsTransporter::get_Received(_Collection** Value) {
+    return kScriptMember.Return(Value, [&] { return ReceivedPackets(); });
+}
+STDMETHODIMP clsTransporter::get_Waiting(_Collection** Value) {
+    return kScriptMember.Return(Value, [&] {
+        DemandFolders();
+        std::vector<std::wstring> paths;
+        for (const auto& file : PacketsBelow(LocalSendFolder(), Procedure(L"clsTransporter.cls.Waiting")))
+            paths.push_back(Path::Join(LocalSendFolder(), file.RelativePath()));
+        return CollectionOf(paths);
+    });
+}
+STDMETHODIMP clsTransporter::get_Backups(_Collection** Value) {
+    return kScriptMember.Return(Value, [&] {
+        DemandFolders();
+        ListBackups();
+        return CollectionOf(m_backups.Ids());
+    });
+}
+STDMETHODIMP clsTransporter::RestoreBackup(BSTR PacketId) {
+    return kScriptMember.Call([&] {
+        const std::wstring backup = KnownBackup(Text(PacketId));
+        Demand(L"The backup " + backup + L" was not restored. It stays where it is.",
+               [&] { return Restore(backup); });
+    });
+}
+STDMETHODIMP clsTransporter::DestroyBackup(BSTR PacketId) {
+    return kScriptMember.Call(
+        [&] { FileSystem::DeleteFile(KnownBackup(Text(PacketId)), FileSystem::ReadOnlyFiles::Delete); });
+}
