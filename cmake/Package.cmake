@@ -1,7 +1,7 @@
 # What an installation and the zip files of a release hold: the product, what is needed to develop hosts, symbols.
 # (Programs and DLLs join the product in Program.cmake.)
 install(FILES README.md LICENSE DESTINATION . COMPONENT product)
-install(DIRECTORY docs DESTINATION . COMPONENT product)
+install(DIRECTORY docs examples DESTINATION . COMPONENT product)
 install(DIRECTORY contracts/ ${ZN_GENERATED_DIR}/ DESTINATION include COMPONENT development
         FILES_MATCHING PATTERN "*.idl" PATTERN "*.h" PATTERN "*_i.c" PATTERN "*.tlb")
 
