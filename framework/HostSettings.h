@@ -4,6 +4,8 @@
 #include <mutex>
 #include <string>
 
+#include "base/LogFile.h"
+
 class HostSettings {
 public:
     static constexpr auto kDefaultTitle = L"znTransporter";
@@ -17,6 +19,8 @@ public:
     void UserInterface(bool allowed) { Write(m_userInterface, allowed); }
     std::wstring LogFile() const { return Read(m_logFile); }
     void LogFile(const std::wstring& path) { Write(m_logFile, path); }
+    base::LogLimits LogLimits() const { return Read(m_logLimits); }
+    void LogLimits(base::LogLimits limits) { Write(m_logLimits, limits); }
     std::wstring Title() const { return Read(m_title); }
     void Title(const std::wstring& title) { Write(m_title, title); }
 
@@ -35,5 +39,6 @@ private:
     mutable std::mutex m_mutex;
     bool m_userInterface = false;
     std::wstring m_logFile;
+    base::LogLimits m_logLimits;
     std::wstring m_title = kDefaultTitle;
 };

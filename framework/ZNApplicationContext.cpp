@@ -1,6 +1,7 @@
 // See ZNApplicationContext.h.
 #include "framework/ZNApplicationContext.h"
 
+#include "base/Error.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "framework/HostSettings.h"
@@ -15,4 +16,14 @@ STDMETHODIMP ZNApplicationContext::put_UserInterface(VARIANT_BOOL Value) {
 
 STDMETHODIMP ZNApplicationContext::put_LogFile(BSTR Path) {
     return com::Call([&] { HostSettings::OfProcess().LogFile(com::Text(Path)); });
+}
+
+STDMETHODIMP ZNApplicationContext::LimitLogFile(LONG Kilobytes, LONG Kept) {
+    return com::Call([&] {
+        if (Kilobytes < 0 || Kept < 0)
+            throw base::Error(E_INVALIDARG, L"A limit of the log file is negative.");
+        constexpr std::uint64_t kKilobyte = 1024;
+        HostSettings::OfProcess().LogLimits({.size = static_cast<std::uint64_t>(Kilobytes) * kKilobyte,
+                                             .kept = static_cast<std::size_t>(Kept)});
+    });
 }

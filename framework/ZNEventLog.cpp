@@ -4,8 +4,8 @@
 #include <array>
 #include <cwchar>
 
-#include "base/File.h"
 #include "base/Handle.h"
+#include "base/LogFile.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "com/Result.h"
@@ -87,7 +87,8 @@ void WriteEntry(const std::wstring& message, LONG type) {
     }
     try {
         const Turn turn;
-        base::AppendToFile(file, base::ToUtf8(FileEntry(message, type)));
+        base::AppendToLog(file, base::ToUtf8(FileEntry(message, type)),
+                          HostSettings::OfProcess().LogLimits());
     } catch (...) {
         if (refusal != ERROR_SUCCESS) throw;
     }

@@ -56,4 +56,7 @@ void ConfigureFramework(const Settings& settings) {
         CreateComponent<ZNApplicationContext, IZNHostSettings>(L"znFramework.ZNApplicationContext");
     com::Check(host->put_UserInterface(settings.userInterface ? VARIANT_TRUE : VARIANT_FALSE));
     com::Check(host->put_LogFile(com::Bstr(settings.logFile).Get()), settings.logFile);
+    // A framework in the place of ours may keep its log otherwise.
+    if (Microsoft::WRL::ComPtr<IZNHostSettings2> limits; SUCCEEDED(host.As(&limits)))
+        com::Check(limits->LimitLogFile(std::stol(settings.logSize), std::stol(settings.logKept)));
 }

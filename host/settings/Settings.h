@@ -52,6 +52,8 @@ struct Settings {
     ZipSettings zip;
     XDeltaSettings xdelta;
     std::wstring logFile;  ///< empty for none
+    std::wstring logSize;  ///< kilobytes; 0 for no limit
+    std::wstring logKept;  ///< number of files; 0 for all
 
     /// Settings of the encoder of packets that are sent; null when they travel as they are.
     const EncoderSettings* ChosenEncoder() const {

@@ -234,6 +234,12 @@ inline constexpr auto kSettings = [] {
         Line<&Settings::logFile>(
             Log, L"file", File, Optional, L"",
             L"Text file (UTF-8) to which reports are appended, beside the event log. Empty for none."),
+        Line<&Settings::logSize>(
+            Log, L"max_kilobytes", Number, Optional, L"10240",
+            L"Size at which the file is set aside under a name with a number (field.1.log for field.log; the "
+            L"higher, the later) and a new one begun; 0 for never."),
+        Line<&Settings::logKept>(Log, L"kept_files", Number, Optional, L"9",
+                                 L"How many of the files with numbers stay; the oldest go first. 0 for all."),
     });
 }();
 

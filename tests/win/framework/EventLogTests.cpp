@@ -12,17 +12,34 @@ namespace {
 
 class LogTest : public FrameworkTest {
 protected:
-    ~LogTest() override { LogTo(L""); }
+    ~LogTest() override {
+        LogTo(L"");
+        Limit(0, 0);
+    }
 
     void LogTo(const std::wstring& path) {
         EXPECT_EQ((Create<ZNApplicationContext, IZNHostSettings>())->put_LogFile(In(path)), S_OK);
     }
-    void Write(const std::wstring& text, LONG type) {
+    void Limit(LONG kilobytes, LONG kept) {
+        EXPECT_EQ((Create<ZNApplicationContext, IZNHostSettings2>())->LimitLogFile(kilobytes, kept), S_OK);
+    }
+    void Write(const std::wstring& text, LONG type = ZN_EVENTLOG_ERROR_TYPE) {
         EXPECT_EQ((Create<ZNEventLog, IZNEventLog>())->Write(In(text), type), S_OK);
     }
 
     TempFolder temp;
 };
+
+/// Texts of the files of a log, the oldest first.
+std::vector<std::string> LogFiles(const TempFolder& temp) {
+    std::vector<std::string> files;
+    for (int number = 1; number < 100; ++number) {
+        const std::wstring name = L"log." + std::to_wstring(number) + L".txt";
+        if (temp.Exists(name)) files.push_back(temp.Content(name));
+    }
+    files.push_back(temp.Content(L"log.txt"));
+    return files;
+}
 
 TEST_F(LogTest, EntriesAreReadableText) {
     LogTo(temp / L"log.txt");
@@ -34,7 +51,7 @@ TEST_F(LogTest, EntriesAreReadableText) {
                       HasSubstr(" WARNING\r\nsecond\r\n\r\n20"), EndsWith(" INFORMATION\r\nthird\r\n\r\n")));
 }
 
-TEST_F(LogTest, ProcessesAndThreadsDoNotMixTheirEntries) {
+TEST_F(LogTest, ProcessesAndThreadsNeitherMixNorLoseEntries) {
     constexpr int kEntries = 200;
     constexpr size_t kLength = 3000;
     constexpr const wchar_t* kVariable = L"ZN_SHARED_TEST_LOG";
@@ -47,6 +64,7 @@ TEST_F(LogTest, ProcessesAndThreadsDoNotMixTheirEntries) {
     const std::wstring given = base::EnvironmentVariable(kVariable);
     const std::wstring path = given.empty() ? temp / L"log.txt" : given;
     LogTo(path);
+    Limit(500, 0);
     if (!given.empty()) return writeMany(L'x');
 
     SetEnvironmentVariableW(kVariable, path.c_str());
@@ -56,7 +74,10 @@ TEST_F(LogTest, ProcessesAndThreadsDoNotMixTheirEntries) {
     writeMany(L'z');
     other.join();
     EXPECT_EQ(second.ExitCode(), 0u);
-    const std::string content = temp.Content(L"log.txt");
+    std::string content;
+    for (const std::string& file : LogFiles(temp))
+        content += file;
+    EXPECT_GT(LogFiles(temp).size(), 3u) << "they set the file aside meanwhile";
     for (const char letter : {'x', 'y', 'z'}) {
         const std::string entry = " ERROR\r\n" + std::string(kLength, letter) + "\r\n\r\n";
         int whole = 0;
@@ -64,6 +85,38 @@ TEST_F(LogTest, ProcessesAndThreadsDoNotMixTheirEntries) {
             ++whole;
         EXPECT_EQ(whole, kEntries) << letter;
     }
+}
+
+TEST_F(LogTest, AFullFileIsSetAsideUnderTheNextNumber) {
+    LogTo(temp / L"log.txt");
+    temp.File(L"log.7.txt", "older");
+    temp.File(L"log.07.txt", "somebody else's");
+    const std::wstring half(600, L'x');
+    Limit(1, 2);
+    for (const wchar_t letter : {L'a', L'b', L'c'})
+        Write(letter + half);
+    EXPECT_THAT(LogFiles(temp), ElementsAre(HasSubstr("axxx"), HasSubstr("bxxx"), HasSubstr("cxxx")));
+    EXPECT_FALSE(temp.Exists(L"log.7.txt")) << "two are kept";
+    EXPECT_TRUE(temp.Exists(L"log.9.txt"));
+    EXPECT_EQ(temp.Content(L"log.07.txt"), "somebody else's");
+    Limit(0, 0);
+    Write(L'd' + half);
+    EXPECT_THAT(temp.Content(L"log.txt"), AllOf(HasSubstr("cxxx"), HasSubstr("dxxx")));
+    EXPECT_EQ((Create<ZNApplicationContext, IZNHostSettings2>())->LimitLogFile(-1, 0), E_INVALIDARG);
+}
+
+TEST_F(LogTest, AFileThatSomebodyReadsGrowsOn) {
+    LogTo(temp / L"log.txt");
+    Limit(1, 0);
+    const std::wstring half(600, L'x');
+    Write(half);
+    {
+        const auto reader = Held(temp / L"log.txt", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        Write(half);
+        EXPECT_EQ(LogFiles(temp).size(), 1u);
+    }
+    Write(half);
+    EXPECT_EQ(LogFiles(temp).size(), 2u);
 }
 
 TEST_F(LogTest, AnUnwritableFileIsNoFailureWhileWindowsTakesTheEntry) {
