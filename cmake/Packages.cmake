@@ -46,6 +46,7 @@ if(WIN32)
             PATH_SUFFIXES wine/x86_64-windows wine NO_CMAKE_FIND_ROOT_PATH)
   zn_require(ZN_SYSTEM_TYPE_LIBRARIES "The system's type library stdole2.tlb (wine64)")
   zn_add_header_library(SimpleIni SimpleIni.h)
+  zn_add_header_library(Json nlohmann/json.hpp)
 elseif(NOT ZN_FUZZ)
   # Another implementation of the same cipher, to compare with.
   find_library(ZN_MCRYPT mcrypt)

@@ -10,6 +10,18 @@ namespace commands {
 int Init(const Options& options);
 /// Runs one cycle.
 int Run(const Options& options);
+/// Runs cycles again and again.
+int RunSteadily(const Options& options);
+/// Manage the service that runs cycles again and again; the last one is that service.
+int InstallService(const Options& options);
+int RemoveService(const Options& options);
+int StartService(const Options& options);
+int StopService(const Options& options);
+int RunService(const Options& options);
+/// Shows how the last run ended and what waits, in one look.
+int Status(const Options& options);
+/// Examines an installation, and tells what to do.
+int Doctor(const Options& options);
 /// Shows what waits in the folders of an installation.
 int List(const Options& options);
 /// Lists, restores or destroys the backups of received packets.

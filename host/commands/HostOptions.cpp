@@ -12,6 +12,7 @@
 #include "cli/Complaint.h"
 #include "host/commands/Commands.h"
 #include "host/console/ExitCode.h"
+#include "host/loop/Interval.h"
 
 namespace {
 
@@ -23,12 +24,23 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  znhost init C:\\Transport               two installations to start from\n"
     "  znhost run C:\\Transport\\field.ini      one cycle of the field computer\n"
+    "  znhost run C:\\Transport\\field.ini --every 10m\n"
+    "                                         cycles until Ctrl+C\n"
+    "  znhost status C:\\Transport\\field.ini   how the last run ended, and what waits\n"
+    "  znhost doctor C:\\Transport\\field.ini   what is wrong there, and what to do\n"
     "  znhost list C:\\Transport\\field.ini     what waits there\n"
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
     "  znhost config C:\\Transport\\field.ini   the folders and FTP settings of the registry\n"
     "  znhost verify C:\\Transport\\field.ini   whether its FTP server works\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
+
+constexpr const char* kServiceExamples =
+    "Examples, in a console that was started as administrator:\n"
+    "  znhost service install C:\\Transport\\enterprise.ini --every 5m\n"
+    "  znhost service start C:\\Transport\\enterprise.ini\n"
+    "  znhost service remove C:\\Transport\\enterprise.ini\n\n"
+    "FTP does not work in a service: there let the Task Scheduler start znhost run --every.";
 
 constexpr const char* kName = "znhost";
 
@@ -67,6 +79,15 @@ private:
     CLI::App& Add(const char* name, const char* description, Command command);
     /// A command that works on the settings file of one side.
     CLI::App& AddForSettings(const char* name, const char* description, Command command);
+    CLI::Option* AddJson(CLI::App& app, const char* description) {
+        return app.add_flag("--json", m_options.json, description);
+    }
+    CLI::Option& AddInterval(CLI::App& app, std::wstring& value, const char* description);
+    void AddServiceCommands();
+    CLI::App& AddServiceCommand(CLI::App& service, const char* name, const char* description,
+                                Command command);
+    void AddInstallOptions(CLI::App& install);
+    void AddRunOptions(CLI::App& run);
     void AddBackupOptions(CLI::App& backups);
     void AddFtpOptions(CLI::App& demo);
 
@@ -81,8 +102,17 @@ void Parser::AddCommands() {
     AddText(init, "DIR", m_options.path,
             "Folder for field.ini, enterprise.ini and the folders that they name")
         ->required();
-    AddForSettings("run", "Run one cycle: add the outbox, send and receive, deliver what was received.",
-                   &commands::Run);
+    AddRunOptions(
+        AddForSettings("run", "Run one cycle: add the outbox, send and receive, deliver what was received.",
+                       &commands::Run));
+    AddJson(AddForSettings("status", "Show how the last run ended, and what waits since when.",
+                           &commands::Status),
+            "Tell it in JSON, as one object");
+    AddJson(AddForSettings("doctor",
+                           "Examine settings, folders, programs, the remote side and what earlier runs have "
+                           "left, and tell what to do.",
+                           &commands::Doctor),
+            "Tell of each check in JSON, one object on a line");
     AddForSettings("list",
                    "Show the packets that wait in the outbox, the send folder and the receive folder.",
                    &commands::List);
@@ -97,6 +127,7 @@ void Parser::AddCommands() {
         "Test the FTP server: both folders, which lie directly in the folder of the login, take, give "
         "back and delete a test file.",
         &commands::Verify);
+    AddServiceCommands();
     AddForSettings("settings", "Edit the FTP settings in a dialog.", &commands::EditSettings);
     CLI::App& demo =
         Add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
@@ -105,6 +136,50 @@ void Parser::AddCommands() {
             "Scratch folder; must not exist. Default: a new one for temporary files");
     demo.add_flag("--keep", m_options.keep, "Leave the scratch folder when all went well");
     AddFtpOptions(demo);
+}
+
+void Parser::AddServiceCommands() {
+    CLI::App& service =
+        *m_app.add_subcommand("service", "Manage a service of Windows that runs cycles again and "
+                                         "again, whoever is logged on.");
+    service.require_subcommand(1);
+    cli::AddFooter(service, kServiceExamples);
+    AddInstallOptions(
+        AddServiceCommand(service, "install", "Install the service.", &commands::InstallService));
+    AddServiceCommand(service, "remove", "Stop and remove the service.", &commands::RemoveService);
+    AddServiceCommand(service, "start", "Start the service.", &commands::StartService);
+    AddServiceCommand(service, "stop", "Stop the service, after the file at hand.", &commands::StopService);
+    CLI::App& run = AddServiceCommand(service, "run", "Be the service.", &commands::RunService);
+    AddInterval(run, m_options.service.every, "As of the installation");
+    run.group("");
+}
+
+CLI::App& Parser::AddServiceCommand(CLI::App& service, const char* name, const char* description,
+                                    Command command) {
+    CLI::App& added = *service.add_subcommand(name, description);
+    added.callback([this, command] { m_options.command = command; });
+    AddText(added, "SETTINGS", m_options.path, "Settings file")->required();
+    AddText(added, "--name", m_options.service.name,
+            "Name of the service. Default: znhost-, and that of the file")
+        ->type_name("NAME");
+    cli::AddFooter(added, kServiceExamples);
+    return added;
+}
+
+void Parser::AddInstallOptions(CLI::App& install) {
+    ServiceRequest& request = m_options.service;
+    AddInterval(install, request.every, "How often cycles come, as of run --every. Default: 10m");
+    AddText(
+        install, "--account", request.account,
+        "Account of the service, DOMAIN\\user. Default: NT AUTHORITY\\NetworkService, which other computers "
+        "know as this computer")
+        ->type_name("ACCOUNT");
+    AddText(install, "--password", request.password, "Password of the account")->type_name("PASSWORD");
+    AddText(
+        install, "--start", request.start,
+        "When the service starts: auto (with Windows), delayed (a little later), manual. Default: delayed")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "delayed", "manual"}));
 }
 
 CLI::App& Parser::Add(const char* name, const char* description, Command command) {
@@ -119,6 +194,31 @@ CLI::App& Parser::AddForSettings(const char* name, const char* description, Comm
     CLI::App& added = Add(name, description, command);
     AddText(added, "SETTINGS", m_options.path, "Settings file")->required();
     return added;
+}
+
+CLI::Option& Parser::AddInterval(CLI::App& app, std::wstring& value, const char* description) {
+    const auto check = [](const std::string& text) {
+        return IntervalOf(base::FromUtf8(text)) ? std::string()
+                                                : "an interval is a number and s, m or h, up to a week: 10m";
+    };
+    return *AddText(app, "--every", value, description)->type_name("INTERVAL")->check(check);
+}
+
+void Parser::AddRunOptions(CLI::App& run) {
+    RunRequest& request = m_options.run;
+    CLI::Option* const dryRun =
+        run.add_flag("--dry-run", request.dryRun, "Change nothing: tell what would be sent and delivered");
+    CLI::Option* const json =
+        AddJson(run, "Tell of each packet and of the run in JSON, one object on a line");
+    run.add_flag("--quiet", request.quiet, "Tell only what could not be moved")->excludes(json);
+    AddInterval(
+        run, request.every,
+        "Run again and again, with a line for each cycle, until Ctrl+C: 30s, 10m, 6h after the end of "
+        "the one before, give or take a tenth. After failures the waits double, up to an hour")
+        .excludes(dryRun);
+    // Of a loop, for its cycles.
+    run.add_option("--cycle", request.cycle)->group("");
+    run.add_flag("--service", request.inService)->group("");
 }
 
 void Parser::AddBackupOptions(CLI::App& backups) {
@@ -158,7 +258,8 @@ void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     cli::Parse(m_app, arguments);
     // Asked for only now, so that a mistyped command is named instead.
     if (m_app.get_subcommands().empty())
-        throw CLI::RequiredError("A command (init, run, list, backups, config, verify, settings or demo)");
+        throw CLI::RequiredError("A command (init, run, service, status, doctor, list, backups, config, "
+                                 "verify, settings or demo)");
 } catch (const CLI::ParseError& error) {
     End(m_app, error);
 }

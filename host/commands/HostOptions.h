@@ -1,6 +1,7 @@
 // What the user asks for on the command line.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,12 +20,33 @@ struct FtpAccount {
     std::wstring folder;  ///< on the server; made if missing
 };
 
+/// How run is to run.
+struct RunRequest {
+    bool dryRun = false;
+    bool quiet = false;
+    std::wstring every;        ///< an interval; empty for one run
+    bool inService = false;    ///< a cycle of a service
+    std::uintptr_t cycle = 0;  ///< of a loop: the handle of the event by which that stops it
+};
+
+/// A service of Windows.
+struct ServiceRequest {
+    std::wstring every = L"10m";
+    std::wstring name;  ///< empty for one that is made of the settings file's
+    std::wstring account = L"NT AUTHORITY\\NetworkService";
+    std::wstring password;
+    std::wstring start = L"delayed";  ///< auto, delayed or manual
+};
+
 struct Options;
 using Command = int (*)(const Options&);  // one of Commands.h
 
 struct Options {
     Command command = nullptr;
     std::wstring path;  ///< folder of init and demo, settings file of the others; empty where it is optional
+    bool json = false;  ///< for programs instead of users
+    RunRequest run;
+    ServiceRequest service;
     BackupRequest backup;
     bool keep = false;  ///< demo: leave the scratch folder
     FtpAccount ftp;     ///< demo: exchange packets through this server, too

@@ -10,6 +10,7 @@
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
 #include "host/cycle/Cycle.h"
+#include "host/cycle/WaitingPackets.h"
 #include "host/settings/SettingsChecks.h"
 
 namespace {
@@ -18,14 +19,6 @@ struct Place {
     std::wstring name;
     std::vector<base::TreeFile> files;
 };
-
-std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
-    std::vector<base::TreeFile> files;
-    for (const std::wstring& subFolder : ReceiveSubFolders(settings))
-        for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder))
-            files.push_back(file);
-    return files;
-}
 
 std::uint64_t TotalSize(const std::vector<base::TreeFile>& files) {
     std::uint64_t total = 0;

@@ -1,21 +1,90 @@
 // The command run.
+#include "base/SystemError.h"
 #include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/CycleLock.h"
-#include "host/cycle/CycleReport.h"
+#include "host/loop/CycleProcess.h"
+#include "host/record/RunInProgress.h"
+#include "host/record/RunReport.h"
+#include "host/record/StatusFile.h"
 #include "host/settings/SettingsChecks.h"
+#include "host/settings/SettingsError.h"
+
+namespace {
+
+bool IsOfLoop(const Options& options) { return options.run.cycle != 0; }
+
+ReportForm FormOf(const Options& options) {
+    if (options.json) return ReportForm::Json;
+    if (IsOfLoop(options)) return ReportForm::Line;
+    return options.run.quiet ? ReportForm::Quiet : ReportForm::Table;
+}
+
+/// Nobody is kept from anything, and nothing is made or changed: not even the log.
+void DryRun(RunRecord& record) {
+    record.isDryRun = true;
+    EndRecord(record, PlanCycle(ReadSettings(record.settings, {&CheckFolders, &CheckPrograms})));
+}
+
+void RunOnce(RunRecord& record, const Options& options) {
+    const Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    if (options.run.inService) CheckNoFtpInService(settings);
+    const CycleLock lock(settings.file);
+    const RememberedRun remembered(record, settings);
+    try {
+        const ComApartment apartment;
+        const Interrupt interrupt;
+        Session session(settings);
+        EndRecord(record, RunCycle(session, settings, TellingOf(FormOf(options))));
+    } catch (...) {
+        EndRecord(record, base::CurrentFailure().description);
+        throw;
+    }
+}
+
+/// Of a complete cycle a loop that is to be quiet says nothing.
+void Tell(const RunRecord& record, const Options& options) {
+    const bool isComplete = record.end == RunEnd::Complete;
+    if (!(IsOfLoop(options) && options.run.quiet && isComplete)) PrintReport(record, FormOf(options));
+}
+
+/// A line, or an object for programs, tells of a run without a cycle, too. Throws what ends the run: beside a
+/// line there is nothing more to tell.
+[[noreturn]] void EndWithoutCycle(RunRecord& record, const Options& options, const std::wstring& failure,
+                                  int exitCode) {
+    EndRecord(record, failure);
+    const ReportForm form = FormOf(options);
+    if (form == ReportForm::Json || form == ReportForm::Line) PrintReport(record, form);
+    if (form == ReportForm::Line) throw Ended{exitCode};
+    throw;
+}
+
+int ExitCodeOf(const RunRecord& record, const Options& options) {
+    if (record.end == RunEnd::Complete) return kAllDelivered;
+    const bool transferWorked = record.end == RunEnd::Incomplete && !record.failure;
+    return IsOfLoop(options) && transferWorked ? static_cast<int>(kCycleLeftPackets) : kSomethingLeft;
+}
+
+}  // namespace
 
 int commands::Run(const Options& options) {
-    const Settings settings =
-        ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
-    const CycleLock lock(settings.file);
-    const ComApartment apartment;
-    const Interrupt interrupt;
-    Session session(settings);
-    const CycleResult result = RunCycle(session, settings);
-    PrintReport(result);
-    return result.Complete() ? kAllDelivered : kSomethingLeft;
+    if (!options.run.every.empty()) return RunSteadily(options);
+    // Inherited from the loop.
+    if (IsOfLoop(options)) Interrupt::Follow(reinterpret_cast<HANDLE>(options.run.cycle));
+    RunRecord record = BeginRecord(options.AbsolutePath());
+    try {
+        if (options.run.dryRun)
+            DryRun(record);
+        else
+            RunOnce(record, options);
+    } catch (const SettingsError& error) {
+        EndWithoutCycle(record, options, error.Text(), kBadUsage);
+    } catch (...) {
+        EndWithoutCycle(record, options, base::CurrentFailure().description, kSomethingLeft);
+    }
+    Tell(record, options);
+    return ExitCodeOf(record, options);
 }

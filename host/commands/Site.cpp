@@ -38,10 +38,7 @@ std::wstring WhyNotWritten(const Settings& settings) try {
     WriteFtpSettings(settings);
     return {};
 } catch (const SettingsError& error) {
-    std::wstring problems;
-    for (const std::wstring& problem : error.All())
-        problems.append(problems.empty() ? L"" : L"\n").append(problem);
-    return problems;
+    return error.Text();
 } catch (const base::Error& error) {
     return L"The settings cannot be written. " + error.failure().description;
 }

@@ -1,18 +1,28 @@
 // Shows a running transfer and tells it when the user wants to stop.
 #pragma once
 
+#include <windows.h>
+
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "com/Object.h"
 #include "host/console/Watchdog.h"
 #include "znFrameworkUI.h"
 
+/// What of a transfer the user is told.
+enum class Telling { Everything, Failures, Nothing };
+
 /// Headlines and messages as lines; on a console a bar as well.
 class ConsoleProgress final : public com::Object<IZNProgress> {
 public:
     /// patience: after how long without a step the run ends; none for never.
-    explicit ConsoleProgress(std::chrono::seconds patience) : m_watchdog(patience) {}
+    explicit ConsoleProgress(std::chrono::seconds patience, Telling telling = Telling::Everything)
+        : m_watchdog(patience), m_telling(telling) {}
+
+    /// The messages about failures, in their order.
+    const std::vector<std::wstring>& Failures() const noexcept { return m_failures; }
 
     STDMETHODIMP Reserved() override { return S_OK; }
     STDMETHODIMP SetRange(LONG Low, LONG High) override;
@@ -22,9 +32,16 @@ public:
     STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override;
 
 private:
-    void ShowBar(LONG position) const;
+    void ShowBar();
+    std::wstring Bar() const;
 
     const Watchdog m_watchdog;
+    const Telling m_telling;
+    std::vector<std::wstring> m_failures;
     LONG m_low = 0;
     LONG m_high = 1;
+    LONG m_position = 0;
+    // Milliseconds since the system started.
+    ULONGLONG m_begun = GetTickCount64();
+    ULONGLONG m_shown = GetTickCount64();
 };

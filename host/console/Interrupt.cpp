@@ -15,6 +15,13 @@ namespace {
 std::atomic<bool> requested = false;
 std::atomic<bool> sessionEnds = false;                             // unless another program keeps the session
 const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);  // the work has come to its end
+HANDLE leader = nullptr;                                           // the event that is followed
+
+HANDLE InheritableEvent() {
+    SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+    return CreateEventW(&inheritable, TRUE, FALSE, nullptr);
+}
+const HANDLE wish = InheritableEvent();
 
 /// The system ends the process when it has told of the end of the console or session: the main thread needs
 /// time to leave the work at hand.
@@ -24,11 +31,15 @@ void WaitForTheWork() {
 }
 
 BOOL WINAPI NoteConsoleEvent(DWORD event) {
+    // Services, and what they start, hear of each user who logs off.
+    if (leader && event == CTRL_LOGOFF_EVENT) return TRUE;
     const bool again = requested.exchange(true);
+    SetEvent(wish);
     if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
         // The work at hand may wait for somebody who never answers.
         if (again) TerminateProcess(GetCurrentProcess(), kSomethingLeft);
-        Console::ErrorLine(L"znhost: stopping after the file at hand. Ctrl+C once more ends at once.");
+        if (!leader)
+            Console::ErrorLine(L"znhost: stopping after the file at hand. Ctrl+C once more ends at once.");
         return TRUE;
     }
     WaitForTheWork();
@@ -44,7 +55,9 @@ LRESULT CALLBACK NoteSessionEnd(HWND window, UINT message, WPARAM wParam, LPARAM
         return TRUE;
     case WM_ENDSESSION:
         sessionEnds = wParam != FALSE;
-        if (sessionEnds) WaitForTheWork();
+        if (!sessionEnds) return 0;
+        SetEvent(wish);
+        WaitForTheWork();
         return 0;
     default:
         return DefWindowProcW(window, message, wParam, lParam);
@@ -82,4 +95,10 @@ Interrupt::~Interrupt() {
     SetConsoleCtrlHandler(&NoteConsoleEvent, FALSE);
 }
 
-bool Interrupt::Requested() noexcept { return requested || sessionEnds; }
+bool Interrupt::Requested() noexcept {
+    return requested || sessionEnds || (leader && WaitForSingleObject(leader, 0) == WAIT_OBJECT_0);
+}
+
+HANDLE Interrupt::Event() noexcept { return wish; }
+
+void Interrupt::Follow(HANDLE event) noexcept { leader = event; }

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <set>
 
-#include "base/Arrival.h"
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
@@ -15,10 +14,10 @@
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/KeptBackups.h"
+#include "host/cycle/OutcomeWords.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/SendFolder.h"
-#include "packets/EncodedName.h"
-#include "packets/PacketName.h"
+#include "host/cycle/WaitingPackets.h"
 
 namespace {
 
@@ -27,21 +26,19 @@ using Hindrance = std::optional<std::wstring>;
 
 class Cycle {
 public:
-    Cycle(Session& session, const Settings& settings)
-        : m_session(session), m_settings(settings), m_ledger(settings) {}
+    Cycle(Session& session, const Settings& settings, Telling telling)
+        : m_session(session), m_settings(settings), m_telling(telling), m_ledger(settings) {}
 
     CycleResult Run();
 
 private:
     void AddOutbox();
     void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
-    Hindrance Refusal(const base::TreeFile& file) const;
     void LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const;
     std::chrono::seconds Patience() const;
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
-    std::vector<base::TreeFile> OfferedFiles() const;
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
     void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
@@ -53,11 +50,13 @@ private:
 
     Session& m_session;
     const Settings& m_settings;
+    const Telling m_telling;
     PacketLedger m_ledger;
+    std::vector<std::wstring> m_shownFailures;
 };
 
 CycleResult Cycle::Run() {
-    const std::vector<base::TreeFile> offered = OfferedFiles();
+    const std::vector<base::TreeFile> offered = OfferedFiles(m_settings);
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
     KeptBackups backups(m_settings);
@@ -78,7 +77,7 @@ CycleResult Cycle::Run() {
     else
         for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
             DeliverFolder(subFolder, waitingHere);
-    return {m_ledger.Outcomes(), failure, Interrupt::Requested()};
+    return {m_ledger.Outcomes(), failure, m_shownFailures, Interrupt::Requested()};
 }
 
 /// call: false when the library refuses.
@@ -106,7 +105,7 @@ void Cycle::AddOutbox() {
 }
 
 void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
-    if (const Hindrance refusal = Refusal(file))
+    if (const Hindrance refusal = OutboxObjection(file, m_settings, m_ledger))
         return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *refusal);
     const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
     // A version that somebody saves after this one was added would leave the outbox without being sent.
@@ -129,26 +128,6 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     if (notLeft) m_ledger.ReportInOutbox(file, PacketState::InOutbox, *notLeft);
 }
 
-/// Why a file would not reach the other side as the packet that it is.
-Hindrance Cycle::Refusal(const base::TreeFile& file) const {
-    if (IsBackupPath(file.RelativePath()))
-        return L"the receive folder keeps backups in the sub-folder Backup; use another name";
-    if (IsFolderTestFile(file.name))
-        return L"it has the name of the file with which folders are tested; use another name";
-    if (FileSystem::IsArrival(file.name))
-        return L"it has the name of a file that is being copied; use another name";
-    if (IsTakenForEncoded(file.name, m_settings.zip.outExtension) ||
-        IsTakenForEncoded(file.name, m_settings.xdelta.outExtension) ||
-        m_ledger.PacketIn(file).name != file.name)
-        return L"the extension is that of an encoded packet; use another name";
-    if (IsKeptCopy(file.name))
-        return L"the name is that of a copy that is kept of a replaced file; use another name";
-    const EncoderSettings* const encoder = m_settings.ChosenEncoder();
-    if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
-        return L"it is empty, and encoded packets must not be";
-    return std::nullopt;
-}
-
 /// Among sent files it replaces an older one of its name.
 void Cycle::LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const {
     const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
@@ -166,10 +145,11 @@ std::chrono::seconds Cycle::Patience() const {
 }
 
 Hindrance Cycle::Transfer() {
-    const auto progress = com::Make<ConsoleProgress>(Patience());
+    const auto progress = com::Make<ConsoleProgress>(Patience(), m_telling);
     Hindrance failure = Try([&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });
+    m_shownFailures = progress->Failures();
     // For the transport a cancelled login is no failure.
     if (!failure && m_session.LoginCancelled()) return L"the login was cancelled";
     return failure;
@@ -185,16 +165,6 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 }
 
 // --- Receiving --------------------------------------------------------------------------------------
-
-/// A remote side that cannot be listed here or now offers nothing; the transfer tells why.
-std::vector<base::TreeFile> Cycle::OfferedFiles() const try {
-    if (m_settings.HasServer()) return {};
-    std::vector<base::TreeFile> files = base::FilesBelow(m_settings.remoteReceive);
-    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
-    return files;
-} catch (const base::Error&) {
-    return {};
-}
 
 void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
     for (const base::TreeFile& file : offered)
@@ -266,16 +236,12 @@ void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstri
 
 bool CycleResult::Complete() const {
     return !transferFailure && !interrupted && std::ranges::all_of(outcomes, [](const Outcome& outcome) {
-        return outcome.state == PacketState::Sent || outcome.state == PacketState::Delivered;
+        return WordsOf(outcome.state).account != Account::Left;
     });
 }
 
-CycleResult RunCycle(Session& session, const Settings& settings) { return Cycle(session, settings).Run(); }
-
-std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted) {
-    std::vector<base::TreeFile> files = base::FilesBelow(settings.outbox, unlisted);
-    std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
-    return files;
+CycleResult RunCycle(Session& session, const Settings& settings, Telling telling) {
+    return Cycle(session, settings, telling).Run();
 }
 
 std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings) {
@@ -284,10 +250,4 @@ std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settin
         for (const std::wstring& path : session.FilesToSend(subFolder))
             files.push_back({subFolder, Path::FileName(path), SizeOf(path)});
     return files;
-}
-
-std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
-    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
-    std::erase_if(subFolders, IsBackupPath);
-    return subFolders;
 }

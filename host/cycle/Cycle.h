@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "base/FolderTree.h"
+#include "host/console/ConsoleProgress.h"
 #include "host/cycle/PacketLedger.h"
 #include "host/session/Session.h"
 
 struct CycleResult {
     std::vector<Outcome> outcomes;
     std::optional<std::wstring> transferFailure;  ///< what the transport said of the transfer as a whole
+    std::vector<std::wstring> shownFailures;      ///< what it showed on the way
     bool interrupted = false;
 
     /// Nothing is left behind and nothing failed.
@@ -19,11 +21,7 @@ struct CycleResult {
 };
 
 /// Runs one cycle. What cannot be moved is an outcome, not an exception.
-CycleResult RunCycle(Session& session, const Settings& settings);
+CycleResult RunCycle(Session& session, const Settings& settings, Telling telling = Telling::Everything);
 
-/// The packets in the outbox; what the system and other programs keep there for themselves is none.
-std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted = {});
 /// The files that wait in the send folder, in all its sub-folders.
 std::vector<base::TreeFile> FilesToSend(Session& session, const Settings& settings);
-/// The sub-folders of the receive folder that hold packets; the transport's backups are none.
-std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);

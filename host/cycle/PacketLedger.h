@@ -21,6 +21,10 @@ enum class PacketState {
     Waiting,
     NotReceived,
     NotDelivered,
+    // What a cycle would do.
+    WouldSend,
+    WouldReceive,
+    WouldDeliver,
 };
 
 struct Outcome {

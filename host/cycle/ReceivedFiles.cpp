@@ -18,24 +18,6 @@
 
 namespace {
 
-/// Why a file must not be delivered.
-using Refusal = std::optional<std::wstring>;
-
-/// What an archive holds beside its packet would replace other files of the inbox. Throws for one that cannot
-/// be read, now or at all.
-Refusal RefusalOf(const base::TreeFile& file, const Settings& settings, const PacketLedger& ledger) {
-    const std::wstring packet = ledger.PacketIn(file).name;
-    if (IsFolderTestFile(packet))
-        return L"it has the name of the file with which folders are tested, and would be deleted as that";
-    if (IsKeptCopy(packet))
-        return L"it has the name of a copy that is kept of a replaced file, and would be deleted as that";
-    if (FileSystem::IsArrival(file.name))
-        return L"a run ended while it was received, so that it may be a part; its source is where it was";
-    if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
-    const std::wstring path = Path::Join(settings.receive, file.RelativePath());
-    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
-}
-
 /// How late a version of a packet is: what has arrived in this run is newer than what waited, and otherwise
 /// the time of the file tells, which travels with it.
 std::pair<bool, std::uint64_t> AgeOf(const base::TreeFile& file, const Settings& settings,
@@ -75,9 +57,9 @@ void SetAside(const base::TreeFile& file, const std::wstring& reason, const Sett
 /// Sets a file aside that must not be delivered. An archive that cannot be read stays: it is the decoder's to
 /// refuse.
 bool MayBePacket(const base::TreeFile& file, const Settings& settings, PacketLedger& ledger) {
-    Refusal refusal;
+    std::optional<std::wstring> refusal;
     try {
-        refusal = RefusalOf(file, settings, ledger);
+        refusal = DeliveryObjection(file, settings, ledger);
     } catch (const base::Error&) {
         return false;
     }
@@ -86,6 +68,21 @@ bool MayBePacket(const base::TreeFile& file, const Settings& settings, PacketLed
 }
 
 }  // namespace
+
+/// What an archive holds beside its packet would replace other files of the inbox.
+std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const Settings& settings,
+                                              const PacketLedger& ledger) {
+    const std::wstring packet = ledger.PacketIn(file).name;
+    if (IsFolderTestFile(packet))
+        return L"it has the name of the file with which folders are tested, and would be deleted as that";
+    if (IsKeptCopy(packet))
+        return L"it has the name of a copy that is kept of a replaced file, and would be deleted as that";
+    if (FileSystem::IsArrival(file.name))
+        return L"a run ended while it was received, so that it may be a part; its source is where it was";
+    if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
+    const std::wstring path = Path::Join(settings.receive, file.RelativePath());
+    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
+}
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger) {

@@ -1,6 +1,9 @@
 // Received files that must not be handed to the transport as they arrived.
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "host/cycle/PacketLedger.h"
 
 /// Moves such files of a sub-folder of the receive folder out of it, into a folder beside it, and reports
@@ -9,3 +12,8 @@
 /// received.
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger);
+
+/// Why a file of the receive folder must not be delivered; nothing when it may. Throws for an archive that
+/// cannot be read, now or at all.
+std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const Settings& settings,
+                                              const PacketLedger& ledger);

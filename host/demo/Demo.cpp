@@ -17,8 +17,9 @@
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
 #include "host/console/Table.h"
-#include "host/cycle/CycleReport.h"
 #include "host/demo/DemoPackets.h"
+#include "host/record/RunInProgress.h"
+#include "host/record/RunReport.h"
 #include "host/settings/Installation.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"
@@ -63,7 +64,9 @@ void RunSide(const std::wstring& title, const Settings& settings) {
     Console::Line(L"");
     Console::Line(title);
     Session session(settings);
-    PrintReport(RunCycle(session, settings));
+    RunRecord record = BeginRecord(settings.file);
+    EndRecord(record, RunCycle(session, settings));
+    PrintReport(record, ReportForm::Table);
 }
 
 std::wstring Verdict(const std::wstring& file, const std::wstring& hash) {

@@ -31,6 +31,13 @@ void CheckFtp(const Settings& settings) {
                           TextOf(Transport::Ftp));
 }
 
+void CheckNoFtpInService(const Settings& settings) {
+    if (settings.transport == Transport::Ftp)
+        throw Refusal(settings, SettingOf<&Settings::transport>(),
+                      L"Windows does not support its FTP functions in services; let the Task Scheduler run "
+                      L"znhost run --every in the account of a user, logged on or not");
+}
+
 void CheckFolders(const Settings& settings) {
     Problems problems;
     for (const Setting& setting : kSettings)

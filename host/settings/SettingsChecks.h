@@ -8,6 +8,8 @@
 
 /// Packets travel through an FTP server.
 void CheckFtp(const Settings& settings);
+/// Packets do not travel through an FTP server: a service cannot use one.
+void CheckNoFtpInService(const Settings& settings);
 /// Local folders are no files, the outbox is there.
 void CheckFolders(const Settings& settings);
 /// The program of the chosen encoder is there.

@@ -16,6 +16,13 @@ public:
     explicit SettingsError(Problems problems) : m_problems(std::move(problems)) {}
 
     const Problems& All() const noexcept { return m_problems; }
+    /// In lines.
+    std::wstring Text() const {
+        std::wstring text;
+        for (const std::wstring& problem : m_problems)
+            text.append(text.empty() ? L"" : L"\n").append(problem);
+        return text;
+    }
     const char* what() const noexcept override { return "SettingsError"; }
 
 private:

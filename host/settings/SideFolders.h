@@ -21,4 +21,7 @@ inline constexpr SideFolder kKeptBackups{&Settings::receive, L".backups"};
 /// What must not be delivered.
 inline constexpr SideFolder kRefused{&Settings::receive, L".refused"};
 
-inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kRefused};
+/// A file: what became of the last run.
+inline constexpr SideFolder kStatus{&Settings::send, L".status"};
+
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kRefused, kStatus};

@@ -297,12 +297,12 @@ class Stage:
             self.note(NOT_DELIVERED, what)
 
     def fingerprint(self):
-        """Names, contents, rights and old times of all files that are no logs."""
+        """Names, contents, rights and old times of all files that are no logs and remember no run."""
         entries = []
         for folder in (*(folder for folder, _ in self.states()), self.temporary):
             for path in sorted(folder.rglob("*")):
                 status = path.stat()
-                content = "" if path.is_dir() or path.suffix == ".log" else hash_of(path.read_bytes())
+                content = "" if path.is_dir() or path.suffix in (".log", ".status") else hash_of(path.read_bytes())
                 when = "" if path.is_dir() or status.st_mtime > self.began else status.st_mtime
                 entries.append((CHANCE.sub("#", str(path)), content, status.st_mode, status.st_uid, when))
         return hash(tuple(entries))

@@ -1,0 +1,95 @@
+// The command service: the loop as a service of Windows.
+#include <chrono>
+
+#include "base/Console.h"
+#include "base/Module.h"
+#include "base/Path.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HostOptions.h"
+#include "host/console/ExitCode.h"
+#include "host/console/Interrupt.h"
+#include "host/loop/Interval.h"
+#include "host/loop/Loop.h"
+#include "host/service/ServiceLog.h"
+#include "host/service/ServiceManager.h"
+#include "host/service/ServiceProcess.h"
+#include "host/settings/SettingsChecks.h"
+#include "host/settings/SettingsFile.h"
+
+namespace {
+
+// The service manager is told a little more.
+constexpr std::chrono::seconds kTimeToStop{20};
+
+std::wstring NameOf(const Options& options) {
+    return options.service.name.empty() ? L"znhost-" + Path::BaseName(options.path) : options.service.name;
+}
+
+/// What the service manager is to run.
+std::wstring CommandLine(const Options& options, const std::wstring& settings) {
+    return L"\"" + base::ProgramPath() + L"\" service run \"" + settings + L"\" --every " +
+           options.service.every + L" --name \"" + NameOf(options) + L"\"";
+}
+
+ServiceStart StartOf(const std::wstring& word) {
+    if (word == L"auto") return ServiceStart::Automatic;
+    return word == L"manual" ? ServiceStart::Manual : ServiceStart::Delayed;
+}
+
+}  // namespace
+
+int commands::InstallService(const Options& options) {
+    const ServiceRequest& request = options.service;
+    const Settings settings = ReadSettings(
+        options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
+    services::Install({.name = NameOf(options),
+                       .title = L"Packet transport (" + Path::BaseName(settings.file) + L")",
+                       .purpose = L"Sends and receives packets every " + request.every + L", as " +
+                                  settings.file + L" says.",
+                       .commandLine = CommandLine(options, settings.file),
+                       .account = request.account,
+                       .password = request.password,
+                       .start = StartOf(request.start)});
+    Console::Line(L"Service " + NameOf(options) + L" is installed; \"znhost service start\" starts it now.");
+    Console::Line(L"It runs as " + request.account + L", which needs rights to all folders of the settings.");
+    Console::Line(L"Its log is " + ServiceLogPath(settings));
+    return kAllDelivered;
+}
+
+int commands::RemoveService(const Options& options) {
+    services::Remove(NameOf(options));
+    Console::Line(L"Service " + NameOf(options) + L" is removed.");
+    return kAllDelivered;
+}
+
+int commands::StartService(const Options& options) {
+    services::Start(NameOf(options));
+    Console::Line(L"Service " + NameOf(options) + L" runs.");
+    return kAllDelivered;
+}
+
+int commands::StopService(const Options& options) {
+    services::Stop(NameOf(options));
+    Console::Line(L"Service " + NameOf(options) + L" is stopped.");
+    return kAllDelivered;
+}
+
+/// Bad settings end no service: they may be right with the next cycle.
+int commands::RunService(const Options& options) {
+    const ServiceLog log(options.AbsolutePath());
+    LoopRequest request{.settings = options.AbsolutePath(),
+                        .interval = *IntervalOf(options.service.every),
+                        .options = {L"--service"},
+                        .stop = Interrupt::Event(),
+                        .isAwaited = false,
+                        .timeToStop = kTimeToStop,
+                        .openOutput = [&] { return log.Open(); },
+                        .tell = [&](const std::wstring& line) { log.Write(line); }};
+    const auto timeToStop = std::chrono::milliseconds(kTimeToStop);
+    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()), [&] {
+        log.Write(L"the service has started");
+        RunLoop(request);
+        log.Write(L"the service has stopped");
+    });
+    return kAllDelivered;
+}

@@ -1,0 +1,108 @@
+// The command status.
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "base/Console.h"
+#include "base/FileSystem.h"
+#include "base/LocalTime.h"
+#include "base/Path.h"
+#include "base/WindowsTime.h"
+#include "host/commands/Commands.h"
+#include "host/commands/HostOptions.h"
+#include "host/console/ExitCode.h"
+#include "host/console/Table.h"
+#include "host/cycle/WaitingPackets.h"
+#include "host/record/Json.h"
+#include "host/record/RunReport.h"
+#include "host/record/StatusFile.h"
+#include "host/settings/SettingsFile.h"
+
+namespace {
+
+using std::chrono::hours;
+using std::chrono::minutes;
+
+/// Adds the files of one place; what has gone meanwhile waits no more.
+void Add(std::vector<WaitingPacket>& packets, const std::wstring& place, const std::wstring& folder,
+         const std::vector<base::TreeFile>& files) {
+    for (const base::TreeFile& file : files)
+        if (const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath())))
+            packets.push_back(
+                {place, file.RelativePath(), version->size, base::FromWindowsTime(version->lastWrite)});
+}
+
+/// The oldest first.
+std::vector<WaitingPacket> WaitingPackets(const Settings& settings) {
+    std::vector<WaitingPacket> packets;
+    Add(packets, L"outbox", settings.outbox, OutboxFiles(settings));
+    Add(packets, L"send", settings.send, SendFiles(settings));
+    Add(packets, L"receive", settings.receive, ReceivedFiles(settings));
+    std::ranges::stable_sort(packets, {}, &WaitingPacket::saved);
+    return packets;
+}
+
+/// In one unit, as a glance takes it in. A clock that was set back makes no age negative.
+std::wstring Age(base::FileTime saved, base::FileTime now) {
+    const auto age = std::max(now - saved, base::FileTime::duration::zero());
+    if (age < hours(2)) return std::to_wstring(std::chrono::floor<minutes>(age).count()) + L" min";
+    if (age < hours(48)) return std::to_wstring(std::chrono::floor<hours>(age).count()) + L" h";
+    return std::to_wstring(std::chrono::floor<std::chrono::days>(age).count()) + L" d";
+}
+
+std::wstring EndOf(const RunRecord& record) {
+    switch (record.end) {
+    case RunEnd::Complete:
+        return L"complete";
+    case RunEnd::Incomplete:
+        return L"incomplete";
+    case RunEnd::Stopped:
+        return L"stopped by the user";
+    case RunEnd::NoCycle:
+        return L"no cycle took place";
+    case RunEnd::Running:
+        break;
+    }
+    return IsUnderWay(record) ? L"still under way" : L"ended in the middle; the next run goes on from there";
+}
+
+void PrintLastRun(const std::optional<RunRecord>& record) {
+    if (!record) return Console::Line(L"Last run: none that is remembered");
+    Console::Line(L"Last run: " + base::LocalTime(record->started) + L", " + EndOf(*record));
+    if (record->end == RunEnd::Running) return;
+    PrintReport(*record, ReportForm::Quiet);
+    Console::Line(Summary(*record));
+}
+
+void PrintWaiting(const std::vector<WaitingPacket>& packets) {
+    if (packets.empty()) return Console::Line(L"No packet waits here.");
+    const base::FileTime now = base::Now();
+    using enum Table::Align;
+    Table table({{L"Age", Right}, {L"Place"}, {L"Packet"}, {L"Size", Right}});
+    for (const WaitingPacket& packet : packets)
+        table.Add({Age(packet.saved, now), packet.place, packet.packet, Grouped(packet.size)});
+    table.Print();
+    Console::Line(Counted(packets.size(), L"packet") + L" waiting here, the oldest saved " +
+                  Age(packets.front().saved, now) + L" ago");
+}
+
+bool IsGood(const std::optional<RunRecord>& record) {
+    return !record || record->end == RunEnd::Complete || IsUnderWay(*record);
+}
+
+}  // namespace
+
+/// Nothing is asked of the remote side, and nothing of the libraries.
+int commands::Status(const Options& options) {
+    const Settings settings = ReadSettings(options.AbsolutePath());
+    const std::optional<RunRecord> record = StatusFile(settings).Read();
+    const std::vector<WaitingPacket> packets = WaitingPackets(settings);
+    if (options.json) {
+        Console::Line(json::Status(settings.file, record, record && IsUnderWay(*record), packets));
+    } else {
+        PrintLastRun(record);
+        PrintWaiting(packets);
+    }
+    return IsGood(record) ? kAllDelivered : kSomethingLeft;
+}

@@ -1,0 +1,90 @@
+// See Plan.h.
+#include "host/cycle/Plan.h"
+
+#include <set>
+
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Text.h"
+#include "host/cycle/ReceivedFiles.h"
+#include "host/cycle/WaitingPackets.h"
+#include "host/settings/SideFolders.h"
+
+namespace {
+
+class Planner {
+public:
+    explicit Planner(const Settings& settings) : m_settings(settings), m_ledger(settings) {}
+
+    Plan Make();
+
+private:
+    void PlanOutbox();
+    void PlanSending(const std::vector<base::TreeFile>& files);
+    void PlanReceiving();
+    void PlanDelivery(const base::TreeFile& file);
+    void Doubt(std::wstring what) { m_plan.unknown.push_back(std::move(what)); }
+
+    const Settings& m_settings;
+    PacketLedger m_ledger;
+    std::set<std::wstring> m_leaving;  ///< packets that would be sent, in capitals
+    Plan m_plan;
+};
+
+Plan Planner::Make() {
+    PlanOutbox();
+    PlanSending(SendFiles(m_settings));
+    // The next run puts back what one that ended in between had taken out of the way.
+    PlanSending(base::FilesBelow(kOlderVersions.Path(m_settings)));
+    PlanReceiving();
+    for (const base::TreeFile& file : ReceivedFiles(m_settings))
+        PlanDelivery(file);
+    m_plan.outcomes = m_ledger.Outcomes();
+    return std::move(m_plan);
+}
+
+void Planner::PlanOutbox() {
+    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
+        m_ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
+    };
+    for (const base::TreeFile& file : OutboxFiles(m_settings, unlisted)) {
+        if (const auto objection = OutboxObjection(file, m_settings, m_ledger)) {
+            m_ledger.ReportInOutbox(file, PacketState::NotAdded, *objection);
+            continue;
+        }
+        m_leaving.insert(base::Upper(file.RelativePath()));
+        m_ledger.ReportInOutbox(file, PacketState::WouldSend, {});
+    }
+}
+
+/// A newer version takes the place of one that waits.
+void Planner::PlanSending(const std::vector<base::TreeFile>& files) {
+    for (const base::TreeFile& file : files)
+        if (m_leaving.insert(base::Upper(m_ledger.PacketIn(file).RelativePath())).second)
+            m_ledger.ReportTravelling(Direction::Out, file, PacketState::WouldSend);
+}
+
+void Planner::PlanReceiving() {
+    if (m_settings.transport == Transport::Ftp)
+        return Doubt(L"What the FTP server holds is known only when a run lists it.");
+    if (!FileSystem::FolderExists(m_settings.remoteReceive))
+        return Doubt(L"The remote folder " + m_settings.remoteReceive + L" is not there, or cannot be seen.");
+    for (const base::TreeFile& file : OfferedFiles(m_settings))
+        m_ledger.ReportTravelling(Direction::In, file, PacketState::WouldReceive);
+}
+
+void Planner::PlanDelivery(const base::TreeFile& file) {
+    std::optional<std::wstring> objection;
+    try {
+        objection = DeliveryObjection(file, m_settings, m_ledger);
+    } catch (const base::Error& error) {
+        objection = error.failure().description;
+    }
+    m_ledger.ReportTravelling(Direction::In, file,
+                              objection ? PacketState::NotDelivered : PacketState::WouldDeliver,
+                              objection.value_or(L""));
+}
+
+}  // namespace
+
+Plan PlanCycle(const Settings& settings) { return Planner(settings).Make(); }

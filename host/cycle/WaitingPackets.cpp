@@ -1,0 +1,68 @@
+// See WaitingPackets.h.
+#include "host/cycle/WaitingPackets.h"
+
+#include "base/Arrival.h"
+#include "base/Error.h"
+#include "host/cycle/KeptBackups.h"
+#include "packets/EncodedName.h"
+#include "packets/PacketName.h"
+
+namespace {
+
+/// What is being copied there is none yet.
+std::vector<base::TreeFile> WithoutArrivals(std::vector<base::TreeFile> files) {
+    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
+    return files;
+}
+
+}  // namespace
+
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted) {
+    std::vector<base::TreeFile> files = base::FilesBelow(settings.outbox, unlisted);
+    std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
+    return files;
+}
+
+std::vector<base::TreeFile> SendFiles(const Settings& settings) {
+    return WithoutArrivals(base::FilesBelow(settings.send));
+}
+
+std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
+    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
+    std::erase_if(subFolders, IsBackupPath);
+    return subFolders;
+}
+
+std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
+    std::vector<base::TreeFile> files;
+    for (const std::wstring& subFolder : ReceiveSubFolders(settings))
+        for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder))
+            files.push_back(file);
+    return files;
+}
+
+std::vector<base::TreeFile> OfferedFiles(const Settings& settings) try {
+    if (settings.transport == Transport::Ftp) return {};
+    return WithoutArrivals(base::FilesBelow(settings.remoteReceive));
+} catch (const base::Error&) {
+    return {};
+}
+
+std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,
+                                            const PacketLedger& ledger) {
+    if (IsBackupPath(file.RelativePath()))
+        return L"the receive folder keeps backups in the sub-folder Backup; use another name";
+    if (IsFolderTestFile(file.name))
+        return L"it has the name of the file with which folders are tested; use another name";
+    if (FileSystem::IsArrival(file.name))
+        return L"it has the name of a file that is being copied; use another name";
+    if (IsTakenForEncoded(file.name, settings.zip.outExtension) ||
+        IsTakenForEncoded(file.name, settings.xdelta.outExtension) || ledger.PacketIn(file).name != file.name)
+        return L"the extension is that of an encoded packet; use another name";
+    if (IsKeptCopy(file.name))
+        return L"the name is that of a copy that is kept of a replaced file; use another name";
+    const EncoderSettings* const encoder = settings.ChosenEncoder();
+    if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
+        return L"it is empty, and encoded packets must not be";
+    return std::nullopt;
+}

@@ -1,0 +1,25 @@
+// Where packets wait on their way, and which of them a cycle would not take.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/FolderTree.h"
+#include "host/cycle/PacketLedger.h"
+#include "host/settings/Settings.h"
+
+/// The packets in the outbox; what the system and other programs keep there for themselves is none.
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted = {});
+/// The files in the send folder and below it that hold packets, as far as names tell.
+std::vector<base::TreeFile> SendFiles(const Settings& settings);
+/// The sub-folders of the receive folder that hold packets; the transport's backups are none.
+std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);
+/// The files in those sub-folders.
+std::vector<base::TreeFile> ReceivedFiles(const Settings& settings);
+/// What the remote side offers. One that cannot be listed here or now offers nothing.
+std::vector<base::TreeFile> OfferedFiles(const Settings& settings);
+
+/// Why a file of the outbox would not reach the other side as the packet that it is; nothing when it would.
+std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,
+                                            const PacketLedger& ledger);

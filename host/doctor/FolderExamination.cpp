@@ -1,0 +1,83 @@
+// Folders, rights, free space and log of this side.
+#include <algorithm>
+
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "host/console/Table.h"
+#include "host/cycle/WaitingPackets.h"
+#include "host/doctor/Examination.h"
+#include "host/doctor/Probe.h"
+#include "host/settings/SettingsChecks.h"
+#include "host/settings/SettingsError.h"
+
+namespace {
+
+std::wstring Name(const Setting& setting, const Settings& settings) {
+    return setting.Title() + L" = " + setting.text(settings);
+}
+
+Finding ExamineFolder(const Setting& setting, const Settings& settings) try {
+    const std::wstring folder = setting.text(settings);
+    const std::wstring name = Name(setting, settings);
+    if (FileSystem::FileExists(folder))
+        return Bad(L"folder", name + L": this is a file, not a folder",
+                   L"Remove the file, or name a folder.");
+    if (!FileSystem::FolderExists(folder)) {
+        if (&setting == &SettingOf<&Settings::outbox>())
+            return Bad(L"folder", name + L": there is no such folder", L"Make it, or name another one.");
+        return Good(L"folder", name + L": not there yet; a run makes it");
+    }
+    FileSystem::List(folder);
+    ProbeFolder(folder);
+    return Good(L"folder", name + L": files can be listed, written and deleted");
+} catch (const base::Error& error) {
+    return Bad(L"folder", Name(setting, settings) + L": " + error.failure().description,
+               L"Give the account that runs znhost the right to list, read, write and delete there, and see "
+               L"that the disk is not full or write-protected.");
+}
+
+std::uint64_t Total(const std::vector<base::TreeFile>& files) {
+    std::uint64_t total = 0;
+    for (const base::TreeFile& file : files)
+        total += file.size;
+    return total;
+}
+
+/// What waits may be there twice for a while.
+std::uint64_t NeededSpace(const Settings& settings) try {
+    constexpr std::uint64_t kLeast = std::uint64_t{64} << 20;
+    return std::max(kLeast, 2 * (Total(OutboxFiles(settings)) + Total(SendFiles(settings)) +
+                                 Total(ReceivedFiles(settings)) + Total(OfferedFiles(settings))));
+} catch (const base::Error&) {
+    return 0;
+}
+
+Finding ExamineSpace(const Setting& setting, std::uint64_t needed, const Settings& settings) {
+    const auto free = FreeSpace(setting.text(settings));
+    if (!free) return Good(L"space", Name(setting, settings) + L": the system does not tell what is free");
+    const std::wstring what = Name(setting, settings) + L": " + Grouped(*free >> 20) + L" MB free";
+    if (*free >= needed) return Good(L"space", what);
+    return Bad(L"space", what + L", less than the " + Grouped(needed >> 20) + L" MB that packets may need",
+               L"Make room on that disk.");
+}
+
+Finding ExamineLog(const Settings& settings) try {
+    if (settings.logFile.empty()) return Good(L"log", L"only the event log of Windows is written");
+    CheckLogFile(settings);
+    return Good(L"log", settings.logFile + L" can be written");
+} catch (const SettingsError& error) {
+    return Bad(L"log", error.All().front(),
+               L"Name a file in a folder where the account that runs znhost may write.");
+}
+
+}  // namespace
+
+void ExamineFolders(const Settings& settings, Findings& findings) {
+    const std::uint64_t needed = NeededSpace(settings);
+    for (const Setting& setting : kSettings) {
+        if (setting.kind != ValueKind::Folder || setting.text(settings).empty()) continue;
+        findings.push_back(ExamineFolder(setting, settings));
+        findings.push_back(ExamineSpace(setting, needed, settings));
+    }
+    findings.push_back(ExamineLog(settings));
+}

@@ -1,0 +1,90 @@
+// What earlier runs have left.
+#include <functional>
+
+#include "base/Arrival.h"
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/FolderTree.h"
+#include "base/Path.h"
+#include "host/console/Table.h"
+#include "host/doctor/Examination.h"
+#include "host/record/StatusFile.h"
+#include "host/settings/SettingsTable.h"
+#include "host/settings/SideFolders.h"
+#include "packets/PacketName.h"
+
+namespace {
+
+constexpr auto kLeftover = L"leftover";
+
+/// A finding for each file of a folder that is of a kind.
+void ExamineFiles(const std::wstring& folder, const std::function<bool(const base::TreeFile&)>& is,
+                  const std::wstring& what, const std::wstring& advice, Findings& findings) try {
+    for (const base::TreeFile& file : base::FilesBelow(folder))
+        if (is(file))
+            findings.push_back(Bad(kLeftover, Path::Join(folder, file.RelativePath()) + what, advice));
+} catch (const base::Error&) {
+    // The examination of the folders tells of that.
+    return;
+}
+
+void ExamineArrivals(const std::wstring& folder, Findings& findings) {
+    ExamineFiles(
+        folder,
+        [&](const base::TreeFile& file) {
+            return FileSystem::IsArrival(file.name) &&
+                   FileSystem::IsAbandonedArrival(Path::Join(folder, file.RelativePath()));
+        },
+        L" is left of a copy that ended half-way", L"Delete it: its source is where it was.", findings);
+}
+
+void ExamineKeptCopies(const std::wstring& inbox, Findings& findings) {
+    ExamineFiles(
+        inbox, [](const base::TreeFile& file) { return IsKeptCopy(file.name); },
+        L" is what a delivery replaced when it ended in the middle",
+        L"Compare it with the file of the same name without the ending, and delete the one that is not "
+        L"needed; "
+        L"where there is none of that name, the next delivery puts it back.",
+        findings);
+}
+
+/// One finding for all that lies in a folder beside the transport's.
+void ExamineSideFolder(const SideFolder& side, const Settings& settings, const wchar_t* what,
+                       const wchar_t* advice, Findings& findings) try {
+    const std::wstring folder = side.Path(settings);
+    const std::size_t count = base::FilesBelow(folder).size();
+    if (count > 0)
+        findings.push_back(Bad(kLeftover, folder + L" holds " + Counted(count, L"file") + what, advice));
+} catch (const base::Error& error) {
+    findings.push_back(Bad(kLeftover, error.failure().description, L"See that the folder can be listed."));
+}
+
+Finding ExamineLastRun(const Settings& settings) {
+    const auto record = StatusFile(settings).Read();
+    if (!record) return Good(L"last_run", L"none that is remembered");
+    if (record->end == RunEnd::Complete || IsUnderWay(*record)) return Good(L"last_run", L"all is well");
+    return Bad(L"last_run", L"something was left", L"See znhost status.");
+}
+
+}  // namespace
+
+void ExamineLeftovers(const Settings& settings, Findings& findings) {
+    const std::size_t before = findings.size();
+    for (const Setting& setting : kSettings)
+        if (setting.kind == ValueKind::Folder ||
+            (setting.kind == ValueKind::RemoteFolder && settings.transport == Transport::Folder))
+            ExamineArrivals(setting.text(settings), findings);
+    ExamineKeptCopies(settings.inbox, findings);
+    ExamineSideFolder(
+        kRefused, settings, L" that must not be delivered",
+        L"See why in the report of the run, or in docs/operations.md; move what is good into the "
+        L"inbox, and delete the rest.",
+        findings);
+    ExamineSideFolder(kOlderVersions, settings, L" that a run took aside when it ended in the middle",
+                      L"Run again: that puts them right.", findings);
+    ExamineSideFolder(kKeptBackups, settings,
+                      L" of backups that a run took aside when it ended in the middle",
+                      L"Run again: that puts them right.", findings);
+    if (findings.size() == before) findings.push_back(Good(kLeftover, L"none"));
+    findings.push_back(ExamineLastRun(settings));
+}

@@ -1,0 +1,57 @@
+// Companion programs, the reference file, and the libraries.
+#include "base/Error.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "com/ComApartment.h"
+#include "host/doctor/Examination.h"
+#include "host/session/Components.h"
+#include "znTransporter.h"
+
+namespace {
+
+Finding ExamineProgram(const std::wstring& folder, const wchar_t* name, const wchar_t* use) {
+    const std::wstring path = Path::Join(folder, name);
+    if (FileSystem::FileExists(path)) return Good(L"program", path + L" is there");
+    return Bad(L"program", path + L" is missing", std::wstring(L"Copy it there: without it ") + use + L".");
+}
+
+Finding ExamineReference(const Settings& settings) {
+    const std::wstring& path = settings.xdelta.referencePath;
+    if (path.empty())
+        return Good(L"reference", L"the registry names the reference file; it was not examined");
+    if (FileSystem::FileExists(path)) return Good(L"reference", path + L" is there");
+    return Bad(L"reference", path + L" is missing",
+               L"Put the reference file there that the other side has under the same name.");
+}
+
+Finding ExamineLibraries(const Settings& settings) try {
+    const ComApartment apartment;
+    ConfigureFramework(settings);
+    CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
+    const std::wstring failure = AssembliesFailure();
+    return Good(L"libraries",
+                failure.empty()
+                    ? L"the libraries beside znhost.exe are used, without registration"
+                    : L"the registered libraries are used; those beside znhost.exe cannot be: " + failure);
+} catch (const base::Error& error) {
+    return Bad(L"libraries", error.failure().description,
+               L"Unpack the whole product again, of one version and bitness.");
+}
+
+}  // namespace
+
+void ExaminePrograms(const Settings& settings, Findings& findings) {
+    const std::wstring& zip = settings.zip.programFolder;
+    const std::wstring& xdelta = settings.xdelta.programFolder;
+    if (settings.encoder == EncoderKind::Zip)
+        findings.push_back(ExamineProgram(zip, L"Zip.exe", L"packets cannot be compressed"));
+    findings.push_back(ExamineProgram(zip, L"Unzip.exe", L"compressed packets cannot be restored"));
+    const bool usesDifferences =
+        settings.encoder == EncoderKind::XDelta || !settings.xdelta.referencePath.empty();
+    if (usesDifferences) {
+        findings.push_back(
+            ExamineProgram(xdelta, L"xDelta.exe", L"differences can be neither made nor applied"));
+        findings.push_back(ExamineReference(settings));
+    }
+    findings.push_back(ExamineLibraries(settings));
+}

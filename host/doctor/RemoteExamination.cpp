@@ -1,0 +1,102 @@
+// The share or server, and its clock.
+#include <chrono>
+
+#include "base/Error.h"
+#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/WindowsTime.h"
+#include "com/ComApartment.h"
+#include "host/console/Table.h"
+#include "host/cycle/WaitingPackets.h"
+#include "host/doctor/Examination.h"
+#include "host/doctor/Probe.h"
+#include "host/session/Session.h"
+
+namespace {
+
+constexpr auto kClockAdvice =
+    L"Set both clocks by a time server: the time of a file tells which of two versions is newer.";
+
+bool IsNear(base::FileTime::duration difference) {
+    constexpr std::chrono::minutes kNear{2};
+    return difference <= kNear && difference >= -kNear;
+}
+
+Finding ExamineClock(base::FileTime remote, base::FileTime here) {
+    const auto difference = remote - here;
+    if (IsNear(difference)) return Good(L"clock", L"the remote side's clock goes as this one");
+    const auto minutes = std::chrono::duration_cast<std::chrono::minutes>(difference).count();
+    return Bad(L"clock",
+               L"the remote side's clock differs from this one by " + std::to_wstring(minutes) + L" minutes",
+               kClockAdvice);
+}
+
+void ExamineRemoteSend(const std::wstring& folder, Findings& findings) try {
+    if (!FileSystem::FolderExists(folder)) {
+        findings.push_back(Bad(L"remote", folder + L" is not there, or cannot be reached",
+                               L"Check network, name and rights of the account that runs znhost; a run makes "
+                               L"the folder where only it is missing."));
+        return;
+    }
+    const base::FileTime here = base::Now();
+    const base::FileTime remote = ProbeFolder(folder);
+    findings.push_back(Good(L"remote", folder + L" takes files"));
+    findings.push_back(ExamineClock(remote, here));
+} catch (const base::Error& error) {
+    findings.push_back(Bad(L"remote", folder + L" takes no file: " + error.failure().description,
+                           L"Give the account that runs znhost the right to write and delete there, and see "
+                           L"that the remote disk is not full."));
+}
+
+/// A packet is deleted once it has arrived; the right to do so shows in opening it.
+void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
+    const std::wstring& folder = settings.remoteReceive;
+    if (!FileSystem::FolderExists(folder)) {
+        findings.push_back(Bad(L"remote", folder + L" is not there, or cannot be reached",
+                               L"Check network, name and rights; a run makes the folder where only it is "
+                               L"missing."));
+        return;
+    }
+    FileSystem::List(folder);
+    const std::vector<base::TreeFile> offered = OfferedFiles(settings);
+    if (!offered.empty())
+        base::File::Open(Path::Join(folder, offered.front().RelativePath()), GENERIC_READ | DELETE,
+                         base::kShareAll, OPEN_EXISTING);
+    findings.push_back(Good(L"remote", folder + L" offers " + Counted(offered.size(), L"packet")));
+} catch (const base::Error& error) {
+    findings.push_back(
+        Bad(L"remote", settings.remoteReceive + L": " + error.failure().description,
+            L"Give the account that runs znhost the right to list, read and delete there; a file that "
+            L"somebody holds open is for the next run."));
+}
+
+bool LiesDirectlyInLogin(const std::wstring& folder) { return folder.find(L'/') == std::wstring::npos; }
+
+Finding ExamineServer(const Settings& settings) try {
+    if (!LiesDirectlyInLogin(settings.remoteSend) || !LiesDirectlyInLogin(settings.remoteReceive))
+        return Good(L"remote",
+                    L"the test of the FTP server takes only folders directly in that of the login; "
+                    L"these were not examined: " +
+                        settings.remoteSend + L", " + settings.remoteReceive);
+    const ComApartment apartment;
+    Session session(settings);
+    std::wstring report;
+    const std::wstring failure = session.VerifySite(report);
+    if (failure.empty()) return Good(L"remote", L"the FTP server works");
+    return Bad(L"remote", failure,
+               L"Correct the FTP settings, or have the server corrected; znhost verify tells more.");
+} catch (const base::Error& error) {
+    return Bad(L"remote", error.failure().description, L"See what is said of libraries and settings.");
+}
+
+}  // namespace
+
+void ExamineRemoteSide(const Settings& settings, Findings& findings) {
+    if (settings.transport == Transport::Ftp) {
+        findings.push_back(ExamineServer(settings));
+        return;
+    }
+    ExamineRemoteSend(settings.remoteSend, findings);
+    ExamineRemoteReceive(settings, findings);
+}

@@ -1,0 +1,166 @@
+// See Json.h.
+#include "host/record/Json.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+
+#include "base/IsoTime.h"
+#include "base/Utf8.h"
+
+namespace json {
+
+namespace {
+
+/// Fields keep the order in which they are written.
+using Object = nlohmann::ordered_json;
+
+struct EndName {
+    RunEnd end;
+    const char* name;
+};
+constexpr auto kEnds = std::to_array<EndName>({{RunEnd::Running, "running"},
+                                               {RunEnd::Complete, "complete"},
+                                               {RunEnd::Incomplete, "incomplete"},
+                                               {RunEnd::Stopped, "stopped"},
+                                               {RunEnd::NoCycle, "no_cycle"}});
+
+Object Text(const std::optional<std::wstring>& text) { return text ? Object(base::ToUtf8(*text)) : Object(); }
+
+/// Null where there is nothing to say.
+Object TextIfAny(const std::wstring& text) { return text.empty() ? Object() : Object(base::ToUtf8(text)); }
+
+Object Number(const std::optional<std::uint64_t>& number) { return number ? Object(*number) : Object(); }
+
+Object Texts(const std::vector<std::wstring>& texts) {
+    Object array = Object::array();
+    for (const std::wstring& text : texts)
+        array.push_back(base::ToUtf8(text));
+    return array;
+}
+
+Object ObjectOf(const Outcome& outcome) {
+    return {{"type", "packet"},
+            {"direction", base::ToUtf8(TextOf(outcome.direction))},
+            {"packet", base::ToUtf8(outcome.packet)},
+            {"size", Number(outcome.size)},
+            {"travel_size", Number(outcome.travelSize)},
+            {"state", base::ToUtf8(WordsOf(outcome.state).name)},
+            {"reason", TextIfAny(outcome.reason)}};
+}
+
+Object ObjectOf(const RunRecord& record) {
+    const bool hasEnded = record.end != RunEnd::Running;
+    return {{"type", "run"},
+            {"settings", base::ToUtf8(record.settings)},
+            {"dry_run", record.isDryRun},
+            {"started", base::IsoTime(record.started)},
+            {"ended", hasEnded ? Object(base::IsoTime(record.ended)) : Object()},
+            {"process", record.process},
+            {"result", std::ranges::find(kEnds, record.end, &EndName::end)->name},
+            {"sent", record.Count(Account::Sent)},
+            {"delivered", record.Count(Account::Delivered)},
+            {"left", record.Count(Account::Left)},
+            {"failure", Text(record.failure)},
+            {"messages", Texts(record.messages)}};
+}
+
+Object WithPackets(const RunRecord& record) {
+    Object object = ObjectOf(record);
+    object["packets"] = Object::array();
+    for (const Outcome& outcome : record.outcomes)
+        object["packets"].push_back(ObjectOf(outcome));
+    return object;
+}
+
+Object ObjectOf(const WaitingPacket& packet) {
+    return {{"place", base::ToUtf8(packet.place)},
+            {"packet", base::ToUtf8(packet.packet)},
+            {"size", packet.size},
+            {"saved", base::IsoTime(packet.saved)}};
+}
+
+std::wstring Line(const Object& object) { return base::FromUtf8(object.dump()); }
+
+// --- Reading ----------------------------------------------------------------------------------------
+
+// What is missing, or of another kind, throws.
+
+std::wstring TextIn(const Object& object, const char* name) {
+    const Object& value = object.at(name);
+    return value.is_null() ? std::wstring() : base::FromUtf8(value.get<std::string>());
+}
+
+std::optional<std::uint64_t> NumberIn(const Object& object, const char* name) {
+    const Object& value = object.at(name);
+    return value.is_null() ? std::nullopt : std::optional(value.get<std::uint64_t>());
+}
+
+base::FileTime TimeIn(const Object& object, const char* name) {
+    const Object& value = object.at(name);
+    return value.is_null() ? base::FileTime() : base::FromIsoTime(value.get<std::string>()).value();
+}
+
+Outcome OutcomeIn(const Object& object) {
+    const StateWords* const words = WordsOfName(TextIn(object, "state"));
+    return {TextIn(object, "direction") == TextOf(Direction::Out) ? Direction::Out : Direction::In,
+            TextIn(object, "packet"),
+            NumberIn(object, "size"),
+            NumberIn(object, "travel_size"),
+            words ? words->state : PacketState::Waiting,
+            TextIn(object, "reason")};
+}
+
+RunRecord RecordIn(const Object& object) {
+    RunRecord record;
+    record.settings = TextIn(object, "settings");
+    record.started = TimeIn(object, "started");
+    record.ended = TimeIn(object, "ended");
+    record.process = object.at("process").get<std::uint32_t>();
+    const auto result = object.at("result").get<std::string>();
+    for (const EndName& end : kEnds)
+        if (result == end.name) record.end = end.end;
+    if (!object.at("failure").is_null()) record.failure = TextIn(object, "failure");
+    for (const Object& message : object.at("messages"))
+        record.messages.push_back(base::FromUtf8(message.get<std::string>()));
+    for (const Object& packet : object.at("packets"))
+        record.outcomes.push_back(OutcomeIn(packet));
+    return record;
+}
+
+}  // namespace
+
+std::wstring Packet(const Outcome& outcome) { return Line(ObjectOf(outcome)); }
+
+std::wstring Run(const RunRecord& record) { return Line(ObjectOf(record)); }
+
+std::wstring Status(const std::wstring& settings, const std::optional<RunRecord>& record, bool isUnderWay,
+                    const std::vector<WaitingPacket>& waiting) {
+    Object object = {{"type", "status"},
+                     {"settings", base::ToUtf8(settings)},
+                     {"under_way", isUnderWay},
+                     {"last_run", record ? WithPackets(*record) : Object()},
+                     {"waiting", Object::array()}};
+    for (const WaitingPacket& packet : waiting)
+        object["waiting"].push_back(ObjectOf(packet));
+    return Line(object);
+}
+
+std::wstring Check(const Finding& finding) {
+    return Line({{"type", "check"},
+                 {"check", base::ToUtf8(finding.check)},
+                 {"ok", finding.isGood},
+                 {"what", base::ToUtf8(finding.what)},
+                 {"advice", TextIfAny(finding.advice)}});
+}
+
+std::string Remembered(const RunRecord& record) { return WithPackets(record).dump() + "\n"; }
+
+std::optional<RunRecord> Remember(std::string_view text) try {
+    return RecordIn(Object::parse(text));
+} catch (const std::exception&) {
+    // Written by another version, or by somebody else.
+    return std::nullopt;
+}
+
+}  // namespace json

@@ -1,0 +1,46 @@
+// One run, as it is told to users and programs, and remembered.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/FileTime.h"
+#include "host/cycle/OutcomeWords.h"
+
+enum class RunEnd {
+    Running,     ///< or ended in the middle
+    Complete,    ///< nothing is left behind
+    Incomplete,  ///< something could not be moved
+    Stopped,     ///< by the user
+    NoCycle,     ///< none took place
+};
+
+struct RunRecord {
+    std::wstring settings;  ///< their file
+    bool isDryRun = false;
+    base::FileTime started{};
+    base::FileTime ended{};     ///< of a run that has ended
+    std::uint32_t process = 0;  ///< its identifier
+    RunEnd end = RunEnd::Running;
+    std::optional<std::wstring> failure;  ///< of the run as a whole
+    std::vector<std::wstring> messages;   ///< what else there is to know of it
+    std::vector<Outcome> outcomes;
+
+    std::size_t Count(Account account) const {
+        std::size_t count = 0;
+        for (const Outcome& outcome : outcomes)
+            if (WordsOf(outcome.state).account == account) ++count;
+        return count;
+    }
+};
+
+/// A packet that waits here for its next step.
+struct WaitingPacket {
+    std::wstring place;  ///< the name of the folder's setting
+    std::wstring packet;
+    std::uint64_t size = 0;  ///< bytes of the file that holds it
+    base::FileTime saved{};
+};

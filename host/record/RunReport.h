@@ -1,0 +1,22 @@
+// What a run did, for whoever started it.
+#pragma once
+
+#include <string>
+
+#include "host/console/ConsoleProgress.h"
+#include "host/record/RunRecord.h"
+
+enum class ReportForm {
+    Table,  ///< everything
+    Quiet,  ///< only what could not be moved
+    Line,   ///< one line
+    Json,   ///< a JSON object for each packet, and one for the run
+};
+
+/// What of the transfer itself is told meanwhile.
+Telling TellingOf(ReportForm form);
+
+void PrintReport(const RunRecord& record, ReportForm form);
+
+/// "1 sent, 2 delivered, 0 left behind".
+std::wstring Summary(const RunRecord& record);

@@ -1,0 +1,55 @@
+// See StatusFile.h.
+#include "host/record/StatusFile.h"
+
+#include <windows.h>
+
+#include "base/Arrival.h"
+#include "base/FileSystem.h"
+#include "base/Handle.h"
+#include "base/Path.h"
+#include "base/SystemError.h"
+#include "base/WindowsTime.h"
+#include "host/record/Json.h"
+#include "host/settings/SideFolders.h"
+
+StatusFile::StatusFile(const Settings& settings) : m_path(kStatus.Path(settings)) {}
+
+void StatusFile::Write(const RunRecord& record) const noexcept try {
+    FileSystem::CreateFolders(::Path::ParentFolder(m_path));
+    base::File file = FileSystem::CreateArrival(m_path);
+    file.Write(json::Remembered(record));
+    file.Flush();
+    file.TakeName(m_path, base::File::OtherFile::IsReplaced);
+} catch (...) {
+    // Nobody may be kept from moving packets by a file about it.
+    return;
+}
+
+std::optional<RunRecord> StatusFile::Read() const try {
+    return json::Remember(base::ReadFile(m_path));
+} catch (const base::Error&) {
+    return std::nullopt;
+}
+
+RememberedRun::RememberedRun(const RunRecord& record, const Settings& settings)
+    : m_record(record), m_file(settings) {
+    m_file.Write(m_record);
+}
+
+RememberedRun::~RememberedRun() { m_file.Write(m_record); }
+
+bool IsUnderWay(const RunRecord& record) {
+    if (record.end != RunEnd::Running) return false;
+    const base::KernelHandle process(
+        OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, record.process));
+    if (!process) return GetLastError() == ERROR_ACCESS_DENIED;
+    // The system gives the number of a process that has ended to a later one, and keeps an ended process
+    // while somebody holds it.
+    FILETIME created;
+    FILETIME ended;
+    FILETIME kernel;
+    FILETIME user;
+    if (!GetProcessTimes(process.Get(), &created, &ended, &kernel, &user)) return true;
+    const bool isLater = base::FromWindowsTime(created) >= record.started + std::chrono::seconds(1);
+    return !isLater && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}

@@ -1,0 +1,153 @@
+// See ServiceManager.h.
+#include "host/service/ServiceManager.h"
+
+#include <windows.h>
+
+#include <array>
+
+#include "base/Handle.h"
+#include "base/SystemError.h"
+
+namespace services {
+
+namespace {
+
+struct ServiceHandleTraits {
+    using Value = SC_HANDLE;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value handle) noexcept { CloseServiceHandle(handle); }
+};
+using ServiceHandle = base::UniqueHandle<ServiceHandleTraits>;
+
+std::wstring AdviceFor(DWORD code) {
+    switch (code) {
+    case ERROR_ACCESS_DENIED:
+        return L" Services are managed by administrators: run this in a console that was started as "
+               L"administrator.";
+    case ERROR_SERVICE_DOES_NOT_EXIST:
+        return L" \"znhost service install\" makes it.";
+    case ERROR_SERVICE_EXISTS:
+        return L" Remove it first, or give another one with --name.";
+    case ERROR_SERVICE_MARKED_FOR_DELETE:
+        return L" It goes when everything that shows services, such as their console, is closed.";
+    case ERROR_INVALID_SERVICE_ACCOUNT:
+    case ERROR_INVALID_NAME:
+        return L" An account is named DOMAIN\\user, or .\\user for one of this computer, with its password.";
+    case ERROR_SERVICE_LOGON_FAILED:
+        return L" See that the password is right, and that the account has the right to log on as a service.";
+    default:
+        return {};
+    }
+}
+
+[[noreturn]] void Refuse(DWORD code, const std::wstring& name) {
+    throw base::Error(HRESULT_FROM_WIN32(code),
+                      L"Service " + name + L": " + base::SystemText(code) + AdviceFor(code));
+}
+
+ServiceHandle OpenManager(DWORD access, const std::wstring& name) {
+    ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, access));
+    if (!manager) Refuse(GetLastError(), name);
+    return manager;
+}
+
+ServiceHandle OpenNamed(const std::wstring& name, DWORD access) {
+    const ServiceHandle manager = OpenManager(SC_MANAGER_CONNECT, name);
+    ServiceHandle service(OpenServiceW(manager.Get(), name.c_str(), access));
+    if (!service) Refuse(GetLastError(), name);
+    return service;
+}
+
+SERVICE_STATUS StatusOf(const ServiceHandle& service, const std::wstring& name) {
+    SERVICE_STATUS status;
+    if (!QueryServiceStatus(service.Get(), &status)) Refuse(GetLastError(), name);
+    return status;
+}
+
+/// A service may take as long as it says, and goes through other states before.
+void WaitFor(DWORD state, const ServiceHandle& service, const std::wstring& name) {
+    constexpr DWORD kBetweenLooks = 100;
+    constexpr ULONGLONG kPatience = 60'000;
+    const ULONGLONG begun = GetTickCount64();
+    for (;;) {
+        const SERVICE_STATUS status = StatusOf(service, name);
+        if (status.dwCurrentState == state) return;
+        if (status.dwCurrentState == SERVICE_STOPPED)
+            Refuse(status.dwWin32ExitCode == NO_ERROR ? ERROR_PROCESS_ABORTED : status.dwWin32ExitCode, name);
+        if (GetTickCount64() - begun > kPatience) Refuse(ERROR_SERVICE_REQUEST_TIMEOUT, name);
+        Sleep(kBetweenLooks);
+    }
+}
+
+void Configure(const ServiceHandle& service, DWORD what, void* value, const std::wstring& name) {
+    if (!ChangeServiceConfig2W(service.Get(), what, value)) Refuse(GetLastError(), name);
+}
+
+void Describe(const ServiceHandle& service, const ServiceDescription& description) {
+    std::wstring purpose = description.purpose;
+    SERVICE_DESCRIPTIONW text{purpose.data()};
+    Configure(service, SERVICE_CONFIG_DESCRIPTION, &text, description.name);
+    if (description.start != ServiceStart::Delayed) return;
+    SERVICE_DELAYED_AUTO_START_INFO delayed{TRUE};
+    Configure(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed, description.name);
+}
+
+void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name) {
+    constexpr DWORD kMinute = 60'000;
+    constexpr DWORD kDay = 24 * 60 * 60;
+    std::array actions = {SC_ACTION{SC_ACTION_RESTART, kMinute}, SC_ACTION{SC_ACTION_RESTART, 5 * kMinute},
+                          SC_ACTION{SC_ACTION_RESTART, 15 * kMinute}};
+    SERVICE_FAILURE_ACTIONSW failures{};
+    failures.dwResetPeriod = kDay;
+    failures.cActions = static_cast<DWORD>(actions.size());
+    failures.lpsaActions = actions.data();
+    Configure(service, SERVICE_CONFIG_FAILURE_ACTIONS, &failures, name);
+}
+
+}  // namespace
+
+void Install(const ServiceDescription& description) {
+    const ServiceHandle manager = OpenManager(SC_MANAGER_CREATE_SERVICE, description.name);
+    const DWORD start = description.start == ServiceStart::Manual ? SERVICE_DEMAND_START : SERVICE_AUTO_START;
+    // To set restarts as recovery actions takes the right to start the service.
+    const ServiceHandle service(CreateServiceW(
+        manager.Get(), description.name.c_str(), description.title.c_str(),
+        SERVICE_CHANGE_CONFIG | SERVICE_START | DELETE, SERVICE_WIN32_OWN_PROCESS, start,
+        SERVICE_ERROR_NORMAL, description.commandLine.c_str(), nullptr, nullptr, nullptr,
+        description.account.c_str(), description.password.empty() ? nullptr : description.password.c_str()));
+    if (!service) Refuse(GetLastError(), description.name);
+    try {
+        Describe(service, description);
+        RestartAfterFailures(service, description.name);
+    } catch (...) {
+        DeleteService(service.Get());
+        throw;
+    }
+}
+
+void Start(const std::wstring& name) {
+    const ServiceHandle service = OpenNamed(name, SERVICE_START | SERVICE_QUERY_STATUS);
+    if (!StartServiceW(service.Get(), 0, nullptr) && GetLastError() != ERROR_SERVICE_ALREADY_RUNNING)
+        Refuse(GetLastError(), name);
+    WaitFor(SERVICE_RUNNING, service, name);
+}
+
+void Stop(const std::wstring& name) {
+    const ServiceHandle service = OpenNamed(name, SERVICE_STOP | SERVICE_QUERY_STATUS);
+    SERVICE_STATUS status;
+    if (ControlService(service.Get(), SERVICE_CONTROL_STOP, &status))
+        return WaitFor(SERVICE_STOPPED, service, name);
+    const DWORD error = GetLastError();
+    if (error == ERROR_SERVICE_NOT_ACTIVE) return;
+    // It is stopping already.
+    if (error != ERROR_SERVICE_CANNOT_ACCEPT_CTRL) Refuse(error, name);
+    WaitFor(SERVICE_STOPPED, service, name);
+}
+
+void Remove(const std::wstring& name) {
+    Stop(name);
+    const ServiceHandle service = OpenNamed(name, DELETE);
+    if (!DeleteService(service.Get())) Refuse(GetLastError(), name);
+}
+
+}  // namespace services

@@ -1,0 +1,149 @@
+"""What runs tell users and programs, and what is remembered of them."""
+import calendar
+import os
+import signal
+import time
+
+from objects import JsonTest
+from support import WAITING, files_below, run_on_terminal, wait_until
+
+
+def tree(root):
+    """Everything that a run could change: names, contents, times and rights."""
+    files = files_below(root)
+    return {str(path.relative_to(root)): (files.get(str(path.relative_to(root))), path.stat().st_mtime_ns,
+                                          path.stat().st_mode) for path in root.rglob("*")}
+
+
+class ReportTest(JsonTest):
+    def test_objects_of_a_run(self):
+        self.field.change("encoder", "zip")
+        self.put(self.field, "Größe/5 µm.mdb", content=bytes(20_000))
+        self.put(self.field, "empty.mdb", content=b"")
+        *packets, run = self.json(1, "run", self.field)
+        by_name = {packet["packet"]: packet for packet in packets}
+        sent = by_name["Größe\\5 µm.mdb"]
+        self.assertEqual([sent[key] for key in ("direction", "state", "size", "reason")], ["out", "sent", 20_000, None])
+        self.assertEqual(sent["travel_size"], self.to_enterprise.joinpath("Größe/5 µm.mdb.afz").stat().st_size)
+        self.assertEqual(by_name["empty.mdb"]["state"], "not_added")
+        self.assertIn("it is empty", by_name["empty.mdb"]["reason"])
+        self.assertEqual([run[key] for key in ("result", "sent", "delivered", "left", "dry_run", "failure")],
+                         ["incomplete", 1, 0, 1, False, None])
+        ended = calendar.timegm(time.strptime(run["ended"], "%Y-%m-%dT%H:%M:%SZ"))
+        self.assertLess(abs(time.time() - ended), 600)
+        *packets, run = self.json(0, "run", self.enterprise)
+        self.assertEqual([(packet["direction"], packet["state"]) for packet in packets], [("in", "delivered")])
+        self.assertEqual((run["result"], run["delivered"]), ("complete", 1))
+
+    def test_an_object_of_a_run_without_a_cycle(self):
+        self.field.change("role", "foo")
+        [run] = self.json(2, "run", self.field)
+        self.assertEqual(run["result"], "no_cycle")
+        self.assertIn("[host] role = foo", run["failure"])
+
+    def test_a_failed_transfer_in_objects_and_in_quiet(self):
+        self.field.change("remote_send", self.scratch / "file")
+        (self.scratch / "file").write_bytes(b"in the way")
+        self.put(self.field, "a.mdb")
+        packet, run = self.json(1, "run", self.field)
+        self.assertEqual((packet["state"], run["result"]), ("waiting", "incomplete"))
+        self.assertTrue(run["failure"])
+        quiet = self.assert_ends(1, "run", self.field.settings, "--quiet")
+        self.assertEqual(quiet.packets, {("out", "a.mdb"): WAITING})
+        self.assertIn("The transfer failed", quiet.output)
+
+    def test_quiet_says_nothing_of_what_went_well(self):
+        self.put(self.field, "a.mdb")
+        self.assertEqual(self.assert_ends(0, "run", self.field.settings, "--quiet").output, "")
+        self.assertIn("excludes", self.assert_ends(2, "run", self.field.settings, "--quiet", "--json").errors)
+
+    def test_a_dry_run_tells_and_changes_nothing(self):
+        self.put(self.field, "late.mdb")
+        self.field.change("remote_send", self.scratch / "file")
+        (self.scratch / "file").write_bytes(b"in the way")
+        self.assert_run(self.field, 1)
+        self.put(self.field, "a.mdb", "sub/b.xml")
+        self.put(self.field, "late.mdb.afz")
+        self.put(self.enterprise, "c.mdb", folder=self.to_field)
+        self.put(self.enterprise, "d.mdb", folder=self.field.receive)
+        self.field.log_file.unlink(missing_ok=True)
+        (self.field.receive / "RWD_TestFile.txt").write_bytes(b"x")
+        before = tree(self.root)
+        outcome = self.assert_ends(1, "run", self.field.settings, "--dry-run")
+        expected = {("out", "a.mdb"): "would be sent", ("out", "sub/b.xml"): "would be sent",
+                    ("out", "late.mdb"): "would be sent", ("out", "late.mdb.afz"): "not added",
+                    ("in", "c.mdb"): "would be received and delivered", ("in", "d.mdb"): "would be delivered",
+                    ("in", "RWD_TestFile.txt"): "not delivered"}
+        self.assertEqual(outcome.packets, expected)
+        self.assertIn("A run would send 3, deliver 2 and leave 2 behind", outcome.output)
+        *packets, run = self.json(1, "run", self.field, "--dry-run")
+        self.assertEqual(len(packets), len(expected))
+        self.assertEqual((run["dry_run"], run["sent"], run["delivered"], run["left"]), (True, 3, 2, 2))
+        self.assertEqual(tree(self.root), before)
+
+    def test_a_dry_run_does_what_a_run_then_does(self):
+        self.put(self.field, "a.mdb", "sub/b.xml")
+        self.put(self.enterprise, "c.mdb", folder=self.to_field)
+        planned = self.assert_ends(0, "run", self.field.settings, "--dry-run").packets
+        done = self.assert_run(self.field).packets
+        self.assertEqual(planned.keys(), done.keys())
+        self.assertEqual(set(done.values()), {"sent", "delivered"})
+
+    def test_the_bar_of_a_terminal_tells_rate_and_time(self):
+        self.put_many(40, 50_000, self.field.send)
+        self.assertRegex(run_on_terminal(self.field.settings).output, r"\] \d+/40  \d+\.\d/s  \d+:\d\d left")
+
+
+class StatusTest(JsonTest):
+    def status(self, code=0):
+        [status] = self.json(code, "status", self.field)
+        return status
+
+    def test_the_last_run_and_what_waits(self):
+        self.assertIsNone(self.status()["last_run"])
+        self.put(self.field, "new.mdb", "old.mdb")
+        os.utime(self.field.outbox / "old.mdb", (time.time() - 3 * 86_400,) * 2)
+        self.assertEqual([packet["packet"] for packet in self.status()["waiting"]], ["old.mdb", "new.mdb"])
+        self.assertIn("the oldest saved 3 d ago", self.assert_ends(0, "status", self.field.settings).output)
+        self.put(self.field, "bad.afz")
+        self.assert_run(self.field, 1)
+        status = self.status(1)
+        self.assertEqual((status["last_run"]["result"], status["last_run"]["sent"]), ("incomplete", 2))
+        self.assertEqual([packet["packet"] for packet in status["waiting"]], ["bad.afz"])
+        text = self.assert_ends(1, "status", self.field.settings)
+        self.assertEqual(text.packets, {("out", "bad.afz"): "not added"})
+        (self.field.outbox / "bad.afz").unlink()
+        self.ledger.pop()
+        self.assert_run(self.field)
+        self.assertEqual(self.status()["last_run"]["result"], "complete")
+
+    def test_runs_that_are_under_way_killed_or_refused(self):
+        def killed(load):
+            self.put_many(40 * load, 50_000, self.field.send)
+            process = self.start_run(self.field)
+            wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
+            process.send_signal(signal.SIGSTOP)
+            during = self.status()
+            self.assert_ends(1, "run", self.field.settings)  # does not take the other one's place
+            after = self.status()
+            process.kill()
+            process.send_signal(signal.SIGCONT)
+            process.wait()
+            return during["under_way"] and after["under_way"]
+
+        self.assertTrue(self.in_time(killed))
+        status = self.status(1)
+        self.assertEqual((status["under_way"], status["last_run"]["ended"]), (False, None))
+        self.assertIn("ended in the middle", self.assert_ends(1, "status", self.field.settings).output)
+        self.assert_next_cycle_delivers()
+
+    def test_what_cannot_be_remembered_hinders_nothing(self):
+        path = self.field.send.with_name("send.status")
+        path.write_bytes(b"{ no JSON")
+        self.assertIsNone(self.status()["last_run"])
+        path.unlink()
+        path.mkdir()
+        (path / "in the way").write_bytes(b"")
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+        self.assertIsNone(self.status()["last_run"])
