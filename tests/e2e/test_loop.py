@@ -1,0 +1,120 @@
+"""Cycles that come again and again."""
+import json
+import os
+import signal
+
+from objects import objects_of
+from support import HostTest, files_below, finish, own_program, run, start, wait_until, windows
+
+
+class LoopTest(HostTest):
+    def loop(self, *options, every="1s"):
+        """A loop that ends with the test at the latest."""
+        process = start("run", self.field.settings, "--every", every, *options)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        return process
+
+    @staticmethod
+    def said(process):
+        """What a loop has said so far."""
+        return [os.pread(file.fileno(), 1_000_000, 0).decode() for file in process.outputs.values()]
+
+    def wait_for(self, process, text):
+        wait_until(lambda: text in "".join(self.said(process)), process)
+        self.assertIn(text, "".join(self.said(process)))
+
+    def stopped(self, process, number=signal.SIGINT):
+        process.send_signal(number)
+        return finish(process)
+
+    def test_a_line_for_each_cycle_until_ctrl_c(self):
+        process = self.loop()
+        for name in ("a.mdb", "b.mdb"):
+            self.put(self.field, name)
+            wait_until(lambda: (self.to_enterprise / name).exists(), process)
+        self.wait_for(process, "0 sent")
+        outcome = self.stopped(process)
+        self.assertEqual(outcome.code, 0, outcome)
+        lines = outcome.output.splitlines()
+        self.assertEqual(sum("1 sent, 0 delivered, 0 left behind" in line for line in lines), 2, outcome)
+        for line in lines:
+            self.assertRegex(line, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d  \d+ sent, ")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_settings_are_read_anew_and_bad_ones_end_no_loop(self):
+        good = self.field.settings.read_text(encoding="utf-8")
+        process = self.loop()
+        self.wait_for(process, "0 sent")
+        self.field.change("role", "foo")
+        self.wait_for(process, "no cycle: " + windows(self.field.settings) + ": [host] role = foo")
+        other = self.scratch / "other.ini"
+        other.write_text(good.replace("to-enterprise", "elsewhere"), encoding="utf-8")
+        other.replace(self.field.settings)  # as editors do
+        self.put(self.field, "a.mdb")
+        wait_until(lambda: (self.root / "share" / "elsewhere" / "a.mdb").exists(), process)
+        self.assertIsNone(process.poll())
+        self.stopped(process)
+
+    def test_bad_settings_at_the_beginning_and_bad_intervals(self):
+        self.field.change("outbox", "nowhere")
+        self.assertIn("no such folder", self.assert_ends(2, "run", self.field.settings, "--every", "1s").errors)
+        for every in ("0s", "10", "ten"):
+            self.assertIn("an interval is", self.assert_ends(2, "run", self.field.settings, "--every", every).errors)
+        self.assert_ends(2, "run", self.field.settings, "--every", "1s", "--dry-run")
+
+    def test_objects_and_quiet(self):
+        self.put(self.field, "bad.afz")
+        process = self.loop("--json")
+        self.wait_for(process, '"type":"run"')
+        outcome = self.stopped(process)
+        self.assertEqual(outcome.code, 1, outcome)
+        self.assertEqual([item["type"] for item in objects_of(outcome)][:2], ["packet", "run"])
+        (self.field.outbox / "bad.afz").unlink()
+        process = self.loop("--quiet")
+        self.put(self.field, "a.mdb")
+        wait_until(lambda: (self.to_enterprise / "a.mdb").exists(), process)
+        self.put(self.field, "bad.afz")
+        self.wait_for(process, "bad.afz: not added")
+        self.assertNotIn("1 sent, 0 delivered, 0 left behind", self.stopped(process).output)
+
+    def test_a_stop_in_the_middle_of_a_cycle(self):
+        program = own_program(self, "end_session")
+
+        def stopped_by(stop):
+            def attempt(load):
+                self.put_many(40 * load, 50_000, self.field.send)
+                process = self.loop(every="1h")
+                wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
+                if not stop(process):
+                    self.stopped(process)
+                    return None
+                outcome = finish(process)
+                return files_below(self.field.send) and outcome
+            return self.in_time(attempt)
+
+        def press_ctrl_c(process):
+            process.send_signal(signal.SIGINT)
+            return True
+
+        def log_off(_):
+            return run("znhost session", windows(self.field.settings), program=program).code == 0
+
+        for stop in (press_ctrl_c, log_off):
+            outcome = stopped_by(stop)
+            self.assertEqual(outcome.code, 1, outcome)
+            self.assertIn("stopped by the user", outcome.output)
+            self.assert_next_cycle_delivers()
+
+    def test_a_cycle_that_is_killed_ends_no_loop(self):
+        self.put_many(40, 50_000, self.field.send)
+        process = self.loop(every="2s")
+        wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
+        status = json.loads((self.field.send.with_name("send.status")).read_text(encoding="utf-8"))
+        run("/f", "/pid", str(status["process"]), program="taskkill")
+        wait_until(lambda: not files_below(self.field.send), process)
+        self.assertIsNone(process.poll())
+        self.stopped(process)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
