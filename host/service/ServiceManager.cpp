@@ -79,8 +79,10 @@ void WaitFor(DWORD state, const ServiceHandle& service, const std::wstring& name
     }
 }
 
+/// A service works without what this system does not know of services.
 void Configure(const ServiceHandle& service, DWORD what, void* value, const std::wstring& name) {
-    if (!ChangeServiceConfig2W(service.Get(), what, value)) Refuse(GetLastError(), name);
+    if (ChangeServiceConfig2W(service.Get(), what, value)) return;
+    if (const DWORD error = GetLastError(); error != ERROR_INVALID_LEVEL) Refuse(error, name);
 }
 
 void Describe(const ServiceHandle& service, const ServiceDescription& description) {

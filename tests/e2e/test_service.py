@@ -1,0 +1,78 @@
+"""The loop as a service, with Wine's service manager."""
+import os
+import subprocess
+
+import support
+from support import HostTest, files_below, run, wait_until, windows
+
+
+class ServiceTest(HostTest):
+    def service(self, action, *options, code=0):
+        return self.assert_ends(code, "service", action, self.field.settings, "--name", self.scratch.name, *options)
+
+    def install(self, root):
+        super().install(root)
+        self.log_of_service = root / "field.service.log"
+        self.addCleanup(run, "service", "remove", self.field.settings, "--name", self.scratch.name)
+
+    def manager(self, *arguments):
+        """What a program of the system says."""
+        return subprocess.run([str(support.WINE), *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, check=False, timeout=support.TIMEOUT).stdout.decode()
+
+    def told(self):
+        return self.log_of_service.read_text(encoding="utf-8") if self.log_of_service.exists() else ""
+
+    def change_to_ftp(self):
+        good = self.field.settings.read_text(encoding="utf-8")
+        text = good.replace("transport = folder", "transport = ftp").replace("= share\\", "= ")
+        self.field.settings.write_text(text, encoding="utf-8")
+        return good
+
+    def test_a_service_from_its_installation_to_its_removal(self):
+        self.put(self.field, "a.mdb")
+        outcome = self.service("install", "--every", "1s", "--start", "auto")
+        self.assertIn(f"Its log is {windows(self.log_of_service)}", outcome.output)
+        self.assertIn("Remove it first", self.service("install", code=1).errors)
+        configuration = self.manager("reg", "query", f"HKLM\\System\\CurrentControlSet\\Services\\{self.scratch.name}")
+        for text in ("service run", windows(self.field.settings), "NetworkService", "packets every 1s"):
+            self.assertIn(text, configuration)
+        self.assertIn("successfully", self.manager("net", "start", self.scratch.name))
+        wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
+        self.service("start")  # it runs already
+        self.field.change("role", "foo")
+        wait_until(lambda: "no cycle: " in self.told())
+        self.field.change("role", "field")
+        good = self.change_to_ftp()
+        wait_until(lambda: "let the Task Scheduler" in self.told())
+        self.service("stop")
+        self.service("stop")
+        self.assertTrue(self.told().rstrip().endswith("the service has stopped"), self.told())
+        self.service("remove")
+        self.assertIn("does not exist", self.service("start", code=1).errors)
+        self.field.settings.write_text(good, encoding="utf-8")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_a_stop_in_the_middle_of_a_transfer(self):
+        def attempt(load):
+            self.put_many(40 * load, 50_000, self.field.send)
+            self.service("install", "--every", "1s")
+            self.service("start")
+            wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3)
+            self.service("stop")
+            told = self.told()
+            self.service("remove")
+            return files_below(self.field.send) and told
+
+        told = self.in_time(attempt)
+        self.assertIn("stopped by the user", told)
+        self.assertIn("the service has stopped", told)
+        self.assert_next_cycle_delivers()
+
+    def test_what_is_refused(self):
+        self.change_to_ftp()
+        self.assertIn("let the Task Scheduler", self.service("install", code=2).errors)
+        self.assertIn("--start", self.service("install", "--start", "soon", code=2).errors)
+        self.assertIn("Only the service manager", self.service("run", code=1).errors)
+        self.assertIn("subcommand is required", self.assert_ends(2, "service").errors)
