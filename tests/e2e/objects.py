@@ -2,10 +2,13 @@
 import functools
 import json
 
-import jsonschema
-
 import support
-from support import HostTest
+from support import HostTest, skip
+
+try:
+    import jsonschema
+except ImportError:
+    jsonschema = None
 
 
 @functools.cache
@@ -24,6 +27,11 @@ def objects_of(outcome):
 
 
 class JsonTest(HostTest):
+    def setUp(self):
+        super().setUp()
+        if not jsonschema:
+            skip(self, "there is no module jsonschema to check objects with")
+
     def json(self, code, command, side, *options):
         """The objects of a command that must end with an exit code."""
         return objects_of(self.assert_ends(code, command, side.settings, "--json", *options))

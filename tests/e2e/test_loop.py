@@ -3,11 +3,11 @@ import json
 import os
 import signal
 
-from objects import objects_of
-from support import HostTest, files_below, finish, own_program, run, start, wait_until, windows
+from objects import JsonTest, objects_of
+from support import files_below, finish, own_program, run, start, wait_until, windows
 
 
-class LoopTest(HostTest):
+class LoopTest(JsonTest):
     def loop(self, *options, every="1s"):
         """A loop that ends with the test at the latest."""
         process = start("run", self.field.settings, "--every", every, *options)
