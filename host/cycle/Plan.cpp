@@ -65,8 +65,7 @@ void Planner::PlanSending(const std::vector<base::TreeFile>& files) {
 }
 
 void Planner::PlanReceiving() {
-    if (m_settings.transport == Transport::Ftp)
-        return Doubt(L"What the FTP server holds is known only when a run lists it.");
+    if (m_settings.HasServer()) return Doubt(L"What the server holds is known only when a run lists it.");
     if (!FileSystem::FolderExists(m_settings.remoteReceive))
         return Doubt(L"The remote folder " + m_settings.remoteReceive + L" is not there, or cannot be seen.");
     for (const base::TreeFile& file : OfferedFiles(m_settings))

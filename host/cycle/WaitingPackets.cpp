@@ -42,7 +42,7 @@ std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
 }
 
 std::vector<base::TreeFile> OfferedFiles(const Settings& settings) try {
-    if (settings.transport == Transport::Ftp) return {};
+    if (settings.HasServer()) return {};
     return WithoutArrivals(base::FilesBelow(settings.remoteReceive));
 } catch (const base::Error&) {
     return {};

@@ -71,6 +71,14 @@ void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
             L"somebody holds open is for the next run."));
 }
 
+Finding ExamineWebDav(const Settings& settings) try {
+    const ComApartment apartment;
+    if (Session(settings).Connect()) return Good(L"remote", L"the WebDAV server answers");
+    return Bad(L"remote", L"the WebDAV server cannot be used", L"The log tells why: " + settings.LogReference());
+} catch (const base::Error& error) {
+    return Bad(L"remote", error.failure().description, L"See what is said of libraries and settings.");
+}
+
 bool LiesDirectlyInLogin(const std::wstring& folder) { return folder.find(L'/') == std::wstring::npos; }
 
 Finding ExamineServer(const Settings& settings) try {
@@ -93,10 +101,13 @@ Finding ExamineServer(const Settings& settings) try {
 }  // namespace
 
 void ExamineRemoteSide(const Settings& settings, Findings& findings) {
-    if (settings.transport == Transport::Ftp) {
-        findings.push_back(ExamineServer(settings));
-        return;
+    switch (settings.transport) {
+    case Transport::Ftp:
+        return findings.push_back(ExamineServer(settings));
+    case Transport::Https:
+        return findings.push_back(ExamineWebDav(settings));
+    default:
+        ExamineRemoteSend(settings.remoteSend, findings);
+        ExamineRemoteReceive(settings, findings);
     }
-    ExamineRemoteSend(settings.remoteSend, findings);
-    ExamineRemoteReceive(settings, findings);
 }

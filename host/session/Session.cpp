@@ -122,6 +122,8 @@ bool Session::SendReceive(IUnknown* progress) {
     return com::Get<bool>(&IZNTransporter::SendReceive, m_transporter.Get(), com::Bstr(L"").Get(), progress);
 }
 
+bool Session::Connect() { return com::Get<bool>(&IZNSenderReceiver::Connect, m_senderReceiver.Get()); }
+
 bool Session::LoginCancelled() {
     return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, m_senderReceiver.Get());
 }

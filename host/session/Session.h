@@ -20,6 +20,8 @@ public:
     /// True when the packet waits in the send folder.
     bool Add(const std::wstring& path, const std::wstring& subFolder);
     bool SendReceive(IUnknown* progress);
+    /// Whether the remote side answers, and the login works; the log tells why not.
+    bool Connect();
     /// Whether the user cancelled the login of the last SendReceive.
     bool LoginCancelled();
     /// Paths of the files that wait in a sub-folder of the send folder.
