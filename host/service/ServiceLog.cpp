@@ -32,7 +32,7 @@ std::wstring ServiceLogPath(const Settings& settings) {
 ServiceLog::ServiceLog(const std::wstring& settings) {
     const Settings read = SettingsOrDefaults(settings);
     m_path = ServiceLogPath(read);
-    m_limits = {.size = std::stoull(read.logSize) * kKilobyte, .kept = std::stoull(read.logKept)};
+    m_limits = {.size = std::stoull(read.logSize) * kKilobyte, .kept = std::stoul(read.logKept)};
 }
 
 void ServiceLog::Write(const std::wstring& line) const noexcept try {
