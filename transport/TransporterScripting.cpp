@@ -43,7 +43,8 @@ ComPtr<IUnknown> OptionalObject(const VARIANT& argument) {
 }
 
 std::wstring OptionalText(const VARIANT& argument) {
-    return argument.vt == VT_ERROR ? std::wstring() : com::Variant(argument).Text();
+    const com::Variant value(argument);
+    return value.IsEmpty() || value.Get().vt == VT_ERROR ? std::wstring() : value.Text();
 }
 
 std::wstring FirstFolder(const std::wstring& path) { return path.substr(0, path.find(L'\\')); }
@@ -61,15 +62,22 @@ bool LiesIn(const std::wstring& folder, const std::wstring& path) {
     return base::Upper(Path::WithSeparator(path)).starts_with(base::Upper(Path::WithSeparator(folder)));
 }
 
+void RefuseSubFolder(const std::wstring& subFolder, base::Where where = base::Where::current()) {
+    if (!subFolder.empty() && !IsPlainPath(subFolder))
+        throw base::Error(
+            E_INVALIDARG,
+            L"The sub-folder " + subFolder +
+                L" is no path relative to the send and receive folders. Name folders below these, "
+                L"with \\ between them.",
+            where);
+}
+
 /// What would not reach the other side as the packet that it is must not leave this one.
 void RefusePacket(const std::wstring& name, const std::wstring& subFolder) {
     const auto refuse = [&](const wchar_t* reason) {
         throw base::Error(E_INVALIDARG,
                           L"The packet " + Path::Join(subFolder, name) + L" was not added: " + reason);
     };
-    if (!subFolder.empty() && !IsPlainPath(subFolder))
-        refuse(L"its sub-folder is no path relative to the send folder. Name folders below that, with \\ "
-               L"between them.");
     if (IsBackupPath(Path::Join(subFolder, name)))
         refuse(L"the receive folder keeps backups in the sub-folder Backup. Use another name.");
     if (IsKeptCopy(name))
@@ -121,6 +129,7 @@ void clsTransporter::SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*se
 void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& subFolder) {
     DemandFolders();
     const std::wstring name = Path::FileName(file);
+    RefuseSubFolder(subFolder);
     RefusePacket(name, subFolder);
     if (!EncoderFor(&IZNEncoder::get_InExtension, name) && EncoderFor(&IZNEncoder::get_OutExtension, name))
         throw base::Error(E_INVALIDARG,
@@ -177,6 +186,7 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
 
 bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder) {
     DemandFolders();
+    RefuseSubFolder(subFolder);
     if (m_transferring)
         throw base::Error(E_UNEXPECTED,
                           L"SendReceive is at work already. Call it again when that call has returned.");

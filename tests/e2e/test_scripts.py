@@ -116,6 +116,14 @@ class ScriptTest(ScratchTest):
                 self.assert_told(self.script(SCRIPTS / name, DONE, *cycle), "moved", 2)
                 self.assertEqual(files_below(there), sent)
 
+    def test_a_compressed_packet_and_its_backup(self):
+        packet = self.put(self.scratch, "4712~1.mdb")
+        delivered = "district 7 4712~1.mdb.pac -> inbox\\district 7\\4712~1.mdb"
+        lines = self.script(SCRIPTS / "compressed.vbs", DONE, self.scratch, support.BIN)
+        self.assertEqual(lines, ["waits: field\\send\\district 7\\4712~1.mdb.pac", delivered, "backup: 4712", delivered,
+                                 "backups: 0"])
+        self.assertEqual(files_below(self.scratch / "inbox"), {"district 7/4712~1.mdb": packet["4712~1.mdb"]})
+
     def test_scripts_exchange_packets_through_a_server(self):
         self.scratch.chmod(0o711)  # the server's user passes through
         server = Server(self, "vsftpd")

@@ -237,6 +237,8 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     for (const auto& [name, subFolder] : cases)
         EXPECT_EQ(field.transporter->Add(In(temp.File(name)), Variant(subFolder).Get()), E_INVALIDARG)
             << testing::PrintToString(std::wstring(name) + L" in " + subFolder);
+    VARIANT_BOOL moved = VARIANT_FALSE;
+    EXPECT_EQ(field.transporter->SendReceive(Variant().Get(), Variant(L"..\\x").Get(), &moved), E_INVALIDARG);
     EXPECT_FALSE(temp.Exists(L"field"));
     EXPECT_EQ(field.transporter->Add(In(temp.File(L"x.xml")), Variant(L"a\\b").Get()), S_OK);
     temp.File(L"field\\receive\\x.xml_bak", "packet");
@@ -365,6 +367,24 @@ TEST_F(Scripting, ScriptingHostsFindTheEvents) {
     Bstr name;
     EXPECT_EQ(description->GetDocumentation(MEMBERID_NIL, name.Put(), nullptr, nullptr, nullptr), S_OK);
     EXPECT_EQ(name.Text(), L"clsTransporter");
+    // They look for the default source of the class, and connect by the numbers of its events.
+    HREFTYPE source = 0;
+    INT flags = 0;
+    UINT index = 0;
+    while (SUCCEEDED(description->GetImplTypeFlags(index, &flags)) &&
+           flags != (IMPLTYPEFLAG_FDEFAULT | IMPLTYPEFLAG_FSOURCE))
+        ++index;
+    ComPtr<ITypeInfo> sourceInfo;
+    ASSERT_EQ(description->GetRefTypeOfImplType(index, &source), S_OK);
+    ASSERT_EQ(description->GetRefTypeInfo(source, &sourceInfo), S_OK);
+    std::wstring numbers;
+    for (const wchar_t* event : {L"Progress", L"Message", L"Status"}) {
+        auto* wanted = const_cast<wchar_t*>(event);
+        MEMBERID number = 0;
+        EXPECT_EQ(sourceInfo->GetIDsOfNames(&wanted, 1, &number), S_OK);
+        numbers += std::to_wstring(number) + L" ";
+    }
+    EXPECT_EQ(numbers, L"1 2 3 ");
 
     const auto container = com::As<IConnectionPointContainer>(field.transporter.Get());
     EXPECT_EQ(container->FindConnectionPoint(IID_IUnknown, &point), CONNECT_E_NOCONNECTION);
