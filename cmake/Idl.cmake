@@ -17,21 +17,24 @@ function(zn_add_idl NAME)
   add_custom_target(${NAME}_idl DEPENDS ${out}.h ${out}_i.c ${out}.tlb)
 endfunction()
 
-# The coclasses of a DLL's type libraries become its class table, <DLL>_classes.inc, and its side-by-side manifest. The
-# latter is a resource: of an assembly that is called like its DLL, Windows does not look for a manifest in a file.
-# zn_add_classes(DLL IDL...)
+# The coclasses of a DLL's type libraries become its class table, <DLL>_classes.inc, its side-by-side manifest, and the
+# list of its registration, which the installer reads. The manifest is a resource: of an assembly that is called like its
+# DLL, Windows does not look for a manifest in a file.
+# zn_add_classes(DLL IDL idl... [EVENT_SOURCES name...])
 function(zn_add_classes DLL)
+  cmake_parse_arguments(PARSE_ARGV 1 CLASSES "" "" "IDL;EVENT_SOURCES")
   set(script ${PROJECT_SOURCE_DIR}/cmake/classes.py)
   set(template ${PROJECT_SOURCE_DIR}/cmake/assembly.manifest.in)
   set(table ${CMAKE_CURRENT_BINARY_DIR}/classes/${DLL}_classes.inc)
   set(manifest ${CMAKE_CURRENT_BINARY_DIR}/classes/${DLL}.manifest)
-  list(TRANSFORM ARGN REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/contracts/\\1.idl" OUTPUT_VARIABLE idl)
-  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/classes)
+  set(registration ${ZN_RELEASE_DIR}/${DLL}.registration.json)
+  list(TRANSFORM CLASSES_IDL REPLACE "(.+)" "${PROJECT_SOURCE_DIR}/contracts/\\1.idl" OUTPUT_VARIABLE idl)
+  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/classes ${ZN_RELEASE_DIR})
   add_custom_command(
-    OUTPUT ${table} ${manifest}
+    OUTPUT ${table} ${manifest} ${registration}
     COMMAND Python3::Interpreter ${script} --name ${DLL} --version ${PROJECT_VERSION}.0
             --architecture ${ZN_ASSEMBLY_ARCHITECTURE} --table ${table} --template ${template}
-            --manifest ${manifest} ${idl}
+            --manifest ${manifest} --registration ${registration} --event-source ${CLASSES_EVENT_SOURCES} -- ${idl}
     DEPENDS ${script} ${template} ${idl}
     COMMENT "Listing the classes of ${DLL}"
     VERBATIM)

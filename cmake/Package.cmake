@@ -5,6 +5,18 @@ install(DIRECTORY docs examples DESTINATION . COMPONENT product)
 install(DIRECTORY contracts/ ${ZN_GENERATED_DIR}/ DESTINATION include COMPONENT development
         FILES_MATCHING PATTERN "*.idl" PATTERN "*.h" PATTERN "*_i.c" PATTERN "*.tlb")
 
+# The notices of those whose work is linked in.
+set(licenses ${ZN_RELEASE_DIR}/third-party-licenses.txt)
+get_property(release GLOBAL PROPERTY ZN_RELEASE_TARGETS)
+add_custom_command(
+  OUTPUT ${licenses}
+  COMMAND ${PROJECT_SOURCE_DIR}/installer/third-party ${PROJECT_BINARY_DIR} --licenses ${licenses}
+  DEPENDS ${release} installer/third-party installer/third-party.json
+  COMMENT "Collecting the notices of what is linked in"
+  VERBATIM)
+add_custom_target(third_party_licenses ALL DEPENDS ${licenses})
+install(FILES ${licenses} DESTINATION . COMPONENT product)
+
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-win${ZN_BITS})

@@ -46,7 +46,7 @@ function(zn_add_to_product TARGET DESCRIPTION)
   zn_add_to_release(${TARGET} ${DESCRIPTION} product ${ZN_BIN_DIR})
 endfunction()
 
-# Makes a program or DLL a file of a component: its place, its version, its symbols, its installation.
+# Makes a program or DLL a file of a component: its place, its version, its symbols, its link map, its installation.
 # zn_add_to_release(TARGET DESCRIPTION COMPONENT FOLDER)
 function(zn_add_to_release TARGET DESCRIPTION COMPONENT FOLDER)
   zn_add_version(${TARGET} ${DESCRIPTION})
@@ -59,21 +59,23 @@ function(zn_add_to_release TARGET DESCRIPTION COMPONENT FOLDER)
   set_target_properties(${TARGET} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${FOLDER})
   # What is tested is what is shipped: the symbols leave the file as soon as it is linked.
   set(symbols ${ZN_SYMBOLS_DIR}/${file}.debug)
-  file(MAKE_DIRECTORY ${ZN_SYMBOLS_DIR})
+  file(MAKE_DIRECTORY ${ZN_SYMBOLS_DIR} ${ZN_RELEASE_DIR})
+  target_link_options(${TARGET} PRIVATE LINKER:-Map=${ZN_RELEASE_DIR}/${file}.map)
   add_custom_command(
     TARGET ${TARGET} POST_BUILD
     COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${TARGET}> ${symbols}
     COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${TARGET}>
     BYPRODUCTS ${symbols}
     VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY ZN_RELEASE_TARGETS ${TARGET})
   install(TARGETS ${TARGET} RUNTIME DESTINATION bin COMPONENT ${COMPONENT})
   install(FILES ${symbols} DESTINATION bin COMPONENT symbols)
 endfunction()
 
 # A DLL that serves COM classes: com's entry points, its type libraries, its class table and manifest.
-# zn_add_com_module(TARGET DESCRIPTION IDL IDL... SOURCES source...)
+# zn_add_com_module(TARGET DESCRIPTION IDL idl... SOURCES source... [EVENT_SOURCES name...])
 function(zn_add_com_module TARGET DESCRIPTION)
-  cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "" "IDL;SOURCES")
+  cmake_parse_arguments(PARSE_ARGV 2 MODULE "" "" "IDL;SOURCES;EVENT_SOURCES")
   set(resources "")
   set(libraries "")
   set(number 0)
@@ -87,6 +89,6 @@ function(zn_add_com_module TARGET DESCRIPTION)
   set_source_files_properties(${rc} PROPERTIES OBJECT_DEPENDS "${libraries}")
   add_library(${TARGET} SHARED ${MODULE_SOURCES} ${rc})
   target_link_libraries(${TARGET} PRIVATE com_exports contracts)
-  zn_add_classes(${TARGET} ${MODULE_IDL})
+  zn_add_classes(${TARGET} IDL ${MODULE_IDL} EVENT_SOURCES ${MODULE_EVENT_SOURCES})
   zn_add_to_product(${TARGET} ${DESCRIPTION})
 endfunction()

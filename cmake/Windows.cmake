@@ -7,6 +7,8 @@ set(ZN_BIN_DIR ${PROJECT_BINARY_DIR}/bin)
 set(ZN_PROBE_DIR ${PROJECT_BINARY_DIR}/probe/bin)
 # Their symbols, which debuggers and tools that read stack traces need.
 set(ZN_SYMBOLS_DIR ${PROJECT_BINARY_DIR}/symbols)
+# What is said of them to who packs them: registration, and what was linked in.
+set(ZN_RELEASE_DIR ${PROJECT_BINARY_DIR}/release)
 # What widl makes of the interface definitions, for hosts, too.
 set(ZN_GENERATED_DIR ${PROJECT_BINARY_DIR}/include)
 

@@ -1,4 +1,6 @@
 // The creatable classes of znFramework.dll.
+#include <string_view>
+
 #include "com/server/ServerModule.h"
 #include "framework/HostSettings.h"
 #include "framework/ZNApplicationContext.h"
@@ -14,8 +16,8 @@
 namespace {
 #include "znFramework_classes.inc"
 
-/// Hosts that name themselves otherwise register their own.
-constexpr const wchar_t* kEventSources[] = {HostSettings::kDefaultTitle, L"znhost"};
+// Hosts that name themselves otherwise register their own event sources.
+static_assert(std::wstring_view(kEventSources[0]) == HostSettings::kDefaultTitle);
 }  // namespace
 
 const com::ModuleDescription& com::ThisModule() {
