@@ -2,6 +2,7 @@
 # make demo     two installations exchange packets, through a folder and an FTP server (BITS=64 for the 64-bit build)
 # make test     the fast tests of all builds, and checks of the sources;  make test-all   the slow tests, too
 # make package  the zip files of a release, in build/win32/package and build/win64/package
+# make dist     all files of a release, with installers and sums, in build/dist
 # make fuzz     the portable parts under random input (FUZZ_SECONDS=300 each)
 # make screenshots  pictures of the dialogs
 # make bench    the library and the companion programs beside others of their kind, in one table
@@ -22,7 +23,7 @@ BITS ?= $(lastword $(RUNNABLE))
 BUILD_RUNNABLE = $(MAKE) --no-print-directory build-win$(BITS)
 SOURCES = git ls-files -z --cached --others --exclude-standard -- '*.cpp' '*.h'
 
-.PHONY: all setup demo test test-all package fuzz screenshots bench torture coverage undefined format check-format tidy clean
+.PHONY: all setup demo test test-all package dist fuzz screenshots bench torture coverage undefined format check-format tidy clean
 .NOTPARALLEL:
 
 all: build-native build-fuzz build-win32 build-win64
@@ -47,6 +48,9 @@ test-all: all check-format
 
 package: build-win32 build-win64
 	@cpack --preset win32 && cpack --preset win64
+
+dist: build-win32 build-win64
+	@tools/dist
 
 fuzz: export FUZZ_SECONDS ?= 300
 fuzz: build-fuzz

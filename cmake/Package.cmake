@@ -1,6 +1,6 @@
 # What an installation and the zip files of a release hold: the product, what is needed to develop hosts, symbols.
 # (Programs and DLLs join the product in Program.cmake.)
-install(FILES README.md LICENSE DESTINATION . COMPONENT product)
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION . COMPONENT product)
 install(DIRECTORY docs examples DESTINATION . COMPONENT product)
 install(DIRECTORY contracts/ ${ZN_GENERATED_DIR}/ DESTINATION include COMPONENT development
         FILES_MATCHING PATTERN "*.idl" PATTERN "*.h" PATTERN "*_i.c" PATTERN "*.tlb")
@@ -30,4 +30,5 @@ set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 set(CPACK_ARCHIVE_PRODUCT_FILE_NAME ${CPACK_PACKAGE_FILE_NAME})
 set(CPACK_ARCHIVE_DEVELOPMENT_FILE_NAME ${CPACK_PACKAGE_FILE_NAME}-development)
 set(CPACK_ARCHIVE_SYMBOLS_FILE_NAME ${CPACK_PACKAGE_FILE_NAME}-symbols)
+set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/installer/prepare.cmake)
 include(CPack)
