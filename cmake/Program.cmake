@@ -57,14 +57,16 @@ function(zn_add_to_release TARGET DESCRIPTION COMPONENT FOLDER)
     set(file ${TARGET}${CMAKE_SHARED_LIBRARY_SUFFIX})
   endif()
   set_target_properties(${TARGET} PROPERTIES PREFIX "" RUNTIME_OUTPUT_DIRECTORY ${FOLDER})
-  # What is tested is what is shipped: the symbols leave the file as soon as it is linked.
+  # What is tested is what is shipped: the symbols leave the file as soon as it is linked. objcopy would put the time into
+  # the header again.
+  set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
   set(symbols ${ZN_SYMBOLS_DIR}/${file}.debug)
   file(MAKE_DIRECTORY ${ZN_SYMBOLS_DIR} ${ZN_RELEASE_DIR})
   target_link_options(${TARGET} PRIVATE LINKER:-Map=${ZN_RELEASE_DIR}/${file}.map)
   add_custom_command(
     TARGET ${TARGET} POST_BUILD
-    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${TARGET}> ${symbols}
-    COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${TARGET}>
+    COMMAND ${objcopy} --only-keep-debug $<TARGET_FILE:${TARGET}> ${symbols}
+    COMMAND ${objcopy} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${TARGET}>
     BYPRODUCTS ${symbols}
     VERBATIM)
   set_property(GLOBAL APPEND PROPERTY ZN_RELEASE_TARGETS ${TARGET})

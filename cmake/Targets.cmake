@@ -39,6 +39,8 @@ if(WIN32)
     LINKER:--major-os-version=6,--minor-os-version=1,--major-subsystem-version=6,--minor-subsystem-version=1
     LINKER:--dynamicbase,--nxcompat $<$<EQUAL:${ZN_BITS},64>:LINKER:--high-entropy-va>
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:LINKER:--tsaware>)
+  # The same sources make the same files.
+  target_link_options(zn_settings INTERFACE LINKER:--no-insert-timestamp)
 endif()
 
 # zn_add_library(NAME source...): a part of the programs, with what users of its headers need

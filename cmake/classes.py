@@ -57,7 +57,8 @@ def table(libraries, event_sources):
 def manifest(template, libraries, **values):
     lines = []
     for number, library in enumerate(libraries, 1):
-        lines.append(f'    <typelib tlbid="{{{library.identifier}}}" version="{library.version}" helpdir="" resourceid="{number}"/>')
+        lines.append(f'    <typelib tlbid="{{{library.identifier}}}" version="{library.version}" helpdir=""'
+                     f' resourceid="{number}"/>')
         lines += [f'    <comClass clsid="{{{identifier}}}" progid="{library.name}.{name}" threadingModel="Apartment"'
                   f' tlbid="{{{library.identifier}}}"/>' for identifier, name in library.classes]
     return string.Template(template).substitute(values, classes="\n".join(lines))

@@ -8,12 +8,12 @@ RT_MESSAGETABLE, RT_VERSION, RT_MANIFEST, RT_TYPELIB = 11, 16, 24, "TYPELIB"
 
 
 class Image:
-    """A program or DLL. Versions are pairs; resources are {type: {number: bytes}}."""
+    """A program or DLL. Versions are pairs; time is that of the link, or 0; resources are {type: {number: bytes}}."""
 
     def __init__(self, path):
         self.data = path.read_bytes()
         header, = self.unpack("<I", 0x3C)
-        sections, options_size, characteristics = self.unpack("<6xH12xHH", header)
+        sections, self.time, options_size, characteristics = self.unpack("<6xHI8xHH", header)
         options = header + 24
         self.is_dll = bool(characteristics & 0x2000)
         self.is_64_bit = self.unpack("<H", options) == (0x20B,)

@@ -1,4 +1,4 @@
-// Creates every class of the product by its ProgID, as registered. Prints what fails, then the DLLs that serve them.
+// Creates every class of the product by its ProgID; prints what fails, and which DLLs serve them.
 #include <initguid.h>  // the identifiers of the type libraries come from the contracts' headers
 
 #include <cstdio>
@@ -31,8 +31,9 @@ HRESULT CreateByProgId(const wchar_t* progId, IUnknown** object) {
 HRESULT Marshal(IUnknown* object, REFIID id) {
     ComPtr<IStream> stream;
     const HRESULT created = CreateStreamOnHGlobal(nullptr, TRUE, &stream);
-    return FAILED(created) ? created
-                           : CoMarshalInterface(stream.Get(), id, object, MSHCTX_INPROC, nullptr, MSHLFLAGS_NORMAL);
+    return FAILED(created)
+               ? created
+               : CoMarshalInterface(stream.Get(), id, object, MSHCTX_INPROC, nullptr, MSHLFLAGS_NORMAL);
 }
 
 void PrintPlaceOf(const wchar_t* dll) {
@@ -55,7 +56,8 @@ int main() {
     Expect(CreateByProgId(L"znTransporter.clsCmdLine", &parser), L"the command line");
     if (parser) Expect(Marshal(parser.Get(), IID__clsCmdLine), L"marshalling");
     for (const GUID& id : {LIBID_znTransporter, LIBID_znSystem, LIBID_znFramework, LIBID_znFrameworkUI})
-        Expect(tests::LoadedTypeLibrary(id) == com::Text(id) ? S_OK : TYPE_E_LIBNOTREGISTERED, L"a type library");
+        Expect(tests::LoadedTypeLibrary(id) == com::Text(id) ? S_OK : TYPE_E_LIBNOTREGISTERED,
+               L"a type library");
     for (const wchar_t* dll : {L"znTransporter.dll", L"znFramework.dll"})
         PrintPlaceOf(dll);
     return failures;
