@@ -46,7 +46,7 @@ void PrintPlaceOf(const wchar_t* dll) {
 
 int main() {
     const ComApartment apartment;
-    for (const auto& progIds : {tests::kLibraryProgIds, tests::kFrameworkProgIds}) {
+    for (const auto& progIds : tests::kProgIds) {
         for (const wchar_t* progId : progIds) {
             ComPtr<IUnknown> object;
             Expect(CreateByProgId(progId, &object), progId);

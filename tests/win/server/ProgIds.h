@@ -6,6 +6,7 @@
 #include <wrl/client.h>
 
 #include <array>
+#include <span>
 #include <string>
 
 #include "com/Values.h"
@@ -36,5 +37,7 @@ inline constexpr std::array kFrameworkProgIds = {L"znSystem.ZNEventLog",
                                                  L"znFramework.ZNLocale",
                                                  L"znFramework.ZNCategory",
                                                  L"znFramework.ZNMobileFolders"};
+/// Of each DLL.
+inline constexpr std::span<const wchar_t* const> kProgIds[] = {kLibraryProgIds, kFrameworkProgIds};
 
 }  // namespace tests

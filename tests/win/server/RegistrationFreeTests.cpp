@@ -1,8 +1,6 @@
 // A C++ host that creates the classes without any registration: its manifest names the assemblies.
 #include <initguid.h>  // the identifiers of the type libraries come from the contracts' headers
 
-#include <span>
-
 #include "tests/win/server/ProgIds.h"
 #include "tests/win/support/Dll.h"
 #include "tests/win/support/ScratchHives.h"
@@ -12,9 +10,7 @@ namespace {
 
 TEST(RegistrationFree, ManifestsServeEveryClassByProgId) {
     const ComApartment apartment;
-    for (const std::span<const wchar_t* const> progIds :
-         {std::span<const wchar_t* const>(kLibraryProgIds),
-          std::span<const wchar_t* const>(kFrameworkProgIds)}) {
+    for (const auto& progIds : kProgIds) {
         for (const wchar_t* progId : progIds) {
             CLSID clsid{};
             ComPtr<IUnknown> object;
