@@ -110,8 +110,8 @@ ComPtr<_Collection> CollectionOf(const Values& values) {
 void clsTransporter::DemandFolders() const {
     if (!m_senderReceiver)
         throw base::Error(E_UNEXPECTED,
-                          L"There is no sender/receiver. Set SenderReceiver to a clsXCOPYSndRcv or "
-                          L"a clsFTPSndRcv first.");
+                          L"There is no sender/receiver. Set SenderReceiver to a clsXCOPYSndRcv, "
+                          L"a clsFTPSndRcv or a clsHTTPSndRcv first.");
     if (LocalSendFolder().empty() || LocalReceiveFolder().empty())
         throw base::Error(E_UNEXPECTED, L"The send or the receive folder is missing. Set SendFolder and "
                                         L"ReceiveFolder first.");
