@@ -102,6 +102,7 @@ class LoopTest(JsonTest):
             return run("znhost session", windows(self.field.settings), program=program).code == 0
 
         for stop in (press_ctrl_c, log_off):
+            self.install(self.scratch / stop.__name__)
             outcome = stopped_by(stop)
             self.assertEqual(outcome.code, 1, outcome)
             self.assertIn("stopped by the user", outcome.output)
