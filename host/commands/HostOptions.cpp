@@ -58,7 +58,8 @@ constexpr const char* kName = "znhost";
 }
 
 /// An option or argument that is text.
-CLI::Option* AddText(CLI::App& app, const char* name, std::wstring& value, const char* description) {
+CLI::Option* AddText(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description) {
     return cli::AddText(app, name, value, description).type_name("TEXT");
 }
 
@@ -89,7 +90,8 @@ private:
     void AddInstallOptions(CLI::App& install);
     void AddRunOptions(CLI::App& run);
     void AddBackupOptions(CLI::App& backups);
-    void AddFtpOptions(CLI::App& demo);
+    static void AddServerOptions(CLI::App& demo, const std::string& kind, const std::string& what,
+                                 ServerAccount& account);
 
     Options& m_options;
     CLI::App m_app{kDescription, kName};
@@ -135,7 +137,8 @@ void Parser::AddCommands() {
     AddText(demo, "DIR", m_options.path,
             "Scratch folder; must not exist. Default: a new one for temporary files");
     demo.add_flag("--keep", m_options.keep, "Leave the scratch folder when all went well");
-    AddFtpOptions(demo);
+    AddServerOptions(demo, "ftp", "FTP server", m_options.ftp);
+    AddServerOptions(demo, "https", "WebDAV server (a URL)", m_options.https);
 }
 
 void Parser::AddServiceCommands() {
@@ -240,15 +243,17 @@ void Parser::AddBackupOptions(CLI::App& backups) {
     restoreAll->excludes(destroy);
 }
 
-/// The options of a round through an FTP server go together.
-void Parser::AddFtpOptions(CLI::App& demo) {
-    FtpAccount& account = m_options.ftp;
+/// The options of a round through a server go together. kind: "ftp"; what: is the server.
+void Parser::AddServerOptions(CLI::App& demo, const std::string& kind, const std::string& what,
+                              ServerAccount& account) {
+    const std::string prefix = "--" + kind + "-";
     CLI::Option* const server =
-        AddText(demo, "--ftp-server", account.server, "Exchange packets through this server, too");
-    CLI::Option* const user = AddText(demo, "--ftp-user", account.user, "User of the FTP server");
-    CLI::Option* const password = AddText(demo, "--ftp-password", account.password, "Password of the user");
+        AddText(demo, prefix + "server", account.server, "Exchange packets through this " + what + ", too");
+    CLI::Option* const user = AddText(demo, prefix + "user", account.user, "User of the " + what);
+    CLI::Option* const password =
+        AddText(demo, prefix + "password", account.password, "Password of the user");
     CLI::Option* const folder =
-        AddText(demo, "--ftp-folder", account.folder, "Folder on the server; made if missing");
+        AddText(demo, prefix + "folder", account.folder, "Folder on the server; made if missing");
     server->needs(user, password, folder);
     for (CLI::Option* const option : {user, password, folder})
         option->needs(server);

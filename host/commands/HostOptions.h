@@ -13,7 +13,7 @@ struct BackupRequest {
 };
 
 /// A server for a round through FTP.
-struct FtpAccount {
+struct ServerAccount {
     std::wstring server;  ///< empty for no such round
     std::wstring user;
     std::wstring password;
@@ -48,8 +48,9 @@ struct Options {
     RunRequest run;
     ServiceRequest service;
     BackupRequest backup;
-    bool keep = false;  ///< demo: leave the scratch folder
-    FtpAccount ftp;     ///< demo: exchange packets through this server, too
+    bool keep = false;    ///< demo: leave the scratch folder
+    ServerAccount ftp;    ///< demo: exchange packets through this server, too
+    ServerAccount https;  ///< the same for a WebDAV server
 
     std::wstring AbsolutePath() const;
 };

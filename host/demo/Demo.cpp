@@ -136,40 +136,53 @@ Score SendDifference(const Settings& field, const Settings& enterprise, const st
     return Compare(up);
 }
 
-Settings ThroughFtp(Settings settings, const FtpAccount& ftp, const wchar_t* sendTo,
-                    const wchar_t* receiveFrom) {
-    settings.transport = Transport::Ftp;
-    settings.ftpServer = ftp.server;
-    settings.ftpUser = ftp.user;
-    settings.ftpPassword.plain = ftp.password;
-    settings.remoteSend = ftp.folder + L"/" + sendTo;
-    settings.remoteReceive = ftp.folder + L"/" + receiveFrom;
+/// A server between the sides, and how packets reach it.
+struct Server {
+    const wchar_t* kind;
+    Transport transport;
+    const ServerAccount& account;
+    unsigned seed;  ///< of the packets
+
+    Settings Between(Settings settings, const wchar_t* sendTo, const wchar_t* receiveFrom) const;
+};
+
+Settings Server::Between(Settings settings, const wchar_t* sendTo, const wchar_t* receiveFrom) const {
+    settings.transport = transport;
+    settings.ftpServer = settings.httpsServer = account.server;
+    settings.ftpUser = settings.httpsUser = account.user;
+    settings.ftpPassword.plain = settings.httpsPassword.plain = account.password;
+    settings.remoteSend = account.folder + L"/" + sendTo;
+    settings.remoteReceive = account.folder + L"/" + receiveFrom;
     return settings;
 }
 
-/// Both directions once more, with an FTP server between the sides.
-Score ExchangeThroughFtp(const Settings& field, const Settings& enterprise, const FtpAccount& ftp) {
-    if (ftp.server.empty() || Interrupt::Requested()) return {};
-    const Crossing up{L"Field computer -> FTP server -> enterprise", enterprise.inbox,
-                      Hashes(field.outbox, WriteFtpDemoPackets(field.outbox, 3))};
-    const Crossing down{L"Enterprise -> FTP server -> field computer", field.inbox,
-                        Hashes(enterprise.outbox, WriteFtpDemoPackets(enterprise.outbox, 1003))};
-    const Settings fieldSide = ThroughFtp(field, ftp, L"up", L"down");
-    RunSide(L"The field computer sends to the FTP server " + ftp.server, fieldSide);
-    RunSide(L"The enterprise receives from it and sends", ThroughFtp(enterprise, ftp, L"down", L"up"));
+/// Both directions once more.
+Score ExchangeThrough(const Server& server, const Settings& field, const Settings& enterprise) {
+    if (server.account.server.empty() || Interrupt::Requested()) return {};
+    const std::wstring kind = server.kind;
+    const Crossing up{L"Field computer -> " + kind + L" server -> enterprise", enterprise.inbox,
+                      Hashes(field.outbox, WriteServerDemoPackets(field.outbox, server.seed))};
+    const Crossing down{
+        L"Enterprise -> " + kind + L" server -> field computer", field.inbox,
+        Hashes(enterprise.outbox, WriteServerDemoPackets(enterprise.outbox, 1000 + server.seed))};
+    const Settings fieldSide = server.Between(field, L"up", L"down");
+    RunSide(L"The field computer sends to the " + kind + L" server " + server.account.server, fieldSide);
+    RunSide(L"The enterprise receives from it and sends", server.Between(enterprise, L"down", L"up"));
     RunSide(L"The field computer receives", fieldSide);
     const Score sent = Compare(up);
     return sent + Compare(down);
 }
 
-Score Exchange(const std::wstring& folder, const FtpAccount& ftp) {
+Score Exchange(const std::wstring& folder, const Options& options) {
     const Installation made = CreateInstallation(folder);
     const Settings field = ReadSettings(made.fieldSettings, {&CheckPrograms});
     const Settings enterprise = ReadSettings(made.enterpriseSettings);
     const ComApartment apartment;
     const Score zipped = ExchangeZipped(field, enterprise);
     const Score difference = SendDifference(field, enterprise, folder);
-    return zipped + difference + ExchangeThroughFtp(field, enterprise, ftp);
+    const Score ftp = ExchangeThrough({L"FTP", Transport::Ftp, options.ftp, 3}, field, enterprise);
+    return zipped + difference + ftp +
+           ExchangeThrough({L"WebDAV", Transport::Https, options.https, 4}, field, enterprise);
 }
 
 }  // namespace
@@ -179,7 +192,7 @@ int commands::Demo(const Options& options) {
     RefuseExisting(scratch);
     Console::Line(L"This is the " ZN_BITS L"-bit build. Two installations exchange packets in " + scratch);
     const Interrupt interrupt;
-    const Score score = Exchange(scratch, options.ftp);
+    const Score score = Exchange(scratch, options);
     Console::Line(L"");
     const bool stopped = Interrupt::Requested();
     if (options.keep || (score.lost != 0 && !stopped))

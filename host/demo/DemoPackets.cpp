@@ -62,7 +62,7 @@ std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std
             L"settings.xml"};
 }
 
-std::vector<std::wstring> WriteFtpDemoPackets(const std::wstring& outbox, unsigned seed) {
+std::vector<std::wstring> WriteServerDemoPackets(const std::wstring& outbox, unsigned seed) {
     const auto path = [&](const wchar_t* name) { return Path::Join(outbox, name); };
     WriteDatabase(path(L"inspection.mdb"), 500, seed);
     base::WriteNewFile(path(L"route.xml"), XmlText(seed));

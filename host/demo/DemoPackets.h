@@ -9,8 +9,8 @@
 std::vector<std::wstring> WriteDemoPackets(const std::wstring& outbox, const std::wstring& otherInbox,
                                            unsigned seed);
 
-/// Writes packets whose names every FTP listing can carry. Otherwise as WriteDemoPackets.
-std::vector<std::wstring> WriteFtpDemoPackets(const std::wstring& outbox, unsigned seed);
+/// Writes packets whose names every server can carry. Otherwise as WriteDemoPackets.
+std::vector<std::wstring> WriteServerDemoPackets(const std::wstring& outbox, unsigned seed);
 
 /// Rewrites one page of each hundred of a database packet, as a day's work would.
 void ChangeDatabase(const std::wstring& path, unsigned seed);

@@ -10,20 +10,18 @@ import ssl
 import subprocess
 import threading
 
-from support import HostTest, ROOT, own_program, run, skip, wait_until
+from support import HostTest, ROOT, skip, wait_until
 
 TOOL = ROOT / "tools" / "dav-server"
-AUTHORITY = ROOT / "build" / "setup" / "authority" / "ca.der"
+AUTHORITY = ROOT / "build" / "setup" / "authority"
 USER, PASSWORD = "packets", "secret"
 PORT, PLAIN_PORT = 8443, 8080
 METHODS = ("GET", "PUT", "DELETE", "PROPFIND", "MKCOL", "MOVE")
 
 
 @functools.cache
-def trust_authority(test):
-    """What the user of Wine's prefix trusts from then on."""
-    outcome = run(AUTHORITY, program=own_program(test, "trust"))
-    assert outcome.code == 0, outcome
+def trust_authority():
+    subprocess.run([TOOL, "trust"], check=True)
 
 
 def own_address():
@@ -42,7 +40,7 @@ class Server:
         self.process = None
         test.addCleanup(self.kill)
         self.start()
-        trust_authority(test)
+        trust_authority()
 
     @property
     def url(self):
@@ -174,7 +172,7 @@ class Stranger:
     @staticmethod
     def context(folder, signed, name, days):
         key, request, certificate = (folder / f"stranger.{ending}" for ending in ("key", "csr", "pem"))
-        issuer = ["-CA", AUTHORITY.with_suffix(".pem"), "-CAkey", AUTHORITY.with_suffix(".key")] if signed else ["-signkey", key]
+        issuer = ["-CA", AUTHORITY / "ca.pem", "-CAkey", AUTHORITY / "ca.key"] if signed else ["-signkey", key]
         for command in (["req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request],
                         ["x509", "-req", "-days", str(days), "-in", request, *issuer, "-out", certificate]):
             subprocess.run(["openssl", *command], check=True, capture_output=True)

@@ -335,7 +335,7 @@ class Mount:
 def compiled(compiler, name):
     program = pathlib.Path(LASTING.name) / f"{name}.exe"
     source = pathlib.Path(__file__).with_name(f"{name}.c")
-    subprocess.run([compiler, "-municode", "-static", "-o", program, source, "-lcrypt32"], check=True)
+    subprocess.run([compiler, "-municode", "-static", "-o", program, source], check=True)
     return program
 
 

@@ -1,9 +1,10 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
 import os
 import random
+import shutil
 
 from dav import HttpsHostTest, Spoiler, Stranger
-from support import Mount, WAITING, files_below, finish, slow, start
+from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
 AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -187,6 +188,60 @@ class SpoiledRequests:
         self.PACKETS = 20
         for side, count in zip((self.field, self.enterprise), self.counts()):
             self.spoil_each(self.chosen(count), side)
+
+
+class ManyReceiversTest(HttpsHostTest):
+    """Hosts of the enterprise that receive from one folder at the same time, each into an inbox of its own."""
+
+    HOSTS = 4
+
+    def install(self, root):
+        super().install(root)
+        self.hosts = []
+        for number in range(self.HOSTS):
+            other = self.scratch / f"host{number}"
+            shutil.copytree(root, other)
+            self.hosts.append(Side(other, "enterprise"))
+
+    def receive(self, killed=None):
+        """All hosts at once; one of them is killed in the middle."""
+        processes = [start("run", host.settings) for host in self.hosts]
+        if killed is not None:
+            wait_until(lambda: len(files_below(self.hosts[killed].receive)) > 3, processes[killed])
+            processes[killed].kill()
+        return [finish(process) for process in processes]
+
+    def assert_each_once(self):
+        for name in (name for _, name, _ in self.ledger):
+            hosts = [host for host in self.hosts if (host.inbox / name).exists()]
+            self.assertEqual(len(hosts), 1, name)
+        expected = {name: digest for _, name, digest in self.ledger}
+        self.assertEqual(expected, {name: digest for host in self.hosts for name, digest in files_below(host.inbox).items()})
+        self.assertEqual(files_below(self.server.packets), {})
+
+    def exchange(self, count):
+        self.put_many(count, 1000, None)
+        self.assert_run(self.field)
+        for outcome in self.receive():
+            self.assertEqual(outcome.code, 0, outcome)
+        self.assert_each_once()
+        self.put_more(count)
+        self.receive(killed=0)
+        self.assertEqual(self.hosts[0].run().code, 0, self.hosts[0].log)
+        for host in self.hosts[1:]:
+            self.assertEqual(host.run().code, 0, host.log)
+        self.assert_each_once()
+
+    def put_more(self, count):
+        self.put(self.field, *(f"more{number}.mdb" for number in range(count)))
+        self.assert_run(self.field)
+
+    def test_each_packet_arrives_at_one_of_four(self):
+        self.exchange(60)
+
+    @slow
+    def test_two_thousand_packets(self):
+        self.exchange(2000)
 
 
 class ApacheTest(Transfers, SpoiledRequests, HttpsHostTest):
