@@ -146,6 +146,7 @@ void Parser::AddServiceCommands() {
         *m_app.add_subcommand("service", "Manage a service of Windows that runs cycles again and "
                                          "again, whoever is logged on.");
     service.require_subcommand(1);
+    cli::AddVersion(service, kName);
     cli::AddFooter(service, kServiceExamples);
     AddInstallOptions(
         AddServiceCommand(service, "install", "Install the service.", &commands::InstallService));
@@ -165,6 +166,7 @@ CLI::App& Parser::AddServiceCommand(CLI::App& service, const char* name, const c
     AddText(added, "--name", m_options.service.name,
             "Name of the service. Default: znhost-, and that of the file")
         ->type_name("NAME");
+    cli::AddVersion(added, kName);
     cli::AddFooter(added, kServiceExamples);
     return added;
 }

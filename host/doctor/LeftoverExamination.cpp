@@ -59,16 +59,22 @@ void ExamineSideFolder(const SideFolder& side, const Settings& settings, const w
     findings.push_back(Bad(kLeftover, error.failure().description, L"See that the folder can be listed."));
 }
 
-Finding ExamineLastRun(const Settings& settings) {
-    const auto record = StatusFile(settings).Read();
+Finding ExamineLastRun(const std::optional<RunRecord>& record) {
     if (!record) return Good(L"last_run", L"none that is remembered");
-    if (record->end == RunEnd::Complete || IsUnderWay(*record)) return Good(L"last_run", L"all is well");
+    if (record->end == RunEnd::Complete) return Good(L"last_run", L"all is well");
     return Bad(L"last_run", L"something was left", L"See znhost status.");
 }
 
 }  // namespace
 
 void ExamineLeftovers(const Settings& settings, Findings& findings) {
+    const auto record = StatusFile(settings).Read();
+    // What it keeps aside is nothing that it has left.
+    if (record && IsUnderWay(*record)) {
+        findings.push_back(
+            Good(L"last_run", L"a run is at work; what earlier ones have left was not examined"));
+        return;
+    }
     const std::size_t before = findings.size();
     for (const Setting& setting : kSettings)
         if (setting.kind == ValueKind::Folder ||
@@ -86,5 +92,5 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
     if (findings.size() == before) findings.push_back(Good(kLeftover, L"none"));
-    findings.push_back(ExamineLastRun(settings));
+    findings.push_back(ExamineLastRun(record));
 }

@@ -1,9 +1,10 @@
 """The examination of an installation."""
 import os
 import shutil
+import signal
 
 from objects import JsonTest
-from support import Mount
+from support import Mount, finish, run, wait_until
 
 
 class DoctorTest(JsonTest):
@@ -74,6 +75,19 @@ class DoctorTest(JsonTest):
         self.assert_only("leftover", "a.mdb_bak", "~1-2.arriving", "receive.refused holds 1 file",
                          "send.older holds 1 file")
         self.assertEqual(len(self.to_do()["leftover"]), 4)
+
+    def test_a_run_that_is_at_work_has_left_nothing_yet(self):
+        def attempt(load):
+            self.put_many(40 * load, 50_000, self.field.send)
+            process = self.start_run(self.field)
+            wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
+            process.send_signal(signal.SIGSTOP)
+            outcome = run("doctor", self.field.settings)
+            process.send_signal(signal.SIGCONT)
+            finish(process)
+            return "a run is at work" in outcome.output and outcome
+
+        self.assertNotIn("leftover", self.in_time(attempt).output)
 
     def test_a_last_run_that_left_something(self):
         self.put(self.field, "bad.afz")

@@ -1,11 +1,12 @@
 """What runs tell users and programs, and what is remembered of them."""
 import calendar
+import contextlib
 import os
 import signal
 import time
 
 from objects import JsonTest
-from support import WAITING, files_below, run_on_terminal, wait_until
+from support import HostTest, Mount, WAITING, files_below, run_on_terminal, wait_until
 
 
 def tree(root):
@@ -92,6 +93,39 @@ class ReportTest(JsonTest):
     def test_the_bar_of_a_terminal_tells_rate_and_time(self):
         self.put_many(40, 50_000, self.field.send)
         self.assertRegex(run_on_terminal(self.field.settings).output, r"\] \d+/40  \d+\.\d/s  \d+:\d\d left")
+
+
+class LogTest(HostTest):
+    """A file that is left of a copy is reported by each run."""
+
+    def run_with_a_report(self, count=1):
+        leftover = self.field.send / "~1-2.arriving"
+        leftover.parent.mkdir(exist_ok=True)
+        leftover.write_bytes(b"left")
+        for _ in range(count):
+            self.assert_run(self.field)
+
+    def test_a_full_log_is_set_aside_and_the_oldest_go(self):
+        self.field.change("max_kilobytes", "1")
+        self.field.change("kept_files", "2")
+        self.run_with_a_report(14)
+        logs = sorted(path.name for path in self.root.glob("field*.log"))
+        self.assertEqual(len(logs), 3, logs)
+        self.assertNotIn("field.1.log", logs)
+        for name in logs:
+            self.assertIn("is left of a copy", (self.root / name).read_text(encoding="utf-8"))
+            self.assertLessEqual((self.root / name).stat().st_size, 1024)
+
+    def test_a_disk_that_is_full_of_logs_ends_no_run(self):
+        volume = Mount(self, self.root / "logs", "64k").folder
+        (self.root / "logs" / "field.log").write_bytes(b"")
+        self.field.change("file", volume / "field.log")
+        with contextlib.suppress(OSError):
+            (volume / "full").write_bytes(bytes(100_000))
+        self.put(self.field, "a.mdb")
+        self.run_with_a_report()
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
 
 class StatusTest(JsonTest):
