@@ -10,8 +10,11 @@ function(zn_add_idl NAME)
     OUTPUT ${out}.h ${out}_i.c ${out}.tlb
     COMMAND ${ZN_WIDL} -I ${ZN_SYSTEM_IDL} -I ${CMAKE_CURRENT_SOURCE_DIR}
             -L ${ZN_SYSTEM_TYPE_LIBRARIES} -L ${ZN_GENERATED_DIR}
-            -h -H ${out}.h -u -U ${out}_i.c -t -T ${out}.tlb ${CMAKE_CURRENT_SOURCE_DIR}/${NAME}.idl
-    DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${NAME}.idl ${imports}
+            -h -H ${out}.h -u -U ${out}_i.c -t -T ${out}.tlb ${NAME}.idl
+    COMMAND Python3::Interpreter ${PROJECT_SOURCE_DIR}/cmake/undate.py ${out}.tlb
+    DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${NAME}.idl ${imports} ${PROJECT_SOURCE_DIR}/cmake/undate.py
+    # The headers name the file as it is given here.
+    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}
     COMMENT "Generating ${NAME}.h and ${NAME}.tlb"
     VERBATIM)
   add_custom_target(${NAME}_idl DEPENDS ${out}.h ${out}_i.c ${out}.tlb)
