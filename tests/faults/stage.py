@@ -326,7 +326,7 @@ class Stage:
         return self.packets.all_delivered(found)
 
     def kind_of_stranger(self, place, path, found):
-        """What a cut transfer leaves on a server can be received; the README tells so. Its source waits."""
+        """What a cut transfer leaves on a server can be received; docs/limits.md tells so. Its source waits."""
         name = packet_of(path.relative_to(self.packets.folders[place]).as_posix().lower())
         waits = any(SEND in places for version, places in found.versions.items() if version.packet == name)
         if self.scenario.server and waits and (place == REMOTE or REST in self.findings):

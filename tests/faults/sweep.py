@@ -114,7 +114,7 @@ class Sweep:
         if set(findings) != {REST}:
             self.failed = True
         elif not self.arguments.case:
-            return  # counted; it is told of in the README
+            return  # counted; it is told of in docs/limits.md
         states = "states" if self.arguments.states else "no-states"
         case = f"{scenario.name}.{side}.{fault}.{'other' if other_first else 'same'}.{states}"
         lines = [f"{case}: at {stage.calls[fault.number - 1]}"]
