@@ -71,29 +71,17 @@ void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
             L"somebody holds open is for the next run."));
 }
 
-Finding ExamineWebDav(const Settings& settings) try {
-    const ComApartment apartment;
-    if (Session(settings).Connect()) return Good(L"remote", L"the WebDAV server answers");
-    return Bad(L"remote", L"the WebDAV server cannot be used", L"The log tells why: " + settings.LogReference());
-} catch (const base::Error& error) {
-    return Bad(L"remote", error.failure().description, L"See what is said of libraries and settings.");
-}
-
-bool LiesDirectlyInLogin(const std::wstring& folder) { return folder.find(L'/') == std::wstring::npos; }
-
+/// The test of the folders leaves files behind: it is for whoever asks for it.
 Finding ExamineServer(const Settings& settings) try {
-    if (!LiesDirectlyInLogin(settings.remoteSend) || !LiesDirectlyInLogin(settings.remoteReceive))
-        return Good(L"remote",
-                    L"the test of the FTP server takes only folders directly in that of the login; "
-                    L"these were not examined: " +
-                        settings.remoteSend + L", " + settings.remoteReceive);
+    const bool isFtp = settings.transport == Transport::Ftp;
+    const std::wstring server = isFtp ? L"the FTP server" : L"the WebDAV server";
     const ComApartment apartment;
     Session session(settings);
-    std::wstring report;
-    const std::wstring failure = session.VerifySite(report);
-    if (failure.empty()) return Good(L"remote", L"the FTP server works");
-    return Bad(L"remote", failure,
-               L"Correct the FTP settings, or have the server corrected; znhost verify tells more.");
+    if (session.Connects())
+        return Good(L"remote", server + L" takes the login" +
+                                   (isFtp ? L"; \"znhost verify\" tests the folders there" : L""));
+    return Bad(L"remote", L"there is no connection to " + server + L": " + settings.LogReference(),
+               L"Correct server, user and password in the settings, or have server and network corrected.");
 } catch (const base::Error& error) {
     return Bad(L"remote", error.failure().description, L"See what is said of libraries and settings.");
 }
@@ -101,13 +89,7 @@ Finding ExamineServer(const Settings& settings) try {
 }  // namespace
 
 void ExamineRemoteSide(const Settings& settings, Findings& findings) {
-    switch (settings.transport) {
-    case Transport::Ftp:
-        return findings.push_back(ExamineServer(settings));
-    case Transport::Https:
-        return findings.push_back(ExamineWebDav(settings));
-    default:
-        ExamineRemoteSend(settings.remoteSend, findings);
-        ExamineRemoteReceive(settings, findings);
-    }
+    if (settings.HasServer()) return findings.push_back(ExamineServer(settings));
+    ExamineRemoteSend(settings.remoteSend, findings);
+    ExamineRemoteReceive(settings, findings);
 }

@@ -122,8 +122,6 @@ bool Session::SendReceive(IUnknown* progress) {
     return com::Get<bool>(&IZNTransporter::SendReceive, m_transporter.Get(), com::Bstr(L"").Get(), progress);
 }
 
-bool Session::Connect() { return com::Get<bool>(&IZNSenderReceiver::Connect, m_senderReceiver.Get()); }
-
 bool Session::LoginCancelled() {
     return com::Get<bool>(&IZNSenderReceiver::get_LoginCancelled, m_senderReceiver.Get());
 }
@@ -171,6 +169,12 @@ bool Session::RestoreBackup(const std::wstring& packetId) {
 
 bool Session::DestroyBackup(const std::wstring& packetId) {
     return com::Get<bool>(&IZNTransporter2::DestroyBackup, m_backups.Get(), com::Bstr(packetId).Get());
+}
+
+bool Session::Connects() {
+    const bool connected = com::Get<bool>(&IZNSenderReceiver::Connect, m_senderReceiver.Get());
+    if (connected) com::Get<bool>(&IZNSenderReceiver::Disconnect, m_senderReceiver.Get());
+    return connected;
 }
 
 std::wstring Session::VerifySite(std::wstring& report) {

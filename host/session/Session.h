@@ -20,8 +20,6 @@ public:
     /// True when the packet waits in the send folder.
     bool Add(const std::wstring& path, const std::wstring& subFolder);
     bool SendReceive(IUnknown* progress);
-    /// Whether the remote side answers, and the login works; the log tells why not.
-    bool Connect();
     /// Whether the user cancelled the login of the last SendReceive.
     bool LoginCancelled();
     /// Paths of the files that wait in a sub-folder of the send folder.
@@ -37,6 +35,8 @@ public:
     bool RestoreBackup(const std::wstring& packetId);
     bool DestroyBackup(const std::wstring& packetId);
 
+    /// Whether the remote side lets itself be connected to; the log tells why not.
+    bool Connects();
     /// What fails of the FTP site; empty when it works. report: what was tested then, in lines.
     std::wstring VerifySite(std::wstring& report);
     /// Shows the settings dialog of the sender/receiver, and returns how it ended. site: what the dialog

@@ -3,8 +3,9 @@ import os
 import shutil
 import signal
 
+from ftp import FtpHostTest
 from objects import JsonTest
-from support import Mount, finish, run, wait_until
+from support import Mount, files_below, finish, run, wait_until
 
 
 class DoctorTest(JsonTest):
@@ -27,7 +28,9 @@ class DoctorTest(JsonTest):
         self.assertEqual(self.to_do(0), {})
         self.put(self.field, "a.mdb")
         self.assert_run(self.field)
+        before = files_below(self.root)
         outcome = self.assert_ends(0, "doctor", self.field.settings)
+        self.assertEqual(files_below(self.root), before)
         self.assertIn("All is well.", outcome.output)
         self.assertIn("offers 0 packets", outcome.output)
 
@@ -95,3 +98,13 @@ class DoctorTest(JsonTest):
         os.remove(self.field.outbox / "bad.afz")
         self.assert_only("last_run")
         self.assertIn("-> See znhost status.", self.assert_ends(1, "doctor", self.field.settings).output)
+
+
+class ServerDoctorTest(FtpHostTest):
+    def test_a_server_and_its_login(self):
+        before = files_below(self.server.packets)
+        self.assertIn("takes the login", self.assert_ends(0, "doctor", self.field.settings).output)
+        self.field.change("password", "wrong")
+        self.assertIn("to do remote: there is no connection to the FTP server",
+                      self.assert_ends(1, "doctor", self.field.settings).output)
+        self.assertEqual(files_below(self.server.packets), before)

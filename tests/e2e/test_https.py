@@ -84,8 +84,11 @@ class RefusalTest(HttpsHostTest):
             self.assertIn(text, self.field.log)
 
     def test_a_wrong_password(self):
+        self.assertIn("the WebDAV server takes the login", self.assert_ends(0, "doctor", self.field.settings).output)
         self.field.change("https.password", "wrong")
         self.assert_waits("answers 401", "Check the login")
+        self.assertIn("to do remote: there is no connection to the WebDAV server",
+                      self.assert_ends(1, "doctor", self.field.settings).output)
         self.field.change("https.password", "secret")
         self.assert_next_cycle_delivers()
 
