@@ -1,4 +1,6 @@
 // The command run, again and again.
+#include <chrono>
+
 #include "base/Console.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -9,13 +11,6 @@
 #include "host/loop/Loop.h"
 #include "host/settings/SettingsChecks.h"
 
-namespace {
-
-// Longer than the system waits for a program whose console or session ends.
-constexpr std::chrono::seconds kTimeToStop{60};
-
-}  // namespace
-
 int commands::RunSteadily(const Options& options) {
     const std::wstring settings = options.AbsolutePath();
     // What is wrong from the beginning is told at once; what becomes wrong later ends no loop.
@@ -24,7 +19,8 @@ int commands::RunSteadily(const Options& options) {
     LoopRequest request{.settings = settings,
                         .interval = *IntervalOf(options.run.every),
                         .stop = Interrupt::Event(),
-                        .timeToStop = kTimeToStop,
+                        // Whoever does not want to wait for the file at hand says so once more.
+                        .timeToStop = std::chrono::milliseconds(INFINITE),
                         .tell = [](const std::wstring& line) { Console::ErrorLine(L"znhost: " + line); }};
     if (options.json) request.options.emplace_back(L"--json");
     if (options.run.quiet) request.options.emplace_back(L"--quiet");

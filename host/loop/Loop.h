@@ -14,7 +14,7 @@ struct LoopRequest {
     std::vector<std::wstring> options = {};  ///< of the command run, for each cycle
     HANDLE stop = nullptr;                   ///< an event that can be inherited
     bool isAwaited = true;                   ///< the first cycle comes at once
-    std::chrono::milliseconds timeToStop{};  ///< what a cycle may take to end when the loop is to stop
+    std::chrono::milliseconds timeToStop{};  ///< of a cycle, when the loop is to stop; INFINITE for no limit
     /// Opens what a cycle writes to; none for the loop's own output.
     std::function<HANDLE()> openOutput = {};
     /// Tells of a cycle that could not tell itself how it ended.
