@@ -8,6 +8,7 @@
 
 #include "base/FileMoves.h"
 #include "base/Path.h"
+#include "base/Text.h"
 
 namespace base {
 
@@ -35,6 +36,10 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlis
 }  // namespace
 
 std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
+
+bool LiesIn(const std::wstring& folder, const std::wstring& path) {
+    return Upper(Path::WithSeparator(path)).starts_with(Upper(Path::WithSeparator(folder)));
+}
 
 std::vector<std::wstring> SubFolders(const std::wstring& folder) {
     std::vector<std::wstring> all;

@@ -21,6 +21,9 @@ struct TreeFile {
     std::wstring RelativePath() const;
 };
 
+/// Whether a path is that of a folder, or of something below it, by their texts in any letter case.
+bool LiesIn(const std::wstring& folder, const std::wstring& path);
+
 /// Told of a folder, by its relative path, that cannot be listed, and of why.
 using Unlisted = std::function<void(const std::wstring& subFolder, const std::wstring& reason)>;
 

@@ -27,6 +27,14 @@ bool IsKeptCopy(std::wstring_view FileName) {
     return HasExtension(FileName, L"_bak") || HasExtension(FileName, L"_bck");
 }
 
+std::wstring TopFolder(std::wstring_view relativePath) {
+    return std::wstring(relativePath.substr(0, relativePath.find(L'\\')));
+}
+
+bool IsBackupPath(std::wstring_view relativePath) {
+    return IsSameName(TopFolder(relativePath), kBackupFolder);
+}
+
 bool IsCompanionFile(std::wstring_view FileName) {
     return IsSameName(FileName, L"desktop.ini") || IsSameName(FileName, L"Thumbs.db") ||
            HasExtension(FileName, L".ldb") || HasExtension(FileName, L".laccdb");

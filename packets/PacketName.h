@@ -22,6 +22,15 @@ bool IsFolderTestFile(std::wstring_view FileName);
 /// "<name>_bck".
 bool IsKeptCopy(std::wstring_view FileName);
 
+/// The folder below the receive folder that keeps backups of received packets.
+inline constexpr std::wstring_view kBackupFolder = L"Backup";
+
+/// The first part of a relative path; the path itself where it has no others.
+std::wstring TopFolder(std::wstring_view relativePath);
+
+/// Whether a path below the receive folder lies in the folder of the backups, or is that folder.
+bool IsBackupPath(std::wstring_view relativePath);
+
 /// Whether a file is one that the system or a program keeps beside the user's own: how a folder is shown, or
 /// that a database is open.
 bool IsCompanionFile(std::wstring_view FileName);

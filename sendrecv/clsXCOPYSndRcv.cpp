@@ -6,6 +6,7 @@
 #include "base/Arrival.h"
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/FolderTree.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
@@ -36,8 +37,7 @@ private:
 /// Moving a folder into itself would never end.
 void RefuseOverlap(const std::wstring& source, const std::wstring& destination,
                    base::Where where = base::Where::current()) {
-    const std::wstring outer = base::Upper(Path::WithSeparator(source));
-    if (base::Upper(Path::WithSeparator(destination)).starts_with(outer))
+    if (base::LiesIn(source, destination))
         throw base::Error(E_INVALIDARG,
                           L"The folder " + destination + L" lies inside the folder " + source +
                               L" whose files are to be moved into it.",

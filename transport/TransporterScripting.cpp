@@ -5,7 +5,6 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
-#include "base/Text.h"
 #include "base/Undo.h"
 #include "base/WriteBlock.h"
 #include "com/Object.h"
@@ -47,19 +46,11 @@ std::wstring OptionalText(const VARIANT& argument) {
     return value.IsEmpty() || value.Get().vt == VT_ERROR ? std::wstring() : value.Text();
 }
 
-std::wstring FirstFolder(const std::wstring& path) { return path.substr(0, path.find(L'\\')); }
-
-bool IsBackupPath(const std::wstring& path) { return IsSameName(FirstFolder(path), L"Backup"); }
-
 /// Whether a relative path stays below every folder that it is joined to.
 bool IsPlainPath(const std::wstring& path) {
-    const std::wstring first = FirstFolder(path);
+    const std::wstring first = TopFolder(path);
     return Path::IsPlainName(first) &&
            (first.size() == path.size() || IsPlainPath(path.substr(first.size() + 1)));
-}
-
-bool LiesIn(const std::wstring& folder, const std::wstring& path) {
-    return base::Upper(Path::WithSeparator(path)).starts_with(base::Upper(Path::WithSeparator(folder)));
 }
 
 void RefuseSubFolder(const std::wstring& subFolder, base::Where where = base::Where::current()) {
@@ -229,7 +220,7 @@ ComPtr<_Collection> clsTransporter::ReceivedPackets() {
 std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, const base::TreeFile& packet,
                                            const std::wstring& folder) {
     const std::wstring file = Path::Join(receiveFolder, packet.RelativePath());
-    if (folder.empty() || LiesIn(receiveFolder, folder))
+    if (folder.empty() || base::LiesIn(receiveFolder, folder))
         throw base::Error(E_INVALIDARG,
                           L"The packet " + file +
                               L" was not delivered: name a folder that does not lie in the receive "

@@ -15,6 +15,7 @@
 #include "com/server/EventSource.h"
 #include "com/server/ServerObject.h"
 #include "common/Report.h"
+#include "packets/PacketName.h"
 #include "transport/BackupMap.h"
 #include "znTransporter.h"
 
@@ -130,7 +131,7 @@ private:
                              const std::wstring& backup);
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
     static std::wstring BackupFolder(const std::wstring& receiveFolder) {
-        return receiveFolder + L"\\Backup";
+        return receiveFolder + L"\\" + std::wstring(kBackupFolder);
     }
     void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);

@@ -8,21 +8,13 @@
 #include "base/RollBack.h"
 #include "base/Text.h"
 #include "host/settings/SideFolders.h"
+#include "packets/PacketName.h"
 
 namespace {
 
-constexpr const wchar_t* kBackup = L"Backup";
 constexpr const wchar_t* kArrivals = L"Backup (received)";
 
-std::wstring TopFolder(const std::wstring& relativePath) {
-    return relativePath.substr(0, relativePath.find(L'\\'));
-}
-
 }  // namespace
-
-bool IsBackupPath(const std::wstring& relativePath) {
-    return base::EqualsIgnoringCase(TopFolder(relativePath), kBackup);
-}
 
 std::wstring WhyMoved(const std::wstring& subFolder) {
     if (!base::EqualsIgnoringCase(TopFolder(subFolder), kArrivals)) return {};
@@ -32,7 +24,7 @@ std::wstring WhyMoved(const std::wstring& subFolder) {
 // Beside the receive folder: inside it, the other side could put something there, too.
 KeptBackups::KeptBackups(const Settings& settings)
     : m_receive(settings.receive),
-      m_backups(Path::Join(settings.receive, kBackup)),
+      m_backups(Path::Join(settings.receive, kBackupFolder)),
       m_kept(kKeptBackups.Path(settings)) {}
 
 void KeptBackups::Take() try {
@@ -62,7 +54,7 @@ void KeptBackups::PutBack() {
 /// A file of the folder's name is in its way, too.
 void KeptBackups::MoveArrivals() const {
     const std::wstring arrivals = Path::Join(m_receive, kArrivals);
-    if (FileSystem::FileExists(m_backups)) base::MoveIntoTree(m_backups, Path::Join(arrivals, kBackup));
+    if (FileSystem::FileExists(m_backups)) base::MoveIntoTree(m_backups, Path::Join(arrivals, kBackupFolder));
     if (!FileSystem::FolderExists(m_backups)) return;
     for (const base::TreeFile& file : base::FilesBelow(m_backups)) {
         if (m_stayed && m_stayed->Holds(file)) continue;

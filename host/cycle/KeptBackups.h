@@ -8,9 +8,6 @@
 #include "base/FolderTree.h"
 #include "host/settings/Settings.h"
 
-/// Whether a path below the receive folder lies in the folder of the backups, or is that folder.
-bool IsBackupPath(const std::wstring& relativePath);
-
 /// Why packets arrived in another folder than they were sent to; empty for all other folders.
 std::wstring WhyMoved(const std::wstring& subFolder);
 

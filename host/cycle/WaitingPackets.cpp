@@ -29,7 +29,7 @@ std::vector<base::TreeFile> SendFiles(const Settings& settings) {
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
     std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
-    std::erase_if(subFolders, IsBackupPath);
+    std::erase_if(subFolders, [](const std::wstring& subFolder) { return IsBackupPath(subFolder); });
     return subFolders;
 }
 
