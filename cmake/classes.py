@@ -18,14 +18,14 @@ import sys
 DECLARATION = re.compile(r'\[\s*uuid\(([-0-9a-fA-F]+)\)(?:"[^"]*"|[^]"])*\]\s*(library|coclass)\s+(\w+)')
 IDENTIFIER = re.compile(r"\buuid\(([-0-9a-fA-F]+)\)")
 LIBRARY_TEXTS = re.compile(r'version\(([\d.]+)\),\s*helpstring\("([^"]*)"\)\]\s*library\b')
-INTERFACE = re.compile(r'\[((?:"[^"]*"|[^]"])*)\]\s*interface\s+(\w+)\s*:')
+INTERFACE = re.compile(r'\[((?:"[^"]*"|[^]"])*)\]\s*(interface|dispinterface)\s+(\w+)\s*[:{]')
 # What looks like a comment within a text is none.
 TEXT_OR_COMMENT = re.compile(r'"[^"]*"|//.*?$|/\*.*?\*/', re.MULTILINE | re.DOTALL)
 
 
 class Library:
     """A type library: its identifier, name, version and description; (identifier, name) of its coclasses, and of its
-    interfaces that automation can marshal."""
+    interfaces that automation can marshal: those of a table of functions, and those of IDispatch alone."""
 
     def __init__(self, path):
         text = TEXT_OR_COMMENT.sub(lambda found: found[0] if found[0].startswith('"') else " ",
@@ -36,8 +36,12 @@ class Library:
             sys.exit(f"{path}: a type library was expected, and there are {len(libraries)}")
         self.identifier, self.name = libraries[0]
         self.version, self.description = LIBRARY_TEXTS.search(text).groups()
-        self.interfaces = [(IDENTIFIER.search(attributes)[1].lower(), name) for attributes, name
-                           in INTERFACE.findall(text) if "oleautomation" in TEXT_OR_COMMENT.sub("", attributes)]
+        interfaces = [(kind, TEXT_OR_COMMENT.sub("", attributes), name)
+                      for attributes, kind, name in INTERFACE.findall(text)]
+        self.interfaces = [(IDENTIFIER.search(attributes)[1].lower(), name)
+                           for kind, attributes, name in interfaces if "oleautomation" in attributes]
+        self.dispatch_interfaces = [(IDENTIFIER.search(attributes)[1].lower(), name)
+                                    for kind, attributes, name in interfaces if kind == "dispinterface"]
         self.classes = [declaration[1:] for declaration in found if declaration[0] == "coclass"]
         if len(self.classes) != len(re.findall(r"\bcoclass\s+\w+\s*\{", text)):
             sys.exit(f"{path}: a coclass has no uuid as its first attribute")
@@ -70,7 +74,8 @@ def registration(libraries, event_sources):
 
     return json.dumps({"eventSources": event_sources, "typeLibraries": [
         {"identifier": library.identifier, "version": library.version, "description": library.description,
-         "classes": named(library.classes, f"{library.name}."), "interfaces": named(library.interfaces)}
+         "classes": named(library.classes, f"{library.name}."), "interfaces": named(library.interfaces),
+         "dispatchInterfaces": named(library.dispatch_interfaces)}
         for library in libraries]}, indent=2) + "\n"
 
 
