@@ -160,7 +160,7 @@ class SpoiledRequests:
             with self.subTest(side=side.name, mode=mode, number=number):
                 self.use(self.server.url)
                 for count in range(self.PACKETS):
-                    self.put(self.field, f"{mode}{number}-{count}.mdb", content=os.urandom(3000))
+                    self.put(self.field, f"{side.name}-{mode}{number}-{count}.mdb", content=os.urandom(3000))
                 if side is self.enterprise:
                     self.assert_run(self.field)
                 self.spoil(side, mode, number)

@@ -30,7 +30,8 @@ BAD_SETTINGS = [
     ("out_extension = .afz", "out_extension = .mdb", "[zip] out_extension = .mdb", "[zip] in_extension"),
     ("reference_path = ", "reference_path = refs\\base.mdb", "[xdelta] reference_path", ".AXR"),
     ("reference_path = ", "reference_path = refs\\ba~se.axr", "[xdelta] reference_path", "~"),
-    ("password = ", "password = " + 64 * "A", "[ftp] password: the password cannot be deciphered"),
+    *((f"password = \n\n\n[{after}]", f"password = {64 * 'A'}\n\n\n[{after}]",
+       f"[{section}] password: the password cannot be deciphered") for section, after in (("ftp", "https"), ("https", "zip"))),
     ("role = field", "role = foo\ncolour = red", "[host] role = foo", "[host] colour"),
 ]
 
