@@ -13,6 +13,14 @@ constexpr std::wstring_view kSeparators = L"\\/";
 
 bool IsSeparator(wchar_t character) { return kSeparators.find(character) != std::wstring_view::npos; }
 
+/// Whether no name may hold a character: what stands for something else, and what has no form.
+bool IsForbidden(wchar_t character) {
+    constexpr unsigned kFirstPrintable = 0x20;
+    constexpr std::wstring_view kForbidden = L"\\/:*?\"<>|";
+    return static_cast<unsigned>(character) < kFirstPrintable ||
+           kForbidden.find(character) != std::wstring_view::npos;
+}
+
 size_t NameStart(std::wstring_view path) {
     const size_t separator = path.find_last_of(L"\\/:");
     return separator == std::wstring_view::npos ? 0 : separator + 1;
@@ -75,7 +83,7 @@ bool IsDeviceName(std::wstring_view name) {
 }
 
 bool IsPlainName(std::wstring_view name) {
-    return !name.empty() && name.find_first_of(L"\\/:") == std::wstring_view::npos && name.back() != L'.' &&
+    return !name.empty() && std::ranges::none_of(name, &IsForbidden) && name.back() != L'.' &&
            name.back() != L' ' && !IsDeviceName(name);
 }
 

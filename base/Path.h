@@ -24,7 +24,8 @@ std::wstring LastFour(std::wstring_view path);
 /// Whether Windows takes a name for that of a device, in any folder and with any extension.
 bool IsDeviceName(std::wstring_view name);
 /// Whether a name that somebody else chose names one file directly in the folder it is joined to: not
-/// another folder, drive, stream or device, and not a file whose name Windows would shorten to another.
+/// another folder, drive, stream or device, not a file whose name Windows would shorten to another, and none
+/// that cannot be.
 bool IsPlainName(std::wstring_view name);
 
 }  // namespace Path

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <limits>
 #include <vector>
 
+#include "base/Number.h"
 #include "packets/PacketName.h"
 
 namespace {
@@ -70,16 +70,7 @@ std::wstring FileStatusIn(const std::wstring& reply) {
 }
 
 std::optional<std::uint64_t> SizeIn(std::wstring_view status) {
-    constexpr auto kMost = std::numeric_limits<std::uint64_t>::max();
-    if (status.empty()) return std::nullopt;
-    std::uint64_t size = 0;
-    for (const wchar_t character : status) {
-        if (!IsDigit(character)) return std::nullopt;
-        const auto digit = static_cast<std::uint64_t>(character - L'0');
-        if (size > (kMost - digit) / 10) return std::nullopt;
-        size = size * 10 + digit;
-    }
-    return size;
+    return base::NumberIn<std::uint64_t>(status);
 }
 
 std::optional<base::FileTime> TimeIn(std::wstring_view status) {

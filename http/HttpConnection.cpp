@@ -31,8 +31,11 @@ struct Url {
     std::wstring path;
 };
 
+/// What stands before "@" may be a password.
 [[noreturn]] void Refuse(const std::wstring& url, const std::wstring& why) {
-    throw base::Error(E_INVALIDARG, L"The URL " + url + L" cannot be used: " + why + L".");
+    const size_t login = url.rfind(L'@');
+    const std::wstring shown = login == std::wstring::npos ? url : L"..." + url.substr(login);
+    throw base::Error(E_INVALIDARG, L"The URL " + shown + L" cannot be used: " + why + L".");
 }
 
 Url Parsed(const std::wstring& text) {

@@ -1,11 +1,10 @@
 // See HttpRequest.h.
 #include "http/HttpRequest.h"
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <utility>
 
+#include "base/Number.h"
 #include "base/SystemError.h"
 #include "com/MessagePump.h"
 #include "http/HttpError.h"
@@ -97,11 +96,18 @@ void HttpRequest::Await(BOOL begun) {
     if (!begun) Fail(GetLastError());
     const ULONGLONG start = GetTickCount64();
     while (!m_signal->Wait(kSlice)) {
-        com::ProcessPendingMessages();
-        if (!m_goOn()) Fail(ERROR_CANCELLED);
+        AttendToHost();
         if (GetTickCount64() - start > kLongestWait) Fail(ERROR_WINHTTP_TIMEOUT);
     }
     if (m_signal->Error() != ERROR_SUCCESS) Fail(m_signal->Error());
+    // Of a long file each part may come at once.
+    if (GetTickCount64() - m_attended >= kSlice) AttendToHost();
+}
+
+void HttpRequest::AttendToHost() {
+    com::ProcessPendingMessages();
+    if (!m_goOn()) Fail(ERROR_CANCELLED);
+    m_attended = GetTickCount64();
 }
 
 void HttpRequest::AddHeader(const std::wstring& header) {
@@ -158,14 +164,7 @@ std::optional<std::wstring> HttpRequest::Header(const wchar_t* name) const {
 /// Read as text: as a number the system tells no more than 32 bits.
 std::optional<std::uint64_t> HttpRequest::BodySize() const {
     const std::optional<std::wstring> text = Header(L"Content-Length");
-    if (!text || text->empty() ||
-        !std::ranges::all_of(*text, [](wchar_t c) { return c >= L'0' && c <= L'9'; }))
-        return std::nullopt;
-    const std::string digits(text->begin(), text->end());
-    std::uint64_t size = 0;
-    if (std::from_chars(digits.data(), digits.data() + digits.size(), size).ec != std::errc())
-        return std::nullopt;
-    return size;
+    return text ? base::NumberIn<std::uint64_t>(*text) : std::nullopt;
 }
 
 base::Bytes HttpRequest::Read() {

@@ -63,6 +63,8 @@ private:
                                   DWORD length);
     /// What the call that began the operation returned; the operation's outcome comes later.
     void Await(BOOL begun);
+    /// Its messages are processed, and it is asked whether to go on.
+    void AttendToHost();
     void CheckRate();
     [[noreturn]] void Fail(DWORD error) const;
 
@@ -70,6 +72,7 @@ private:
     GoOn m_goOn;
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
+    ULONGLONG m_attended = GetTickCount64();
     ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds
     std::uint64_t m_windowBytes = 0;  ///< read since then
 };

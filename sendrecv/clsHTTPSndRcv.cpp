@@ -76,11 +76,11 @@ bool clsHTTPSndRcv::WithServer(const Procedure& self, const HostProgress& progre
     return Exclusively(self, [&] {
         const ShownProcedure shown(self.Name(), progress);
         if (m_site.url.empty()) return shown.Fail(L"The URL of the WebDAV server is not set");
+        const auto goOn = [&] { return !progress.Cancelled(); };
         try {
-            return call(DavServer(m_site, [&] { return !progress.Cancelled(); }));
-        } catch (const HttpError& error) {
-            if (error.IsCancelled()) return true;
-            return shown.Fail(error.failure().description);
+            return Try(shown, [&] { return call(DavServer(m_site, goOn)); });
+        } catch (const HttpError&) {
+            return false;  // somebody wants an end
         }
     });
 }

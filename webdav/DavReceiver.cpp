@@ -119,8 +119,7 @@ private:
 
     /// Of what is claimed.
     bool Receive(const std::wstring& packet) {
-        return m_self.Guard(false, [&] { return Fetch(packet) && DeleteClaim(packet); }) ||
-               (m_isComplete = false);
+        return Try(m_self, [&] { return Fetch(packet) && DeleteClaim(packet); }) || (m_isComplete = false);
     }
 
     bool Fetch(const std::wstring& packet) {
@@ -185,7 +184,5 @@ private:
 };
 
 bool DavReceiver::MoveFiles(const std::wstring& remote, const std::wstring& local) const {
-    return Procedure(L"clsHTTPSndRcv.cls.MoveFiles").Guard(false, [&] {
-        return Transfer(*this, remote, local).Run();
-    });
+    return Transfer(*this, remote, local).Run();
 }

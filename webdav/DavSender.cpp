@@ -123,7 +123,7 @@ private:
         std::vector<const Upload*> whole = WholeOnes(batch);
         if (!whole.empty() && PutNote(whole))
             for (const Upload* upload : whole)
-                m_self.Guard(false, [&] { return TakeName(*upload); }) || (m_isComplete = false);
+                Try(m_self, [&] { return TakeName(*upload); }) || (m_isComplete = false);
         return m_isComplete;
     }
 
@@ -204,7 +204,5 @@ private:
 };
 
 bool DavSender::MoveFiles(const std::wstring& local, const std::wstring& remote) const {
-    return Procedure(L"clsHTTPSndRcv.cls.MoveFiles").Guard(false, [&] {
-        return Transfer(*this, local, remote).Run();
-    });
+    return Transfer(*this, local, remote).Run();
 }

@@ -14,6 +14,7 @@ public:
         : m_server(server), m_progress(progress) {}
 
     /// remote: is created unless there is nothing to send. False when something stays, which is reported.
+    /// Throws what keeps the whole transfer from going on, and an HttpError when somebody wants an end.
     bool MoveFiles(const std::wstring& local, const std::wstring& remote) const;
 
 private:

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Error.h"
+#include "http/HttpError.h"
 #include "services/HostProgress.h"
 #include "services/ShownProcedure.h"
 #include "webdav/DavServer.h"
@@ -38,6 +40,18 @@ private:
     const DavServer& m_server;
     std::set<std::wstring> m_provided;
 };
+
+/// Runs a step, whose failure is reported and shown. That somebody wants an end is no failure of it, and
+/// thrown.
+template <class Step>
+bool Try(const ShownProcedure& self, Step&& step) try {
+    return step();
+} catch (const HttpError& error) {
+    if (error.IsCancelled()) throw;
+    return self.Fail(error.failure().description);
+} catch (const base::Error& error) {
+    return self.Fail(error.failure().description);
+}
 
 /// Shows the host what is moved next, and lets it process its messages. False when it wants an end.
 bool ShowNext(const HostProgress& progress, const std::wstring& name, LONG position);

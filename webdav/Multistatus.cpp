@@ -6,11 +6,11 @@
 #include <xmllite.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <exception>
 
 #include "base/Error.h"
+#include "base/Number.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "com/ErrorInfo.h"
@@ -105,14 +105,6 @@ std::ptrdiff_t DepthOf(std::string_view reference) {
     return std::ranges::count(reference, '/');
 }
 
-std::optional<std::uint64_t> NumberIn(const std::wstring& text) {
-    const std::string digits = base::ToUtf8(text);
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return number;
-}
-
 class MultistatusReader {
 public:
     explicit MultistatusReader(HttpRequest& answer) : m_stream(com::Make<BodyStream>(answer)) {
@@ -166,7 +158,7 @@ private:
     void Close() {
         if (IsAt({L"response", L"href"})) TakeReference(base::ToUtf8(m_text));
         if (IsAt({L"response", L"propstat", L"prop", L"getcontentlength"}))
-            if (const auto size = NumberIn(m_text)) m_response.entry.size = size;
+            if (const auto size = base::NumberIn<std::uint64_t>(m_text)) m_response.entry.size = size;
         if (IsAt({L"response"})) {
             if (m_responses.size() == kMostEntries) Refuse(L"it holds too many names");
             m_responses.push_back(std::move(m_response));

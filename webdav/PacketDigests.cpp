@@ -1,9 +1,7 @@
 // See PacketDigests.h.
 #include "webdav/PacketDigests.h"
 
-#include <algorithm>
-#include <charconv>
-
+#include "base/Number.h"
 #include "base/Utf8.h"
 
 namespace {
@@ -23,11 +21,7 @@ std::optional<std::string_view> Taken(std::string_view& rest, char separator) {
 
 template <class Number>
 std::optional<Number> NumberIn(std::optional<std::string_view> text) {
-    Number number = 0;
-    if (!text) return std::nullopt;
-    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-    if (error != std::errc() || end != text->data() + text->size()) return std::nullopt;
-    return number;
+    return text ? base::NumberIn<Number>(*text) : std::nullopt;
 }
 
 bool IsSha256(std::string_view text) {

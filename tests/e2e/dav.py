@@ -9,6 +9,7 @@ import socket
 import ssl
 import subprocess
 import threading
+import time
 
 from support import HostTest, ROOT, skip, wait_until
 
@@ -77,11 +78,13 @@ class Spoiler:
 
     refuse: drops the connection, and the server never hears of it; lose: drops it when the server has answered;
     gateway: says 502 then; before, after: calls end, before the server hears of it or when it has answered;
-    "redirect URL": leads there, and the server never hears of it.
+    stop: calls end, and passes the request on a second later;
+    "redirect URL": leads there, and the server never hears of it. lie: makes another (status, headers, content) of the
+    method, and of what the server has answered.
     """
 
-    def __init__(self, test, server, mode="", number=0, end=None):
-        self.server, self.mode, self.number, self.end = server, mode, number, end
+    def __init__(self, test, server, mode="", number=0, end=None, lie=None):
+        self.server, self.mode, self.number, self.end, self.lie = server, mode, number, end, lie
         self.count = 0
         self.lock = threading.Lock()
         spoiler = self
@@ -117,6 +120,9 @@ class Spoiler:
             mode = self.mode if self.count == self.number else ""
         if mode == "before":
             self.end()
+        if mode == "stop":
+            self.end()
+            time.sleep(1)
         if mode in ("before", "refuse"):
             return self.drop(request)
         if mode.startswith("redirect"):
@@ -128,16 +134,20 @@ class Spoiler:
             return self.drop(request)
         if mode == "gateway":
             status, headers, content = 502, {}, b"bad gateway"
+        if self.lie:
+            status, headers, content = self.lie(request.command, status, headers, content)
         return self.answer(request, status, headers, content)
 
     @staticmethod
     def answer(request, status, headers, content):
         request.send_response(status)
         for name, value in headers.items():
-            request.send_header(name, value)
-        request.send_header("Content-Length", str(len(content)))
+            if name != "Content-Length":
+                request.send_header(name, value)
+        request.send_header("Content-Length", str(headers.get("Content-Length", len(content))))
         request.end_headers()
         request.wfile.write(content)
+        request.close_connection = "Content-Length" in headers
 
     def ask(self, request, body):
         connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)

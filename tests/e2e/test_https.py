@@ -2,6 +2,7 @@
 import os
 import random
 import shutil
+import signal
 
 from dav import HttpsHostTest, Spoiler, Stranger
 from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
@@ -191,6 +192,89 @@ class SpoiledRequests:
         self.PACKETS = 20
         for side, count in zip((self.field, self.enterprise), self.counts()):
             self.spoil_each(self.chosen(count), side)
+
+
+class LiesTest(HttpsHostTest):
+    """A server that says what is not so: nothing of it is delivered, nothing is written elsewhere, nothing is lost."""
+
+    NAMES = ("..%2f..%2fevil.mdb", "%2e%2e", "a%5c..%5cevil.mdb", "C:evil.mdb", "CON", "evil.mdb:stream", "evil.mdb.", "%00evil.mdb",
+             "%ff", "%e")
+    LISTS = (b"\0\xff" * 1000, b"", b"<html>Please log in</html>", b'<D:multistatus xmlns:D="DAV:"><D:response>',
+             b'<!DOCTYPE a [<!ENTITY b "c">]><D:multistatus xmlns:D="DAV:">&b;</D:multistatus>', b"<a>" * 100_000)
+
+    def receive_under(self, lie, *texts):
+        self.use(Spoiler(self, self.server, lie=lie).url)
+        before = files_below(self.scratch / "pair")
+        outcome = self.assert_run(self.enterprise, 1)
+        for text in texts:
+            self.assertIn(text, self.enterprise.log, outcome)
+        changed = files_below(self.scratch / "pair").items() - before.items()
+        self.assertFalse([name for name, _ in changed if name.endswith((".mdb", ".arriving"))], changed)
+        self.assertFalse(list(self.scratch.rglob("*evil*")))
+        self.assert_nothing_lost()
+
+    def test_names_and_lists(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        for name in self.NAMES:
+            with self.subTest(name=name):
+                self.receive_under(lambda method, status, headers, content, name=name: (
+                    status, headers, content.replace(b"/a.mdb<", b"/" + name.encode() + b"<")), "cannot be the name of a file")
+        for content in self.LISTS:
+            with self.subTest(list=content[:40]):
+                self.receive_under(lambda method, status, headers, answer, content=content: (
+                    status, headers, content if method == "PROPFIND" else answer), "The server's list of the folder cannot be used")
+        self.use(self.server.url)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_contents(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+
+        def lie(bend):
+            return lambda method, status, headers, content: bend(headers, content) if method == "GET" and len(content) == 20_000 else (
+                status, headers, content)
+        for text, bend in (("is not what was sent", lambda headers, content: (200, headers, content[:-1] + b"x")),
+                           ("is not what was sent", lambda headers, content: (200, headers, content[:-1])),
+                           ("is not what was sent", lambda headers, content: (200, headers, b"")),
+                           ("sent 19999 of the 20000 bytes", lambda headers, content: (200, {"Content-Length": 20_000}, content[:-1])),
+                           ("answers 404", lambda headers, content: (404, {}, b""))):
+            with self.subTest(text=text):
+                self.receive_under(lie(bend), text)
+        self.use(self.server.url)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_what_was_not_stored_is_not_deleted(self):
+        def lie(method, status, headers, content):
+            return status, headers, content.replace(b"20000</", b"19999</")
+        self.put(self.field, "a.mdb")
+        self.use(Spoiler(self, self.server, lie=lie).url)
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        self.assertIn("does not list all of its 20000 bytes", self.field.log)
+        self.use(self.server.url)
+        self.assert_next_cycle_delivers()
+
+
+class StopTest(HttpsHostTest):
+    def test_ctrl_c_in_the_middle_of_a_request(self):
+        for side in (self.field, self.enterprise):
+            with self.subTest(side=side.name):
+                self.put(self.field, *(f"{side.name}{number}.mdb" for number in range(3)))
+                if side is self.enterprise:
+                    self.assert_run(self.field)
+                process = None
+                spoiler = Spoiler(self, self.server, "stop", 5, lambda: process.send_signal(signal.SIGINT))
+                self.use(spoiler.url)
+                process = start("run", side.settings)
+                outcome = finish(process)
+                self.assertEqual(outcome.code, 1, outcome)
+                self.assertLess(spoiler.count, 9, outcome)
+                self.assertEqual(side.log, "")
+                self.assert_nothing_lost()
+                self.use(self.server.url)
+                self.assert_next_cycle_delivers()
 
 
 class ManyReceiversTest(HttpsHostTest):

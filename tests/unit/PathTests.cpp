@@ -56,6 +56,8 @@ TEST(Path, PlainNamesStayInTheirFolder) {
          {L"", L".", L"..", L"a\\b", L"a/b", L"..\\a", L"C:a", L"a:stream", L"CON", L"nul.txt", L"Aux .mdb",
           L"com1", L"LPT9.x.y", L"COM\u00B2", L"conin$", L"a.", L"a ", L".. "})
         EXPECT_FALSE(Path::IsPlainName(name)) << testing::PrintToString(std::wstring(name));
+    for (const wchar_t forbidden : std::wstring(L"*?\"<>|\t\x1F\0", 9))
+        EXPECT_FALSE(Path::IsPlainName(std::wstring(L"a") + forbidden + L"b")) << static_cast<int>(forbidden);
 }
 
 }  // namespace
