@@ -65,6 +65,17 @@ bool HasControlCharacter(std::wstring_view text) noexcept {
     return std::ranges::any_of(text, [](wchar_t letter) { return letter < L' ' || letter == kDelete; });
 }
 
+std::wstring OnOneLine(std::wstring_view text) {
+    std::wstring line;
+    for (const wchar_t letter : text) {
+        if (!HasControlCharacter({&letter, 1}))
+            line += letter;
+        else if (!line.ends_with(L' '))
+            line += L' ';
+    }
+    return std::wstring(Trimmed(line));
+}
+
 std::wstring_view Trimmed(std::wstring_view text) noexcept {
     const size_t start = text.find_first_not_of(L' ');
     if (start == std::wstring_view::npos) return {};

@@ -18,6 +18,8 @@ std::wstring Hexadecimal(DWORD number);
 std::wstring Upper(std::wstring_view text);
 /// Such as a tab, or the end of a line.
 bool HasControlCharacter(std::wstring_view text) noexcept;
+/// With one blank for each run of control characters, and none at the ends.
+std::wstring OnOneLine(std::wstring_view text);
 /// Without blanks at both ends.
 std::wstring_view Trimmed(std::wstring_view text) noexcept;
 bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept;

@@ -18,6 +18,7 @@
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/SendFolder.h"
 #include "host/cycle/WaitingPackets.h"
+#include "host/record/LogTail.h"
 
 namespace {
 
@@ -36,6 +37,7 @@ private:
     void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
     void LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const;
     std::chrono::seconds Patience() const;
+    std::wstring Explained(const std::wstring& failure, const LogTail& log) const;
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
@@ -144,12 +146,22 @@ std::chrono::seconds Cycle::Patience() const {
     return std::chrono::seconds(m_settings.userInterface ? 0 : std::stoi(m_settings.patience));
 }
 
+/// With the first failure that was shown, or else reported: what keeps a connection from coming about is
+/// shown nowhere.
+std::wstring Cycle::Explained(const std::wstring& failure, const LogTail& log) const {
+    const auto why = m_shownFailures.empty() ? log.FirstError() : std::optional(m_shownFailures.front());
+    if (!why || why->empty()) return failure;
+    return base::OnOneLine(*why) + L" (" + failure + L")";
+}
+
 Hindrance Cycle::Transfer() {
     const auto progress = com::Make<ConsoleProgress>(Patience(), m_telling);
+    const LogTail log(m_settings);
     Hindrance failure = Try([&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });
     m_shownFailures = progress->Failures();
+    if (failure && !Interrupt::Requested()) failure = Explained(*failure, log);
     // For the transport a cancelled login is no failure.
     if (!failure && m_session.LoginCancelled()) return L"the login was cancelled";
     return failure;

@@ -100,6 +100,7 @@ class RefusalTest(HttpsHostTest):
     def test_a_server_that_does_not_run(self):
         self.server.kill()
         self.assert_waits("cannot be reached")
+        self.assertIn("cannot be reached", self.assert_ends(1, "status", self.field.settings).output)
         self.server.start()
         self.assert_next_cycle_delivers()
 
