@@ -4,7 +4,6 @@
 #include <array>
 #include <utility>
 
-#include "base/Path.h"
 #include "http/HttpError.h"
 #include "services/Options.h"
 #include "services/Registry.h"
@@ -122,16 +121,16 @@ bool clsHTTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IU
     return self.Guard(false, [&] {
         const HostProgress progress(ProgressObject);
         ReadMissingSettings();
-        const std::wstring folder = WithoutRoot(m_sRemoteReceiveFolder);
-        if (m_sLocalReceiveFolder.empty() || folder.empty())
+        const std::wstring local = m_sLocalReceiveFolder;
+        const std::wstring remote = WithoutRoot(m_sRemoteReceiveFolder);
+        if (local.empty() || remote.empty())
             return ShownProcedure(self.Name(), progress)
                 .Fail(L"one or more of the Receive folders is not set");
         progress.SetRange(0, 1);
         progress.StatusText(L"Receiving files");
-        const std::wstring remote = JoinRemote(folder, RemotePath(FolderName));
-        const std::wstring local = Path::Join(m_sLocalReceiveFolder, FolderName);
+        const std::wstring subFolder = WithoutRoot(RemotePath(FolderName));
         return WithServer(self, progress, [&](const DavServer& server) {
-            return DavReceiver(server, progress).MoveFiles(remote, local) && !progress.Cancelled();
+            return DavReceiver(server, progress).MoveFiles(remote, subFolder, local) && !progress.Cancelled();
         });
     });
 }

@@ -26,11 +26,13 @@ using RemoteFiles = std::vector<std::wstring>;
 /// One call of MoveFiles.
 class DavReceiver::Transfer {
 public:
-    Transfer(const DavReceiver& receiver, std::wstring remote, const std::wstring& local)
+    Transfer(const DavReceiver& receiver, std::wstring remote, std::wstring subFolder,
+             const std::wstring& local)
         : m_server(receiver.m_server),
           m_progress(receiver.m_progress),
           m_self(L"clsHTTPSndRcv.cls.MoveFiles", m_progress),
           m_remote(std::move(remote)),
+          m_subFolder(std::move(subFolder)),
           m_claims(ClaimsOf(m_remote, InstallationOf(local))),
           m_local(local),
           m_notes(m_server, UploadsOf(m_remote)) {}
@@ -43,7 +45,8 @@ public:
             if (!Receive(packet)) m_unfinished.insert(packet);
         const RemoteFiles waiting = FilesBelow(m_remote);
         const bool goesOn = waiting.empty() || ClaimAndReceive(waiting);
-        if (goesOn) m_notes.DeleteDone(Remaining(waiting));
+        // Of one sub-folder alone nobody knows what waits in the others.
+        if (goesOn && m_subFolder.empty()) m_notes.DeleteDone(Remaining(waiting));
         return goesOn && m_isComplete;
     }
 
@@ -53,7 +56,7 @@ private:
 
     RemoteFiles FilesBelow(const std::wstring& folder) {
         RemoteFiles files;
-        Walk(folder, L"", 0, files);
+        Walk(folder, m_subFolder, 0, files);
         return files;
     }
 
@@ -142,8 +145,9 @@ private:
                 L"What came of file " + packet + L" from the server " + m_server.Name() +
                 L" is not what was sent: " + std::to_wstring(file.Size()) + L" bytes with the SHA-256 " +
                 sha256 +
-                L". It stays on the server, and the next transfer tries again. If that happens "
-                L"again, it was damaged there: send it anew.");
+                L". The next transfer tries again, and newer versions wait until then. If that happens "
+                L"again, it was damaged there: delete " +
+                JoinRemote(m_claims, packet) + L" on the server, and send it anew.");
         if (digest) file.SetModificationTime(digest->lastWrite);
         file.Commit();
         return true;
@@ -174,6 +178,7 @@ private:
     const HostProgress& m_progress;
     const ShownProcedure m_self;
     const std::wstring m_remote;
+    const std::wstring m_subFolder;  ///< that alone is received; empty for all
     const std::wstring m_claims;
     const std::wstring& m_local;
     DigestNotes m_notes;
@@ -183,6 +188,7 @@ private:
     bool m_isComplete = true;
 };
 
-bool DavReceiver::MoveFiles(const std::wstring& remote, const std::wstring& local) const {
-    return Transfer(*this, remote, local).Run();
+bool DavReceiver::MoveFiles(const std::wstring& remote, const std::wstring& subFolder,
+                            const std::wstring& local) const {
+    return Transfer(*this, remote, subFolder, local).Run();
 }

@@ -16,7 +16,9 @@ public:
 
     /// A remote folder that is missing holds nothing to receive. False when something stays, which is
     /// reported.
-    bool MoveFiles(const std::wstring& remote, const std::wstring& local) const;
+    /// subFolder: the one below both that is received, with "/"; empty for all.
+    bool MoveFiles(const std::wstring& remote, const std::wstring& subFolder,
+                   const std::wstring& local) const;
 
 private:
     class Transfer;

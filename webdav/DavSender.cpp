@@ -170,7 +170,7 @@ private:
         m_folders.Provide(JoinRemote(m_remote, RemotePath(upload.file.subFolder)));
         const std::wstring target = JoinRemote(m_remote, upload.digest.packet);
         const DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
-        if (!reply.Succeeded() && !HasTakenName(upload, target))
+        if (!reply.Succeeded() && !(reply.MayBeDone() && HasTakenName(upload, target)))
             return m_self.Fail(
                 Lines(L"Failed to transmit file " + upload.file.name + L" to the server.", reply.failure));
         upload.block.Delete(FileSystem::ReadOnlyFiles::Delete);

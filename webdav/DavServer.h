@@ -18,6 +18,8 @@ struct DavReply {
 
     bool IsAnswered() const noexcept { return status != 0; }
     bool Succeeded() const noexcept { return status / 100 == 2; }
+    /// Whether it may have been done all the same: nobody answered, or a gateway that lost the answer.
+    bool MayBeDone() const noexcept { return !IsAnswered() || status / 100 == 5; }
 };
 
 /// A failure throws only where it says so: what a request has brought about despite it, the state tells.

@@ -2,6 +2,7 @@
 #include "webdav/DigestNotes.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "cipher/Sha256.h"
 #include "webdav/DavTransfer.h"
@@ -24,21 +25,25 @@ std::string TextOfNote(const DavServer& server, const std::wstring& folder, cons
 }  // namespace
 
 void DigestNotes::Read() {
-    m_waiting.clear();
+    const bool isFirst = std::exchange(m_isFirst, false);
     const auto entries = m_server.List(m_uploads);
     if (!entries) return;
     for (const DavEntry& entry : *entries) {
-        if (!entry.name.ends_with(kNoteEnding)) {
+        if (entry.name.ends_with(kNoteEnding))
+            ReadNote(entry.name, isFirst);
+        else if (isFirst)
             m_waiting.insert(entry.name);
-            continue;
-        }
-        if (m_notes.contains(entry.name)) continue;
-        const auto digests = DigestsIn(TextOfNote(m_server, m_uploads, entry.name));
-        if (!digests) continue;
-        m_notes[entry.name] = *digests;
-        for (const PacketDigest& digest : *digests)
-            m_packets.emplace(digest.packet, digest);
     }
+}
+
+void DigestNotes::ReadNote(const std::wstring& name, bool isFirst) {
+    if (m_read.contains(name)) return;
+    const auto digests = DigestsIn(TextOfNote(m_server, m_uploads, name));
+    if (!digests) return;
+    m_read.insert(name);
+    if (isFirst) m_first[name] = *digests;
+    for (const PacketDigest& digest : *digests)
+        m_packets.emplace(digest.packet, digest);
 }
 
 const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t size,
@@ -57,6 +62,6 @@ bool DigestNotes::IsDone(const std::vector<PacketDigest>& note, const std::set<s
 }
 
 void DigestNotes::DeleteDone(const std::set<std::wstring>& packets) const {
-    for (const auto& [name, digests] : m_notes)
+    for (const auto& [name, digests] : m_first)
         if (IsDone(digests, packets)) m_server.Delete(JoinRemote(m_uploads, name));
 }

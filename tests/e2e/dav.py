@@ -102,6 +102,7 @@ class Spoiler:
             setattr(Handler, f"do_{method}", Handler.pass_on)
         self.listener = http.server.ThreadingHTTPServer((server.address, 0), Handler)
         self.listener.daemon_threads = True
+        self.listener.handle_error = lambda *_: None  # that the host has gone
         test.addCleanup(self.close)
         threading.Thread(target=self.listener.serve_forever, kwargs={"poll_interval": 0.05}, daemon=True).start()
 
