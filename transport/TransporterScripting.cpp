@@ -156,6 +156,11 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
     if (!FileSystem::FolderExists(folder))
         throw base::Error(E_INVALIDARG,
                           L"There is no folder " + folder + L" of which packets could be moved.");
+    for (const std::wstring& own : {LocalSendFolder(), LocalReceiveFolder()})
+        if (base::LiesIn(folder, own))
+            throw base::Error(E_INVALIDARG, L"The packets of " + folder + L" were not moved: the folder " +
+                                                own +
+                                                L" lies in it. Name a folder that holds packets alone.");
     const HeardReports unlisted;
     LONG moved = 0;
     std::wstring refusals;

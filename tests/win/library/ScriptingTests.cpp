@@ -214,6 +214,7 @@ TEST_F(Scripting, APacketLeavesItsPlaceWhenItWaitsToBeSent) {
                 AllOf(StartsWith(kSource + L"0 packet(s) of the folder T:\\outbox wait"),
                       HasSubstr(L"T:\\outbox\\a.mdb")));
     EXPECT_EQ(field.transporter->MoveAll(In(temp / L"missing"), &count), E_INVALIDARG);
+    EXPECT_THAT(field.Failure(field.transporter->MoveAll(In(temp / L""), &count)), HasSubstr(L"lies in it"));
     EXPECT_EQ(temp.Content(L"outbox\\a.mdb"), "packet");
     DeleteFileW((temp / L"field\\send").c_str());
     temp.Protect(L"outbox\\a.mdb");
