@@ -11,7 +11,7 @@ import subprocess
 import threading
 import time
 
-from support import HostTest, ROOT, skip, wait_until
+from support import ROOT, ServerHostTest, skip, wait_until
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
@@ -202,25 +202,19 @@ class Stranger:
                         self.heard += data
 
 
-class HttpsHostTest(HostTest):
-    """Two installations that exchange packets through a server of the class's kind."""
-
+class HttpsHostTest(ServerHostTest):
     KIND = "apache"
-    server = None
 
-    def install(self, root):
-        super().install(root)
-        self.scratch.chmod(0o711)  # the server's user passes through
-        self.server = self.server or Server(self, self.KIND)
-        self.to_enterprise = self.server.packets / "to-enterprise"
-        self.to_field = self.server.packets / "to-field"
-        for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
-            side.change("transport", "https")
-            side.change("https.user", USER)
-            side.change("https.password", PASSWORD)
-            side.change("remote_send", f"/to-{other}")
-            side.change("remote_receive", f"/to-{side.name}")
-        self.use(self.server.url)
+    def new_server(self):
+        return Server(self, self.KIND)
+
+    def connect(self, side, other):
+        side.change("transport", "https")
+        side.change("https.server", self.server.url)
+        side.change("https.user", USER)
+        side.change("https.password", PASSWORD)
+        side.change("remote_send", f"/to-{other}")
+        side.change("remote_receive", f"/to-{side.name}")
 
     def use(self, url):
         for side in (self.field, self.enterprise):

@@ -6,7 +6,7 @@ import socket
 import subprocess
 import threading
 
-from support import HostTest, ROOT, skip, wait_until
+from support import ROOT, ServerHostTest, skip, wait_until
 
 TOOL = ROOT / "tools" / "ftp-server"
 USERS = {"vsftpd": "ftp", "pure-ftpd": "packets"}
@@ -100,25 +100,19 @@ class BendingProxy:
                 client.sendall(line)
 
 
-class FtpHostTest(HostTest):
-    """Two installations that exchange packets through a server of the class's kind."""
-
+class FtpHostTest(ServerHostTest):
     KIND = "vsftpd"
-    server = None
 
-    def install(self, root):
-        super().install(root)
-        self.scratch.chmod(0o711)  # the server's user passes through
-        self.server = self.server or Server(self, self.KIND)
-        self.to_enterprise = self.server.packets / "to-enterprise"
-        self.to_field = self.server.packets / "to-field"
-        for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
-            side.change("transport", "ftp")
-            side.change("server", self.server.address)
-            side.change("user", self.server.user)
-            side.change("password", PASSWORD)
-            side.change("remote_send", f"packets/to-{other}")
-            side.change("remote_receive", f"packets/to-{side.name}")
+    def new_server(self):
+        return Server(self, self.KIND)
+
+    def connect(self, side, other):
+        side.change("transport", "ftp")
+        side.change("server", self.server.address)
+        side.change("user", self.server.user)
+        side.change("password", PASSWORD)
+        side.change("remote_send", f"packets/to-{other}")
+        side.change("remote_receive", f"packets/to-{side.name}")
 
     def remote_folder(self, folder):
         folder.mkdir(exist_ok=True)

@@ -315,6 +315,29 @@ class HostTest(ScratchTest):
         return self.fail("the run always ended before the trouble, or did not notice it")
 
 
+class ServerHostTest(HostTest):
+    """Two installations that exchange packets through a server of the class's kind."""
+
+    KIND = ""
+    server = None
+
+    def new_server(self):
+        raise NotImplementedError
+
+    def connect(self, side, other):
+        """Writes the server into the settings of a side; other: the name of the other one."""
+        raise NotImplementedError
+
+    def install(self, root):
+        super().install(root)
+        self.scratch.chmod(0o711)  # the server's user passes through
+        self.server = self.server or self.new_server()
+        self.to_enterprise = self.server.packets / "to-enterprise"
+        self.to_field = self.server.packets / "to-field"
+        for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
+            self.connect(side, other)
+
+
 class Mount:
     """A small volume of its own; skips the test where none can be mounted."""
 
