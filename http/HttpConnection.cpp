@@ -3,8 +3,7 @@
 
 #include <wincrypt.h>
 
-#include <array>
-#include <vector>
+#include <utility>
 
 #include "base/Error.h"
 #include "base/SystemError.h"

@@ -37,8 +37,7 @@ constexpr CertificateFault kCertificateFaults[] = {
      L"it cannot be found out whether its certificate has been revoked"},
     {WINHTTP_CALLBACK_STATUS_FLAG_SECURITY_CHANNEL_ERROR, ERROR_WINHTTP_SECURE_CHANNEL_ERROR,
      L"no encrypted connection came about. Its certificate is not trusted here, is made out to another name "
-     L"or "
-     L"is out of date; or there is no encryption that both know (TLS 1.2 or later)"},
+     L"or is out of date; or there is no encryption that both know (TLS 1.2 or later)"},
 };
 
 /// What is wrong with the connection to a server that is named before, by the error.
@@ -74,11 +73,3 @@ HttpError::HttpError(DWORD code, const std::wstring& server, DWORD certificate, 
     : base::Error(HRESULT_FROM_WIN32(code),
                   L"The server " + server + L": " + Explanation(code, certificate) + L".", where),
       m_code(code) {}
-
-bool HttpError::IsCancelled() const noexcept { return m_code == ERROR_CANCELLED; }
-
-bool HttpError::MayHaveReached() const noexcept {
-    constexpr DWORD kBefore[] = {ERROR_WINHTTP_NAME_NOT_RESOLVED, ERROR_WINHTTP_CANNOT_CONNECT,
-                                 ERROR_WINHTTP_SECURE_FAILURE, ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED};
-    return std::ranges::find(kBefore, m_code) == std::end(kBefore);
-}

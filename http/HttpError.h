@@ -16,11 +16,8 @@ public:
     /// WINHTTP_CALLBACK_STATUS_FLAG_*; 0 where nothing is.
     HttpError(DWORD code, const std::wstring& server, DWORD certificate = 0, Where where = Where::current());
 
-    DWORD Code() const noexcept { return m_code; }
     /// The user or the host wanted an end.
-    bool IsCancelled() const noexcept;
-    /// Whether the server may have done what it was asked for: the request can have reached it.
-    bool MayHaveReached() const noexcept;
+    bool IsCancelled() const noexcept { return m_code == ERROR_CANCELLED; }
 
 private:
     DWORD m_code;

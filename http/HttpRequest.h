@@ -50,7 +50,6 @@ public:
     void Write(std::size_t bytes);
     /// Waits for the head of the answer and returns its status.
     DWORD Receive();
-    std::optional<std::wstring> Header(const wchar_t* name) const;
     /// Of the body of the answer; nothing when the server tells none, or no number.
     std::optional<std::uint64_t> BodySize() const;
     /// The next bytes of the body of the answer, until the next call; none at its end.
@@ -66,6 +65,7 @@ private:
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
     void CheckRate();
+    std::optional<std::wstring> Header(const wchar_t* name) const;
     [[noreturn]] void Fail(DWORD error) const;
 
     std::wstring m_server;

@@ -4,18 +4,13 @@
 #include <vector>
 
 #include "base/File.h"
-#include "base/FileSystem.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
+#include "host/cycle/PacketLedger.h"
 
 namespace {
 
 constexpr std::size_t kMost = 16 << 10;  // bytes; the first entry is short
-
-std::uint64_t SizeOf(const std::wstring& path) {
-    const auto version = FileSystem::VersionOf(path);
-    return version ? version->size : 0;
-}
 
 /// A log that is shorter by now was set aside.
 std::wstring TextFrom(const std::wstring& path, std::uint64_t start) {
