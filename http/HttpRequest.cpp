@@ -1,7 +1,9 @@
 // See HttpRequest.h.
 #include "http/HttpRequest.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 #include "base/Number.h"
@@ -165,6 +167,16 @@ std::optional<std::wstring> HttpRequest::Header(const wchar_t* name) const {
 std::optional<std::uint64_t> HttpRequest::BodySize() const {
     const std::optional<std::wstring> text = Header(L"Content-Length");
     return text ? base::NumberIn<std::uint64_t>(*text) : std::nullopt;
+}
+
+/// "bytes 5-9/10", of which only an answer that is a part tells.
+std::uint64_t HttpRequest::RangeStart() const {
+    constexpr std::wstring_view kUnit = L"bytes ";
+    const std::wstring range = Header(L"Content-Range").value_or(std::wstring());
+    if (!range.starts_with(kUnit)) return 0;
+    const std::wstring_view start(range.begin() + kUnit.size(),
+                                  range.begin() + std::min(range.find(L'-'), range.size()));
+    return base::NumberIn<std::uint64_t>(start).value_or(0);
 }
 
 base::Bytes HttpRequest::Read() {

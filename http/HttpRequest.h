@@ -52,6 +52,8 @@ public:
     DWORD Receive();
     /// Of the body of the answer; nothing when the server tells none, or no number.
     std::optional<std::uint64_t> BodySize() const;
+    /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
+    std::uint64_t RangeStart() const;
     /// The next bytes of the body of the answer, until the next call; none at its end.
     base::Bytes Read();
 

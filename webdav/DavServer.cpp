@@ -164,7 +164,18 @@ DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other
 DavReply DavServer::Delete(const std::wstring& path) const { return Ask(L"DELETE", path, &SendNothing); }
 
 DavReply DavServer::Get(const std::wstring& path, const std::function<void(base::Bytes)>& take) const {
+    return Get(
+        path, 0, [](std::uint64_t) {}, take);
+}
+
+DavReply DavServer::Get(const std::wstring& path, std::uint64_t offset,
+                        const std::function<void(std::uint64_t)>& begin,
+                        const std::function<void(base::Bytes)>& take) const {
     std::wstring failure;
+    const auto send = [&](HttpRequest& request) {
+        if (offset > 0) request.AddHeader(L"Range: bytes=" + std::to_wstring(offset) + L"-");
+        request.Send();
+    };
     const auto read = [&](HttpRequest& answer) {
         const std::optional<std::uint64_t> size = answer.BodySize();
         if (!size) {
@@ -172,6 +183,12 @@ DavReply DavServer::Get(const std::wstring& path, const std::function<void(base:
                       L", so that nobody would know whether all of it came. Switch off its compression.";
             return;
         }
+        const std::uint64_t start = answer.RangeStart();
+        if (start != 0 && start != offset) {
+            failure = L"The server " + Name() + L" sent another part of " + path + L" than it was asked for.";
+            return;
+        }
+        begin(start);
         std::uint64_t received = 0;
         for (base::Bytes bytes = answer.Read(); !bytes.empty(); bytes = answer.Read()) {
             take(bytes);
@@ -182,7 +199,7 @@ DavReply DavServer::Get(const std::wstring& path, const std::function<void(base:
             failure = L"The server " + Name() + L" sent " + std::to_wstring(received) + L" of the " +
                       std::to_wstring(*size) + L" bytes of " + path + L".";
     };
-    DavReply reply = Ask(L"GET", path, &SendNothing, read);
+    DavReply reply = Ask(L"GET", path, send, read);
     if (!failure.empty()) return {0, failure};
     return reply;
 }

@@ -45,6 +45,12 @@ public:
     DavReply Delete(const std::wstring& path) const;
     /// Hands a file's content over. The reply is no success where less came than the server told.
     DavReply Get(const std::wstring& path, const std::function<void(base::Bytes)>& take) const;
+    /// The same from an offset on; begin is told where what comes begins: there, or at 0 where the server
+    /// knows no parts. The status is kNothingThere where the file ends at the offset, or before.
+    DavReply Get(const std::wstring& path, std::uint64_t offset,
+                 const std::function<void(std::uint64_t)>& begin,
+                 const std::function<void(base::Bytes)>& take) const;
+    static constexpr DWORD kNothingThere = 416;
 
 private:
     using Use = std::function<void(HttpRequest&)>;

@@ -80,10 +80,11 @@ class Spoiler:
     gateway: says 502 then; before, after: calls end, before the server hears of it or when it has answered;
     stop: calls end, and passes the request on a second later;
     "redirect URL": leads there, and the server never hears of it. lie: makes another (status, headers, content) of the
-    method, and of what the server has answered.
+    method, and of what the server has answered. largest: a body of more bytes is refused unread.
     """
 
-    def __init__(self, test, server, mode="", number=0, end=None, lie=None):
+    def __init__(self, test, server, mode="", number=0, end=None, lie=None, largest=1 << 40):
+        self.largest = largest
         self.server, self.mode, self.number, self.end, self.lie = server, mode, number, end, lie
         self.count = 0
         self.lock = threading.Lock()
@@ -115,7 +116,11 @@ class Spoiler:
         self.listener.server_close()
 
     def handle(self, request):
-        body = request.rfile.read(int(request.headers.get("Content-Length", 0)))
+        length = int(request.headers.get("Content-Length", 0))
+        if length > self.largest:
+            request.close_connection = True
+            return self.answer(request, 413, {}, b"too large")
+        body = request.rfile.read(length)
         with self.lock:
             self.count += 1
             mode = self.mode if self.count == self.number else ""
