@@ -179,6 +179,8 @@ std::uint64_t HttpRequest::RangeStart() const {
     return base::NumberIn<std::uint64_t>(start).value_or(0);
 }
 
+bool HttpRequest::MayBePart() const { return Header(L"Accept-Ranges") == L"bytes"; }
+
 base::Bytes HttpRequest::Read() {
     Await(WinHttpReadData(m_handle.Get(), m_signal->buffer.data(),
                           static_cast<DWORD>(m_signal->buffer.size()), nullptr));

@@ -54,6 +54,8 @@ public:
     std::optional<std::uint64_t> BodySize() const;
     /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
     std::uint64_t RangeStart() const;
+    /// Whether the server sends parts of it as well.
+    bool MayBePart() const;
     /// The next bytes of the body of the answer, until the next call; none at its end.
     base::Bytes Read();
 

@@ -16,6 +16,9 @@ DEEP = "/".join(f"{level}" for level in range(10))
 class ManyComputers:
     """Field computers that send at the same moment, each into a folder of its own, to an enterprise that receives."""
 
+    def own(self, folder):
+        """Lets a server change it."""
+
     def field_computers(self):
         for number in range(COMPUTERS):
             root = self.scratch / f"computer{number}"
@@ -33,6 +36,9 @@ class ManyComputers:
                 name = f"{DEEP}/{packet}.mdb"
                 self.put(side, name, content=os.urandom(3000))
                 expected[f"{number}/{name}"] = self.ledger.pop()[2]
+        # Of several who make it at the same moment some would be refused, and send with their next run.
+        self.to_enterprise.mkdir(exist_ok=True)
+        self.own(self.to_enterprise)
         processes = [start("run", side.settings) for side in sides]
         while any(process.poll() is None for process in processes):
             self.enterprise.run()
@@ -73,10 +79,16 @@ class FolderTest(ManyComputers, LargePacket, HostTest):
 class FtpTest(ManyComputers, FtpHostTest):
     KIND = "pure-ftpd"
 
+    def own(self, folder):
+        self.server.own(folder)
+
     def remote_send(self, number):
         return f"packets/to-enterprise/{number}"
 
 
 class HttpsTest(ManyComputers, LargePacket, HttpsHostTest):
+    def own(self, folder):
+        self.server.own(folder)
+
     def remote_send(self, number):
         return f"/to-enterprise/{number}"
