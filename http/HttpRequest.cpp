@@ -8,6 +8,7 @@
 
 #include "base/Number.h"
 #include "base/SystemError.h"
+#include "base/WindowsTime.h"
 #include "com/MessagePump.h"
 #include "http/HttpError.h"
 
@@ -122,9 +123,20 @@ void HttpRequest::SetOption(DWORD option, DWORD value) {
     if (!WinHttpSetOption(m_handle.Get(), option, &value, sizeof value)) Fail(GetLastError());
 }
 
+void HttpRequest::Begin() {
+    if (!WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0,
+                            WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0))
+        Fail(GetLastError());
+    m_isSending = true;
+}
+
+void HttpRequest::AwaitSent() {
+    if (std::exchange(m_isSending, false)) Await(TRUE);
+}
+
 void HttpRequest::Send() {
-    Await(WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0,
-                             WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0));
+    Begin();
+    AwaitSent();
 }
 
 /// The length is told in a header: the parameter for it ends at 4 GB.
@@ -141,6 +153,7 @@ void HttpRequest::Write(std::size_t bytes) {
 }
 
 DWORD HttpRequest::Receive() {
+    AwaitSent();
     Await(WinHttpReceiveResponse(m_handle.Get(), nullptr));
     DWORD status = 0;
     DWORD size = sizeof status;
@@ -161,6 +174,17 @@ std::optional<std::wstring> HttpRequest::Header(const wchar_t* name) const {
         return std::nullopt;
     text.resize(bytes / sizeof(wchar_t));
     return text;
+}
+
+std::optional<base::FileTime> HttpRequest::Date() const {
+    SYSTEMTIME date{};
+    DWORD size = sizeof date;
+    FILETIME time;
+    if (!WinHttpQueryHeaders(m_handle.Get(), WINHTTP_QUERY_DATE | WINHTTP_QUERY_FLAG_SYSTEMTIME,
+                             WINHTTP_HEADER_NAME_BY_INDEX, &date, &size, WINHTTP_NO_HEADER_INDEX) ||
+        !SystemTimeToFileTime(&date, &time))
+        return std::nullopt;
+    return base::FromWindowsTime(time);
 }
 
 /// Read as text: as a number the system tells no more than 32 bits.

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "base/ByteStream.h"
+#include "base/FileTime.h"
 #include "base/Handle.h"
 
 /// Sessions, connections and requests of WinHTTP.
@@ -40,6 +41,9 @@ public:
     void AddHeader(const std::wstring& header);
     void SetOption(DWORD option, DWORD value);
 
+    /// Begins to send a request without a body. Receive waits for the rest: requests that are begun together
+    /// travel at the same time.
+    void Begin();
     /// Sends a request without a body.
     void Send();
     /// Sends the head of a request. bodySize: of what is written after it, in bytes.
@@ -50,6 +54,10 @@ public:
     void Write(std::size_t bytes);
     /// Waits for the head of the answer and returns its status.
     DWORD Receive();
+    /// Of the head of the answer.
+    std::optional<std::wstring> Header(const wchar_t* name) const;
+    /// When the server answered, by its own clock.
+    std::optional<base::FileTime> Date() const;
     /// Of the body of the answer; nothing when the server tells none, or no number.
     std::optional<std::uint64_t> BodySize() const;
     /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
@@ -68,14 +76,15 @@ private:
     void Await(BOOL begun);
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
+    void AwaitSent();
     void CheckRate();
-    std::optional<std::wstring> Header(const wchar_t* name) const;
     [[noreturn]] void Fail(DWORD error) const;
 
     std::wstring m_server;
     GoOn m_goOn;
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
+    bool m_isSending = false;
     ULONGLONG m_attended = GetTickCount64();
     ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds
     std::uint64_t m_windowBytes = 0;  ///< read since then

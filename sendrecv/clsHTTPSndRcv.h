@@ -6,7 +6,7 @@
 #include "http/HttpSite.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>> {
+class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>, IZNVerification> {
 public:
     clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
 
@@ -26,6 +26,10 @@ public:
     // IZNSenderReceiver and IZNSenderReceiver2
     STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
     STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override { return com::Return(Success, true); }
+    // IZNVerification
+    STDMETHODIMP Verify(IUnknown* Progress, VARIANT_BOOL* Result) override {
+        return com::Return(Result, [&] { return IZNVerification_Verify(Progress); });
+    }
 
 private:
     void TakeSetting(const std::wstring& name, const com::Variant& value) override;
@@ -33,6 +37,7 @@ private:
     void WriteSettings(IZNPropertySet* settings) const override;
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
+    bool IZNVerification_Verify(IUnknown* ProgressObject);
     std::wstring DisplayName() override { return L"HTTPS (WebDAV)"; }
 
     void ReadMissingSettings();

@@ -216,10 +216,14 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
     return Ask(L"MOVE", from, [&](HttpRequest& request) {
-        request.AddHeader(L"Destination: " + m_connection.UrlOf(UrlPath::EncodePath(to)));
-        request.AddHeader(other == Other::IsReplaced ? L"Overwrite: T" : L"Overwrite: F");
+        AddDestination(request, m_connection.UrlOf(UrlPath::EncodePath(to)), other);
         request.Send();
     });
+}
+
+void DavServer::AddDestination(HttpRequest& request, const std::wstring& destination, Other other) {
+    request.AddHeader(L"Destination: " + destination);
+    request.AddHeader(other == Other::IsReplaced ? L"Overwrite: T" : L"Overwrite: F");
 }
 
 DavReply DavServer::Delete(const std::wstring& path) const { return Ask(L"DELETE", path, &SendNothing); }

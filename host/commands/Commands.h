@@ -28,7 +28,7 @@ int List(const Options& options);
 int Backups(const Options& options);
 /// Shows the mobile configuration of both sides; passwords are not shown.
 int Config(const Options& options);
-/// Tests the FTP site of an installation.
+/// Tests the server of an installation.
 int Verify(const Options& options);
 /// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.
 int EditSettings(const Options& options);

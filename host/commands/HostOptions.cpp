@@ -31,7 +31,7 @@ constexpr const char* kExamples =
     "  znhost list C:\\Transport\\field.ini     what waits there\n"
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
     "  znhost config C:\\Transport\\field.ini   the folders and FTP settings of the registry\n"
-    "  znhost verify C:\\Transport\\field.ini   whether its FTP server works\n"
+    "  znhost verify C:\\Transport\\field.ini   whether its server does what packets need\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
@@ -126,8 +126,8 @@ void Parser::AddCommands() {
         &commands::Config);
     AddForSettings(
         "verify",
-        "Test the FTP server: both folders, which lie directly in the folder of the login, take, give "
-        "back and delete a test file.",
+        "Test the server. FTP: both folders, which lie directly in the folder of the login, take, give "
+        "back and delete a test file. WebDAV: each thing that the transfer of packets stands on.",
         &commands::Verify);
     AddServiceCommands();
     AddForSettings("settings", "Edit the FTP settings in a dialog.", &commands::EditSettings);

@@ -184,6 +184,11 @@ std::wstring Session::VerifySite(std::wstring& report) {
     return failure;
 }
 
+bool Session::VerifyServer(IUnknown* progress) {
+    const auto server = com::As<IZNVerification>(m_senderReceiver.Get());
+    return com::Get<bool>(&IZNVerification::Verify, server.Get(), progress);
+}
+
 ZNDialogEnd Session::EditSite(FtpSite& site) {
     constexpr LONG kBothSides = 3;
     const auto properties = com::As<IZNMobileAdminProperties>(m_senderReceiver.Get());

@@ -30,13 +30,16 @@ def own_address():
 
 
 class Server:
-    def __init__(self, test, kind):
+    def __init__(self, test, kind, extra=""):
+        """extra: for the configuration of Apache, with {address} and {folder}."""
         check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
         if check.returncode != 0:
             skip(test, check.stderr.strip())
         self.kind = kind
         self.address = own_address()
-        self.folder = test.scratch / "server"
+        self.folder = test.scratch / f"{kind}-{self.address}"
+        self.folder.mkdir()
+        (self.folder / "extra.conf").write_text(extra.format(address=self.address, folder=self.folder))
         self.packets = self.folder / "root" / "dav"
         self.process = None
         test.addCleanup(self.kill)
@@ -121,6 +124,8 @@ class Spoiler:
             request.close_connection = True
             return self.answer(request, 413, {}, b"too large")
         body = request.rfile.read(length)
+        if len(body) < length:
+            return self.drop(request)
         with self.lock:
             self.count += 1
             mode = self.mode if self.count == self.number else ""
@@ -146,7 +151,7 @@ class Spoiler:
 
     @staticmethod
     def answer(request, status, headers, content):
-        request.send_response(status)
+        request.send_response_only(status)
         for name, value in headers.items():
             if name != "Content-Length":
                 request.send_header(name, value)
@@ -171,7 +176,8 @@ class Spoiler:
     @staticmethod
     def drop(request):
         request.close_connection = True
-        request.connection.shutdown(socket.SHUT_RDWR)
+        with contextlib.suppress(OSError):  # that the host has gone
+            request.connection.shutdown(socket.SHUT_RDWR)
 
 
 class Stranger:
