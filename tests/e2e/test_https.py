@@ -5,48 +5,13 @@ import shutil
 import signal
 
 from dav import HttpsHostTest, Spoiler, Stranger
-from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
+from support import Side, WAITING, files_below, finish, slow, start, wait_until
 
-AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
 MODES = ("refuse", "lose", "gateway", "before", "after")
-NAMES = ("a.mdb", "empty.dat", "-a[1]{2}.mdb", "50% & more #1;+=@.xml", "Grüße \u65e5\u672c.mdb", "SUB/DEEP/b.xml", "SUB/c.mdb")
 
 
 class Transfers:
     """What holds with every server."""
-
-    def test_packets_travel_both_ways(self):
-        self.put(self.field, *NAMES)
-        self.put(self.field, "empty.dat", content=b"")
-        self.put(self.field, "awkward.mdb", content=AWKWARD)
-        self.put(self.enterprise, *NAMES)
-        del self.ledger[NAMES.index("empty.dat")]
-        self.assertEqual(set(self.assert_run(self.field).packets.values()), {"sent"})
-        self.assertEqual(files_below(self.to_enterprise).keys(), {*NAMES, "awkward.mdb"})
-        self.assertEqual(files_below(self.field.send), {})
-        self.assert_run(self.enterprise)
-        self.assert_run(self.field)
-        self.assert_delivered()
-        self.assertEqual(files_below(self.server.packets), {})
-        self.assertEqual(self.field.log + self.enterprise.log, "")
-
-    def test_of_two_versions_the_newer_one_arrives(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
-        self.ledger.clear()
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
-        self.put(self.field, "a.mdb")
-        del self.ledger[0]
-        self.assert_next_cycle_delivers()
-
-    def test_what_others_put_there_arrives_too(self):
-        self.to_enterprise.mkdir()
-        self.server.own(self.to_enterprise)
-        path = self.put(self.field, "plain.mdb", folder=self.to_enterprise)
-        self.server.own(path)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
 
     def test_what_was_damaged_on_the_server_is_not_delivered(self):
         self.put(self.field, "a.mdb")
@@ -65,18 +30,6 @@ class Transfers:
         self.assert_delivered()
         self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
         self.put(self.field, "b.mdb")
-        self.assert_next_cycle_delivers()
-
-    def test_a_full_disk_of_the_server(self):
-        Mount(self, self.server.packets, "1m")
-        self.server.own(self.server.packets)
-        self.put(self.field, "a.mdb")
-        self.put(self.field, "large.mdb", content=os.urandom(3 << 20))
-        self.assert_run(self.field, 1)
-        self.assertIn("Failed to transmit file large.mdb", self.field.log)
-        self.assert_nothing_lost()
-        (self.field.send / "large.mdb").unlink()
-        del self.ledger[1]
         self.assert_next_cycle_delivers()
 
 
