@@ -10,6 +10,7 @@
 #include "services/ShownProcedure.h"
 #include "webdav/DavPromises.h"
 #include "webdav/DavReceiver.h"
+#include "webdav/DavRelease.h"
 #include "webdav/DavSender.h"
 
 namespace {
@@ -158,6 +159,22 @@ bool clsHTTPSndRcv::IZNVerification_Verify(IUnknown* ProgressObject) {
             return DavPromises(m_site, way, progress).AreKept([&](const auto& promise, const auto& finding) {
                 Show(progress, promise, finding);
             });
+        });
+    });
+}
+
+bool clsHTTPSndRcv::IZNClaims_ReleaseClaims(const std::wstring& Installation, IUnknown* ProgressObject) {
+    const Procedure self(L"clsHTTPSndRcv.cls.IZNClaims_ReleaseClaims");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        ReadMissingSettings();
+        const ShownProcedure shown(self.Name(), progress);
+        const std::wstring remote = WithoutRoot(m_sRemoteReceiveFolder);
+        if (remote.empty()) return shown.Fail(L"one or more of the Receive folders is not set");
+        return WithServer(self, progress, [&](const DavServer& server) {
+            if (!Installation.empty()) return ::ReleaseClaims(server, remote, Installation, shown, progress);
+            ShowClaims(server, remote, progress);
+            return true;
         });
     });
 }

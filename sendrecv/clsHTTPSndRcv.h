@@ -6,7 +6,7 @@
 #include "http/HttpSite.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>, IZNVerification> {
+class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>, IZNVerification, IZNClaims> {
 public:
     clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
 
@@ -30,6 +30,11 @@ public:
     STDMETHODIMP Verify(IUnknown* Progress, VARIANT_BOOL* Result) override {
         return com::Return(Result, [&] { return IZNVerification_Verify(Progress); });
     }
+    // IZNClaims
+    STDMETHODIMP ReleaseClaims(BSTR Installation, IUnknown* Progress, VARIANT_BOOL* Result) override {
+        return com::Return(Result,
+                           [&] { return IZNClaims_ReleaseClaims(com::Text(Installation), Progress); });
+    }
 
 private:
     void TakeSetting(const std::wstring& name, const com::Variant& value) override;
@@ -38,6 +43,7 @@ private:
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
     bool IZNVerification_Verify(IUnknown* ProgressObject);
+    bool IZNClaims_ReleaseClaims(const std::wstring& Installation, IUnknown* ProgressObject);
     std::wstring DisplayName() override { return L"HTTPS (WebDAV)"; }
 
     void ReadMissingSettings();

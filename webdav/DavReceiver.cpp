@@ -161,8 +161,10 @@ private:
     bool Receive(const std::wstring& packet, IncomingPacket& incoming) try {
         return Fetch(packet, incoming) && DeleteClaim(packet);
     } catch (const base::SystemError& error) {
-        m_isFull = error.Code() == ERROR_DISK_FULL || error.Code() == ERROR_HANDLE_DISK_FULL;
-        incoming.Drop();
+        if (error.Code() == ERROR_DISK_FULL || error.Code() == ERROR_HANDLE_DISK_FULL) {
+            m_isFull = true;
+            incoming.Drop();
+        }
         throw;
     }
 

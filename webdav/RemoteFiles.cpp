@@ -67,11 +67,19 @@ std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring
     return std::move(walk).Files();
 }
 
-std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote) {
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote) {
     const Refuse ignore = [](const std::wstring&) {};
+    std::vector<ClaimHolder> holders;
+    for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
+        std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, ignore);
+        if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
+    }
+    return holders;
+}
+
+std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote) {
     std::set<std::wstring> packets;
-    for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>()))
-        for (std::wstring& packet : FilesBelow(server, ClaimsOf(remote, entry.name), {}, ignore))
-            packets.insert(std::move(packet));
+    for (const ClaimHolder& holder : ClaimHolders(server, remote))
+        packets.insert(holder.packets.begin(), holder.packets.end());
     return packets;
 }

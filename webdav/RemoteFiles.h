@@ -21,5 +21,12 @@ std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring
                                      const std::wstring& subFolder, const Refuse& refuse,
                                      const SentInto& sentInto = {});
 
-/// The packets of a remote folder that any installation has claimed and not yet delivered.
+/// What an installation has claimed and not yet delivered.
+struct ClaimHolder {
+    std::wstring installation;
+    std::vector<std::wstring> packets;  ///< by their paths in the remote folder
+};
+/// Of a remote folder those who hold any.
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote);
+/// The packets of a remote folder that any of them holds.
 std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote);

@@ -30,6 +30,8 @@ int Backups(const Options& options);
 int Config(const Options& options);
 /// Tests the server of an installation.
 int Verify(const Options& options);
+/// Gives back what an installation that will not receive any more has claimed on a WebDAV server.
+int Release(const Options& options);
 /// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.
 int EditSettings(const Options& options);
 /// Shows the transport at work: two installations exchange packets, and every file is compared.

@@ -129,6 +129,14 @@ void Parser::AddCommands() {
         "Test the server. FTP: both folders, which lie directly in the folder of the login, take, give "
         "back and delete a test file. WebDAV: each thing that the transfer of packets stands on.",
         &commands::Verify);
+    CLI::App& release =
+        AddForSettings("release",
+                       "Give what an installation has claimed on a WebDAV server back to all who receive "
+                       "from there. For one "
+                       "that will not run again: the next run of any other takes its own claims up.",
+                       &commands::Release);
+    AddText(release, "INSTALLATION", m_options.installation,
+            "Its name on the server. Default: list those that hold packets");
     AddServiceCommands();
     AddForSettings("settings", "Edit the FTP settings in a dialog.", &commands::EditSettings);
     CLI::App& demo =

@@ -93,6 +93,18 @@ int commands::Verify(const Options& options) {
     return settings.transport == Transport::Ftp ? VerifyFtp(session) : VerifyHttps(session, settings);
 }
 
+int commands::Release(const Options& options) {
+    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckHttps, &CheckLogFile});
+    const ComApartment apartment;
+    Session session(settings);
+    const Interrupt interrupt;
+    const auto progress = com::Make<ConsoleProgress>(std::chrono::seconds(0));
+    if (session.ReleaseClaims(options.installation, static_cast<IZNProgress*>(progress.Get())))
+        return kAllDelivered;
+    Console::ErrorLine(L"znhost: not everything was released: " + settings.LogReference());
+    return kSomethingLeft;
+}
+
 int commands::EditSettings(const Options& options) {
     Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFtp, &CheckLogFile});
     // Whoever asks for a dialog is there to see it.

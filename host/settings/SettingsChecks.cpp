@@ -33,6 +33,10 @@ void CheckFtp(const Settings& settings) {
     if (settings.transport != Transport::Ftp) throw NeedsTransport(settings, TextOf(Transport::Ftp));
 }
 
+void CheckHttps(const Settings& settings) {
+    if (settings.transport != Transport::Https) throw NeedsTransport(settings, TextOf(Transport::Https));
+}
+
 void CheckServer(const Settings& settings) {
     if (!settings.HasServer())
         throw NeedsTransport(settings,

@@ -327,6 +327,28 @@ class LeftoversTest(HttpsHostTest):
         self.assert_run(self.enterprise)
         self.assertEqual([*files_below(self.enterprise.inbox).values()], [self.ledger[0][2]])
 
+    def test_claims_of_one_who_does_not_come_back(self):
+        self.put(self.field, "a.mdb", "SUB/b.mdb")
+        self.assert_run(self.field)
+        self.assertIn("Nobody holds packets", self.assert_ends(0, "release", self.enterprise.settings).output)
+        claims = self.to_enterprise.with_name("to-enterprise.claims")
+        shutil.copytree(self.to_enterprise, claims / "GONE-1")
+        self.server.own(claims, *claims.rglob("*"))
+        for path in list(self.to_enterprise.rglob("*.mdb")):
+            path.unlink()
+        newer = self.put(self.field, "a.mdb", folder=self.to_enterprise)
+        self.server.own(newer)
+        self.assertIn("GONE-1 holds packets: 2", self.assert_ends(0, "release", self.enterprise.settings).output)
+        self.assert_ends(1, "release", self.enterprise.settings, "NOBODY")
+        self.assertIn("No installation NOBODY holds packets on the server.", self.enterprise.log)
+        self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
+        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+        newer.unlink()
+        self.ledger.pop()
+        self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
     def test_notes_do_not_pile_up(self):
         """Where packets are taken from the server's disk, nobody else removes the notes."""
         uploads = self.to_enterprise.with_name("to-enterprise.uploads")
