@@ -5,7 +5,7 @@ import shutil
 import signal
 
 from dav import HttpsHostTest, Spoiler, Stranger
-from support import Side, WAITING, files_below, finish, slow, start, wait_until
+from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
 

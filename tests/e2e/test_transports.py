@@ -3,7 +3,7 @@ import os
 
 from dav import HttpsHostTest
 from ftp import FtpHostTest
-from support import HostTest, Mount, WAITING, arriving, files_below, finish, run_on_terminal, size_of, slow, wait_until
+from support import HostTest, Mount, WAITING, files_below, finish, run_on_terminal, size_of, slow, wait_until
 from test_encoders import database
 
 MB = 1 << 20
@@ -113,14 +113,14 @@ class ServerCases(Cases):
     def own(self, *paths):
         self.server.own(*paths)
 
-    def stored(self):
-        return sum(size_of(path) for path in self.server.folder.rglob("*"))
+    def killed_during(self, side, target):
+        """Kills the server once a side has brought a part to a folder; False when its run was faster."""
+        def size():
+            return sum(size_of(path) for path in target.rglob("*"))
 
-    def killed_during(self, side, transferred):
-        """Kills the server once a side has transferred a part; False when its run was faster."""
-        before = transferred()
+        before = size()
         process = self.start_run(side)
-        wait_until(lambda: transferred() > before + MB, process)
+        wait_until(lambda: size() > before + MB, process)
         self.server.kill()
         outcome = finish(process)
         self.server.start()
@@ -129,11 +129,11 @@ class ServerCases(Cases):
     def test_the_server_dies_in_the_middle_of_a_packet(self):
         def send(load):
             self.put(self.field, f"sent{load}.mdb", content=os.urandom(MB) * (30 * load), folder=self.field.send)
-            return self.killed_during(self.field, self.stored)
+            return self.killed_during(self.field, self.server.folder)
 
         def receive(load):
             self.offer(f"received{load}.mdb", os.urandom(MB) * (30 * load))
-            return self.killed_during(self.enterprise, lambda: arriving(self.enterprise.receive))
+            return self.killed_during(self.enterprise, self.enterprise.receive.parent)
 
         for attempt in (send, receive):
             with self.subTest(attempt=attempt.__name__):
