@@ -214,6 +214,17 @@ private:
         return LetsPass(m_receive, m_claims);
     }
 
+    DavFinding Claims() {
+        const std::wstring claim = JoinRemote(m_claims, L"claimed.mdb");
+        Put(L"claimed.mdb", "claimed");
+        const DavReply moved = m_server.Move(OwnPath(L"claimed.mdb"), claim, Other::Stays);
+        if (!moved.Succeeded()) return Broken(moved.failure);
+        if (ContentAt(claim) != "claimed") return Broken(L"A claimed file does not come as it was sent.");
+        const DavReply deleted = m_server.Delete(claim);
+        if (!deleted.Succeeded()) return Broken(deleted.failure);
+        return Kept(L"What is claimed can be fetched and deleted.");
+    }
+
     /// Whether what lies in a folder may be moved to another one, by an empty folder: nobody takes it for a
     /// packet meanwhile.
     DavFinding LetsPass(const std::wstring& from, const std::wstring& to) {
@@ -509,11 +520,13 @@ private:
     }
 
     /// Nothing where there is no such file. Throws a failure.
-    std::optional<std::string> Content(const std::wstring& name) const {
+    std::optional<std::string> Content(const std::wstring& name) const { return ContentAt(OwnPath(name)); }
+
+    std::optional<std::string> ContentAt(const std::wstring& path) const {
         constexpr DWORD kNotFound = 404;
         std::string content;
-        const DavReply reply = m_server.Get(
-            OwnPath(name), [&](base::Bytes bytes) { content.append(bytes.begin(), bytes.end()); });
+        const DavReply reply =
+            m_server.Get(path, [&](base::Bytes bytes) { content.append(bytes.begin(), bytes.end()); });
         if (reply.status == kNotFound) return std::nullopt;
         if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
         return content;
@@ -584,6 +597,7 @@ std::span<const DavPromises::Play::Promise> DavPromises::Play::Promises() {
         {L"large uploads", &Play::LargeUploads, L""},
         {L"send folder", &Play::SendFolder, kRightsAdvice},
         {L"receive folder", &Play::ReceiveFolder, kRightsAdvice},
+        {L"claims", &Play::Claims, kRightsAdvice},
         {L"end", &Play::Cleanliness, L""},
     };
     return kPromises;

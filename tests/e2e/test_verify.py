@@ -89,16 +89,17 @@ class VerifyTest(HttpsHostTest):
                 path.unlink()
             return status, headers, content
 
-        for lie, promise, text in (
-                (dropped, "names", "but does not list it"),
-                (lambda method, status, headers, content: (status, headers, content.replace(b">13<", b">12<")), "names",
+        for lie, promises, text in (
+                (dropped, {"names"}, "but does not list it"),
+                (lambda method, status, headers, content: (status, headers, content.replace(b">13<", b">12<")), {"names"},
                  "of 13 bytes, and lists it with 12"),
                 (lambda method, status, headers, content: (status, headers, b"x" * len(content) if method == "GET" else content),
-                 "contents", "comes back with other bytes"),
-                (lambda method, status, headers, content: (201 if method == "MOVE" else status, headers, content), "refusals",
-                 "is called a success")):
+                 {"contents"}, "comes back with other bytes"),
+                (lambda method, status, headers, content: (201 if method == "MOVE" else status, headers, content),
+                 {"refusals", "one winner"}, "3 were told that they won")):
             with self.subTest(text=text):
-                self.assertEqual(self.verify(self.server, Spoiler(self, self.server, lie=lie).url, 1)[promise], "failed")
+                found = self.verify(self.server, Spoiler(self, self.server, lie=lie).url, 1)
+                self.assertLessEqual(dict.fromkeys(promises, "failed").items(), found.items())
                 self.assertIn(text, self.said)
 
     def test_a_clock_that_goes_wrong(self):

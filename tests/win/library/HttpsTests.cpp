@@ -60,6 +60,14 @@ TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "packet");
 }
 
+TEST_F(Https, WithoutFoldersThereIsNothingToVerify) {
+    ComPtr<IZNVerification> verification;
+    ASSERT_EQ(remote.As(&verification), S_OK);
+    Init({{L"HTTPServer", L"https://127.0.0.1:9/"}, {L"RemoteSendFolder", L"up"}});
+    EXPECT_FALSE(Ask<bool>(&IZNVerification::Verify, verification, static_cast<IUnknown*>(nullptr)));
+    EXPECT_THAT(framework.LogText(), HasSubstr(L"one or more of the folders is not set"));
+}
+
 TEST_F(Https, OneTransferOfAFolderAtATime) {
     temp.File(L"out\\a.mdb", "packet");
     Configure(L"https://127.0.0.1:9/");
