@@ -1,14 +1,13 @@
 // See HttpConnection.h.
 #include "http/HttpConnection.h"
 
-#include <wincrypt.h>
-
 #include <utility>
 
 #include "base/Error.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
+#include "cipher/Base64.h"
 #include "http/HttpError.h"
 
 namespace {
@@ -57,19 +56,6 @@ bool IsThisComputer(const std::wstring& host) {
            base::EqualsIgnoringCase(host, L"localhost");
 }
 
-std::wstring Base64(const std::string& text) {
-    const auto* const bytes = reinterpret_cast<const BYTE*>(text.data());
-    const auto length = static_cast<DWORD>(text.size());
-    constexpr DWORD kForm = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
-    DWORD size = 0;
-    CryptBinaryToStringW(bytes, length, kForm, nullptr, &size);
-    std::wstring encoded(size, L'\0');
-    if (!CryptBinaryToStringW(bytes, length, kForm, encoded.data(), &size))
-        base::ThrowWin32(GetLastError(), L"Base64");
-    encoded.resize(size);
-    return encoded;
-}
-
 }  // namespace
 
 HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn) : m_goOn(std::move(goOn)) {
@@ -83,7 +69,8 @@ HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn) : m
     m_folder = url.path.ends_with(L'/') ? url.path : url.path + L"/";
     if (!site.user.empty())
         m_authorization =
-            L"Authorization: Basic " + Base64(base::ToUtf8(site.user) + ":" + base::ToUtf8(site.password));
+            L"Authorization: Basic " +
+            Base64Of(base::BytesOf(base::ToUtf8(site.user) + ":" + base::ToUtf8(site.password)));
     OpenSession();
     m_connection = WinHttpHandle(WinHttpConnect(m_session.Get(), url.host.c_str(), url.port, 0));
     if (!m_connection) Fail();

@@ -30,6 +30,8 @@ int Backups(const Options& options);
 int Config(const Options& options);
 /// Tests the FTP site of an installation.
 int Verify(const Options& options);
+/// Writes the password of the server into the settings file, enciphered by Windows.
+int Password(const Options& options);
 /// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.
 int EditSettings(const Options& options);
 /// Shows the transport at work: two installations exchange packets, and every file is compared.

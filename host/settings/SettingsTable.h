@@ -192,14 +192,16 @@ inline constexpr auto kSettings = [] {
             L"login that was saved in the registry; what is left empty here comes from "
             L"there."),
         Line<&Settings::ftpUser>(Ftp, L"user", Text, Optional, L"", L"User of the FTP server."),
-        Line<&Settings::ftpPassword>(Ftp, L"password", ValueKind::Password, Optional, L"",
-                                     L"Password of the user: enciphered, or plain."),
+        Line<&Settings::ftpPassword>(
+            Ftp, L"password", ValueKind::Password, Optional, L"",
+            L"Password of the user: enciphered (znhost password writes it so), or plain."),
         Line<&Settings::httpsServer>(
             Https, L"server", Text, Optional, L"",
             L"URL of the WebDAV folder in which the remote folders lie: https://server/folder."),
         Line<&Settings::httpsUser>(Https, L"user", Text, Optional, L"", L"User of the WebDAV server."),
-        Line<&Settings::httpsPassword>(Https, L"password", ValueKind::Password, Optional, L"",
-                                       L"Password of the user: enciphered, or plain."),
+        Line<&Settings::httpsPassword>(
+            Https, L"password", ValueKind::Password, Optional, L"",
+            L"Password of the user: enciphered (znhost password writes it so), or plain."),
         Line<&Settings::zip, &ZipSettings::inExtension>(
             Zip, L"in_extension", Text, Optional, L".mdb",
             L"Extension of the packets that are compressed: .mdb or .xml.", kPacketExtensions),

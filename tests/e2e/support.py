@@ -111,7 +111,7 @@ def start(*arguments, program=None, **options):
     # No pipes: what the program leaves behind when it is killed, and Wine's desktop process, which the first program
     # with a window brings up, inherit the outputs and live on, so that a pipe would not end with the program.
     outputs = {stream: tempfile.TemporaryFile() for stream in ("stdout", "stderr")}
-    process = subprocess.Popen(command(program, arguments), stdin=subprocess.DEVNULL, **outputs, **options)
+    process = subprocess.Popen(command(program, arguments), **{"stdin": subprocess.DEVNULL, **outputs, **options})
     process.outputs = outputs
     return process
 
