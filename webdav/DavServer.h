@@ -52,7 +52,9 @@ private:
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
-    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path) const;
+    /// reason: where more is known than what the status means.
+    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
+                           const std::wstring& reason = {}) const;
 
     HttpConnection m_connection;
 };

@@ -257,6 +257,7 @@ void Parser::AddPasswordOptions(CLI::App& password) {
     password.add_flag(
         "--machine", request.forComputer,
         "Let every account of this computer decipher it: for a service, or tasks of several accounts");
+    password.add_flag("--proxy", request.ofProxy, "Write that of the proxy");
     password.add_flag("--stdin", request.fromInput,
                       "Take it from the first line of the standard input (UTF-8) instead of asking for it");
 }

@@ -42,6 +42,7 @@ struct ServiceRequest {
 struct PasswordRequest {
     bool fromInput = false;    ///< not from the user
     bool forComputer = false;  ///< for all of its accounts
+    bool ofProxy = false;
 };
 
 struct Options;

@@ -9,8 +9,12 @@
 
 namespace {
 
-/// The password that the transport logs in with.
-const Setting& PasswordOf(const Settings& settings) {
+/// The password that the transport logs in with: to its server, or to the proxy before that.
+const Setting& PasswordOf(const Settings& settings, bool proxy) {
+    if (proxy && settings.transport != Transport::Https)
+        throw SettingsError(
+            {Complaint(settings, SettingOf<&Settings::transport>(), L"only https knows a login to a proxy")});
+    if (proxy) return SettingOf<&Settings::httpsProxyPassword>();
     if (settings.transport == Transport::Https) return SettingOf<&Settings::httpsPassword>();
     if (settings.transport == Transport::Ftp) return SettingOf<&Settings::ftpPassword>();
     throw SettingsError({Complaint(settings, SettingOf<&Settings::transport>(),
@@ -31,7 +35,7 @@ const wchar_t* WhoCanDecipher(ProtectedText::Readers readers) {
 int commands::Password(const Options& options) {
     const PasswordRequest& request = options.password;
     const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
-    const Setting& setting = PasswordOf(settings);
+    const Setting& setting = PasswordOf(settings, request.ofProxy);
     const SecretText password =
         request.fromInput ? ReadPasswordLine() : AskForPassword(setting.Title() + L" of " + settings.file);
     const auto readers =

@@ -30,11 +30,11 @@ def own_address():
 
 
 class Server:
-    def __init__(self, test, kind):
+    def __init__(self, test, kind, *options):
         check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
         if check.returncode != 0:
             skip(test, check.stderr.strip())
-        self.kind = kind
+        self.kind, self.options = kind, options
         self.address = own_address()
         self.folder = test.scratch / "server"
         self.packets = self.folder / "root" / "dav"
@@ -48,7 +48,7 @@ class Server:
         return f"https://{self.address}:{PORT}/dav"
 
     def start(self):
-        self.process = subprocess.Popen([TOOL, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
+        self.process = subprocess.Popen([TOOL, *self.options, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
         wait_until(self.answers)
 
     def answers(self):
@@ -204,9 +204,10 @@ class Stranger:
 
 class HttpsHostTest(ServerHostTest):
     KIND = "apache"
+    OPTIONS = ()
 
     def new_server(self):
-        return Server(self, self.KIND)
+        return Server(self, self.KIND, *self.OPTIONS)
 
     def connect(self, side, other):
         side.change("transport", "https")
