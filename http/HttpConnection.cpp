@@ -150,8 +150,7 @@ HttpRefusal HttpConnection::Greet() const {
     HttpRequest request = Open(L"HEAD", {}, HttpLogin::When::Asked);
     const DWORD status = Exchange(request, &HttpRequest::Send);
     const bool isRefused = status == HTTP_STATUS_DENIED || status == HTTP_STATUS_PROXY_AUTH_REQ;
-    const HttpRefusal refusal{isRefused ? status : 0,
-                              status == HTTP_STATUS_DENIED ? LoginMismatch(request) : L""};
+    HttpRefusal refusal{isRefused ? status : 0, status == HTTP_STATUS_DENIED ? LoginMismatch(request) : L""};
     request.Drain();
     return refusal;
 }

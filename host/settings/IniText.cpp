@@ -2,6 +2,7 @@
 #include "host/settings/IniText.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "base/Text.h"
 #include "base/Utf8.h"
@@ -62,11 +63,13 @@ void SetIn(std::wstring& text, std::wstring_view section, std::wstring_view name
 
 }  // namespace
 
-void SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
+bool SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
               const std::wstring& value) {
-    std::wstring wide = base::FromUtf8(text);
-    SetIn(wide, section, name, value);
-    text = base::ToUtf8(wide);
+    std::optional<std::wstring> wide = base::DecodedUtf8(text);
+    if (!wide) return false;
+    SetIn(*wide, section, name, value);
+    text = base::ToUtf8(*wide);
+    return true;
 }
 
 }  // namespace IniText

@@ -7,8 +7,8 @@
 namespace IniText {
 
 /// Both names in any letter case. What is missing is added: a name at the end of its section, a section at
-/// that of the text. text: UTF-8. value: as files hold it.
-void SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
+/// that of the text. value: as files hold it. False for a text that is not UTF-8.
+bool SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
               const std::wstring& value);
 
 }  // namespace IniText

@@ -307,8 +307,10 @@ std::wstring FileValue(const std::wstring& value) {
     return needsQuotes ? L'"' + value + L'"' : value;
 }
 
-void Set(std::string& text, const Setting& setting, const std::wstring& value) {
-    IniText::SetValue(text, setting.SectionName(), setting.name, value);
+/// file: that the text is of.
+void Set(std::string& text, const std::wstring& file, const Setting& setting, const std::wstring& value) {
+    if (!IniText::SetValue(text, setting.SectionName(), setting.name, value))
+        throw SettingsError({file + L": the file is not UTF-8 text"});
 }
 
 std::wstring ValueIn(const std::string& text, const Setting& setting) {
@@ -377,14 +379,14 @@ std::string NewSettingsText(const Settings& settings) {
 Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
     std::string text = SettingsText(file);
     for (const Setting& setting : kSettings)
-        if (setting.kind == ValueKind::Password) Set(text, setting, L"");
+        if (setting.kind == ValueKind::Password) Set(text, file, setting, L"");
     return Reader(file, text).Read();
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {
     const std::string before = base::ReadFile(file);
     std::string text = before;
-    Set(text, setting, stored);
+    Set(text, file, setting, stored);
     Overwrite(file, before, text);
 }
 
@@ -393,9 +395,9 @@ void WriteFtpSettings(const Settings& settings) {
     std::string text = before;
     for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
                                    SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>()})
-        Set(text, setting, FileValue(setting.text(settings)));
+        Set(text, settings.file, setting, FileValue(setting.text(settings)));
     constexpr const Setting& kPassword = SettingOf<&Settings::ftpPassword>();
-    Set(text, kPassword, StoredPassword(ValueIn(before, kPassword), settings.ftpPassword));
+    Set(text, settings.file, kPassword, StoredPassword(ValueIn(before, kPassword), settings.ftpPassword));
     Reader(settings.file, text).Read();
     Overwrite(settings.file, before, text);
 }

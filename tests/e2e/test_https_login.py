@@ -77,6 +77,16 @@ class PasswordTest(HttpsHostTest):
             self.assert_next_cycle_delivers()
             self.ledger.clear()
 
+    def test_a_line_that_is_missing_is_added_to_its_section(self):
+        text = self.field.settings.read_text(encoding="utf-8").replace(f"password = {PASSWORD}\n", "").replace("\n", "\r\n")
+        self.field.settings.write_text("\ufeff" + text, encoding="utf-8", newline="")
+        self.assertEqual(self.encipher().code, 0)
+        after = self.field.settings.read_bytes().decode("utf-8-sig")
+        line, = re.findall(r"(?s)\[https\][^\[]*\r\n(password = dpapi:[^\r\n]+\r\n)", after)
+        self.assertEqual(after.replace(line, ""), text)
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
+
     def test_what_cannot_be_deciphered_is_told_and_can_be_written_anew(self):
         self.encipher()
         good = self.stored()
@@ -113,6 +123,11 @@ class PasswordTest(HttpsHostTest):
                 outcome = run("password", self.field.settings, *(["--stdin"] if input_ else []), stdin=text)
             self.assertEqual(outcome.code, 2, outcome)
             self.assertIn(expected, outcome.errors)
+        good = self.field.settings.read_bytes()
+        self.field.settings.write_bytes(good + b"; \xff")
+        self.assertIn("the file is not UTF-8 text", self.encipher().errors)
+        self.assertEqual(self.field.settings.read_bytes(), good + b"; \xff")
+        self.field.settings.write_bytes(good)
         self.field.change("transport", "folder")
         self.assertIn("[host] transport = folder: packets travel through a folder", self.encipher().errors)
 
