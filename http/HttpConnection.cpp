@@ -101,6 +101,11 @@ std::wstring HttpConnection::PathOf(std::string_view path) const { return m_fold
 
 std::wstring HttpConnection::UrlOf(std::string_view path) const { return m_origin + PathOf(path); }
 
+HttpRequest HttpConnection::Open(const wchar_t* method, std::string_view path) const {
+    Greet();
+    return Open(method, path, HttpLogin::When::AtOnce);
+}
+
 HttpRequest HttpConnection::Open(const wchar_t* method, std::string_view path, HttpLogin::When when) const {
     const std::wstring place = PathOf(path);
     WinHttpHandle handle(WinHttpOpenRequest(m_connection.Get(), method, place.c_str(), nullptr,

@@ -28,10 +28,8 @@ public:
     /// computer. goOn: asked while a request waits.
     HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn);
 
-    /// path: percent-encoded, below that of the site; empty for the site itself.
-    HttpRequest Open(const wchar_t* method, std::string_view path) const {
-        return Open(method, path, HttpLogin::When::AtOnce);
-    }
+    /// path: percent-encoded, below that of the site; empty for the site itself. Greets first.
+    HttpRequest Open(const wchar_t* method, std::string_view path) const;
     /// Sends a request, and again as the login asks for it, and returns the status of the answer. send: sends
     /// it.
     DWORD Exchange(HttpRequest& request, const std::function<void(HttpRequest&)>& send) const;

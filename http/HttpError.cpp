@@ -51,6 +51,9 @@ constexpr ConnectionFault kConnectionFaults[] = {
      L"it cannot be reached, or refuses the connection. Check address and port, and whether it runs"},
     {ERROR_WINHTTP_TIMEOUT, L"it did not answer in time"},
     {ERROR_WINHTTP_CONNECTION_ERROR, L"the connection broke"},
+    // As Wine tells it.
+    {WSAECONNRESET, L"the connection broke"},
+    {WSAECONNABORTED, L"the connection broke"},
     {ERROR_WINHTTP_INVALID_SERVER_RESPONSE, L"it answers in no form that HTTP knows"},
     {ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED, L"it asks for a certificate of this computer. Install one among "
                                             L"the personal certificates, and name it by "

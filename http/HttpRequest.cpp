@@ -1,12 +1,15 @@
 // See HttpRequest.h.
 #include "http/HttpRequest.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <string_view>
 #include <utility>
 
 #include "base/Number.h"
 #include "base/SystemError.h"
+#include "base/WindowsTime.h"
 #include "com/MessagePump.h"
 #include "http/ClientCertificate.h"
 #include "http/HttpError.h"
@@ -208,8 +211,20 @@ void HttpRequest::Send() {
 }
 
 DWORD HttpRequest::SendOnce() {
-    return Outcome(WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
-                                      WINHTTP_NO_REQUEST_DATA, 0, WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0));
+    Begin();
+    m_isSending = false;
+    return Outcome(TRUE);
+}
+
+void HttpRequest::Begin() {
+    if (!WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0,
+                            WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0))
+        Fail(GetLastError());
+    m_isSending = true;
+}
+
+void HttpRequest::AwaitSent() {
+    if (std::exchange(m_isSending, false)) Await(TRUE);
 }
 
 /// The length is told in a header: the parameter for it ends at 4 GB.
@@ -227,6 +242,7 @@ void HttpRequest::Write(std::size_t bytes) {
 }
 
 DWORD HttpRequest::Receive() {
+    AwaitSent();
     const DWORD error = Outcome(WinHttpReceiveResponse(m_handle.Get(), nullptr));
     if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
     if (error != ERROR_SUCCESS) Fail(error);
@@ -281,11 +297,34 @@ std::optional<std::wstring> HttpRequest::Header(const wchar_t* name) const {
     return text;
 }
 
+std::optional<base::FileTime> HttpRequest::Date() const {
+    SYSTEMTIME date{};
+    DWORD size = sizeof date;
+    FILETIME time;
+    if (!WinHttpQueryHeaders(m_handle.Get(), WINHTTP_QUERY_DATE | WINHTTP_QUERY_FLAG_SYSTEMTIME,
+                             WINHTTP_HEADER_NAME_BY_INDEX, &date, &size, WINHTTP_NO_HEADER_INDEX) ||
+        !SystemTimeToFileTime(&date, &time))
+        return std::nullopt;
+    return base::FromWindowsTime(time);
+}
+
 /// Read as text: as a number the system tells no more than 32 bits.
 std::optional<std::uint64_t> HttpRequest::BodySize() const {
     const std::optional<std::wstring> text = Header(L"Content-Length");
     return text ? base::NumberIn<std::uint64_t>(*text) : std::nullopt;
 }
+
+/// "bytes 5-9/10", of which only an answer that is a part tells.
+std::uint64_t HttpRequest::RangeStart() const {
+    constexpr std::wstring_view kUnit = L"bytes ";
+    const std::wstring range = Header(L"Content-Range").value_or(std::wstring());
+    if (!range.starts_with(kUnit)) return 0;
+    const std::wstring_view start(range.begin() + kUnit.size(),
+                                  range.begin() + std::min(range.find(L'-'), range.size()));
+    return base::NumberIn<std::uint64_t>(start).value_or(0);
+}
+
+bool HttpRequest::MayBePart() const { return Header(L"Accept-Ranges") == L"bytes"; }
 
 base::Bytes HttpRequest::Read() {
     Await(WinHttpReadData(m_handle.Get(), m_signal->buffer.data(),

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/ByteStream.h"
+#include "base/FileTime.h"
 #include "base/Handle.h"
 #include "http/PublicKeyPins.h"
 
@@ -49,6 +50,9 @@ public:
     /// For the system's own logins. target, scheme: WINHTTP_AUTH_*. user: empty for that of the program.
     void SetCredentials(DWORD target, DWORD scheme, const std::wstring& user, const std::wstring& password);
 
+    /// Begins to send a request without a body. Receive waits for the rest: requests that are begun together
+    /// travel at the same time.
+    void Begin();
     /// Sends a request without a body.
     void Send();
     /// Sends the head of a request. bodySize: of what is written after it, in bytes.
@@ -60,6 +64,10 @@ public:
     /// Waits for the head of the answer and returns its status; 0 when the system wants the request to be
     /// sent again, in the middle of a login.
     DWORD Receive();
+    /// Of the head of the answer.
+    std::optional<std::wstring> Header(const wchar_t* name) const;
+    /// When the server answered, by its own clock.
+    std::optional<base::FileTime> Date() const;
     /// Each of a kind that the answer holds. query: WINHTTP_QUERY_*
     std::vector<std::wstring> Headers(DWORD query) const;
     /// Those logins of an answer that the system knows, as WINHTTP_AUTH_SCHEME_*.
@@ -68,6 +76,10 @@ public:
     void Drain();
     /// Of the body of the answer; nothing when the server tells none, or no number.
     std::optional<std::uint64_t> BodySize() const;
+    /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
+    std::uint64_t RangeStart() const;
+    /// Whether the server sends parts of it as well.
+    bool MayBePart() const;
     /// The next bytes of the body of the answer, until the next call; none at its end.
     base::Bytes Read();
 
@@ -83,14 +95,15 @@ private:
     DWORD SendOnce();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
+    void AwaitSent();
     void CheckRate();
-    std::optional<std::wstring> Header(const wchar_t* name) const;
     [[noreturn]] void Fail(DWORD error) const;
 
     std::wstring m_server;
     GoOn m_goOn;
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
+    bool m_isSending = false;
     bool m_hasClientCertificate = false;
     ULONGLONG m_attended = GetTickCount64();
     ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds

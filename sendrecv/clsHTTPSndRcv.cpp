@@ -8,7 +8,9 @@
 #include "services/Options.h"
 #include "services/Registry.h"
 #include "services/ShownProcedure.h"
+#include "webdav/DavPromises.h"
 #include "webdav/DavReceiver.h"
+#include "webdav/DavRelease.h"
 #include "webdav/DavSender.h"
 
 namespace {
@@ -34,6 +36,14 @@ std::wstring WithoutRoot(const std::wstring& folder) {
     const size_t first = folder.find_first_not_of(L'/');
     const size_t last = folder.find_last_not_of(L'/');
     return first == std::wstring::npos ? std::wstring() : folder.substr(first, last - first + 1);
+}
+
+void Show(const HostProgress& progress, const std::wstring& promise, const DavFinding& finding) {
+    const bool isBroken = finding.outcome == DavFinding::Outcome::Broken;
+    const wchar_t* const mark = finding.outcome == DavFinding::Outcome::Noted ? L"note: " : L"";
+    const std::wstring what = mark + promise + L": " + finding.what;
+    progress.AddMessage(finding.advice.empty() ? what : Lines(what, L"  -> " + finding.advice),
+                        isBroken ? ZN_PROGRESS_FAILURE : ZN_PROGRESS_INFORMATION);
 }
 
 }  // namespace
@@ -137,6 +147,40 @@ bool clsHTTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IU
         const std::wstring subFolder = WithoutRoot(RemotePath(FolderName));
         return WithServer(self, progress, [&](const DavServer& server) {
             return DavReceiver(server, progress).MoveFiles(remote, subFolder, local) && !progress.Cancelled();
+        });
+    });
+}
+
+bool clsHTTPSndRcv::IZNVerification_Verify(IUnknown* ProgressObject) {
+    const Procedure self(L"clsHTTPSndRcv.cls.IZNVerification_Verify");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        ReadMissingSettings();
+        const DavWay way{WithoutRoot(m_sRemoteSendFolder), WithoutRoot(m_sRemoteReceiveFolder),
+                         m_sLocalSendFolder, m_sLocalReceiveFolder};
+        if (way.send.empty() || way.receive.empty() || way.localSend.empty() || way.localReceive.empty())
+            return ShownProcedure(self.Name(), progress).Fail(L"one or more of the folders is not set");
+        progress.StatusText(L"Testing the WebDAV server");
+        return WithServer(self, progress, [&](const DavServer&) {
+            return DavPromises(m_site, way, progress).AreKept([&](const auto& promise, const auto& finding) {
+                Show(progress, promise, finding);
+            });
+        });
+    });
+}
+
+bool clsHTTPSndRcv::IZNClaims_ReleaseClaims(const std::wstring& Installation, IUnknown* ProgressObject) {
+    const Procedure self(L"clsHTTPSndRcv.cls.IZNClaims_ReleaseClaims");
+    return self.Guard(false, [&] {
+        const HostProgress progress(ProgressObject);
+        ReadMissingSettings();
+        const ShownProcedure shown(self.Name(), progress);
+        const std::wstring remote = WithoutRoot(m_sRemoteReceiveFolder);
+        if (remote.empty()) return shown.Fail(L"one or more of the Receive folders is not set");
+        return WithServer(self, progress, [&](const DavServer& server) {
+            if (!Installation.empty()) return ::ReleaseClaims(server, remote, Installation, shown, progress);
+            ShowClaims(server, remote, progress);
+            return true;
         });
     });
 }

@@ -6,7 +6,8 @@
 #include "http/HttpSite.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv2, _clsHTTPSndRcv>> {
+class clsHTTPSndRcv final
+    : public SenderReceiver<com::Dual<_clsHTTPSndRcv2, _clsHTTPSndRcv>, IZNVerification, IZNClaims> {
 public:
     clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
 
@@ -41,6 +42,15 @@ public:
     // IZNSenderReceiver and IZNSenderReceiver2
     STDMETHODIMP Connect(VARIANT_BOOL* Success) override;
     STDMETHODIMP Disconnect(VARIANT_BOOL* Success) override { return com::Return(Success, true); }
+    // IZNVerification
+    STDMETHODIMP Verify(IUnknown* Progress, VARIANT_BOOL* Result) override {
+        return com::Return(Result, [&] { return IZNVerification_Verify(Progress); });
+    }
+    // IZNClaims
+    STDMETHODIMP ReleaseClaims(BSTR Installation, IUnknown* Progress, VARIANT_BOOL* Result) override {
+        return com::Return(Result,
+                           [&] { return IZNClaims_ReleaseClaims(com::Text(Installation), Progress); });
+    }
 
 private:
     void TakeSetting(const std::wstring& name, const com::Variant& value) override;
@@ -48,6 +58,8 @@ private:
     void WriteSettings(IZNPropertySet* settings) const override;
     bool IZNSenderReceiver_Send(IUnknown* ProgressObject) override;
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
+    bool IZNVerification_Verify(IUnknown* ProgressObject);
+    bool IZNClaims_ReleaseClaims(const std::wstring& Installation, IUnknown* ProgressObject);
     std::wstring DisplayName() override { return L"HTTPS (WebDAV)"; }
 
     void ReadMissingSettings();

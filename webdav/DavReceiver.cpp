@@ -2,24 +2,29 @@
 #include "webdav/DavReceiver.h"
 
 #include <algorithm>
-#include <optional>
+#include <iterator>
+#include <map>
 #include <set>
 #include <vector>
 
 #include "base/FileSystem.h"
-#include "base/LocalNames.h"
 #include "base/Path.h"
-#include "base/StagedFile.h"
+#include "base/SystemError.h"
+#include "base/Text.h"
+#include "base/Utf8.h"
 #include "cipher/Sha256.h"
 #include "common/modMain.h"
+#include "webdav/DavInstallation.h"
 #include "webdav/DigestNotes.h"
+#include "webdav/IncomingPacket.h"
+#include "webdav/RemoteFiles.h"
 
 namespace {
 
-constexpr int kDeepest = 32;
+// A server whose line breaks again and again is left to the next transfer.
+constexpr int kMostAttempts = 10;
 
-/// Files below a remote folder, by their paths relative to it.
-using RemoteFiles = std::vector<std::wstring>;
+constexpr std::wstring_view kPartEnding = L".part";
 
 }  // namespace
 
@@ -33,145 +38,217 @@ public:
           m_self(L"clsHTTPSndRcv.cls.MoveFiles", m_progress),
           m_remote(std::move(remote)),
           m_subFolder(std::move(subFolder)),
-          m_claims(ClaimsOf(m_remote, InstallationOf(local))),
           m_local(local),
-          m_notes(m_server, UploadsOf(m_remote)) {}
+          m_installation(local),
+          m_claims(ClaimsOf(m_remote, m_installation.Name())),
+          m_notes(m_server, m_remote) {}
 
     bool Run() {
         // Before the packets: what is still an upload then is seen as one.
-        m_notes.Read();
-        const RemoteFiles claimed = FilesBelow(m_claims);
-        for (const std::wstring& packet : claimed)
-            if (!Receive(packet)) m_unfinished.insert(packet);
-        const RemoteFiles waiting = FilesBelow(m_remote);
-        const bool goesOn = waiting.empty() || ClaimAndReceive(waiting);
-        // Of one sub-folder alone nobody knows what waits in the others.
-        if (goesOn && m_subFolder.empty()) m_notes.DeleteDone(Remaining(waiting));
+        m_notes.ReadOf(JoinRemote(m_subFolder, L"*"));
+        const std::vector<std::wstring> claimed = Files(m_claims);
+        std::ranges::for_each(claimed, [&](const std::wstring& packet) { m_notes.ReadOf(packet); });
+        DeletePartsExceptOf(claimed);
+        std::ranges::for_each(claimed, [&](const std::wstring& packet) { ReceiveClaimed(packet); });
+        const std::vector<std::wstring> waiting = Files(m_remote);
+        const bool goesOn = ClaimAndReceive(waiting);
+        if (goesOn) DeleteNotes(waiting);
         return goesOn && m_isComplete;
     }
 
 private:
-    // --- What lies there
-    // ------------------------------------------------------------------------------------
-
-    RemoteFiles FilesBelow(const std::wstring& folder) {
-        RemoteFiles files;
-        Walk(folder, m_subFolder, 0, files);
-        return files;
+    std::vector<std::wstring> Files(const std::wstring& folder) {
+        return FilesBelow(
+            m_server, folder, m_subFolder, [&](const std::wstring& reason) { Stays(reason); },
+            [&](const std::wstring& subFolder) { m_notes.Read(subFolder); });
     }
 
-    void Walk(const std::wstring& folder, const std::wstring& subFolder, int depth, RemoteFiles& files) {
-        const auto entries = m_server.List(JoinRemote(folder, subFolder));
-        if (!entries) return;
-        base::LocalNames names;
-        for (const DavEntry& entry : *entries) {
-            const std::wstring path = JoinRemote(subFolder, entry.name);
-            if (!Path::IsPlainName(entry.name))
-                Stays(L"The server " + m_server.Name() + L" lists the name " + path +
-                      L", which cannot be the name of a file in the local folder. Rename or remove it on the "
-                      L"server.");
-            else if (!names.Add(entry.name))
-                Stays(L"The server " + m_server.Name() + L" lists the name " + path +
-                      L" and another one that differs only in the case of letters. Both would be one local "
-                      L"file. It stays there; rename or remove it.");
-            else if (!entry.isFolder)
-                files.push_back(path);
-            else if (depth == kDeepest)
-                Stays(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
-                      L" folders deep. Move it up.");
-            else
-                Walk(folder, path, depth + 1, files);
-        }
+    /// Runs a step whose failure keeps a packet where it is.
+    template <class Step>
+    bool Attempt(Step&& step) {
+        bool done = false;
+        const bool ended = Try(m_self, [&] {
+            done = step();
+            return true;
+        });
+        if (!ended) m_isComplete = false;
+        return done;
     }
 
-    std::set<std::wstring> Remaining(const RemoteFiles& waiting) const {
-        std::set<std::wstring> packets(waiting.begin(), waiting.end());
-        for (const std::wstring& packet : m_received)
-            packets.erase(packet);
-        packets.insert(m_unfinished.begin(), m_unfinished.end());
-        return packets;
+    bool Stays(const std::wstring& report) {
+        m_isComplete = false;
+        return m_self.Fail(report);
     }
 
-    // --- Moving
+    // --- Claims
     // ---------------------------------------------------------------------------------------------
 
-    /// False when the host wants an end.
-    bool ClaimAndReceive(const RemoteFiles& packets) {
+    /// False when nothing more can be received now.
+    bool ClaimAndReceive(const std::vector<std::wstring>& packets) {
+        if (packets.empty()) return true;
         m_progress.SetRange(0, static_cast<LONG>(packets.size()));
         LONG position = 0;
         for (const std::wstring& packet : packets) {
-            if (!ShowNext(m_progress, packet, position++)) return false;
-            if (Claim(packet) && Receive(packet)) m_received.insert(packet);
+            if (m_isFull || !ShowNext(m_progress, packet, position++)) return false;
+            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
         }
         return true;
     }
 
-    /// False where it is somebody else's, or an older version is still here, and where it fails.
+    bool ClaimAndReceive(const std::wstring& packet) {
+        const auto unfinished = m_unfinished.find(base::Upper(packet));
+        if (unfinished != m_unfinished.end() && !SetDamagedAside(unfinished->second)) return false;
+        // First: what cannot be stored here is left to other receivers.
+        IncomingPacket incoming = Incoming(packet);
+        if (Claim(packet)) return Receive(packet, incoming);
+        incoming.Drop();
+        return false;
+    }
+
+    /// False where it is somebody else's, and where it fails.
     bool Claim(const std::wstring& packet) {
-        if (m_unfinished.contains(packet)) return false;
         m_folders.Provide(JoinRemote(m_claims, RemotePath(Path::ParentFolder(LocalPath(packet)))));
         const std::wstring source = JoinRemote(m_remote, packet);
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(source, claim, DavServer::Other::Stays);
         // Somebody who was faster shows in many ways, and the answer to a success can get lost.
         if (reply.Succeeded() || m_server.Exists(claim)) return true;
-        if (!m_server.Exists(source)) return false;
-        Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
-        return false;
+        return m_server.Exists(source) &&
+               Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
+    }
+
+    bool DeleteClaim(const std::wstring& packet) {
+        const std::wstring claim = JoinRemote(m_claims, packet);
+        const DavReply reply = m_server.Delete(claim);
+        if (reply.Succeeded() || !m_server.Exists(claim)) return true;
+        return Stays(
+            Lines(L"Failed to delete the file " + packet + L" from the server. It will be received again.",
+                  reply.failure));
+    }
+
+    /// What waits now was sent later, and takes the place of one that did not come as it was sent. False
+    /// where it is unfinished for another reason.
+    bool SetDamagedAside(const std::wstring& packet) {
+        const auto damaged = m_damaged.find(packet);
+        if (damaged == m_damaged.end()) return false;
+        const std::wstring aside = JoinRemote(DamagedOf(m_remote), packet + L"~" + damaged->second);
+        m_folders.Provide(RemotePath(Path::ParentFolder(LocalPath(aside))));
+        const std::wstring claim = JoinRemote(m_claims, packet);
+        const DavReply reply = m_server.Move(claim, aside, DavServer::Other::IsReplaced);
+        return reply.Succeeded() || !m_server.Exists(claim) ||
+               Stays(Lines(L"Failed to set the damaged file " + packet + L" aside on the server.",
+                           reply.failure));
+    }
+
+    // --- Content
+    // --------------------------------------------------------------------------------------------
+
+    void ReceiveClaimed(const std::wstring& packet) {
+        const bool received = Attempt([&] {
+            IncomingPacket incoming = Incoming(packet);
+            return Receive(packet, incoming);
+        });
+        if (!received) m_unfinished.emplace(base::Upper(packet), packet);
+    }
+
+    IncomingPacket Incoming(const std::wstring& packet) const {
+        const std::wstring target = Path::Join(m_local, LocalPath(packet));
+        FileSystem::CreateFolders(Path::ParentFolder(target));
+        return {target, Path::Join(m_installation.Folder(), PartOf(packet))};
     }
 
     /// Of what is claimed.
-    bool Receive(const std::wstring& packet) {
-        return Try(m_self, [&] { return Fetch(packet) && DeleteClaim(packet); }) || (m_isComplete = false);
+    bool Receive(const std::wstring& packet, IncomingPacket& incoming) try {
+        return Fetch(packet, incoming) && DeleteClaim(packet);
+    } catch (const base::SystemError& error) {
+        if (error.Code() == ERROR_DISK_FULL || error.Code() == ERROR_HANDLE_DISK_FULL) {
+            m_isFull = true;
+            incoming.Drop();
+        }
+        throw;
     }
 
-    bool Fetch(const std::wstring& packet) {
-        const std::wstring target = Path::Join(m_local, LocalPath(packet));
-        FileSystem::CreateFolders(Path::ParentFolder(target));
-        base::StagedFile file(target);
-        Sha256 sum;
-        const auto take = [&](base::Bytes bytes) {
-            sum.Add(bytes);
-            file.Write(bytes);
-        };
-        const DavReply reply = m_server.Get(JoinRemote(m_claims, packet), take);
-        if (!reply.Succeeded())
-            return m_self.Fail(
-                Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
-        const std::wstring sha256 = sum.Finish();
-        const PacketDigest* const digest = DigestOf(packet, file.Size(), sha256);
-        if (!digest && m_notes.Tell(packet))
-            return m_self.Fail(
-                L"What came of file " + packet + L" from the server " + m_server.Name() +
-                L" is not what was sent: " + std::to_wstring(file.Size()) + L" bytes with the SHA-256 " +
-                sha256 +
-                L". The next transfer tries again, and newer versions wait until then. If that happens "
-                L"again, it was damaged there: delete " +
-                JoinRemote(m_claims, packet) + L" on the server, and send it anew.");
-        if (digest) file.SetModificationTime(digest->lastWrite);
-        file.Commit();
+    bool Fetch(const std::wstring& packet, IncomingPacket& incoming) {
+        // Without a digest nobody could tell what became of a part meanwhile.
+        if (!m_notes.Tell(packet)) incoming.GoOnAt(0);
+        const bool isContinued = incoming.Size() > 0;
+        const DavReply reply = Download(packet, incoming);
+        if (!reply.Succeeded() && reply.status != DavServer::kNothingThere)
+            return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
+        const std::wstring sha256 = incoming.Finish();
+        const PacketDigest* const digest = DigestOf(packet, incoming.Size(), sha256);
+        if (!digest && isContinued) {
+            incoming.GoOnAt(0);
+            return Fetch(packet, incoming);
+        }
+        if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
+        if (digest) incoming.SetModificationTime(digest->lastWrite);
+        incoming.TakePlace();
         return true;
+    }
+
+    /// Goes on after a line that broke, as long as each attempt brings more.
+    DavReply Download(const std::wstring& packet, IncomingPacket& incoming) const {
+        const auto begin = [&](std::uint64_t offset) {
+            if (offset != incoming.Size()) incoming.GoOnAt(offset);
+        };
+        const auto take = [&](base::Bytes bytes) { incoming.Write(bytes); };
+        for (int attempt = 1;; ++attempt) {
+            const std::uint64_t before = incoming.Size();
+            DavReply reply = m_server.Get(JoinRemote(m_claims, packet), before, begin, take);
+            if (reply.IsAnswered() || incoming.Size() <= before || attempt == kMostAttempts) return reply;
+        }
     }
 
     /// A version that was sent since the notes were read is told of by a new one.
     const PacketDigest* DigestOf(const std::wstring& packet, std::uint64_t size, const std::wstring& sha256) {
         if (const PacketDigest* const digest = m_notes.Find(packet, size, sha256)) return digest;
-        m_notes.Read();
+        m_notes.ReadNew();
         return m_notes.Find(packet, size, sha256);
     }
 
-    bool DeleteClaim(const std::wstring& packet) const {
-        const std::wstring claim = JoinRemote(m_claims, packet);
-        const DavReply reply = m_server.Delete(claim);
-        if (reply.Succeeded() || !m_server.Exists(claim)) return true;
-        return m_self.Fail(
-            Lines(L"Failed to delete the file " + packet + L" from the server. It will be received again.",
-                  reply.failure));
+    bool IsDamaged(const std::wstring& packet, IncomingPacket& incoming, const std::wstring& sha256) {
+        constexpr std::size_t kDigits = 8;
+        m_damaged[packet] = sha256.substr(0, kDigits);
+        incoming.Drop();
+        return Stays(L"What came of file " + packet + L" from the server " + m_server.Name() +
+                     L" is not what was sent: " + std::to_wstring(incoming.Size()) +
+                     L" bytes with the SHA-256 " + sha256 +
+                     L". The next transfer tries again. If that happens again, it was damaged there: send it "
+                     L"anew, then the damaged one goes to " +
+                     DamagedOf(m_remote) + L" on the server.");
     }
 
-    void Stays(const std::wstring& report) {
-        m_isComplete = false;
-        m_self.Fail(report);
+    // --- Leftovers
+    // ------------------------------------------------------------------------------------------
+
+    /// The name of the file with what came of a packet. Another installation in the same folder has claims
+    /// of its own.
+    std::wstring PartOf(const std::wstring& packet) const {
+        constexpr std::size_t kDigits = 32;
+        const std::string claim = base::ToUtf8(m_installation.Name() + L"/" + packet);
+        return Sha256Of(base::BytesOf(claim)).substr(0, kDigits).append(kPartEnding);
+    }
+
+    /// A part belongs to a claim: what is claimed later under its name may be another version.
+    void DeletePartsExceptOf(const std::vector<std::wstring>& claimed) const {
+        if (!m_subFolder.empty()) return;
+        std::set<std::wstring> parts;
+        std::ranges::transform(claimed, std::inserter(parts, parts.end()),
+                               [&](const std::wstring& packet) { return PartOf(packet); });
+        for (const FileSystem::FileEntry& file : FileSystem::List(m_installation.Folder()).files)
+            if (file.name.ends_with(kPartEnding) && !parts.contains(file.name))
+                FileSystem::TryDelete(Path::Join(m_installation.Folder(), file.name));
+    }
+
+    /// waiting: what did so after the notes were read.
+    void DeleteNotes(const std::vector<std::wstring>& waiting) const {
+        // Of one sub-folder alone nobody knows what waits in the others.
+        if (!m_subFolder.empty() || !m_notes.AreThere()) return;
+        std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
+        std::ranges::copy_if(waiting, std::inserter(packets, packets.end()),
+                             [&](const std::wstring& packet) { return !m_received.contains(packet); });
+        m_notes.DeleteDone(packets);
     }
 
     const DavServer& m_server;
@@ -179,12 +256,16 @@ private:
     const ShownProcedure m_self;
     const std::wstring m_remote;
     const std::wstring m_subFolder;  ///< that alone is received; empty for all
-    const std::wstring m_claims;
     const std::wstring& m_local;
+    const DavInstallation m_installation;
+    const std::wstring m_claims;
     DigestNotes m_notes;
-    std::set<std::wstring> m_unfinished;  ///< claims of earlier transfers that could not be received again
+    /// Claims that could not be received again, by their names here, where the case of letters is nothing.
+    std::map<std::wstring, std::wstring> m_unfinished;
+    std::map<std::wstring, std::wstring> m_damaged;  ///< of these, with the SHA-256 that came instead
     std::set<std::wstring> m_received;
     FolderProvider m_folders{m_server};
+    bool m_isFull = false;  ///< the local disk
     bool m_isComplete = true;
 };
 

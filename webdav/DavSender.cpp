@@ -13,7 +13,9 @@
 #include "base/Utf8.h"
 #include "base/WriteBlock.h"
 #include "cipher/Sha256.h"
+#include "webdav/DavInstallation.h"
 #include "webdav/PacketDigests.h"
+#include "webdav/RemoteFiles.h"
 
 namespace {
 
@@ -21,6 +23,10 @@ namespace {
 // are held, and would be uploaded again by the next run if this one ended.
 constexpr std::size_t kMostFiles = 100;
 constexpr std::uint64_t kMostBytes = 32 << 20;
+
+constexpr std::size_t kManyNotes = 20;
+
+constexpr std::uint64_t kLarge = 1 << 20;  // bytes
 
 std::vector<base::TreeFile> FilesToSend(const std::wstring& local) {
     std::vector<base::TreeFile> files = base::FilesBelow(local);
@@ -52,7 +58,7 @@ public:
           m_local(local),
           m_remote(std::move(remote)),
           m_uploads(UploadsOf(m_remote)),
-          m_installation(InstallationOf(local)) {}
+          m_installation(local) {}
 
     bool Run() {
         const std::vector<base::TreeFile> files = FilesToSend(m_local);
@@ -60,6 +66,7 @@ public:
         m_progress.SetRange(0, static_cast<LONG>(files.size()));
         m_folders.Provide(m_remote);
         m_folders.Provide(m_uploads);
+        CleanUp();
         for (const base::TreeFile& file : files) {
             if (!ShowNext(m_progress, file.name, m_position++)) break;
             if (!Send(file)) return Publish() && false;
@@ -69,8 +76,36 @@ public:
     }
 
 private:
+    /// What nobody needs takes room, which may be what is missing.
+    void CleanUp() {
+        std::vector<std::wstring> notes;
+        bool isForeign = false;
+        for (const DavEntry& entry : m_server.List(m_uploads).value_or(std::vector<DavEntry>())) {
+            if (entry.name.ends_with(kNoteEnding))
+                notes.push_back(entry.name);
+            else if (entry.name.starts_with(m_installation.Name() + L"~"))
+                m_server.Delete(JoinRemote(m_uploads, entry.name));  // of an earlier run
+            else
+                isForeign = true;
+        }
+        if (notes.size() >= kManyNotes && !isForeign && NothingWaits())
+            for (const std::wstring& note : notes)
+                m_server.Delete(JoinRemote(m_uploads, note));
+    }
+
+    /// Who receives through the server removes the notes with their packets; others, who take packets from
+    /// its disk, do not.
+    bool NothingWaits() const {
+        const Refuse ignore = [](const std::wstring&) {};
+        return FilesBelow(m_server, m_remote, {}, ignore).empty() &&
+               ClaimedPackets(m_server, m_remote).empty();
+    }
+
     /// False where the server takes nothing more.
     bool Send(const base::TreeFile& file) {
+        if (LiesInFolderOfTransport(file))
+            return Stays(L"The folder " + file.subFolder +
+                         L" has a name that on a WebDAV server only the transport uses. Rename it.");
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
             m_batch.pop_back();
@@ -83,17 +118,32 @@ private:
         upload.digest.sha256 = sum.Finish();
         m_bytes += upload.digest.size;
         if (reply.Succeeded()) return true;
-        Stays(Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure));
+        std::wstring reason =
+            Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure);
+        if (!reply.IsAnswered() && upload.digest.size >= kLarge)
+            reason = Lines(reason,
+                           L"If that happens with each packet of its size, it is too large for the server: "
+                           L"raise the server's limit for the body of a request.");
+        Stays(reason);
         // A part takes room, which may be what is missing; and some servers cannot list it.
-        if (reply.IsAnswered()) m_server.Delete(UploadPath(upload));
+        const DavReply removal = m_server.Delete(UploadPath(upload));
         m_batch.pop_back();
-        return IsOfThisFile(reply);
+        return IsOfThisFile(reply, removal);
     }
 
-    /// Whether another file may fare better.
-    static bool IsOfThisFile(const DavReply& reply) {
+    /// Whether another file may fare better. Where a body is refused before it was sent, the answer may get
+    /// lost.
+    bool IsOfThisFile(const DavReply& reply, const DavReply& next) {
         constexpr DWORD kTooLarge = 413;
-        return reply.status == kTooLarge;
+        constexpr int kMostUnanswered = 3;
+        if (reply.IsAnswered()) return reply.status == kTooLarge;
+        return next.IsAnswered() && ++m_unanswered < kMostUnanswered;
+    }
+
+    static bool LiesInFolderOfTransport(const base::TreeFile& file) {
+        for (std::wstring folder = file.subFolder; !folder.empty(); folder = Path::ParentFolder(folder))
+            if (IsOfTransport(Path::FileName(folder))) return true;
+        return false;
     }
 
     void Describe(Upload& upload) const {
@@ -101,7 +151,7 @@ private:
         upload.digest.packet = RemotePath(upload.file.RelativePath());
         upload.digest.size = file.Size();
         upload.digest.lastWrite = file.ModificationTime();
-        upload.digest.upload = m_installation + L"~" + VersionName(upload.digest);
+        upload.digest.upload = m_installation.Name() + L"~" + VersionName(upload.digest);
     }
 
     /// The same for the same version of the same packet: a second attempt replaces the first.
@@ -127,7 +177,7 @@ private:
         return m_isComplete;
     }
 
-    /// Of the batch those that the server tells to be there in full; what an earlier run left is removed.
+    /// Of the batch those that the server tells to be there in full.
     std::vector<const Upload*> WholeOnes(const std::deque<Upload>& batch) {
         const std::vector<DavEntry> listed = m_server.List(m_uploads).value_or(std::vector<DavEntry>());
         std::map<std::wstring, std::optional<std::uint64_t>> sizes;
@@ -144,15 +194,8 @@ private:
                       L", but does not "
                       L"list all of its " +
                       std::to_wstring(upload.digest.size) + L" bytes. It stays here for the next transfer.");
-            if (found != sizes.end()) sizes.erase(found);
         }
-        for (const auto& [name, size] : sizes)
-            if (IsLeftover(name)) m_server.Delete(JoinRemote(m_uploads, name));
         return whole;
-    }
-
-    bool IsLeftover(const std::wstring& name) const {
-        return name.starts_with(m_installation + L"~") && !name.ends_with(kNoteEnding);
     }
 
     /// Without it nobody could tell whether what arrives is what was sent.
@@ -195,11 +238,12 @@ private:
     const std::wstring& m_local;
     const std::wstring m_remote;
     const std::wstring m_uploads;
-    const std::wstring m_installation;
+    const DavInstallation m_installation;
     FolderProvider m_folders{m_server};
     std::deque<Upload> m_batch;  ///< that waits for its names
     std::uint64_t m_bytes = 0;   ///< of it
     LONG m_position = 0;
+    int m_unanswered = 0;  ///< uploads
     bool m_isComplete = true;
 };
 

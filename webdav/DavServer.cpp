@@ -75,6 +75,67 @@ std::wstring MeaningOf(DWORD status) {
     return L"it failed";
 }
 
+/// A file that comes in one answer, or in several.
+class Download {
+public:
+    Download(const std::wstring& server, const std::wstring& path, std::uint64_t offset,
+             const std::function<void(std::uint64_t)>& begin, const std::function<void(base::Bytes)>& take)
+        : m_server(server), m_path(path), m_begin(begin), m_take(take), m_offset(offset) {}
+
+    void Send(HttpRequest& request) const {
+        if (m_offset > 0) request.AddHeader(L"Range: bytes=" + std::to_wstring(m_offset) + L"-");
+        request.Send();
+    }
+
+    void Read(HttpRequest& answer) {
+        const std::optional<std::uint64_t> size = answer.BodySize();
+        const std::uint64_t start = answer.RangeStart();
+        if (!size)
+            m_failure = L"The server " + m_server + L" does not tell the length of " + m_path +
+                        L", so that nobody would know whether all of it came. Switch off its compression.";
+        else if (start != m_offset && (start != 0 || m_isContinued))
+            m_failure =
+                L"The server " + m_server + L" sent another part of " + m_path + L" than it was asked for.";
+        else
+            ReadBody(answer, start, *size);
+    }
+
+    bool IsWhole() const noexcept { return m_isWhole; }
+    /// Why what came is of no use; empty where it is.
+    const std::wstring& Failure() const noexcept { return m_failure; }
+
+private:
+    void ReadBody(HttpRequest& answer, std::uint64_t start, std::uint64_t size) {
+        // Wine ends each body at 2 GB. What is left of this one goes with its connection.
+        constexpr std::uint64_t kLongest = 1 << 30;
+        const std::uint64_t most = answer.MayBePart() ? kLongest : size;
+        m_begin(start);
+        std::uint64_t received = 0;
+        while (received < most) {
+            const base::Bytes bytes = answer.Read();
+            if (bytes.empty()) break;
+            m_take(bytes);
+            received += bytes.size();
+        }
+        m_offset = start + received;
+        m_isWhole = received == size;
+        m_isContinued = true;
+        // The system ends a body that is cut off as it ends a whole one.
+        if (received != std::min(size, most))
+            m_failure = L"The server " + m_server + L" sent " + std::to_wstring(received) + L" of the " +
+                        std::to_wstring(size) + L" bytes of " + m_path + L".";
+    }
+
+    const std::wstring& m_server;
+    const std::wstring& m_path;
+    const std::function<void(std::uint64_t)>& m_begin;
+    const std::function<void(base::Bytes)>& m_take;
+    std::uint64_t m_offset;  ///< where what comes next begins
+    bool m_isContinued = false;
+    bool m_isWhole = false;
+    std::wstring m_failure;
+};
+
 std::wstring LastName(const std::wstring& path) {
     const std::size_t end = path.find_last_not_of(L'/');
     const std::wstring trimmed = path.substr(0, end == std::wstring::npos ? 0 : end + 1);
@@ -159,34 +220,32 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
     return Ask(L"MOVE", from, [&](HttpRequest& request) {
-        request.AddHeader(L"Destination: " + m_connection.UrlOf(UrlPath::EncodePath(to)));
-        request.AddHeader(other == Other::IsReplaced ? L"Overwrite: T" : L"Overwrite: F");
+        AddDestination(request, m_connection.UrlOf(UrlPath::EncodePath(to)), other);
         request.Send();
     });
+}
+
+void DavServer::AddDestination(HttpRequest& request, const std::wstring& destination, Other other) {
+    request.AddHeader(L"Destination: " + destination);
+    request.AddHeader(other == Other::IsReplaced ? L"Overwrite: T" : L"Overwrite: F");
 }
 
 DavReply DavServer::Delete(const std::wstring& path) const { return Ask(L"DELETE", path, &SendNothing); }
 
 DavReply DavServer::Get(const std::wstring& path, const std::function<void(base::Bytes)>& take) const {
-    std::wstring failure;
-    const auto read = [&](HttpRequest& answer) {
-        const std::optional<std::uint64_t> size = answer.BodySize();
-        if (!size) {
-            failure = L"The server " + Name() + L" does not tell the length of " + path +
-                      L", so that nobody would know whether all of it came. Switch off its compression.";
-            return;
-        }
-        std::uint64_t received = 0;
-        for (base::Bytes bytes = answer.Read(); !bytes.empty(); bytes = answer.Read()) {
-            take(bytes);
-            received += bytes.size();
-        }
-        // The system ends a body that is cut off as it ends a whole one.
-        if (received != *size)
-            failure = L"The server " + Name() + L" sent " + std::to_wstring(received) + L" of the " +
-                      std::to_wstring(*size) + L" bytes of " + path + L".";
-    };
-    DavReply reply = Ask(L"GET", path, &SendNothing, read);
-    if (!failure.empty()) return {0, failure};
-    return reply;
+    return Get(
+        path, 0, [](std::uint64_t) {}, take);
+}
+
+DavReply DavServer::Get(const std::wstring& path, std::uint64_t offset,
+                        const std::function<void(std::uint64_t)>& begin,
+                        const std::function<void(base::Bytes)>& take) const {
+    Download download(Name(), path, offset, begin, take);
+    for (;;) {
+        DavReply reply = Ask(
+            L"GET", path, [&](HttpRequest& request) { download.Send(request); },
+            [&](HttpRequest& answer) { download.Read(answer); });
+        if (!download.Failure().empty()) return {0, download.Failure()};
+        if (!reply.Succeeded() || download.IsWhole()) return reply;
+    }
 }

@@ -42,9 +42,21 @@ public:
     DavReply Put(const std::wstring& path, std::string_view text) const;
     enum class Other { Stays, IsReplaced };
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
+    /// Tells a request where to move something. destination: a URL.
+    static void AddDestination(HttpRequest& request, const std::wstring& destination, Other other);
     DavReply Delete(const std::wstring& path) const;
     /// Hands a file's content over. The reply is no success where less came than the server told.
     DavReply Get(const std::wstring& path, const std::function<void(base::Bytes)>& take) const;
+    /// The same from an offset on; begin is told where what comes begins: there, or at 0 where the server
+    /// knows no parts. The status is kNothingThere where the file ends at the offset, or before.
+    DavReply Get(const std::wstring& path, std::uint64_t offset,
+                 const std::function<void(std::uint64_t)>& begin,
+                 const std::function<void(base::Bytes)>& take) const;
+    static constexpr DWORD kNothingThere = 416;
+
+    /// The failure of a reply that was no success. reason: where more is known than what the status means.
+    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
+                           const std::wstring& reason = {}) const;
 
 private:
     using Use = std::function<void(HttpRequest&)>;
@@ -52,9 +64,6 @@ private:
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
-    /// reason: where more is known than what the status means.
-    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
-                           const std::wstring& reason = {}) const;
 
     HttpConnection m_connection;
 };

@@ -1,38 +1,40 @@
 // See DavTransfer.h.
 #include "webdav/DavTransfer.h"
 
-#include <windows.h>
-
 #include <algorithm>
+#include <array>
 
-#include "base/FileSystem.h"
-#include "base/SystemError.h"
 #include "base/Text.h"
-#include "base/Utf8.h"
-#include "cipher/Sha256.h"
 #include "com/MessagePump.h"
 
 namespace {
 
-std::wstring ComputerName() {
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-    if (!GetComputerNameW(name, &length)) base::ThrowWin32(GetLastError(), L"name of the computer");
-    return {name, length};
-}
+constexpr std::wstring_view kUploads = L".uploads";
+constexpr std::wstring_view kClaims = L".claims";
+constexpr std::wstring_view kDamaged = L".damaged";
 
 }  // namespace
 
-std::wstring InstallationOf(const std::wstring& localFolder) {
-    constexpr std::size_t kDigits = 8;
-    const std::string path = base::ToUtf8(base::Upper(FileSystem::FullPath(localFolder)));
-    return ComputerName() + L"-" + Sha256Of(base::BytesOf(path)).substr(0, kDigits);
+std::wstring UploadsOf(const std::wstring& folder) { return folder + std::wstring(kUploads); }
+
+std::optional<std::wstring> FolderOfUploads(const std::wstring& name) {
+    if (!name.ends_with(kUploads)) return std::nullopt;
+    return name.substr(0, name.size() - kUploads.size());
 }
 
-std::wstring UploadsOf(const std::wstring& folder) { return folder + L".uploads"; }
+std::wstring AllClaimsOf(const std::wstring& folder) { return folder + std::wstring(kClaims); }
 
 std::wstring ClaimsOf(const std::wstring& folder, const std::wstring& installation) {
-    return folder + L".claims/" + installation;
+    return JoinRemote(AllClaimsOf(folder), installation);
+}
+
+std::wstring DamagedOf(const std::wstring& folder) { return folder + std::wstring(kDamaged); }
+
+bool IsOfTransport(std::wstring_view folderName) {
+    return std::ranges::any_of(std::array{kUploads, kClaims, kDamaged}, [&](std::wstring_view ending) {
+        return folderName.size() >= ending.size() &&
+               base::EqualsIgnoringCase(folderName.substr(folderName.size() - ending.size()), ending);
+    });
 }
 
 std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name) {

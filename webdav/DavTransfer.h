@@ -1,6 +1,7 @@
 // What sending and receiving through a WebDAV server have in common: the folders beside that of the packets.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,14 +12,19 @@
 #include "services/ShownProcedure.h"
 #include "webdav/DavServer.h"
 
-/// Who sends or receives: the names of what it keeps on the server begin with that of the installation. The
-/// same for each transfer of one local folder on one computer.
-std::wstring InstallationOf(const std::wstring& localFolder);
-
 /// Where a packet waits until it takes its own name, and where notes of digests lie.
 std::wstring UploadsOf(const std::wstring& folder);
-/// Where an installation keeps the packets that it has taken and not yet delivered.
+/// The other way round; nothing where it is no such name.
+std::optional<std::wstring> FolderOfUploads(const std::wstring& name);
+/// Where installations keep the packets that they have taken and not yet delivered.
+std::wstring AllClaimsOf(const std::wstring& folder);
 std::wstring ClaimsOf(const std::wstring& folder, const std::wstring& installation);
+/// Where packets are set aside that are not what was sent.
+std::wstring DamagedOf(const std::wstring& folder);
+
+/// Whether a folder is one of these, by its name. They lie among packets where a computer sends into a
+/// sub-folder of what another one receives, and hold none.
+bool IsOfTransport(std::wstring_view folderName);
 
 /// The ending of the names of such notes. What stands before it is the check sum of the note.
 inline constexpr std::wstring_view kNoteEnding = L".digests";

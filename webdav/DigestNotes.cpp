@@ -24,26 +24,46 @@ std::string TextOfNote(const DavServer& server, const std::wstring& folder, cons
 
 }  // namespace
 
-void DigestNotes::Read() {
-    const bool isFirst = std::exchange(m_isFirst, false);
-    const auto entries = m_server.List(m_uploads);
+void DigestNotes::Read(const std::wstring& subFolder) {
+    if (m_subFolders.insert(subFolder).second) ReadFolder(subFolder, true);
+}
+
+void DigestNotes::ReadOf(const std::wstring& packet) {
+    std::wstring folder = packet;
+    do {
+        folder.resize(folder.find_last_of(L'/') == std::wstring::npos ? 0 : folder.find_last_of(L'/'));
+        Read(folder);
+    } while (!folder.empty());
+}
+
+void DigestNotes::ReadNew() {
+    for (const std::wstring& subFolder : m_subFolders)
+        ReadFolder(subFolder, false);
+}
+
+void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
+    const auto entries = m_server.List(UploadsOf(JoinRemote(m_remote, subFolder)));
     if (!entries) return;
     for (const DavEntry& entry : *entries) {
         if (entry.name.ends_with(kNoteEnding))
-            ReadNote(entry.name, isFirst);
+            ReadNote(subFolder, entry.name, isFirst);
         else if (isFirst)
             m_waiting.insert(entry.name);
     }
 }
 
-void DigestNotes::ReadNote(const std::wstring& name, bool isFirst) {
-    if (m_read.contains(name)) return;
-    const auto digests = DigestsIn(TextOfNote(m_server, m_uploads, name));
-    if (!digests) return;
-    m_read.insert(name);
-    if (isFirst) m_first[name] = *digests;
-    for (const PacketDigest& digest : *digests)
+void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& name, bool isFirst) {
+    const std::wstring uploads = UploadsOf(JoinRemote(m_remote, subFolder));
+    const std::wstring path = JoinRemote(uploads, name);
+    if (m_read.contains(path)) return;
+    auto note = DigestsIn(TextOfNote(m_server, uploads, name));
+    if (!note) return;
+    for (PacketDigest& digest : *note) {
+        digest.packet = JoinRemote(subFolder, digest.packet);
         m_packets.emplace(digest.packet, digest);
+    }
+    m_read.insert(path);
+    if (isFirst) m_first[path] = *std::move(note);
 }
 
 const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t size,
@@ -55,13 +75,13 @@ const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t 
     return found == last ? nullptr : &found->second;
 }
 
-bool DigestNotes::IsDone(const std::vector<PacketDigest>& note, const std::set<std::wstring>& packets) const {
+bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& packets) const {
     return std::ranges::none_of(note, [&](const PacketDigest& digest) {
         return m_waiting.contains(digest.upload) || packets.contains(digest.packet);
     });
 }
 
 void DigestNotes::DeleteDone(const std::set<std::wstring>& packets) const {
-    for (const auto& [name, digests] : m_first)
-        if (IsDone(digests, packets)) m_server.Delete(JoinRemote(m_uploads, name));
+    for (const auto& [path, note] : m_first)
+        if (IsDone(note, packets)) m_server.Delete(path);
 }

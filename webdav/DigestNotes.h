@@ -11,31 +11,42 @@
 
 class DigestNotes {
 public:
-    /// uploads: the folder in which they lie.
-    DigestNotes(const DavServer& server, std::wstring uploads)
-        : m_server(server), m_uploads(std::move(uploads)) {}
+    /// remote: the folder of the packets.
+    DigestNotes(const DavServer& server, std::wstring remote)
+        : m_server(server), m_remote(std::move(remote)) {}
 
-    /// Reads those that came since the last time. One that cannot be read, or is damaged, is none. Throws
-    /// when they cannot be listed. Only what is read first may be deleted.
-    void Read();
+    /// Reads those of the packets that are sent into a sub-folder; empty for the folder itself. One that
+    /// cannot be read, or is damaged, is none. Throws when they cannot be listed. What is read so, before the
+    /// packets are listed, may be deleted later.
+    void Read(const std::wstring& subFolder);
+    /// Reads those of all folders into which a packet may have been sent.
+    void ReadOf(const std::wstring& packet);
+    /// Reads those that came since.
+    void ReadNew();
     /// The version of a packet that has this content, as its sender tells; null when none of them tells that.
     const PacketDigest* Find(const std::wstring& packet, std::uint64_t size,
                              const std::wstring& sha256) const;
     /// Whether one tells of the packet at all.
     bool Tell(const std::wstring& packet) const { return m_packets.contains(packet); }
-    /// Deletes those of the first reading of whose packets none waits any more. packets: what waited in the
-    /// remote folder, listed after that: a packet that was still among the uploads then is one that waits.
+    /// Whether there may be any to delete.
+    bool AreThere() const { return !m_first.empty(); }
+    /// Deletes those of the first reading of whose packets none waits any more. packets: what waits in the
+    /// remote folder, and then what is claimed, listed after that: so no packet on its way is overlooked. One
+    /// that was still among the uploads at the first reading is one that waits.
     void DeleteDone(const std::set<std::wstring>& packets) const;
 
 private:
-    void ReadNote(const std::wstring& name, bool isFirst);
-    bool IsDone(const std::vector<PacketDigest>& note, const std::set<std::wstring>& packets) const;
+    using Note = std::vector<PacketDigest>;
+
+    void ReadFolder(const std::wstring& subFolder, bool isFirst);
+    void ReadNote(const std::wstring& subFolder, const std::wstring& name, bool isFirst);
+    bool IsDone(const Note& note, const std::set<std::wstring>& packets) const;
 
     const DavServer& m_server;
-    const std::wstring m_uploads;
-    bool m_isFirst = true;
-    std::map<std::wstring, std::vector<PacketDigest>> m_first;  ///< of the first reading, by name
-    std::set<std::wstring> m_waiting;                           ///< names of uploads then
-    std::set<std::wstring> m_read;                              ///< names of notes
+    const std::wstring m_remote;
+    std::set<std::wstring> m_subFolders;   ///< whose notes were read
+    std::map<std::wstring, Note> m_first;  ///< of the first reading, by path
+    std::set<std::wstring> m_waiting;      ///< names of uploads then
+    std::set<std::wstring> m_read;         ///< paths of notes
     std::multimap<std::wstring, PacketDigest> m_packets;
 };

@@ -28,8 +28,10 @@ int List(const Options& options);
 int Backups(const Options& options);
 /// Shows the mobile configuration of both sides; passwords are not shown.
 int Config(const Options& options);
-/// Tests the FTP site of an installation.
+/// Tests the server of an installation.
 int Verify(const Options& options);
+/// Gives back what an installation that will not receive any more has claimed on a WebDAV server.
+int Release(const Options& options);
 /// Writes the password of the server into the settings file, enciphered by Windows.
 int Password(const Options& options);
 /// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.

@@ -31,7 +31,7 @@ constexpr const char* kExamples =
     "  znhost list C:\\Transport\\field.ini     what waits there\n"
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
     "  znhost config C:\\Transport\\field.ini   the folders and FTP settings of the registry\n"
-    "  znhost verify C:\\Transport\\field.ini   whether its FTP server works\n"
+    "  znhost verify C:\\Transport\\field.ini   whether its server does what packets need\n"
     "  znhost password C:\\Transport\\field.ini have Windows encipher its password\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
@@ -128,9 +128,17 @@ void Parser::AddCommands() {
         &commands::Config);
     AddForSettings(
         "verify",
-        "Test the FTP server: both folders, which lie directly in the folder of the login, take, give "
-        "back and delete a test file.",
+        "Test the server. FTP: both folders, which lie directly in the folder of the login, take, give "
+        "back and delete a test file. WebDAV: each thing that the transfer of packets stands on.",
         &commands::Verify);
+    CLI::App& release =
+        AddForSettings("release",
+                       "Give what an installation has claimed on a WebDAV server back to all who receive "
+                       "from there. For one "
+                       "that will not run again: the next run of any other takes its own claims up.",
+                       &commands::Release);
+    AddText(release, "INSTALLATION", m_options.installation,
+            "Its name on the server. Default: list those that hold packets");
     AddPasswordOptions(AddForSettings("password",
                                       "Write the password of the FTP or WebDAV server into the settings "
                                       "file, enciphered by Windows: for this "

@@ -56,9 +56,10 @@ struct Options {
     ServiceRequest service;
     BackupRequest backup;
     PasswordRequest password;
-    bool keep = false;    ///< demo: leave the scratch folder
-    ServerAccount ftp;    ///< demo: exchange packets through this server, too
-    ServerAccount https;  ///< the same for a WebDAV server
+    std::wstring installation;  ///< release: whose claims; empty to list all
+    bool keep = false;          ///< demo: leave the scratch folder
+    ServerAccount ftp;          ///< demo: exchange packets through this server, too
+    ServerAccount https;        ///< the same for a WebDAV server
 
     std::wstring AbsolutePath() const;
 };

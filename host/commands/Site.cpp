@@ -1,11 +1,16 @@
-// The commands verify and settings: the FTP site of an installation.
+// The commands verify and settings: the server of an installation.
+#include <chrono>
+
 #include "base/Console.h"
 #include "base/Error.h"
 #include "com/ComApartment.h"
+#include "com/Object.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
+#include "host/console/ConsoleProgress.h"
 #include "host/console/ExitCode.h"
+#include "host/console/Interrupt.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"
@@ -49,12 +54,7 @@ void Show(const std::wstring& problem) {
     MessageBoxW(nullptr, problem.c_str(), L"znhost settings", MB_ICONWARNING | MB_SETFOREGROUND);
 }
 
-}  // namespace
-
-int commands::Verify(const Options& options) {
-    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFtp, &CheckLogFile});
-    const ComApartment apartment;
-    Session session(settings);
+int VerifyFtp(Session& session) {
     std::wstring report;
     std::wstring failure = session.VerifySite(report);
     if (!failure.empty()) {
@@ -64,6 +64,45 @@ int commands::Verify(const Options& options) {
     }
     Console::Line(L"The FTP site works. " + report);
     return kAllDelivered;
+}
+
+std::wstring WhyNotVerified(const ConsoleProgress& progress, const Settings& settings) {
+    if (Interrupt::Requested()) return L"stopped by the user.";
+    if (progress.Failures().empty()) return L"the test could not be made: " + settings.LogReference();
+    return L"the WebDAV server does not keep what packets need: see what failed.";
+}
+
+int VerifyHttps(Session& session, const Settings& settings) {
+    const Interrupt interrupt;
+    // Each wait for the server has an end of its own.
+    const auto progress = com::Make<ConsoleProgress>(std::chrono::seconds(0));
+    if (!session.VerifyServer(static_cast<IZNProgress*>(progress.Get()))) {
+        Console::ErrorLine(L"znhost: " + WhyNotVerified(*progress.Get(), settings));
+        return kSomethingLeft;
+    }
+    Console::Line(L"The WebDAV server keeps what packets need.");
+    return kAllDelivered;
+}
+
+}  // namespace
+
+int commands::Verify(const Options& options) {
+    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckServer, &CheckLogFile});
+    const ComApartment apartment;
+    Session session(settings);
+    return settings.transport == Transport::Ftp ? VerifyFtp(session) : VerifyHttps(session, settings);
+}
+
+int commands::Release(const Options& options) {
+    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckHttps, &CheckLogFile});
+    const ComApartment apartment;
+    Session session(settings);
+    const Interrupt interrupt;
+    const auto progress = com::Make<ConsoleProgress>(std::chrono::seconds(0));
+    if (session.ReleaseClaims(options.installation, static_cast<IZNProgress*>(progress.Get())))
+        return kAllDelivered;
+    Console::ErrorLine(L"znhost: not everything was released: " + settings.LogReference());
+    return kSomethingLeft;
 }
 
 int commands::EditSettings(const Options& options) {

@@ -79,7 +79,8 @@ Finding ExamineServer(const Settings& settings) try {
     Session session(settings);
     if (session.Connects())
         return Good(L"remote", server + L" takes the login" +
-                                   (isFtp ? L"; \"znhost verify\" tests the folders there" : L""));
+                                   (isFtp ? L"; \"znhost verify\" tests the folders there"
+                                          : L"; \"znhost verify\" tests what it promises"));
     return Bad(L"remote", L"there is no connection to " + server + L": " + settings.LogReference(),
                L"Correct server, user and password in the settings, or have server and network corrected.");
 } catch (const base::Error& error) {

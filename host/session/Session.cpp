@@ -190,6 +190,17 @@ std::wstring Session::VerifySite(std::wstring& report) {
     return failure;
 }
 
+bool Session::VerifyServer(IUnknown* progress) {
+    const auto server = com::As<IZNVerification>(m_senderReceiver.Get());
+    return com::Get<bool>(&IZNVerification::Verify, server.Get(), progress);
+}
+
+bool Session::ReleaseClaims(const std::wstring& installation, IUnknown* progress) {
+    const auto server = com::As<IZNClaims>(m_senderReceiver.Get());
+    const com::Bstr name(installation);
+    return com::Get<bool>(&IZNClaims::ReleaseClaims, server.Get(), name.Get(), progress);
+}
+
 ZNDialogEnd Session::EditSite(FtpSite& site) {
     constexpr LONG kBothSides = 3;
     const auto properties = com::As<IZNMobileAdminProperties>(m_senderReceiver.Get());

@@ -39,6 +39,12 @@ public:
     bool Connects();
     /// What fails of the FTP site; empty when it works. report: what was tested then, in lines.
     std::wstring VerifySite(std::wstring& report);
+    /// Tries what a WebDAV server promises, and tells progress of each promise. False when something does not
+    /// hold.
+    bool VerifyServer(IUnknown* progress);
+    /// Gives back what an installation has claimed on a WebDAV server; empty: tells progress of all that hold
+    /// packets. False when something stays.
+    bool ReleaseClaims(const std::wstring& installation, IUnknown* progress);
     /// Shows the settings dialog of the sender/receiver, and returns how it ended. site: what the dialog
     /// starts with, and leaves when it was applied; the password as documents hold it.
     ZNDialogEnd EditSite(FtpSite& site);

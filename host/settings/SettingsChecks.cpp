@@ -21,14 +21,26 @@ void CheckProgram(const Settings& settings, const Setting& folder, const wchar_t
                       SettingOf<&Settings::encoder>().Title() + L" = " + TextOf(EncoderKind::None));
 }
 
+SettingsError NeedsTransport(const Settings& settings, const std::wstring& transport) {
+    constexpr const Setting& kTransport = SettingOf<&Settings::transport>();
+    return Refusal(settings, kTransport,
+                   std::wstring(L"this command needs ") + kTransport.name + L" = " + transport);
+}
+
 }  // namespace
 
 void CheckFtp(const Settings& settings) {
-    constexpr const Setting& kTransport = SettingOf<&Settings::transport>();
-    if (settings.transport != Transport::Ftp)
-        throw Refusal(settings, kTransport,
-                      std::wstring(L"this command needs ") + kTransport.name + L" = " +
-                          TextOf(Transport::Ftp));
+    if (settings.transport != Transport::Ftp) throw NeedsTransport(settings, TextOf(Transport::Ftp));
+}
+
+void CheckHttps(const Settings& settings) {
+    if (settings.transport != Transport::Https) throw NeedsTransport(settings, TextOf(Transport::Https));
+}
+
+void CheckServer(const Settings& settings) {
+    if (!settings.HasServer())
+        throw NeedsTransport(settings,
+                             TextOf(Transport::Ftp) + std::wstring(L" or ") + TextOf(Transport::Https));
 }
 
 void CheckNoFtpInService(const Settings& settings) {

@@ -8,6 +8,10 @@
 
 /// Packets travel through an FTP server.
 void CheckFtp(const Settings& settings);
+/// Packets travel through a WebDAV server.
+void CheckHttps(const Settings& settings);
+/// Packets travel through a server.
+void CheckServer(const Settings& settings);
 /// Packets do not travel through an FTP server: a service cannot use one.
 void CheckNoFtpInService(const Settings& settings);
 /// Local folders are no files, the outbox is there.

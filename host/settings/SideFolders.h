@@ -20,8 +20,12 @@ inline constexpr SideFolder kOlderVersions{&Settings::send, L".older"};
 inline constexpr SideFolder kKeptBackups{&Settings::receive, L".backups"};
 /// What must not be delivered.
 inline constexpr SideFolder kRefused{&Settings::receive, L".refused"};
+/// What the transport through HTTPS knows of each folder, and what came of a packet so far.
+inline constexpr SideFolder kSendThroughHttps{&Settings::send, L".https"};
+inline constexpr SideFolder kReceiveThroughHttps{&Settings::receive, L".https"};
 
 /// A file: what became of the last run.
 inline constexpr SideFolder kStatus{&Settings::send, L".status"};
 
-inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups, kRefused, kStatus};
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups,      kRefused,
+                                            kStatus,        kSendThroughHttps, kReceiveThroughHttps};

@@ -30,13 +30,16 @@ def own_address():
 
 
 class Server:
-    def __init__(self, test, kind, *options):
+    def __init__(self, test, kind, *options, extra=""):
+        """options: of the tool. extra: for the configuration of Apache, with {address} and {folder}."""
         check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
         if check.returncode != 0:
             skip(test, check.stderr.strip())
         self.kind, self.options = kind, options
         self.address = own_address()
-        self.folder = test.scratch / "server"
+        self.folder = test.scratch / f"{kind}-{self.address}"
+        self.folder.mkdir()
+        (self.folder / "extra.conf").write_text(extra.format(address=self.address, folder=self.folder))
         self.packets = self.folder / "root" / "dav"
         self.process = None
         test.addCleanup(self.kill)
@@ -80,10 +83,11 @@ class Spoiler:
     gateway: says 502 then; before, after: calls end, before the server hears of it or when it has answered;
     stop: calls end, and passes the request on a second later;
     "redirect URL": leads there, and the server never hears of it. lie: makes another (status, headers, content) of the
-    method, and of what the server has answered.
+    method, and of what the server has answered. largest: a body of more bytes is refused unread.
     """
 
-    def __init__(self, test, server, mode="", number=0, end=None, lie=None):
+    def __init__(self, test, server, mode="", number=0, end=None, lie=None, largest=1 << 40):
+        self.largest = largest
         self.server, self.mode, self.number, self.end, self.lie = server, mode, number, end, lie
         self.count = 0
         self.lock = threading.Lock()
@@ -115,7 +119,13 @@ class Spoiler:
         self.listener.server_close()
 
     def handle(self, request):
-        body = request.rfile.read(int(request.headers.get("Content-Length", 0)))
+        length = int(request.headers.get("Content-Length", 0))
+        if length > self.largest:
+            request.close_connection = True
+            return self.answer(request, 413, {}, b"too large")
+        body = request.rfile.read(length)
+        if len(body) < length:
+            return self.drop(request)
         with self.lock:
             self.count += 1
             mode = self.mode if self.count == self.number else ""
@@ -141,7 +151,7 @@ class Spoiler:
 
     @staticmethod
     def answer(request, status, headers, content):
-        request.send_response(status)
+        request.send_response_only(status)
         for name, value in headers.items():
             if name != "Content-Length":
                 request.send_header(name, value)
@@ -166,7 +176,8 @@ class Spoiler:
     @staticmethod
     def drop(request):
         request.close_connection = True
-        request.connection.shutdown(socket.SHUT_RDWR)
+        with contextlib.suppress(OSError):  # that the host has gone
+            request.connection.shutdown(socket.SHUT_RDWR)
 
 
 class Stranger:

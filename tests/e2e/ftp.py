@@ -82,10 +82,11 @@ class BendingProxy:
             commanded = threading.Event()
 
             def pass_commands():
-                for line in client.makefile("rb"):
-                    if line.startswith(self.command):
-                        commanded.set()
-                    upstream.sendall(line)
+                with contextlib.suppress(OSError):  # that the host has gone
+                    for line in client.makefile("rb"):
+                        if line.startswith(self.command):
+                            commanded.set()
+                        upstream.sendall(line)
 
             threading.Thread(target=pass_commands, daemon=True).start()
             for line in upstream.makefile("rb"):

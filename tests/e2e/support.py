@@ -28,13 +28,13 @@ WAITING = "waiting in send folder"
 
 
 def slow(method):
-    """Marks a test whose load is its point; such tests run only when asked for."""
+    """Marks a test whose load is its point, or a class of tests; such tests run only when asked for."""
     method.slow = True
     return method
 
 
 def is_slow(test):
-    return hasattr(getattr(test, test.id().rpartition(".")[2]), "slow")
+    return hasattr(test, "slow") or hasattr(getattr(test, test.id().rpartition(".")[2]), "slow")
 
 
 def skip(test, reason):
@@ -49,7 +49,8 @@ def windows(item):
 
 
 def sha256(path):
-    return hashlib.sha256(path.read_bytes()).hexdigest()
+    with path.open("rb") as file:
+        return hashlib.file_digest(file, "sha256").hexdigest()
 
 
 def files_below(folder):

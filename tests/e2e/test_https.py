@@ -7,46 +7,11 @@ import signal
 from dav import HttpsHostTest, Spoiler, Stranger
 from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
-AWKWARD = b"\r\n\n\r\x1a\x00\xff\xf4" * 500
 MODES = ("refuse", "lose", "gateway", "before", "after")
-NAMES = ("a.mdb", "empty.dat", "-a[1]{2}.mdb", "50% & more #1;+=@.xml", "Grüße \u65e5\u672c.mdb", "SUB/DEEP/b.xml", "SUB/c.mdb")
 
 
 class Transfers:
     """What holds with every server."""
-
-    def test_packets_travel_both_ways(self):
-        self.put(self.field, *NAMES)
-        self.put(self.field, "empty.dat", content=b"")
-        self.put(self.field, "awkward.mdb", content=AWKWARD)
-        self.put(self.enterprise, *NAMES)
-        del self.ledger[NAMES.index("empty.dat")]
-        self.assertEqual(set(self.assert_run(self.field).packets.values()), {"sent"})
-        self.assertEqual(files_below(self.to_enterprise).keys(), {*NAMES, "awkward.mdb"})
-        self.assertEqual(files_below(self.field.send), {})
-        self.assert_run(self.enterprise)
-        self.assert_run(self.field)
-        self.assert_delivered()
-        self.assertEqual(files_below(self.server.packets), {})
-        self.assertEqual(self.field.log + self.enterprise.log, "")
-
-    def test_of_two_versions_the_newer_one_arrives(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
-        self.ledger.clear()
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
-        self.put(self.field, "a.mdb")
-        del self.ledger[0]
-        self.assert_next_cycle_delivers()
-
-    def test_what_others_put_there_arrives_too(self):
-        self.to_enterprise.mkdir()
-        self.server.own(self.to_enterprise)
-        path = self.put(self.field, "plain.mdb", folder=self.to_enterprise)
-        self.server.own(path)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
 
     def test_what_was_damaged_on_the_server_is_not_delivered(self):
         self.put(self.field, "a.mdb")
@@ -57,22 +22,14 @@ class Transfers:
         self.assert_run(self.enterprise, 1)
         self.assertIn("is not what was sent", self.enterprise.log)
         self.assertEqual(files_below(self.enterprise.inbox), {})
-        # Sent anew it waits until the damaged one is gone: which of them is newer, nobody can tell.
-        claim, = (path for path in self.server.packets.rglob("a.mdb"))
-        claim.write_bytes(content)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
-
-    def test_a_full_disk_of_the_server(self):
-        Mount(self, self.server.packets, "1m")
-        self.server.own(self.server.packets)
+        # Sent anew, it takes the place of the damaged one.
+        self.ledger.clear()
         self.put(self.field, "a.mdb")
-        self.put(self.field, "large.mdb", content=os.urandom(3 << 20))
-        self.assert_run(self.field, 1)
-        self.assertIn("Failed to transmit file large.mdb", self.field.log)
-        self.assert_nothing_lost()
-        (self.field.send / "large.mdb").unlink()
-        del self.ledger[1]
+        self.assert_run(self.field)
+        self.assert_run(self.enterprise, 1)
+        self.assert_delivered()
+        self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
+        self.put(self.field, "b.mdb")
         self.assert_next_cycle_delivers()
 
 
@@ -102,6 +59,17 @@ class RefusalTest(HttpsHostTest):
         self.assert_waits("cannot be reached")
         self.assertIn("cannot be reached", self.assert_ends(1, "status", self.field.settings).output)
         self.server.start()
+        self.assert_next_cycle_delivers()
+
+    def test_a_packet_that_is_too_large(self):
+        """The others go. Of one that is refused before it has been sent the answer may get lost."""
+        self.put_many(4, 1000, None)
+        self.put(self.field, "2large.mdb", content=os.urandom(3 << 20))
+        self.use(Spoiler(self, self.server, largest=1 << 20).url)
+        self.assert_trouble(self.field, {("out", f"{number}.mdb"): "sent" for number in range(4)} | {("out", "2large.mdb"): WAITING})
+        self.assertIn("Failed to transmit file 2large.mdb", self.field.log)
+        self.assertIn("limit for the body of a request", self.field.log)
+        self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
     def test_a_stranger_hears_nothing(self):
@@ -239,7 +207,6 @@ class LiesTest(HttpsHostTest):
         for text, bend in (("is not what was sent", lambda headers, content: (200, headers, content[:-1] + b"x")),
                            ("is not what was sent", lambda headers, content: (200, headers, content[:-1])),
                            ("is not what was sent", lambda headers, content: (200, headers, b"")),
-                           ("sent 19999 of the 20000 bytes", lambda headers, content: (200, {"Content-Length": 20_000}, content[:-1])),
                            ("answers 404", lambda headers, content: (404, {}, b""))):
             with self.subTest(text=text):
                 self.receive_under(lie(bend), text)
@@ -256,6 +223,196 @@ class LiesTest(HttpsHostTest):
         self.assertIn("does not list all of its 20000 bytes", self.field.log)
         self.use(self.server.url)
         self.assert_next_cycle_delivers()
+
+
+class ContinuedDownloadTest(HttpsHostTest):
+    SIZE = 2 << 20
+
+    def setUp(self):
+        super().setUp()
+        self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
+        self.assert_run(self.field)
+
+    def receive(self, code, cuts, then=None):
+        """Cuts the first answers with a packet after nine tenths. Returns how much each of these answers held."""
+        came = []
+
+        def lie(method, status, headers, content):
+            if method != "GET" or len(content) < self.SIZE // 20:
+                return status, headers, content
+            came.append(len(content))
+            if len(came) <= cuts:
+                return status, headers | {"Content-Length": len(content)}, content[:len(content) * 9 // 10]
+            return then or (status, headers, content)
+        self.use(Spoiler(self, self.server, lie=lie).url)
+        self.assert_run(self.enterprise, code)
+        return came
+
+    def part(self):
+        part, = self.enterprise.receive.with_name("receive.https").glob("*.part")
+        return part
+
+    def test_in_the_same_transfer(self):
+        self.assertEqual(self.receive(0, cuts=1), [self.SIZE, self.SIZE - self.SIZE * 9 // 10])
+        self.assert_delivered()
+
+    def test_in_the_next_transfer(self):
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        self.assertEqual(self.receive(0, cuts=0), [self.SIZE - self.SIZE * 9 // 10])
+        self.assert_delivered()
+
+    def test_not_with_what_became_wrong(self):
+        for spoil in (lambda: self.part().write_bytes(bytes(1000)), lambda: self.part().write_bytes(bytes(2 * self.SIZE))):
+            self.receive(1, cuts=1, then=(503, {}, b""))
+            spoil()
+            self.assertEqual(self.receive(0, cuts=0)[-1], self.SIZE)
+            self.assert_delivered()
+            self.ledger.clear()
+            self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
+            self.assert_run(self.field)
+
+    def test_not_with_another_version(self):
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.unlink()
+        self.ledger.clear()
+        self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
+        self.assert_run(self.field)
+        self.assertEqual(self.receive(0, cuts=0), [self.SIZE])
+        self.assert_delivered()
+        self.assertFalse(files_below(self.server.packets))
+
+
+class LeftoversTest(HttpsHostTest):
+    def test_notes_stay_while_somebody_needs_them(self):
+        other = self.scratch / "other"
+        shutil.copytree(self.root, other)
+        other = Side(other, "enterprise")
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        # Ended with a claim: its own next run has to know what it must be.
+        process = None
+        spoiler = Spoiler(self, self.server, end=lambda: (process.kill(), process.wait()))
+        spoiler.lie = lambda method, status, headers, content: (
+            spoiler.end() if method == "MOVE" else None, (status, headers, content))[1]
+        self.use(spoiler.url)
+        process = start("run", self.enterprise.settings)
+        finish(process)
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.write_bytes(b"damaged")
+        self.use(self.server.url)
+        self.assertEqual(other.run().code, 0, other.log)
+        self.assert_run(self.enterprise, 1)
+        self.assertIn("is not what was sent", self.enterprise.log)
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+
+    def test_a_claim_comes_before_what_has_its_name_in_other_letters(self):
+        self.put(self.field, "A.mdb")
+        self.assert_run(self.field)
+        busy = Spoiler(self, self.server, lie=lambda method, status, headers, content: (
+            (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content)))
+        self.use(busy.url)
+        self.assert_run(self.enterprise, 1)
+        self.use(self.server.url)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        busy.lie = lambda method, status, headers, content: (
+            (503, {}, b"") if method == "GET" and claim in content else (status, headers, content))
+        claim = next(self.server.packets.glob("*.claims/*/A.mdb")).read_bytes()
+        self.use(busy.url)
+        self.assert_run(self.enterprise, 1)
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        self.use(self.server.url)
+        self.assert_run(self.enterprise)
+        self.assertEqual([*files_below(self.enterprise.inbox).values()], [self.ledger[0][2]])
+
+    def test_claims_of_one_who_does_not_come_back(self):
+        self.put(self.field, "a.mdb", "SUB/b.mdb")
+        self.assert_run(self.field)
+        self.assertIn("Nobody holds packets", self.assert_ends(0, "release", self.enterprise.settings).output)
+        claims = self.to_enterprise.with_name("to-enterprise.claims")
+        shutil.copytree(self.to_enterprise, claims / "GONE-1")
+        self.server.own(claims, *claims.rglob("*"))
+        for path in list(self.to_enterprise.rglob("*.mdb")):
+            path.unlink()
+        newer = self.put(self.field, "a.mdb", folder=self.to_enterprise)
+        self.server.own(newer)
+        self.assertIn("GONE-1 holds packets: 2", self.assert_ends(0, "release", self.enterprise.settings).output)
+        self.assert_ends(1, "release", self.enterprise.settings, "NOBODY")
+        self.assertIn("No installation NOBODY holds packets on the server.", self.enterprise.log)
+        self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
+        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+        newer.unlink()
+        self.ledger.pop()
+        self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_notes_do_not_pile_up(self):
+        """Where packets are taken from the server's disk, nobody else removes the notes."""
+        uploads = self.to_enterprise.with_name("to-enterprise.uploads")
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        for number in range(30):
+            (uploads / f"{number}.digests").write_bytes(b"")
+            self.server.own(uploads / f"{number}.digests")
+        self.put(self.field, "b.mdb")
+        self.assert_run(self.field)
+        self.assertEqual(len(files_below(uploads)), 32)
+        for path in self.to_enterprise.iterdir():
+            path.unlink()
+        self.ledger.clear()
+        self.put(self.field, "c.mdb")
+        self.assert_run(self.field)
+        self.assertEqual(len(files_below(uploads)), 1)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_what_cannot_be_stored_is_left_to_others(self):
+        self.put_many(6, 400_000, None)
+        self.assert_run(self.field)
+        volume = Mount(self, self.scratch / "volume", "1m")
+        self.enterprise.receive = volume.folder / "receive"
+        self.enterprise.change("receive", self.enterprise.receive)
+        self.assert_run(self.enterprise, 1)
+        self.assertEqual(len(files_below(self.to_enterprise)), 3)
+        self.assert_nothing_lost()
+        volume.remount("size=8m")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+
+class SubFolderTest(HttpsHostTest):
+    """Each field computer sends into a sub-folder of its own of what the enterprise receives."""
+
+    def connect(self, side, other):
+        super().connect(side, other)
+        if side is self.field:
+            side.change("remote_send", "/to-enterprise/field7")
+
+    def test_packets_arrive_from_it(self):
+        uploads = self.to_enterprise / "field7.uploads"
+        self.put(self.field, "a.mdb", "SUB/b.mdb")
+        self.assert_run(self.field)
+        (uploads / "other~1").write_bytes(b"half")
+        self.assert_run(self.enterprise)
+        expected = {f"field7/{name}": digest for _, name, digest in self.ledger}
+        self.assertEqual({name.replace("FIELD7", "field7"): digest for name, digest in files_below(self.enterprise.inbox).items()},
+                         expected)
+        self.assertEqual(files_below(uploads).keys(), {"other~1"})
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        (self.to_enterprise / "field7" / "a.mdb").write_bytes(bytes(20_000))
+        for _ in range(2):
+            self.assert_run(self.enterprise, 1)
+        self.assertEqual(self.enterprise.log.count("is not what was sent"), 2)
+
+    def test_no_packet_goes_where_nobody_looks(self):
+        self.put(self.field, "x.Claims/a.mdb")
+        self.assert_run(self.field, 1)
+        self.assertIn("has a name that on a WebDAV server only the transport uses", self.field.log)
+        self.assertEqual(len(files_below(self.field.send)), 1)
 
 
 class StopTest(HttpsHostTest):

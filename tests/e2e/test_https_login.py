@@ -244,6 +244,7 @@ class LighttpdDigestTest(GuardedTest):
         self.change_both("https.login", "digest")
         self.put(self.field, "a b.mdb", "c.mdb")
         self.assert_next_cycle_delivers()
+        self.assert_ends(0, "verify", self.field.settings)
 
 
 class OtherLoginsTest(GuardedTest):

@@ -4,8 +4,11 @@
 
 #include <tuple>
 
+#include "base/FileMoves.h"
+#include "base/FileSystem.h"
 #include "common/Apartment.h"
 #include "tests/win/library/SenderReceiverTest.h"
+#include "webdav/DavInstallation.h"
 
 namespace tests {
 namespace {
@@ -124,6 +127,46 @@ TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
         EXPECT_THAT(framework.LogText(), HasSubstr(why));
     }
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "packet");
+}
+
+TEST_F(Https, OneTransferOfAFolderAtATime) {
+    temp.File(L"out\\a.mdb", "packet");
+    Configure(L"https://127.0.0.1:9/");
+    {
+        const DavInstallation sender(temp / L"out");
+        const DavInstallation receiver(temp / L"IN");
+        EXPECT_FALSE(Send());
+        EXPECT_FALSE(Receive());
+        EXPECT_THAT(framework.log, testing::SizeIs(2));
+        EXPECT_THAT(framework.LogText(),
+                    AllOf(HasSubstr(L"out goes on. Begin again"), HasSubstr(L"in goes on. Begin again")));
+    }
+    framework.log.clear();
+    EXPECT_FALSE(Send());
+    EXPECT_THAT(framework.LogText(), Not(HasSubstr(L"Another transfer")));
+}
+
+TEST(DavInstallationName, IsThatOfOneFolderOnOneComputer) {
+    const TempFolder temp;
+    const auto name = [&](const wchar_t* folder) { return DavInstallation(temp / folder).Name(); };
+    const std::wstring first = name(L"in");
+    EXPECT_EQ(name(L"IN\\.\\"), first);
+    EXPECT_NE(name(L"other"), first);
+    // A copy, also one of another computer's, has a name of its own, and so does what was not written whole.
+    const std::wstring file = temp / L"in.https\\installation.txt";
+    FileSystem::CreateFolders(temp / L"copy.https");
+    FileSystem::CopyReplacing(file, temp / L"copy.https\\installation.txt");
+    const std::wstring copy = name(L"copy");
+    EXPECT_NE(copy, first);
+    EXPECT_EQ(name(L"copy"), copy);
+    std::string text = base::ReadFile(file);
+    text.resize(text.size() - 4);
+    FileSystem::DeleteFile(file);
+    base::WriteNewFile(file, text);
+    const std::wstring renewed = name(L"in");
+    EXPECT_NE(renewed, first);
+    EXPECT_EQ(name(L"in"), renewed);
+    EXPECT_THROW(DavInstallation(L"C:\\"), base::Error);
 }
 
 }  // namespace

@@ -1,0 +1,45 @@
+// See IncomingPacket.h.
+#include "webdav/IncomingPacket.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "base/FileMoves.h"
+#include "base/FileSystem.h"
+
+IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part)
+    : m_target(std::move(target)),
+      m_file(base::File::Open(part, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS)),
+      m_size(m_file.Size()) {
+    if (m_size > 0) GoOnAt(m_size);
+}
+
+void IncomingPacket::GoOnAt(std::uint64_t offset) {
+    constexpr std::uint64_t kBlock = 64 << 10;
+    m_file.Truncate(offset);
+    m_sum = Sha256();
+    std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min(offset, kBlock)));
+    for (m_size = 0; m_size < offset;) {
+        const std::size_t length = m_file.ReadAt(m_size, block);
+        m_sum.Add(base::Bytes(block).first(length));
+        m_size += length;
+    }
+}
+
+void IncomingPacket::Write(base::Bytes bytes) {
+    m_sum.Add(bytes);
+    m_file.WriteAt(m_size, bytes);
+    m_size += bytes.size();
+}
+
+void IncomingPacket::TakePlace() {
+    m_file.Flush();
+    m_file.Close();
+    FileSystem::MoveReplacing(m_file.Path(), m_target);
+}
+
+void IncomingPacket::Drop() {
+    m_file.Close();
+    FileSystem::TryDelete(m_file.Path());
+}

@@ -1,0 +1,37 @@
+// A packet on its way from a server to its place in the receive folder.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/ByteStream.h"
+#include "base/File.h"
+#include "base/FileTime.h"
+#include "cipher/Sha256.h"
+
+/// What came of it is kept in a file of its own until it is whole, also when the transfer ends before: the
+/// next one goes on from there.
+class IncomingPacket {
+public:
+    /// target: where it lies when it is whole; the folder is there. part: the file of what came.
+    IncomingPacket(std::wstring target, const std::wstring& part);
+
+    std::uint64_t Size() const noexcept { return m_size; }  ///< bytes of what came
+    /// What comes next begins at this offset, which is not beyond what came.
+    void GoOnAt(std::uint64_t offset);
+    void Write(base::Bytes bytes);
+    /// The SHA-256 of what came. Nothing is written after it, except from the beginning.
+    std::wstring Finish() { return m_sum.Finish(); }
+
+    void SetModificationTime(base::FileTime time) { m_file.SetModificationTime(time); }
+    /// It is whole: takes its place, also that of another file.
+    void TakePlace();
+    /// Nothing is left of it.
+    void Drop();
+
+private:
+    std::wstring m_target;
+    base::File m_file;
+    std::uint64_t m_size;
+    Sha256 m_sum;  ///< of what came
+};

@@ -1,0 +1,85 @@
+// See RemoteFiles.h.
+#include "webdav/RemoteFiles.h"
+
+#include "base/LocalNames.h"
+#include "base/Path.h"
+#include "webdav/DavTransfer.h"
+
+namespace {
+
+constexpr int kDeepest = 32;
+
+/// One walk through a folder and those below it.
+class Walk {
+public:
+    Walk(const DavServer& server, const std::wstring& root, const Refuse& refuse, const SentInto& sentInto)
+        : m_server(server), m_root(root), m_refuse(refuse), m_sentInto(sentInto) {}
+
+    void Through(const std::wstring& folder, int depth) {
+        const auto entries = m_server.List(JoinRemote(m_root, folder));
+        if (!entries) return;
+        TellWhoSends(folder, *entries);
+        base::LocalNames names;
+        for (const DavEntry& entry : *entries) {
+            const std::wstring path = JoinRemote(folder, entry.name);
+            if (!Path::IsPlainName(entry.name))
+                m_refuse(L"The server " + m_server.Name() + L" lists the name " + path +
+                         L", which cannot be the name of a file in the local folder. Rename or remove it on "
+                         L"the server.");
+            else if (!names.Add(entry.name))
+                m_refuse(
+                    L"The server " + m_server.Name() + L" lists the name " + path +
+                    L" and another one that differs only in the case of letters. Both would be one local "
+                    L"file. It stays there; rename or remove it.");
+            else if (!entry.isFolder)
+                m_files.push_back(path);
+            else if (depth == kDeepest)
+                m_refuse(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
+                         L" folders deep. Move it up.");
+            else if (!IsOfTransport(entry.name))
+                Through(path, depth + 1);
+        }
+    }
+
+    void TellWhoSends(const std::wstring& folder, const std::vector<DavEntry>& entries) const {
+        if (!m_sentInto) return;
+        for (const DavEntry& entry : entries)
+            if (const auto packets = FolderOfUploads(entry.name)) m_sentInto(JoinRemote(folder, *packets));
+    }
+
+    std::vector<std::wstring> Files() && { return std::move(m_files); }
+
+private:
+    const DavServer& m_server;
+    const std::wstring& m_root;
+    const Refuse& m_refuse;
+    const SentInto& m_sentInto;
+    std::vector<std::wstring> m_files;
+};
+
+}  // namespace
+
+std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring& folder,
+                                     const std::wstring& subFolder, const Refuse& refuse,
+                                     const SentInto& sentInto) {
+    Walk walk(server, folder, refuse, sentInto);
+    walk.Through(subFolder, 0);
+    return std::move(walk).Files();
+}
+
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote) {
+    const Refuse ignore = [](const std::wstring&) {};
+    std::vector<ClaimHolder> holders;
+    for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
+        std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, ignore);
+        if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
+    }
+    return holders;
+}
+
+std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote) {
+    std::set<std::wstring> packets;
+    for (const ClaimHolder& holder : ClaimHolders(server, remote))
+        packets.insert(holder.packets.begin(), holder.packets.end());
+    return packets;
+}

@@ -1,0 +1,32 @@
+// The files that lie below a folder of a WebDAV server.
+#pragma once
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "webdav/DavServer.h"
+
+/// Hears of what cannot lie in a local folder, in words that tell the way out.
+using Refuse = std::function<void(const std::wstring& reason)>;
+
+/// Hears of each sub-folder that somebody sends into, by its relative path, before what is in it is listed.
+using SentInto = std::function<void(const std::wstring& folder)>;
+
+/// Their paths relative to the folder, without what the transport keeps there. subFolder: the one below it
+/// that is looked into, with "/"; empty for all. A folder that is missing holds none. Throws when one cannot
+/// be listed.
+std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring& folder,
+                                     const std::wstring& subFolder, const Refuse& refuse,
+                                     const SentInto& sentInto = {});
+
+/// What an installation has claimed and not yet delivered.
+struct ClaimHolder {
+    std::wstring installation;
+    std::vector<std::wstring> packets;  ///< by their paths in the remote folder
+};
+/// Of a remote folder those who hold any.
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote);
+/// The packets of a remote folder that any of them holds.
+std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote);
