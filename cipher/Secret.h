@@ -34,3 +34,5 @@ struct WipingAllocator {
 
 /// Bytes of a password, a key or a plain message.
 using SecretBytes = std::vector<std::uint8_t, WipingAllocator<std::uint8_t>>;
+/// Characters of a password. (A string would keep a short one in itself, where nobody wipes it.)
+using SecretText = std::vector<wchar_t, WipingAllocator<wchar_t>>;

@@ -1,24 +1,19 @@
 // See Sha256.h.
 #include "cipher/Sha256.h"
 
-#include <array>
-#include <vector>
-
 #include "base/File.h"
 #include "com/ErrorInfo.h"
 
 namespace {
 
-using Digest = std::array<BYTE, 32>;
-
 void Check(NTSTATUS status) {
-    if (status < 0) com::Check(HRESULT_FROM_NT(status), L"SHA-256");
+    if (status < 0) com::Check(HRESULT_FROM_NT(status), L"check sum");
 }
 
-std::wstring Hexadecimal(const Digest& bytes) {
+std::wstring Hexadecimal(const std::vector<std::uint8_t>& bytes) {
     constexpr wchar_t kDigits[] = L"0123456789abcdef";
     std::wstring text;
-    for (const BYTE byte : bytes) {
+    for (const std::uint8_t byte : bytes) {
         text += kDigits[byte >> 4];
         text += kDigits[byte & 15];
     }
@@ -27,21 +22,23 @@ std::wstring Hexadecimal(const Digest& bytes) {
 
 }  // namespace
 
-Sha256::Sha256() {
-    Check(BCryptOpenAlgorithmProvider(m_provider.Put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0));
+CheckSum::CheckSum(const wchar_t* algorithm, std::size_t size) : m_size(size) {
+    Check(BCryptOpenAlgorithmProvider(m_provider.Put(), algorithm, nullptr, 0));
     Check(BCryptCreateHash(m_provider.Get(), m_hash.Put(), nullptr, 0, nullptr, 0, 0));
 }
 
-void Sha256::Add(base::Bytes bytes) {
+void CheckSum::Add(base::Bytes bytes) {
     // The function only reads them.
     Check(BCryptHashData(m_hash.Get(), const_cast<BYTE*>(bytes.data()), static_cast<ULONG>(bytes.size()), 0));
 }
 
-std::wstring Sha256::Finish() {
-    Digest digest;
-    Check(BCryptFinishHash(m_hash.Get(), digest.data(), static_cast<ULONG>(digest.size()), 0));
-    return Hexadecimal(digest);
+std::vector<std::uint8_t> CheckSum::FinishBytes() {
+    std::vector<std::uint8_t> sum(m_size);
+    Check(BCryptFinishHash(m_hash.Get(), sum.data(), static_cast<ULONG>(sum.size()), 0));
+    return sum;
 }
+
+std::wstring CheckSum::Finish() { return Hexadecimal(FinishBytes()); }
 
 std::wstring Sha256Of(base::Bytes bytes) {
     Sha256 sum;

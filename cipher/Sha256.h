@@ -4,17 +4,22 @@
 #include <windows.h>
 #include <bcrypt.h>
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/ByteStream.h"
 #include "base/Handle.h"
 
-/// SHA-256 of bytes that come one after the other.
-class Sha256 {
+/// A check sum of bytes that come one after the other.
+class CheckSum {
 public:
-    Sha256();
+    /// algorithm: BCRYPT_..._ALGORITHM. size: of its sums, in bytes.
+    CheckSum(const wchar_t* algorithm, std::size_t size);
     void Add(base::Bytes bytes);
-    /// The check sum of all of them, as hexadecimal text in small letters. After it there is nothing to add.
+    /// The check sum of all of them. After it there is nothing to add.
+    std::vector<std::uint8_t> FinishBytes();
+    /// The same as hexadecimal text in small letters.
     std::wstring Finish();
 
 private:
@@ -31,6 +36,12 @@ private:
 
     base::UniqueHandle<AlgorithmTraits> m_provider;
     base::UniqueHandle<HashTraits> m_hash;
+    std::size_t m_size;
+};
+
+class Sha256 : public CheckSum {
+public:
+    Sha256() : CheckSum(BCRYPT_SHA256_ALGORITHM, 32) {}
 };
 
 std::wstring Sha256Of(base::Bytes bytes);

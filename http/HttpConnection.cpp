@@ -1,8 +1,6 @@
 // See HttpConnection.h.
 #include "http/HttpConnection.h"
 
-#include <wincrypt.h>
-
 #include <utility>
 
 #include "base/Error.h"
@@ -10,6 +8,7 @@
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "http/HttpError.h"
+#include "http/HttpSession.h"
 
 namespace {
 
@@ -21,7 +20,10 @@ constexpr int kReceiveTimeOut = 120'000;
 // Names that the compiler's headers lack.
 constexpr DWORD kTls12 = 0x00000800;
 constexpr DWORD kTls13 = 0x00002000;
-constexpr DWORD kAutomaticProxy = 4;
+constexpr DWORD kIgnoreUnreachableRevocation = 155;
+
+// A server keeps a connection, and its challenge to log in, at least as long as that.
+constexpr ULONGLONG kFresh = 4000;  // milliseconds
 
 struct Url {
     bool isSecure = true;
@@ -57,22 +59,12 @@ bool IsThisComputer(const std::wstring& host) {
            base::EqualsIgnoringCase(host, L"localhost");
 }
 
-std::wstring Base64(const std::string& text) {
-    const auto* const bytes = reinterpret_cast<const BYTE*>(text.data());
-    const auto length = static_cast<DWORD>(text.size());
-    constexpr DWORD kForm = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
-    DWORD size = 0;
-    CryptBinaryToStringW(bytes, length, kForm, nullptr, &size);
-    std::wstring encoded(size, L'\0');
-    if (!CryptBinaryToStringW(bytes, length, kForm, encoded.data(), &size))
-        base::ThrowWin32(GetLastError(), L"Base64");
-    encoded.resize(size);
-    return encoded;
-}
-
 }  // namespace
 
-HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn) : m_goOn(std::move(goOn)) {
+HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn)
+    : m_goOn(std::move(goOn)),
+      m_login(std::make_unique<HttpLogin>(site)),
+      m_state(std::make_unique<State>()) {
     const Url url = Parsed(site.url);
     m_isSecure = url.isSecure;
     if (!m_isSecure && !IsThisComputer(url.host))
@@ -81,22 +73,18 @@ HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn) : m
     m_server = url.host + L":" + port;
     m_origin = (m_isSecure ? L"https://" : L"http://") + m_server;
     m_folder = url.path.ends_with(L'/') ? url.path : url.path + L"/";
-    if (!site.user.empty())
-        m_authorization =
-            L"Authorization: Basic " + Base64(base::ToUtf8(site.user) + ":" + base::ToUtf8(site.password));
-    OpenSession();
+    if (PublicKeyPins pins(site.pins); m_isSecure && pins.AreSet())
+        m_pins = std::make_shared<const PublicKeyPins>(std::move(pins));
+    if (!site.clientCertificate.empty()) m_clientCertificate = FindClientCertificate(site.clientCertificate);
+    OpenSession(site.proxy);
     m_connection = WinHttpHandle(WinHttpConnect(m_session.Get(), url.host.c_str(), url.port, 0));
     if (!m_connection) Fail();
 }
 
-/// With the proxy of the system's settings; Windows 7 knows those of the user alone.
-void HttpConnection::OpenSession() {
-    for (const DWORD proxy : {kAutomaticProxy, DWORD{WINHTTP_ACCESS_TYPE_DEFAULT_PROXY}}) {
-        m_session = WinHttpHandle(WinHttpOpen(L"znTransporter", proxy, WINHTTP_NO_PROXY_NAME,
-                                              WINHTTP_NO_PROXY_BYPASS, WINHTTP_FLAG_ASYNC));
-        if (m_session) return SetLimits();
-    }
-    Fail();
+void HttpConnection::OpenSession(const std::wstring& proxy) {
+    m_session = NewHttpSession(proxy);
+    if (!m_session) Fail();
+    SetLimits();
 }
 
 void HttpConnection::SetLimits() const {
@@ -114,18 +102,62 @@ std::wstring HttpConnection::PathOf(std::string_view path) const { return m_fold
 std::wstring HttpConnection::UrlOf(std::string_view path) const { return m_origin + PathOf(path); }
 
 HttpRequest HttpConnection::Open(const wchar_t* method, std::string_view path) const {
-    WinHttpHandle handle(WinHttpOpenRequest(m_connection.Get(), method, PathOf(path).c_str(), nullptr,
+    Greet();
+    return Open(method, path, HttpLogin::When::AtOnce);
+}
+
+HttpRequest HttpConnection::Open(const wchar_t* method, std::string_view path, HttpLogin::When when) const {
+    const std::wstring place = PathOf(path);
+    WinHttpHandle handle(WinHttpOpenRequest(m_connection.Get(), method, place.c_str(), nullptr,
                                             WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
                                             // The path is encoded already.
                                             WINHTTP_FLAG_ESCAPE_DISABLE | WINHTTP_FLAG_ESCAPE_DISABLE_QUERY |
                                                 (m_isSecure ? WINHTTP_FLAG_SECURE : 0)));
     if (!handle) Fail();
-    HttpRequest request(std::move(handle), m_server, m_goOn);
+    HttpRequest request(std::move(handle), m_server, m_pins, m_goOn);
     request.SetOption(WINHTTP_OPTION_DISABLE_FEATURE,
-                      WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_AUTHENTICATION);
+                      WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_COOKIES | m_login->FeaturesNotUsed());
     request.AddHeader(L"Accept-Encoding: identity");
-    if (!m_authorization.empty()) request.AddHeader(m_authorization);
+    if (m_isSecure) Secure(request);
+    m_login->Begin(request, method, place, when);
     return request;
+}
+
+/// A list of revoked certificates that cannot be reached stops nobody, which not every Windows can be told.
+void HttpConnection::Secure(HttpRequest& request) const {
+    if (m_clientCertificate) request.SetClientCertificate(m_clientCertificate.Get());
+    if (m_state->asksForRevocation && request.TrySetOption(kIgnoreUnreachableRevocation, TRUE))
+        request.SetOption(WINHTTP_OPTION_ENABLE_FEATURE, WINHTTP_ENABLE_SSL_REVOCATION);
+}
+
+bool HttpConnection::SparesRevocation(const HttpError& failure) const {
+    return failure.IsOfRevocation() && std::exchange(m_state->asksForRevocation, false);
+}
+
+DWORD HttpConnection::Exchange(HttpRequest& request, const std::function<void(HttpRequest&)>& send) const {
+    // A proxy and a server may ask, and the system may want to send a request again for each of their
+    // questions.
+    constexpr int kMostRounds = 10;
+    for (int round = 1;; ++round) {
+        send(request);
+        const DWORD status = request.Receive();
+        m_state->answered = GetTickCount64();
+        const bool again = status == 0 || m_login->Answer(request, status);
+        if (!again || round == kMostRounds) return status;
+        if (status != 0) request.Drain();
+    }
+}
+
+HttpRefusal HttpConnection::Greet() const {
+    const bool isNeeded = m_pins || m_login->IsAsked();
+    const bool isFresh = m_state->answered != 0 && GetTickCount64() - m_state->answered < kFresh;
+    if (!isNeeded || isFresh) return {};
+    HttpRequest request = Open(L"HEAD", {}, HttpLogin::When::Asked);
+    const DWORD status = Exchange(request, &HttpRequest::Send);
+    const bool isRefused = status == HTTP_STATUS_DENIED || status == HTTP_STATUS_PROXY_AUTH_REQ;
+    HttpRefusal refusal{isRefused ? status : 0, status == HTTP_STATUS_DENIED ? LoginMismatch(request) : L""};
+    request.Drain();
+    return refusal;
 }
 
 void HttpConnection::Fail(base::Where where) const { throw HttpError(GetLastError(), m_server, 0, where); }

@@ -55,7 +55,14 @@ constexpr ConnectionFault kConnectionFaults[] = {
     {WSAECONNRESET, L"the connection broke"},
     {WSAECONNABORTED, L"the connection broke"},
     {ERROR_WINHTTP_INVALID_SERVER_RESPONSE, L"it answers in no form that HTTP knows"},
-    {ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED, L"it asks for a certificate of this computer"},
+    {ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED, L"it asks for a certificate of this computer. Install one among "
+                                            L"the personal certificates, and name it by "
+                                            L"client_certificate"},
+    {ERROR_WINHTTP_CLIENT_CERT_NO_PRIVATE_KEY,
+     L"the client certificate has no private key here. Install it with its key"},
+    {ERROR_WINHTTP_CLIENT_CERT_NO_ACCESS_PRIVATE_KEY,
+     L"this account may not use the private key of the client certificate. Give it the right to read that "
+     L"key"},
     {ERROR_CANCELLED, L"the transfer was cancelled"},
     {ERROR_WINHTTP_OPERATION_CANCELLED, L"the transfer was cancelled"},
 };
@@ -75,4 +82,17 @@ std::wstring Explanation(DWORD code, DWORD certificate) {
 HttpError::HttpError(DWORD code, const std::wstring& server, DWORD certificate, Where where)
     : base::Error(HRESULT_FROM_WIN32(code),
                   L"The server " + server + L": " + Explanation(code, certificate) + L".", where),
-      m_code(code) {}
+      m_code(code),
+      m_certificate(certificate) {}
+
+HttpError HttpError::OfPin(const std::wstring& server, const std::wstring& pin, Where where) {
+    return {ERROR_WINHTTP_SECURE_FAILURE,
+            L"The server " + server + L": its public key is none of those that are pinned, but " + pin +
+                L". If the server was given a new key, and who runs it confirms this one, add it to pins.",
+            where};
+}
+
+bool HttpError::IsOfRevocation() const noexcept {
+    return m_certificate == WINHTTP_CALLBACK_STATUS_FLAG_CERT_REV_FAILED ||
+           m_code == ERROR_WINHTTP_SECURE_CERT_REV_FAILED;
+}

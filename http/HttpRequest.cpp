@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +11,7 @@
 #include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "com/MessagePump.h"
+#include "http/ClientCertificate.h"
 #include "http/HttpError.h"
 
 namespace {
@@ -20,6 +22,19 @@ constexpr ULONGLONG kLongestWait = 150'000;  // milliseconds
 // A server that sends less than this in that time holds the line, and nothing else.
 constexpr ULONGLONG kRateWindow = 60'000;  // milliseconds
 constexpr std::uint64_t kLeastBytes = 6'000;
+
+/// Nothing as long as there is a connection to a proxy alone, which leads to the server; some text that is no
+/// pin where none can be found out. No exception may reach the system.
+std::optional<std::wstring> PinOfServer(HINTERNET request) try {
+    Certificate certificate;
+    DWORD size = sizeof(PCCERT_CONTEXT);
+    if (WinHttpQueryOption(request, WINHTTP_OPTION_SERVER_CERT_CONTEXT, certificate.Put(), &size))
+        return PinOf(*certificate.Get());
+    if (GetLastError() == ERROR_WINHTTP_INCORRECT_HANDLE_STATE) return std::nullopt;
+    return L"unknown";
+} catch (...) {
+    return L"unknown";
+}
 
 }  // namespace
 
@@ -43,6 +58,17 @@ public:
     DWORD Error() const noexcept { return m_error; }
     DWORD Bytes() const noexcept { return m_bytes; }
 
+    /// Called by one of the system's threads when the connection is there, and nothing has been sent. A
+    /// server with another key gets nothing: the handle is closed, as the one way to end a request there.
+    void LookAtServer(HINTERNET handle);
+    /// The pin of a key that is none of those that are allowed; empty otherwise.
+    const std::wstring& RefusedPin() const noexcept { return m_refusedPin; }
+    /// Whether the server may learn what travels.
+    bool IsTrusted() const noexcept { return !pins || m_isKnown; }
+    /// For who closes the handle first.
+    bool Closes() noexcept { return !m_isClosed.exchange(true); }
+
+    std::shared_ptr<const PublicKeyPins> pins;
     DWORD certificate = 0;  ///< what is wrong with it
     std::array<std::uint8_t, 65'536> buffer;
 
@@ -50,13 +76,30 @@ private:
     base::KernelHandle m_event;
     DWORD m_error = ERROR_SUCCESS;
     DWORD m_bytes = 0;
+    bool m_isKnown = false;  ///< the key is one of those that are pinned
+    std::wstring m_refusedPin;
+    std::atomic<bool> m_isClosed = false;
 };
 
-HttpRequest::HttpRequest(WinHttpHandle handle, std::wstring server, GoOn goOn)
+void HttpRequest::Signal::LookAtServer(HINTERNET handle) {
+    if (!pins || !m_refusedPin.empty()) return;
+    const std::optional<std::wstring> pin = PinOfServer(handle);
+    if (!pin) return;
+    m_isKnown = pins->Hold(*pin);
+    if (m_isKnown) return;
+    m_refusedPin = *pin;
+    // First: once the other thread knows, the system's thread may go on.
+    if (Closes()) WinHttpCloseHandle(handle);
+    Complete(ERROR_WINHTTP_SECURE_FAILURE, 0);
+}
+
+HttpRequest::HttpRequest(WinHttpHandle handle, std::wstring server, std::shared_ptr<const PublicKeyPins> pins,
+                         GoOn goOn)
     : m_server(std::move(server)),
       m_goOn(std::move(goOn)),
       m_signal(std::make_shared<Signal>()),
       m_handle(std::move(handle)) {
+    m_signal->pins = std::move(pins);
     auto context = std::make_unique<std::shared_ptr<Signal>>(m_signal);
     auto value = reinterpret_cast<DWORD_PTR>(context.get());
     if (!WinHttpSetOption(m_handle.Get(), WINHTTP_OPTION_CONTEXT_VALUE, &value, sizeof value) ||
@@ -66,13 +109,19 @@ HttpRequest::HttpRequest(WinHttpHandle handle, std::wstring server, GoOn goOn)
     context.release();  // the notification that the handle closes deletes it
 }
 
-HttpRequest::~HttpRequest() = default;
+HttpRequest::~HttpRequest() {
+    // Closed by the check of the server, it may be somebody else's by now.
+    if (m_signal && !m_signal->Closes()) m_handle.Release();
+}
 
-void CALLBACK HttpRequest::OnStatus(HINTERNET, DWORD_PTR context, DWORD status, void* information,
+void CALLBACK HttpRequest::OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
                                     DWORD length) {
     auto* const signal = reinterpret_cast<std::shared_ptr<Signal>*>(context);
     if (!signal) return;
     switch (status) {
+    case WINHTTP_CALLBACK_STATUS_SENDING_REQUEST:
+        // The handle's end takes away what the context points to.
+        return std::shared_ptr<Signal>(*signal)->LookAtServer(handle);
     case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
         return (*signal)->Complete(ERROR_SUCCESS, 0);
@@ -93,18 +142,26 @@ void CALLBACK HttpRequest::OnStatus(HINTERNET, DWORD_PTR context, DWORD status, 
     }
 }
 
-void HttpRequest::Fail(DWORD error) const { throw HttpError(error, m_server, m_signal->certificate); }
+void HttpRequest::Fail(DWORD error) const {
+    if (!m_signal->RefusedPin().empty()) throw HttpError::OfPin(m_server, m_signal->RefusedPin());
+    throw HttpError(error, m_server, m_signal->certificate);
+}
 
 void HttpRequest::Await(BOOL begun) {
-    if (!begun) Fail(GetLastError());
+    if (const DWORD error = Outcome(begun)) Fail(error);
+}
+
+DWORD HttpRequest::Outcome(BOOL begun) {
+    if (!begun) return GetLastError();
     const ULONGLONG start = GetTickCount64();
     while (!m_signal->Wait(kSlice)) {
         AttendToHost();
         if (GetTickCount64() - start > kLongestWait) Fail(ERROR_WINHTTP_TIMEOUT);
     }
-    if (m_signal->Error() != ERROR_SUCCESS) Fail(m_signal->Error());
     // Of a long file each part may come at once.
     if (GetTickCount64() - m_attended >= kSlice) AttendToHost();
+    // Under Wine a request goes on whose handle was closed while it was sent.
+    return m_signal->RefusedPin().empty() ? m_signal->Error() : ERROR_WINHTTP_SECURE_FAILURE;
 }
 
 void HttpRequest::AttendToHost() {
@@ -120,7 +177,43 @@ void HttpRequest::AddHeader(const std::wstring& header) {
 }
 
 void HttpRequest::SetOption(DWORD option, DWORD value) {
-    if (!WinHttpSetOption(m_handle.Get(), option, &value, sizeof value)) Fail(GetLastError());
+    if (!TrySetOption(option, value)) Fail(GetLastError());
+}
+
+bool HttpRequest::TrySetOption(DWORD option, DWORD value) {
+    return WinHttpSetOption(m_handle.Get(), option, &value, sizeof value);
+}
+
+void HttpRequest::SetClientCertificate(PCCERT_CONTEXT certificate) {
+    m_hasClientCertificate = true;
+    const DWORD size = certificate ? sizeof *certificate : 0;
+    // The system only reads it.
+    if (!WinHttpSetOption(m_handle.Get(), WINHTTP_OPTION_CLIENT_CERT_CONTEXT,
+                          const_cast<CERT_CONTEXT*>(certificate), size))
+        Fail(GetLastError());
+}
+
+void HttpRequest::SetCredentials(DWORD target, DWORD scheme, const std::wstring& user,
+                                 const std::wstring& password) {
+    if (!WinHttpSetCredentials(m_handle.Get(), target, scheme, user.empty() ? nullptr : user.c_str(),
+                               user.empty() ? nullptr : password.c_str(), nullptr))
+        Fail(GetLastError());
+}
+
+/// A server may ask for a certificate and do without it: what is told that there is none goes on.
+void HttpRequest::Send() {
+    DWORD error = SendOnce();
+    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
+        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
+        if (SendOnce() == ERROR_SUCCESS) return;
+    }
+    if (error != ERROR_SUCCESS) Fail(error);
+}
+
+DWORD HttpRequest::SendOnce() {
+    Begin();
+    m_isSending = false;
+    return Outcome(TRUE);
 }
 
 void HttpRequest::Begin() {
@@ -134,11 +227,6 @@ void HttpRequest::AwaitSent() {
     if (std::exchange(m_isSending, false)) Await(TRUE);
 }
 
-void HttpRequest::Send() {
-    Begin();
-    AwaitSent();
-}
-
 /// The length is told in a header: the parameter for it ends at 4 GB.
 void HttpRequest::SendHead(std::uint64_t bodySize) {
     AddHeader(L"Content-Length: " + std::to_wstring(bodySize));
@@ -148,13 +236,16 @@ void HttpRequest::SendHead(std::uint64_t bodySize) {
 std::span<std::uint8_t> HttpRequest::Buffer() const noexcept { return m_signal->buffer; }
 
 void HttpRequest::Write(std::size_t bytes) {
+    if (!m_signal->IsTrusted()) Fail(ERROR_WINHTTP_SECURE_FAILURE);
     Await(WinHttpWriteData(m_handle.Get(), m_signal->buffer.data(), static_cast<DWORD>(bytes), nullptr));
     if (m_signal->Bytes() != bytes) Fail(ERROR_WINHTTP_CONNECTION_ERROR);
 }
 
 DWORD HttpRequest::Receive() {
     AwaitSent();
-    Await(WinHttpReceiveResponse(m_handle.Get(), nullptr));
+    const DWORD error = Outcome(WinHttpReceiveResponse(m_handle.Get(), nullptr));
+    if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
+    if (error != ERROR_SUCCESS) Fail(error);
     DWORD status = 0;
     DWORD size = sizeof status;
     if (!WinHttpQueryHeaders(m_handle.Get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
@@ -163,6 +254,36 @@ DWORD HttpRequest::Receive() {
     m_windowStart = GetTickCount64();
     m_windowBytes = 0;
     return status;
+}
+
+std::vector<std::wstring> HttpRequest::Headers(DWORD query) const {
+    std::vector<std::wstring> headers;
+    for (DWORD index = 0;;) {
+        constexpr DWORD kLongest = 16'384;
+        std::wstring text(kLongest, L'\0');
+        DWORD bytes = kLongest * sizeof(wchar_t);
+        if (!WinHttpQueryHeaders(m_handle.Get(), query, WINHTTP_HEADER_NAME_BY_INDEX, text.data(), &bytes,
+                                 &index))
+            return headers;
+        text.resize(bytes / sizeof(wchar_t));
+        headers.push_back(std::move(text));
+    }
+}
+
+DWORD HttpRequest::OfferedSchemes() const {
+    DWORD offered = 0;
+    DWORD first = 0;
+    DWORD target = 0;
+    return WinHttpQueryAuthSchemes(m_handle.Get(), &offered, &first, &target) ? offered : 0;
+}
+
+void HttpRequest::Drain() {
+    constexpr std::size_t kMost = 64 << 10;
+    for (std::size_t read = 0; read < kMost;) {
+        const std::size_t length = Read().size();
+        if (length == 0) return;
+        read += length;
+    }
 }
 
 std::optional<std::wstring> HttpRequest::Header(const wchar_t* name) const {

@@ -10,10 +10,12 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "base/ByteStream.h"
 #include "base/FileTime.h"
 #include "base/Handle.h"
+#include "http/PublicKeyPins.h"
 
 /// Sessions, connections and requests of WinHTTP.
 struct WinHttpHandleTraits {
@@ -31,8 +33,10 @@ public:
     /// Asked now and then while the request waits; after False it is cancelled.
     using GoOn = std::function<bool()>;
 
-    /// handle: a request that was opened and not sent. server: for errors.
-    HttpRequest(WinHttpHandle handle, std::wstring server, GoOn goOn);
+    /// handle: a request that was opened and not sent. server: for errors. pins: of the server's key, that
+    /// are looked at before anything is sent; nothing for any key.
+    HttpRequest(WinHttpHandle handle, std::wstring server, std::shared_ptr<const PublicKeyPins> pins,
+                GoOn goOn);
     HttpRequest(HttpRequest&&) noexcept = default;
     HttpRequest& operator=(HttpRequest&&) = delete;
     ~HttpRequest();
@@ -40,6 +44,11 @@ public:
     /// "Name: value"
     void AddHeader(const std::wstring& header);
     void SetOption(DWORD option, DWORD value);
+    /// False where the system does not know the option.
+    bool TrySetOption(DWORD option, DWORD value);
+    void SetClientCertificate(PCCERT_CONTEXT certificate);
+    /// For the system's own logins. target, scheme: WINHTTP_AUTH_*. user: empty for that of the program.
+    void SetCredentials(DWORD target, DWORD scheme, const std::wstring& user, const std::wstring& password);
 
     /// Begins to send a request without a body. Receive waits for the rest: requests that are begun together
     /// travel at the same time.
@@ -52,12 +61,19 @@ public:
     /// it when a request is given up.
     std::span<std::uint8_t> Buffer() const noexcept;
     void Write(std::size_t bytes);
-    /// Waits for the head of the answer and returns its status.
+    /// Waits for the head of the answer and returns its status; 0 when the system wants the request to be
+    /// sent again, in the middle of a login.
     DWORD Receive();
     /// Of the head of the answer.
     std::optional<std::wstring> Header(const wchar_t* name) const;
     /// When the server answered, by its own clock.
     std::optional<base::FileTime> Date() const;
+    /// Each of a kind that the answer holds. query: WINHTTP_QUERY_*
+    std::vector<std::wstring> Headers(DWORD query) const;
+    /// Those logins of an answer that the system knows, as WINHTTP_AUTH_SCHEME_*.
+    DWORD OfferedSchemes() const;
+    /// Reads what is left of the answer: only then the next request can take the connection.
+    void Drain();
     /// Of the body of the answer; nothing when the server tells none, or no number.
     std::optional<std::uint64_t> BodySize() const;
     /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
@@ -72,8 +88,11 @@ private:
 
     static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
                                   DWORD length);
-    /// What the call that began the operation returned; the operation's outcome comes later.
+    /// begun: what the call that began the operation returned; the operation's outcome comes later. Returns
+    /// its error.
+    DWORD Outcome(BOOL begun);
     void Await(BOOL begun);
+    DWORD SendOnce();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
     void AwaitSent();
@@ -85,6 +104,7 @@ private:
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
     bool m_isSending = false;
+    bool m_hasClientCertificate = false;
     ULONGLONG m_attended = GetTickCount64();
     ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds
     std::uint64_t m_windowBytes = 0;  ///< read since then

@@ -20,10 +20,16 @@ struct HttpSetting {
     const wchar_t* name;      ///< for Init, as an option and in the registry
     const wchar_t* property;  ///< in the property set
 };
-constexpr auto kSettings =
-    std::to_array<HttpSetting>({{&HttpSite::url, L"HTTPServer", L"HTTP_SERVER"},
-                                {&HttpSite::user, L"HTTPUser", L"HTTP_USER"},
-                                {&HttpSite::password, L"HTTPPassword", L"HTTP_PASSWORD"}});
+constexpr auto kSettings = std::to_array<HttpSetting>(
+    {{&HttpSite::url, L"HTTPServer", L"HTTP_SERVER"},
+     {&HttpSite::user, L"HTTPUser", L"HTTP_USER"},
+     {&HttpSite::password, L"HTTPPassword", L"HTTP_PASSWORD"},
+     {&HttpSite::login, L"HTTPLogin", L"HTTP_LOGIN"},
+     {&HttpSite::clientCertificate, L"HTTPClientCertificate", L"HTTP_CLIENT_CERTIFICATE"},
+     {&HttpSite::pins, L"HTTPPins", L"HTTP_PINS"},
+     {&HttpSite::proxy, L"HTTPProxy", L"HTTP_PROXY"},
+     {&HttpSite::proxyUser, L"HTTPProxyUser", L"HTTP_PROXY_USER"},
+     {&HttpSite::proxyPassword, L"HTTPProxyPassword", L"HTTP_PROXY_PASSWORD"}});
 
 /// Folders on the server begin at the site's.
 std::wstring WithoutRoot(const std::wstring& folder) {

@@ -6,11 +6,12 @@
 #include "http/HttpSite.h"
 #include "sendrecv/SenderReceiver.h"
 
-class clsHTTPSndRcv final : public SenderReceiver<com::Dual<_clsHTTPSndRcv>, IZNVerification, IZNClaims> {
+class clsHTTPSndRcv final
+    : public SenderReceiver<com::Dual<_clsHTTPSndRcv2, _clsHTTPSndRcv>, IZNVerification, IZNClaims> {
 public:
     clsHTTPSndRcv() : SenderReceiver(L"clsHTTPSndRcv") {}
 
-    // _clsHTTPSndRcv
+    // _clsHTTPSndRcv2, and _clsHTTPSndRcv, which it extends
     STDMETHODIMP put_RemoteSendFolder(BSTR Value) override { return com::Assign(m_sRemoteSendFolder, Value); }
     STDMETHODIMP put_RemoteReceiveFolder(BSTR Value) override {
         return com::Assign(m_sRemoteReceiveFolder, Value);
@@ -20,6 +21,21 @@ public:
     STDMETHODIMP get_UserName(BSTR* Value) override { return com::Return(Value, m_site.user); }
     STDMETHODIMP put_UserName(BSTR Value) override { return com::Assign(m_site.user, Value); }
     STDMETHODIMP put_Password(BSTR Value) override { return com::Assign(m_site.password, Value); }
+    STDMETHODIMP get_Login(BSTR* Value) override { return com::Return(Value, m_site.login); }
+    STDMETHODIMP put_Login(BSTR Value) override { return com::Assign(m_site.login, Value); }
+    STDMETHODIMP get_ClientCertificate(BSTR* Value) override {
+        return com::Return(Value, m_site.clientCertificate);
+    }
+    STDMETHODIMP put_ClientCertificate(BSTR Value) override {
+        return com::Assign(m_site.clientCertificate, Value);
+    }
+    STDMETHODIMP get_Pins(BSTR* Value) override { return com::Return(Value, m_site.pins); }
+    STDMETHODIMP put_Pins(BSTR Value) override { return com::Assign(m_site.pins, Value); }
+    STDMETHODIMP get_Proxy(BSTR* Value) override { return com::Return(Value, m_site.proxy); }
+    STDMETHODIMP put_Proxy(BSTR Value) override { return com::Assign(m_site.proxy, Value); }
+    STDMETHODIMP get_ProxyUserName(BSTR* Value) override { return com::Return(Value, m_site.proxyUser); }
+    STDMETHODIMP put_ProxyUserName(BSTR Value) override { return com::Assign(m_site.proxyUser, Value); }
+    STDMETHODIMP put_ProxyPassword(BSTR Value) override { return com::Assign(m_site.proxyPassword, Value); }
     // IZNSenderReceiver
     STDMETHODIMP get_LoginCancelled(VARIANT_BOOL* Value) override { return com::Return(Value, false); }
     STDMETHODIMP put_LoginCancelled(VARIANT_BOOL) override { return S_OK; }

@@ -195,8 +195,7 @@ private:
     Sight Look(const std::wstring& path) const {
         HttpRequest request = m_connection.Open(L"PROPFIND", UrlPath::EncodePath(path));
         request.AddHeader(L"Depth: 0");
-        request.Send();
-        const bool leads = request.Receive() / 100 == 3;
+        const bool leads = m_connection.Exchange(request, &HttpRequest::Send) / 100 == 3;
         return {leads ? request.Header(L"Location").value_or(L"nowhere") : L"", request.Date(),
                 request.Header(L"Content-Encoding").has_value()};
     }
@@ -319,8 +318,7 @@ private:
     bool Moves(const std::wstring& destination) const {
         HttpRequest request = m_connection.Open(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")));
         DavServer::AddDestination(request, destination, Other::Stays);
-        request.Send();
-        return request.Receive() / 100 == 2;
+        return m_connection.Exchange(request, &HttpRequest::Send) / 100 == 2;
     }
 
     DavFinding Replacement() {

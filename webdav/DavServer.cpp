@@ -26,23 +26,19 @@ void SendText(HttpRequest& request, std::string_view text) {
     }
 }
 
-void SendFile(HttpRequest& request, const base::File& file, const std::function<void(base::Bytes)>& watch) {
+/// watched: how much of the file has passed through watch, which a request that is sent again must not show
+/// it twice.
+void SendFile(HttpRequest& request, const base::File& file, const std::function<void(base::Bytes)>& watch,
+              std::uint64_t& watched) {
     request.SendHead(file.Size());
     for (std::uint64_t offset = 0; offset < file.Size();) {
         const std::size_t length = file.ReadAt(offset, request.Buffer());
-        watch(request.Buffer().first(length));
+        if (offset == watched) {
+            watch(request.Buffer().first(length));
+            watched += length;
+        }
         request.Write(length);
         offset += length;
-    }
-}
-
-/// The next request can take the connection only when nothing of this answer is left in it.
-void Drain(HttpRequest& request) {
-    constexpr std::size_t kMost = 64 << 10;
-    for (std::size_t read = 0; read < kMost;) {
-        const std::size_t length = request.Read().size();
-        if (length == 0) return;
-        read += length;
     }
 }
 
@@ -56,7 +52,7 @@ constexpr Meaning kMeanings[] = {
     {403, L"the user has no right to do that there. Give the right to it on the server"},
     {404, L"there is nothing of that name. Check the address and the folders"},
     {405, L"it does not know that method there. Switch WebDAV on for that address"},
-    {407, L"the proxy asks for a login"},
+    {407, L"the proxy asks for a login, or refuses it. Set proxy_user and proxy_password"},
     {409, L"the folder for it is missing, or cannot be written"},
     {411, L"it wants to be told a length, which was told: a proxy takes it away"},
     {413, L"it is too large for the server. Raise the server's limit for the body of a request"},
@@ -148,23 +144,30 @@ std::wstring LastName(const std::wstring& path) {
 
 }  // namespace
 
-std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std::wstring& path) const {
+std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std::wstring& path,
+                                  const std::wstring& reason) const {
     return L"The server " + m_connection.Server() + L" answers " + std::to_wstring(status) + L" to " +
-           method + L" " + (path.empty() ? L"/" : path) + L": " + MeaningOf(status) + L".";
+           method + L" " + (path.empty() ? L"/" : path) + L": " +
+           (reason.empty() ? MeaningOf(status) : reason) + L".";
 }
 
 DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const Use& send,
                         const Use& use) const try {
+    if (const HttpRefusal refusal = m_connection.Greet(); refusal.status != 0)
+        return {refusal.status, Explained(refusal.status, method, path, refusal.reason)};
     HttpRequest request = m_connection.Open(method, UrlPath::EncodePath(path));
-    send(request);
-    const DWORD status = request.Receive();
+    const DWORD status = m_connection.Exchange(request, send);
     const bool succeeded = status / 100 == 2;
     if (succeeded && use) use(request);
-    Drain(request);
+    const std::wstring mismatch =
+        status == HTTP_STATUS_DENIED ? m_connection.LoginMismatch(request) : std::wstring();
+    request.Drain();
     if (succeeded) return {status, {}};
-    return {status, Explained(status, method, path)};
+    return {status, Explained(status, method, path, mismatch)};
 } catch (const HttpError& error) {
     if (error.IsCancelled()) throw;
+    // Nothing has been sent yet.
+    if (m_connection.SparesRevocation(error)) return Ask(method, path, send, use);
     return {0, error.failure().description};
 }
 
@@ -207,7 +210,8 @@ void DavServer::ProvideFolder(const std::wstring& folder) const {
 
 DavReply DavServer::Put(const std::wstring& path, const base::File& file,
                         const std::function<void(base::Bytes)>& watch) const {
-    return Ask(L"PUT", path, [&](HttpRequest& request) { SendFile(request, file, watch); });
+    std::uint64_t watched = 0;
+    return Ask(L"PUT", path, [&](HttpRequest& request) { SendFile(request, file, watch, watched); });
 }
 
 DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {

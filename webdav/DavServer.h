@@ -54,8 +54,9 @@ public:
                  const std::function<void(base::Bytes)>& take) const;
     static constexpr DWORD kNothingThere = 416;
 
-    /// The failure of a reply that was no success.
-    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path) const;
+    /// The failure of a reply that was no success. reason: where more is known than what the status means.
+    std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
+                           const std::wstring& reason = {}) const;
 
 private:
     using Use = std::function<void(HttpRequest&)>;

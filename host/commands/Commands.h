@@ -32,6 +32,8 @@ int Config(const Options& options);
 int Verify(const Options& options);
 /// Gives back what an installation that will not receive any more has claimed on a WebDAV server.
 int Release(const Options& options);
+/// Writes the password of the server into the settings file, enciphered by Windows.
+int Password(const Options& options);
 /// Edits the FTP settings in the dialog of the sender/receiver and writes what was applied into the file.
 int EditSettings(const Options& options);
 /// Shows the transport at work: two installations exchange packets, and every file is compared.

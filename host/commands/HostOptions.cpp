@@ -32,6 +32,7 @@ constexpr const char* kExamples =
     "  znhost backups C:\\Transport\\field.ini  the packets that were kept\n"
     "  znhost config C:\\Transport\\field.ini   the folders and FTP settings of the registry\n"
     "  znhost verify C:\\Transport\\field.ini   whether its server does what packets need\n"
+    "  znhost password C:\\Transport\\field.ini have Windows encipher its password\n"
     "  znhost demo                            see packets travel in both directions\n\n"
     "Exit codes: 0 all delivered, 1 something could not be moved, 2 bad settings or usage.";
 
@@ -90,6 +91,7 @@ private:
     void AddInstallOptions(CLI::App& install);
     void AddRunOptions(CLI::App& run);
     void AddBackupOptions(CLI::App& backups);
+    void AddPasswordOptions(CLI::App& password);
     static void AddServerOptions(CLI::App& demo, const std::string& kind, const std::string& what,
                                  ServerAccount& account);
 
@@ -137,6 +139,11 @@ void Parser::AddCommands() {
                        &commands::Release);
     AddText(release, "INSTALLATION", m_options.installation,
             "Its name on the server. Default: list those that hold packets");
+    AddPasswordOptions(AddForSettings("password",
+                                      "Write the password of the FTP or WebDAV server into the settings "
+                                      "file, enciphered by Windows: for this "
+                                      "account on this computer.",
+                                      &commands::Password));
     AddServiceCommands();
     AddForSettings("settings", "Edit the FTP settings in a dialog.", &commands::EditSettings);
     CLI::App& demo =
@@ -253,6 +260,16 @@ void Parser::AddBackupOptions(CLI::App& backups) {
     restoreAll->excludes(destroy);
 }
 
+void Parser::AddPasswordOptions(CLI::App& password) {
+    PasswordRequest& request = m_options.password;
+    password.add_flag(
+        "--machine", request.forComputer,
+        "Let every account of this computer decipher it: for a service, or tasks of several accounts");
+    password.add_flag("--proxy", request.ofProxy, "Write that of the proxy");
+    password.add_flag("--stdin", request.fromInput,
+                      "Take it from the first line of the standard input (UTF-8) instead of asking for it");
+}
+
 /// The options of a round through a server go together. kind: "ftp"; what: is the server.
 void Parser::AddServerOptions(CLI::App& demo, const std::string& kind, const std::string& what,
                               ServerAccount& account) {
@@ -274,7 +291,7 @@ void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     // Asked for only now, so that a mistyped command is named instead.
     if (m_app.get_subcommands().empty())
         throw CLI::RequiredError("A command (init, run, service, status, doctor, list, backups, config, "
-                                 "verify, settings or demo)");
+                                 "verify, password, settings or demo)");
 } catch (const CLI::ParseError& error) {
     End(m_app, error);
 }

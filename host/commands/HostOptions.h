@@ -38,6 +38,13 @@ struct ServiceRequest {
     std::wstring start = L"delayed";  ///< auto, delayed or manual
 };
 
+/// Where a password comes from, and who can decipher it.
+struct PasswordRequest {
+    bool fromInput = false;    ///< not from the user
+    bool forComputer = false;  ///< for all of its accounts
+    bool ofProxy = false;
+};
+
 struct Options;
 using Command = int (*)(const Options&);  // one of Commands.h
 
@@ -48,6 +55,7 @@ struct Options {
     RunRequest run;
     ServiceRequest service;
     BackupRequest backup;
+    PasswordRequest password;
     std::wstring installation;  ///< release: whose claims; empty to list all
     bool keep = false;          ///< demo: leave the scratch folder
     ServerAccount ftp;          ///< demo: exchange packets through this server, too

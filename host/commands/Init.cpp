@@ -13,5 +13,6 @@ int commands::Init(const Options& options) {
     Console::Line(L"Settings of the enterprise:     " + made.enterpriseSettings);
     Console::Line(L"Put packets into " + Path::Join(folder, L"field\\outbox") + L", then run: znhost run \"" +
                   made.fieldSettings + L"\"");
+    Console::Line(L"The password of a server: znhost password \"" + made.fieldSettings + L"\"");
     return kAllDelivered;
 }

@@ -108,7 +108,13 @@ void Session::CreateSenderReceiver(const Settings& settings) {
         .With(L"FTPPassword", settings.ftpPassword.plain)
         .With(L"HTTPServer", settings.httpsServer)
         .With(L"HTTPUser", settings.httpsUser)
-        .With(L"HTTPPassword", settings.httpsPassword.plain);
+        .With(L"HTTPPassword", settings.httpsPassword.plain)
+        .With(L"HTTPLogin", settings.httpsLogin)
+        .With(L"HTTPClientCertificate", settings.httpsClientCertificate)
+        .With(L"HTTPPins", settings.httpsPins)
+        .With(L"HTTPProxy", settings.httpsProxy)
+        .With(L"HTTPProxyUser", settings.httpsProxyUser)
+        .With(L"HTTPProxyPassword", settings.httpsProxyPassword.plain);
     if (!com::Get<bool>(&IZNSenderReceiver::Init, m_senderReceiver.Get(), remote.Get()))
         throw base::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
 }

@@ -49,6 +49,12 @@ struct Settings {
     std::wstring httpsServer;
     std::wstring httpsUser;
     Password httpsPassword;
+    std::wstring httpsLogin;
+    std::wstring httpsClientCertificate;
+    std::wstring httpsPins;
+    std::wstring httpsProxy;
+    std::wstring httpsProxyUser;
+    Password httpsProxyPassword;
     ZipSettings zip;
     XDeltaSettings xdelta;
     std::wstring logFile;  ///< empty for none

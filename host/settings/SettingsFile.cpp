@@ -15,7 +15,9 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "cipher/ProtectedText.h"
 #include "ftp/settings/FtpPassword.h"
+#include "host/settings/IniText.h"
 #include "host/settings/SideFolders.h"
 
 namespace {
@@ -68,6 +70,13 @@ bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
 }
+
+/// The form of a password in which the settings take any text.
+std::wstring EncipheredByProgram(std::span<const wchar_t> password) {
+    return password.empty() ? std::wstring() : FtpPassword::Encipher({password.data(), password.size()});
+}
+
+std::wstring CommandOfPassword(const std::wstring& file) { return L"znhost password \"" + file + L"\""; }
 
 /// One settings file on its way to checked values.
 class Reader {
@@ -156,6 +165,8 @@ void Reader::ReadValue(const Setting& setting) {
     if (value.empty()) value = setting.fallback;
     CheckValue(setting, value);
     if (const wchar_t* const word = Find(setting.allowed, value)) value = word;
+    if (const auto revealed = ProtectedText::Reveal(value); revealed && setting.kind == ValueKind::Password)
+        value = EncipheredByProgram(revealed->text);
     if (setting.kind == ValueKind::ProgramFolder && value.empty())
         value = Path::ParentFolder(base::ProgramPath());
     if (IsLocal(setting) && !value.empty())
@@ -184,6 +195,11 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     };
     const auto is = [&](ValueKind kind) { return setting.kind == kind; };
     // Without the value: not even an enciphered password is shown.
+    if (is(ValueKind::Password) && ProtectedText::IsProtected(value) && !ProtectedText::Reveal(value))
+        Complain(setting.Title() +
+                 L": the password was enciphered by another account or on another computer, and cannot be "
+                 L"deciphered here; write it anew: " +
+                 CommandOfPassword(m_settings.file));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
                  L": the password cannot be deciphered; write it anew, plain, and znhost settings "
@@ -291,6 +307,27 @@ std::wstring FileValue(const std::wstring& value) {
     return needsQuotes ? L'"' + value + L'"' : value;
 }
 
+/// file: that the text is of.
+void Set(std::string& text, const std::wstring& file, const Setting& setting, const std::wstring& value) {
+    if (!IniText::SetValue(text, setting.SectionName(), setting.name, value))
+        throw SettingsError({file + L": the file is not UTF-8 text"});
+}
+
+std::wstring ValueIn(const std::string& text, const Setting& setting) {
+    Ini ini(true);
+    ini.SetQuotes();
+    ini.LoadData(text);
+    return ini.GetValue(setting.SectionName(), setting.name, L"");
+}
+
+/// What Windows enciphered before stays so, for the same readers. before: as the file holds it.
+std::wstring StoredPassword(const std::wstring& before, const Password& password) {
+    const auto revealed = ProtectedText::Reveal(before);
+    if (!revealed || password.plain.empty()) return TextOf(password);
+    if (std::ranges::equal(revealed->text, password.plain)) return before;
+    return ProtectedText::Protect(password.plain, revealed->readers);
+}
+
 void SetContent(base::File& file, const std::string& text) {
     // In one step with empty lines over what is longer: a process that ends here leaves no old ones behind
     // the text.
@@ -339,16 +376,28 @@ std::string NewSettingsText(const Settings& settings) {
     return kHeading + text;
 }
 
+Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
+    std::string text = SettingsText(file);
+    for (const Setting& setting : kSettings)
+        if (setting.kind == ValueKind::Password) Set(text, file, setting, L"");
+    return Reader(file, text).Read();
+}
+
+void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {
+    const std::string before = base::ReadFile(file);
+    std::string text = before;
+    Set(text, file, setting, stored);
+    Overwrite(file, before, text);
+}
+
 void WriteFtpSettings(const Settings& settings) {
-    Ini ini(true);
     const std::string before = base::ReadFile(settings.file);
-    if (ini.LoadData(before) < 0) throw base::Error(E_FAIL, settings.file + L" is not UTF-8 text.");
+    std::string text = before;
     for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
-                                   SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>(),
-                                   SettingOf<&Settings::ftpPassword>()})
-        ini.SetValue(setting.SectionName(), setting.name, FileValue(setting.text(settings)).c_str());
-    std::string text;
-    ini.Save(text);
+                                   SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>()})
+        Set(text, settings.file, setting, FileValue(setting.text(settings)));
+    constexpr const Setting& kPassword = SettingOf<&Settings::ftpPassword>();
+    Set(text, settings.file, kPassword, StoredPassword(ValueIn(before, kPassword), settings.ftpPassword));
     Reader(settings.file, text).Read();
     Overwrite(settings.file, before, text);
 }

@@ -14,7 +14,13 @@ Settings DefaultSettings();
 /// A new settings file in UTF-8, with a comment for each setting.
 std::string NewSettingsText(const Settings& settings);
 
-/// Writes the FTP server, its login and the remote folders into the settings' file, the password enciphered;
-/// comments and other settings stay. Throws base::Error, and SettingsError when the file could not be read
-/// again; then it stays as it is.
+/// The same of a file whose passwords nobody here can decipher; they are empty.
+Settings ReadSettingsWithoutPasswords(const std::wstring& file);
+/// Writes a password, in the form in which it is stored, into the settings' file, of which all else stays.
+/// Throws base::Error; then the file stays as it is.
+void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored);
+
+/// Writes the FTP server, its login and the remote folders into the settings' file, the password enciphered
+/// as it was before; comments and other settings stay. Throws base::Error, and SettingsError when the file
+/// could not be read again; then it stays as it is.
 void WriteFtpSettings(const Settings& settings);

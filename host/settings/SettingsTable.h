@@ -131,6 +131,7 @@ Line(Section section, const wchar_t* name, ValueKind kind, Presence presence, co
 }
 
 inline constexpr std::array kPacketExtensions = {L".mdb", L".xml"};
+inline constexpr std::array kLogins = {L"basic", L"digest", L"ntlm", L"negotiate"};
 inline constexpr std::array kCompressionLevels = {L"0", L"1", L"2", L"3", L"4", L"5", L"6", L"7", L"8", L"9"};
 
 /// In the order of a new settings file; the transport stands before the folders that depend on it.
@@ -192,14 +193,40 @@ inline constexpr auto kSettings = [] {
             L"login that was saved in the registry; what is left empty here comes from "
             L"there."),
         Line<&Settings::ftpUser>(Ftp, L"user", Text, Optional, L"", L"User of the FTP server."),
-        Line<&Settings::ftpPassword>(Ftp, L"password", ValueKind::Password, Optional, L"",
-                                     L"Password of the user: enciphered, or plain."),
+        Line<&Settings::ftpPassword>(
+            Ftp, L"password", ValueKind::Password, Optional, L"",
+            L"Password of the user: enciphered (znhost password writes it so), or plain."),
         Line<&Settings::httpsServer>(
             Https, L"server", Text, Optional, L"",
             L"URL of the WebDAV folder in which the remote folders lie: https://server/folder."),
         Line<&Settings::httpsUser>(Https, L"user", Text, Optional, L"", L"User of the WebDAV server."),
-        Line<&Settings::httpsPassword>(Https, L"password", ValueKind::Password, Optional, L"",
-                                       L"Password of the user: enciphered, or plain."),
+        Line<&Settings::httpsPassword>(
+            Https, L"password", ValueKind::Password, Optional, L"",
+            L"Password of the user: enciphered (znhost password writes it so), or plain."),
+        Line<&Settings::httpsLogin>(Https, L"login", Text, Optional, L"basic",
+                                    L"How the user logs in, inside the encrypted connection: basic, digest, "
+                                    L"ntlm or negotiate (Kerberos). "
+                                    L"With negotiate and no user it is the account of the program.",
+                                    kLogins),
+        Line<&Settings::httpsClientCertificate>(
+            Https, L"client_certificate", Text, Optional, L"",
+            L"Certificate that this computer or account shows to the server, with its private key among the "
+            L"personal "
+            L"certificates of either: its SHA-1 thumbprint, or a part of its subject."),
+        Line<&Settings::httpsPins>(
+            Https, L"pins", Text, Optional, L"",
+            L"Public keys of which the server must have one, with blanks between them: sha256// and the "
+            L"Base64 of the "
+            L"SHA-256 of each. Empty for any key whose certificate this computer trusts."),
+        Line<&Settings::httpsProxy>(
+            Https, L"proxy", Text, Optional, L"",
+            L"Proxy on the way to the WebDAV server, as server:port. Empty for that of the "
+            L"settings of Windows."),
+        Line<&Settings::httpsProxyUser>(Https, L"proxy_user", Text, Optional, L"",
+                                        L"User of the proxy, where it asks for one."),
+        Line<&Settings::httpsProxyPassword>(
+            Https, L"proxy_password", ValueKind::Password, Optional, L"",
+            L"Password of the proxy's user: enciphered (znhost password --proxy writes it so), or plain."),
         Line<&Settings::zip, &ZipSettings::inExtension>(
             Zip, L"in_extension", Text, Optional, L".mdb",
             L"Extension of the packets that are compressed: .mdb or .xml.", kPacketExtensions),

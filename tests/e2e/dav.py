@@ -30,12 +30,12 @@ def own_address():
 
 
 class Server:
-    def __init__(self, test, kind, extra=""):
-        """extra: for the configuration of Apache, with {address} and {folder}."""
+    def __init__(self, test, kind, *options, extra=""):
+        """options: of the tool. extra: for the configuration of Apache, with {address} and {folder}."""
         check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
         if check.returncode != 0:
             skip(test, check.stderr.strip())
-        self.kind = kind
+        self.kind, self.options = kind, options
         self.address = own_address()
         self.folder = test.scratch / f"{kind}-{self.address}"
         self.folder.mkdir()
@@ -51,7 +51,7 @@ class Server:
         return f"https://{self.address}:{PORT}/dav"
 
     def start(self):
-        self.process = subprocess.Popen([TOOL, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
+        self.process = subprocess.Popen([TOOL, *self.options, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
         wait_until(self.answers)
 
     def answers(self):
@@ -215,9 +215,10 @@ class Stranger:
 
 class HttpsHostTest(ServerHostTest):
     KIND = "apache"
+    OPTIONS = ()
 
     def new_server(self):
-        return Server(self, self.KIND)
+        return Server(self, self.KIND, *self.OPTIONS)
 
     def connect(self, side, other):
         side.change("transport", "https")

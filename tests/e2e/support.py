@@ -112,7 +112,7 @@ def start(*arguments, program=None, **options):
     # No pipes: what the program leaves behind when it is killed, and Wine's desktop process, which the first program
     # with a window brings up, inherit the outputs and live on, so that a pipe would not end with the program.
     outputs = {stream: tempfile.TemporaryFile() for stream in ("stdout", "stderr")}
-    process = subprocess.Popen(command(program, arguments), stdin=subprocess.DEVNULL, **outputs, **options)
+    process = subprocess.Popen(command(program, arguments), **{"stdin": subprocess.DEVNULL, **outputs, **options})
     process.outputs = outputs
     return process
 
@@ -356,19 +356,19 @@ class Mount:
 
 
 @functools.cache
-def compiled(compiler, name):
+def compiled(compiler, name, *libraries):
     program = pathlib.Path(LASTING.name) / f"{name}.exe"
     source = pathlib.Path(__file__).with_name(f"{name}.c")
-    subprocess.run([compiler, "-municode", "-static", "-o", program, source], check=True)
+    subprocess.run([compiler, "-municode", "-static", "-o", program, source, *libraries], check=True)
     return program
 
 
-def own_program(test, name):
+def own_program(test, name, *libraries):
     """A Windows program from a source beside the tests."""
     compiler = shutil.which("x86_64-w64-mingw32-gcc-posix") or shutil.which("x86_64-w64-mingw32-gcc")
     if not compiler:
         skip(test, f"there is no cross compiler for {name}.c")
-    return compiled(compiler, name)
+    return compiled(compiler, name, *libraries)
 
 
 class Holder:

@@ -31,7 +31,7 @@ BAD_SETTINGS = [
     ("reference_path = ", "reference_path = refs\\base.mdb", "[xdelta] reference_path", ".AXR"),
     ("reference_path = ", "reference_path = refs\\ba~se.axr", "[xdelta] reference_path", "~"),
     *((f"password = \n\n\n[{after}]", f"password = {64 * 'A'}\n\n\n[{after}]",
-       f"[{section}] password: the password cannot be deciphered") for section, after in (("ftp", "https"), ("https", "zip"))),
+       f"{title}: the password cannot be deciphered") for title, after in (("[ftp] password", "https"), ("[https] proxy_password", "zip"))),
     ("role = field", "role = foo\ncolour = red", "[host] role = foo", "[host] colour"),
 ]
 

@@ -69,12 +69,12 @@ class VerifyTest(HttpsHostTest):
         self.assertIn("dav_ext_methods PROPFIND", self.said)
 
     def test_what_an_administrator_may_have_set(self):
-        found = self.verify(Server(self, "apache", CHANGES))
+        found = self.verify(Server(self, "apache", extra=CHANGES))
         self.assertEqual(found | {"readers": "note"}, {"redirects": "note", "large uploads": "note", "readers": "note"}, self.said)
         self.assertIn("Uploads of 8 MB are refused", self.said)
 
     def test_proxies_that_end_the_encryption(self):
-        server = Server(self, "apache", PROXIES)
+        server = Server(self, "apache", extra=PROXIES)
         for port, expected, text in ((9001, {"move": "failed"}, "RequestHeader edit Destination ^https: http: early"),
                                      (9002, {}, "A file can be moved."),
                                      (9003, {"compression": "failed"}, "Switch compression")):

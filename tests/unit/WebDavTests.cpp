@@ -1,7 +1,8 @@
-// What travels to WebDAV servers as text: paths of URLs, and notes of digests.
+// What travels to WebDAV servers as text, and comes from them: paths of URLs, logins, and notes of digests.
 #include <gtest/gtest.h>
 
 #include "base/Utf8.h"
+#include "http/HttpChallenge.h"
 #include "http/UrlPath.h"
 #include "webdav/PacketDigests.h"
 
@@ -22,6 +23,21 @@ TEST(UrlPath, TheLastNameOfAReferenceIsWhatCounts) {
     for (const char* reference :
          {"", "/", "https://server", "https://server/", "/a%2", "/a%zz", "/%ff", "/a%"})
         EXPECT_EQ(UrlPath::LastName(reference), std::nullopt) << reference;
+}
+
+TEST(HttpChallenge, HeadersHoldOneOrMany) {
+    using Challenges = std::vector<HttpChallenge>;
+    for (const auto& [header, expected] :
+         {std::pair<const char*, Challenges>{"Basic realm=\"a, \\\"b\\\"=c\"",
+                                             {{"basic", {{"realm", "a, \"b\"=c"}}}}},
+          {"Digest realm=\"r\",QOP=auth , Nonce = \"n=\" , stale=TRUE",
+           {{"digest", {{"realm", "r"}, {"qop", "auth"}, {"nonce", "n="}, {"stale", "TRUE"}}}}},
+          {"Negotiate, NTLM,, Basic realm=x", {{"negotiate"}, {"ntlm"}, {"basic", {{"realm", "x"}}}}},
+          {"NTLM TlRMTVNTUAAC==", {{"ntlm", {{"tlrmtvntuaac", "="}}}}},
+          {"", {}},
+          {"=a, \"", {{"a"}}},
+          {"Basic realm=\"a", {{"basic", {{"realm", "a"}}}}}})
+        EXPECT_EQ(ReadChallenges(header), expected) << header;
 }
 
 class PacketDigests : public testing::Test {

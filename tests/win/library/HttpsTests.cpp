@@ -2,8 +2,11 @@
 // elsewhere.
 #include "sendrecv/clsHTTPSndRcv.h"
 
+#include <tuple>
+
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "common/Apartment.h"
 #include "tests/win/library/SenderReceiverTest.h"
 #include "webdav/DavInstallation.h"
 
@@ -23,7 +26,13 @@ protected:
                  {L"REMOTE_RECEIVE_FOLDER", L"down"},
                  {L"HTTP_SERVER", url},
                  {L"HTTP_USER", L"joe"},
-                 {L"HTTP_PASSWORD", L"secret"}});
+                 {L"HTTP_PASSWORD", L"secret"},
+                 {L"HTTP_LOGIN", L"digest"},
+                 {L"HTTP_CLIENT_CERTIFICATE", L""},
+                 {L"HTTP_PINS", L""},
+                 {L"HTTP_PROXY", L"proxy:80"},
+                 {L"HTTP_PROXY_USER", L"ann"},
+                 {L"HTTP_PROXY_PASSWORD", L"other"}});
     }
 };
 
@@ -31,12 +40,62 @@ TEST_F(Https, SettingsComeFromPropertiesAndInit) {
     Configure(L"https://server/a");
     const std::wstring folders = L"MOBILE=TRUE\nLOCAL_SEND_FOLDER=" + temp / L"out" +
                                  L"\nLOCAL_RECEIVE_FOLDER=" + temp / L"in" + L"\n";
-    EXPECT_EQ(PropSet(), L"HTTP_SERVER=https://server/a\nHTTP_USER=joe\nHTTP_PASSWORD=secret\n" + folders +
-                             L"REMOTE_SEND_FOLDER=/up\nREMOTE_RECEIVE_FOLDER=down\n");
-    Init({{L"HTTPServer", L"https://other/b"}, {L"HTTPPassword", L"new"}, {L"RemoteSendFolder", L"else"}});
-    EXPECT_EQ(PropSet(), L"HTTP_SERVER=https://other/b\nHTTP_USER=joe\nHTTP_PASSWORD=new\n" + folders +
-                             L"REMOTE_SEND_FOLDER=else\nREMOTE_RECEIVE_FOLDER=down\n");
+    const std::wstring proxy = L"HTTP_PROXY=proxy:80\nHTTP_PROXY_USER=ann\nHTTP_PROXY_PASSWORD=other\n";
+    EXPECT_EQ(PropSet(),
+              L"HTTP_SERVER=https://server/a\nHTTP_USER=joe\nHTTP_PASSWORD=secret\nHTTP_LOGIN=digest\n"
+              L"HTTP_CLIENT_CERTIFICATE=\nHTTP_PINS=\n" +
+                  proxy + folders + L"REMOTE_SEND_FOLDER=/up\nREMOTE_RECEIVE_FOLDER=down\n");
+    Init({{L"HTTPServer", L"https://other/b"},
+          {L"HTTPPassword", L"new"},
+          {L"HTTPLogin", L"ntlm"},
+          {L"HTTPClientCertificate", L"12 34"},
+          {L"HTTPPins", L"sha256//x sha256//y"},
+          {L"HTTPProxy", L"p"},
+          {L"HTTPProxyUser", L"q"},
+          {L"HTTPProxyPassword", L"r"},
+          {L"RemoteSendFolder", L"else"}});
+    EXPECT_EQ(PropSet(), L"HTTP_SERVER=https://other/b\nHTTP_USER=joe\nHTTP_PASSWORD=new\nHTTP_LOGIN=ntlm\n"
+                         L"HTTP_CLIENT_CERTIFICATE=12 34\nHTTP_PINS=sha256//x sha256//y\nHTTP_PROXY=p\n"
+                         L"HTTP_PROXY_USER=q\nHTTP_PROXY_PASSWORD=r\n" +
+                             folders + L"REMOTE_SEND_FOLDER=else\nREMOTE_RECEIVE_FOLDER=down\n");
     EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(Https, WhatIsMissingComesFromTheCommandLineAndTheRegistryOnce) {
+    NameApplication();
+    PropSet({{L"MOBILE", L"TRUE"}});
+    framework.registry = {
+        {L"13/Transport/HTTPServer", L"nonsense"}, {L"13/Transport/HTTPLogin", L"digest"},
+        {L"13/Transport/HTTPPins", L"stored"},     {L"13/Transport/HTTPClientCertificate", L"me"},
+        {L"13/Transport/HTTPProxyUser", L"ann"},   {L"13/Transport/HTTPProxyPassword", L"secret"}};
+    ThisApartment().commandLine = com::Make<clsCmdLine>();
+    ThisApartment().commandLine->Parse(std::wstring_view(L"/HTTPLogin=ntlm /HTTPProxy=typed:80"));
+    Init({{L"HTTPPins", L"given"}});
+    EXPECT_FALSE(Connect());
+    EXPECT_THAT(PropSet(), HasSubstr(L"HTTP_SERVER=nonsense\nHTTP_USER=\nHTTP_PASSWORD=\nHTTP_LOGIN=ntlm\n"
+                                     L"HTTP_CLIENT_CERTIFICATE=me\nHTTP_PINS=given\nHTTP_PROXY=typed:80\n"
+                                     L"HTTP_PROXY_USER=ann\nHTTP_PROXY_PASSWORD=secret\n"));
+    Init({{L"HTTPLogin", L""}});
+    EXPECT_FALSE(Connect());
+    EXPECT_THAT(PropSet(), HasSubstr(L"HTTP_LOGIN=\n")) << "a value that was cleared is not read again";
+}
+
+TEST_F(Https, ScriptsReachTheSameSettings) {
+    ComPtr<_clsHTTPSndRcv2> script;
+    ASSERT_EQ(remote.As(&script), S_OK);
+    ComPtr<_clsHTTPSndRcv> released;
+    EXPECT_EQ(remote.As(&released), S_OK);
+    script->put_Login(In(L"negotiate"));
+    script->put_ClientCertificate(In(L"me"));
+    script->put_Pins(In(L"sha256//x"));
+    script->put_Proxy(In(L"proxy:80"));
+    script->put_ProxyUserName(In(L"ann"));
+    script->put_ProxyPassword(In(L"secret"));
+    EXPECT_THAT(PropSet(),
+                HasSubstr(L"HTTP_LOGIN=negotiate\nHTTP_CLIENT_CERTIFICATE=me\nHTTP_PINS=sha256//x\n"
+                          L"HTTP_PROXY=proxy:80\nHTTP_PROXY_USER=ann\nHTTP_PROXY_PASSWORD=secret\n"));
+    EXPECT_EQ(Ask<std::wstring>(&_clsHTTPSndRcv2::get_Login, script), L"negotiate");
+    EXPECT_EQ(Ask<std::wstring>(&_clsHTTPSndRcv2::get_ProxyUserName, script), L"ann");
 }
 
 TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
@@ -56,6 +115,16 @@ TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
         EXPECT_FALSE(Connect());
         EXPECT_THAT(framework.log, testing::SizeIs(3)) << testing::PrintToString(std::wstring(url));
         EXPECT_THAT(framework.LogText(), AllOf(HasSubstr(why), testing::Not(HasSubstr(L"joe:secret"))));
+    }
+    for (const auto& [setting, value, why] :
+         {std::tuple{L"HTTPLogin", L"kerberos", L"must be basic, digest, ntlm or negotiate"},
+          {L"HTTPPins", L"sha256//AAAA", L"must look like sha256// and 44 characters"},
+          {L"HTTPClientCertificate", L"nobody at all", L"There is no client certificate nobody at all"}}) {
+        framework.log.clear();
+        Configure(L"https://server/");
+        Init({{L"HTTPLogin", L""}, {L"HTTPPins", L""}, {L"HTTPClientCertificate", L""}, {setting, value}});
+        EXPECT_FALSE(Send());
+        EXPECT_THAT(framework.LogText(), HasSubstr(why));
     }
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "packet");
 }

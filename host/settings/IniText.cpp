@@ -1,0 +1,75 @@
+// See IniText.h.
+#include "host/settings/IniText.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "base/Text.h"
+#include "base/Utf8.h"
+
+namespace IniText {
+
+namespace {
+
+constexpr wchar_t kByteOrderMark = L'\uFEFF';
+
+/// Of a line of the text, without its end.
+std::wstring_view LineAt(const std::wstring& text, std::size_t start) {
+    const std::size_t end = std::min(text.find_first_of(L"\r\n", start), text.size());
+    return std::wstring_view(text).substr(start, end - start);
+}
+
+std::size_t AfterLine(const std::wstring& text, std::size_t start) {
+    const std::size_t end = text.find(L'\n', start);
+    return end == std::wstring::npos ? text.size() : end + 1;
+}
+
+bool Names(std::wstring_view line, std::wstring_view section) {
+    return base::EqualsIgnoringCase(base::Trimmed(line.substr(1, line.find(L']') - 1)), section);
+}
+
+bool Assigns(std::wstring_view line, std::wstring_view name) {
+    return base::EqualsIgnoringCase(base::Trimmed(line.substr(0, line.find(L'='))), name);
+}
+
+/// With the ends that the text's own lines have.
+void Insert(std::wstring& text, std::size_t place, const std::wstring& lines) {
+    const std::wstring end = text.find(L"\r\n") == std::wstring::npos ? L"\n" : L"\r\n";
+    std::wstring inserted = place > 0 && text[place - 1] != L'\n' ? end : std::wstring();
+    for (const wchar_t character : lines)
+        inserted += character == L'\n' ? end : std::wstring(1, character);
+    text.insert(place, inserted);
+}
+
+void SetIn(std::wstring& text, std::wstring_view section, std::wstring_view name, const std::wstring& value) {
+    const std::wstring assignment = std::wstring(name) + L" = " + value;
+    bool isInside = false;
+    std::size_t sectionEnd = std::wstring::npos;
+    for (std::size_t start = text.starts_with(kByteOrderMark) ? 1 : 0; start < text.size();
+         start = AfterLine(text, start)) {
+        const std::wstring_view line = LineAt(text, start);
+        const std::wstring_view content = base::Trimmed(line);
+        if (content.empty()) continue;
+        if (content.starts_with(L'[')) isInside = Names(content, section);
+        if (isInside && Assigns(line, name)) {
+            text.replace(start, line.size(), assignment);
+            return;
+        }
+        if (isInside) sectionEnd = AfterLine(text, start);
+    }
+    if (sectionEnd != std::wstring::npos) return Insert(text, sectionEnd, assignment + L"\n");
+    Insert(text, text.size(), L"[" + std::wstring(section) + L"]\n" + assignment + L"\n");
+}
+
+}  // namespace
+
+bool SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
+              const std::wstring& value) {
+    std::optional<std::wstring> wide = base::DecodedUtf8(text);
+    if (!wide) return false;
+    SetIn(*wide, section, name, value);
+    text = base::ToUtf8(*wide);
+    return true;
+}
+
+}  // namespace IniText
