@@ -74,7 +74,8 @@ private:
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
             m_batch.pop_back();
-            return Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
+            Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
+            return true;
         }
         Describe(upload);
         Sha256 sum;
@@ -162,8 +163,9 @@ private:
         const std::string note = TextOf(digests);
         const std::wstring name = Sha256Of(base::BytesOf(note)) + std::wstring(kNoteEnding);
         const DavReply reply = m_server.Put(JoinRemote(m_uploads, name), note);
-        return reply.Succeeded() ||
-               Stays(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
+        if (!reply.Succeeded())
+            Stays(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
+        return reply.Succeeded();
     }
 
     bool TakeName(const Upload& upload) {
@@ -183,10 +185,9 @@ private:
         return !m_server.Exists(UploadPath(upload)) && m_server.Exists(target);
     }
 
-    bool Stays(const std::wstring& report) {
+    void Stays(const std::wstring& report) {
         m_isComplete = false;
         m_self.Fail(report);
-        return true;
     }
 
     const DavServer& m_server;
