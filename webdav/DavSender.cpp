@@ -77,11 +77,17 @@ private:
             Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
             return true;
         }
-        Describe(upload);
-        Sha256 sum;
-        const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
-        const DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
-        upload.digest.sha256 = sum.Finish();
+        DavReply reply;
+        // One that cannot be read does not hold the others up.
+        const bool isRead = Try(m_self, [&] {
+            reply = Put(upload);
+            return true;
+        });
+        if (!isRead) {
+            m_isComplete = false;
+            m_batch.pop_back();
+            return true;
+        }
         m_bytes += upload.digest.size;
         if (reply.Succeeded()) return true;
         Stays(Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure));
@@ -89,6 +95,15 @@ private:
         if (reply.IsAnswered()) m_server.Delete(UploadPath(upload));
         m_batch.pop_back();
         return IsOfThisFile(reply);
+    }
+
+    DavReply Put(Upload& upload) const {
+        Describe(upload);
+        Sha256 sum;
+        const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
+        DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
+        upload.digest.sha256 = sum.Finish();
+        return reply;
     }
 
     /// Whether another file may fare better.

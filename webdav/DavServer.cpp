@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "base/Error.h"
+#include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "http/HttpError.h"
 #include "http/UrlPath.h"
@@ -27,9 +28,12 @@ void SendText(HttpRequest& request, std::string_view text) {
 }
 
 void SendFile(HttpRequest& request, const base::File& file, const std::function<void(base::Bytes)>& watch) {
-    request.SendHead(file.Size());
-    for (std::uint64_t offset = 0; offset < file.Size();) {
+    const std::uint64_t size = file.Size();
+    request.SendHead(size);
+    for (std::uint64_t offset = 0; offset < size;) {
         const std::size_t length = file.ReadAt(offset, request.Buffer());
+        // A disk or share that has lost the rest need not say so; the server would wait for it.
+        if (length == 0) throw base::SystemError(ERROR_READ_FAULT, "read", file.Path());
         watch(request.Buffer().first(length));
         request.Write(length);
         offset += length;

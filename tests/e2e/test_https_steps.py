@@ -1,8 +1,12 @@
 """Each step of a transfer through a WebDAV server is refused once: what was not done is told, and done by the next."""
 import contextlib
+import os
+import time
 
+import test_failures
+from cases import NETNAME_DELETED, Fault, Mode, count_plan
 from dav import HttpsHostTest, Spoiler
-from support import Holder, WAITING, files_below
+from support import Holder, WAITING, files_below, slow, windows
 
 
 class Refuser(Spoiler):
@@ -65,6 +69,41 @@ class StepTest(HttpsHostTest):
         held.release()
         self.assert_next_cycle_delivers()
 
+    run_with = test_failures.FaultTest.run_with
+
+    def fill(self):
+        self.ledger.clear()
+        for name in ("a.mdb", "b.mdb", "c.mdb"):
+            self.put(self.field, name, folder=self.field.send)
+
+    def test_a_file_that_cannot_be_read_does_not_hold_the_others_up(self):
+        self.assert_run(self.field)
+        self.fill()
+        number, *_ = (call.number for call in self.run_with(count_plan(False))[1]
+                      if call.function == "ReadFile" and call.path.endswith("b.mdb"))
+        self.fill()
+        outcome, _ = self.run_with(Fault(number, Mode.FAIL, NETNAME_DELETED).plan(False))
+        self.assertEqual((outcome.code, outcome.packets), (1, {
+            ("out", "a.mdb"): "sent", ("out", "b.mdb"): WAITING, ("out", "c.mdb"): "sent"}), outcome)
+        self.assertIn("b.mdb", self.field.log)
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_that_ends_early_is_not_sent(self):
+        """What is left of it when a disk or share shows less of it than before."""
+        path = self.put(self.field, "a.mdb", content=os.urandom(4 << 20), folder=self.field.send)
+        spoiler = Spoiler(self, self.server)
+        handle = spoiler.handle
+
+        def cut(request):
+            if request.command == "PUT" and path.exists():
+                os.truncate(path, 1 << 20)
+            return handle(request)
+        spoiler.handle = cut
+        self.use(spoiler.url)
+        self.assert_run(self.field, 1, {("out", "a.mdb"): WAITING})
+        self.assertIn(f"({windows(path)})", self.field.log)
+        self.assertEqual(path.stat().st_size, 1 << 20)
+
     def test_receiving(self):
         for number, (method, text, status, report, isHere) in enumerate((
                 ("PROPFIND", "to-enterprise.uploads", 500, "answers 500 to PROPFIND", False),
@@ -88,24 +127,51 @@ class StepTest(HttpsHostTest):
 
     def test_a_server_that_tells_no_length(self):
         """Nobody would know whether all of it came."""
-        class Chunked(Spoiler):
-            @staticmethod
-            def answer(request, status, headers, content):
-                if request.command != "GET" or ".claims" not in request.path:
-                    return Spoiler.answer(request, status, headers, content)
-                request.send_response(status)
-                request.send_header("Transfer-Encoding", "chunked")
-                request.end_headers()
-                request.wfile.write(f"{len(content):x}\r\n".encode() + content + b"\r\n0\r\n\r\n")
+        def chunked(request, status, content):
+            request.send_response(status)
+            request.send_header("Transfer-Encoding", "chunked")
+            request.end_headers()
+            request.wfile.write(f"{len(content):x}\r\n".encode() + content + b"\r\n0\r\n\r\n")
 
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
-        self.use(Chunked(self, self.server).url)
-        self.assert_trouble(self.enterprise)
+        self.receive_from(chunked)
         self.assertIn("does not tell the length", self.enterprise.log)
-        self.use(self.server.url)
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    @slow
+    def test_a_server_that_drips(self):
+        """It holds the line for as long as it is heard."""
+        dripped = []
+
+        def drip(request, status, content):
+            if dripped:
+                return Spoiler.answer(request, status, {}, content)
+            request.send_response(status)
+            request.send_header("Content-Length", str(len(content)))
+            request.end_headers()
+            for start in range(0, len(content), 50):
+                dripped.append(request.wfile.write(content[start:start + 50]))
+                time.sleep(1)
+            return None
+
+        self.receive_from(drip)
+        self.assertLess(sum(dripped), 20_000)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def receive_from(self, answer):
+        """Of the packet's content a server answers so; the others are as they are."""
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        spoiler = Spoiler(self, self.server)
+        usual = spoiler.answer
+        spoiler.answer = lambda request, status, headers, content: (
+            answer(request, status, content) if request.command == "GET" and ".claims" in request.path
+            else usual(request, status, headers, content))
+        self.use(spoiler.url)
+        self.enterprise.run()
+        self.assert_nothing_lost()
+        self.use(self.server.url)
 
 
 class StrangeNamesTest(HttpsHostTest):
