@@ -71,7 +71,9 @@ HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn)
         Refuse(site.url, L"packets and password would travel for everyone to read; use https");
     const std::wstring port = std::to_wstring(url.port);
     m_server = url.host + L":" + port;
-    m_origin = (m_isSecure ? L"https://" : L"http://") + m_server;
+    // As the system names the server to itself: some servers compare both.
+    const INTERNET_PORT usual = m_isSecure ? INTERNET_DEFAULT_HTTPS_PORT : INTERNET_DEFAULT_HTTP_PORT;
+    m_origin = (m_isSecure ? L"https://" : L"http://") + (url.port == usual ? url.host : m_server);
     m_folder = url.path.ends_with(L'/') ? url.path : url.path + L"/";
     if (PublicKeyPins pins(site.pins); m_isSecure && pins.AreSet())
         m_pins = std::make_shared<const PublicKeyPins>(std::move(pins));

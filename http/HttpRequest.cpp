@@ -324,6 +324,13 @@ std::uint64_t HttpRequest::RangeStart() const {
     return base::NumberIn<std::uint64_t>(start).value_or(0);
 }
 
+std::optional<std::uint64_t> HttpRequest::RangeTotal() const {
+    const std::wstring range = Header(L"Content-Range").value_or(std::wstring());
+    const std::size_t slash = range.find(L'/');
+    if (slash == std::wstring::npos) return std::nullopt;
+    return base::NumberIn<std::uint64_t>(std::wstring_view(range).substr(slash + 1));
+}
+
 bool HttpRequest::MayBePart() const { return Header(L"Accept-Ranges") == L"bytes"; }
 
 base::Bytes HttpRequest::Read() {

@@ -78,6 +78,8 @@ public:
     std::optional<std::uint64_t> BodySize() const;
     /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
     std::uint64_t RangeStart() const;
+    /// How long that file is; nothing where the answer does not tell.
+    std::optional<std::uint64_t> RangeTotal() const;
     /// Whether the server sends parts of it as well.
     bool MayBePart() const;
     /// The next bytes of the body of the answer, until the next call; none at its end.

@@ -59,7 +59,11 @@ public:
 private:
     std::vector<std::wstring> Files(const std::wstring& folder) {
         return FilesBelow(
-            m_server, folder, m_subFolder, [&](const std::wstring& reason) { Stays(reason); },
+            m_server, folder, m_subFolder,
+            [&](const std::wstring& reason) {
+                m_hasSeenAll = false;
+                Stays(reason);
+            },
             [&](const std::wstring& subFolder) { m_notes.Read(subFolder); });
     }
 
@@ -100,7 +104,11 @@ private:
         if (unfinished != m_unfinished.end() && !SetDamagedAside(unfinished->second)) return false;
         // First: what cannot be stored here is left to other receivers.
         IncomingPacket incoming = Incoming(packet);
-        if (Claim(packet)) return Receive(packet, incoming);
+        if (Claim(packet)) {
+            // A part that is left here came of an earlier claim, which may have been another version.
+            incoming.GoOnAt(0);
+            return Receive(packet, incoming);
+        }
         incoming.Drop();
         return false;
     }
@@ -171,9 +179,9 @@ private:
     bool Fetch(const std::wstring& packet, IncomingPacket& incoming) {
         // Without a digest nobody could tell what became of a part meanwhile.
         if (!m_notes.Tell(packet)) incoming.GoOnAt(0);
-        const bool isContinued = incoming.Size() > 0;
-        const DavReply reply = Download(packet, incoming);
-        if (!reply.Succeeded() && reply.status != DavServer::kNothingThere)
+        bool isContinued = incoming.Size() > 0;
+        const DavReply reply = Download(packet, incoming, isContinued);
+        if (!reply.Succeeded() && !(isContinued && reply.status == DavServer::kNothingThere))
             return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
         const std::wstring sha256 = incoming.Finish();
         const PacketDigest* const digest = DigestOf(packet, incoming.Size(), sha256);
@@ -181,14 +189,17 @@ private:
             incoming.GoOnAt(0);
             return Fetch(packet, incoming);
         }
+        if (!digest && !m_notes.AreAllRead())
+            return Stays(L"The digests of the packets cannot be read from the server. File " + packet +
+                         L" waits for the next transfer.");
         if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
         if (digest) incoming.SetModificationTime(digest->lastWrite);
         incoming.TakePlace();
         return true;
     }
 
-    /// Goes on after a line that broke, as long as each attempt brings more.
-    DavReply Download(const std::wstring& packet, IncomingPacket& incoming) const {
+    /// Goes on after a line that broke, as long as each attempt brings more, where a digest proves the whole.
+    DavReply Download(const std::wstring& packet, IncomingPacket& incoming, bool& isContinued) const {
         const auto begin = [&](std::uint64_t offset) {
             if (offset != incoming.Size()) incoming.GoOnAt(offset);
         };
@@ -196,7 +207,9 @@ private:
         for (int attempt = 1;; ++attempt) {
             const std::uint64_t before = incoming.Size();
             DavReply reply = m_server.Get(JoinRemote(m_claims, packet), before, begin, take);
-            if (reply.IsAnswered() || incoming.Size() <= before || attempt == kMostAttempts) return reply;
+            const bool mayGoOn = !reply.IsAnswered() && incoming.Size() > before && m_notes.Tell(packet);
+            if (!mayGoOn || attempt == kMostAttempts) return reply;
+            isContinued = true;
         }
     }
 
@@ -244,7 +257,7 @@ private:
     /// waiting: what did so after the notes were read.
     void DeleteNotes(const std::vector<std::wstring>& waiting) const {
         // Of one sub-folder alone nobody knows what waits in the others.
-        if (!m_subFolder.empty() || !m_notes.AreThere()) return;
+        if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
         std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()),
                              [&](const std::wstring& packet) { return !m_received.contains(packet); });
@@ -265,7 +278,8 @@ private:
     std::map<std::wstring, std::wstring> m_damaged;  ///< of these, with the SHA-256 that came instead
     std::set<std::wstring> m_received;
     FolderProvider m_folders{m_server};
-    bool m_isFull = false;  ///< the local disk
+    bool m_hasSeenAll = true;  ///< that waits
+    bool m_isFull = false;     ///< the local disk
     bool m_isComplete = true;
 };
 

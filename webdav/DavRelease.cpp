@@ -8,18 +8,22 @@
 #include "base/Text.h"
 #include "common/modMain.h"
 #include "webdav/DavTransfer.h"
+#include "webdav/DigestNotes.h"
 #include "webdav/RemoteFiles.h"
 
 namespace {
+
+bool WasSentAnew(const std::wstring& claim, const std::wstring& target, const ShownProcedure& self) {
+    return self.Fail(L"File " + target +
+                     L" was sent anew meanwhile. The older version stays on the server: delete " + claim +
+                     L" if nobody needs it.");
+}
 
 bool Release(const DavServer& server, const std::wstring& claim, const std::wstring& target,
              const ShownProcedure& self) {
     const DavReply reply = server.Move(claim, target, DavServer::Other::Stays);
     if (reply.Succeeded() || !server.Exists(claim)) return true;
-    if (server.Exists(target))
-        return self.Fail(L"File " + target +
-                         L" was sent anew meanwhile. The older version stays on the server: delete " + claim +
-                         L" if nobody needs it.");
+    if (server.Exists(target)) return WasSentAnew(claim, target, self);
     return self.Fail(Lines(L"Failed to release the file " + claim + L" on the server.", reply.failure));
 }
 
@@ -43,6 +47,7 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
     if (holder == holders.end())
         return self.Fail(L"No installation " + installation + L" holds packets on the server.");
     FolderProvider folders(server);
+    DigestNotes notes(server, remote);
     bool isComplete = true;
     LONG position = 0;
     progress.SetRange(0, static_cast<LONG>(holder->packets.size()));
@@ -52,8 +57,12 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
         isComplete = Try(self,
                          [&] {
                              folders.Provide(RemotePath(Path::ParentFolder(LocalPath(target))));
-                             const std::wstring claims = ClaimsOf(remote, holder->installation);
-                             return Release(server, JoinRemote(claims, packet), target, self);
+                             const std::wstring claim =
+                                 JoinRemote(ClaimsOf(remote, holder->installation), packet);
+                             // Others may have received the newer version: the notes stay with the claim.
+                             notes.ReadOf(packet);
+                             return notes.VersionsOf(packet) > 1 ? WasSentAnew(claim, target, self)
+                                                                 : Release(server, claim, target, self);
                          }) &&
                      isComplete;
     }

@@ -95,27 +95,48 @@ private:
 
     /// Who receives through the server removes the notes with their packets; others, who take packets from
     /// its disk, do not.
-    bool NothingWaits() const {
-        const Refuse ignore = [](const std::wstring&) {};
-        return FilesBelow(m_server, m_remote, {}, ignore).empty() &&
-               ClaimedPackets(m_server, m_remote).empty();
+    bool NothingWaits() const try {
+        bool isAllSeen = true;
+        const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
+        if (!FilesBelow(m_server, m_remote, {}, refuse).empty() || !isAllSeen) return false;
+        // Others may receive from a folder above.
+        for (std::wstring folder = m_remote; !folder.empty(); folder = FolderAbove(folder))
+            if (!ClaimedPackets(m_server, folder).empty()) return false;
+        return true;
+    } catch (const HttpError&) {
+        throw;  // somebody wants an end
+    } catch (const base::Error&) {
+        return false;  // not everybody may look there
+    }
+
+    static std::wstring FolderAbove(const std::wstring& folder) {
+        return RemotePath(Path::ParentFolder(LocalPath(folder)));
     }
 
     /// False where the server takes nothing more.
     bool Send(const base::TreeFile& file) {
-        if (LiesInFolderOfTransport(file))
-            return Stays(L"The folder " + file.subFolder +
-                         L" has a name that on a WebDAV server only the transport uses. Rename it.");
+        if (LiesInFolderOfTransport(file)) {
+            Stays(L"The folder " + file.subFolder +
+                  L" has a name that on a WebDAV server only the transport uses. Rename it.");
+            return true;
+        }
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
             m_batch.pop_back();
-            return Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
+            Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
+            return true;
         }
-        Describe(upload);
-        Sha256 sum;
-        const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
-        const DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
-        upload.digest.sha256 = sum.Finish();
+        DavReply reply;
+        // One that cannot be read does not hold the others up.
+        const bool isRead = Try(m_self, [&] {
+            reply = Put(upload);
+            return true;
+        });
+        if (!isRead) {
+            m_isComplete = false;
+            m_batch.pop_back();
+            return true;
+        }
         m_bytes += upload.digest.size;
         if (reply.Succeeded()) return true;
         std::wstring reason =
@@ -129,6 +150,15 @@ private:
         const DavReply removal = m_server.Delete(UploadPath(upload));
         m_batch.pop_back();
         return IsOfThisFile(reply, removal);
+    }
+
+    DavReply Put(Upload& upload) const {
+        Describe(upload);
+        Sha256 sum;
+        const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
+        DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
+        upload.digest.sha256 = sum.Finish();
+        return reply;
     }
 
     /// Whether another file may fare better. Where a body is refused before it was sent, the answer may get
@@ -205,8 +235,9 @@ private:
         const std::string note = TextOf(digests);
         const std::wstring name = Sha256Of(base::BytesOf(note)) + std::wstring(kNoteEnding);
         const DavReply reply = m_server.Put(JoinRemote(m_uploads, name), note);
-        return reply.Succeeded() ||
-               Stays(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
+        if (!reply.Succeeded())
+            Stays(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
+        return reply.Succeeded();
     }
 
     bool TakeName(const Upload& upload) {
@@ -226,10 +257,9 @@ private:
         return !m_server.Exists(UploadPath(upload)) && m_server.Exists(target);
     }
 
-    bool Stays(const std::wstring& report) {
+    void Stays(const std::wstring& report) {
         m_isComplete = false;
         m_self.Fail(report);
-        return true;
     }
 
     const DavServer& m_server;

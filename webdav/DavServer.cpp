@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "base/Error.h"
+#include "base/SystemError.h"
 #include "base/Utf8.h"
 #include "http/HttpError.h"
 #include "http/UrlPath.h"
@@ -30,9 +31,12 @@ void SendText(HttpRequest& request, std::string_view text) {
 /// it twice.
 void SendFile(HttpRequest& request, const base::File& file, const std::function<void(base::Bytes)>& watch,
               std::uint64_t& watched) {
-    request.SendHead(file.Size());
-    for (std::uint64_t offset = 0; offset < file.Size();) {
+    const std::uint64_t size = file.Size();
+    request.SendHead(size);
+    for (std::uint64_t offset = 0; offset < size;) {
         const std::size_t length = file.ReadAt(offset, request.Buffer());
+        // A disk or share that has lost the rest need not say so; the server would wait for it.
+        if (length == 0) throw base::SystemError(ERROR_READ_FAULT, "read", file.Path());
         if (offset == watched) {
             watch(request.Buffer().first(length));
             watched += length;
@@ -75,6 +79,12 @@ std::wstring MeaningOf(DWORD status) {
     return L"it failed";
 }
 
+/// To a change, a list of what failed and a promise are none.
+bool IsSuccess(DWORD status, std::wstring_view method) {
+    constexpr DWORD kAccepted = 202;
+    return status / 100 == 2 && (method == L"PROPFIND" || (status != kMultistatus && status != kAccepted));
+}
+
 /// A file that comes in one answer, or in several.
 class Download {
 public:
@@ -93,7 +103,7 @@ public:
         if (!size)
             m_failure = L"The server " + m_server + L" does not tell the length of " + m_path +
                         L", so that nobody would know whether all of it came. Switch off its compression.";
-        else if (start != m_offset && (start != 0 || m_isContinued))
+        else if (!IsRestOfTheFile(start, start + *size, answer.RangeTotal()))
             m_failure =
                 L"The server " + m_server + L" sent another part of " + m_path + L" than it was asked for.";
         else
@@ -105,6 +115,13 @@ public:
     const std::wstring& Failure() const noexcept { return m_failure; }
 
 private:
+    /// Or all of it, from a server that knows no parts.
+    bool IsRestOfTheFile(std::uint64_t start, std::uint64_t end, std::optional<std::uint64_t> told) {
+        const bool isExpected = start == m_offset || (start == 0 && !m_isContinued);
+        const std::uint64_t total = told.value_or(end);
+        return isExpected && end == total && std::exchange(m_total, total).value_or(total) == total;
+    }
+
     void ReadBody(HttpRequest& answer, std::uint64_t start, std::uint64_t size) {
         // Wine ends each body at 2 GB. What is left of this one goes with its connection.
         constexpr std::uint64_t kLongest = 1 << 30;
@@ -130,7 +147,8 @@ private:
     const std::wstring& m_path;
     const std::function<void(std::uint64_t)>& m_begin;
     const std::function<void(base::Bytes)>& m_take;
-    std::uint64_t m_offset;  ///< where what comes next begins
+    std::uint64_t m_offset;                ///< where what comes next begins
+    std::optional<std::uint64_t> m_total;  ///< bytes of the file, as told
     bool m_isContinued = false;
     bool m_isWhole = false;
     std::wstring m_failure;
@@ -157,7 +175,7 @@ DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const U
         return {refusal.status, Explained(refusal.status, method, path, refusal.reason)};
     HttpRequest request = m_connection.Open(method, UrlPath::EncodePath(path));
     const DWORD status = m_connection.Exchange(request, send);
-    const bool succeeded = status / 100 == 2;
+    const bool succeeded = IsSuccess(status, method);
     if (succeeded && use) use(request);
     const std::wstring mismatch =
         status == HTTP_STATUS_DENIED ? m_connection.LoginMismatch(request) : std::wstring();

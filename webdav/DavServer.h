@@ -17,9 +17,10 @@ struct DavReply {
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
     bool IsAnswered() const noexcept { return status != 0; }
-    bool Succeeded() const noexcept { return status / 100 == 2; }
-    /// Whether it may have been done all the same: nobody answered, or a gateway that lost the answer.
-    bool MayBeDone() const noexcept { return !IsAnswered() || status / 100 == 5; }
+    bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
+    /// Whether it may have been done all the same: nobody answered, a gateway that lost the answer, or a
+    /// server that tells no more than that a part was done.
+    bool MayBeDone() const noexcept { return !IsAnswered() || status / 100 == 5 || status / 100 == 2; }
 };
 
 /// A failure throws only where it says so: what a request has brought about despite it, the state tells.

@@ -2,6 +2,7 @@
 #include "webdav/DigestNotes.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "cipher/Sha256.h"
@@ -11,14 +12,18 @@ namespace {
 
 constexpr std::size_t kLargestNote = 4 << 20;
 
-/// The text of a note; empty where it does not come as it was sent.
-std::string TextOfNote(const DavServer& server, const std::wstring& folder, const std::wstring& name) {
+/// The text of a note; empty where it is not what was sent, and nothing where it does not come.
+std::optional<std::string> TextOfNote(const DavServer& server, const std::wstring& folder,
+                                      const std::wstring& name) {
     std::string text;
     const auto take = [&](base::Bytes bytes) {
         if (text.size() + bytes.size() <= kLargestNote) text.append(bytes.begin(), bytes.end());
     };
-    const bool came = server.Get(JoinRemote(folder, name), take).Succeeded();
-    const bool isWhole = came && name == Sha256Of(base::BytesOf(text)) + std::wstring(kNoteEnding);
+    constexpr DWORD kNotFound = 404;
+    const DavReply reply = server.Get(JoinRemote(folder, name), take);
+    if (!reply.Succeeded() && reply.status != kNotFound) return std::nullopt;
+    const bool isWhole =
+        reply.Succeeded() && name == Sha256Of(base::BytesOf(text)) + std::wstring(kNoteEnding);
     return isWhole ? text : std::string();
 }
 
@@ -56,7 +61,10 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
     const std::wstring uploads = UploadsOf(JoinRemote(m_remote, subFolder));
     const std::wstring path = JoinRemote(uploads, name);
     if (m_read.contains(path)) return;
-    auto note = DigestsIn(TextOfNote(m_server, uploads, name));
+    const std::optional<std::string> text = TextOfNote(m_server, uploads, name);
+    m_unread.erase(path);
+    if (!text) m_unread.insert(path);
+    auto note = DigestsIn(text.value_or(std::string()));
     if (!note) return;
     for (PacketDigest& digest : *note) {
         digest.packet = JoinRemote(subFolder, digest.packet);
@@ -73,6 +81,13 @@ const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t 
         return told.second.size == size && told.second.sha256 == sha256;
     });
     return found == last ? nullptr : &found->second;
+}
+
+std::size_t DigestNotes::VersionsOf(const std::wstring& packet) const {
+    const auto [first, last] = m_packets.equal_range(packet);
+    std::set<std::wstring> contents;
+    std::for_each(first, last, [&](const auto& told) { contents.insert(told.second.sha256); });
+    return contents.size();
 }
 
 bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& packets) const {

@@ -28,6 +28,10 @@ public:
                              const std::wstring& sha256) const;
     /// Whether one tells of the packet at all.
     bool Tell(const std::wstring& packet) const { return m_packets.contains(packet); }
+    /// False where one is there that could not be fetched: what is in it, nobody knows.
+    bool AreAllRead() const { return m_unread.empty(); }
+    /// How many contents of a packet they tell of.
+    std::size_t VersionsOf(const std::wstring& packet) const;
     /// Whether there may be any to delete.
     bool AreThere() const { return !m_first.empty(); }
     /// Deletes those of the first reading of whose packets none waits any more. packets: what waits in the
@@ -48,5 +52,6 @@ private:
     std::map<std::wstring, Note> m_first;  ///< of the first reading, by path
     std::set<std::wstring> m_waiting;      ///< names of uploads then
     std::set<std::wstring> m_read;         ///< paths of notes
+    std::set<std::wstring> m_unread;
     std::multimap<std::wstring, PacketDigest> m_packets;
 };

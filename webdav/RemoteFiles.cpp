@@ -1,8 +1,11 @@
 // See RemoteFiles.h.
 #include "webdav/RemoteFiles.h"
 
+#include "base/Arrival.h"
+#include "base/Error.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
+#include "base/Text.h"
 #include "webdav/DavTransfer.h"
 
 namespace {
@@ -19,14 +22,16 @@ public:
         const auto entries = m_server.List(JoinRemote(m_root, folder));
         if (!entries) return;
         TellWhoSends(folder, *entries);
-        base::LocalNames names;
+        const std::set<std::wstring> ambiguous = AmbiguousNames(*entries);
         for (const DavEntry& entry : *entries) {
+            // What somebody copies there now has no name yet.
+            if (FileSystem::IsArrival(entry.name)) continue;
             const std::wstring path = JoinRemote(folder, entry.name);
             if (!Path::IsPlainName(entry.name))
                 m_refuse(L"The server " + m_server.Name() + L" lists the name " + path +
                          L", which cannot be the name of a file in the local folder. Rename or remove it on "
                          L"the server.");
-            else if (!names.Add(entry.name))
+            else if (ambiguous.contains(base::Upper(entry.name)))
                 m_refuse(
                     L"The server " + m_server.Name() + L" lists the name " + path +
                     L" and another one that differs only in the case of letters. Both would be one local "
@@ -37,19 +42,39 @@ public:
                 m_refuse(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
                          L" folders deep. Move it up.");
             else if (!IsOfTransport(entry.name))
-                Through(path, depth + 1);
+                Into(path, depth + 1);
         }
-    }
-
-    void TellWhoSends(const std::wstring& folder, const std::vector<DavEntry>& entries) const {
-        if (!m_sentInto) return;
-        for (const DavEntry& entry : entries)
-            if (const auto packets = FolderOfUploads(entry.name)) m_sentInto(JoinRemote(folder, *packets));
     }
 
     std::vector<std::wstring> Files() && { return std::move(m_files); }
 
 private:
+    /// One folder that cannot be listed does not hide the others.
+    void Into(const std::wstring& folder, int depth) try {
+        Through(folder, depth);
+    } catch (const HttpError&) {
+        throw;  // somebody wants an end
+    } catch (const base::Error& error) {
+        m_refuse(error.failure().description);
+    }
+
+    /// In capitals: which of the files that would be one here is the newer one, nobody can tell.
+    static std::set<std::wstring> AmbiguousNames(const std::vector<DavEntry>& entries) {
+        base::LocalNames names;
+        std::set<std::wstring> ambiguous;
+        for (const DavEntry& entry : entries)
+            if (!names.Add(entry.name)) ambiguous.insert(base::Upper(entry.name));
+        return ambiguous;
+    }
+
+    void TellWhoSends(const std::wstring& folder, const std::vector<DavEntry>& entries) const {
+        if (!m_sentInto) return;
+        for (const DavEntry& entry : entries) {
+            if (!entry.isFolder) continue;
+            if (const auto packets = FolderOfUploads(entry.name)) m_sentInto(JoinRemote(folder, *packets));
+        }
+    }
+
     const DavServer& m_server;
     const std::wstring& m_root;
     const Refuse& m_refuse;
@@ -71,6 +96,7 @@ std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstrin
     const Refuse ignore = [](const std::wstring&) {};
     std::vector<ClaimHolder> holders;
     for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
+        if (!entry.isFolder) continue;
         std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, ignore);
         if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
     }

@@ -68,6 +68,8 @@ class DoctorTest(JsonTest):
         self.assert_only("remote", "to-enterprise is not there")
         Mount(self, self.to_enterprise, "10m").remount("ro")
         self.assert_only("remote", "to-enterprise takes no file")
+        self.to_field.rmdir()
+        self.assert_only("remote", "to-enterprise takes no file", "to-field is not there")
 
     def test_leftovers(self):
         for path in (self.field.inbox / "a.mdb_bak", self.to_field / "~1-2.arriving",

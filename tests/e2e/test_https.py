@@ -204,7 +204,7 @@ class LiesTest(HttpsHostTest):
         def lie(bend):
             return lambda method, status, headers, content: bend(headers, content) if method == "GET" and len(content) == 20_000 else (
                 status, headers, content)
-        for text, bend in (("is not what was sent", lambda headers, content: (200, headers, content[:-1] + b"x")),
+        for text, bend in (("is not what was sent", lambda headers, content: (200, headers, content[:-1] + bytes([content[-1] ^ 1]))),
                            ("is not what was sent", lambda headers, content: (200, headers, content[:-1])),
                            ("is not what was sent", lambda headers, content: (200, headers, b"")),
                            ("answers 404", lambda headers, content: (404, {}, b""))):
@@ -213,6 +213,19 @@ class LiesTest(HttpsHostTest):
         self.use(self.server.url)
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def test_a_move_of_which_nobody_tells_that_it_is_done(self):
+        for status in (202, 207):
+            self.ledger.clear()
+            self.put(self.field, "a.mdb")
+            spoiler = Spoiler(self, self.server)
+            ask = spoiler.ask
+            spoiler.ask = lambda request, body, ask=ask, status=status: (
+                (status, {}, b"") if request.command == "MOVE" else ask(request, body))
+            self.use(spoiler.url)
+            self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        self.use(self.server.url)
+        self.assert_next_cycle_delivers()
 
     def test_what_was_not_stored_is_not_deleted(self):
         def lie(method, status, headers, content):
@@ -270,6 +283,13 @@ class ContinuedDownloadTest(HttpsHostTest):
             self.ledger.clear()
             self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
             self.assert_run(self.field)
+
+    def test_not_where_nobody_tells_what_it_must_be(self):
+        for note in self.server.packets.glob("*.uploads/*.digests"):
+            note.unlink()
+        self.receive(1, cuts=1)
+        self.assertEqual(self.receive(0, cuts=0), [self.SIZE])
+        self.assert_delivered()
 
     def test_not_with_another_version(self):
         self.receive(1, cuts=1, then=(503, {}, b""))
@@ -348,6 +368,56 @@ class LeftoversTest(HttpsHostTest):
         self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def test_a_claim_is_not_released_over_what_others_received(self):
+        shutil.copytree(self.root, self.scratch / "other")
+        other = Side(self.scratch / "other", "enterprise")
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
+            (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content))).url)
+        self.assert_run(self.enterprise, 1)
+        self.use(self.server.url)
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.assertEqual(other.run().code, 0, other.log)
+        claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
+        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+        self.assertEqual(len(files_below(claims)), 1)
+
+    def test_what_cannot_be_seen_or_told_apart_keeps_nothing_else_back(self):
+        self.put(self.field, "a.mdb", "b.mdb", "week.uploads", "CLOSED/c.mdb")
+        self.assert_run(self.field)
+        closed = self.to_enterprise / "CLOSED"
+        closed.chmod(0)
+        twin = self.to_enterprise / "A.mdb"
+        twin.write_bytes(b"which of both is newer?")
+        self.server.own(twin)
+        claims = self.to_enterprise.with_name("to-enterprise.claims")
+        claims.mkdir()
+        (claims / "Thumbs.db").write_bytes(b"")
+        (self.to_enterprise / "~1-2.arriving").write_bytes(b"half")
+        self.server.own(claims)
+        self.assert_run(self.enterprise, 1)
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"b.mdb", "week.uploads"})
+        closed.chmod(0o755)
+        twin.unlink()
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def test_an_account_that_may_not_see_the_claims(self):
+        uploads = self.to_enterprise.with_name("to-enterprise.uploads")
+        uploads.mkdir()
+        for number in range(30):
+            (uploads / f"{number}.digests").write_bytes(b"")
+        self.server.own(uploads, *uploads.iterdir())
+        spoiler = Spoiler(self, self.server)
+        ask = spoiler.ask
+        spoiler.ask = lambda request, body: (403, {}, b"") if ".claims" in request.path else ask(request, body)
+        self.field.change("https.server", spoiler.url)
+        self.put(self.field, "a.mdb")
+        self.assert_next_cycle_delivers()
 
     def test_notes_do_not_pile_up(self):
         """Where packets are taken from the server's disk, nobody else removes the notes."""

@@ -6,7 +6,7 @@ import signal
 import time
 
 from objects import JsonTest
-from support import HostTest, Mount, WAITING, files_below, run_on_terminal, wait_until
+from support import HostTest, Mount, WAITING, files_below, run_on_terminal, wait_until, windows
 
 
 def tree(root):
@@ -82,6 +82,13 @@ class ReportTest(JsonTest):
         self.assertEqual((run["dry_run"], run["sent"], run["delivered"], run["left"]), (True, 3, 2, 2))
         self.assertEqual(tree(self.root), before)
 
+    def test_a_dry_run_tells_what_it_cannot_know(self):
+        self.to_field.rmdir()
+        self.put(self.field, "a.mdb")
+        outcome = self.assert_ends(0, "run", self.field.settings, "--dry-run")
+        self.assertIn(f"The remote folder {windows(self.to_field)} is not there, or cannot be seen.", outcome.output)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): "would be sent"})
+
     def test_a_dry_run_does_what_a_run_then_does(self):
         self.put(self.field, "a.mdb", "sub/b.xml")
         self.put(self.enterprise, "c.mdb", folder=self.to_field)
@@ -150,6 +157,20 @@ class StatusTest(JsonTest):
         self.ledger.pop()
         self.assert_run(self.field)
         self.assertEqual(self.status()["last_run"]["result"], "complete")
+
+    def test_every_end_of_a_run_has_its_words(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        path = self.field.send.with_name("send.status")
+        good = path.read_text(encoding="utf-8")
+        self.assertIn('"result":"complete"', good)
+        for result, words, code in (("complete", "complete", 0), ("stopped", "stopped by the user", 1),
+                                    ("no_cycle", "no cycle took place", 1)):
+            path.write_text(good.replace('"result":"complete"', f'"result":"{result}"').replace(
+                '"messages":[]', '"messages":["what was shown"]'), encoding="utf-8")
+            self.assertIn(f", {words}\n", self.assert_ends(code, "status", self.field.settings).output)
+            last = self.status(code)["last_run"]
+            self.assertEqual((last["result"], last["messages"]), (result, ["what was shown"]))
 
     def test_runs_that_are_under_way_killed_or_refused(self):
         def killed(load):

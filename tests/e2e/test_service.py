@@ -70,6 +70,16 @@ class ServiceTest(HostTest):
         self.assertIn("the service has stopped", told)
         self.assert_next_cycle_delivers()
 
+    def test_settings_that_became_bad_before_it_starts(self):
+        self.put(self.field, "a.mdb")
+        self.service("install", "--every", "1s")
+        self.field.change("role", "foo")
+        self.service("start")
+        wait_until(lambda: "no cycle: " in self.told())
+        self.field.change("role", "field")
+        wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
+        self.service("stop")
+
     def test_what_is_refused(self):
         self.change_to_ftp()
         self.assertIn("let the Task Scheduler", self.service("install", code=2).errors)

@@ -100,6 +100,10 @@ TEST(Delta, HoldsNoMoreThanWhatIsNew) {
     for (std::size_t at = 10; at < changed.size(); at += 20'000)
         changed[at] ^= 1;
     EXPECT_LE(RoundTrip(reference, changed), 1000u) << "100 bytes in place";
+
+    const std::string window = Noise(RollingHash::kWindow, 3);
+    const std::string around = Noise(500, 4) + window + Noise(500, 5);
+    EXPECT_LT(RoundTrip(window, around), RoundTrip("", around)) << "one window";
 }
 
 TEST(Delta, RefusesAReferenceThatIsShorterThanItSays) {

@@ -13,6 +13,25 @@ TEST(FtpReply, AFileStatusIsWhatItsLineTells) {
         EXPECT_EQ(FileStatusIn(reply), L"") << testing::PrintToString(std::wstring(reply));
 }
 
+TEST(FtpReply, AReplyEndsWithItsCode) {
+    EXPECT_EQ(ReplyCode(L"150 Here it comes\r\n226-Done\r\n226 Bye\r\n"), L"226");
+    EXPECT_EQ(ReplyCode(L"no code\n1234 neither"), L"");
+}
+
+TEST(FtpReply, NothingIsToldInManyWords) {
+    for (const wchar_t* reply :
+         {L"226 Done", L"150 Here\r\n250 Done", L"550 No files found", L"450 *.*: Not found"})
+        EXPECT_TRUE(TellsOfNothing(reply, true)) << testing::PrintToString(std::wstring(reply));
+    for (const wchar_t* reply :
+         {L"550 a.mdb: no such FILE or directory", L"450 Cannot find it", L"550 Does not exist"}) {
+        EXPECT_TRUE(TellsOfNothing(reply, false)) << testing::PrintToString(std::wstring(reply));
+        EXPECT_FALSE(TellsOfNothing(reply, true)) << "the folder may be missing";
+    }
+    for (const wchar_t* reply :
+         {L"", L"550 Permission denied", L"530 Not found", L"426 Broken\r\n226 Closed"})
+        EXPECT_FALSE(TellsOfNothing(reply, false)) << testing::PrintToString(std::wstring(reply));
+}
+
 TEST(FtpReply, SizesHave64Bits) {
     EXPECT_EQ(SizeIn(L"0"), 0U);
     EXPECT_EQ(SizeIn(L"18446744073709551615"), ~std::uint64_t{0});

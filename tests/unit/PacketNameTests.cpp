@@ -32,4 +32,10 @@ TEST(PacketName, OnlyABackupOfADifferenceHasAnEncodedFileBehindIt) {
         EXPECT_EQ(EncodedNameOfBackup(name, L".axd"), L"") << testing::PrintToString(std::wstring(name));
 }
 
+TEST(PacketName, AFileThatTravelsTellsItsPacket) {
+    const TravelExtensions extensions{L".afz", L".axd"};
+    for (const wchar_t* name : {L"a~b.mdb", L"a~b.mdb.AFZ", L"a~b.mdb~Base.axd"})
+        EXPECT_EQ(PacketOf(name, extensions), L"a~b.mdb") << testing::PrintToString(std::wstring(name));
+}
+
 }  // namespace

@@ -36,9 +36,10 @@ TEST(Path, SplitsIntoParentNameAndBase) {
 
 TEST(Path, DriveIsLetterOrShare) {
     EXPECT_EQ(Path::Drive(L"C:\\a"), L"C:");
+    EXPECT_EQ(Path::Drive(L"C:"), L"C:");
     EXPECT_EQ(Path::Drive(L"\\\\server\\share\\a\\b"), L"\\\\server\\share");
     EXPECT_EQ(Path::Drive(L"\\\\server\\share"), L"\\\\server\\share");
-    for (const wchar_t* path : {L"", L"a", L"a\\b", L"\\a", L"\\\\server", L"\\\\"})
+    for (const wchar_t* path : {L"", L"a", L"a\\b", L"\\a", L"\\a\\b\\c", L"\\\\server", L"\\\\"})
         EXPECT_EQ(Path::Drive(path), L"") << testing::PrintToString(std::wstring(path));
 }
 

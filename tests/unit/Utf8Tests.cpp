@@ -8,8 +8,10 @@ namespace {
 constexpr wchar_t kReplacement = 0xFFFD;
 
 TEST(Utf8, CharactersOfEveryLengthComeBack) {
-    const std::wstring text = L"a\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF";
-    const std::string bytes = "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"
+    const std::wstring text =
+        std::wstring(1, L'\0') + L"a\u007F\u0080\u07FF\u0800\uD7FF\uE000\uFFFF\U00010000\U0010FFFF";
+    const std::string bytes = std::string(1, '\0') +
+                              "a\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"
                               "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
     EXPECT_EQ(base::ToUtf8(text), bytes);
     EXPECT_EQ(base::FromUtf8(bytes), text);
@@ -34,6 +36,7 @@ TEST(Utf8, HalvesOfPairsAreReplaced) {
     constexpr wchar_t kLow = 0xDCE6;
     EXPECT_EQ(base::ToUtf8(std::wstring{kHigh, kLow}), "\U0001F4E6");
     EXPECT_EQ(base::ToUtf8(std::wstring{kLow, kHigh, L'a', kHigh}), "\uFFFD\uFFFDa\uFFFD");
+    EXPECT_EQ(base::ToUtf8(std::wstring{kHigh, 0xE000}), "\uFFFD\uE000");
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ TEST(UrlPath, NamesArePercentEncodedUtf8) {
 TEST(UrlPath, TheLastNameOfAReferenceIsWhatCounts) {
     const std::wstring name = L"a b%.mdb";
     for (const char* reference : {"a%20b%25.mdb", "/dav/a%20b%25.mdb", "/dav/a%20b%25.mdb/", "a b%25.mdb",
-                                  "https://server:8443/dav/%61%20b%25.mdb", "//server/a%20b%25.mdb"})
+                                  "https://server:8443/dav/%61%20b%25%2e%6D%64%62", "//server/a%20b%25.mdb"})
         EXPECT_EQ(UrlPath::LastName(reference), name) << reference;
     for (const char* reference :
          {"", "/", "https://server", "https://server/", "/a%2", "/a%zz", "/%ff", "/a%"})

@@ -226,6 +226,15 @@ TEST(Zip, ReadsAnArchiveThatOtherBytesFollow) {
     EXPECT_THROW(Extracted(archive + Noise(66'000)), FormatError);
 }
 
+TEST(Zip, RefusesAPartOfAnArchiveInSeveralFiles) {
+    const std::string archive = Archive({"x"});
+    for (const std::size_t field : {4U, 6U, 8U}) {  // its number, that of the directory's, entries in it
+        std::string part = archive;
+        part[archive.size() - kEndSize + field] ^= 2;
+        EXPECT_THROW(Extracted(part), FormatError) << field;
+    }
+}
+
 std::wstring Upper(std::wstring_view text) {
     std::wstring upper(text);
     for (wchar_t& character : upper)

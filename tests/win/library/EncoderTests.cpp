@@ -294,6 +294,9 @@ TEST_F(DeltaEncoder, NeedsItsReferenceFile) {
                             L"\r\nRun the Tulrec application which will set the registry key to the correct "
                             L"xDelta reference file.");
     };
+    settings->put_ReferencePath(In(temp.File(L"some.AXR")));
+    EXPECT_EQ(Ask<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, settings), temp / L"some.AXR");
+    EXPECT_THAT(framework.log, IsEmpty());
     settings->put_ReferencePath(In(temp / L"none.AXR"));
     EXPECT_EQ(Ask<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, settings), L"");
     EXPECT_FALSE(Encode(L"x.mdb"));

@@ -192,6 +192,23 @@ TEST_F(Transporter, AVersionThatWaitsStaysUntilTheNewOneIsWhole) {
     EXPECT_EQ(temp.Content(L"send\\online"), "newer");
 }
 
+TEST_F(Transporter, AMovedPacketThatCannotLeaveItsPlaceIsTold) {
+    const auto failureOfMove = [&](const std::wstring& packet) {
+        const auto script = com::As<_clsTransporter>(transporter.Get());
+        return FailureOf([&] { com::Check(script->Move(In(packet), Variant().Get())); }).description;
+    };
+    const std::wstring packet = temp.File(L"x.mdb", "older");
+    remote->onFolder = [&] {
+        // As programs save: the older file goes by another name.
+        if (MoveFileW(packet.c_str(), (temp / L"x.bak").c_str())) temp.File(L"x.mdb", "newer");
+    };
+    EXPECT_THAT(failureOfMove(packet), HasSubstr(L"was saved while this one was added"));
+    EXPECT_EQ(temp.Content(L"x.mdb"), "newer");
+    const auto reader = Held(packet, GENERIC_READ, FILE_SHARE_READ);
+    EXPECT_THAT(failureOfMove(packet), HasSubstr(L"is still at its place, too."));
+    EXPECT_EQ(temp.Content(L"x.mdb") + temp.Content(L"send\\x.mdb"), "newernewer");
+}
+
 TEST_F(Transporter, NamesThatTheTransportUsesItselfAreNoPacketNames) {
     for (const std::wstring name : {L"rwd_testfile.TXT", L"~12-345.arriving"}) {
         EXPECT_FALSE(Add(temp.File(name, "packet")));

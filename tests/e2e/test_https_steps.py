@@ -1,0 +1,210 @@
+"""Each step of a transfer through a WebDAV server is refused once: what was not done is told, and done by the next."""
+import contextlib
+import os
+import time
+
+import test_failures
+from cases import NETNAME_DELETED, Fault, Mode, count_plan
+from dav import HttpsHostTest, Spoiler
+from support import Holder, WAITING, files_below, slow, windows
+
+
+class Refuser(Spoiler):
+    """Answers requests of a method whose path holds a text with a status; the server never hears of them."""
+
+    def __init__(self, test, server, method, text, status):
+        super().__init__(test, server)
+        self.method, self.text, self.status = method, text, status
+        self.refused = 0
+
+    def ask(self, request, body):
+        if request.command != self.method or self.text not in request.path:
+            return super().ask(request, body)
+        self.refused += 1
+        return self.status, {}, b""
+
+
+class StepTest(HttpsHostTest):
+    @contextlib.contextmanager
+    def refusing(self, method, text, status):
+        refuser = Refuser(self, self.server, method, text, status)
+        self.use(refuser.url)
+        yield
+        self.assertGreater(refuser.refused, 0)
+        self.use(self.server.url)
+
+    def test_sending(self):
+        for number, (method, text, status, report) in enumerate((
+                ("MKCOL", "to-enterprise/", 507, "answers 507 to MKCOL"),
+                ("MKCOL", "sub1/", 403, "answers 403 to MKCOL"),
+                ("PROPFIND", ".uploads", 500, "answers 500 to PROPFIND"),
+                ("PUT", "~", 413, "Raise the server's limit"),
+                ("PUT", ".digests", 507, "Failed to transmit the digests of the packets."),
+                ("MOVE", "~", 403, "Failed to transmit file"))):
+            with self.subTest(method=method, text=text):
+                name = f"sub{number}/a.mdb"
+                self.put(self.field, name)
+                with self.refusing(method, text, status):
+                    self.assert_trouble(self.field, {("out", name): WAITING})
+                self.assertIn(report, self.field.log)
+                self.assert_next_cycle_delivers()
+                self.assertEqual(files_below(self.server.packets), {})
+
+    def test_a_packet_that_is_too_large_does_not_hold_the_others_up(self):
+        self.put(self.field, "large.mdb", content=b"x" * 50_000)
+        self.put(self.field, "small.mdb")
+        limit = Spoiler(self, self.server, lie=None)
+        ask = limit.ask
+        limit.ask = lambda request, body: (413, {}, b"") if len(body) == 50_000 else ask(request, body)
+        self.use(limit.url)
+        self.assert_trouble(self.field, {("out", "large.mdb"): WAITING, ("out", "small.mdb"): "sent"})
+        self.use(self.server.url)
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_in_use_stays(self):
+        held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send), "write")
+        self.put(self.field, "free.mdb", folder=self.field.send)
+        self.assert_trouble(self.field, {("out", "held.mdb"): WAITING, ("out", "free.mdb"): "sent"})
+        self.assertIn("File held.mdb is in use", self.field.log)
+        held.release()
+        self.assert_next_cycle_delivers()
+
+    run_with = test_failures.FaultTest.run_with
+
+    def fill(self):
+        self.ledger.clear()
+        for name in ("a.mdb", "b.mdb", "c.mdb"):
+            self.put(self.field, name, folder=self.field.send)
+
+    def test_a_file_that_cannot_be_read_does_not_hold_the_others_up(self):
+        self.assert_run(self.field)
+        self.fill()
+        number, *_ = (call.number for call in self.run_with(count_plan(False))[1]
+                      if call.function == "ReadFile" and call.path.endswith("b.mdb"))
+        self.fill()
+        outcome, _ = self.run_with(Fault(number, Mode.FAIL, NETNAME_DELETED).plan(False))
+        self.assertEqual((outcome.code, outcome.packets), (1, {
+            ("out", "a.mdb"): "sent", ("out", "b.mdb"): WAITING, ("out", "c.mdb"): "sent"}), outcome)
+        self.assertIn("b.mdb", self.field.log)
+        self.assert_next_cycle_delivers()
+
+    def test_a_file_that_ends_early_is_not_sent(self):
+        """What is left of it when a disk or share shows less of it than before."""
+        path = self.put(self.field, "a.mdb", content=os.urandom(4 << 20), folder=self.field.send)
+        spoiler = Spoiler(self, self.server)
+        handle = spoiler.handle
+
+        def cut(request):
+            if request.command == "PUT" and path.exists():
+                os.truncate(path, 1 << 20)
+            return handle(request)
+        spoiler.handle = cut
+        self.use(spoiler.url)
+        self.assert_run(self.field, 1, {("out", "a.mdb"): WAITING})
+        self.assertIn(f"({windows(path)})", self.field.log)
+        self.assertEqual(path.stat().st_size, 1 << 20)
+
+    def test_receiving(self):
+        for number, (method, text, status, report, isHere) in enumerate((
+                ("PROPFIND", "to-enterprise.uploads", 500, "answers 500 to PROPFIND", False),
+                ("PROPFIND", "to-enterprise.claims", 503, "answers 503 to PROPFIND", False),
+                ("PROPFIND", "to-enterprise/", 403, "answers 403 to PROPFIND", False),
+                ("MKCOL", "sub3/", 507, "answers 507 to MKCOL", False),
+                ("MOVE", "to-enterprise/", 423, "it is locked by another program", False),
+                ("GET", ".claims", 500, "Failed to retrieve file", False),
+                ("DELETE", ".claims", 403, "It will be received again", True))):
+            with self.subTest(method=method, text=text):
+                name = f"sub{number}/a.mdb"
+                self.put(self.field, name)
+                self.assert_run(self.field)
+                with self.refusing(method, text, status):
+                    self.assert_trouble(self.enterprise)
+                self.assertIn(report, self.enterprise.log)
+                self.assertEqual((self.enterprise.inbox / name).exists(), isHere)
+                self.assert_run(self.enterprise)
+                self.assert_delivered()
+                self.assertEqual(files_below(self.server.packets), {})
+
+    def test_a_server_that_tells_no_length(self):
+        """Nobody would know whether all of it came."""
+        def chunked(request, status, content):
+            request.send_response(status)
+            request.send_header("Transfer-Encoding", "chunked")
+            request.end_headers()
+            request.wfile.write(f"{len(content):x}\r\n".encode() + content + b"\r\n0\r\n\r\n")
+
+        self.receive_from(chunked)
+        self.assertIn("does not tell the length", self.enterprise.log)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    @slow
+    def test_a_server_that_drips(self):
+        """It holds the line for as long as it is heard."""
+        dripped = []
+
+        def drip(request, status, content):
+            if dripped:
+                return Spoiler.answer(request, status, {}, content)
+            request.send_response(status)
+            request.send_header("Content-Length", str(len(content)))
+            request.end_headers()
+            for start in range(0, len(content), 50):
+                dripped.append(request.wfile.write(content[start:start + 50]))
+                time.sleep(1)
+            return None
+
+        self.receive_from(drip)
+        self.assertLess(sum(dripped), 20_000)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
+    def receive_from(self, answer):
+        """Of the packet's content a server answers so; the others are as they are."""
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        spoiler = Spoiler(self, self.server)
+        usual = spoiler.answer
+        spoiler.answer = lambda request, status, headers, content: (
+            answer(request, status, content) if request.command == "GET" and ".claims" in request.path
+            else usual(request, status, headers, content))
+        self.use(spoiler.url)
+        self.enterprise.run()
+        self.assert_nothing_lost()
+        self.use(self.server.url)
+
+
+class StrangeNamesTest(HttpsHostTest):
+    """What a server can hold, and a folder of Windows cannot, stays there and is told."""
+
+    def put_there(self, *names):
+        path = None
+        for name in names:
+            path = self.to_enterprise / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_bytes(name.encode())
+        for path in (self.to_enterprise, *self.to_enterprise.rglob("*")):
+            self.server.own(path)
+
+    def test_names(self):
+        deepest = "/".join(["d"] * 33)
+        self.put_there("a.mdb", "A.mdb", "sub/b.mdb", f"{deepest}/c.mdb")
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertIn("differs only in the case of letters", self.enterprise.log)
+        self.assertIn("more than 32 folders deep", self.enterprise.log)
+        left = files_below(self.to_enterprise).keys()
+        self.assertEqual(left - {"a.mdb", "A.mdb"}, {f"{deepest}/c.mdb"}, outcome)
+        self.assertEqual(files_below(self.enterprise.inbox).keys() | left,
+                         {"a.mdb", "A.mdb", "sub/b.mdb", f"{deepest}/c.mdb"})
+
+    def test_a_list_without_end(self):
+        self.put_there("a.mdb")
+        entry = b"<D:response><D:href>/dav/to-enterprise/%d.mdb</D:href></D:response>"
+        for content in (b"".join(entry % number for number in range(200_001)), b"<D:response/>" * 5_300_000):
+            with self.subTest(bytes=len(content)):
+                listing = b'<D:multistatus xmlns:D="DAV:">' + content + b"</D:multistatus>"
+                self.use(Spoiler(self, self.server, lie=lambda method, status, headers, answer, listing=listing: (
+                    status, headers, listing if method == "PROPFIND" and b"a.mdb" in answer else answer)).url)
+                self.assert_run(self.enterprise, 1)
+                self.assertIn("The server's list of the folder cannot be used", self.enterprise.log)
+                self.assertEqual(files_below(self.enterprise.inbox), {})
