@@ -414,7 +414,7 @@ class LeftoversTest(HttpsHostTest):
         self.server.own(uploads, *uploads.iterdir())
         spoiler = Spoiler(self, self.server)
         ask = spoiler.ask
-        spoiler.ask = lambda request, body: (403, {}, b"") if ".claims" in request.path else ask(request, body)
+        spoiler.ask = lambda request, body: (403, {}, b"") if "enterprise.claims" in request.path else ask(request, body)
         self.field.change("https.server", spoiler.url)
         self.put(self.field, "a.mdb")
         self.assert_next_cycle_delivers()
