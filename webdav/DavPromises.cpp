@@ -521,11 +521,10 @@ private:
     std::optional<std::string> Content(const std::wstring& name) const { return ContentAt(OwnPath(name)); }
 
     std::optional<std::string> ContentAt(const std::wstring& path) const {
-        constexpr DWORD kNotFound = 404;
         std::string content;
         const DavReply reply =
             m_server.Get(path, [&](base::Bytes bytes) { content.append(bytes.begin(), bytes.end()); });
-        if (reply.status == kNotFound) return std::nullopt;
+        if (reply.IsMissing()) return std::nullopt;
         if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
         return content;
     }

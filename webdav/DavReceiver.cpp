@@ -115,7 +115,7 @@ private:
 
     /// False where it is somebody else's, and where it fails.
     bool Claim(const std::wstring& packet) {
-        m_folders.Provide(JoinRemote(m_claims, RemotePath(Path::ParentFolder(LocalPath(packet)))));
+        m_folders.Provide(JoinRemote(m_claims, FolderAbove(packet)));
         const std::wstring source = JoinRemote(m_remote, packet);
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(source, claim, DavServer::Other::Stays);
@@ -140,7 +140,7 @@ private:
         const auto damaged = m_damaged.find(packet);
         if (damaged == m_damaged.end()) return false;
         const std::wstring aside = JoinRemote(DamagedOf(m_remote), packet + L"~" + damaged->second);
-        m_folders.Provide(RemotePath(Path::ParentFolder(LocalPath(aside))));
+        m_folders.Provide(FolderAbove(aside));
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(claim, aside, DavServer::Other::IsReplaced);
         return reply.Succeeded() || !m_server.Exists(claim) ||

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "base/Path.h"
 #include "base/Text.h"
 #include "common/modMain.h"
 #include "webdav/DavTransfer.h"
@@ -56,7 +55,7 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
         const std::wstring target = JoinRemote(remote, packet);
         isComplete = Try(self,
                          [&] {
-                             folders.Provide(RemotePath(Path::ParentFolder(LocalPath(target))));
+                             folders.Provide(FolderAbove(target));
                              const std::wstring claim =
                                  JoinRemote(ClaimsOf(remote, holder->installation), packet);
                              // Others may have received the newer version: the notes stay with the claim.

@@ -109,10 +109,6 @@ private:
         return false;  // not everybody may look there
     }
 
-    static std::wstring FolderAbove(const std::wstring& folder) {
-        return RemotePath(Path::ParentFolder(LocalPath(folder)));
-    }
-
     /// False where the server takes nothing more.
     bool Send(const base::TreeFile& file) {
         if (LiesInFolderOfTransport(file)) {

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr DWORD kMultistatus = 207;
-constexpr DWORD kNotFound = 404;
 
 void SendNothing(HttpRequest& request) { request.Send(); }
 
@@ -117,7 +116,7 @@ public:
 private:
     /// Or all of it, from a server that knows no parts.
     bool IsRestOfTheFile(std::uint64_t start, std::uint64_t end, std::optional<std::uint64_t> told) {
-        const bool isExpected = start == m_offset || (start == 0 && !m_isContinued);
+        const bool isExpected = start == m_offset || (start == 0 && !m_total);
         const std::uint64_t total = told.value_or(end);
         return isExpected && end == total && std::exchange(m_total, total).value_or(total) == total;
     }
@@ -136,7 +135,6 @@ private:
         }
         m_offset = start + received;
         m_isWhole = received == size;
-        m_isContinued = true;
         // The system ends a body that is cut off as it ends a whole one.
         if (received != std::min(size, most))
             m_failure = L"The server " + m_server + L" sent " + std::to_wstring(received) + L" of the " +
@@ -148,8 +146,7 @@ private:
     const std::function<void(std::uint64_t)>& m_begin;
     const std::function<void(base::Bytes)>& m_take;
     std::uint64_t m_offset;                ///< where what comes next begins
-    std::optional<std::uint64_t> m_total;  ///< bytes of the file, as told
-    bool m_isContinued = false;
+    std::optional<std::uint64_t> m_total;  ///< bytes of the file, as the first answer told
     bool m_isWhole = false;
     std::wstring m_failure;
 };
@@ -207,14 +204,14 @@ std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder)
     const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
     // Some servers lead a path without it to the one with it.
     const DavReply reply = Find(folder.empty() ? folder : folder + L"/", L"1", read);
-    if (reply.status == kNotFound) return std::nullopt;
+    if (reply.IsMissing()) return std::nullopt;
     if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
     return entries;
 }
 
 bool DavServer::Exists(const std::wstring& path) const {
     const DavReply reply = Find(path, L"0", {});
-    if (!reply.Succeeded() && reply.status != kNotFound) throw base::Error(E_FAIL, reply.failure);
+    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
     return reply.Succeeded();
 }
 

@@ -16,6 +16,8 @@ struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
+    /// There is nothing of that name.
+    bool IsMissing() const noexcept { return status == 404; }
     bool IsAnswered() const noexcept { return status != 0; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
     /// Whether it may have been done all the same: nobody answered, a gateway that lost the answer, or a

@@ -41,6 +41,11 @@ std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name) {
     return folder.empty() || name.empty() ? folder + name : folder + L"/" + name;
 }
 
+std::wstring FolderAbove(const std::wstring& path) {
+    const std::size_t separator = path.rfind(L'/');
+    return path.substr(0, separator == std::wstring::npos ? 0 : separator);
+}
+
 std::wstring RemotePath(std::wstring localPath) {
     std::ranges::replace(localPath, L'\\', L'/');
     return localPath;
@@ -53,8 +58,7 @@ std::wstring LocalPath(std::wstring remotePath) {
 
 void FolderProvider::Provide(const std::wstring& folder) {
     if (folder.empty() || m_provided.contains(folder)) return;
-    const std::size_t separator = folder.rfind(L'/');
-    if (separator != std::wstring::npos) Provide(folder.substr(0, separator));
+    Provide(FolderAbove(folder));
     m_server.ProvideFolder(folder);
     m_provided.insert(folder);
 }

@@ -31,6 +31,8 @@ inline constexpr std::wstring_view kNoteEnding = L".digests";
 
 /// Paths on the server by their names, with "/"; a local one by "\".
 std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name);
+/// The one that a file or folder lies in; empty where no other name stands before its own.
+std::wstring FolderAbove(const std::wstring& path);
 std::wstring RemotePath(std::wstring localPath);
 std::wstring LocalPath(std::wstring remotePath);
 

@@ -19,9 +19,8 @@ std::optional<std::string> TextOfNote(const DavServer& server, const std::wstrin
     const auto take = [&](base::Bytes bytes) {
         if (text.size() + bytes.size() <= kLargestNote) text.append(bytes.begin(), bytes.end());
     };
-    constexpr DWORD kNotFound = 404;
     const DavReply reply = server.Get(JoinRemote(folder, name), take);
-    if (!reply.Succeeded() && reply.status != kNotFound) return std::nullopt;
+    if (!reply.Succeeded() && !reply.IsMissing()) return std::nullopt;
     const bool isWhole =
         reply.Succeeded() && name == Sha256Of(base::BytesOf(text)) + std::wstring(kNoteEnding);
     return isWhole ? text : std::string();
@@ -36,7 +35,7 @@ void DigestNotes::Read(const std::wstring& subFolder) {
 void DigestNotes::ReadOf(const std::wstring& packet) {
     std::wstring folder = packet;
     do {
-        folder.resize(folder.find_last_of(L'/') == std::wstring::npos ? 0 : folder.find_last_of(L'/'));
+        folder = FolderAbove(folder);
         Read(folder);
     } while (!folder.empty());
 }

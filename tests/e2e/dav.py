@@ -11,7 +11,7 @@ import subprocess
 import threading
 import time
 
-from support import ROOT, ServerHostTest, skip, wait_until
+from support import ROOT, WAITING, ServerHostTest, skip, wait_until
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
@@ -228,9 +228,19 @@ class HttpsHostTest(ServerHostTest):
         side.change("remote_send", f"/to-{other}")
         side.change("remote_receive", f"/to-{side.name}")
 
-    def use(self, url):
+    def change_both(self, key, value):
         for side in (self.field, self.enterprise):
-            side.change("https.server", url)
+            side.change(key, value)
+
+    def use(self, url):
+        self.change_both("https.server", url)
+
+    def assert_waits(self, *texts):
+        self.ledger.clear()  # a newer version takes the place of one that waits
+        self.put(self.field, "a.mdb")
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        for text in texts:
+            self.assertIn(text, self.field.log)
 
     def way(self, side):
         """What has been claimed and not yet delivered is no less safe."""

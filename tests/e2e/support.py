@@ -240,6 +240,9 @@ class HostTest(ScratchTest):
         # Folders beside the usual ones in which a packet may be.
         self.other_places = []
 
+    def own(self, *paths):
+        """Lets the remote side change files that the test made."""
+
     def put(self, side, *names, content=None, folder=None):
         """Writes packets into an outbox, or another folder of their way, and enters them in the ledger."""
         for name in names:
@@ -328,6 +331,9 @@ class ServerHostTest(HostTest):
     def connect(self, side, other):
         """Writes the server into the settings of a side; other: the name of the other one."""
         raise NotImplementedError
+
+    def own(self, *paths):
+        self.server.own(*paths)
 
     def install(self, root):
         super().install(root)

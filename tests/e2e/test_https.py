@@ -34,13 +34,6 @@ class Transfers:
 
 
 class RefusalTest(HttpsHostTest):
-    def assert_waits(self, *texts):
-        self.ledger.clear()  # a newer version takes the place of one that waits
-        self.put(self.field, "a.mdb")
-        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
-        for text in texts:
-            self.assertIn(text, self.field.log)
-
     def test_a_wrong_password(self):
         self.assertIn("the WebDAV server takes the login", self.assert_ends(0, "doctor", self.field.settings).output)
         self.field.change("https.password", "wrong")

@@ -19,7 +19,7 @@ import tty
 
 import support
 from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Stranger, own_address
-from support import HostTest, TIMEOUT, WAITING, command, finish, own_program, run, start
+from support import HostTest, TIMEOUT, command, finish, own_program, run, start
 
 PROTECTED = r"(?m)^password = (dpapi:[A-Za-z0-9+/=]+)$"
 
@@ -171,22 +171,11 @@ OTHER_PIN = "sha256//" + base64.b64encode(bytes(32)).decode()
 
 
 class GuardedTest(HttpsHostTest):
-    def assert_waits(self, *texts):
-        self.ledger.clear()  # a newer version takes the place of one that waits
-        self.put(self.field, "a.mdb")
-        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
-        for text in texts:
-            self.assertIn(text, self.field.log)
-
     def assert_both_ways(self):
         """What both sides have put into their outboxes arrives."""
         for side in (self.field, self.enterprise, self.field):
             self.assert_run(side)
         self.assert_delivered()
-
-    def change_both(self, key, value):
-        for side in (self.field, self.enterprise):
-            side.change(key, value)
 
 
 class PinTest(GuardedTest):

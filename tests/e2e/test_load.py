@@ -16,9 +16,6 @@ DEEP = "/".join(f"{level}" for level in range(10))
 class ManyComputers:
     """Field computers that send at the same moment, each into a folder of its own, to an enterprise that receives."""
 
-    def own(self, folder):
-        """Lets a server change it."""
-
     def field_computers(self):
         for number in range(COMPUTERS):
             root = self.scratch / f"computer{number}"
@@ -79,16 +76,10 @@ class FolderTest(ManyComputers, LargePacket, HostTest):
 class FtpTest(ManyComputers, FtpHostTest):
     KIND = "pure-ftpd"
 
-    def own(self, folder):
-        self.server.own(folder)
-
     def remote_send(self, number):
         return f"packets/to-enterprise/{number}"
 
 
 class HttpsTest(ManyComputers, LargePacket, HttpsHostTest):
-    def own(self, folder):
-        self.server.own(folder)
-
     def remote_send(self, number):
         return f"/to-enterprise/{number}"

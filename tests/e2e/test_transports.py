@@ -21,9 +21,6 @@ class Cases:
         """The folder on the remote side in which all others lie."""
         return self.to_enterprise.parent
 
-    def own(self, *paths):
-        """Lets the remote side change files that the test made."""
-
     def offer(self, name, content):
         """A packet that has been sent."""
         self.to_enterprise.mkdir(exist_ok=True)
@@ -110,9 +107,6 @@ class Cases:
 
 
 class ServerCases(Cases):
-    def own(self, *paths):
-        self.server.own(*paths)
-
     def killed_during(self, side, target):
         """Kills the server once a side has brought a part to a folder; False when its run was faster."""
         def size():
