@@ -120,7 +120,7 @@ private:
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(source, claim, DavServer::Other::Stays);
         // Somebody who was faster shows in many ways, and the answer to a success can get lost.
-        if (reply.Succeeded() || m_server.Exists(claim)) return true;
+        if (reply.Succeeded() || m_server.HasFile(claim)) return true;
         return m_server.Exists(source) &&
                Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
     }

@@ -28,6 +28,8 @@ constexpr std::size_t kManyNotes = 20;
 
 constexpr std::uint64_t kLarge = 1 << 20;  // bytes
 
+constexpr DWORD kIsThere = 412;
+
 std::vector<base::TreeFile> FilesToSend(const std::wstring& local) {
     std::vector<base::TreeFile> files = base::FilesBelow(local);
     std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
@@ -239,7 +241,14 @@ private:
     bool TakeName(const Upload& upload) {
         m_folders.Provide(JoinRemote(m_remote, RemotePath(upload.file.subFolder)));
         const std::wstring target = JoinRemote(m_remote, upload.digest.packet);
-        const DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+        DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
+        if (reply.status == kIsThere) {
+            // Who replaces a folder loses all that waits in it.
+            if (const auto other = m_server.Look(target); other && other->isFolder)
+                return m_self.Fail(L"On the server a folder has the name of file " + upload.file.name +
+                                   L". Rename the file, or remove the folder there when it is empty.");
+            reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+        }
         if (!reply.Succeeded() && !(reply.MayBeDone() && HasTakenName(upload, target)))
             return m_self.Fail(
                 Lines(L"Failed to transmit file " + upload.file.name + L" to the server.", reply.failure));
@@ -250,7 +259,9 @@ private:
     /// Where the answer got lost. Where the packet is not under its name, the other side may have taken it
     /// already; or it may not: it travels again.
     bool HasTakenName(const Upload& upload, const std::wstring& target) const {
-        return !m_server.Exists(UploadPath(upload)) && m_server.Exists(target);
+        if (m_server.Exists(UploadPath(upload))) return false;
+        const std::optional<DavEntry> there = m_server.Look(target);
+        return there && there->size == upload.digest.size;
     }
 
     void Stays(const std::wstring& report) {

@@ -58,6 +58,7 @@ constexpr Meaning kMeanings[] = {
     {407, L"the proxy asks for a login, or refuses it. Set proxy_user and proxy_password"},
     {409, L"the folder for it is missing, or cannot be written"},
     {411, L"it wants to be told a length, which was told: a proxy takes it away"},
+    {412, L"something else has that name"},
     {413, L"it is too large for the server. Raise the server's limit for the body of a request"},
     {423, L"it is locked by another program"},
     {429, L"it is busy. The next transfer tries again"},
@@ -209,10 +210,19 @@ std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder)
     return entries;
 }
 
-bool DavServer::Exists(const std::wstring& path) const {
-    const DavReply reply = Find(path, L"0", {});
-    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
-    return reply.Succeeded();
+std::optional<DavEntry> DavServer::Look(const std::wstring& path) const {
+    std::vector<DavEntry> entries;
+    const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, {}); };
+    const DavReply reply = Find(path, L"0", read);
+    if (reply.IsMissing()) return std::nullopt;
+    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
+    // Only the address itself has no name.
+    return entries.empty() ? DavEntry{.name = {}, .isFolder = true} : entries.front();
+}
+
+bool DavServer::HasFile(const std::wstring& path) const {
+    const std::optional<DavEntry> entry = Look(path);
+    return entry && !entry->isFolder;
 }
 
 void DavServer::ProvideFolder(const std::wstring& folder) const {

@@ -34,8 +34,10 @@ public:
 
     /// What lies in a folder; nothing when it is missing. Throws a failure.
     std::optional<std::vector<DavEntry>> List(const std::wstring& folder) const;
-    /// Whether there is something of that name. Throws where the server does not tell.
-    bool Exists(const std::wstring& path) const;
+    /// What has that name; nothing when it is missing. Throws where the server does not tell.
+    std::optional<DavEntry> Look(const std::wstring& path) const;
+    bool Exists(const std::wstring& path) const { return Look(path).has_value(); }
+    bool HasFile(const std::wstring& path) const;
     /// Creates a folder where it is missing; the one above it is there. Throws unless it is there then.
     void ProvideFolder(const std::wstring& folder) const;
 

@@ -24,7 +24,8 @@ class Cases:
     def offer(self, name, content):
         """A packet that has been sent."""
         self.to_enterprise.mkdir(exist_ok=True)
-        self.own(self.to_enterprise, self.put(self.field, name, content=content, folder=self.to_enterprise))
+        packet = self.put(self.field, name, content=content, folder=self.to_enterprise)
+        self.own(self.to_enterprise, packet.parent, packet)
 
     def test_names_and_contents(self):
         names = [name for name in (*NAMES, BLANKS, SIGNS, SCRIPTS) if name not in self.REFUSED]
@@ -70,6 +71,16 @@ class Cases:
             if others:
                 self.assert_run(self.enterprise)
                 self.assert_delivered()
+
+    def test_a_packet_takes_the_place_of_no_folder(self):
+        self.offer("SUB/a.mdb", b"waits")
+        expected = files_below(self.to_enterprise)
+        self.put(self.field, "SUB")
+        self.assert_trouble(self.field, {("out", "SUB"): WAITING})
+        self.assertEqual(files_below(self.to_enterprise), expected)
+        (self.field.send / "SUB").unlink()
+        self.ledger.pop()
+        self.assert_next_cycle_delivers()
 
     def test_a_remote_disk_that_is_full_or_write_protected(self):
         volume = Mount(self, self.remote, "1m")
@@ -180,6 +191,15 @@ class NginxTest(HttpsTest):
 @slow
 class LighttpdTest(HttpsTest):
     KIND = "lighttpd"
+
+    def test_a_packet_takes_the_place_of_no_folder(self):
+        """It goes into that folder, where the other side finds it by another name."""
+        self.offer("SUB/a.mdb", b"waits")
+        waiting = files_below(self.to_enterprise)
+        self.put(self.field, "SUB")
+        self.assert_run(self.field)
+        there = files_below(self.to_enterprise / "SUB")
+        self.assertEqual(sorted(there.values()), sorted([*waiting.values(), self.ledger[-1][2]]))
 
 
 @slow
