@@ -59,8 +59,8 @@ File File::Open(std::wstring path, DWORD access, DWORD sharing, DWORD dispositio
     return {std::move(path), std::move(handle)};
 }
 
-std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing) {
-    FileHandle handle = OpenHandle(path, access, sharing, OPEN_EXISTING);
+std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing, DWORD disposition) {
+    FileHandle handle = OpenHandle(path, access, sharing, disposition);
     if (!handle) return std::nullopt;
     return File(std::move(path), std::move(handle));
 }

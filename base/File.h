@@ -26,8 +26,9 @@ public:
     /// As CreateFile. sharing: what others may do to the file meanwhile.
     static File Open(std::wstring path, DWORD access, DWORD sharing, DWORD disposition,
                      Where where = Where::current());
-    /// Nothing, and GetLastError tells why, when an existing file cannot be opened.
-    static std::optional<File> TryOpen(std::wstring path, DWORD access, DWORD sharing);
+    /// Nothing, and GetLastError tells why, when it cannot be opened.
+    static std::optional<File> TryOpen(std::wstring path, DWORD access, DWORD sharing,
+                                       DWORD disposition = OPEN_EXISTING);
     /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written
     /// while a file is read may be in one part of what is made of it and not in another.
     static File OpenUnchanging(std::wstring path, Where where = Where::current());

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -107,6 +108,8 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
     File copy = Arrive(block.Held(where), destination, {}, where);
     if (const DWORD error = copy.TakeName(destination, File::OtherFile::Stays); error != ERROR_SUCCESS)
         throw SystemError(error, "move", Way(source, destination), where);
+    // Also the name: the source goes next.
+    copy.Flush();
     copy.Close();
     base::RollBack removal([&] { TryDelete(destination); });
     block.Delete(ReadOnlyFiles::Delete, where);
@@ -133,6 +136,8 @@ void CopyReplacing(const File& source, const std::wstring& destination, const st
     const DWORD error = base::WithoutProtection(
         Extended(destination), [&] { return arrival.TakeName(destination, File::OtherFile::IsReplaced); });
     if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source.Path(), destination), where);
+    // Also the name: who copies deletes the source next.
+    arrival.Flush();
 }
 
 void MoveReplacing(const std::wstring& source, const std::wstring& destination, Where where) {
@@ -142,6 +147,16 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination, 
     const WriteBlock block(source);
     CopyReplacing(block.Held(where), destination, {}, where);
     block.Delete(ReadOnlyFiles::Delete, where);
+}
+
+void BringToDisk(const std::wstring& path, Where where) {
+    std::optional<File> file;
+    const DWORD error = base::Persistently(Extended(path), [&] {
+        file = File::TryOpen(path, GENERIC_WRITE, base::kShareAll);
+        return file.has_value();
+    });
+    if (!file) throw SystemError(error, "write", path, where);
+    file->Flush();
 }
 
 }  // namespace FileSystem

@@ -32,4 +32,8 @@ void CopyReplacing(const base::File& source, const std::wstring& destination,
 void MoveReplacing(const std::wstring& source, const std::wstring& destination,
                    Where where = Where::current());
 
+/// Brings a file to the disk, also under the name that it has just taken: a computer that loses its power may
+/// know it only by the one before.
+void BringToDisk(const std::wstring& path, Where where = Where::current());
+
 }  // namespace FileSystem

@@ -22,8 +22,8 @@ bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
 }
 
-/// The server's copy goes next. Its time stays with the packet: it tells which of two versions is newer.
-void BringToDisk(const std::wstring& arrival, const std::wstring& lastWrite) {
+/// Its time stays with the packet: it tells which of two versions is newer.
+void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
     base::File file = base::File::Open(arrival, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
     if (const auto time = TimeIn(lastWrite)) file.SetModificationTime(*time);
     file.Flush();
@@ -151,8 +151,9 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
         if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isListed))
             return false;
-        BringToDisk(arrival, lastWrite);
+        Finish(arrival, lastWrite);
         FileSystem::MoveReplacing(arrival, target);
+        FileSystem::BringToDisk(target);
         // What is gone by now may have been a part, which the other side took away.
         base::RollBack unlisted([&] { FileSystem::TryDelete(target); });
         if (isListed) unlisted.Dismiss();

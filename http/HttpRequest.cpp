@@ -153,10 +153,10 @@ void HttpRequest::Await(BOOL begun) {
 
 DWORD HttpRequest::Outcome(BOOL begun) {
     if (!begun) return GetLastError();
-    const ULONGLONG start = GetTickCount64();
+    const ULONGLONG start = Now();
     while (!m_signal->Wait(kSlice)) {
         AttendToHost();
-        if (GetTickCount64() - start > kLongestWait) Fail(ERROR_WINHTTP_TIMEOUT);
+        if (Now() - start > kLongestWait) Fail(ERROR_WINHTTP_TIMEOUT);
     }
     // Of a long file each part may come at once.
     if (GetTickCount64() - m_attended >= kSlice) AttendToHost();
@@ -165,9 +165,11 @@ DWORD HttpRequest::Outcome(BOOL begun) {
 }
 
 void HttpRequest::AttendToHost() {
+    const ULONGLONG start = GetTickCount64();
     com::ProcessPendingMessages();
     if (!m_goOn()) Fail(ERROR_CANCELLED);
     m_attended = GetTickCount64();
+    m_hostsTime += m_attended - start;
 }
 
 void HttpRequest::AddHeader(const std::wstring& header) {
@@ -251,7 +253,7 @@ DWORD HttpRequest::Receive() {
     if (!WinHttpQueryHeaders(m_handle.Get(), WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
                              WINHTTP_HEADER_NAME_BY_INDEX, &status, &size, WINHTTP_NO_HEADER_INDEX))
         Fail(GetLastError());
-    m_windowStart = GetTickCount64();
+    m_windowStart = Now();
     m_windowBytes = 0;
     return status;
 }
@@ -342,7 +344,7 @@ base::Bytes HttpRequest::Read() {
 
 void HttpRequest::CheckRate() {
     m_windowBytes += m_signal->Bytes();
-    const ULONGLONG now = GetTickCount64();
+    const ULONGLONG now = Now();
     if (now - m_windowStart < kRateWindow) return;
     if (m_windowBytes < kLeastBytes) Fail(ERROR_WINHTTP_TIMEOUT);
     m_windowStart = now;

@@ -97,6 +97,8 @@ private:
     DWORD SendOnce();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
+    /// Milliseconds, without those that the host took, as for a dialog: the server does not answer for them.
+    ULONGLONG Now() const { return GetTickCount64() - m_hostsTime; }
     void AwaitSent();
     void CheckRate();
     [[noreturn]] void Fail(DWORD error) const;
@@ -108,6 +110,7 @@ private:
     bool m_isSending = false;
     bool m_hasClientCertificate = false;
     ULONGLONG m_attended = GetTickCount64();
-    ULONGLONG m_windowStart = 0;      ///< of the rate, in milliseconds
+    ULONGLONG m_hostsTime = 0;        ///< milliseconds
+    ULONGLONG m_windowStart = 0;      ///< of the rate, as Now tells
     std::uint64_t m_windowBytes = 0;  ///< read since then
 };

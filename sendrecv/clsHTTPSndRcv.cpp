@@ -12,6 +12,7 @@
 #include "webdav/DavReceiver.h"
 #include "webdav/DavRelease.h"
 #include "webdav/DavSender.h"
+#include "webdav/DavTransfer.h"
 
 namespace {
 
@@ -142,9 +143,13 @@ bool clsHTTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IU
         if (local.empty() || remote.empty())
             return ShownProcedure(self.Name(), progress)
                 .Fail(L"one or more of the Receive folders is not set");
+        const std::wstring subFolder = WithoutRoot(RemotePath(FolderName));
+        if (!IsBelowPackets(subFolder))
+            return ShownProcedure(self.Name(), progress)
+                .Fail(L"The folder " + FolderName +
+                      L" is none that packets are received from. Name one below the Receive folder.");
         progress.SetRange(0, 1);
         progress.StatusText(L"Receiving files");
-        const std::wstring subFolder = WithoutRoot(RemotePath(FolderName));
         return WithServer(self, progress, [&](const DavServer& server) {
             return DavReceiver(server, progress).MoveFiles(remote, subFolder, local) && !progress.Cancelled();
         });

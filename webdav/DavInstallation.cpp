@@ -12,6 +12,7 @@
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/Persistence.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
@@ -44,21 +45,27 @@ std::wstring PathOf(const std::wstring& localFolder) { return FileSystem::FullPa
 
 std::wstring FolderBeside(const std::wstring& localFolder) {
     const std::wstring path = PathOf(localFolder);
-    if (Path::FileName(path).empty())
+    if (Path::FileName(path).empty() || path == Path::Drive(path))
         throw base::Error(E_INVALIDARG, L"The folder " + path +
                                             L" is a whole volume. Packets travel through HTTPS from and to a "
                                             L"folder on it: name one in the settings.");
     return path + L".https";
 }
 
-base::File OpenAlone(const std::wstring& folder, const std::wstring& localFolder) try {
+base::File OpenAlone(const std::wstring& folder, const std::wstring& localFolder) {
     FileSystem::CreateFolders(folder);
-    return base::File::Open(Path::Join(folder, L"installation.txt"), GENERIC_READ | GENERIC_WRITE, 0,
-                            OPEN_ALWAYS);
-} catch (const base::SystemError& error) {
-    if (error.Code() != ERROR_SHARING_VIOLATION) throw;
-    throw base::Error(error.failure().number, L"Another transfer of the folder " + localFolder +
-                                                  L" goes on. Begin again when it has ended.");
+    const std::wstring path = Path::Join(folder, L"installation.txt");
+    std::optional<base::File> file;
+    // A scanner or a backup program, too, may hold it for a moment.
+    const DWORD error = base::Persistently(path, [&] {
+        file = base::File::TryOpen(path, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS);
+        return file.has_value();
+    });
+    if (error == ERROR_SHARING_VIOLATION)
+        throw base::Error(HRESULT_FROM_WIN32(error), L"Another transfer of the folder " + localFolder +
+                                                         L" goes on. Begin again when it has ended.");
+    if (!file) throw base::SystemError(error, "open", path);
+    return *std::move(file);
 }
 
 /// Of a text that has a line for each computer and path: a number, and after tabs both.

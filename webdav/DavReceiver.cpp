@@ -13,7 +13,9 @@
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "cipher/Sha256.h"
+#include "com/MessagePump.h"
 #include "common/modMain.h"
+#include "http/HttpError.h"
 #include "webdav/DavInstallation.h"
 #include "webdav/DigestNotes.h"
 #include "webdav/IncomingPacket.h"
@@ -23,6 +25,8 @@ namespace {
 
 // A server whose line breaks again and again is left to the next transfer.
 constexpr int kMostAttempts = 10;
+// What brings less is left to it at once: it may have taken a minute.
+constexpr std::uint64_t kWorthAnAttempt = 16 << 10;  // bytes
 
 constexpr std::wstring_view kPartEnding = L".part";
 
@@ -162,7 +166,10 @@ private:
     IncomingPacket Incoming(const std::wstring& packet) const {
         const std::wstring target = Path::Join(m_local, LocalPath(packet));
         FileSystem::CreateFolders(Path::ParentFolder(target));
-        return {target, Path::Join(m_installation.Folder(), PartOf(packet))};
+        return {target, Path::Join(m_installation.Folder(), PartOf(packet)), [this] {
+                    com::ProcessPendingMessages();
+                    if (m_progress.Cancelled()) throw HttpError(ERROR_CANCELLED, m_server.Name());
+                }};
     }
 
     /// Of what is claimed.
@@ -198,7 +205,8 @@ private:
         return true;
     }
 
-    /// Goes on after a line that broke, as long as each attempt brings more, where a digest proves the whole.
+    /// Goes on after a line that broke, as long as each attempt brings more of it, where a digest proves the
+    /// whole.
     DavReply Download(const std::wstring& packet, IncomingPacket& incoming, bool& isContinued) const {
         const auto begin = [&](std::uint64_t offset) {
             if (offset != incoming.Size()) incoming.GoOnAt(offset);
@@ -207,7 +215,8 @@ private:
         for (int attempt = 1;; ++attempt) {
             const std::uint64_t before = incoming.Size();
             DavReply reply = m_server.Get(JoinRemote(m_claims, packet), before, begin, take);
-            const bool mayGoOn = !reply.IsAnswered() && incoming.Size() > before && m_notes.Tell(packet);
+            const bool mayGoOn =
+                !reply.IsAnswered() && incoming.Size() >= before + kWorthAnAttempt && m_notes.Tell(packet);
             if (!mayGoOn || attempt == kMostAttempts) return reply;
             isContinued = true;
         }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/Path.h"
 #include "base/Text.h"
 #include "com/MessagePump.h"
 
@@ -35,6 +36,15 @@ bool IsOfTransport(std::wstring_view folderName) {
         return folderName.size() >= ending.size() &&
                base::EqualsIgnoringCase(folderName.substr(folderName.size() - ending.size()), ending);
     });
+}
+
+bool IsBelowPackets(std::wstring_view remotePath) {
+    while (!remotePath.empty()) {
+        const std::wstring_view name = remotePath.substr(0, remotePath.find(L'/'));
+        if (!Path::IsPlainName(name) || IsOfTransport(name)) return false;
+        remotePath.remove_prefix(std::min(name.size() + 1, remotePath.size()));
+    }
+    return true;
 }
 
 std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name) {

@@ -26,6 +26,10 @@ std::wstring DamagedOf(const std::wstring& folder);
 /// sub-folder of what another one receives, and hold none.
 bool IsOfTransport(std::wstring_view folderName);
 
+/// Whether a path that somebody else chose is one of folders of packets below that of all packets, or that
+/// itself. remotePath: without "/" around it.
+bool IsBelowPackets(std::wstring_view remotePath);
+
 /// The ending of the names of such notes. What stands before it is the check sum of the note.
 inline constexpr std::wstring_view kNoteEnding = L".digests";
 

@@ -2,9 +2,11 @@
 #include "webdav/DigestNotes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
+#include "base/Text.h"
 #include "cipher/Sha256.h"
 #include "webdav/DavTransfer.h"
 
@@ -67,7 +69,7 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
     if (!note) return;
     for (PacketDigest& digest : *note) {
         digest.packet = JoinRemote(subFolder, digest.packet);
-        m_packets.emplace(digest.packet, digest);
+        m_packets.emplace(base::Upper(digest.packet), digest);
     }
     m_read.insert(path);
     if (isFirst) m_first[path] = *std::move(note);
@@ -75,7 +77,7 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
 
 const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t size,
                                       const std::wstring& sha256) const {
-    const auto [first, last] = m_packets.equal_range(packet);
+    const auto [first, last] = m_packets.equal_range(base::Upper(packet));
     const auto found = std::find_if(first, last, [&](const auto& told) {
         return told.second.size == size && told.second.sha256 == sha256;
     });
@@ -83,19 +85,23 @@ const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t 
 }
 
 std::size_t DigestNotes::VersionsOf(const std::wstring& packet) const {
-    const auto [first, last] = m_packets.equal_range(packet);
+    const auto [first, last] = m_packets.equal_range(base::Upper(packet));
     std::set<std::wstring> contents;
     std::for_each(first, last, [&](const auto& told) { contents.insert(told.second.sha256); });
     return contents.size();
 }
 
-bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& packets) const {
+bool DigestNotes::Tell(const std::wstring& packet) const { return m_packets.contains(base::Upper(packet)); }
+
+bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& upperPackets) const {
     return std::ranges::none_of(note, [&](const PacketDigest& digest) {
-        return m_waiting.contains(digest.upload) || packets.contains(digest.packet);
+        return m_waiting.contains(digest.upload) || upperPackets.contains(base::Upper(digest.packet));
     });
 }
 
 void DigestNotes::DeleteDone(const std::set<std::wstring>& packets) const {
+    std::set<std::wstring> upperPackets;
+    std::ranges::transform(packets, std::inserter(upperPackets, upperPackets.end()), &base::Upper);
     for (const auto& [path, note] : m_first)
-        if (IsDone(note, packets)) m_server.Delete(path);
+        if (IsDone(note, upperPackets)) m_server.Delete(path);
 }

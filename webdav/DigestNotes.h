@@ -27,7 +27,7 @@ public:
     const PacketDigest* Find(const std::wstring& packet, std::uint64_t size,
                              const std::wstring& sha256) const;
     /// Whether one tells of the packet at all.
-    bool Tell(const std::wstring& packet) const { return m_packets.contains(packet); }
+    bool Tell(const std::wstring& packet) const;
     /// False where one is there that could not be fetched: what is in it, nobody knows.
     bool AreAllRead() const { return m_unread.empty(); }
     /// How many contents of a packet they tell of.
@@ -44,7 +44,7 @@ private:
 
     void ReadFolder(const std::wstring& subFolder, bool isFirst);
     void ReadNote(const std::wstring& subFolder, const std::wstring& name, bool isFirst);
-    bool IsDone(const Note& note, const std::set<std::wstring>& packets) const;
+    bool IsDone(const Note& note, const std::set<std::wstring>& upperPackets) const;
 
     const DavServer& m_server;
     const std::wstring m_remote;
@@ -53,5 +53,6 @@ private:
     std::set<std::wstring> m_waiting;      ///< names of uploads then
     std::set<std::wstring> m_read;         ///< paths of notes
     std::set<std::wstring> m_unread;
+    /// By their names in capitals: some servers keep the letters of what had the name before.
     std::multimap<std::wstring, PacketDigest> m_packets;
 };

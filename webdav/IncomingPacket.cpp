@@ -8,15 +8,16 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 
-IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part)
+IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend)
     : m_target(std::move(target)),
       m_file(base::File::Open(part, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS)),
-      m_size(m_file.Size()) {
+      m_size(m_file.Size()),
+      m_attend(std::move(attend)) {
     if (m_size > 0) GoOnAt(m_size);
 }
 
 void IncomingPacket::GoOnAt(std::uint64_t offset) {
-    constexpr std::uint64_t kBlock = 64 << 10;
+    constexpr std::uint64_t kBlock = 1 << 20;
     m_file.Truncate(offset);
     m_sum = Sha256();
     std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min(offset, kBlock)));
@@ -24,6 +25,7 @@ void IncomingPacket::GoOnAt(std::uint64_t offset) {
         const std::size_t length = m_file.ReadAt(m_size, block);
         m_sum.Add(base::Bytes(block).first(length));
         m_size += length;
+        m_attend();
     }
 }
 
@@ -37,6 +39,7 @@ void IncomingPacket::TakePlace() {
     m_file.Flush();
     m_file.Close();
     FileSystem::MoveReplacing(m_file.Path(), m_target);
+    FileSystem::BringToDisk(m_target);
 }
 
 void IncomingPacket::Drop() {

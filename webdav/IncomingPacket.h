@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "base/ByteStream.h"
@@ -13,8 +14,9 @@
 /// next one goes on from there.
 class IncomingPacket {
 public:
-    /// target: where it lies when it is whole; the folder is there. part: the file of what came.
-    IncomingPacket(std::wstring target, const std::wstring& part);
+    /// target: where it lies when it is whole; the folder is there. part: the file of what came. attend:
+    /// called now and then while that is read again, which takes its time; what it throws ends it.
+    IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend);
 
     std::uint64_t Size() const noexcept { return m_size; }  ///< bytes of what came
     /// What comes next begins at this offset, which is not beyond what came.
@@ -24,7 +26,7 @@ public:
     std::wstring Finish() { return m_sum.Finish(); }
 
     void SetModificationTime(base::FileTime time) { m_file.SetModificationTime(time); }
-    /// It is whole: takes its place, also that of another file.
+    /// It is whole: takes its place, also that of another file, and is on the disk there.
     void TakePlace();
     /// Nothing is left of it.
     void Drop();
@@ -34,4 +36,5 @@ private:
     base::File m_file;
     std::uint64_t m_size;
     Sha256 m_sum;  ///< of what came
+    std::function<void()> m_attend;
 };

@@ -471,6 +471,16 @@ class SubFolderTest(HttpsHostTest):
             self.assert_run(self.enterprise, 1)
         self.assertEqual(self.enterprise.log.count("is not what was sent"), 2)
 
+    def test_a_packet_is_checked_whatever_the_case_of_its_letters(self):
+        """Some servers keep those of the file whose place it takes."""
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        packet = self.to_enterprise / "field7" / "a.mdb"
+        packet.write_bytes(bytes(20_000))
+        packet.rename(packet.with_name("A.MDB"))
+        self.assert_run(self.enterprise, 1)
+        self.assertIn("is not what was sent", self.enterprise.log)
+
     def test_no_packet_goes_where_nobody_looks(self):
         self.put(self.field, "x.Claims/a.mdb")
         self.assert_run(self.field, 1)

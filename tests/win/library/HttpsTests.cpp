@@ -129,6 +129,20 @@ TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "packet");
 }
 
+TEST_F(Https, ReceivesNothingFromElsewhere) {
+    Configure(L"https://127.0.0.1:9/");
+    for (const wchar_t* folder :
+         {L"..\\x", L"x\\..\\..\\y", L"C:\\x", L"x:y", L"x.uploads", L"x.Claims\\PC", L"nul"}) {
+        framework.log.clear();
+        EXPECT_FALSE(Receive(folder));
+        EXPECT_THAT(framework.LogText(), HasSubstr(std::wstring(L"The folder ") + folder + L" is none"))
+            << folder;
+    }
+    framework.log.clear();
+    EXPECT_FALSE(Receive(L"\\SUB\\DEEP\\"));
+    EXPECT_THAT(framework.LogText(), Not(HasSubstr(L"is none")));
+}
+
 TEST_F(Https, WithoutFoldersThereIsNothingToVerify) {
     ComPtr<IZNVerification> verification;
     ASSERT_EQ(remote.As(&verification), S_OK);
@@ -174,7 +188,13 @@ TEST(DavInstallationName, IsThatOfOneFolderOnOneComputer) {
     const std::wstring renewed = name(L"in");
     EXPECT_NE(renewed, first);
     EXPECT_EQ(name(L"in"), renewed);
-    EXPECT_THROW(DavInstallation(L"C:\\"), base::Error);
+    for (const wchar_t* volume : {L"C:\\", L"\\\\server\\share", L"\\\\server\\share\\"})
+        try {
+            const DavInstallation installation(volume);
+            ADD_FAILURE() << volume;
+        } catch (const base::Error& error) {
+            EXPECT_THAT(error.failure().description, HasSubstr(L"is a whole volume"));
+        }
 }
 
 }  // namespace
