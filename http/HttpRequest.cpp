@@ -22,6 +22,9 @@ constexpr ULONGLONG kLongestWait = 150'000;  // milliseconds
 // A server that sends less than this in that time holds the line, and nothing else.
 constexpr ULONGLONG kRateWindow = 60'000;  // milliseconds
 constexpr std::uint64_t kLeastBytes = 6'000;
+constexpr std::uint64_t kLargestBuffer = 256 << 10;
+// Of an answer that does not tell its length.
+constexpr std::uint64_t kUsualBuffer = 16 << 10;
 
 /// Nothing as long as there is a connection to a proxy alone, which leads to the server; some text that is no
 /// pin where none can be found out. No exception may reach the system.
@@ -42,17 +45,22 @@ std::optional<std::wstring> PinOfServer(HINTERNET request) try {
 /// after the request is gone here.
 class HttpRequest::Signal {
 public:
-    Signal() : m_event(CreateEventW(nullptr, FALSE, FALSE, nullptr)) {
-        if (!m_event) base::ThrowWin32(GetLastError(), L"event");
-    }
-
     void Complete(DWORD error, DWORD bytes) {
+        AcquireSRWLockExclusive(&m_lock);
         m_error = error;
         m_bytes = bytes;
-        SetEvent(m_event.Get());
+        m_isComplete = true;
+        ReleaseSRWLockExclusive(&m_lock);
+        WakeConditionVariable(&m_completion);
     }
-    bool Wait(DWORD milliseconds) const {
-        return WaitForSingleObject(m_event.Get(), milliseconds) == WAIT_OBJECT_0;
+    /// False when nothing has completed since the last time.
+    bool Wait(DWORD milliseconds) {
+        AcquireSRWLockExclusive(&m_lock);
+        while (!m_isComplete && SleepConditionVariableSRW(&m_completion, &m_lock, milliseconds, 0)) {
+        }
+        const bool isComplete = std::exchange(m_isComplete, false);
+        ReleaseSRWLockExclusive(&m_lock);
+        return isComplete;
     }
     /// Those of what has completed.
     DWORD Error() const noexcept { return m_error; }
@@ -70,10 +78,15 @@ public:
 
     std::shared_ptr<const PublicKeyPins> pins;
     DWORD certificate = 0;  ///< what is wrong with it
-    std::array<std::uint8_t, 65'536> buffer;
+    /// One is handed over while the system fills the other.
+    std::array<std::vector<std::uint8_t>, 2> buffers;
+    std::size_t current = 0;
 
 private:
-    base::KernelHandle m_event;
+    // They cost no call of the kernel, as events would for each part of each request.
+    SRWLOCK m_lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_completion = CONDITION_VARIABLE_INIT;
+    bool m_isComplete = false;
     DWORD m_error = ERROR_SUCCESS;
     DWORD m_bytes = 0;
     bool m_isKnown = false;  ///< the key is one of those that are pinned
@@ -147,12 +160,11 @@ void HttpRequest::Fail(DWORD error) const {
     throw HttpError(error, m_server, m_signal->certificate);
 }
 
-void HttpRequest::Await(BOOL begun) {
-    if (const DWORD error = Outcome(begun)) Fail(error);
+void HttpRequest::Await() {
+    if (const DWORD error = Outcome()) Fail(error);
 }
 
-DWORD HttpRequest::Outcome(BOOL begun) {
-    if (!begun) return GetLastError();
+DWORD HttpRequest::Outcome() {
     const ULONGLONG start = Now();
     while (!m_signal->Wait(kSlice)) {
         AttendToHost();
@@ -202,31 +214,46 @@ void HttpRequest::SetCredentials(DWORD target, DWORD scheme, const std::wstring&
         Fail(GetLastError());
 }
 
+void HttpRequest::Send() { SendWith(0); }
+
+void HttpRequest::SendBody(std::size_t bytes) {
+    // Beside pinned keys, a body waits until the server is known.
+    if (bytes > 0 && !m_signal->pins) return SendWith(bytes);
+    SendHead(bytes);
+    if (bytes == 0) return;
+    BeginWrite(bytes);
+    FinishWrite();
+}
+
 /// A server may ask for a certificate and do without it: what is told that there is none goes on.
-void HttpRequest::Send() {
-    DWORD error = SendOnce();
+void HttpRequest::SendWith(std::size_t bodyBytes) {
+    const DWORD error = SendOnce(bodyBytes);
     if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
         SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
-        if (SendOnce() == ERROR_SUCCESS) return;
+        if (SendOnce(bodyBytes) == ERROR_SUCCESS) return;
     }
     if (error != ERROR_SUCCESS) Fail(error);
 }
 
-DWORD HttpRequest::SendOnce() {
-    Begin();
+DWORD HttpRequest::SendOnce(std::size_t bodyBytes) {
+    BeginSend(bodyBytes);
     m_isSending = false;
-    return Outcome(TRUE);
+    return Outcome();
 }
 
-void HttpRequest::Begin() {
-    if (!WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0,
-                            WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0))
+void HttpRequest::Begin() { BeginSend(0); }
+
+void HttpRequest::BeginSend(std::size_t bodyBytes) {
+    const auto bytes = static_cast<DWORD>(bodyBytes);
+    if (!WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
+                            bytes > 0 ? Buffer(bytes).data() : WINHTTP_NO_REQUEST_DATA, bytes,
+                            bytes > 0 ? bytes : WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0))
         Fail(GetLastError());
     m_isSending = true;
 }
 
 void HttpRequest::AwaitSent() {
-    if (std::exchange(m_isSending, false)) Await(TRUE);
+    if (std::exchange(m_isSending, false)) Await();
 }
 
 /// The length is told in a header: the parameter for it ends at 4 GB.
@@ -235,17 +262,28 @@ void HttpRequest::SendHead(std::uint64_t bodySize) {
     Send();
 }
 
-std::span<std::uint8_t> HttpRequest::Buffer() const noexcept { return m_signal->buffer; }
+std::span<std::uint8_t> HttpRequest::Buffer(std::uint64_t wanted) {
+    std::vector<std::uint8_t>& buffer = m_signal->buffers[m_signal->current];
+    const auto size = static_cast<std::size_t>(std::min(wanted, kLargestBuffer));
+    if (buffer.size() < size) buffer.resize(size);
+    return std::span(buffer).first(size);
+}
 
-void HttpRequest::Write(std::size_t bytes) {
+void HttpRequest::BeginWrite(std::size_t bytes) {
     if (!m_signal->IsTrusted()) Fail(ERROR_WINHTTP_SECURE_FAILURE);
-    Await(WinHttpWriteData(m_handle.Get(), m_signal->buffer.data(), static_cast<DWORD>(bytes), nullptr));
-    if (m_signal->Bytes() != bytes) Fail(ERROR_WINHTTP_CONNECTION_ERROR);
+    if (!WinHttpWriteData(m_handle.Get(), Buffer(bytes).data(), static_cast<DWORD>(bytes), nullptr))
+        Fail(GetLastError());
+    m_writing = bytes;
+}
+
+void HttpRequest::FinishWrite() {
+    Await();
+    if (m_signal->Bytes() != m_writing) Fail(ERROR_WINHTTP_CONNECTION_ERROR);
 }
 
 DWORD HttpRequest::Receive() {
     AwaitSent();
-    const DWORD error = Outcome(WinHttpReceiveResponse(m_handle.Get(), nullptr));
+    const DWORD error = WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome() : GetLastError();
     if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
     if (error != ERROR_SUCCESS) Fail(error);
     DWORD status = 0;
@@ -255,6 +293,8 @@ DWORD HttpRequest::Receive() {
         Fail(GetLastError());
     m_windowStart = Now();
     m_windowBytes = 0;
+    m_bodyRead = 0;
+    m_bodySize = LengthTold();
     return status;
 }
 
@@ -281,7 +321,7 @@ DWORD HttpRequest::OfferedSchemes() const {
 
 void HttpRequest::Drain() {
     constexpr std::size_t kMost = 64 << 10;
-    for (std::size_t read = 0; read < kMost;) {
+    for (std::size_t read = 0; read < kMost && m_bodyRead != m_bodySize;) {
         const std::size_t length = Read().size();
         if (length == 0) return;
         read += length;
@@ -311,7 +351,7 @@ std::optional<base::FileTime> HttpRequest::Date() const {
 }
 
 /// Read as text: as a number the system tells no more than 32 bits.
-std::optional<std::uint64_t> HttpRequest::BodySize() const {
+std::optional<std::uint64_t> HttpRequest::LengthTold() const {
     const std::optional<std::wstring> text = Header(L"Content-Length");
     return text ? base::NumberIn<std::uint64_t>(*text) : std::nullopt;
 }
@@ -335,11 +375,26 @@ std::optional<std::uint64_t> HttpRequest::RangeTotal() const {
 
 bool HttpRequest::MayBePart() const { return Header(L"Accept-Ranges") == L"bytes"; }
 
+/// While its caller works on what it returns, the next bytes come.
 base::Bytes HttpRequest::Read() {
-    Await(WinHttpReadData(m_handle.Get(), m_signal->buffer.data(),
-                          static_cast<DWORD>(m_signal->buffer.size()), nullptr));
-    if (m_signal->Bytes() > 0) CheckRate();
-    return base::Bytes(m_signal->buffer).first(m_signal->Bytes());
+    if (!m_isReading) BeginRead();
+    Await();
+    m_isReading = false;
+    const base::Bytes bytes = Buffer(m_signal->Bytes());
+    if (bytes.empty()) return bytes;
+    CheckRate();
+    m_bodyRead += bytes.size();
+    m_signal->current ^= 1;
+    if (m_bodySize && m_bodyRead < *m_bodySize) BeginRead();
+    return bytes;
+}
+
+void HttpRequest::BeginRead() {
+    const std::span<std::uint8_t> buffer =
+        Buffer(m_bodySize && *m_bodySize > m_bodyRead ? *m_bodySize - m_bodyRead : kUsualBuffer);
+    if (!WinHttpReadData(m_handle.Get(), buffer.data(), static_cast<DWORD>(buffer.size()), nullptr))
+        Fail(GetLastError());
+    m_isReading = true;
 }
 
 void HttpRequest::CheckRate() {

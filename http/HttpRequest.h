@@ -55,12 +55,16 @@ public:
     void Begin();
     /// Sends a request without a body.
     void Send();
+    /// Where the caller puts what is sent, as long as is wanted, or less. It belongs to the request: the
+    /// system may still read or fill it when a request is given up.
+    std::span<std::uint8_t> Buffer(std::uint64_t wanted);
+    /// Sends a request whose body is in the buffer.
+    void SendBody(std::size_t bytes);
     /// Sends the head of a request. bodySize: of what is written after it, in bytes.
     void SendHead(std::uint64_t bodySize);
-    /// Where the caller puts what Write sends. It belongs to the request: the system may still read or fill
-    /// it when a request is given up.
-    std::span<std::uint8_t> Buffer() const noexcept;
-    void Write(std::size_t bytes);
+    /// Begins to send what is in the buffer, which may be read meanwhile.
+    void BeginWrite(std::size_t bytes);
+    void FinishWrite();
     /// Waits for the head of the answer and returns its status; 0 when the system wants the request to be
     /// sent again, in the middle of a login.
     DWORD Receive();
@@ -75,7 +79,7 @@ public:
     /// Reads what is left of the answer: only then the next request can take the connection.
     void Drain();
     /// Of the body of the answer; nothing when the server tells none, or no number.
-    std::optional<std::uint64_t> BodySize() const;
+    std::optional<std::uint64_t> BodySize() const noexcept { return m_bodySize; }
     /// Where the body begins in the file that was asked for, in bytes: 0 where it is all of it.
     std::uint64_t RangeStart() const;
     /// How long that file is; nothing where the answer does not tell.
@@ -90,17 +94,20 @@ private:
 
     static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
                                   DWORD length);
-    /// begun: what the call that began the operation returned; the operation's outcome comes later. Returns
-    /// its error.
-    DWORD Outcome(BOOL begun);
-    void Await(BOOL begun);
-    DWORD SendOnce();
+    /// Waits for what was begun, and returns its error.
+    DWORD Outcome();
+    void Await();
+    void SendWith(std::size_t bodyBytes);
+    DWORD SendOnce(std::size_t bodyBytes);
+    void BeginSend(std::size_t bodyBytes);
+    void BeginRead();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
     /// Milliseconds, without those that the host took, as for a dialog: the server does not answer for them.
     ULONGLONG Now() const { return GetTickCount64() - m_hostsTime; }
     void AwaitSent();
     void CheckRate();
+    std::optional<std::uint64_t> LengthTold() const;
     [[noreturn]] void Fail(DWORD error) const;
 
     std::wstring m_server;
@@ -108,6 +115,10 @@ private:
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
     bool m_isSending = false;
+    bool m_isReading = false;
+    std::size_t m_writing = 0;     ///< bytes
+    std::uint64_t m_bodyRead = 0;  ///< bytes of the answer
+    std::optional<std::uint64_t> m_bodySize;
     bool m_hasClientCertificate = false;
     ULONGLONG m_attended = GetTickCount64();
     ULONGLONG m_hostsTime = 0;        ///< milliseconds

@@ -460,8 +460,10 @@ private:
     void CutUpload(const std::wstring& name) const {
         HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(OwnPath(name)));
         request.SendHead(kCutLength);
-        std::ranges::fill(request.Buffer(), std::uint8_t{'x'});
-        request.Write(request.Buffer().size());
+        const std::span<std::uint8_t> part = request.Buffer(kCutLength / 2);
+        std::ranges::fill(part, std::uint8_t{'x'});
+        request.BeginWrite(part.size());
+        request.FinishWrite();
     }
 
     void Wait(DWORD milliseconds) const {

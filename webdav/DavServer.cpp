@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 
 #include "base/Error.h"
 #include "base/SystemError.h"
@@ -16,14 +17,36 @@ constexpr DWORD kMultistatus = 207;
 
 void SendNothing(HttpRequest& request) { request.Send(); }
 
-void SendText(HttpRequest& request, std::string_view text) {
-    request.SendHead(text.size());
-    for (base::Bytes rest = base::BytesOf(text); !rest.empty();) {
-        const std::size_t length = std::min(rest.size(), request.Buffer().size());
-        std::ranges::copy(rest.first(length), request.Buffer().begin());
-        request.Write(length);
-        rest = rest.subspan(length);
+/// Puts the bytes from an offset on into a buffer and returns their number.
+using ReadBlock = std::function<std::size_t(std::uint64_t offset, std::span<std::uint8_t> buffer)>;
+/// Sees each block that is sent.
+using Watch = std::function<void(std::uint64_t offset, base::Bytes bytes)>;
+
+void SendContent(HttpRequest& request, std::uint64_t size, const ReadBlock& read, const Watch& watch) {
+    const std::span<std::uint8_t> buffer = request.Buffer(size);
+    if (size == buffer.size()) {
+        const std::size_t length = size > 0 ? read(0, buffer) : 0;
+        watch(0, buffer.first(length));
+        return request.SendBody(length);
     }
+    request.SendHead(size);
+    for (std::uint64_t offset = 0; offset < size;) {
+        const std::size_t length = read(offset, buffer);
+        request.BeginWrite(length);
+        watch(offset, buffer.first(length));
+        request.FinishWrite();
+        offset += length;
+    }
+}
+
+void SendText(HttpRequest& request, std::string_view text) {
+    const auto read = [&](std::uint64_t offset, std::span<std::uint8_t> buffer) {
+        const base::Bytes rest = base::BytesOf(text).subspan(static_cast<std::size_t>(offset));
+        const base::Bytes block = rest.first(std::min(rest.size(), buffer.size()));
+        std::ranges::copy(block, buffer.begin());
+        return block.size();
+    };
+    SendContent(request, text.size(), read, [](std::uint64_t, base::Bytes) {});
 }
 
 /// watched: how much of the file has passed through watch, which a request that is sent again must not show
@@ -31,18 +54,19 @@ void SendText(HttpRequest& request, std::string_view text) {
 void SendFile(HttpRequest& request, const base::File& file, const std::function<void(base::Bytes)>& watch,
               std::uint64_t& watched) {
     const std::uint64_t size = file.Size();
-    request.SendHead(size);
-    for (std::uint64_t offset = 0; offset < size;) {
-        const std::size_t length = file.ReadAt(offset, request.Buffer());
+    const auto read = [&](std::uint64_t offset, std::span<std::uint8_t> buffer) {
+        const std::uint64_t expected = std::min<std::uint64_t>(size - offset, buffer.size());
+        const std::size_t length = file.ReadAt(offset, buffer.first(static_cast<std::size_t>(expected)));
         // A disk or share that has lost the rest need not say so; the server would wait for it.
-        if (length == 0) throw base::SystemError(ERROR_READ_FAULT, "read", file.Path());
-        if (offset == watched) {
-            watch(request.Buffer().first(length));
-            watched += length;
-        }
-        request.Write(length);
-        offset += length;
-    }
+        if (length != expected) throw base::SystemError(ERROR_READ_FAULT, "read", file.Path());
+        return length;
+    };
+    const auto watchOnce = [&](std::uint64_t offset, base::Bytes bytes) {
+        if (offset != watched) return;
+        watch(bytes);
+        watched += bytes.size();
+    };
+    SendContent(request, size, read, watchOnce);
 }
 
 /// What a status means where it is neither a success nor a matter of who was faster.
@@ -213,11 +237,15 @@ std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder)
 std::optional<DavEntry> DavServer::Look(const std::wstring& path) const {
     std::vector<DavEntry> entries;
     const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, {}); };
-    const DavReply reply = Find(path, L"0", read);
-    if (reply.IsMissing()) return std::nullopt;
-    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
+    if (!Answers(path, read)) return std::nullopt;
     // Only the address itself has no name.
     return entries.empty() ? DavEntry{.name = {}, .isFolder = true} : entries.front();
+}
+
+bool DavServer::Answers(const std::wstring& path, const Use& use) const {
+    const DavReply reply = Find(path, L"0", use);
+    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
+    return reply.Succeeded();
 }
 
 bool DavServer::HasFile(const std::wstring& path) const {

@@ -36,7 +36,7 @@ public:
     std::optional<std::vector<DavEntry>> List(const std::wstring& folder) const;
     /// What has that name; nothing when it is missing. Throws where the server does not tell.
     std::optional<DavEntry> Look(const std::wstring& path) const;
-    bool Exists(const std::wstring& path) const { return Look(path).has_value(); }
+    bool Exists(const std::wstring& path) const { return Answers(path, {}); }
     bool HasFile(const std::wstring& path) const;
     /// Creates a folder where it is missing; the one above it is there. Throws unless it is there then.
     void ProvideFolder(const std::wstring& folder) const;
@@ -69,6 +69,7 @@ private:
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
+    bool Answers(const std::wstring& path, const Use& use) const;
 
     HttpConnection m_connection;
 };
