@@ -9,9 +9,11 @@
 
 #include "base/Arrival.h"
 #include "base/FileSystem.h"
+#include "base/Path.h"
 #include "base/Persistence.h"
 #include "base/RollBack.h"
 #include "base/SystemError.h"
+#include "base/Text.h"
 #include "base/WriteBlock.h"
 
 namespace FileSystem {
@@ -100,6 +102,10 @@ File Arrive(const File& source, const std::wstring& destination, const std::func
     throw SystemError(error.Code(), "copy", Way(source.Path(), destination), where);
 }
 
+bool AreOnOneDrive(const std::wstring& left, const std::wstring& right) {
+    return base::EqualsIgnoringCase(Path::Drive(left), Path::Drive(right));
+}
+
 /// For a destination on another volume.
 void CopyAndDelete(const std::wstring& source, const std::wstring& destination, Where where) {
     if (FileExists(destination))
@@ -136,8 +142,8 @@ void CopyReplacing(const File& source, const std::wstring& destination, const st
     const DWORD error = base::WithoutProtection(
         Extended(destination), [&] { return arrival.TakeName(destination, File::OtherFile::IsReplaced); });
     if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source.Path(), destination), where);
-    // Also the name: who copies deletes the source next.
-    arrival.Flush();
+    // Also the name: who copies deletes the source next. On one volume, journals keep that order.
+    if (!AreOnOneDrive(source.Path(), destination)) arrival.Flush();
 }
 
 void MoveReplacing(const std::wstring& source, const std::wstring& destination, Where where) {

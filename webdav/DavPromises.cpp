@@ -477,8 +477,8 @@ private:
     DavFinding LargeUploads() {
         constexpr std::uint64_t kLarge = 2048;
         std::uint64_t refused = 0;
-        for (std::uint64_t megabytes = kLarge; megabytes > 0 && RefusesUploadOf(megabytes << 20);
-             megabytes /= 2)
+        for (std::uint64_t megabytes = kLarge;
+             megabytes > 0 && m_server.RefusalOf(OwnPath(L"large.mdb"), megabytes << 20); megabytes /= 2)
             refused = megabytes;
         if (refused == 0) return Kept(L"Uploads of 2 GB are not refused.");
         return Noted(L"Uploads of " + std::to_wstring(refused) +
@@ -487,19 +487,6 @@ private:
                      L"client_max_body_size 0. lighttpd: server.max-request-size = 0. What stands before the "
                      L"server may have "
                      L"a limit of its own.");
-    }
-
-    /// The length is announced, and nothing is sent: who refuses it does so at once, and others wait in vain.
-    bool RefusesUploadOf(std::uint64_t size) const try {
-        constexpr DWORD kTooLarge = 413;
-        constexpr DWORD kTimeToRefuse = 1500;  // milliseconds
-        HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(OwnPath(L"large.mdb")));
-        request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, kTimeToRefuse);
-        request.SendHead(size);
-        return request.Receive() == kTooLarge;
-    } catch (const HttpError& error) {
-        if (error.IsCancelled()) throw;
-        return false;
     }
 
     // --- What the play needs

@@ -26,7 +26,8 @@ constexpr std::uint64_t kMostBytes = 32 << 20;
 
 constexpr std::size_t kManyNotes = 20;
 
-constexpr std::uint64_t kLarge = 1 << 20;  // bytes
+constexpr std::uint64_t kLarge = 1 << 20;       // bytes
+constexpr std::uint64_t kVeryLarge = 32 << 20;  // bytes
 
 constexpr DWORD kIsThere = 412;
 
@@ -150,8 +151,17 @@ private:
         return IsOfThisFile(reply, removal);
     }
 
-    DavReply Put(Upload& upload) const {
+    /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
+    std::optional<DavReply> RefusalOf(const Upload& upload) {
+        if (upload.digest.size <= m_largest) return std::nullopt;
+        std::optional<DavReply> refusal = m_server.RefusalOf(UploadPath(upload), upload.digest.size);
+        if (!refusal) m_largest = upload.digest.size;
+        return refusal;
+    }
+
+    DavReply Put(Upload& upload) {
         Describe(upload);
+        if (const auto refusal = RefusalOf(upload)) return *refusal;
         Sha256 sum;
         const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
         DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
@@ -162,9 +172,8 @@ private:
     /// Whether another file may fare better. Where a body is refused before it was sent, the answer may get
     /// lost.
     bool IsOfThisFile(const DavReply& reply, const DavReply& next) {
-        constexpr DWORD kTooLarge = 413;
         constexpr int kMostUnanswered = 3;
-        if (reply.IsAnswered()) return reply.status == kTooLarge;
+        if (reply.IsAnswered()) return reply.IsTooLarge();
         return next.IsAnswered() && ++m_unanswered < kMostUnanswered;
     }
 
@@ -277,8 +286,9 @@ private:
     const std::wstring m_uploads;
     const DavInstallation m_installation;
     FolderProvider m_folders{m_server};
-    std::deque<Upload> m_batch;  ///< that waits for its names
-    std::uint64_t m_bytes = 0;   ///< of it
+    std::deque<Upload> m_batch;            ///< that waits for its names
+    std::uint64_t m_bytes = 0;             ///< of it
+    std::uint64_t m_largest = kVeryLarge;  ///< that needs no question
     LONG m_position = 0;
     int m_unanswered = 0;  ///< uploads
     bool m_isComplete = true;

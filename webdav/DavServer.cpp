@@ -271,6 +271,20 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
     return Ask(L"PUT", path, [&](HttpRequest& request) { SendText(request, text); });
 }
 
+/// The length is announced, and nothing is sent.
+std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint64_t bytes) const try {
+    constexpr DWORD kTimeToRefuse = 1500;  // milliseconds
+    HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(path));
+    request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, kTimeToRefuse);
+    request.SendHead(bytes);
+    const DWORD status = request.Receive();
+    const DavReply reply{status, Explained(status, L"PUT", path)};
+    return reply.IsTooLarge() ? std::optional(reply) : std::nullopt;
+} catch (const HttpError& error) {
+    if (error.IsCancelled()) throw;
+    return std::nullopt;
+}
+
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
     return Ask(L"MOVE", from, [&](HttpRequest& request) {
         AddDestination(request, m_connection.UrlOf(UrlPath::EncodePath(to)), other);

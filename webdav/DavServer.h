@@ -16,6 +16,8 @@ struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
+    /// The body of the request is longer than the server takes.
+    bool IsTooLarge() const noexcept { return status == 413; }
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
     bool IsAnswered() const noexcept { return status != 0; }
@@ -45,6 +47,9 @@ public:
     DavReply Put(const std::wstring& path, const base::File& file,
                  const std::function<void(base::Bytes)>& watch) const;
     DavReply Put(const std::wstring& path, std::string_view text) const;
+    /// The answer to so long a body where that is too large; nothing where it is not, or the server does not
+    /// say so at once: a second or two are waited for it.
+    std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes) const;
     enum class Other { Stays, IsReplaced };
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
     /// Tells a request where to move something. destination: a URL.

@@ -65,6 +65,16 @@ class RefusalTest(HttpsHostTest):
         self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
+    def test_a_very_large_packet_is_asked_for_first(self):
+        """Where a body is refused before it was sent, the status gets lost."""
+        for number, size in enumerate((33, 40, 35)):
+            self.put(self.field, f"{number}.mdb", content=os.urandom(1 << 20) * size)
+        self.use(Spoiler(self, self.server, largest=36 << 20).url)
+        self.assert_trouble(self.field, {("out", "0.mdb"): "sent", ("out", "1.mdb"): WAITING, ("out", "2.mdb"): "sent"})
+        self.assertIn("answers 413 to PUT", self.field.log)
+        self.use(self.server.url)
+        self.assert_next_cycle_delivers()
+
     def test_a_stranger_hears_nothing(self):
         """Somebody whose certificate the system does not trust, or whom a server that it trusts leads to."""
         for number, certificate in enumerate(({"signed": False}, {"name": "elsewhere"}, {"days": -1})):
