@@ -50,12 +50,10 @@ public:
     bool Run() {
         // Before the packets: what is still an upload then is seen as one.
         m_notes.ReadOf(JoinRemote(m_subFolder, L"*"));
-        const std::vector<std::wstring> claimed = Files(m_claims);
-        std::ranges::for_each(claimed, [&](const std::wstring& packet) { m_notes.ReadOf(packet); });
-        DeletePartsExceptOf(claimed);
-        std::ranges::for_each(claimed, [&](const std::wstring& packet) { ReceiveClaimed(packet); });
+        ReceiveClaims();
         const std::vector<std::wstring> waiting = Files(m_remote);
         const bool goesOn = ClaimAndReceive(waiting);
+        if (goesOn && !m_gone.empty()) ReceiveClaims();
         if (goesOn) DeleteNotes(waiting);
         return goesOn && m_isComplete;
     }
@@ -104,14 +102,18 @@ private:
     }
 
     bool ClaimAndReceive(const std::wstring& packet) {
-        const auto unfinished = m_unfinished.find(base::Upper(packet));
+        const std::wstring name = base::Upper(packet);
+        const auto unfinished = m_unfinished.find(name);
         if (unfinished != m_unfinished.end() && !SetDamagedAside(unfinished->second)) return false;
         // First: what cannot be stored here is left to other receivers.
         IncomingPacket incoming = Incoming(packet);
         if (Claim(packet)) {
             // A part that is left here came of an earlier claim, which may have been another version.
             incoming.GoOnAt(0);
-            return Receive(packet, incoming);
+            m_unfinished.emplace(name, packet);
+            const bool received = Receive(packet, incoming);
+            if (received) m_unfinished.erase(name);
+            return received;
         }
         incoming.Drop();
         return false;
@@ -123,10 +125,18 @@ private:
         const std::wstring source = JoinRemote(m_remote, packet);
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(source, claim, DavServer::Other::Stays);
-        // Somebody who was faster shows in many ways, and the answer to a success can get lost.
+        // As a rule somebody was faster. But what carries a request may do so twice: then it is claimed,
+        // which one look at all claims shows in the end.
+        if (reply.IsMissing()) {
+            m_gone.insert(packet);
+            return false;
+        }
+        // Somebody who was faster shows in other ways, too, and the answer to a success can get lost.
         if (reply.Succeeded() || m_server.HasFile(claim)) return true;
-        return m_server.Exists(source) &&
-               Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
+        if (m_server.Exists(source))
+            return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
+        m_gone.insert(packet);
+        return false;
     }
 
     bool DeleteClaim(const std::wstring& packet) {
@@ -154,6 +164,16 @@ private:
 
     // --- Content
     // --------------------------------------------------------------------------------------------
+
+    /// All of this installation, but for those that could not be received just now.
+    void ReceiveClaims() {
+        std::vector<std::wstring> claimed = Files(m_claims);
+        DeletePartsExceptOf(claimed);
+        std::erase_if(claimed,
+                      [&](const std::wstring& packet) { return m_unfinished.contains(base::Upper(packet)); });
+        std::ranges::for_each(claimed, [&](const std::wstring& packet) { m_notes.ReadOf(packet); });
+        std::ranges::for_each(claimed, [&](const std::wstring& packet) { ReceiveClaimed(packet); });
+    }
 
     void ReceiveClaimed(const std::wstring& packet) {
         const bool received = Attempt([&] {
@@ -268,8 +288,9 @@ private:
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
         std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
-        std::ranges::copy_if(waiting, std::inserter(packets, packets.end()),
-                             [&](const std::wstring& packet) { return !m_received.contains(packet); });
+        std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
+            return !m_received.contains(packet) && !m_gone.contains(packet);
+        });
         m_notes.DeleteDone(packets);
     }
 
@@ -282,10 +303,11 @@ private:
     const DavInstallation m_installation;
     const std::wstring m_claims;
     DigestNotes m_notes;
-    /// Claims that could not be received again, by their names here, where the case of letters is nothing.
+    /// Claims that could not be received, by their names here, where the case of letters is nothing.
     std::map<std::wstring, std::wstring> m_unfinished;
     std::map<std::wstring, std::wstring> m_damaged;  ///< of these, with the SHA-256 that came instead
     std::set<std::wstring> m_received;
+    std::set<std::wstring> m_gone;  ///< that waited, and did so no more when it should be claimed
     FolderProvider m_folders{m_server};
     bool m_hasSeenAll = true;  ///< that waits
     bool m_isFull = false;     ///< the local disk

@@ -125,6 +125,16 @@ class StepTest(HttpsHostTest):
                 self.assert_delivered()
                 self.assertEqual(files_below(self.server.packets), {})
 
+    def test_a_claim_that_seems_to_fail(self):
+        """What carries requests may do so twice: of the second one the server knows nothing."""
+        self.put(self.field, "a.mdb", "SUB/b.mdb")
+        self.assert_run(self.field)
+        self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
+            (404, {}, b"") if method == "MOVE" else (status, headers, content))).url)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+        self.assertEqual(files_below(self.server.packets), {})
+
     def test_a_server_that_tells_no_length(self):
         """Nobody would know whether all of it came."""
         def chunked(request, status, content):
