@@ -476,9 +476,11 @@ private:
 
     DavFinding LargeUploads() {
         constexpr std::uint64_t kLarge = 2048;
+        constexpr DWORD kPatience = 1500;
         std::uint64_t refused = 0;
         for (std::uint64_t megabytes = kLarge;
-             megabytes > 0 && m_server.RefusalOf(OwnPath(L"large.mdb"), megabytes << 20); megabytes /= 2)
+             megabytes > 0 && m_server.RefusalOf(OwnPath(L"large.mdb"), megabytes << 20, kPatience);
+             megabytes /= 2)
             refused = megabytes;
         if (refused == 0) return Kept(L"Uploads of 2 GB are not refused.");
         return Noted(L"Uploads of " + std::to_wstring(refused) +

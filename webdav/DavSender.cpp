@@ -153,8 +153,10 @@ private:
 
     /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
     std::optional<DavReply> RefusalOf(const Upload& upload) {
+        constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
         if (upload.digest.size <= m_largest) return std::nullopt;
-        std::optional<DavReply> refusal = m_server.RefusalOf(UploadPath(upload), upload.digest.size);
+        std::optional<DavReply> refusal =
+            m_server.RefusalOf(UploadPath(upload), upload.digest.size, kPatience);
         if (!refusal) m_largest = upload.digest.size;
         return refusal;
     }

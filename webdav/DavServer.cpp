@@ -272,10 +272,10 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
 }
 
 /// The length is announced, and nothing is sent.
-std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint64_t bytes) const try {
-    constexpr DWORD kTimeToRefuse = 1500;  // milliseconds
+std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint64_t bytes,
+                                             DWORD patience) const try {
     HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(path));
-    request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, kTimeToRefuse);
+    request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, patience);
     request.SendHead(bytes);
     const DWORD status = request.Receive();
     const DavReply reply{status, Explained(status, L"PUT", path)};

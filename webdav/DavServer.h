@@ -48,8 +48,8 @@ public:
                  const std::function<void(base::Bytes)>& watch) const;
     DavReply Put(const std::wstring& path, std::string_view text) const;
     /// The answer to so long a body where that is too large; nothing where it is not, or the server does not
-    /// say so at once: a second or two are waited for it.
-    std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes) const;
+    /// say so at once. patience: milliseconds, for which most servers wait in vain.
+    std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes, DWORD patience) const;
     enum class Other { Stays, IsReplaced };
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
     /// Tells a request where to move something. destination: a URL.
