@@ -326,9 +326,10 @@ class Stage:
         return self.packets.all_delivered(found)
 
     def kind_of_stranger(self, place, path, found):
-        """What a cut transfer leaves on a server can be received; docs/limits.md tells so. Its source waits."""
+        """What a cut transfer leaves on a server can be received, and stays until the whole packet comes, which is on its way
+        then; docs/limits.md tells so."""
         name = packet_of(path.relative_to(self.packets.folders[place]).as_posix().lower())
-        waits = any(SEND in places for version, places in found.versions.items() if version.packet == name)
+        waits = any({SEND, REMOTE} & set(places) for version, places in found.versions.items() if version.packet == name)
         if self.scenario.server and waits and (place == REMOTE or REST in self.findings):
             return REST
         return WRONG if place == INBOX else HALF
