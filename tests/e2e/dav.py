@@ -5,6 +5,7 @@ import http.client
 import http.server
 import os
 import random
+import select
 import socket
 import ssl
 import subprocess
@@ -74,6 +75,37 @@ class Server:
         """Lets the server change files that the test made."""
         for path in paths:
             os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
+
+
+def pump(one, other):
+    """Passes on what comes from either, until one of them ends."""
+    with contextlib.suppress(OSError):
+        while True:
+            for source in select.select([one, other], [], [])[0]:
+                data = source.recv(65536)
+                if not data:
+                    return
+                (other if source is one else one).sendall(data)
+
+
+class UsualPort:
+    """Passes on to a server what comes to the port that no URL needs to name."""
+
+    def __init__(self, test, server):
+        self.server = server
+        self.url = f"https://{server.address}/dav"
+        self.listener = socket.create_server((server.address, 443))
+        test.addCleanup(self.listener.close)
+        threading.Thread(target=self.serve, daemon=True).start()
+
+    def serve(self):
+        with contextlib.suppress(OSError):  # that the listener has been closed
+            while True:
+                threading.Thread(target=self.session, args=(self.listener.accept()[0],), daemon=True).start()
+
+    def session(self, client):
+        with client, socket.create_connection((self.server.address, PORT)) as server:
+            pump(client, server)
 
 
 class Spoiler:

@@ -4,7 +4,7 @@ import random
 import shutil
 import signal
 
-from dav import HttpsHostTest, Spoiler, Stranger
+from dav import HttpsHostTest, Spoiler, Stranger, UsualPort
 from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -31,6 +31,14 @@ class Transfers:
         self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
         self.put(self.field, "b.mdb")
         self.assert_next_cycle_delivers()
+
+
+    def test_the_usual_port(self):
+        """Some servers compare where a request came to with where it leads."""
+        self.use(UsualPort(self, self.server).url)
+        self.put(self.field, "a.mdb", "SUB/b.mdb")
+        self.assert_next_cycle_delivers()
+        self.assertEqual(files_below(self.server.packets), {})
 
 
 class RefusalTest(HttpsHostTest):

@@ -1,6 +1,5 @@
 """Logins to servers, and what guards them: passwords at rest, keys and certificates, proxies."""
 import base64
-import contextlib
 import fcntl
 import hashlib
 import http.server
@@ -18,7 +17,7 @@ import time
 import tty
 
 import support
-from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Stranger, own_address
+from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Stranger, own_address, pump
 from support import HostTest, TIMEOUT, command, finish, own_program, run, start
 
 PROTECTED = r"(?m)^password = (dpapi:[A-Za-z0-9+/=]+)$"
@@ -303,7 +302,7 @@ class Proxy:
                 self.send_response(200)
                 self.end_headers()
                 with socket.create_connection(self.path.split(":")) as server:
-                    proxy.pump(self.connection, server)
+                    pump(self.connection, server)
                 self.close_connection = True
 
             def pass_on(self):
@@ -341,16 +340,6 @@ class Proxy:
         request.send_header("Proxy-Authenticate", 'Basic realm="proxy"')
         request.send_header("Content-Length", "0")
         return request.end_headers()
-
-    @staticmethod
-    def pump(one, other):
-        with contextlib.suppress(OSError):
-            while True:
-                for source in select.select([one, other], [], [])[0]:
-                    data = source.recv(65536)
-                    if not data:
-                        return
-                    (other if source is one else one).sendall(data)
 
 
 class ProxyTest(GuardedTest):
