@@ -569,6 +569,14 @@ TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) 
     EXPECT_THAT(framework.log, IsEmpty());
 }
 
+TEST_F(FtpTransferTest, WhatTheSystemDoesNotTellOfASendFolderFailsTheTransfer) {
+    SendFrom(temp / L"a*b");
+    framework.log.clear();
+    const std::vector<LogEntry> reports = FailToSend();
+    ASSERT_THAT(reports, SizeIs(1));
+    EXPECT_THAT(reports[0].text, HasSubstr(L"a*b"));
+}
+
 TEST_F(FtpTransferTest, CancellingMakesSendFailAfterTheTransferButNotReceive) {
     server.files["/out/b.mdb"] = "2";
     temp.File(L"send\\a.mdb");

@@ -331,6 +331,19 @@ TEST_F(Scripting, WhoeverFailsWhenToldIsReportedAndEndsNothing) {
     }
 }
 
+TEST_F(Scripting, WhatWasReportedIsAnErrorAlsoWhereAllWasMoved) {
+    const std::wstring packet = temp.File(L"field\\send\\a.xml", "packet");
+    const auto reader = base::File::Open(packet, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+    Variant none;
+    VARIANT_BOOL moved = VARIANT_TRUE;
+    EXPECT_THAT(field.Failure(field.transporter->SendReceive(none.Get(), none.Get(), &moved)),
+                HasSubstr(L"Could not delete packet file: T:\\field\\send\\a.xml"));
+    EXPECT_FALSE(moved);
+    EXPECT_THAT(temp.Files(L"share\\to enterprise"), ElementsAre(L"a.xml"))
+        << "the step answers True all the same";
+    framework.log.clear();
+}
+
 TEST_F(Scripting, AProgressObjectIsCalledByTheNamesThatItHas) {
     const auto told = [&](const std::vector<std::wstring>& members) {
         temp.File(L"field\\send\\a.xml");
