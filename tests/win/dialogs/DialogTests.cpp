@@ -227,6 +227,9 @@ TEST_F(DialogTest, TheLoginPromptStartsInTheFirstEmptyBoxAndVisitsAllControls) {
     for (size_t first = 0; first < 3; ++first) {
         const User user(L"FTP Prompt", [&](const Screen& screen) {
             EXPECT_EQ(screen.IsChecked(IDC_PROMPT_SAVE), first != 0) << "as it was left";
+            for (const auto& [box, longest] :
+                 {std::pair{IDC_PROMPT_SERVER, 255}, {IDC_PROMPT_USER, 128}, {IDC_PROMPT_PASSWORD, 128}})
+                EXPECT_EQ(SendMessageW(screen.Control(box), EM_GETLIMITTEXT, 0, 0), longest);
             for (size_t i = 0; i < controls.size(); ++i) {
                 EXPECT_TRUE(screen.FocusReaches(controls[(first + i) % controls.size()]));
                 screen.Key(VK_TAB);

@@ -127,6 +127,8 @@ TEST_F(Https, WhatCannotBeUsedIsToldAndLeavesThePacket) {
         EXPECT_THAT(framework.LogText(), HasSubstr(why));
     }
     EXPECT_EQ(temp.Content(L"out\\a.mdb"), "packet");
+    EXPECT_THAT(progress->transcript, AllOf(HasSubstr(L"range 0-1|status Sending files"),
+                                            HasSubstr(L"range 0-1|status Receiving files")));
 }
 
 TEST_F(Https, ReceivesNothingFromElsewhere) {
