@@ -115,7 +115,12 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
     if (const DWORD error = copy.TakeName(destination, File::OtherFile::Stays); error != ERROR_SUCCESS)
         throw SystemError(error, "move", Way(source, destination), where);
     // Also the name: the source goes next.
-    copy.Flush();
+    try {
+        copy.Flush();
+    } catch (const SystemError&) {
+        copy.RemoveWhenClosed();  // or the next attempt finds it in its way
+        throw;
+    }
     copy.Close();
     base::RollBack removal([&] { TryDelete(destination); });
     block.Delete(ReadOnlyFiles::Delete, where);
@@ -155,14 +160,13 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination, 
     block.Delete(ReadOnlyFiles::Delete, where);
 }
 
-void BringToDisk(const std::wstring& path, Where where) {
+void BringToDisk(const std::wstring& path) {
     std::optional<File> file;
-    const DWORD error = base::Persistently(Extended(path), [&] {
+    base::Persistently(Extended(path), [&] {
         file = File::TryOpen(path, GENERIC_WRITE, base::kShareAll);
         return file.has_value();
     });
-    if (!file) throw SystemError(error, "write", path, where);
-    file->Flush();
+    if (file) file->Flush();
 }
 
 }  // namespace FileSystem

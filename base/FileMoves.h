@@ -33,7 +33,7 @@ void MoveReplacing(const std::wstring& source, const std::wstring& destination,
                    Where where = Where::current());
 
 /// Brings a file to the disk, also under the name that it has just taken: a computer that loses its power may
-/// know it only by the one before.
-void BringToDisk(const std::wstring& path, Where where = Where::current());
+/// know it only by the one before. Who has it open alone, or has taken it away, is no failure.
+void BringToDisk(const std::wstring& path);
 
 }  // namespace FileSystem

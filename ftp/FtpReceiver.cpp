@@ -153,10 +153,10 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return false;
         Finish(arrival, lastWrite);
         FileSystem::MoveReplacing(arrival, target);
-        FileSystem::BringToDisk(target);
         // What is gone by now may have been a part, which the other side took away.
         base::RollBack unlisted([&] { FileSystem::TryDelete(target); });
         if (isListed) unlisted.Dismiss();
+        FileSystem::BringToDisk(target);
         if (m_connection.Delete(entry.name)) {
             unlisted.Dismiss();
             return true;

@@ -129,27 +129,30 @@ HttpRequest::~HttpRequest() {
 
 void CALLBACK HttpRequest::OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
                                     DWORD length) {
-    auto* const signal = reinterpret_cast<std::shared_ptr<Signal>*>(context);
-    if (!signal) return;
+    auto* const owner = reinterpret_cast<std::shared_ptr<Signal>*>(context);
+    if (!owner) return;
+    if (status == WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING) {
+        delete owner;
+        return;
+    }
+    // What it tells may end the request in the other thread, and with the handle goes what the context points
+    // to.
+    const std::shared_ptr<Signal> signal = *owner;
     switch (status) {
     case WINHTTP_CALLBACK_STATUS_SENDING_REQUEST:
-        // The handle's end takes away what the context points to.
-        return std::shared_ptr<Signal>(*signal)->LookAtServer(handle);
+        return signal->LookAtServer(handle);
     case WINHTTP_CALLBACK_STATUS_SENDREQUEST_COMPLETE:
     case WINHTTP_CALLBACK_STATUS_HEADERS_AVAILABLE:
-        return (*signal)->Complete(ERROR_SUCCESS, 0);
+        return signal->Complete(ERROR_SUCCESS, 0);
     case WINHTTP_CALLBACK_STATUS_WRITE_COMPLETE:
-        return (*signal)->Complete(ERROR_SUCCESS, *static_cast<DWORD*>(information));
+        return signal->Complete(ERROR_SUCCESS, *static_cast<DWORD*>(information));
     case WINHTTP_CALLBACK_STATUS_READ_COMPLETE:
-        return (*signal)->Complete(ERROR_SUCCESS, length);
+        return signal->Complete(ERROR_SUCCESS, length);
     case WINHTTP_CALLBACK_STATUS_SECURE_FAILURE:
-        (*signal)->certificate = *static_cast<DWORD*>(information);
+        signal->certificate = *static_cast<DWORD*>(information);
         return;
     case WINHTTP_CALLBACK_STATUS_REQUEST_ERROR:
-        return (*signal)->Complete(static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError, 0);
-    case WINHTTP_CALLBACK_STATUS_HANDLE_CLOSING:
-        delete signal;
-        return;
+        return signal->Complete(static_cast<WINHTTP_ASYNC_RESULT*>(information)->dwError, 0);
     default:
         return;
     }
@@ -245,6 +248,8 @@ void HttpRequest::Begin() { BeginSend(0); }
 
 void HttpRequest::BeginSend(std::size_t bodyBytes) {
     const auto bytes = static_cast<DWORD>(bodyBytes);
+    // Of the answer before, something is still coming into a buffer.
+    if (m_isReading) Fail(ERROR_WINHTTP_CONNECTION_ERROR);
     if (!WinHttpSendRequest(m_handle.Get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0,
                             bytes > 0 ? Buffer(bytes).data() : WINHTTP_NO_REQUEST_DATA, bytes,
                             bytes > 0 ? bytes : WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0))
@@ -322,7 +327,7 @@ DWORD HttpRequest::OfferedSchemes() const {
 void HttpRequest::Drain() {
     constexpr std::size_t kMost = 64 << 10;
     for (std::size_t read = 0; read < kMost && m_bodyRead != m_bodySize;) {
-        const std::size_t length = Read().size();
+        const std::size_t length = ReadPart().size();
         if (length == 0) return;
         read += length;
     }
@@ -377,6 +382,12 @@ bool HttpRequest::MayBePart() const { return Header(L"Accept-Ranges") == L"bytes
 
 /// While its caller works on what it returns, the next bytes come.
 base::Bytes HttpRequest::Read() {
+    const base::Bytes bytes = ReadPart();
+    if (!bytes.empty() && m_bodySize && m_bodyRead < *m_bodySize) BeginRead();
+    return bytes;
+}
+
+base::Bytes HttpRequest::ReadPart() {
     if (!m_isReading) BeginRead();
     Await();
     m_isReading = false;
@@ -385,7 +396,6 @@ base::Bytes HttpRequest::Read() {
     CheckRate();
     m_bodyRead += bytes.size();
     m_signal->current ^= 1;
-    if (m_bodySize && m_bodyRead < *m_bodySize) BeginRead();
     return bytes;
 }
 

@@ -100,6 +100,7 @@ private:
     void SendWith(std::size_t bodyBytes);
     DWORD SendOnce(std::size_t bodyBytes);
     void BeginSend(std::size_t bodyBytes);
+    base::Bytes ReadPart();
     void BeginRead();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();

@@ -53,7 +53,7 @@ public:
         ReceiveClaims();
         const std::vector<std::wstring> waiting = Files(m_remote);
         const bool goesOn = ClaimAndReceive(waiting);
-        if (goesOn && !m_gone.empty()) ReceiveClaims();
+        if (goesOn && !m_gone.empty()) LookForGone();
         if (goesOn) DeleteNotes(waiting);
         return goesOn && m_isComplete;
     }
@@ -125,8 +125,7 @@ private:
         const std::wstring source = JoinRemote(m_remote, packet);
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Move(source, claim, DavServer::Other::Stays);
-        // As a rule somebody was faster. But what carries a request may do so twice: then it is claimed,
-        // which one look at all claims shows in the end.
+        // As a rule somebody was faster; one look at all of them in the end tells what was otherwise.
         if (reply.IsMissing()) {
             m_gone.insert(packet);
             return false;
@@ -164,6 +163,18 @@ private:
 
     // --- Content
     // --------------------------------------------------------------------------------------------
+
+    /// What carries a request may do so twice, and what seems to be gone may be there all the same.
+    void LookForGone() {
+        ReceiveClaims();
+        for (const std::wstring& packet : Files(m_remote)) {
+            if (m_gone.erase(packet) == 0) continue;
+            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
+            if (m_gone.contains(packet) && m_server.Exists(JoinRemote(m_remote, packet)))
+                Stays(L"Failed to retrieve file " + packet +
+                      L" from the server: it is there, and cannot be claimed.");
+        }
+    }
 
     /// All of this installation, but for those that could not be received just now.
     void ReceiveClaims() {
@@ -284,10 +295,14 @@ private:
     }
 
     /// waiting: what did so after the notes were read.
-    void DeleteNotes(const std::vector<std::wstring>& waiting) const {
+    void DeleteNotes(const std::vector<std::wstring>& waiting) {
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
         std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
+        // Claims are given back, too, and what was gone may wait again.
+        const std::vector<std::wstring> again =
+            m_gone.empty() ? std::vector<std::wstring>() : Files(m_remote);
+        packets.insert(again.begin(), again.end());
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
             return !m_received.contains(packet) && !m_gone.contains(packet);
         });

@@ -29,8 +29,6 @@ constexpr std::size_t kManyNotes = 20;
 constexpr std::uint64_t kLarge = 1 << 20;       // bytes
 constexpr std::uint64_t kVeryLarge = 32 << 20;  // bytes
 
-constexpr DWORD kIsThere = 412;
-
 std::vector<base::TreeFile> FilesToSend(const std::wstring& local) {
     std::vector<base::TreeFile> files = base::FilesBelow(local);
     std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
@@ -153,10 +151,11 @@ private:
 
     /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
     std::optional<DavReply> RefusalOf(const Upload& upload) {
+        // Not under the name of the upload, at which the server may still be when that comes.
+        const std::wstring question = JoinRemote(m_uploads, m_installation.Name() + L"~size");
         constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
         if (upload.digest.size <= m_largest) return std::nullopt;
-        std::optional<DavReply> refusal =
-            m_server.RefusalOf(UploadPath(upload), upload.digest.size, kPatience);
+        std::optional<DavReply> refusal = m_server.RefusalOf(question, upload.digest.size, kPatience);
         if (!refusal) m_largest = upload.digest.size;
         return refusal;
     }
@@ -253,26 +252,29 @@ private:
         m_folders.Provide(JoinRemote(m_remote, RemotePath(upload.file.subFolder)));
         const std::wstring target = JoinRemote(m_remote, upload.digest.packet);
         DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
-        if (reply.status == kIsThere) {
+        if (!reply.Succeeded() && m_server.Exists(UploadPath(upload))) {
+            const std::optional<DavEntry> other = m_server.Look(target);
             // Who replaces a folder loses all that waits in it.
-            if (const auto other = m_server.Look(target); other && other->isFolder)
+            if (other && other->isFolder)
                 return m_self.Fail(L"On the server a folder has the name of file " + upload.file.name +
                                    L". Rename the file, or remove the folder there when it is empty.");
-            reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+            if (other) reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
         }
-        if (!reply.Succeeded() && !(reply.MayBeDone() && HasTakenName(upload, target)))
+        if (!reply.Succeeded() && !HasTakenName(upload, target))
             return m_self.Fail(
                 Lines(L"Failed to transmit file " + upload.file.name + L" to the server.", reply.failure));
         upload.block.Delete(FileSystem::ReadOnlyFiles::Delete);
         return true;
     }
 
-    /// Where the answer got lost. Where the packet is not under its name, the other side may have taken it
+    /// Where an answer got lost, or a request was carried twice. An older version may have the same size, and
+    /// the content alone tells. Where the packet is not under its name, the other side may have taken it
     /// already; or it may not: it travels again.
     bool HasTakenName(const Upload& upload, const std::wstring& target) const {
         if (m_server.Exists(UploadPath(upload))) return false;
-        const std::optional<DavEntry> there = m_server.Look(target);
-        return there && there->size == upload.digest.size;
+        Sha256 sum;
+        const DavReply reply = m_server.Get(target, [&](base::Bytes bytes) { sum.Add(bytes); });
+        return reply.Succeeded() && sum.Finish() == upload.digest.sha256;
     }
 
     void Stays(const std::wstring& report) {

@@ -161,7 +161,7 @@ private:
         m_offset = start + received;
         m_isWhole = received == size;
         // The system ends a body that is cut off as it ends a whole one.
-        if (received != std::min(size, most))
+        if (received < std::min(size, most))
             m_failure = L"The server " + m_server + L" sent " + std::to_wstring(received) + L" of the " +
                         std::to_wstring(size) + L" bytes of " + m_path + L".";
     }

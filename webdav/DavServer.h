@@ -22,9 +22,6 @@ struct DavReply {
     bool IsMissing() const noexcept { return status == 404; }
     bool IsAnswered() const noexcept { return status != 0; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
-    /// Whether it may have been done all the same: nobody answered, a gateway that lost the answer, or a
-    /// server that tells no more than that a part was done.
-    bool MayBeDone() const noexcept { return !IsAnswered() || status / 100 == 5 || status / 100 == 2; }
 };
 
 /// A failure throws only where it says so: what a request has brought about despite it, the state tells.

@@ -7,6 +7,7 @@
 
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/SystemError.h"
 
 IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend)
     : m_target(std::move(target)),
@@ -23,6 +24,7 @@ void IncomingPacket::GoOnAt(std::uint64_t offset) {
     std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min(offset, kBlock)));
     for (m_size = 0; m_size < offset;) {
         const std::size_t length = m_file.ReadAt(m_size, block);
+        if (length == 0) throw base::SystemError(ERROR_READ_FAULT, "read", m_file.Path());
         m_sum.Add(base::Bytes(block).first(length));
         m_size += length;
         m_attend();

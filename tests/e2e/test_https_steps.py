@@ -50,6 +50,39 @@ class StepTest(HttpsHostTest):
                 self.assert_next_cycle_delivers()
                 self.assertEqual(files_below(self.server.packets), {})
 
+    def test_a_request_that_is_carried_twice(self):
+        """The answer to the second one comes, which finds nothing left to do."""
+        for _ in ("new", "newer"):
+            self.ledger.clear()
+            self.put(self.field, "a.mdb")
+            twice = Spoiler(self, self.server)
+            ask = twice.ask
+            twice.ask = lambda request, body, ask=ask: ask(request, body) and ask(request, body)
+            self.use(twice.url)
+            self.assert_run(self.field, 0, {("out", "a.mdb"): "sent"})
+            self.use(self.server.url)
+        self.assert_next_cycle_delivers()
+
+    def test_an_older_version_of_the_same_size_is_no_proof(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        spoiler = Spoiler(self, self.server)
+        ask = spoiler.ask
+
+        def vanish(request, body):
+            if request.command != "MOVE":
+                return ask(request, body)
+            for upload in self.to_enterprise.with_name("to-enterprise.uploads").glob("*~*"):
+                upload.unlink()
+            return 502, {}, b""
+        spoiler.ask = vanish
+        self.use(spoiler.url)
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        self.use(self.server.url)
+        self.assert_next_cycle_delivers()
+
     def test_a_packet_that_is_too_large_does_not_hold_the_others_up(self):
         self.put(self.field, "large.mdb", content=b"x" * 50_000)
         self.put(self.field, "small.mdb")
@@ -111,6 +144,7 @@ class StepTest(HttpsHostTest):
                 ("PROPFIND", "to-enterprise/", 403, "answers 403 to PROPFIND", False),
                 ("MKCOL", "sub3/", 507, "answers 507 to MKCOL", False),
                 ("MOVE", "to-enterprise/", 423, "it is locked by another program", False),
+                ("MOVE", "to-enterprise/", 404, "it is there, and cannot be claimed", False),
                 ("GET", ".claims", 500, "Failed to retrieve file", False),
                 ("DELETE", ".claims", 403, "It will be received again", True))):
             with self.subTest(method=method, text=text):
