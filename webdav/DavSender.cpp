@@ -251,20 +251,24 @@ private:
     bool TakeName(const Upload& upload) {
         m_folders.Provide(JoinRemote(m_remote, RemotePath(upload.file.subFolder)));
         const std::wstring target = JoinRemote(m_remote, upload.digest.packet);
-        DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
-        if (!reply.Succeeded() && m_server.Exists(UploadPath(upload))) {
-            const std::optional<DavEntry> other = m_server.Look(target);
-            // Who replaces a folder loses all that waits in it.
-            if (other && other->isFolder)
-                return m_self.Fail(L"On the server a folder has the name of file " + upload.file.name +
-                                   L". Rename the file, or remove the folder there when it is empty.");
-            if (other) reply = m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
-        }
+        const DavReply reply = MoveTo(target, upload);
         if (!reply.Succeeded() && !HasTakenName(upload, target))
             return m_self.Fail(
                 Lines(L"Failed to transmit file " + upload.file.name + L" to the server.", reply.failure));
         upload.block.Delete(FileSystem::ReadOnlyFiles::Delete);
         return true;
+    }
+
+    /// Over nothing, or else over an older version: who replaces a folder loses all that waits in it.
+    DavReply MoveTo(const std::wstring& target, const Upload& upload) const {
+        DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
+        if (reply.Succeeded() || !m_server.Exists(UploadPath(upload))) return reply;
+        const std::optional<DavEntry> other = m_server.Look(target);
+        if (!other) return reply;
+        if (!other->isFolder) return m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+        reply.failure = L"On the server a folder has the name of file " + upload.file.name +
+                        L". Rename the file, or remove the folder there when it is empty.";
+        return reply;
     }
 
     /// Where an answer got lost, or a request was carried twice. An older version may have the same size, and
