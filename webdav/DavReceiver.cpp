@@ -69,6 +69,11 @@ private:
             [&](const std::wstring& subFolder) { m_notes.Read(subFolder); });
     }
 
+    /// Without a word of what was refused the first time.
+    std::vector<std::wstring> WaitingAgain() const {
+        return FilesBelow(m_server, m_remote, m_subFolder, [](const std::wstring&) {});
+    }
+
     /// Runs a step whose failure keeps a packet where it is.
     template <class Step>
     bool Attempt(Step&& step) {
@@ -167,7 +172,7 @@ private:
     /// What carries a request may do so twice, and what seems to be gone may be there all the same.
     void LookForGone() {
         ReceiveClaims();
-        for (const std::wstring& packet : Files(m_remote)) {
+        for (const std::wstring& packet : WaitingAgain()) {
             if (m_gone.erase(packet) == 0) continue;
             if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
             if (m_gone.contains(packet) && m_server.Exists(JoinRemote(m_remote, packet)))
@@ -295,13 +300,12 @@ private:
     }
 
     /// waiting: what did so after the notes were read.
-    void DeleteNotes(const std::vector<std::wstring>& waiting) {
+    void DeleteNotes(const std::vector<std::wstring>& waiting) const {
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
         std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
         // Claims are given back, too, and what was gone may wait again.
-        const std::vector<std::wstring> again =
-            m_gone.empty() ? std::vector<std::wstring>() : Files(m_remote);
+        const std::vector<std::wstring> again = m_gone.empty() ? std::vector<std::wstring>() : WaitingAgain();
         packets.insert(again.begin(), again.end());
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
             return !m_received.contains(packet) && !m_gone.contains(packet);
