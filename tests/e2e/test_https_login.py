@@ -17,7 +17,7 @@ import time
 import tty
 
 import support
-from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Stranger, own_address, pump
+from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Server, Stranger, own_address, pump
 from support import HostTest, TIMEOUT, command, finish, own_program, run, start
 
 PROTECTED = r"(?m)^password = (dpapi:[A-Za-z0-9+/=]+)$"
@@ -202,6 +202,20 @@ class PinTest(GuardedTest):
 
 class DigestTest(GuardedTest):
     OPTIONS = ("--login", "digest")
+    LONG_PAGE = """
+ErrorDocument 401 /login.html
+<Location /login.html>
+    Require all granted
+</Location>
+"""
+
+    def new_server(self):
+        """Its page for those who are to log in is long: there is more of it when the next request goes."""
+        server = Server(self, self.KIND, *self.OPTIONS, extra=self.LONG_PAGE)
+        page = server.packets.parent / "login.html"
+        page.write_text("x" * 300_000)
+        server.own(page)
+        return server
 
     def test_packets_travel(self):
         self.change_both("https.login", "digest")
