@@ -151,10 +151,10 @@ private:
 
     /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
     std::optional<DavReply> RefusalOf(const Upload& upload) {
+        if (upload.digest.size <= m_largest) return std::nullopt;
         // Not under the name of the upload, at which the server may still be when that comes.
         const std::wstring question = JoinRemote(m_uploads, m_installation.Name() + L"~size");
         constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
-        if (upload.digest.size <= m_largest) return std::nullopt;
         std::optional<DavReply> refusal = m_server.RefusalOf(question, upload.digest.size, kPatience);
         if (!refusal) m_largest = upload.digest.size;
         return refusal;

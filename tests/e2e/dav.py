@@ -12,7 +12,7 @@ import subprocess
 import threading
 import time
 
-from support import ROOT, WAITING, ServerHostTest, skip, wait_until
+from support import ROOT, WAITING, ServerHostTest, serve_each, skip, wait_until
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
@@ -94,14 +94,7 @@ class UsualPort:
     def __init__(self, test, server):
         self.server = server
         self.url = f"https://{server.address}/dav"
-        self.listener = socket.create_server((server.address, 443))
-        test.addCleanup(self.listener.close)
-        threading.Thread(target=self.serve, daemon=True).start()
-
-    def serve(self):
-        with contextlib.suppress(OSError):  # that the listener has been closed
-            while True:
-                threading.Thread(target=self.session, args=(self.listener.accept()[0],), daemon=True).start()
+        serve_each(test, (server.address, 443), self.session)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, PORT)) as server:

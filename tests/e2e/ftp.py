@@ -6,7 +6,7 @@ import socket
 import subprocess
 import threading
 
-from support import ROOT, ServerHostTest, skip, wait_until
+from support import ROOT, ServerHostTest, serve_each, skip, wait_until
 
 TOOL = ROOT / "tools" / "ftp-server"
 USERS = {"vsftpd": "ftp", "pure-ftpd": "packets"}
@@ -68,14 +68,7 @@ class BendingProxy:
         self.server, self.command, self.reply, self.instead = server, command, reply, instead
         self.address = own_address()
         self.bent = 0
-        self.listener = socket.create_server((self.address, 21))
-        test.addCleanup(self.listener.close)
-        threading.Thread(target=self.serve, daemon=True).start()
-
-    def serve(self):
-        with contextlib.suppress(OSError):  # that the listener has been closed
-            while True:
-                threading.Thread(target=self.session, args=(self.listener.accept()[0],), daemon=True).start()
+        serve_each(test, (self.address, 21), self.session)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, 21)) as upstream:

@@ -1,4 +1,5 @@
 """What the end-to-end tests share: running the host, two installations, and the ledger of packets."""
+import contextlib
 import dataclasses
 import fcntl
 import functools
@@ -9,10 +10,12 @@ import pty
 import re
 import select
 import shutil
+import socket
 import struct
 import subprocess
 import tempfile
 import termios
+import threading
 import time
 import unittest
 
@@ -57,6 +60,19 @@ def files_below(folder):
     """Hashes of all files below a folder, by relative path."""
     folder = pathlib.Path(folder)
     return {str(file.relative_to(folder)): sha256(file) for file in folder.rglob("*") if file.is_file()}
+
+
+def serve_each(test, address, session):
+    """Listens until the test ends, and runs a session in a thread of its own for each who connects."""
+    listener = socket.create_server(address)
+    test.addCleanup(listener.close)
+
+    def accept():
+        with contextlib.suppress(OSError):  # that the listener has been closed
+            while True:
+                threading.Thread(target=session, args=(listener.accept()[0],), daemon=True).start()
+
+    threading.Thread(target=accept, daemon=True).start()
 
 
 def size_of(path):
