@@ -78,8 +78,9 @@ inline void WriteFiles(const std::wstring& folder, int files, std::uint64_t byte
     }
 }
 
-/// A load's folders below an existing one.
+/// A load's folders below an existing one; the files of a single folder in that one itself.
 inline void WriteFolders(const std::wstring& top, const Load& load) {
+    if (load.folders == 1) return WriteFiles(top, load.filesPerFolder, load.bytesPerFile);
     for (int i = 0; i < load.folders; ++i) {
         const std::wstring folder = top + L"\\F" + std::to_wstring(i);
         if (!CreateDirectoryW(folder.c_str(), nullptr)) Fail("cannot make the folders");

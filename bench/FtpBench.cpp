@@ -2,17 +2,15 @@
 // ftp_bench ADDRESS USER PASSWORD LOG: the server has a folder "packets"; LOG is its log of all commands.
 #include <filesystem>
 #include <fstream>
-#include <functional>
 
 #include "base/Text.h"
 #include "bench/Bench.h"
 #include "bench/Row.h"
+#include "bench/Transfers.h"
 #include "com/Object.h"
 #include "common/modWinInet.h"
 #include "sendrecv/clsFTPSndRcv.h"
 #include "tests/win/support/FtpScript.h"
-#include "tests/win/support/Library.h"
-#include "tests/win/support/TempFolder.h"
 
 using bench::Fail;
 using bench::Load;
@@ -21,9 +19,25 @@ using tests::ComPtr;
 
 namespace {
 
+std::vector<std::pair<std::wstring, std::wstring>> SettingsOf(const std::wstring& address,
+                                                              const std::wstring& user,
+                                                              const std::wstring& password,
+                                                              const wchar_t* folder) {
+    return {{L"FTPServer", address},
+            {L"FTPUser", user},
+            {L"FTPPassword", password},
+            {L"RemoteSendFolder", folder},
+            {L"RemoteReceiveFolder", folder}};
+}
+
 struct Site {
     std::string address, user, password;
     std::filesystem::path log;
+
+    auto Settings(const wchar_t* folder) const {
+        const auto wide = [](const std::string& text) { return base::FromSystemCodePage(text); };
+        return SettingsOf(wide(address), wide(user), wide(password), folder);
+    }
 
     int CommandsSoFar() const {
         std::ifstream file(log);
@@ -34,52 +48,7 @@ struct Site {
     }
 };
 
-std::wstring Wide(const std::string& text) { return base::FromSystemCodePage(text); }
-
-/// One way to move a folder's files to the server's folder "packets/BENCH" and back.
-class Contender {
-public:
-    virtual ~Contender() = default;
-    virtual void Send(const std::filesystem::path& from) = 0;
-    virtual void Receive(const std::filesystem::path& to) = 0;
-};
-
-class LibraryLoop final : public Contender {
-public:
-    LibraryLoop(const tests::Library& library, const Site& site)
-        : m_remote(library.Create<clsFTPSndRcv, IZNSenderReceiver>()) {
-        const auto settings = tests::Properties({{L"FTPServer", Wide(site.address)},
-                                                 {L"FTPUser", Wide(site.user)},
-                                                 {L"FTPPassword", Wide(site.password)},
-                                                 {L"RemoteSendFolder", L"packets/BENCH"},
-                                                 {L"RemoteReceiveFolder", L"packets"}});
-        Ask<bool>(&IZNSenderReceiver::Init, m_remote, settings.Get());
-        if (!Ask<bool>(&IZNSenderReceiver::Connect, m_remote)) Fail("no connection");
-    }
-    LibraryLoop(const LibraryLoop&) = delete;
-    LibraryLoop& operator=(const LibraryLoop&) = delete;
-    ~LibraryLoop() override { Ask<bool>(&IZNSenderReceiver::Disconnect, m_remote); }
-
-    void Send(const std::filesystem::path& from) override {
-        m_remote->put_LocalSendFolder(tests::In(from.wstring()));
-        Run(&IZNSenderReceiver::Send, L"");
-    }
-    void Receive(const std::filesystem::path& to) override {
-        m_remote->put_LocalReceiveFolder(tests::In(to.wstring()));
-        Run(&IZNSenderReceiver::Receive, L"BENCH");
-    }
-
-private:
-    template <class Member>
-    void Run(Member member, const wchar_t* folder) {
-        if (!Ask<bool>(member, m_remote, folder, m_progress.Get())) Fail("the sender/receiver failed");
-    }
-
-    ComPtr<IZNSenderReceiver> m_remote;
-    ComPtr<IZNProgress> m_progress = com::Make<bench::QuietProgress>();
-};
-
-class BareLoop final : public Contender {
+class BareLoop final : public bench::Contender {
 public:
     explicit BareLoop(const Site& site)
         : m_internet(InternetOpenA("bench", INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0)),
@@ -94,14 +63,14 @@ public:
         InternetCloseHandle(m_internet);
     }
 
-    void Send(const std::filesystem::path& from) override {
+    void Send(const std::wstring& from) override {
         Enter("packets");
         SendFolder(from, "BENCH");
         Enter("..");
     }
-    void Receive(const std::filesystem::path& to) override {
+    void Receive(const std::wstring& to) override {
         Enter("packets");
-        ReceiveFolder("BENCH", to / "BENCH");
+        ReceiveFolder("BENCH", to);
         Enter("..");
     }
 
@@ -175,11 +144,7 @@ void CountCalls(int files) {
     const tests::TempFolder temp;
     bench::WriteFiles(temp.Folder(L"from"), files, 1);
     const ComPtr<IZNSenderReceiver> remote = com::Make<clsFTPSndRcv>();
-    const auto settings = tests::Properties({{L"FTPServer", L"scripted"},
-                                             {L"FTPUser", L"joe"},
-                                             {L"FTPPassword", L"secret"},
-                                             {L"RemoteSendFolder", L"packets"},
-                                             {L"RemoteReceiveFolder", L"packets"}});
+    const auto settings = tests::Properties(SettingsOf(L"scripted", L"joe", L"secret", L"packets"));
     Ask<bool>(&IZNSenderReceiver::Init, remote, settings.Get());
     remote->put_LocalSendFolder(tests::In(temp / L"from"));
     remote->put_LocalReceiveFolder(tests::In(temp.Folder(L"to")));
@@ -196,46 +161,18 @@ void CountCalls(int files) {
                     callsOf(&IZNSenderReceiver::Receive), kMostCallsToReceive);
 }
 
-/// Seconds, and commands on the wire for each file, of one direction.
-struct Cost {
-    double seconds = 1e9;
-    double commandsPerFile = 0;
-};
-
-Cost Measure(const Site& site, const Load& load, const std::function<void()>& action) {
-    const int before = site.CommandsSoFar();
-    const bench::Stopwatch watch;
-    action();
-    const double seconds = watch.Seconds();
-    return {seconds, static_cast<double>(site.CommandsSoFar() - before) / load.Files()};
-}
-
-void OneRound(const Site& site, const Load& load, Contender& contender, Cost& send, Cost& receive) {
-    const tests::TempFolder temp;
-    bench::WriteFolders(temp.Folder(L"from"), load);
-    const std::filesystem::path to = temp.Folder(L"to");
-    const Cost sent = Measure(site, load, [&] { contender.Send(temp / L"from"); });
-    const Cost received = Measure(site, load, [&] { contender.Receive(to); });
-    if (bench::FilesBelow(to) != load.Files()) Fail("files are missing");
-    if (sent.seconds < send.seconds) send = sent;
-    if (received.seconds < receive.seconds) receive = received;
-}
-
-void Print(const Load& load, const std::string& direction, const Cost& library, const Cost& bare) {
+void Print(const Load& load, const std::string& direction, const bench::Cost& library,
+           const bench::Cost& bare) {
     const std::string figure = "FTP, " + direction + " " + load.name;
     bench::PrintRow(figure.c_str(), "s", library.seconds, {"bare loop of WinINet", bare.seconds, kLimit});
-    bench::PrintRow((figure + ", commands per file").c_str(), "commands", library.commandsPerFile,
-                    {"bare loop of WinINet", bare.commandsPerFile});
+    bench::PrintRow((figure + ", commands per file").c_str(), "commands", library.countedPerFile,
+                    {"bare loop of WinINet", bare.countedPerFile});
 }
 
-void Compare(const Site& site, const Load& load, Contender& library, Contender& bare) {
-    Cost librarySend, libraryReceive, bareSend, bareReceive;
-    for (int round = 0; round < load.rounds; ++round) {
-        OneRound(site, load, library, librarySend, libraryReceive);
-        OneRound(site, load, bare, bareSend, bareReceive);
-    }
-    Print(load, "send", librarySend, bareSend);
-    Print(load, "receive", libraryReceive, bareReceive);
+void Compare(const Site& site, const Load& load, bench::Contender& library, bench::Contender& bare) {
+    const auto [ours, theirs] = bench::Race(load, library, bare, [&] { return site.CommandsSoFar(); });
+    Print(load, "send", ours.send, theirs.send);
+    Print(load, "receive", ours.receive, theirs.receive);
 }
 
 }  // namespace
@@ -248,7 +185,8 @@ int main(int count, char** arguments) {
     const tests::Framework framework;
     for (const int files : {50, 200, 800})
         CountCalls(files);
-    LibraryLoop library(dll, site);
+    bench::SenderReceiver library(dll.Create<clsFTPSndRcv, IZNSenderReceiver>(),
+                                  site.Settings(L"packets/BENCH"));
     BareLoop bare(site);
     // The emptied folders stay on the server, and each receiving looks into them. Small ones: under Wine a
     // listing reads long folders slowly, as the load in one folder shows.

@@ -10,65 +10,31 @@
 #include "base/Text.h"
 #include "bench/Bench.h"
 #include "bench/Row.h"
+#include "bench/Transfers.h"
 #include "cipher/Base64.h"
 #include "com/Object.h"
 #include "http/HttpRequest.h"
 #include "sendrecv/clsHTTPSndRcv.h"
-#include "tests/win/support/Library.h"
-#include "tests/win/support/TempFolder.h"
 
 using bench::Fail;
 using bench::Load;
-using tests::Ask;
-using tests::ComPtr;
 
 namespace {
 
 struct Site {
     std::wstring url, user, password;
-};
 
-/// One way to move a folder's files to a folder of the server, and back.
-class Contender {
-public:
-    virtual ~Contender() = default;
-    virtual void Send(const std::wstring& from) = 0;
-    virtual void Receive(const std::wstring& to) = 0;
-};
-
-class LibraryLoop final : public Contender {
-public:
-    LibraryLoop(const tests::Library& library, const Site& site)
-        : m_remote(library.Create<clsHTTPSndRcv, IZNSenderReceiver>()) {
-        const auto settings = tests::Properties({{L"HTTPServer", site.url},
-                                                 {L"HTTPUser", site.user},
-                                                 {L"HTTPPassword", site.password},
-                                                 {L"RemoteSendFolder", L"library"},
-                                                 {L"RemoteReceiveFolder", L"library"}});
-        Ask<bool>(&IZNSenderReceiver::Init, m_remote, settings.Get());
+    std::vector<std::pair<std::wstring, std::wstring>> Settings(const wchar_t* folder) const {
+        return {{L"HTTPServer", url},
+                {L"HTTPUser", user},
+                {L"HTTPPassword", password},
+                {L"RemoteSendFolder", folder},
+                {L"RemoteReceiveFolder", folder}};
     }
-
-    void Send(const std::wstring& from) override {
-        m_remote->put_LocalSendFolder(tests::In(from));
-        Run(&IZNSenderReceiver::Send);
-    }
-    void Receive(const std::wstring& to) override {
-        m_remote->put_LocalReceiveFolder(tests::In(to));
-        Run(&IZNSenderReceiver::Receive);
-    }
-
-private:
-    template <class Member>
-    void Run(Member member) {
-        if (!Ask<bool>(member, m_remote, L"", m_progress.Get())) Fail("the sender/receiver failed");
-    }
-
-    ComPtr<IZNSenderReceiver> m_remote;
-    ComPtr<IZNProgress> m_progress = com::Make<bench::QuietProgress>();
 };
 
 /// The requests of the library, which asks for what a transfer needs once besides.
-class BareLoop final : public Contender {
+class BareLoop final : public bench::Contender {
 public:
     explicit BareLoop(const Site& site) : m_login(LoginOf(site)) {
         URL_COMPONENTS parts{};
@@ -181,39 +147,14 @@ private:
     std::vector<std::wstring> m_sent;
 };
 
-/// Seconds of the best round, for each direction.
-struct Cost {
-    double send = 1e9;
-    double receive = 1e9;
-};
-
-void OneRound(const Load& load, Contender& contender, Cost& best) {
-    const tests::TempFolder temp;
-    const std::wstring from = temp.Folder(L"from");
-    const std::wstring to = temp.Folder(L"to");
-    bench::WriteFiles(from, load.Files(), load.bytesPerFile);
-    const bench::Stopwatch sending;
-    contender.Send(from);
-    best.send = std::min(best.send, sending.Seconds());
-    const bench::Stopwatch receiving;
-    contender.Receive(to);
-    best.receive = std::min(best.receive, receiving.Seconds());
-    if (bench::FilesBelow(to) != load.Files()) Fail("files are missing");
-}
-
-void Compare(const Load& load, Contender& library, Contender& bare) {
-    Cost ours;
-    Cost theirs;
-    for (int round = 0; round < load.rounds; ++round) {
-        OneRound(load, library, ours);
-        OneRound(load, bare, theirs);
-    }
+void Compare(const Load& load, bench::Contender& library, bench::Contender& bare) {
+    const auto [ours, theirs] = bench::Race(load, library, bare);
     constexpr double kLimit = 1.1;
     const std::string name = load.name;
-    bench::PrintRow(("HTTPS, library sends " + name).c_str(), "s", ours.send,
-                    {"bare loop of WinHTTP", theirs.send, kLimit});
-    bench::PrintRow(("HTTPS, library receives " + name).c_str(), "s", ours.receive,
-                    {"bare loop of WinHTTP that flushes", theirs.receive, kLimit});
+    bench::PrintRow(("HTTPS, library sends " + name).c_str(), "s", ours.send.seconds,
+                    {"bare loop of WinHTTP", theirs.send.seconds, kLimit});
+    bench::PrintRow(("HTTPS, library receives " + name).c_str(), "s", ours.receive.seconds,
+                    {"bare loop of WinHTTP that flushes", theirs.receive.seconds, kLimit});
 }
 
 }  // namespace
@@ -225,7 +166,7 @@ int main(int count, char** arguments) {
     const tests::Library dll;
     const tests::ComApartment apartment;
     const tests::Framework framework;
-    LibraryLoop library(dll, site);
+    bench::SenderReceiver library(dll.Create<clsHTTPSndRcv, IZNSenderReceiver>(), site.Settings(L"library"));
     BareLoop bare(site);
     for (const Load& load :
          {Load{"500 files of 64 KB", 1, 500, 64 << 10, 3}, Load{"1 file of 200 MB", 1, 1, 200 << 20, 3}})

@@ -3,13 +3,15 @@
 
 The library sends and receives them; beside it a program that makes the same requests by bare calls of WinHTTP. Then the
 host does; beside it curl, which makes the same requests on one connection, and rclone. The second
-time a proxy delays what passes by 50 ms each way: then the number of requests is what takes the time.
+time a proxy delays what passes by 50 ms each way: then the number of requests is what takes the time. Last a download is
+cut, and the next run goes on with it.
 """
 import argparse
 import asyncio
 import contextlib
 import os
 import pathlib
+import socket
 import subprocess
 import sys
 import tempfile
@@ -25,6 +27,9 @@ from dav import AUTHORITY, PASSWORD, PORT, USER, trust_authority  # noqa: E402
 LOADS = {"500 files of 64 KB": (500, 65_536), "1 file of 200 MB": (1, 200 * MB)}
 DELAYED = {"50 files of 4 KB": (50, 4096)}
 DELAY = 0.05  # seconds, each way
+CUT_SIZE = 500 * MB
+LINES = {"of 100 Mbit/s": 12_500_000, "within the computer": float("inf")}  # bytes/s
+CUT, MOST_TO_GO_ON = 0.9, 0.2  # of the whole download: its bytes, and its time
 # Requests for each packet; besides, a list and a note for each hundred, and what a transfer needs once.
 TO_SEND, TO_RECEIVE, SHARED, ONCE = 2, 3, 2 / 100, 12
 
@@ -61,10 +66,50 @@ class Delay:
         loop.call_later(DELAY, send, b"")
 
 
+class Line:
+    """Passes connections on to the server, so many bytes a second of what comes from there at most. Once all that it
+    carries have come, it is dead."""
+
+    def __init__(self, address, port, rate, carries):
+        self.address, self.port, self.rate, self.left = address, port, rate, carries
+        self.listener = socket.create_server((address, port))
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        with contextlib.suppress(OSError):  # that the listener has been closed
+            while True:
+                threading.Thread(target=self.session, args=(self.listener.accept()[0],), daemon=True).start()
+
+    def session(self, client):
+        with client, socket.create_connection((self.address, PORT)) as server, contextlib.suppress(OSError):
+            threading.Thread(target=self.passes, args=(client, server), daemon=True).start()
+            self.passes(server, client, self.goes_on)
+        if self.left <= 0:
+            self.close()
+
+    def goes_on(self, length):
+        self.left -= length
+        time.sleep(length / self.rate)
+        return self.left > 0
+
+    @staticmethod
+    def passes(source, target, goes_on=lambda length: True):
+        with contextlib.suppress(OSError):
+            while (data := source.recv(MB // 4)) and goes_on(len(data)):
+                target.sendall(data)
+
+    def close(self):
+        with contextlib.suppress(OSError):
+            self.listener.shutdown(socket.SHUT_RDWR)
+        self.listener.close()
+
+
 def put_packets(folder, count, size):
     folder.mkdir(parents=True, exist_ok=True)
     for number in range(count):
-        (folder / f"packet{number}.mdb").write_bytes(os.urandom(size))
+        with (folder / f"packet{number}.mdb").open("wb") as file:
+            for start in range(0, size, MB):
+                file.write(os.urandom(min(MB, size - start)))
 
 
 def check(folder, count):
@@ -91,17 +136,22 @@ class Host:
         root = support.make_pair(scratch / "host")
         self.field, self.enterprise = (support.Side(root, name) for name in ("field", "enterprise"))
         for side, other in ((self.field, "enterprise"), (self.enterprise, "field")):
-            for key, value in (("transport", "https"), ("https.server", url), ("https.user", USER), ("https.password", PASSWORD),
+            for key, value in (("transport", "https"), ("https.user", USER), ("https.password", PASSWORD),
                                ("remote_send", f"/to-{other}"), ("remote_receive", f"/to-{side.name}")):
                 side.change(key, value)
+        self.use(url)
+
+    def use(self, url):
+        for side in (self.field, self.enterprise):
+            side.change("https.server", url)
 
     def put(self, count, size):
         put_packets(self.field.outbox, count, size)
 
     @staticmethod
-    def run(side):
+    def run(side, code=0):
         outcome = side.run()
-        if outcome.code:
+        if outcome.code != code:
             sys.exit(f"bench: {outcome}")
 
     def send(self):
@@ -223,6 +273,31 @@ def compare(url, loads, log, where=""):
                                  for contender in (Host, Curl, Rclone)}, where)
 
 
+def go_on(address, where, rate):
+    """A packet that is received whole, and one whose line is cut: the next run goes on."""
+    with tempfile.TemporaryDirectory(prefix="https-bench-") as temporary:
+        host = Host(pathlib.Path(temporary), f"https://{address}:{PORT}/dav")
+
+        def receive(code=0, carries=float("inf")):
+            with contextlib.closing(Line(address, PORT + 2, rate, carries)) as line:
+                host.use(f"https://{address}:{line.port}/dav")
+                return timed(host.run, host.enterprise, code)
+
+        def put():
+            host.use(f"https://{address}:{PORT}/dav")
+            host.put(1, CUT_SIZE)
+            host.send()
+
+        put()
+        whole = receive()
+        put()
+        receive(1, CUT * CUT_SIZE)
+        rest = receive()
+        check(host.inbox, 1)
+        print_row(f"HTTPS, line {where}, the next run goes on after a cut at {CUT:.0%}", "s", rest, "the whole", whole,
+                  MOST_TO_GO_ON if rate < float("inf") else 0)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("bits", choices=("32", "64"))
@@ -238,6 +313,8 @@ def main():
     compare(url, LOADS, log)
     slow = Delay(arguments.address, PORT + 1)
     compare(f"https://{arguments.address}:{slow.port}/dav", DELAYED, log, ", 100 ms away")
+    for where, rate in LINES.items():
+        go_on(arguments.address, where, rate)
 
 
 if __name__ == "__main__":

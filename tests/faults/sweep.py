@@ -35,6 +35,7 @@ def parse_arguments():
     parser.add_argument("--side", action="append", choices=SIDES, help="this one only")
     parser.add_argument("--mode", action="append", choices=[mode.word for mode in Mode], help="this one only")
     parser.add_argument("--at", metavar="TEXT", default="", help="calls whose function or path contains TEXT")
+    parser.add_argument("--workers", type=int, default=WORKERS, help=f"cycles at a time (default: {WORKERS})")
     parser.add_argument("--states", action="store_true", help="also calls that only ask for the state of a file")
     parser.add_argument("--case", help="one run, as a finding names it")
     parser.add_argument("--keep", type=pathlib.Path, help="folder for the folders of runs with findings")
@@ -70,7 +71,7 @@ class Sweep:
             return
         if not self.arguments.all:
             print(f"seed {seed}", flush=True)
-        with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+        with concurrent.futures.ThreadPoolExecutor(self.arguments.workers) as pool:
             tasks = [pool.submit(self.sweep_stage, scenario, side, self.chooser(runs, self.random.random()))
                      for scenario, side, runs in self.slices()]
             for task in concurrent.futures.as_completed(tasks):

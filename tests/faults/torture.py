@@ -457,8 +457,9 @@ class Torture:
             shutil.copytree(world.pair.scratch, self.arguments.keep / seed, dirs_exist_ok=True)
 
     def run(self):
-        with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
-            for task in [pool.submit(self.work, worker) for worker in range(1 if self.arguments.world else WORKERS)]:
+        workers = 1 if self.arguments.world else self.arguments.workers
+        with concurrent.futures.ThreadPoolExecutor(workers) as pool:
+            for task in [pool.submit(self.work, worker) for worker in range(workers)]:
                 task.result()
 
     def report(self):
@@ -472,6 +473,8 @@ def main():
     parser.add_argument("build", type=pathlib.Path, help="folder of the build, such as build/win64")
     parser.add_argument("--rounds", type=int, default=-1, help="after which it ends (default: none)")
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 32), help="(default: another one each time)")
+    parser.add_argument("--workers", type=int, default=WORKERS,
+                        help=f"pairs of installations at a time (default: {WORKERS}; most of their time is waiting)")
     parser.add_argument("--world", help="only the installations that a finding names, with the same choices")
     parser.add_argument("--keep", type=pathlib.Path, help="folder for the folders of findings")
     arguments = parser.parse_args()
