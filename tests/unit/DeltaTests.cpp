@@ -106,6 +106,19 @@ TEST(Delta, HoldsNoMoreThanWhatIsNew) {
     EXPECT_LT(RoundTrip(window, around), RoundTrip("", around)) << "one window";
 }
 
+/// Differences travel between computers that are updated at different times.
+TEST(Delta, RestoresWhatEarlierVersionsMade) {
+    const std::string digits =
+        "8958444c0d0a1a0a010000002a0000000000000064d988b49bb86e217d5ed01731552e882d0000000000000005051c1c"
+        "0011001c006973206e6f772c20616e6420736f6d65206d6f7265206f662069742e00ecf2502d4368ab68843787874618"
+        "fdb20915b8c4088f935c56aec48dbacd400a";
+    std::string delta;
+    for (std::size_t at = 0; at < digits.size(); at += 2)
+        delta.push_back(static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16)));
+    EXPECT_EQ(Patched(delta, "The packet as it was, and some more of it."),
+              "The packet as it is now, and some more of it.");
+}
+
 TEST(Delta, RefusesAReferenceThatIsShorterThanItSays) {
     base::MemorySink delta;
     EXPECT_THROW(MakeDelta(GrowingSource(), SourceOf("x"), delta), base::Error);
@@ -143,6 +156,20 @@ TEST(Delta, RefusesEveryDamage) {
         }
     }
     EXPECT_THROW(Patched(sample.delta + '\0', sample.reference), DamagedDelta);
+}
+
+TEST(Delta, TellsWhatIsNoneFromWhatIsOfAnotherFormat) {
+    const auto complaint = [](const std::string& delta) {
+        try {
+            return Patched(delta, "");
+        } catch (const DamagedDelta& damaged) {
+            return std::string(damaged.what());
+        }
+    };
+    std::string other = Sample().delta;
+    EXPECT_EQ(complaint("Some text that is as long as a header is: 44 bytes."), "is not a delta file");
+    other[8] = 7;
+    EXPECT_EQ(complaint(other).find("has format 7"), 0u);
 }
 
 /// With a checksum that fits.

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 TEST(PacketName, IdEndsAtTheFirstTildeOrDot) {
@@ -30,6 +32,15 @@ TEST(PacketName, OnlyABackupOfADifferenceHasAnEncodedFileBehindIt) {
     EXPECT_EQ(EncodedNameOfBackup(L"a.mdb~Base.AXD_BCK", L".axd"), L"a.mdb~Base.AXD");
     for (const wchar_t* name : {L"a.axd_bck", L"a.mdb~Base.axd", L"a.mdb~Base_bck", L"_bck"})
         EXPECT_EQ(EncodedNameOfBackup(name, L".axd"), L"") << testing::PrintToString(std::wstring(name));
+}
+
+TEST(PacketName, ADifferenceIsSplitAtTheLastTilde) {
+    for (const auto& [name, packet, reference] : {std::tuple(L"a~b.mdb~Base", L"a~b.mdb", L"Base"),
+                                                  {L"~Base", L"", L"Base"},
+                                                  {L"Base", L"B", L"Base"}}) {
+        EXPECT_EQ(SplitDifferenceName(name).packet, packet);
+        EXPECT_EQ(SplitDifferenceName(name).reference, reference);
+    }
 }
 
 TEST(PacketName, AFileThatTravelsTellsItsPacket) {
