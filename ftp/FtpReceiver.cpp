@@ -6,6 +6,7 @@
 #include "base/FileMoves.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
+#include "base/Persistence.h"
 #include "base/RollBack.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
@@ -20,6 +21,13 @@ bool IsFolder(const FileSystem::FileEntry& entry) {
 /// The folder that is listed, or the one above it.
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
+}
+
+/// Whether a file can make room for another one. It stays until that is whole: it may be the only copy.
+bool CanBeReplaced(const std::wstring& path) {
+    return base::Persistently(FileSystem::Extended(path), [&] {
+               return base::File::TryOpen(path, DELETE, base::kShareAll).has_value();
+           }) == ERROR_SUCCESS;
 }
 
 /// Its time stays with the packet: it tells which of two versions is newer.
@@ -139,11 +147,10 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return self.Fail(L"The FTP server lists the name " + entry.name +
                              L", which cannot be the name of a file in the local folder. Rename or remove it "
                              L"on the server.");
-        const std::wstring target = localFolder + L"\\" + entry.name;
-        FileSystem::TryDelete(target);
-        if (FileSystem::FileExists(target))
-            return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         if (IsFolder(entry)) return true;
+        const std::wstring target = localFolder + L"\\" + entry.name;
+        if (!CanBeReplaced(target) && FileSystem::FileExists(target))
+            return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
         const std::wstring arrival = FileSystem::ArrivalPath(target);
         const base::RollBack part([&] { FileSystem::TryDelete(arrival); });

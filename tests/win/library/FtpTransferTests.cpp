@@ -302,7 +302,9 @@ TEST_F(FtpTransferTest, AReceivedFileIsAsTheServerListsItButNotProtected) {
     }
 }
 
-TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
+TEST_F(FtpTransferTest, AFailedGetLeavesWhatWasThereOnBothSides) {
+    temp.File(L"receive\\a.mdb", "older");
+    temp.Protect(L"receive\\a.mdb");
     server.files["/out/a.mdb"] = "content";
     server.Fail("Get", {kLost});
     EXPECT_THAT(
@@ -315,7 +317,8 @@ TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to retrieve file b on"),
                                              Tells(L"lists file b but refuses to send it")));
     server.listing.reset();
-    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"a.mdb"));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "it may be the only copy";
     server.Fail("Delete", {kLost});
     EXPECT_THAT(FailToReceive(),
                 OneFtpReport(L"GetRemoteFile",
@@ -378,6 +381,9 @@ TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {
     lock.Reset();
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "held");
     EXPECT_THAT(server.files, SizeIs(1));
+    server.listing = {{"a.mdb", FILE_ATTRIBUTE_DIRECTORY}};
+    EXPECT_THAT(FailToReceive(), Contains(Tells(L"folder does not exist: T:\\receive\\a.mdb")));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "held") << "no folder takes the place of a packet";
 }
 
 TEST_F(FtpTransferTest, AListedNameThatWouldLeaveTheLocalFolderIsRefused) {
