@@ -212,14 +212,17 @@ bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
     return isFound;
 }
 
+/// Sends a command that moves no data.
+bool FtpConnection::Command(const std::wstring& text) const {
+    HINTERNET noData = nullptr;
+    return WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
+                                 CommandText(text).c_str(), 0, &noData) != FALSE;
+}
+
 /// What a server answers to a command that asks for one property of a file.
 std::wstring FtpConnection::FileStatus(const wchar_t* command, const std::wstring& name) const {
-    HINTERNET noData = nullptr;
-    if (!WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
-                               CommandText(std::wstring(command).append(L" ").append(name)).c_str(), 0,
-                               &noData))
-        return {};
-    return FileStatusIn(LastResponse());
+    return Command(std::wstring(command).append(L" ").append(name)) ? FileStatusIn(LastResponse())
+                                                                    : std::wstring();
 }
 
 std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) const {

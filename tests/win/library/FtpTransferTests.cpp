@@ -199,6 +199,16 @@ TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
     EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another"))) << "no part stays";
     server.afterPut = [&] { server.listing = {{"A.mdb", 0, 3}, {"a.mdb", 0, 0}}; };
     EXPECT_TRUE(Send()) << "the list tells no sizes";
+    server.tellsStatus = true;
+    for (const char* const content : {"", "content"}) {
+        temp.File(L"send\\a.mdb", content);
+        EXPECT_TRUE(Send()) << "but the server does";
+    }
+    temp.File(L"send\\a.mdb", "content");
+    server.afterPut = [&] { server.files["/in/a.mdb"].clear(); };
+    EXPECT_THAT(FailToSend(), Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
+    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
 }
 
 TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPlace) {
