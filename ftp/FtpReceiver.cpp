@@ -37,9 +37,8 @@ void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
     file.Flush();
 }
 
-/// Whether a server is there and knows its user, but does not enter a folder. Then nothing was entered, and
-/// there is nothing to go back from.
-bool RefusesFolder(DWORD error) {
+/// Whether a server is there and knows its user, but does not do what it was asked for.
+bool Refuses(DWORD error) {
     const std::wstring code = ReplyCode(ReplyOf(error));
     return code.starts_with(L'5') && code != L"530";
 }
@@ -90,7 +89,8 @@ bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level
     const std::wstring failure = FailureText(GetLastError());
     if (!GoBack(level, L"")) {
         const DWORD error = GetLastError();
-        if (!RefusesFolder(error)) return NoWayBack(level, error);
+        // What refuses to go back was never left.
+        if (!Refuses(error)) return NoWayBack(level, error);
     }
     if (level.depth > 0)
         ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
@@ -169,6 +169,8 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return true;
         }
         const DWORD error = GetLastError();
+        // Without an answer this may be the only copy.
+        if (!Refuses(error)) unlisted.Dismiss();
         return self.Fail(
             Lines(L"Failed to delete the file " + entry.name + L" from the FTP server.", ErrorText(error)));
     });

@@ -358,6 +358,12 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
                                                    ErrorText(ERROR_INTERNET_EXTENDED_ERROR)));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty()) << "a put that failed took its part away";
     server.files["/out/a.mdb"] = "half and the rest";
+    server.afterGet = [&] {
+        server.Fail("Find", {ERROR_NO_MORE_FILES});
+        server.Fail("Delete", {kLost});
+    };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to delete the file a.mdb")));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest") << "the server may have deleted it";
     server.afterGet = [&] { server.Fail("Find", {ERROR_NO_MORE_FILES}); };
     EXPECT_TRUE(Receive()) << "a list that does not tell the name";
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
