@@ -204,11 +204,19 @@ bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& targ
     const std::optional<std::uint64_t> size = m_connection.SizeOf(name);
     const std::uint64_t bytes = FileSystem::FileSize(target);
     // A list of a long folder takes long, once for each file; but some servers tell a size in too few bits.
-    if (!size || (*size != bytes && MayBeListedSize(*size, bytes)))
-        return IsListedUnchanged(name, target, isListed);
-    if (*size != bytes) return OtherSize(SizeDifference({name, *size}, bytes));
+    if (!size || (*size != bytes && MayBeListedSize(*size, bytes))) {
+        if (!IsListedUnchanged(name, target, isListed)) return false;
+    } else if (*size != bytes) {
+        return OtherSize(SizeDifference({name, *size}, bytes));
+    }
+    return HasTime(name, lastWrite);
+}
+
+/// What was put in its place may be as long.
+bool FtpReceiver::HasTime(const std::wstring& name, const std::wstring& lastWrite) const {
+    if (lastWrite.empty()) return true;
     const std::wstring now = m_connection.LastWriteOf(name);
-    return now == lastWrite || now.empty() || lastWrite.empty() ||
+    return now == lastWrite || now.empty() ||
            ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
                .Fail(L"File " + name +
                      L" was replaced on the FTP server while it was received. It stays there for the next "
