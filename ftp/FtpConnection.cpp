@@ -156,7 +156,7 @@ bool FtpConnection::Enter(const std::wstring& folder) const { return SetCurrentF
 
 FtpConnection::Entry FtpConnection::EnterOrCreate(const std::wstring& folder) const {
     if (Enter(folder)) return Entry::Entered;
-    if (IsUnanswered(GetLastError())) return Entry::NotEntered;
+    if (IsUnanswered(GetLastError())) return Entry::Unanswered;
     if (!WinInet().FtpCreateDirectoryA(m_connection.Get(), CommandText(folder).c_str()))
         return Entry::NotCreated;
     return Enter(folder) ? Entry::Entered : Entry::NotEntered;

@@ -17,8 +17,8 @@ bool IsUnanswered(DWORD error);
 /// Closes itself.
 class FtpConnection {
 public:
-    /// How far entering a folder came.
-    enum class Entry { Entered, NotCreated, NotEntered };
+    /// How far entering a folder came. Unanswered: nobody knows, and it was not created. NotEntered: it was.
+    enum class Entry { Entered, Unanswered, NotCreated, NotEntered };
 
     /// Flags of connections (active mode) and of transfers (bytes unchanged).
     static constexpr DWORD kFlags = 0;

@@ -128,9 +128,8 @@ bool FtpSender::EnterOrCreate(const std::wstring& folder) const {
     const FtpConnection::Entry entry = m_connection.EnterOrCreate(folder);
     const DWORD error = GetLastError();
     if (entry == FtpConnection::Entry::Entered) return true;
-    if (entry == FtpConnection::Entry::NotEntered)
-        return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
-    return NotCreated(folder, error);
+    if (entry == FtpConnection::Entry::NotCreated) return NotCreated(folder, error);
+    return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
 }
 
 bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const {
