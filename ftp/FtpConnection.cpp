@@ -29,19 +29,28 @@ std::string CommandText(const std::wstring& text) {
 /// What a folder is called for programs that know eight characters and an extension; empty where the file
 /// system keeps no such names.
 std::wstring ShortName(const std::wstring& folder) {
-    std::wstring name(GetShortPathNameW(folder.c_str(), nullptr, 0), L'\0');
-    name.resize(GetShortPathNameW(folder.c_str(), name.data(), static_cast<DWORD>(name.size())));
+    const std::wstring path = FileSystem::Extended(folder);
+    std::wstring name(GetShortPathNameW(path.c_str(), nullptr, 0), L'\0');
+    name.resize(GetShortPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size())));
     return name;
 }
 
-/// The path of a local file, which need not exist. Its folder may have characters that no server sees, and
-/// that only its short name can do without.
+/// Whether a path is short enough for the system's 8-bit functions.
+bool IsShort(const std::wstring& path) { return path.size() < MAX_PATH; }
+
+/// The path of a local file, which need not exist. Its folder may have characters that no server sees, and a
+/// length, that only its short name can do without.
 std::string LocalPath(const std::wstring& file) {
     const std::wstring folder = Path::ParentFolder(file);
-    if (base::FitsSystemCodePage(folder)) return ToSystemCodePage(file);
+    if (base::FitsSystemCodePage(folder) && IsShort(file)) return ToSystemCodePage(file);
     const std::wstring name = ShortName(folder);
     const bool stands = !name.empty() && base::FitsSystemCodePage(name);
-    return ToSystemCodePage(stands ? Path::Join(name, Path::FileName(file)) : file);
+    const std::wstring path = stands ? Path::Join(name, Path::FileName(file)) : file;
+    if (IsShort(path)) return ToSystemCodePage(path);
+    throw base::Error(HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE),
+                      L"The path " + file + L" has " + std::to_wstring(file.size()) +
+                          L" characters, but a file for FTP may have " + std::to_wstring(MAX_PATH - 1) +
+                          L". Use a folder with a shorter path.");
 }
 
 /// What keeps a file from being seen, replaced or deleted here.

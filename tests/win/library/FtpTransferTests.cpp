@@ -1,4 +1,5 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
+#include "base/File.h"
 #include "base/Text.h"
 #include "ftp/FtpTransfer.h"
 #include "tests/win/library/FtpTest.h"
@@ -479,6 +480,11 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
     server.Fail("SetFolder", {ERROR_INTERNET_EXTENDED_ERROR, ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_TRUE(Receive(L"missing")) << "also on a server that does not take a dot for the folder";
     EXPECT_THAT(framework.log, IsEmpty());
+    server.failures.clear();
+    server.home = "/" + std::string(250, 'x');
+    server.folders.insert({server.home, server.home + "/in", server.home + "/in/deep"});
+    EXPECT_THAT(FailToSend(), ElementsAre(AllOf(Tells(L"on the FTP server is too long"),
+                                                Tells(L"from the sub-folder sub."))));
 }
 
 TEST_F(FtpTransferTest, WhatWasMovedIsMovedAlsoWhereThereIsNoWayBack) {
@@ -592,6 +598,26 @@ TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) 
     EXPECT_TRUE(Receive());
     EXPECT_EQ(temp.Content(L"\u0394\\receive \u0100\\longer than eight.mdb"), "2");
     EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, ALongLocalPathTravelsByItsShortNameOrNotAtAll) {
+    const auto makeFolder = [&](const std::wstring& name) {
+        std::wstring path = temp.Path();
+        while (path.size() < MAX_PATH)
+            path += L"\\" + name;
+        FileSystem::CreateFolders(path);
+        base::WriteNewFile(path + L"\\a.mdb", "1");
+        SendFrom(path);
+        return path;
+    };
+    makeFolder(L"longer than eight");
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
+    EXPECT_THAT(framework.log, IsEmpty());
+    const std::wstring file = makeFolder(L"short") + L"\\a.mdb";
+    EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"\\a.mdb has " + std::to_wstring(file.size()) +
+                                                L" characters, but a file for FTP may have 259.")));
+    EXPECT_TRUE(FileSystem::FileExists(file));
 }
 
 TEST_F(FtpTransferTest, WhatTheSystemDoesNotTellOfASendFolderFailsTheTransfer) {
