@@ -29,19 +29,28 @@ std::string CommandText(const std::wstring& text) {
 /// What a folder is called for programs that know eight characters and an extension; empty where the file
 /// system keeps no such names.
 std::wstring ShortName(const std::wstring& folder) {
-    std::wstring name(GetShortPathNameW(folder.c_str(), nullptr, 0), L'\0');
-    name.resize(GetShortPathNameW(folder.c_str(), name.data(), static_cast<DWORD>(name.size())));
+    const std::wstring path = FileSystem::Extended(folder);
+    std::wstring name(GetShortPathNameW(path.c_str(), nullptr, 0), L'\0');
+    name.resize(GetShortPathNameW(path.c_str(), name.data(), static_cast<DWORD>(name.size())));
     return name;
 }
 
-/// The path of a local file, which need not exist. Its folder may have characters that no server sees, and
-/// that only its short name can do without.
+/// Whether a path is short enough for the system's 8-bit functions.
+bool IsShort(const std::wstring& path) { return path.size() < MAX_PATH; }
+
+/// The path of a local file, which need not exist. Its folder may have characters that no server sees, and a
+/// length, that only its short name can do without.
 std::string LocalPath(const std::wstring& file) {
     const std::wstring folder = Path::ParentFolder(file);
-    if (base::FitsSystemCodePage(folder)) return ToSystemCodePage(file);
+    if (base::FitsSystemCodePage(folder) && IsShort(file)) return ToSystemCodePage(file);
     const std::wstring name = ShortName(folder);
     const bool stands = !name.empty() && base::FitsSystemCodePage(name);
-    return ToSystemCodePage(stands ? Path::Join(name, Path::FileName(file)) : file);
+    const std::wstring path = stands ? Path::Join(name, Path::FileName(file)) : file;
+    if (IsShort(path)) return ToSystemCodePage(path);
+    throw base::Error(HRESULT_FROM_WIN32(ERROR_FILENAME_EXCED_RANGE),
+                      L"The path " + file + L" has " + std::to_wstring(file.size()) +
+                          L" characters, but a file for FTP may have " + std::to_wstring(MAX_PATH - 1) +
+                          L". Use a folder with a shorter path.");
 }
 
 /// What keeps a file from being seen, replaced or deleted here.
@@ -156,7 +165,7 @@ bool FtpConnection::Enter(const std::wstring& folder) const { return SetCurrentF
 
 FtpConnection::Entry FtpConnection::EnterOrCreate(const std::wstring& folder) const {
     if (Enter(folder)) return Entry::Entered;
-    if (IsUnanswered(GetLastError())) return Entry::NotEntered;
+    if (IsUnanswered(GetLastError())) return Entry::Unanswered;
     if (!WinInet().FtpCreateDirectoryA(m_connection.Get(), CommandText(folder).c_str()))
         return Entry::NotCreated;
     return Enter(folder) ? Entry::Entered : Entry::NotEntered;
@@ -212,14 +221,17 @@ bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
     return isFound;
 }
 
+/// Sends a command that moves no data.
+bool FtpConnection::Command(const std::wstring& text) const {
+    HINTERNET noData = nullptr;
+    return WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
+                                 CommandText(text).c_str(), 0, &noData) != FALSE;
+}
+
 /// What a server answers to a command that asks for one property of a file.
 std::wstring FtpConnection::FileStatus(const wchar_t* command, const std::wstring& name) const {
-    HINTERNET noData = nullptr;
-    if (!WinInet().FtpCommandA(m_connection.Get(), FALSE, FTP_TRANSFER_TYPE_BINARY,
-                               CommandText(std::wstring(command).append(L" ").append(name)).c_str(), 0,
-                               &noData))
-        return {};
-    return FileStatusIn(LastResponse());
+    return Command(std::wstring(command).append(L" ").append(name)) ? FileStatusIn(LastResponse())
+                                                                    : std::wstring();
 }
 
 std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) const {

@@ -17,8 +17,8 @@ bool IsUnanswered(DWORD error);
 /// Closes itself.
 class FtpConnection {
 public:
-    /// How far entering a folder came.
-    enum class Entry { Entered, NotCreated, NotEntered };
+    /// How far entering a folder came. Unanswered: nobody knows, and it was not created. NotEntered: it was.
+    enum class Entry { Entered, Unanswered, NotCreated, NotEntered };
 
     /// Flags of connections (active mode) and of transfers (bytes unchanged).
     static constexpr DWORD kFlags = 0;
@@ -59,6 +59,8 @@ public:
     /// Cheaper than a search, and exact, but only after a transfer: some servers tell it only of the bytes
     /// that travel unchanged.
     std::optional<std::uint64_t> SizeOf(const std::wstring& name) const;
+    /// Lets SizeOf tell as much after a search, for which the system asks for text.
+    void AskForBytes() const { Command(L"TYPE I"); }
     /// When it was written, in the server's spelling and to the second; empty where the server does not tell.
     std::wstring LastWriteOf(const std::wstring& name) const;
 
@@ -71,6 +73,7 @@ public:
 private:
     void LimitWaiting() const;
     bool SetCurrentFolder(const std::string& folder) const;
+    bool Command(const std::wstring& text) const;
     std::wstring FileStatus(const wchar_t* command, const std::wstring& name) const;
 
     InternetHandle m_internet;

@@ -6,6 +6,7 @@
 #include "base/FileMoves.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
+#include "base/Persistence.h"
 #include "base/RollBack.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
@@ -22,6 +23,13 @@ bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
 }
 
+/// Whether a file can make room for another one. It stays until that is whole: it may be the only copy.
+bool CanBeReplaced(const std::wstring& path) {
+    return base::Persistently(FileSystem::Extended(path), [&] {
+               return base::File::TryOpen(path, DELETE, base::kShareAll).has_value();
+           }) == ERROR_SUCCESS;
+}
+
 /// Its time stays with the packet: it tells which of two versions is newer.
 void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
     base::File file = base::File::Open(arrival, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
@@ -29,9 +37,8 @@ void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
     file.Flush();
 }
 
-/// Whether a server is there and knows its user, but does not enter a folder. Then nothing was entered, and
-/// there is nothing to go back from.
-bool RefusesFolder(DWORD error) {
+/// Whether a server is there and knows its user, but does not do what it was asked for.
+bool Refuses(DWORD error) {
     const std::wstring code = ReplyCode(ReplyOf(error));
     return code.starts_with(L'5') && code != L"530";
 }
@@ -82,7 +89,8 @@ bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level
     const std::wstring failure = FailureText(GetLastError());
     if (!GoBack(level, L"")) {
         const DWORD error = GetLastError();
-        if (!RefusesFolder(error)) return NoWayBack(level, error);
+        // What refuses to go back was never left.
+        if (!Refuses(error)) return NoWayBack(level, error);
     }
     if (level.depth > 0)
         ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
@@ -139,11 +147,10 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return self.Fail(L"The FTP server lists the name " + entry.name +
                              L", which cannot be the name of a file in the local folder. Rename or remove it "
                              L"on the server.");
-        const std::wstring target = localFolder + L"\\" + entry.name;
-        FileSystem::TryDelete(target);
-        if (FileSystem::FileExists(target))
-            return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         if (IsFolder(entry)) return true;
+        const std::wstring target = localFolder + L"\\" + entry.name;
+        if (!CanBeReplaced(target) && FileSystem::FileExists(target))
+            return self.Fail(L"Local file " + target + L" already exists and couldn't be deleted.");
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
         const std::wstring arrival = FileSystem::ArrivalPath(target);
         const base::RollBack part([&] { FileSystem::TryDelete(arrival); });
@@ -162,6 +169,8 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
             return true;
         }
         const DWORD error = GetLastError();
+        // Without an answer this may be the only copy.
+        if (!Refuses(error)) unlisted.Dismiss();
         return self.Fail(
             Lines(L"Failed to delete the file " + entry.name + L" from the FTP server.", ErrorText(error)));
     });
@@ -195,11 +204,19 @@ bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& targ
     const std::optional<std::uint64_t> size = m_connection.SizeOf(name);
     const std::uint64_t bytes = FileSystem::FileSize(target);
     // A list of a long folder takes long, once for each file; but some servers tell a size in too few bits.
-    if (!size || (*size != bytes && MayBeListedSize(*size, bytes)))
-        return IsListedUnchanged(name, target, isListed);
-    if (*size != bytes) return OtherSize(SizeDifference({name, *size}, bytes));
+    if (!size || (*size != bytes && MayBeListedSize(*size, bytes))) {
+        if (!IsListedUnchanged(name, target, isListed)) return false;
+    } else if (*size != bytes) {
+        return OtherSize(SizeDifference({name, *size}, bytes));
+    }
+    return HasTime(name, lastWrite);
+}
+
+/// What was put in its place may be as long.
+bool FtpReceiver::HasTime(const std::wstring& name, const std::wstring& lastWrite) const {
+    if (lastWrite.empty()) return true;
     const std::wstring now = m_connection.LastWriteOf(name);
-    return now == lastWrite || now.empty() || lastWrite.empty() ||
+    return now == lastWrite || now.empty() ||
            ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
                .Fail(L"File " + name +
                      L" was replaced on the FTP server while it was received. It stays there for the next "

@@ -33,6 +33,7 @@ private:
     bool IsUnchanged(const std::wstring& name, const std::wstring& target, const std::wstring& lastWrite,
                      bool& isListed) const;
     bool IsListedUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const;
+    bool HasTime(const std::wstring& name, const std::wstring& lastWrite) const;
     bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;
     bool OtherSize(const std::wstring& difference) const;
 

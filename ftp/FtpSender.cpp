@@ -128,9 +128,8 @@ bool FtpSender::EnterOrCreate(const std::wstring& folder) const {
     const FtpConnection::Entry entry = m_connection.EnterOrCreate(folder);
     const DWORD error = GetLastError();
     if (entry == FtpConnection::Entry::Entered) return true;
-    if (entry == FtpConnection::Entry::NotEntered)
-        return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
-    return NotCreated(folder, error);
+    if (entry == FtpConnection::Entry::NotCreated) return NotCreated(folder, error);
+    return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
 }
 
 bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const {
@@ -164,12 +163,23 @@ void FtpSender::RemovePart(const std::wstring& name, std::uint64_t whole) const 
     if (m_connection.FindFile(name, found) && IsListedPart(found.size, whole)) m_connection.Delete(name);
 }
 
+/// A list tells 0 where it tells no sizes, and of a file that came to nothing: some servers report a full
+/// disk as success, and some clients a file that they could not read. The size alone tells which.
+std::uint64_t FtpSender::SizeThere(const FileEntry& listed, const std::wstring& name,
+                                   std::uint64_t sent) const {
+    if (listed.size != 0 || sent == 0) return listed.size;
+    m_connection.AskForBytes();
+    return m_connection.SizeOf(name).value_or(sent);
+}
+
 bool FtpSender::RemoteFileExists(const std::wstring& name,
                                  const std::optional<FileSystem::FileVersion>& sent) const {
     const ShownProcedure self(L"clsFTPSndRcv.cls.RemoteFileExists", m_progress);
     FileEntry found;
     if (m_connection.FindFile(name, found)) {
-        if (!sent || MayBeListedSize(found.size, sent->size)) return true;
+        if (!sent) return true;
+        found.size = SizeThere(found, name, sent->size);
+        if (MayBeListedSize(found.size, sent->size) && !IsListedPart(found.size, sent->size)) return true;
         self.Fail(SizeDifference(found, sent->size) +
                   L" It stays here for the next transfer. If that happens again, see whether the server has "
                   L"space for it, and whether its list tells the right size.");

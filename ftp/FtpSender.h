@@ -25,5 +25,6 @@ private:
 
     bool SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const;
     void RemovePart(const std::wstring& name, std::uint64_t whole) const;
+    std::uint64_t SizeThere(const FileEntry& listed, const std::wstring& name, std::uint64_t sent) const;
     bool RemoteFileExists(const std::wstring& name, const std::optional<FileSystem::FileVersion>& sent) const;
 };

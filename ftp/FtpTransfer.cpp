@@ -94,9 +94,9 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
                                  const std::function<bool(const std::wstring&, const Level&)>& move) const {
     if (names.empty()) return true;
     const Level below{m_connection.CurrentFolder(), level.depth + 1};
-    const std::wstring failure = FailureText(GetLastError());
+    const DWORD error = GetLastError();
     for (const std::wstring& name : names) {
-        if (!MayEnter(name, below, failure)) {
+        if (!MayEnter(name, below, error)) {
             GoBack(level, entered);
             return false;
         }
@@ -105,18 +105,27 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
     return true;
 }
 
-bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level, const std::wstring& failure) const {
-    const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level, DWORD error) const {
     if (level.depth > kDeepest)
-        return self.Fail(L"The folder " + name + L" lies more than " + std::to_wstring(kDeepest) +
-                         L" folders deep, which looks like a link that leads back. Remove the link, or move "
-                         L"the folder up.");
-    return !level.start.empty() ||
-           self.Fail(
-               Lines(L"The FTP server does not tell the current folder (command PWD), so that files of the "
-                     L"sub-folder " +
-                         name +
-                         L", and of those after it, could get into a wrong one. Do without sub-folders, or "
-                         L"use a server that tells it.",
-                     failure));
+        return ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
+            .Fail(L"The folder " + name + L" lies more than " + std::to_wstring(kDeepest) +
+                  L" folders deep, which looks like a link that leads back. Remove the link, or move "
+                  L"the folder up.");
+    return !level.start.empty() || NoStart(name, error);
+}
+
+bool FtpTransfer::NoStart(const std::wstring& name, DWORD error) const {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+    if (error == ERROR_INSUFFICIENT_BUFFER)
+        return self.Fail(
+            L"The path of the current folder on the FTP server is too long: there would be no way "
+            L"back from the sub-folder " +
+            name + L". Move the folders up, or give them shorter names.");
+    return self.Fail(
+        Lines(L"The FTP server does not tell the current folder (command PWD), so that files of the "
+              L"sub-folder " +
+                  name +
+                  L", and of those after it, could get into a wrong one. Do without sub-folders, or "
+                  L"use a server that tells it.",
+              FailureText(error)));
 }

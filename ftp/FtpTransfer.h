@@ -62,6 +62,7 @@ protected:
     const HostProgress& m_progress;
 
 private:
-    /// failure: why the level's start is unknown, where it is.
-    bool MayEnter(const std::wstring& name, const Level& level, const std::wstring& failure) const;
+    /// error: why the level's start is unknown, where it is.
+    bool MayEnter(const std::wstring& name, const Level& level, DWORD error) const;
+    bool NoStart(const std::wstring& name, DWORD error) const;
 };

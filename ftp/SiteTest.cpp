@@ -183,6 +183,8 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
     switch (m_connection.EnterOrCreate(folder)) {
     case FtpConnection::Entry::Entered:
         return true;
+    case FtpConnection::Entry::Unanswered:
+        return CallFailed(L"The folder " + folder + L" cannot be entered.");
     case FtpConnection::Entry::NotCreated:
         return Failed(Lines(BrandedText(kFolderNotCreated), folder));
     default:

@@ -2,6 +2,7 @@
 #include "probe/Questions.h"
 
 #include <windows.h>
+#include <msxml2.h>
 #include <objbase.h>
 #include <wincrypt.h>
 
@@ -13,6 +14,10 @@
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "com/Object.h"
+#include "com/Result.h"
+#include "com/Values.h"
+
+using Microsoft::WRL::ComPtr;
 
 namespace probe {
 
@@ -91,13 +96,30 @@ std::wstring SpyOfApartment() {
     return answer;
 }
 
-std::wstring CreateXmlParser() {
+HRESULT CreateXmlParser(ComPtr<IXMLDOMDocument>& document) {
     CLSID id{};
-    Microsoft::WRL::ComPtr<IUnknown> document;
-    HRESULT result = CLSIDFromProgID(L"MSXML2.DOMDocument.6.0", &id);
-    if (SUCCEEDED(result))
-        result = CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&document));
+    const HRESULT result = CLSIDFromProgID(L"MSXML2.DOMDocument.6.0", &id);
+    if (FAILED(result)) return result;
+    return CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
+                            reinterpret_cast<void**>(document.GetAddressOf()));
+}
+
+std::wstring XmlParser() {
+    ComPtr<IXMLDOMDocument> document;
+    const HRESULT result = CreateXmlParser(document);
     return SUCCEEDED(result) ? L"created" : L"error " + base::Hexadecimal(static_cast<DWORD>(result));
+}
+
+/// The value of an attribute with blanks at its ends.
+std::wstring XmlValue() {
+    ComPtr<IXMLDOMDocument> document;
+    com::Check(CreateXmlParser(document), L"the XML parser");
+    VARIANT_BOOL parsed = VARIANT_FALSE;
+    com::Check(document->loadXML(com::Bstr(L"<x a=' up '/>").Get(), &parsed), L"the document");
+    ComPtr<IXMLDOMNode> attribute;
+    com::Check(document->selectSingleNode(com::Bstr(L"/x/@a").Get(), &attribute), L"the attribute");
+    if (!attribute) return L"no attribute";
+    return L"\"" + com::Get<com::Variant>(&IXMLDOMNode::get_nodeValue, attribute.Get()).Text() + L"\"";
 }
 
 /// By its path: one of that name beside the program is not meant. It stays for the rest of the process.
@@ -138,7 +160,8 @@ std::vector<Question> SystemQuestions() {
         {L"The error mode", kAny, [] { return base::Hexadecimal(GetErrorMode()); }},
         {L"There is SetThreadErrorMode", L"yes", &HasThreadErrorMode},
         {L"A spy of the apartment is called before COM ends", L"called", &SpyOfApartment},
-        {L"The XML parser MSXML2.DOMDocument.6.0", L"created", &CreateXmlParser},
+        {L"The XML parser MSXML2.DOMDocument.6.0", L"created", &XmlParser},
+        {L"It keeps the blanks at the ends of a value", L"\" up \"", &XmlValue},
         {L"CryptProtectData, taken from the system's folder", L"done", &ProtectData},
     };
 }

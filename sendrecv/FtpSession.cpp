@@ -1,8 +1,8 @@
 // See FtpSession.h.
 #include "sendrecv/FtpSession.h"
 
-#include <map>
 #include <utility>
+#include <vector>
 
 #include "base/RollBack.h"
 #include "base/SystemError.h"
@@ -59,23 +59,27 @@ void Write(IZNRegistry* registry, const wchar_t* name, const std::wstring& value
     com::Check(registry->Write(com::Bstr(name).Get(), com::Variant(value).Get()), name);
 }
 
-/// In whole or not: the password of one server is not for another.
+/// In whole or not: the password of one server is not for another. There is none while the values are
+/// written, so that a login which remains in parts is asked for.
 void SaveLogin(FtpSite login) {
     login.password = StoredPassword(login.password);
     IZNRegistry* const registry = OpenTransportKey();
-    std::map<const wchar_t*, std::wstring> before;
+    std::vector<std::pair<const wchar_t*, std::wstring>> before;  // the last first
+    const auto replace = [&](const FtpSetting& setting, const std::wstring& value) {
+        std::wstring previous = ReadText(registry, setting.name);
+        Write(registry, setting.name, value);
+        before.insert(before.begin(), {setting.name, std::move(previous)});
+    };
     const auto write = [&] {
-        for (const FtpSetting& setting : kFtpLoginSettings) {
-            std::wstring value = ReadText(registry, setting.name);
-            Write(registry, setting.name, login.*setting.member);
-            before[setting.name] = std::move(value);
-        }
+        replace(kFtpServer, L"");
+        for (const FtpSetting& setting : {kFtpUser, kFtpPassword, kFtpServer})
+            replace(setting, login.*setting.member);
     };
     const auto restore = [&] {
         for (const auto& [name, value] : before)
             Write(registry, name, value);
     };
-    base::DoOrUndo(write, restore, L"The saved login holds values of two logins.");
+    base::DoOrUndo(write, restore, L"The saved login has no server any more.");
 }
 
 /// Who asked for a login to be saved must not wonder later why it is asked for again.

@@ -43,6 +43,8 @@ void clsFTPSndRcv::TakeSetting(const std::wstring& name, const com::Variant& val
 }
 
 void clsFTPSndRcv::ReadSettings(IZNPropertySet* settings) {
+    // Encoders read from the key that is open when they are configured.
+    OpenTransportKey();
     const bool enterprise = !m_bMobile;
     const FtpSetting& outgoing = enterprise ? kFtpEnterpriseToField : kFtpFieldToEnterprise;
     const FtpSetting& incoming = enterprise ? kFtpFieldToEnterprise : kFtpEnterpriseToField;
@@ -71,10 +73,11 @@ void clsFTPSndRcv::ProcessParameters() {
 }
 
 void clsFTPSndRcv::ReadMissingSettings(const Procedure& self) {
+    IZNRegistry* const transport = OpenTransportKey();
     const auto login = [&](const FtpSetting& setting) {
         return OptionOrSetting(setting.name, m_folderLocator, setting.configName, !m_bMobile);
     };
-    const auto folder = [](const wchar_t* name) { return OptionOrSetting(name, OpenTransportKey()); };
+    const auto folder = [&](const wchar_t* name) { return OptionOrSetting(name, transport); };
     FtpSite& site = m_session.site;
     if (site.server.empty()) site.server = login(kFtpServer);
     if (site.user.empty()) site.user = login(kFtpUser);

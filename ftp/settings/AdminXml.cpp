@@ -82,7 +82,8 @@ void ReadSettings(IUnknown* document, FtpSite& settings) {
         const std::wstring path = key + Keyed(kSetting, setting.name) + L"/@" + kKeyValue;
         ComPtr<IXMLDOMNode> node;
         com::Check(root->selectSingleNode(com::Bstr(path).Get(), &node), path);
-        if (node) settings.*setting.member = com::Get<std::wstring>(&IXMLDOMNode::get_text, node.Get());
+        if (node)
+            settings.*setting.member = com::Get<com::Variant>(&IXMLDOMNode::get_nodeValue, node.Get()).Text();
     }
 }
 

@@ -300,17 +300,22 @@ TEST_F(LoginTest, TheUserIsAskedUntilALoginWorksAndMaySaveIt) {
 
 TEST_F(LoginTest, ALoginThatCannotBeSavedIsToldAndConnects) {
     framework.registry[L"13/Transport/FTPServer"] = L"older";
-    framework.unwritable = L"13/Transport/FTPPassword";
-    const User user(L"FTP Prompt", [&](const Screen& prompt) {
-        SendMessageW(prompt.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
-        Enter(prompt, L"ann", L"right");
-        const Screen message = Screen::Await(L"Test Tool");
-        EXPECT_THAT(message.Message(), StartsWith(L"The login works, but could not be saved."));
-        message.Confirm();
-    });
-    EXPECT_TRUE(Connect());
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"clsFTPSndRcv.cls.ConnectAndSaveLogin"));
-    EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], L"older") << "with another one's password";
+    for (const wchar_t* const saved : {L"older", L""}) {
+        Init({{L"FTPPassword", L""}});
+        framework.unwritable = L"13/Transport/FTPPassword";
+        const User user(L"FTP Prompt", [&](const Screen& prompt) {
+            SendMessageW(prompt.Control(IDC_PROMPT_SAVE), BM_CLICK, 0, 0);
+            Enter(prompt, L"ann", L"right");
+            const Screen message = Screen::Await(L"Test Tool");
+            EXPECT_THAT(message.Message(), StartsWith(L"The login works, but could not be saved."));
+            message.Confirm();
+        });
+        EXPECT_TRUE(Connect());
+        EXPECT_THAT(framework.LogText(), HasSubstr(L"clsFTPSndRcv.cls.ConnectAndSaveLogin"));
+        EXPECT_EQ(framework.registry[L"13/Transport/FTPServer"], saved) << "with another one's password";
+        Disconnect();
+        framework.afterRefusal = [&] { framework.unwritable = L"13/Transport/FTPUser"; };
+    }
 }
 
 TEST_F(LoginTest, ACancelledLoginEndsTheCycleQuietly) {

@@ -213,6 +213,16 @@ TEST_F(DeltaEncoder, TakesDefaultsFromRegistryAndFolderLocator) {
     EXPECT_EQ(Configure({}), S_OK);
     EXPECT_THAT(Configuration(), HasSubstr(L"REFERENCE_PATH=E:\\enterprise.AXR"));
     EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=9\n")) << "from the key that is open";
+    const auto ftp = ScratchTest::Create<clsFTPSndRcv, IZNSenderReceiver2>();
+    ftp->put_ApplicationName(In(L"App"));
+    ftp->putref_PropSet(
+        Properties({{L"REMOTE_SEND_FOLDER", L"in"}, {L"REMOTE_RECEIVE_FOLDER", L"out"}}).Get());
+    Configure({});
+    EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=8\n")) << "from the one that FTP has opened";
+    framework.registry[L"13/Transport/XDeltaTimeout"] = L"7";
+    EXPECT_TRUE(Ask<bool>(&IZNSenderReceiver2::Disconnect, ftp));
+    Configure({});
+    EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=7\n")) << "the same before its first connection";
     EXPECT_EQ(Administration(encoder), L"Difference in {category 134}");
     EXPECT_THAT(framework.log, IsEmpty());
 }

@@ -1,4 +1,5 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
+#include "base/File.h"
 #include "base/Text.h"
 #include "ftp/FtpTransfer.h"
 #include "tests/win/library/FtpTest.h"
@@ -199,6 +200,16 @@ TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
     EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another"))) << "no part stays";
     server.afterPut = [&] { server.listing = {{"A.mdb", 0, 3}, {"a.mdb", 0, 0}}; };
     EXPECT_TRUE(Send()) << "the list tells no sizes";
+    server.tellsStatus = true;
+    for (const char* const content : {"", "content"}) {
+        temp.File(L"send\\a.mdb", content);
+        EXPECT_TRUE(Send()) << "but the server does";
+    }
+    temp.File(L"send\\a.mdb", "content");
+    server.afterPut = [&] { server.files["/in/a.mdb"].clear(); };
+    EXPECT_THAT(FailToSend(), Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
+    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
 }
 
 TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPlace) {
@@ -302,7 +313,9 @@ TEST_F(FtpTransferTest, AReceivedFileIsAsTheServerListsItButNotProtected) {
     }
 }
 
-TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
+TEST_F(FtpTransferTest, AFailedGetLeavesWhatWasThereOnBothSides) {
+    temp.File(L"receive\\a.mdb", "older");
+    temp.Protect(L"receive\\a.mdb");
     server.files["/out/a.mdb"] = "content";
     server.Fail("Get", {kLost});
     EXPECT_THAT(
@@ -315,7 +328,8 @@ TEST_F(FtpTransferTest, AFailedGetLeavesNothingLocalAndTheServersCopy) {
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to retrieve file b on"),
                                              Tells(L"lists file b but refuses to send it")));
     server.listing.reset();
-    EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"a.mdb"));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "it may be the only copy";
     server.Fail("Delete", {kLost});
     EXPECT_THAT(FailToReceive(),
                 OneFtpReport(L"GetRemoteFile",
@@ -345,6 +359,12 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
                                                    ErrorText(ERROR_INTERNET_EXTENDED_ERROR)));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty()) << "a put that failed took its part away";
     server.files["/out/a.mdb"] = "half and the rest";
+    server.afterGet = [&] {
+        server.Fail("Find", {ERROR_NO_MORE_FILES});
+        server.Fail("Delete", {kLost});
+    };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to delete the file a.mdb")));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest") << "the server may have deleted it";
     server.afterGet = [&] { server.Fail("Find", {ERROR_NO_MORE_FILES}); };
     EXPECT_TRUE(Receive()) << "a list that does not tell the name";
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
@@ -357,12 +377,15 @@ TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
     server.files["/out/a.mdb"] = "half";
     server.afterGet = [&] { server.files["/out/a.mdb"] = "half and the rest"; };
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"17 bytes, but here it has 4 bytes.")));
-    server.afterGet = [&] {
-        server.files["/out/a.mdb"] = "another version!!";
-        server.lastWrites["/out/a.mdb"] = "20260102030405";
-    };
-    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")))
-        << "of the same size";
+    for (const size_t refusals : {0, 1}) {  // of SIZE
+        server.afterGet = [&] {
+            server.files["/out/a.mdb"] = "another version!!";
+            server.lastWrites["/out/a.mdb"] += "0";
+            server.Fail("Command", std::vector<DWORD>(refusals, ERROR_INTERNET_EXTENDED_ERROR));
+        };
+        EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")))
+            << "of the same size";
+    }
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_TRUE(Receive());
@@ -378,6 +401,9 @@ TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {
     lock.Reset();
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "held");
     EXPECT_THAT(server.files, SizeIs(1));
+    server.listing = {{"a.mdb", FILE_ATTRIBUTE_DIRECTORY}};
+    EXPECT_THAT(FailToReceive(), Contains(Tells(L"folder does not exist: T:\\receive\\a.mdb")));
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "held") << "no folder takes the place of a packet";
 }
 
 TEST_F(FtpTransferTest, AListedNameThatWouldLeaveTheLocalFolderIsRefused) {
@@ -454,6 +480,11 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
     server.Fail("SetFolder", {ERROR_INTERNET_EXTENDED_ERROR, ERROR_INTERNET_EXTENDED_ERROR});
     EXPECT_TRUE(Receive(L"missing")) << "also on a server that does not take a dot for the folder";
     EXPECT_THAT(framework.log, IsEmpty());
+    server.failures.clear();
+    server.home = "/" + std::string(250, 'x');
+    server.folders.insert({server.home, server.home + "/in", server.home + "/in/deep"});
+    EXPECT_THAT(FailToSend(), ElementsAre(AllOf(Tells(L"on the FTP server is too long"),
+                                                Tells(L"from the sub-folder sub."))));
 }
 
 TEST_F(FtpTransferTest, WhatWasMovedIsMovedAlsoWhereThereIsNoWayBack) {
@@ -567,6 +598,26 @@ TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) 
     EXPECT_TRUE(Receive());
     EXPECT_EQ(temp.Content(L"\u0394\\receive \u0100\\longer than eight.mdb"), "2");
     EXPECT_THAT(framework.log, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, ALongLocalPathTravelsByItsShortNameOrNotAtAll) {
+    const auto makeFolder = [&](const std::wstring& name) {
+        std::wstring path = temp.Path();
+        while (path.size() < MAX_PATH)
+            path += L"\\" + name;
+        FileSystem::CreateFolders(path);
+        base::WriteNewFile(path + L"\\a.mdb", "1");
+        SendFrom(path);
+        return path;
+    };
+    makeFolder(L"longer than eight");
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
+    EXPECT_THAT(framework.log, IsEmpty());
+    const std::wstring file = makeFolder(L"short") + L"\\a.mdb";
+    EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"\\a.mdb has " + std::to_wstring(file.size()) +
+                                                L" characters, but a file for FTP may have 259.")));
+    EXPECT_TRUE(FileSystem::FileExists(file));
 }
 
 TEST_F(FtpTransferTest, WhatTheSystemDoesNotTellOfASendFolderFailsTheTransfer) {

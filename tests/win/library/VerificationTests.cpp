@@ -150,6 +150,9 @@ TEST_F(VerificationTest, EachStepInAFolderIsExplained) {
     server.currentFolder = "/" + std::string(258, 'x');
     server.folders.insert(server.currentFolder);
     EXPECT_EQ(Check(), L"fine") << "as long as a folder can be";
+    server.Fail("SetFolder", {ERROR_INTERNET_TIMEOUT});
+    EXPECT_EQ(Check(), L"The folder out cannot be entered.\r\n"
+                       L"The FTP connection failed with the internet error 12002.\r\n");
     server.Fail("SetFolder", {ERROR_SUCCESS, ERROR_SUCCESS});
     EXPECT_EQ(Check(),
               L"The folder out was created, but cannot be entered.\r\nThe system gives no reason.\r\n");

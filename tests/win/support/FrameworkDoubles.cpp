@@ -76,7 +76,10 @@ public:
     STDMETHODIMP Write(BSTR Name, VARIANT Value) override {
         return Call([&] {
             const std::wstring entry = m_key + Text(Name);
-            if (entry == g_current->unwritable) base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            if (entry == g_current->unwritable) {
+                g_current->afterRefusal();
+                base::ThrowWin32(ERROR_ACCESS_DENIED, entry);
+            }
             g_current->registry[entry] = Variant(Value).Text();
         });
     }

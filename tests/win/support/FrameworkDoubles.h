@@ -42,6 +42,7 @@ public:
     std::map<std::wstring, VARTYPE> defaults;       ///< types of the defaults that were offered, by entry
     std::wstring unreadable;                        ///< entry of the registry that cannot be read
     std::wstring unwritable;                        ///< the same for writing
+    std::function<void()> afterRefusal = [] {};     ///< what happens once that was refused
     bool userInterface = false;
     int userInterfaceQuestions = 0;
     HRESULT userInterfaceResult = S_OK;

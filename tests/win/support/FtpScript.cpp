@@ -20,6 +20,7 @@ constexpr DWORD kPastTheCache = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WR
 FtpScript* g_script = nullptr;
 std::string g_agent;
 std::vector<RemoteEntry> g_found;  // what an open search has not handed out yet
+bool g_binary = false;             // whether bytes travel unchanged now
 
 BOOL Result(bool done, DWORD error) {
     if (!done) SetLastError(error);
@@ -172,6 +173,7 @@ BOOL WINAPI Create(HINTERNET connection, LPCSTR folder) {
 HINTERNET WINAPI Find(HINTERNET connection, LPCSTR pattern, LPWIN32_FIND_DATAA found, DWORD flags,
                       DWORD_PTR) {
     EXPECT_EQ(flags, kPastTheCache);
+    g_binary = false;
     if (!Succeed("Find", connection)) return nullptr;
     g_found = g_script->listing.value_or(EntriesOfCurrentFolder());
     std::erase_if(g_found, [&](const RemoteEntry& entry) { return !Fits(entry.name, pattern); });
@@ -182,6 +184,7 @@ BOOL WINAPI Get(HINTERNET connection, LPCSTR name, LPCSTR target, BOOL failIfExi
                 DWORD flags, DWORD_PTR) {
     EXPECT_FALSE(failIfExists);
     EXPECT_EQ(flags, kPastTheCache);
+    g_binary = true;
     g_script->attributes = attributes;
     std::ofstream file(target, std::ios::binary);
     if (!Succeed("Get", connection)) {
@@ -215,20 +218,23 @@ BOOL WINAPI Put(HINTERNET connection, LPCSTR source, LPCSTR name, DWORD flags, D
 
 BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
     if (!Succeed("Delete", connection)) return FALSE;
-    return Result(g_script->files.erase(PathOf(name)) != 0, ERROR_INTERNET_EXTENDED_ERROR);
+    if (g_script->files.erase(PathOf(name)) != 0) return TRUE;
+    g_script->response = "550 No such file.\r\n";
+    return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
 }
 
 BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command, DWORD_PTR, HINTERNET*) {
     EXPECT_FALSE(expectData);
     if (!Succeed("Command", connection)) return FALSE;
     const std::string text = command;
+    if (text == "TYPE I") return g_binary = true;
     const auto file = g_script->files.find(PathOf(text.substr(5)));
-    if (!g_script->tellsStatus || file == g_script->files.end())
+    const bool asksSize = text.starts_with("SIZE ");
+    if (!g_script->tellsStatus || file == g_script->files.end() || (asksSize && !g_binary))
         return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
-    g_script->response = "213 " +
-                         (text.starts_with("SIZE ") ? std::to_string(file->second.size())
-                                                    : g_script->lastWrites[file->first]) +
-                         "\r\n";
+    g_script->response =
+        "213 " + (asksSize ? std::to_string(file->second.size()) : g_script->lastWrites[file->first]) +
+        "\r\n";
     return TRUE;
 }
 
