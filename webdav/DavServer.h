@@ -21,6 +21,13 @@ struct DavReply {
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
     bool IsAnswered() const noexcept { return status != 0; }
+    /// Nobody knows what was done: no answer came, or one of a proxy that got none.
+    bool IsUnclear() const noexcept { return status == 0 || status == 502 || status == 504; }
+    /// To any request the server, or what stands before it, would say the same now.
+    bool IsUnavailable() const noexcept {
+        return status == 401 || status == 407 || status == 429 || status == 503;
+    }
+    bool IsOutOfSpace() const noexcept { return status == 507; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
 };
 

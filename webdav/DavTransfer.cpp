@@ -6,6 +6,7 @@
 
 #include "base/Path.h"
 #include "base/Text.h"
+#include "cipher/Sha256.h"
 #include "com/MessagePump.h"
 
 namespace {
@@ -64,6 +65,12 @@ std::wstring RemotePath(std::wstring localPath) {
 std::wstring LocalPath(std::wstring remotePath) {
     std::ranges::replace(remotePath, L'/', L'\\');
     return remotePath;
+}
+
+std::optional<std::wstring> Sha256At(const DavServer& server, const std::wstring& path) {
+    Sha256 sum;
+    const DavReply reply = server.Get(path, [&](base::Bytes bytes) { sum.Add(bytes); });
+    return reply.Succeeded() ? std::optional(sum.Finish()) : std::nullopt;
 }
 
 void FolderProvider::Provide(const std::wstring& folder) {
