@@ -278,11 +278,14 @@ private:
 
     /// Over nothing, or else over an older version: who replaces a folder loses all that waits in it.
     DavReply MoveTo(const std::wstring& target, const Upload& upload) const {
-        DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
-        if (reply.Succeeded() || !m_server.Exists(UploadPath(upload))) return reply;
+        using Other = DavServer::Other;
+        const std::wstring source = UploadPath(upload);
+        DavReply reply = m_server.Move(source, target, Other::Stays);
+        if (reply.Succeeded() || !m_server.Exists(source)) return reply;
         const std::optional<DavEntry> other = m_server.Look(target);
-        if (!other) return reply;
-        if (!other->isFolder) return m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+        // A receiver can have claimed meanwhile what was there.
+        if (!other) return reply.IsTaken() ? m_server.Move(source, target, Other::Stays) : reply;
+        if (!other->isFolder) return m_server.Move(source, target, Other::IsReplaced);
         reply.failure = L"On the server a folder has the name of file " + upload.file.name +
                         L". Rename the file, or remove the folder there when it is empty.";
         return reply;

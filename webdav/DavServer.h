@@ -16,6 +16,8 @@ struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
+    /// Something else has the name.
+    bool IsTaken() const noexcept { return status == 412; }
     /// The body of the request is longer than the server takes.
     bool IsTooLarge() const noexcept { return status == 413; }
     /// There is nothing of that name.

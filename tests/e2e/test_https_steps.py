@@ -114,6 +114,25 @@ class StepTest(HttpsHostTest):
             (502, {}, b"") if method == "PUT" else (status, headers, content))).url)
         self.assert_next_cycle_delivers()
 
+    def test_an_older_version_that_is_claimed_at_this_moment(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        claimant = Spoiler(self, self.server)
+
+        def claim(request, body, ask=claimant.ask):
+            answer = ask(request, body)
+            if answer[0] == 412:
+                (self.to_enterprise / "a.mdb").unlink()
+            return answer
+        claimant.ask = claim
+        self.use(claimant.url)
+        self.assert_run(self.field, 0, {("out", "a.mdb"): "sent"})
+        self.use(self.server.url)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
     def test_a_file_in_use_stays(self):
         held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send), "write")
         self.put(self.field, "free.mdb", folder=self.field.send)
