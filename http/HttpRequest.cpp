@@ -228,20 +228,9 @@ void HttpRequest::SendBody(std::size_t bytes) {
     FinishWrite();
 }
 
-/// A server may ask for a certificate and do without it: what is told that there is none goes on.
 void HttpRequest::SendWith(std::size_t bodyBytes) {
-    const DWORD error = SendOnce(bodyBytes);
-    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
-        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
-        if (SendOnce(bodyBytes) == ERROR_SUCCESS) return;
-    }
-    if (error != ERROR_SUCCESS) Fail(error);
-}
-
-DWORD HttpRequest::SendOnce(std::size_t bodyBytes) {
     BeginSend(bodyBytes);
-    m_isSending = false;
-    return Outcome();
+    AwaitSent(bodyBytes);
 }
 
 void HttpRequest::Begin() { BeginSend(0); }
@@ -257,8 +246,17 @@ void HttpRequest::BeginSend(std::size_t bodyBytes) {
     m_isSending = true;
 }
 
-void HttpRequest::AwaitSent() {
-    if (std::exchange(m_isSending, false)) Await();
+/// A server may ask for a certificate and do without it: what is told that there is none goes on.
+void HttpRequest::AwaitSent(std::size_t bodyBytes) {
+    if (!std::exchange(m_isSending, false)) return;
+    const DWORD error = Outcome();
+    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
+        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
+        BeginSend(bodyBytes);
+        m_isSending = false;
+        if (Outcome() == ERROR_SUCCESS) return;
+    }
+    if (error != ERROR_SUCCESS) Fail(error);
 }
 
 /// The length is told in a header: the parameter for it ends at 4 GB.
@@ -287,7 +285,7 @@ void HttpRequest::FinishWrite() {
 }
 
 DWORD HttpRequest::Receive() {
-    AwaitSent();
+    AwaitSent(0);
     const DWORD error = WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome() : GetLastError();
     if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
     if (error != ERROR_SUCCESS) Fail(error);

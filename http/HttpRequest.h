@@ -98,7 +98,6 @@ private:
     DWORD Outcome();
     void Await();
     void SendWith(std::size_t bodyBytes);
-    DWORD SendOnce(std::size_t bodyBytes);
     void BeginSend(std::size_t bodyBytes);
     base::Bytes ReadPart();
     void BeginRead();
@@ -106,7 +105,7 @@ private:
     void AttendToHost();
     /// Milliseconds, without those that the host took, as for a dialog: the server does not answer for them.
     ULONGLONG Now() const { return GetTickCount64() - m_hostsTime; }
-    void AwaitSent();
+    void AwaitSent(std::size_t bodyBytes);
     void CheckRate();
     std::optional<std::uint64_t> LengthTold() const;
     [[noreturn]] void Fail(DWORD error) const;

@@ -193,9 +193,12 @@ private:
 
     /// How the server answers to a path as it is.
     Sight Look(const std::wstring& path) const {
-        HttpRequest request = m_connection.Open(L"PROPFIND", UrlPath::EncodePath(path));
-        request.AddHeader(L"Depth: 0");
-        const bool leads = m_connection.Exchange(request, &HttpRequest::Send) / 100 == 3;
+        const auto [request, status] =
+            m_connection.Ask(L"PROPFIND", UrlPath::EncodePath(path), [](HttpRequest& propfind) {
+                propfind.AddHeader(L"Depth: 0");
+                propfind.Send();
+            });
+        const bool leads = status / 100 == 3;
         return {leads ? request.Header(L"Location").value_or(L"nowhere") : L"", request.Date(),
                 request.Header(L"Content-Encoding").has_value()};
     }
@@ -316,9 +319,11 @@ private:
     }
 
     bool Moves(const std::wstring& destination) const {
-        HttpRequest request = m_connection.Open(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")));
-        DavServer::AddDestination(request, destination, Other::Stays);
-        return m_connection.Exchange(request, &HttpRequest::Send) / 100 == 2;
+        const auto send = [&](HttpRequest& request) {
+            DavServer::AddDestination(request, destination, Other::Stays);
+            request.Send();
+        };
+        return m_connection.Ask(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")), send).status / 100 == 2;
     }
 
     DavFinding Replacement() {

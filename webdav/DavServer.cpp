@@ -193,10 +193,7 @@ std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std
 
 DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const Use& send,
                         const Use& use) const try {
-    if (const HttpRefusal refusal = m_connection.Greet(); refusal.status != 0)
-        return {refusal.status, Explained(refusal.status, method, path, refusal.reason)};
-    HttpRequest request = m_connection.Open(method, UrlPath::EncodePath(path));
-    const DWORD status = m_connection.Exchange(request, send);
+    auto [request, status] = m_connection.Ask(method, UrlPath::EncodePath(path), send);
     const bool succeeded = IsSuccess(status, method);
     if (succeeded && use) use(request);
     const std::wstring mismatch =
@@ -206,8 +203,6 @@ DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const U
     return {status, Explained(status, method, path, mismatch)};
 } catch (const HttpError& error) {
     if (error.IsCancelled()) throw;
-    // Nothing has been sent yet.
-    if (m_connection.SparesRevocation(error)) return Ask(method, path, send, use);
     return {0, error.failure().description};
 }
 
