@@ -107,9 +107,11 @@ STDMETHODIMP clsHTTPSndRcv::Connect(VARIANT_BOOL* Success) {
         const HostProgress progress(nullptr);
         return self.Guard(false, [&] {
             ReadMissingSettings();
+            const std::wstring folder =
+                WithoutRoot(m_sRemoteSendFolder.empty() ? m_sRemoteReceiveFolder : m_sRemoteSendFolder);
             return WithServer(self, progress, [&](const DavServer& server) {
-                return server.Exists(L"") || self.Fail(L"The server " + server.Name() +
-                                                       L" has no folder at that address: " + m_site.url);
+                return server.IsThere(folder) || self.Fail(L"The server " + server.Name() +
+                                                           L" has no folder at that address: " + m_site.url);
             });
         });
     });

@@ -141,8 +141,8 @@ private:
     // ---------------------------------------------------------------------------------
 
     DavFinding Connection() {
-        if (const std::wstring target = Look(L"").target; !target.empty()) return LeadsTo(target);
-        if (!m_server.Exists(L""))
+        if (const std::wstring target = Look(m_send + L"/").target; !target.empty()) return LeadsTo(target);
+        if (!m_server.IsThere(m_send))
             return Broken(L"The server " + m_server.Name() + L" has no folder at that address.");
         return Kept(L"The server " + m_server.Name() + L" is reached, and takes the login.");
     }
@@ -155,7 +155,7 @@ private:
 
     DavFinding Clock() {
         constexpr std::chrono::minutes kNear{2};
-        const auto date = Look(L"").date;
+        const auto date = Look(m_send + L"/").date;
         if (!date) return Noted(L"The server does not tell its time.");
         const auto difference = *date - base::Now();
         if (difference <= kNear && difference >= -kNear) return Kept(L"The server's clock goes as this one.");
@@ -231,9 +231,10 @@ private:
     /// packet meanwhile.
     DavFinding LetsPass(const std::wstring& from, const std::wstring& to) {
         const std::wstring target = JoinRemote(to, m_name) + L"/";
-        m_server.ProvideFolder(JoinRemote(from, m_name));
+        FolderProvider folders(m_server);
+        folders.Provide(JoinRemote(from, m_name));
         const DavReply moved = m_server.Move(JoinRemote(from, m_name) + L"/", target, Other::Stays);
-        if (!moved.Succeeded()) m_server.ProvideFolder(JoinRemote(to, m_name));
+        if (!moved.Succeeded()) folders.Provide(JoinRemote(to, m_name));
         const DavReply deleted = m_server.Delete(target);
         if (!deleted.Succeeded()) return Broken(deleted.failure);
         if (moved.Succeeded()) return Kept(L"What lies in " + from + L" may be moved to " + to + L".");

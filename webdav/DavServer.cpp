@@ -182,6 +182,9 @@ std::wstring LastName(const std::wstring& path) {
     return trimmed.substr(trimmed.rfind(L'/') + 1);
 }
 
+/// Some servers lead a path without "/" at its end to the one with it.
+std::wstring FolderPath(const std::wstring& folder) { return folder.empty() ? folder : folder + L"/"; }
+
 }  // namespace
 
 std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std::wstring& path,
@@ -222,8 +225,7 @@ DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const U
 std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder) const {
     std::vector<DavEntry> entries;
     const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
-    // Some servers lead a path without it to the one with it.
-    const DavReply reply = Find(folder.empty() ? folder : folder + L"/", L"1", read);
+    const DavReply reply = Find(FolderPath(folder), L"1", read);
     if (reply.IsMissing()) return std::nullopt;
     if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
     return entries;
@@ -248,12 +250,22 @@ bool DavServer::HasFile(const std::wstring& path) const {
     return entry && !entry->isFolder;
 }
 
-void DavServer::ProvideFolder(const std::wstring& folder) const {
-    const DavReply reply = Ask(L"MKCOL", folder + L"/", &SendNothing);
-    constexpr DWORD kCreated = 201;
+/// Above its own folders an account may see nothing.
+bool DavServer::IsThere(const std::wstring& folder) const {
+    const DavReply reply = Find(FolderPath(folder), L"0", {});
+    if (!reply.Succeeded() && !reply.MayLackFolder()) throw base::Error(E_FAIL, reply.failure);
+    if (reply.Succeeded() || folder.empty()) return reply.Succeeded();
+    const DavReply site = Find({}, L"0", {});
+    if (!site.IsAnswered()) throw base::Error(E_FAIL, site.failure);
+    return !site.MayLackFolder();
+}
+
+DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
+    const DavReply reply = Ask(L"MKCOL", FolderPath(folder), &SendNothing);
     constexpr DWORD kIsThere = 405;
-    if (reply.status == kCreated || reply.status == kIsThere) return;
-    if (!Exists(folder)) throw base::Error(E_FAIL, reply.failure);
+    const bool isThere =
+        reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere || Exists(FolderPath(folder));
+    return isThere ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
 }
 
 DavReply DavServer::Put(const std::wstring& path, const base::File& file,

@@ -75,8 +75,13 @@ std::optional<std::wstring> Sha256At(const DavServer& server, const std::wstring
 
 void FolderProvider::Provide(const std::wstring& folder) {
     if (folder.empty() || m_provided.contains(folder)) return;
-    Provide(FolderAbove(folder));
-    m_server.ProvideFolder(folder);
+    DavReply reply = m_server.ProvideFolder(folder);
+    // Not first: an account may reach no more than folders of its own.
+    if (reply.MayLackFolder()) {
+        Provide(FolderAbove(folder));
+        reply = m_server.ProvideFolder(folder);
+    }
+    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
     m_provided.insert(folder);
 }
 

@@ -1,10 +1,11 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
+import hashlib
 import os
 import random
 import shutil
 import signal
 
-from dav import HttpsHostTest, Spoiler, Stranger, UsualPort
+from dav import HttpsHostTest, PASSWORD, Server, Spoiler, Stranger, USER, UsualPort
 from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -156,9 +157,12 @@ class SpoiledRequests:
         return [(mode, number) for mode in MODES for number in range(1, count + 1)]
 
     def counts(self):
-        for number in range(self.PACKETS):
-            self.put(self.field, f"{number}.mdb")
-        return [self.requests_of(side) for side in (self.field, self.enterprise)]
+        """Of the requests of a run whose folders are there already."""
+        for name in ("first", "later"):
+            for number in range(self.PACKETS):
+                self.put(self.field, f"{name}{number}.mdb")
+            counts = [self.requests_of(side) for side in (self.field, self.enterprise)]
+        return counts
 
     def test_some_requests(self):
         seed = random.randrange(1 << 32)
@@ -465,12 +469,37 @@ class LeftoversTest(HttpsHostTest):
 
 
 class SubFolderTest(HttpsHostTest):
-    """Each field computer sends into a sub-folder of its own of what the enterprise receives."""
+    """Each field computer sends into a sub-folder of its own of what the enterprise receives, and reaches no other one."""
+
+    LOGIN, EXAMINATIONS = "basic", ("verify", "doctor")
+    ACCOUNTS = """
+<Location /dav>
+    Require user packets
+</Location>
+<LocationMatch "^/dav/(to-enterprise/field7([.]uploads)?|to-field([.](uploads|claims|damaged))?)(/|$)">
+    Require user packets field7
+</LocationMatch>
+"""
+
+    def new_server(self):
+        server = Server(self, self.KIND, "--login", self.LOGIN, extra=self.ACCOUNTS)
+        basic, digest = server.folder / "passwords", server.folder / "digests"
+        basic.write_text(basic.read_text() + basic.read_text().replace(USER, "field7"))
+        digest.write_text(digest.read_text() + f"field7:packets:{hashlib.md5(f'field7:packets:{PASSWORD}'.encode()).hexdigest()}\n")
+        (server.packets / "to-enterprise").mkdir()
+        server.own(server.packets / "to-enterprise")
+        return server
 
     def connect(self, side, other):
         super().connect(side, other)
+        side.change("https.login", self.LOGIN)
         if side is self.field:
             side.change("remote_send", "/to-enterprise/field7")
+            side.change("https.user", "field7")
+
+    def test_examinations(self):
+        for command in self.EXAMINATIONS:
+            self.assert_ends(0, command, self.field.settings)
 
     def test_packets_arrive_from_it(self):
         uploads = self.to_enterprise / "field7.uploads"
@@ -504,6 +533,11 @@ class SubFolderTest(HttpsHostTest):
         self.assert_run(self.field, 1)
         self.assertIn("has a name that on a WebDAV server only the transport uses", self.field.log)
         self.assertEqual(len(files_below(self.field.send)), 1)
+
+
+class DigestSubFolderTest(SubFolderTest):
+    # Some requests of verify answer no challenge, which here becomes too old within a second.
+    LOGIN, EXAMINATIONS = "digest", ("doctor",)
 
 
 class StopTest(HttpsHostTest):
