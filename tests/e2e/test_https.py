@@ -299,6 +299,13 @@ class ContinuedDownloadTest(HttpsHostTest):
             self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
             self.assert_run(self.field)
 
+    def test_not_without_end(self):
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.write_bytes(bytes(self.SIZE))
+        self.assertLessEqual(self.receive(1, cuts=100).count(self.SIZE), 2)
+        self.assertIn("is not what was sent", self.enterprise.log)
+
     def test_not_where_nobody_tells_what_it_must_be(self):
         for note in self.server.packets.glob("*.uploads/*.digests"):
             note.unlink()
