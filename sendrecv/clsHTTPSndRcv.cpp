@@ -185,9 +185,8 @@ bool clsHTTPSndRcv::IZNClaims_ReleaseClaims(const std::wstring& Installation, IU
         const std::wstring remote = WithoutRoot(m_sRemoteReceiveFolder);
         if (remote.empty()) return shown.Fail(L"one or more of the Receive folders is not set");
         return WithServer(self, progress, [&](const DavServer& server) {
-            if (!Installation.empty()) return ::ReleaseClaims(server, remote, Installation, shown, progress);
-            ShowClaims(server, remote, progress);
-            return true;
+            return Installation.empty() ? ShowClaims(server, remote, shown, progress)
+                                        : ::ReleaseClaims(server, remote, Installation, shown, progress);
         });
     });
 }

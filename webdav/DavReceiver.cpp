@@ -306,7 +306,10 @@ private:
     void DeleteNotes(const std::vector<std::wstring>& waiting) const {
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
-        std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
+        bool isAllSeen = true;
+        std::set<std::wstring> packets =
+            ClaimedPackets(m_server, m_remote, [&](const std::wstring&) { isAllSeen = false; });
+        if (!isAllSeen) return;
         // Claims are given back, too, and what was gone may wait again.
         const std::vector<std::wstring> again = m_gone.empty() ? std::vector<std::wstring>() : WaitingAgain();
         packets.insert(again.begin(), again.end());

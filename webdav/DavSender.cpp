@@ -99,11 +99,11 @@ private:
     bool NothingWaits() const try {
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
-        if (!FilesBelow(m_server, m_remote, {}, refuse).empty() || !isAllSeen) return false;
+        if (!FilesBelow(m_server, m_remote, {}, refuse).empty()) return false;
         // Others may receive from a folder above.
         for (std::wstring folder = m_remote; !folder.empty(); folder = FolderAbove(folder))
-            if (!ClaimedPackets(m_server, folder).empty()) return false;
-        return true;
+            if (!ClaimedPackets(m_server, folder, refuse).empty()) return false;
+        return isAllSeen;
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error&) {

@@ -326,6 +326,13 @@ class ContinuedDownloadTest(HttpsHostTest):
 
 
 class LeftoversTest(HttpsHostTest):
+    def without(self, method, text):
+        """The URL of a way to the server that does not carry requests of a method whose path holds a text."""
+        spoiler = Spoiler(self, self.server)
+        spoiler.ask = lambda request, body, ask=spoiler.ask: (
+            (502, {}, b"") if request.command == method and text in request.path else ask(request, body))
+        return spoiler.url
+
     def test_notes_stay_while_somebody_needs_them(self):
         other = self.scratch / "other"
         shutil.copytree(self.root, other)
@@ -383,10 +390,17 @@ class LeftoversTest(HttpsHostTest):
         self.assertIn("GONE-1 holds packets: 2", self.assert_ends(0, "release", self.enterprise.settings).output)
         self.assert_ends(1, "release", self.enterprise.settings, "NOBODY")
         self.assertIn("No installation NOBODY holds packets on the server.", self.enterprise.log)
+        # A part of the claims that cannot be seen stays with its note.
+        self.use(self.without("PROPFIND", "GONE-1/SUB"))
         self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
         self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
         newer.unlink()
         self.ledger.pop()
+        self.assert_ends(1, "release", self.enterprise.settings, "GONE-1")
+        self.assertIn("answers 502 to PROPFIND to-enterprise.claims/GONE-1/SUB", self.enterprise.log)
+        self.assert_run(self.enterprise)
+        self.use(self.server.url)
+        self.assertEqual(len([*self.server.packets.glob("*.uploads/*.digests")]), 1)
         self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
         self.assert_run(self.enterprise)
         self.assert_delivered()
@@ -400,13 +414,36 @@ class LeftoversTest(HttpsHostTest):
             (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content))).url)
         self.assert_run(self.enterprise, 1)
         self.use(self.server.url)
+        older = set(self.server.packets.glob("*.uploads/*.digests"))
         self.put(self.field, "a.mdb")
         self.assert_run(self.field)
+        newer, = set(self.server.packets.glob("*.uploads/*.digests")) - older
         self.assertEqual(other.run().code, 0, other.log)
         claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
+        self.use(self.without("GET", newer.name))
         self.assert_ends(1, "release", self.enterprise.settings, claims.name)
-        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+        self.assertIn("The digests of the packets cannot be read from the server", self.enterprise.log)
+        self.use(self.server.url)
+        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertIn("is not known to be the latest", self.enterprise.log)
         self.assertEqual(len(files_below(claims)), 1)
+
+    def test_a_claim_is_released_though_an_older_version_never_took_its_name(self):
+        self.put(self.field, "a.mdb")
+        self.use(self.without("MOVE", ""))
+        self.assert_run(self.field, 1)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        self.use(self.server.url)
+        self.assert_run(self.field)
+        self.use(self.without("GET", ".claims"))
+        self.assert_run(self.enterprise, 1)
+        self.use(self.server.url)
+        claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
+        self.assert_ends(0, "release", self.enterprise.settings, claims.name)
+        self.assertTrue((self.to_enterprise / "a.mdb").exists())
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
     def test_what_cannot_be_seen_or_told_apart_keeps_nothing_else_back(self):
         self.put(self.field, "a.mdb", "b.mdb", "week.uploads", "CLOSED/c.mdb")
