@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kResolveTimeOut = 30'000;  // milliseconds, as the following
 constexpr int kConnectTimeOut = 30'000;
-constexpr int kSendTimeOut = 60'000;
+constexpr int kSendTimeOut = HttpRequest::kLongestWait;
 constexpr int kReceiveTimeOut = 120'000;
 
 // Names that the compiler's headers lack.
