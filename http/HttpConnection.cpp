@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kResolveTimeOut = 30'000;  // milliseconds, as the following
 constexpr int kConnectTimeOut = 30'000;
-constexpr int kSendTimeOut = 60'000;
+constexpr int kSendTimeOut = HttpRequest::kLongestWait;
 constexpr int kReceiveTimeOut = 120'000;
 
 // Names that the compiler's headers lack.
@@ -104,7 +104,7 @@ std::wstring HttpConnection::PathOf(std::string_view path) const { return m_fold
 std::wstring HttpConnection::UrlOf(std::string_view path) const { return m_origin + PathOf(path); }
 
 HttpRequest HttpConnection::Open(const wchar_t* method, std::string_view path) const {
-    Greet();
+    Greet(path);
     return Open(method, path, HttpLogin::When::AtOnce);
 }
 
@@ -132,11 +132,27 @@ void HttpConnection::Secure(HttpRequest& request) const {
         request.SetOption(WINHTTP_OPTION_ENABLE_FEATURE, WINHTTP_ENABLE_SSL_REVOCATION);
 }
 
+HttpAnswer HttpConnection::Ask(const wchar_t* method, std::string_view path, const Send& send) const {
+    std::optional<HttpAnswer> refusal = Greet(path);
+    return refusal ? *std::move(refusal) : Ask(method, path, send, HttpLogin::When::AtOnce);
+}
+
+HttpAnswer HttpConnection::Ask(const wchar_t* method, std::string_view path, const Send& send,
+                               HttpLogin::When when) const try {
+    HttpRequest request = Open(method, path, when);
+    const DWORD status = Exchange(request, send);
+    return {std::move(request), status};
+} catch (const HttpError& error) {
+    // Nothing has been sent yet.
+    if (SparesRevocation(error)) return Ask(method, path, send, when);
+    throw;
+}
+
 bool HttpConnection::SparesRevocation(const HttpError& failure) const {
     return failure.IsOfRevocation() && std::exchange(m_state->asksForRevocation, false);
 }
 
-DWORD HttpConnection::Exchange(HttpRequest& request, const std::function<void(HttpRequest&)>& send) const {
+DWORD HttpConnection::Exchange(HttpRequest& request, const Send& send) const {
     // A proxy and a server may ask, and the system may want to send a request again for each of their
     // questions.
     constexpr int kMostRounds = 10;
@@ -150,16 +166,14 @@ DWORD HttpConnection::Exchange(HttpRequest& request, const std::function<void(Ht
     }
 }
 
-HttpRefusal HttpConnection::Greet() const {
+std::optional<HttpAnswer> HttpConnection::Greet(std::string_view path) const {
     const bool isNeeded = m_pins || m_login->IsAsked();
     const bool isFresh = m_state->answered != 0 && GetTickCount64() - m_state->answered < kFresh;
-    if (!isNeeded || isFresh) return {};
-    HttpRequest request = Open(L"HEAD", {}, HttpLogin::When::Asked);
-    const DWORD status = Exchange(request, &HttpRequest::Send);
-    const bool isRefused = status == HTTP_STATUS_DENIED || status == HTTP_STATUS_PROXY_AUTH_REQ;
-    HttpRefusal refusal{isRefused ? status : 0, status == HTTP_STATUS_DENIED ? LoginMismatch(request) : L""};
-    request.Drain();
-    return refusal;
+    if (!isNeeded || isFresh) return std::nullopt;
+    HttpAnswer answer = Ask(L"HEAD", path, &HttpRequest::Send, HttpLogin::When::Asked);
+    if (answer.status == HTTP_STATUS_DENIED || answer.status == HTTP_STATUS_PROXY_AUTH_REQ) return answer;
+    answer.request.Drain();
+    return std::nullopt;
 }
 
 void HttpConnection::Fail(base::Where where) const { throw HttpError(GetLastError(), m_server, 0, where); }

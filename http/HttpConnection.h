@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,10 +14,10 @@
 #include "http/HttpRequest.h"
 #include "http/HttpSite.h"
 
-/// How a login was refused.
-struct HttpRefusal {
-    DWORD status = 0;          ///< 0 when it was not
-    std::wstring reason = {};  ///< in words; empty where nothing but the status is known
+/// A request that was sent, and the status that came.
+struct HttpAnswer {
+    HttpRequest request;
+    DWORD status = 0;
 };
 
 /// Encrypted by TLS 1.2 or later, with a certificate that the system trusts, and a key that is pinned where
@@ -28,20 +29,17 @@ public:
     /// computer. goOn: asked while a request waits.
     HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn);
 
-    /// path: percent-encoded, below that of the site; empty for the site itself. Greets first.
+    using Send = std::function<void(HttpRequest&)>;
+
+    /// A request that its caller sends, once. path: percent-encoded, below that of the site; empty for the
+    /// site itself. Greets first.
     HttpRequest Open(const wchar_t* method, std::string_view path) const;
-    /// Sends a request, and again as the login asks for it, and returns the status of the answer. send: sends
-    /// it.
-    DWORD Exchange(HttpRequest& request, const std::function<void(HttpRequest&)>& send) const;
-    /// Has a request without a body begin the login, and look at the server's key, where that was not done a
-    /// moment ago.
-    HttpRefusal Greet() const;
+    /// Greets, opens a request, and has it sent, and again as the login asks for it. Where the login is
+    /// refused already when it is begun, that is the answer. send: sends it, after the headers of its own.
+    HttpAnswer Ask(const wchar_t* method, std::string_view path, const Send& send) const;
     /// What the server takes instead of the kind of login that it has refused, in words; empty when it takes
     /// it.
     std::wstring LoginMismatch(const HttpRequest& request) const { return m_login->Mismatch(request); }
-    /// After a failure: whether the next attempt will not ask whether the certificate was revoked, for nobody
-    /// answers that.
-    bool SparesRevocation(const HttpError& failure) const;
 
     /// The absolute form of such a path, as another request names it.
     std::wstring UrlOf(std::string_view path) const;
@@ -58,6 +56,16 @@ private:
     void OpenSession(const std::wstring& proxy);
     void SetLimits() const;
     HttpRequest Open(const wchar_t* method, std::string_view path, HttpLogin::When when) const;
+    HttpAnswer Ask(const wchar_t* method, std::string_view path, const Send& send,
+                   HttpLogin::When when) const;
+    DWORD Exchange(HttpRequest& request, const Send& send) const;
+    /// Has a request without a body begin the login, and look at the server's key, where that was not done a
+    /// moment ago. path: of the request that follows; an account may reach no other one. The answer where the
+    /// login is refused.
+    std::optional<HttpAnswer> Greet(std::string_view path) const;
+    /// After a failure: whether the next attempt will not ask whether the certificate was revoked, for nobody
+    /// answers that.
+    bool SparesRevocation(const HttpError& failure) const;
     void Secure(HttpRequest& request) const;
     std::wstring PathOf(std::string_view path) const;
     [[noreturn]] void Fail(base::Where where = base::Where::current()) const;

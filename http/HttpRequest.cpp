@@ -17,12 +17,14 @@
 namespace {
 
 constexpr DWORD kSlice = 100;  // milliseconds
-// The limits of the system come before it, except where Wine does not know them.
-constexpr ULONGLONG kLongestWait = 150'000;  // milliseconds
 // A server that sends less than this in that time holds the line, and nothing else.
 constexpr ULONGLONG kRateWindow = 60'000;  // milliseconds
 constexpr std::uint64_t kLeastBytes = 6'000;
-constexpr std::uint64_t kLargestBuffer = 256 << 10;
+// Each must be through within the longest wait: slower lines would never bring a packet over.
+constexpr std::uint64_t kLargestPiece = 64 << 10;
+// Of what comes fast. Wine, too, fills all of a buffer before it hands it over.
+constexpr std::uint64_t kLargestRead = 256 << 10;
+constexpr ULONGLONG kFast = 1000;  // milliseconds
 // Of an answer that does not tell its length.
 constexpr std::uint64_t kUsualBuffer = 16 << 10;
 
@@ -228,20 +230,9 @@ void HttpRequest::SendBody(std::size_t bytes) {
     FinishWrite();
 }
 
-/// A server may ask for a certificate and do without it: what is told that there is none goes on.
 void HttpRequest::SendWith(std::size_t bodyBytes) {
-    const DWORD error = SendOnce(bodyBytes);
-    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
-        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
-        if (SendOnce(bodyBytes) == ERROR_SUCCESS) return;
-    }
-    if (error != ERROR_SUCCESS) Fail(error);
-}
-
-DWORD HttpRequest::SendOnce(std::size_t bodyBytes) {
     BeginSend(bodyBytes);
-    m_isSending = false;
-    return Outcome();
+    AwaitSent(bodyBytes);
 }
 
 void HttpRequest::Begin() { BeginSend(0); }
@@ -257,8 +248,17 @@ void HttpRequest::BeginSend(std::size_t bodyBytes) {
     m_isSending = true;
 }
 
-void HttpRequest::AwaitSent() {
-    if (std::exchange(m_isSending, false)) Await();
+/// A server may ask for a certificate and do without it: what is told that there is none goes on.
+void HttpRequest::AwaitSent(std::size_t bodyBytes) {
+    if (!std::exchange(m_isSending, false)) return;
+    const DWORD error = Outcome();
+    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
+        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
+        BeginSend(bodyBytes);
+        m_isSending = false;
+        if (Outcome() == ERROR_SUCCESS) return;
+    }
+    if (error != ERROR_SUCCESS) Fail(error);
 }
 
 /// The length is told in a header: the parameter for it ends at 4 GB.
@@ -268,8 +268,11 @@ void HttpRequest::SendHead(std::uint64_t bodySize) {
 }
 
 std::span<std::uint8_t> HttpRequest::Buffer(std::uint64_t wanted) {
+    return BufferOf(static_cast<std::size_t>(std::min(wanted, kLargestPiece)));
+}
+
+std::span<std::uint8_t> HttpRequest::BufferOf(std::size_t size) {
     std::vector<std::uint8_t>& buffer = m_signal->buffers[m_signal->current];
-    const auto size = static_cast<std::size_t>(std::min(wanted, kLargestBuffer));
     if (buffer.size() < size) buffer.resize(size);
     return std::span(buffer).first(size);
 }
@@ -287,7 +290,7 @@ void HttpRequest::FinishWrite() {
 }
 
 DWORD HttpRequest::Receive() {
-    AwaitSent();
+    AwaitSent(0);
     const DWORD error = WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome() : GetLastError();
     if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
     if (error != ERROR_SUCCESS) Fail(error);
@@ -389,9 +392,11 @@ base::Bytes HttpRequest::Read() {
 
 base::Bytes HttpRequest::ReadPart() {
     if (!m_isReading) BeginRead();
+    const ULONGLONG start = Now();
     Await();
     m_isReading = false;
-    const base::Bytes bytes = Buffer(m_signal->Bytes());
+    m_comesFast = Now() - start < kFast;
+    const base::Bytes bytes = BufferOf(m_signal->Bytes());
     if (bytes.empty()) return bytes;
     CheckRate();
     m_bodyRead += bytes.size();
@@ -400,8 +405,10 @@ base::Bytes HttpRequest::ReadPart() {
 }
 
 void HttpRequest::BeginRead() {
+    const std::uint64_t expected =
+        m_bodySize && *m_bodySize > m_bodyRead ? *m_bodySize - m_bodyRead : kUsualBuffer;
     const std::span<std::uint8_t> buffer =
-        Buffer(m_bodySize && *m_bodySize > m_bodyRead ? *m_bodySize - m_bodyRead : kUsualBuffer);
+        BufferOf(static_cast<std::size_t>(std::min(expected, m_comesFast ? kLargestRead : kLargestPiece)));
     if (!WinHttpReadData(m_handle.Get(), buffer.data(), static_cast<DWORD>(buffer.size()), nullptr))
         Fail(GetLastError());
     m_isReading = true;

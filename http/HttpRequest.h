@@ -30,6 +30,10 @@ using WinHttpHandle = base::UniqueHandle<WinHttpHandleTraits>;
 /// a server drips or does not send at all.
 class HttpRequest {
 public:
+    /// For any step of a request, in milliseconds. Other limits of the system come before it, except where
+    /// Wine does not know them.
+    static constexpr int kLongestWait = 150'000;
+
     /// Asked now and then while the request waits; after False it is cancelled.
     using GoOn = std::function<bool()>;
 
@@ -98,15 +102,15 @@ private:
     DWORD Outcome();
     void Await();
     void SendWith(std::size_t bodyBytes);
-    DWORD SendOnce(std::size_t bodyBytes);
     void BeginSend(std::size_t bodyBytes);
+    std::span<std::uint8_t> BufferOf(std::size_t size);
     base::Bytes ReadPart();
     void BeginRead();
     /// Its messages are processed, and it is asked whether to go on.
     void AttendToHost();
     /// Milliseconds, without those that the host took, as for a dialog: the server does not answer for them.
     ULONGLONG Now() const { return GetTickCount64() - m_hostsTime; }
-    void AwaitSent();
+    void AwaitSent(std::size_t bodyBytes);
     void CheckRate();
     std::optional<std::uint64_t> LengthTold() const;
     [[noreturn]] void Fail(DWORD error) const;
@@ -117,6 +121,7 @@ private:
     WinHttpHandle m_handle;
     bool m_isSending = false;
     bool m_isReading = false;
+    bool m_comesFast = false;      ///< the answer
     std::size_t m_writing = 0;     ///< bytes
     std::uint64_t m_bodyRead = 0;  ///< bytes of the answer
     std::optional<std::uint64_t> m_bodySize;

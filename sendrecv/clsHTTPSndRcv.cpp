@@ -107,9 +107,11 @@ STDMETHODIMP clsHTTPSndRcv::Connect(VARIANT_BOOL* Success) {
         const HostProgress progress(nullptr);
         return self.Guard(false, [&] {
             ReadMissingSettings();
+            const std::wstring folder =
+                WithoutRoot(m_sRemoteSendFolder.empty() ? m_sRemoteReceiveFolder : m_sRemoteSendFolder);
             return WithServer(self, progress, [&](const DavServer& server) {
-                return server.Exists(L"") || self.Fail(L"The server " + server.Name() +
-                                                       L" has no folder at that address: " + m_site.url);
+                return server.IsThere(folder) || self.Fail(L"The server " + server.Name() +
+                                                           L" has no folder at that address: " + m_site.url);
             });
         });
     });
@@ -183,9 +185,8 @@ bool clsHTTPSndRcv::IZNClaims_ReleaseClaims(const std::wstring& Installation, IU
         const std::wstring remote = WithoutRoot(m_sRemoteReceiveFolder);
         if (remote.empty()) return shown.Fail(L"one or more of the Receive folders is not set");
         return WithServer(self, progress, [&](const DavServer& server) {
-            if (!Installation.empty()) return ::ReleaseClaims(server, remote, Installation, shown, progress);
-            ShowClaims(server, remote, progress);
-            return true;
+            return Installation.empty() ? ShowClaims(server, remote, shown, progress)
+                                        : ::ReleaseClaims(server, remote, Installation, shown, progress);
         });
     });
 }

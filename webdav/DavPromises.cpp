@@ -141,8 +141,8 @@ private:
     // ---------------------------------------------------------------------------------
 
     DavFinding Connection() {
-        if (const std::wstring target = Look(L"").target; !target.empty()) return LeadsTo(target);
-        if (!m_server.Exists(L""))
+        if (const std::wstring target = Look(m_send + L"/").target; !target.empty()) return LeadsTo(target);
+        if (!m_server.IsThere(m_send))
             return Broken(L"The server " + m_server.Name() + L" has no folder at that address.");
         return Kept(L"The server " + m_server.Name() + L" is reached, and takes the login.");
     }
@@ -155,7 +155,7 @@ private:
 
     DavFinding Clock() {
         constexpr std::chrono::minutes kNear{2};
-        const auto date = Look(L"").date;
+        const auto date = Look(m_send + L"/").date;
         if (!date) return Noted(L"The server does not tell its time.");
         const auto difference = *date - base::Now();
         if (difference <= kNear && difference >= -kNear) return Kept(L"The server's clock goes as this one.");
@@ -193,9 +193,12 @@ private:
 
     /// How the server answers to a path as it is.
     Sight Look(const std::wstring& path) const {
-        HttpRequest request = m_connection.Open(L"PROPFIND", UrlPath::EncodePath(path));
-        request.AddHeader(L"Depth: 0");
-        const bool leads = m_connection.Exchange(request, &HttpRequest::Send) / 100 == 3;
+        const auto [request, status] =
+            m_connection.Ask(L"PROPFIND", UrlPath::EncodePath(path), [](HttpRequest& propfind) {
+                propfind.AddHeader(L"Depth: 0");
+                propfind.Send();
+            });
+        const bool leads = status / 100 == 3;
         return {leads ? request.Header(L"Location").value_or(L"nowhere") : L"", request.Date(),
                 request.Header(L"Content-Encoding").has_value()};
     }
@@ -228,9 +231,10 @@ private:
     /// packet meanwhile.
     DavFinding LetsPass(const std::wstring& from, const std::wstring& to) {
         const std::wstring target = JoinRemote(to, m_name) + L"/";
-        m_server.ProvideFolder(JoinRemote(from, m_name));
+        FolderProvider folders(m_server);
+        folders.Provide(JoinRemote(from, m_name));
         const DavReply moved = m_server.Move(JoinRemote(from, m_name) + L"/", target, Other::Stays);
-        if (!moved.Succeeded()) m_server.ProvideFolder(JoinRemote(to, m_name));
+        if (!moved.Succeeded()) folders.Provide(JoinRemote(to, m_name));
         const DavReply deleted = m_server.Delete(target);
         if (!deleted.Succeeded()) return Broken(deleted.failure);
         if (moved.Succeeded()) return Kept(L"What lies in " + from + L" may be moved to " + to + L".");
@@ -316,9 +320,11 @@ private:
     }
 
     bool Moves(const std::wstring& destination) const {
-        HttpRequest request = m_connection.Open(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")));
-        DavServer::AddDestination(request, destination, Other::Stays);
-        return m_connection.Exchange(request, &HttpRequest::Send) / 100 == 2;
+        const auto send = [&](HttpRequest& request) {
+            DavServer::AddDestination(request, destination, Other::Stays);
+            request.Send();
+        };
+        return m_connection.Ask(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")), send).status / 100 == 2;
     }
 
     DavFinding Replacement() {

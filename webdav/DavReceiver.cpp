@@ -219,7 +219,10 @@ private:
         throw;
     }
 
-    bool Fetch(const std::wstring& packet, IncomingPacket& incoming) {
+    enum class Attempts { Two, One };
+
+    /// Where it came in parts, one of them may be wrong: then all of it comes once more.
+    bool Fetch(const std::wstring& packet, IncomingPacket& incoming, Attempts attempts = Attempts::Two) {
         // Without a digest nobody could tell what became of a part meanwhile.
         if (!m_notes.Tell(packet)) incoming.GoOnAt(0);
         bool isContinued = incoming.Size() > 0;
@@ -228,13 +231,13 @@ private:
             return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
         const std::wstring sha256 = incoming.Finish();
         const PacketDigest* const digest = DigestOf(packet, incoming.Size(), sha256);
-        if (!digest && isContinued) {
-            incoming.GoOnAt(0);
-            return Fetch(packet, incoming);
-        }
         if (!digest && !m_notes.AreAllRead())
             return Stays(L"The digests of the packets cannot be read from the server. File " + packet +
                          L" waits for the next transfer.");
+        if (!digest && isContinued && attempts == Attempts::Two) {
+            incoming.GoOnAt(0);
+            return Fetch(packet, incoming, Attempts::One);
+        }
         if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
         if (digest) incoming.SetModificationTime(digest->lastWrite);
         incoming.TakePlace();
@@ -303,7 +306,10 @@ private:
     void DeleteNotes(const std::vector<std::wstring>& waiting) const {
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
-        std::set<std::wstring> packets = ClaimedPackets(m_server, m_remote);
+        bool isAllSeen = true;
+        std::set<std::wstring> packets =
+            ClaimedPackets(m_server, m_remote, [&](const std::wstring&) { isAllSeen = false; });
+        if (!isAllSeen) return;
         // Claims are given back, too, and what was gone may wait again.
         const std::vector<std::wstring> again = m_gone.empty() ? std::vector<std::wstring>() : WaitingAgain();
         packets.insert(again.begin(), again.end());

@@ -69,11 +69,11 @@ public:
         m_folders.Provide(m_uploads);
         CleanUp();
         for (const base::TreeFile& file : files) {
-            if (!ShowNext(m_progress, file.name, m_position++)) break;
-            if (!Send(file)) return Publish() && false;
+            if (!ShowNext(m_progress, file.name, m_position++) || !Send(file)) break;
             if (m_batch.size() == kMostFiles || m_bytes >= kMostBytes) Publish();
         }
-        return Publish() && m_isComplete;
+        Publish();
+        return !m_isUnavailable;
     }
 
 private:
@@ -99,11 +99,11 @@ private:
     bool NothingWaits() const try {
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
-        if (!FilesBelow(m_server, m_remote, {}, refuse).empty() || !isAllSeen) return false;
+        if (!FilesBelow(m_server, m_remote, {}, refuse).empty()) return false;
         // Others may receive from a folder above.
         for (std::wstring folder = m_remote; !folder.empty(); folder = FolderAbove(folder))
-            if (!ClaimedPackets(m_server, folder).empty()) return false;
-        return true;
+            if (!ClaimedPackets(m_server, folder, refuse).empty()) return false;
+        return isAllSeen;
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error&) {
@@ -113,14 +113,14 @@ private:
     /// False where the server takes nothing more.
     bool Send(const base::TreeFile& file) {
         if (LiesInFolderOfTransport(file)) {
-            Stays(L"The folder " + file.subFolder +
-                  L" has a name that on a WebDAV server only the transport uses. Rename it.");
+            m_self.Fail(L"The folder " + file.subFolder +
+                        L" has a name that on a WebDAV server only the transport uses. Rename it.");
             return true;
         }
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
             m_batch.pop_back();
-            Stays(L"File " + file.name + L" is in use. It stays here for the next transfer.");
+            m_self.Fail(L"File " + file.name + L" is in use. It stays here for the next transfer.");
             return true;
         }
         DavReply reply;
@@ -130,23 +130,25 @@ private:
             return true;
         });
         if (!isRead) {
-            m_isComplete = false;
             m_batch.pop_back();
             return true;
         }
         m_bytes += upload.digest.size;
-        if (reply.Succeeded()) return true;
+        if (reply.Succeeded()) {
+            m_refused = 0;
+            return true;
+        }
         std::wstring reason =
             Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure);
         if (!reply.IsAnswered() && upload.digest.size >= kLarge)
             reason = Lines(reason,
                            L"If that happens with each packet of its size, it is too large for the server: "
                            L"raise the server's limit for the body of a request.");
-        Stays(reason);
+        m_self.Fail(reason);
         // A part takes room, which may be what is missing; and some servers cannot list it.
         const DavReply removal = m_server.Delete(UploadPath(upload));
         m_batch.pop_back();
-        return IsOfThisFile(reply, removal);
+        return MayTakeOthers(reply, removal);
     }
 
     /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
@@ -164,18 +166,35 @@ private:
         Describe(upload);
         if (const auto refusal = RefusalOf(upload)) return *refusal;
         Sha256 sum;
-        const auto watch = [&](base::Bytes bytes) { sum.Add(bytes); };
-        DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
+        std::uint64_t seen = 0;
+        const auto watch = [&](base::Bytes bytes) {
+            sum.Add(bytes);
+            seen += bytes.size();
+        };
+        const DavReply reply = m_server.Put(UploadPath(upload), upload.block.Held(), watch);
         upload.digest.sha256 = sum.Finish();
+        const bool isSeen = seen == upload.digest.size;
+        return isSeen ? Cleared(reply, UploadPath(upload), upload.digest.size) : reply;
+    }
+
+    /// Where the answer to an upload got lost, what is there tells what became of it.
+    DavReply Cleared(const DavReply& reply, const std::wstring& path, std::uint64_t size) const try {
+        const std::optional<DavEntry> entry = reply.IsUnclear() ? m_server.Look(path) : std::nullopt;
+        return entry && entry->size == size ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
+    } catch (const HttpError&) {
+        throw;  // somebody wants an end
+    } catch (const base::Error&) {
         return reply;
     }
 
-    /// Whether another file may fare better. Where a body is refused before it was sent, the answer may get
-    /// lost.
-    bool IsOfThisFile(const DavReply& reply, const DavReply& next) {
-        constexpr int kMostUnanswered = 3;
-        if (reply.IsAnswered()) return reply.IsTooLarge();
-        return next.IsAnswered() && ++m_unanswered < kMostUnanswered;
+    /// Whether another file may fare better than one that was refused: by itself, or by all that stands
+    /// before the server. removal: the reply to the request after it; where a body is refused before it was
+    /// sent, the answer may get lost.
+    bool MayTakeOthers(const DavReply& reply, const DavReply& removal) {
+        constexpr int kMostRefused = 3;  // in a row
+        if (reply.IsTooLarge()) return true;
+        m_isUnavailable = reply.IsUnavailable() || !removal.IsAnswered();
+        return !m_isUnavailable && !reply.IsOutOfSpace() && ++m_refused < kMostRefused;
     }
 
     static bool LiesInFolderOfTransport(const base::TreeFile& file) {
@@ -203,16 +222,15 @@ private:
         return JoinRemote(m_uploads, upload.digest.upload);
     }
 
-    /// Lets what was uploaded take its names. False when something stays.
-    bool Publish() {
-        if (m_batch.empty()) return m_isComplete;
+    /// Lets what was uploaded take its names.
+    void Publish() {
+        if (m_batch.empty()) return;
         const std::deque<Upload> batch = std::exchange(m_batch, {});
         m_bytes = 0;
         std::vector<const Upload*> whole = WholeOnes(batch);
         if (!whole.empty() && PutNote(whole))
             for (const Upload* upload : whole)
-                Try(m_self, [&] { return TakeName(*upload); }) || (m_isComplete = false);
-        return m_isComplete;
+                Try(m_self, [&] { return TakeName(*upload); });
     }
 
     /// Of the batch those that the server tells to be there in full.
@@ -228,10 +246,9 @@ private:
             if (isWhole)
                 whole.push_back(&upload);
             else
-                Stays(L"The server " + m_server.Name() + L" took file " + upload.file.name +
-                      L", but does not "
-                      L"list all of its " +
-                      std::to_wstring(upload.digest.size) + L" bytes. It stays here for the next transfer.");
+                m_self.Fail(L"The server " + m_server.Name() + L" took file " + upload.file.name +
+                            L", but does not list all of its " + std::to_wstring(upload.digest.size) +
+                            L" bytes. It stays here for the next transfer.");
         }
         return whole;
     }
@@ -242,10 +259,10 @@ private:
         std::ranges::transform(uploads, std::back_inserter(digests), &Upload::digest);
         const std::string note = TextOf(digests);
         const std::wstring name = Sha256Of(base::BytesOf(note)) + std::wstring(kNoteEnding);
-        const DavReply reply = m_server.Put(JoinRemote(m_uploads, name), note);
-        if (!reply.Succeeded())
-            Stays(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
-        return reply.Succeeded();
+        const std::wstring path = JoinRemote(m_uploads, name);
+        const DavReply reply = Cleared(m_server.Put(path, note), path, note.size());
+        return reply.Succeeded() ||
+               m_self.Fail(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
     }
 
     bool TakeName(const Upload& upload) {
@@ -261,11 +278,14 @@ private:
 
     /// Over nothing, or else over an older version: who replaces a folder loses all that waits in it.
     DavReply MoveTo(const std::wstring& target, const Upload& upload) const {
-        DavReply reply = m_server.Move(UploadPath(upload), target, DavServer::Other::Stays);
-        if (reply.Succeeded() || !m_server.Exists(UploadPath(upload))) return reply;
+        using Other = DavServer::Other;
+        const std::wstring source = UploadPath(upload);
+        DavReply reply = m_server.Move(source, target, Other::Stays);
+        if (reply.Succeeded() || !m_server.Exists(source)) return reply;
         const std::optional<DavEntry> other = m_server.Look(target);
-        if (!other) return reply;
-        if (!other->isFolder) return m_server.Move(UploadPath(upload), target, DavServer::Other::IsReplaced);
+        // A receiver can have claimed meanwhile what was there.
+        if (!other) return reply.IsTaken() ? m_server.Move(source, target, Other::Stays) : reply;
+        if (!other->isFolder) return m_server.Move(source, target, Other::IsReplaced);
         reply.failure = L"On the server a folder has the name of file " + upload.file.name +
                         L". Rename the file, or remove the folder there when it is empty.";
         return reply;
@@ -275,15 +295,7 @@ private:
     /// the content alone tells. Where the packet is not under its name, the other side may have taken it
     /// already; or it may not: it travels again.
     bool HasTakenName(const Upload& upload, const std::wstring& target) const {
-        if (m_server.Exists(UploadPath(upload))) return false;
-        Sha256 sum;
-        const DavReply reply = m_server.Get(target, [&](base::Bytes bytes) { sum.Add(bytes); });
-        return reply.Succeeded() && sum.Finish() == upload.digest.sha256;
-    }
-
-    void Stays(const std::wstring& report) {
-        m_isComplete = false;
-        m_self.Fail(report);
+        return !m_server.Exists(UploadPath(upload)) && Sha256At(m_server, target) == upload.digest.sha256;
     }
 
     const DavServer& m_server;
@@ -298,8 +310,8 @@ private:
     std::uint64_t m_bytes = 0;             ///< of it
     std::uint64_t m_largest = kVeryLarge;  ///< that needs no question
     LONG m_position = 0;
-    int m_unanswered = 0;  ///< uploads
-    bool m_isComplete = true;
+    int m_refused = 0;             ///< uploads, since one was taken
+    bool m_isUnavailable = false;  ///< the server, whatever it is asked for
 };
 
 bool DavSender::MoveFiles(const std::wstring& local, const std::wstring& remote) const {

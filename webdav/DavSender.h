@@ -13,7 +13,8 @@ public:
     DavSender(const DavServer& server, const HostProgress& progress)
         : m_server(server), m_progress(progress) {}
 
-    /// remote: is created unless there is nothing to send. False when something stays, which is reported.
+    /// remote: is created unless there is nothing to send. What stays is reported. False where the server
+    /// should not be asked for anything else now, as when it wants another login or does not answer.
     /// Throws what keeps the whole transfer from going on, and an HttpError when somebody wants an end.
     bool MoveFiles(const std::wstring& local, const std::wstring& remote) const;
 

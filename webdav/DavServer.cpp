@@ -182,6 +182,9 @@ std::wstring LastName(const std::wstring& path) {
     return trimmed.substr(trimmed.rfind(L'/') + 1);
 }
 
+/// Some servers lead a path without "/" at its end to the one with it.
+std::wstring FolderPath(const std::wstring& folder) { return folder.empty() ? folder : folder + L"/"; }
+
 }  // namespace
 
 std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std::wstring& path,
@@ -193,10 +196,7 @@ std::wstring DavServer::Explained(DWORD status, const wchar_t* method, const std
 
 DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const Use& send,
                         const Use& use) const try {
-    if (const HttpRefusal refusal = m_connection.Greet(); refusal.status != 0)
-        return {refusal.status, Explained(refusal.status, method, path, refusal.reason)};
-    HttpRequest request = m_connection.Open(method, UrlPath::EncodePath(path));
-    const DWORD status = m_connection.Exchange(request, send);
+    auto [request, status] = m_connection.Ask(method, UrlPath::EncodePath(path), send);
     const bool succeeded = IsSuccess(status, method);
     if (succeeded && use) use(request);
     const std::wstring mismatch =
@@ -206,8 +206,6 @@ DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const U
     return {status, Explained(status, method, path, mismatch)};
 } catch (const HttpError& error) {
     if (error.IsCancelled()) throw;
-    // Nothing has been sent yet.
-    if (m_connection.SparesRevocation(error)) return Ask(method, path, send, use);
     return {0, error.failure().description};
 }
 
@@ -227,8 +225,7 @@ DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const U
 std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder) const {
     std::vector<DavEntry> entries;
     const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
-    // Some servers lead a path without it to the one with it.
-    const DavReply reply = Find(folder.empty() ? folder : folder + L"/", L"1", read);
+    const DavReply reply = Find(FolderPath(folder), L"1", read);
     if (reply.IsMissing()) return std::nullopt;
     if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
     return entries;
@@ -253,12 +250,22 @@ bool DavServer::HasFile(const std::wstring& path) const {
     return entry && !entry->isFolder;
 }
 
-void DavServer::ProvideFolder(const std::wstring& folder) const {
-    const DavReply reply = Ask(L"MKCOL", folder + L"/", &SendNothing);
-    constexpr DWORD kCreated = 201;
+/// Above its own folders an account may see nothing.
+bool DavServer::IsThere(const std::wstring& folder) const {
+    const DavReply reply = Find(FolderPath(folder), L"0", {});
+    if (!reply.Succeeded() && !reply.MayLackFolder()) throw base::Error(E_FAIL, reply.failure);
+    if (reply.Succeeded() || folder.empty()) return reply.Succeeded();
+    const DavReply site = Find({}, L"0", {});
+    if (!site.IsAnswered()) throw base::Error(E_FAIL, site.failure);
+    return !site.MayLackFolder();
+}
+
+DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
+    const DavReply reply = Ask(L"MKCOL", FolderPath(folder), &SendNothing);
     constexpr DWORD kIsThere = 405;
-    if (reply.status == kCreated || reply.status == kIsThere) return;
-    if (!Exists(folder)) throw base::Error(E_FAIL, reply.failure);
+    const bool isThere =
+        reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere || Exists(FolderPath(folder));
+    return isThere ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
 }
 
 DavReply DavServer::Put(const std::wstring& path, const base::File& file,

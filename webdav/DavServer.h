@@ -16,11 +16,22 @@ struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done
     std::wstring failure;  ///< in words that tell the way out; empty after a success
 
+    /// Something else has the name.
+    bool IsTaken() const noexcept { return status == 412; }
     /// The body of the request is longer than the server takes.
     bool IsTooLarge() const noexcept { return status == 413; }
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
+    /// Nor is the folder that it would be in, for all that the server tells.
+    bool MayLackFolder() const noexcept { return status == 404 || status == 409; }
     bool IsAnswered() const noexcept { return status != 0; }
+    /// Nobody knows what was done: no answer came, or one of a proxy that got none.
+    bool IsUnclear() const noexcept { return status == 0 || status == 502 || status == 504; }
+    /// To any request the server, or what stands before it, would say the same now.
+    bool IsUnavailable() const noexcept {
+        return status == 401 || status == 407 || status == 429 || status == 503;
+    }
+    bool IsOutOfSpace() const noexcept { return status == 507; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
 };
 
@@ -37,8 +48,11 @@ public:
     std::optional<DavEntry> Look(const std::wstring& path) const;
     bool Exists(const std::wstring& path) const { return Answers(path, {}); }
     bool HasFile(const std::wstring& path) const;
-    /// Creates a folder where it is missing; the one above it is there. Throws unless it is there then.
-    void ProvideFolder(const std::wstring& folder) const;
+    /// Whether the site is there, by a folder that the account reaches, and that need not be there yet.
+    /// Throws where the server does not tell.
+    bool IsThere(const std::wstring& folder) const;
+    /// Creates a folder where it is missing. A success means that it is there then.
+    DavReply ProvideFolder(const std::wstring& folder) const;
 
     /// What is sent passes through watch.
     DavReply Put(const std::wstring& path, const base::File& file,

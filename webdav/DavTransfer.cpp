@@ -6,6 +6,7 @@
 
 #include "base/Path.h"
 #include "base/Text.h"
+#include "cipher/Sha256.h"
 #include "com/MessagePump.h"
 
 namespace {
@@ -66,10 +67,21 @@ std::wstring LocalPath(std::wstring remotePath) {
     return remotePath;
 }
 
+std::optional<std::wstring> Sha256At(const DavServer& server, const std::wstring& path) {
+    Sha256 sum;
+    const DavReply reply = server.Get(path, [&](base::Bytes bytes) { sum.Add(bytes); });
+    return reply.Succeeded() ? std::optional(sum.Finish()) : std::nullopt;
+}
+
 void FolderProvider::Provide(const std::wstring& folder) {
     if (folder.empty() || m_provided.contains(folder)) return;
-    Provide(FolderAbove(folder));
-    m_server.ProvideFolder(folder);
+    DavReply reply = m_server.ProvideFolder(folder);
+    // Not first: an account may reach no more than folders of its own.
+    if (reply.MayLackFolder()) {
+        Provide(FolderAbove(folder));
+        reply = m_server.ProvideFolder(folder);
+    }
+    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
     m_provided.insert(folder);
 }
 

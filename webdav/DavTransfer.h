@@ -40,6 +40,9 @@ std::wstring FolderAbove(const std::wstring& path);
 std::wstring RemotePath(std::wstring localPath);
 std::wstring LocalPath(std::wstring remotePath);
 
+/// The SHA-256 of a file there; nothing where it does not come in full.
+std::optional<std::wstring> Sha256At(const DavServer& server, const std::wstring& path);
+
 /// Creates folders on the server where they are missing, and asks for each of them once.
 class FolderProvider {
 public:

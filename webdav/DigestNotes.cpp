@@ -91,6 +91,16 @@ std::size_t DigestNotes::VersionsOf(const std::wstring& packet) const {
     return contents.size();
 }
 
+bool DigestNotes::IsLatest(const std::wstring& packet, const std::wstring& sha256) const {
+    const auto [first, last] = m_packets.equal_range(base::Upper(packet));
+    const auto latest = std::max_element(first, last, [](const auto& one, const auto& other) {
+        return one.second.lastWrite < other.second.lastWrite;
+    });
+    return std::all_of(first, last, [&](const auto& told) {
+        return told.second.lastWrite < latest->second.lastWrite || told.second.sha256 == sha256;
+    });
+}
+
 bool DigestNotes::Tell(const std::wstring& packet) const { return m_packets.contains(base::Upper(packet)); }
 
 bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& upperPackets) const {

@@ -32,6 +32,8 @@ public:
     bool AreAllRead() const { return m_unread.empty(); }
     /// How many contents of a packet they tell of.
     std::size_t VersionsOf(const std::wstring& packet) const;
+    /// Whether a packet's latest version has this content, and no other one is as late.
+    bool IsLatest(const std::wstring& packet, const std::wstring& sha256) const;
     /// Whether there may be any to delete.
     bool AreThere() const { return !m_first.empty(); }
     /// Deletes those of the first reading of whose packets none waits any more. packets: what waits in the

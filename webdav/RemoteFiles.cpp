@@ -92,20 +92,21 @@ std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring
     return std::move(walk).Files();
 }
 
-std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote) {
-    const Refuse ignore = [](const std::wstring&) {};
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote,
+                                      const Refuse& refuse) {
     std::vector<ClaimHolder> holders;
     for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
         if (!entry.isFolder) continue;
-        std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, ignore);
+        std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, refuse);
         if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
     }
     return holders;
 }
 
-std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote) {
+std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote,
+                                      const Refuse& refuse) {
     std::set<std::wstring> packets;
-    for (const ClaimHolder& holder : ClaimHolders(server, remote))
+    for (const ClaimHolder& holder : ClaimHolders(server, remote, refuse))
         packets.insert(holder.packets.begin(), holder.packets.end());
     return packets;
 }

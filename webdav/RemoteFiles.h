@@ -26,7 +26,9 @@ struct ClaimHolder {
     std::wstring installation;
     std::vector<std::wstring> packets;  ///< by their paths in the remote folder
 };
-/// Of a remote folder those who hold any.
-std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote);
+/// Of a remote folder those who hold any. refuse: hears of claims that cannot be seen.
+std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstring& remote,
+                                      const Refuse& refuse);
 /// The packets of a remote folder that any of them holds.
-std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote);
+std::set<std::wstring> ClaimedPackets(const DavServer& server, const std::wstring& remote,
+                                      const Refuse& refuse);

@@ -1,10 +1,11 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
+import hashlib
 import os
 import random
 import shutil
 import signal
 
-from dav import HttpsHostTest, Spoiler, Stranger, UsualPort
+from dav import HttpsHostTest, PASSWORD, Server, Spoiler, Stranger, USER, UsualPort
 from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -156,9 +157,12 @@ class SpoiledRequests:
         return [(mode, number) for mode in MODES for number in range(1, count + 1)]
 
     def counts(self):
-        for number in range(self.PACKETS):
-            self.put(self.field, f"{number}.mdb")
-        return [self.requests_of(side) for side in (self.field, self.enterprise)]
+        """Of the requests of a run whose folders are there already."""
+        for name in ("first", "later"):
+            for number in range(self.PACKETS):
+                self.put(self.field, f"{name}{number}.mdb")
+            counts = [self.requests_of(side) for side in (self.field, self.enterprise)]
+        return counts
 
     def test_some_requests(self):
         seed = random.randrange(1 << 32)
@@ -295,6 +299,13 @@ class ContinuedDownloadTest(HttpsHostTest):
             self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
             self.assert_run(self.field)
 
+    def test_not_without_end(self):
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.write_bytes(bytes(self.SIZE))
+        self.assertLessEqual(self.receive(1, cuts=100).count(self.SIZE), 2)
+        self.assertIn("is not what was sent", self.enterprise.log)
+
     def test_not_where_nobody_tells_what_it_must_be(self):
         for note in self.server.packets.glob("*.uploads/*.digests"):
             note.unlink()
@@ -315,6 +326,13 @@ class ContinuedDownloadTest(HttpsHostTest):
 
 
 class LeftoversTest(HttpsHostTest):
+    def without(self, method, text):
+        """The URL of a way to the server that does not carry requests of a method whose path holds a text."""
+        spoiler = Spoiler(self, self.server)
+        spoiler.ask = lambda request, body, ask=spoiler.ask: (
+            (502, {}, b"") if request.command == method and text in request.path else ask(request, body))
+        return spoiler.url
+
     def test_notes_stay_while_somebody_needs_them(self):
         other = self.scratch / "other"
         shutil.copytree(self.root, other)
@@ -372,10 +390,17 @@ class LeftoversTest(HttpsHostTest):
         self.assertIn("GONE-1 holds packets: 2", self.assert_ends(0, "release", self.enterprise.settings).output)
         self.assert_ends(1, "release", self.enterprise.settings, "NOBODY")
         self.assertIn("No installation NOBODY holds packets on the server.", self.enterprise.log)
+        # A part of the claims that cannot be seen stays with its note.
+        self.use(self.without("PROPFIND", "GONE-1/SUB"))
         self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
         self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
         newer.unlink()
         self.ledger.pop()
+        self.assert_ends(1, "release", self.enterprise.settings, "GONE-1")
+        self.assertIn("answers 502 to PROPFIND to-enterprise.claims/GONE-1/SUB", self.enterprise.log)
+        self.assert_run(self.enterprise)
+        self.use(self.server.url)
+        self.assertEqual(len([*self.server.packets.glob("*.uploads/*.digests")]), 1)
         self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
         self.assert_run(self.enterprise)
         self.assert_delivered()
@@ -389,13 +414,36 @@ class LeftoversTest(HttpsHostTest):
             (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content))).url)
         self.assert_run(self.enterprise, 1)
         self.use(self.server.url)
+        older = set(self.server.packets.glob("*.uploads/*.digests"))
         self.put(self.field, "a.mdb")
         self.assert_run(self.field)
+        newer, = set(self.server.packets.glob("*.uploads/*.digests")) - older
         self.assertEqual(other.run().code, 0, other.log)
         claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
+        self.use(self.without("GET", newer.name))
         self.assert_ends(1, "release", self.enterprise.settings, claims.name)
-        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+        self.assertIn("The digests of the packets cannot be read from the server", self.enterprise.log)
+        self.use(self.server.url)
+        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertIn("is not known to be the latest", self.enterprise.log)
         self.assertEqual(len(files_below(claims)), 1)
+
+    def test_a_claim_is_released_though_an_older_version_never_took_its_name(self):
+        self.put(self.field, "a.mdb")
+        self.use(self.without("MOVE", ""))
+        self.assert_run(self.field, 1)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        self.use(self.server.url)
+        self.assert_run(self.field)
+        self.use(self.without("GET", ".claims"))
+        self.assert_run(self.enterprise, 1)
+        self.use(self.server.url)
+        claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
+        self.assert_ends(0, "release", self.enterprise.settings, claims.name)
+        self.assertTrue((self.to_enterprise / "a.mdb").exists())
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
     def test_what_cannot_be_seen_or_told_apart_keeps_nothing_else_back(self):
         self.put(self.field, "a.mdb", "b.mdb", "week.uploads", "CLOSED/c.mdb")
@@ -465,12 +513,37 @@ class LeftoversTest(HttpsHostTest):
 
 
 class SubFolderTest(HttpsHostTest):
-    """Each field computer sends into a sub-folder of its own of what the enterprise receives."""
+    """Each field computer sends into a sub-folder of its own of what the enterprise receives, and reaches no other one."""
+
+    LOGIN, EXAMINATIONS = "basic", ("verify", "doctor")
+    ACCOUNTS = """
+<Location /dav>
+    Require user packets
+</Location>
+<LocationMatch "^/dav/(to-enterprise/field7([.]uploads)?|to-field([.](uploads|claims|damaged))?)(/|$)">
+    Require user packets field7
+</LocationMatch>
+"""
+
+    def new_server(self):
+        server = Server(self, self.KIND, "--login", self.LOGIN, extra=self.ACCOUNTS)
+        basic, digest = server.folder / "passwords", server.folder / "digests"
+        basic.write_text(basic.read_text() + basic.read_text().replace(USER, "field7"))
+        digest.write_text(digest.read_text() + f"field7:packets:{hashlib.md5(f'field7:packets:{PASSWORD}'.encode()).hexdigest()}\n")
+        (server.packets / "to-enterprise").mkdir()
+        server.own(server.packets / "to-enterprise")
+        return server
 
     def connect(self, side, other):
         super().connect(side, other)
+        side.change("https.login", self.LOGIN)
         if side is self.field:
             side.change("remote_send", "/to-enterprise/field7")
+            side.change("https.user", "field7")
+
+    def test_examinations(self):
+        for command in self.EXAMINATIONS:
+            self.assert_ends(0, command, self.field.settings)
 
     def test_packets_arrive_from_it(self):
         uploads = self.to_enterprise / "field7.uploads"
@@ -504,6 +577,11 @@ class SubFolderTest(HttpsHostTest):
         self.assert_run(self.field, 1)
         self.assertIn("has a name that on a WebDAV server only the transport uses", self.field.log)
         self.assertEqual(len(files_below(self.field.send)), 1)
+
+
+class DigestSubFolderTest(SubFolderTest):
+    # Some requests of verify answer no challenge, which here becomes too old within a second.
+    LOGIN, EXAMINATIONS = "digest", ("doctor",)
 
 
 class StopTest(HttpsHostTest):

@@ -83,16 +83,55 @@ class StepTest(HttpsHostTest):
         self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
-    def test_a_packet_that_is_too_large_does_not_hold_the_others_up(self):
-        self.put(self.field, "large.mdb", content=b"x" * 50_000)
-        self.put(self.field, "small.mdb")
-        limit = Spoiler(self, self.server, lie=None)
-        ask = limit.ask
-        limit.ask = lambda request, body: (413, {}, b"") if len(body) == 50_000 else ask(request, body)
-        self.use(limit.url)
-        self.assert_trouble(self.field, {("out", "large.mdb"): WAITING, ("out", "small.mdb"): "sent"})
-        self.use(self.server.url)
+    def test_a_packet_that_is_refused_does_not_hold_the_others_up(self):
+        for status in (413, 403, 422):
+            self.ledger.clear()
+            self.put(self.enterprise, "other.mdb")
+            self.assert_run(self.enterprise)
+            self.put(self.field, "bad.mdb", content=b"x" * 50_000)
+            self.put(self.field, "good.mdb")
+            refuser = Spoiler(self, self.server)
+            refuser.ask = lambda request, body, ask=refuser.ask, status=status: (
+                (status, {}, b"") if len(body) == 50_000 else ask(request, body))
+            self.use(refuser.url)
+            self.assert_trouble(self.field, {
+                ("out", "bad.mdb"): WAITING, ("out", "good.mdb"): "sent", ("in", "other.mdb"): "delivered"})
+            self.use(self.server.url)
+            self.assert_next_cycle_delivers()
+
+    def test_a_server_that_takes_nothing_is_not_asked_for_each_packet(self):
+        for status, asked in ((403, 3), (507, 1), (401, 1)):
+            self.ledger.clear()
+            self.put_many(5, 1000, None)
+            refuser = Refuser(self, self.server, "PUT", "~", status)
+            self.use(refuser.url)
+            self.assert_trouble(self.field)
+            self.assertEqual(refuser.refused, asked)
+
+    def test_an_upload_whose_answer_is_lost(self):
+        self.put(self.field, "a.mdb")
+        self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
+            (502, {}, b"") if method == "PUT" else (status, headers, content))).url)
         self.assert_next_cycle_delivers()
+
+    def test_an_older_version_that_is_claimed_at_this_moment(self):
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.ledger.clear()
+        self.put(self.field, "a.mdb")
+        claimant = Spoiler(self, self.server)
+
+        def claim(request, body, ask=claimant.ask):
+            answer = ask(request, body)
+            if answer[0] == 412:
+                (self.to_enterprise / "a.mdb").unlink()
+            return answer
+        claimant.ask = claim
+        self.use(claimant.url)
+        self.assert_run(self.field, 0, {("out", "a.mdb"): "sent"})
+        self.use(self.server.url)
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
     def test_a_file_in_use_stays(self):
         held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send), "write")
