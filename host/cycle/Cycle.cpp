@@ -132,13 +132,16 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
 
 /// Among sent files it replaces an older one of its name.
 void Cycle::LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const {
-    const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
+    const auto leaves = [&] {
+        if (m_settings.sent.empty()) return block.Delete(FileSystem::ReadOnlyFiles::Delete);
+        const std::wstring archived = Path::Join(m_settings.sent, file.RelativePath());
+        FileSystem::CreateFolders(Path::ParentFolder(archived));
+        return block.MoveReplacing(archived);
+    };
     // Programs that save under another name first, and rename that, are not blocked.
-    if (!block.HasItsName())
+    if (!leaves())
         throw base::Error(E_FAIL,
                           L"another version was saved while this one was added; the next run sends it");
-    if (m_settings.sent.empty()) return FileSystem::DeleteFile(source);
-    base::MoveIntoTree(source, Path::Join(m_settings.sent, file.RelativePath()));
 }
 
 /// Where a person may be asked something, only a person can tell how long that takes.

@@ -196,6 +196,26 @@ class LockedFileTest(HostTest):
             self.assert_run(side)
         self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), b"newer")
 
+    def test_a_version_that_is_saved_while_an_older_one_leaves_the_outbox_is_sent_next(self):
+        for sent in (self.field.sent, ""):
+            with self.subTest(sent):
+                self.field.change("sent", sent)
+                packet = self.put(self.field, "sub/a.mdb")
+                newer = self.root / "newer"
+                newer.write_bytes(b"newer")
+                reader = Holder(self, packet, "read")
+                process = self.start_run(self.field)
+                # Here it leaves the outbox.
+                wait_until(((sent or self.field.send) / "sub").exists, process)
+                wait_until((self.field.send / "sub/a.mdb").exists, process)
+                newer.replace(packet)
+                finish(process)
+                reader.release()
+                for side in (self.enterprise, self.field, self.enterprise):
+                    self.assert_run(side)
+                self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), b"newer")
+                shutil.rmtree(self.field.send)
+
     def test_in_the_inbox_where_the_older_file_stays(self):
         older = self.enterprise.inbox / "held.mdb"
         older.write_bytes(b"older")
