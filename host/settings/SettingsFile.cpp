@@ -15,6 +15,7 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "base/Utf8.h"
 #include "cipher/ProtectedText.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/settings/IniText.h"
@@ -111,7 +112,9 @@ Reader::Reader(const std::wstring& file, const std::string& text) {
     m_settings.file = file;
     m_ini.SetQuotes();
     m_ini.SetAllowKeyOnly(true);
-    if (m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
+    // What the parser cannot decode it takes for other characters, and a zero for the end of a name or value.
+    const bool isText = base::DecodedUtf8(text) && text.find('\0') == std::string::npos;
+    if (!isText || m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
     ThrowProblems();
 }
 
@@ -303,7 +306,7 @@ std::string SettingsText(const std::wstring& file) try {
 /// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
 std::wstring FileValue(const std::wstring& value) {
     const bool needsQuotes =
-        base::Trimmed(value) != value || (value.starts_with(L'"') && value.ends_with(L'"'));
+        IniText::Trimmed(value) != value || (value.starts_with(L'"') && value.ends_with(L'"'));
     return needsQuotes ? L'"' + value + L'"' : value;
 }
 

@@ -49,6 +49,12 @@ class SettingsTest(HostTest):
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
 
+    def test_what_is_not_utf_8_is_refused(self):
+        good = self.field.settings.read_text(encoding="utf-8")
+        for bad in (good.replace("share", "für").encode("cp1252"), good.encode() + b"\0", good.encode("utf-16")):
+            self.field.settings.write_bytes(bad)
+            self.assertIn("the file is not UTF-8 text", self.assert_run(self.field, 2).errors)
+
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
                                    ([], "A command ("), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
