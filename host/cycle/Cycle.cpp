@@ -13,6 +13,7 @@
 #include "com/Object.h"
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
+#include "host/cycle/AwaitedForms.h"
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/OutcomeWords.h"
 #include "host/cycle/ReceivedFiles.h"
@@ -28,7 +29,11 @@ using Hindrance = std::optional<std::wstring>;
 class Cycle {
 public:
     Cycle(Session& session, const Settings& settings, Telling telling)
-        : m_session(session), m_settings(settings), m_telling(telling), m_ledger(settings) {}
+        : m_session(session),
+          m_settings(settings),
+          m_telling(telling),
+          m_ledger(settings),
+          m_awaited(settings) {}
 
     CycleResult Run();
 
@@ -54,6 +59,7 @@ private:
     const Settings& m_settings;
     const Telling m_telling;
     PacketLedger m_ledger;
+    AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
 
@@ -69,6 +75,7 @@ CycleResult Cycle::Run() {
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
     ReportReceiving(offered);
+    m_awaited.Await(OfferedFiles(m_settings), m_ledger);
     const Hindrance notPutBack = Try([&] {
         backups.PutBack();
         return true;
@@ -191,6 +198,7 @@ void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapsho
     // What is refused must not be among the files that the library lists.
     const Hindrance notSetAside = Try([&] {
         SetAsideRefusedFiles(m_settings, subFolder, waiting, m_ledger);
+        m_awaited.HoldBack(subFolder, m_ledger);
         return true;
     });
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
