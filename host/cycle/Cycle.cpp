@@ -106,10 +106,7 @@ std::wstring Cycle::Reason() const {
 
 void Cycle::AddOutbox() {
     const SendFolder sendFolder(m_settings, m_ledger);
-    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
-        m_ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
-    };
-    for (const base::TreeFile& file : OutboxFiles(m_settings, unlisted))
+    for (const base::TreeFile& file : OutboxFiles(m_settings, m_ledger))
         AddFile(file, sendFolder);
 }
 
