@@ -66,6 +66,26 @@ bool CanBeReference(const std::wstring& path) {
     return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
 }
 
+/// The parser knows comments only as lines of their own.
+bool SeemsToHoldComment(const std::wstring& value) {
+    return value.find(L" ;") != std::wstring::npos || value.find(L"\t;") != std::wstring::npos;
+}
+
+std::wstring Quoted(const std::wstring& value) { return L'"' + value + L'"'; }
+
+bool IsPath(ValueKind kind) {
+    switch (kind) {
+    case ValueKind::File:
+    case ValueKind::Reference:
+    case ValueKind::Folder:
+    case ValueKind::RemoteFolder:
+    case ValueKind::ProgramFolder:
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Such names hide that one path lies in another.
 bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
@@ -102,13 +122,14 @@ private:
         if (!m_problems.empty()) throw SettingsError(m_problems);
     }
 
+    const std::string& m_text;
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
     Ini m_ini{true, true, false};
     Settings m_settings;
     Problems m_problems;
 };
 
-Reader::Reader(const std::wstring& file, const std::string& text) {
+Reader::Reader(const std::wstring& file, const std::string& text) : m_text(text) {
     m_settings.file = file;
     m_ini.SetQuotes();
     m_ini.SetAllowKeyOnly(true);
@@ -215,6 +236,9 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"the file's name must end in .AXR and hold no ~");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
              L"a path on a server is written with /");
+    refuseIf(IsPath(setting.kind) && SeemsToHoldComment(value) &&
+                 m_text.find(base::ToUtf8(Quoted(value))) == std::string::npos,
+             L"a comment takes a line of its own; put the value in quotes if this is none");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
              L"a path on a server must hold no . and no .. in the place of a name");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
@@ -305,9 +329,9 @@ std::string SettingsText(const std::wstring& file) try {
 
 /// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
 std::wstring FileValue(const std::wstring& value) {
-    const bool needsQuotes =
-        IniText::Trimmed(value) != value || (value.starts_with(L'"') && value.ends_with(L'"'));
-    return needsQuotes ? L'"' + value + L'"' : value;
+    const bool needsQuotes = IniText::Trimmed(value) != value || SeemsToHoldComment(value) ||
+                             (value.starts_with(L'"') && value.ends_with(L'"'));
+    return needsQuotes ? Quoted(value) : value;
 }
 
 /// file: that the text is of.
