@@ -97,6 +97,12 @@ void Describe(const ServiceHandle& service, const ServiceDescription& descriptio
 void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name) {
     constexpr DWORD kMinute = 60'000;
     constexpr DWORD kDay = 24 * 60 * 60;
+/// Some systems wait no longer than ten seconds by themselves.
+void AskForTimeToStop(const ServiceHandle& service, const std::wstring& name) {
+    SERVICE_PRESHUTDOWN_INFO time{30'000};
+    Configure(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &time, name);
+}
+
     std::array actions = {SC_ACTION{SC_ACTION_RESTART, kMinute}, SC_ACTION{SC_ACTION_RESTART, 5 * kMinute},
                           SC_ACTION{SC_ACTION_RESTART, 15 * kMinute}};
     SERVICE_FAILURE_ACTIONSW failures{};
@@ -147,6 +153,7 @@ void Stop(const std::wstring& name) {
 }
 
 void Remove(const std::wstring& name) {
+        AskForTimeToStop(service, description.name);
     Stop(name);
     const ServiceHandle service = OpenNamed(name, DELETE);
     if (!DeleteService(service.Get())) Refuse(GetLastError(), name);

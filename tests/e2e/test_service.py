@@ -35,7 +35,7 @@ class ServiceTest(HostTest):
         self.assertIn(f"Its log is {windows(self.log_of_service)}", outcome.output)
         self.assertIn("Remove it first", self.service("install", code=1).errors)
         configuration = self.manager("reg", "query", f"HKLM\\System\\CurrentControlSet\\Services\\{self.scratch.name}")
-        for text in ("service run", windows(self.field.settings), "NetworkService", "packets every 1s"):
+        for text in ("PreshutdownTimeout    REG_DWORD    0x7530", "service run", windows(self.field.settings), "NetworkService", "packets every 1s"):
             self.assertIn(text, configuration)
         self.assertIn("successfully", self.manager("net", "start", self.scratch.name))
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
