@@ -4,6 +4,9 @@
 #include <windows.h>
 
 #include <array>
+#include <cstdint>
+#include <new>
+#include <vector>
 
 #include "base/Handle.h"
 #include "base/SystemError.h"
@@ -27,7 +30,7 @@ std::wstring AdviceFor(DWORD code) {
     case ERROR_SERVICE_DOES_NOT_EXIST:
         return L" \"znhost service install\" makes it.";
     case ERROR_SERVICE_EXISTS:
-        return L" Remove it first, or give another one with --name.";
+        return L" Remove it first if it runs with these settings, or else give another one with --name.";
     case ERROR_SERVICE_MARKED_FOR_DELETE:
         return L" It goes when everything that shows services, such as their console, is closed.";
     case ERROR_INVALID_SERVICE_ACCOUNT:
@@ -94,15 +97,15 @@ void Describe(const ServiceHandle& service, const ServiceDescription& descriptio
     Configure(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed, description.name);
 }
 
-void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name) {
-    constexpr DWORD kMinute = 60'000;
-    constexpr DWORD kDay = 24 * 60 * 60;
 /// Some systems wait no longer than ten seconds by themselves.
 void AskForTimeToStop(const ServiceHandle& service, const std::wstring& name) {
     SERVICE_PRESHUTDOWN_INFO time{30'000};
     Configure(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &time, name);
 }
 
+void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name) {
+    constexpr DWORD kMinute = 60'000;
+    constexpr DWORD kDay = 24 * 60 * 60;
     std::array actions = {SC_ACTION{SC_ACTION_RESTART, kMinute}, SC_ACTION{SC_ACTION_RESTART, 5 * kMinute},
                           SC_ACTION{SC_ACTION_RESTART, 15 * kMinute}};
     SERVICE_FAILURE_ACTIONSW failures{};
@@ -113,6 +116,17 @@ void AskForTimeToStop(const ServiceHandle& service, const std::wstring& name) {
 }
 
 }  // namespace
+
+std::wstring CommandLineOf(const std::wstring& name) {
+    const ServiceHandle service = OpenNamed(name, SERVICE_QUERY_CONFIG);
+    DWORD size = 0;
+    QueryServiceConfigW(service.Get(), nullptr, 0, &size);
+    // Its texts lie behind it.
+    std::vector<std::uint64_t> buffer((sizeof(QUERY_SERVICE_CONFIGW) + size) / sizeof(std::uint64_t) + 1);
+    auto* const configuration = new (buffer.data()) QUERY_SERVICE_CONFIGW{};
+    if (!QueryServiceConfigW(service.Get(), configuration, size, &size)) Refuse(GetLastError(), name);
+    return configuration->lpBinaryPathName;
+}
 
 void Install(const ServiceDescription& description) {
     const ServiceHandle manager = OpenManager(SC_MANAGER_CREATE_SERVICE, description.name);
@@ -126,6 +140,7 @@ void Install(const ServiceDescription& description) {
     if (!service) Refuse(GetLastError(), description.name);
     try {
         Describe(service, description);
+        AskForTimeToStop(service, description.name);
         RestartAfterFailures(service, description.name);
     } catch (...) {
         DeleteService(service.Get());
@@ -153,7 +168,6 @@ void Stop(const std::wstring& name) {
 }
 
 void Remove(const std::wstring& name) {
-        AskForTimeToStop(service, description.name);
     Stop(name);
     const ServiceHandle service = OpenNamed(name, DELETE);
     if (!DeleteService(service.Get())) Refuse(GetLastError(), name);

@@ -22,6 +22,8 @@ namespace services {
 void Install(const ServiceDescription& service);
 /// Stops the service first.
 void Remove(const std::wstring& name);
+/// What the service manager runs.
+std::wstring CommandLineOf(const std::wstring& name);
 /// Returns once the service runs.
 void Start(const std::wstring& name);
 /// Returns once the service has stopped.

@@ -54,6 +54,17 @@ class ServiceTest(HostTest):
         self.assert_run(self.enterprise)
         self.assert_delivered()
 
+    def test_the_service_of_another_installation_with_settings_of_the_same_name(self):
+        self.service("install", "--start", "manual")
+        own = self.field.settings
+        self.install(self.scratch / "other")
+        for action in ("start", "stop", "remove"):
+            self.assertIn(f"runs with the settings {windows(own)}; name the one", self.service(action, code=1).errors)
+        self.field.settings = own
+        self.service("remove")
+        refused = self.assert_ends(1, "service", "stop", own, "--name", "EventLog").errors
+        self.assertIn("does not run znhost", refused)
+
     def test_a_stop_in_the_middle_of_a_transfer(self):
         def attempt(load):
             self.put_many(40 * load, 50_000, self.field.send)
