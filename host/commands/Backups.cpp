@@ -102,7 +102,8 @@ int Restore(Session& session, std::vector<std::wstring> packetIds, const Setting
 }  // namespace
 
 int commands::Backups(const Options& options) {
-    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile});
+    const Settings settings =
+        ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckFolders, &CheckLogFile});
     const CycleLock lock(settings.file);
     // Of a run that was ended.
     KeptBackups(settings).PutBack();

@@ -32,7 +32,7 @@ std::uint64_t TotalSize(const std::vector<base::TreeFile>& files) {
 
 int commands::List(const Options& options) {
     const Settings settings =
-        ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
+        ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
     const ComApartment apartment;
     Session session(settings);
     PacketLedger unlisted(settings);

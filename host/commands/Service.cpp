@@ -57,6 +57,14 @@ std::wstring InstalledName(const Options& options) {
                     L"; name the one that you mean with --name.");
 }
 
+/// The service must decipher what the caller can.
+void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
+    if (HoldsPasswordOfAccount(settings) && !services::IsOwnAccount(account))
+        throw SettingsError(
+            {settings + L": a password was enciphered for your account alone, and the service runs as " +
+             account + L"; write it anew for all of this computer: " + CommandOfPassword(settings)});
+}
+
 ServiceStart StartOf(const std::wstring& word) {
     if (word == L"auto") return ServiceStart::Automatic;
     return word == L"manual" ? ServiceStart::Manual : ServiceStart::Delayed;
@@ -68,6 +76,7 @@ int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
     const Settings settings = ReadSettings(
         options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
+    CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
                        .title = L"Packet transport (" + Path::BaseName(settings.file) + L")",
                        .purpose = L"Sends and receives packets every " + request.every + L", as " +

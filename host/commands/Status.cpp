@@ -95,7 +95,7 @@ bool IsGood(const std::optional<RunRecord>& record) {
 
 /// Nothing is asked of the remote side, and nothing of the libraries.
 int commands::Status(const Options& options) {
-    const Settings settings = ReadSettings(options.AbsolutePath());
+    const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
     const std::optional<RunRecord> record = StatusFile(settings).Read();
     PacketLedger unlisted(settings);
     const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);

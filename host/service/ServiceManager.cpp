@@ -117,6 +117,19 @@ void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name
 
 }  // namespace
 
+bool IsOwnAccount(const std::wstring& account) {
+    // Names without a domain are first looked for on this computer.
+    const std::wstring name = account.starts_with(L".\\") ? account.substr(2) : account;
+    std::array<std::uint8_t, SECURITY_MAX_SID_SIZE> sid;
+    std::array<wchar_t, 256> domain;
+    DWORD size = sid.size();
+    DWORD length = domain.size();
+    SID_NAME_USE use;
+    BOOL isOwn = FALSE;
+    return LookupAccountNameW(nullptr, name.c_str(), sid.data(), &size, domain.data(), &length, &use) &&
+           CheckTokenMembership(nullptr, sid.data(), &isOwn) && isOwn;
+}
+
 std::wstring CommandLineOf(const std::wstring& name) {
     const ServiceHandle service = OpenNamed(name, SERVICE_QUERY_CONFIG);
     DWORD size = 0;

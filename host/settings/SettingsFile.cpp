@@ -97,8 +97,6 @@ std::wstring EncipheredByProgram(std::span<const wchar_t> password) {
     return password.empty() ? std::wstring() : FtpPassword::Encipher({password.data(), password.size()});
 }
 
-std::wstring CommandOfPassword(const std::wstring& file) { return L"znhost password \"" + file + L"\""; }
-
 /// One settings file on its way to checked values.
 class Reader {
 public:
@@ -122,9 +120,9 @@ private:
         if (!m_problems.empty()) throw SettingsError(m_problems);
     }
 
-    const std::string& m_text;
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
     Ini m_ini{true, true, false};
+    const std::string& m_text;
     Settings m_settings;
     Problems m_problems;
 };
@@ -222,7 +220,7 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     if (is(ValueKind::Password) && ProtectedText::IsProtected(value) && !ProtectedText::Reveal(value))
         Complain(setting.Title() +
                  L": the password was enciphered by another account or on another computer, and cannot be "
-                 L"deciphered here; write it anew: " +
+                 L"deciphered here; run this as that account, or write it anew for all of this computer: " +
                  CommandOfPassword(m_settings.file));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
@@ -236,11 +234,11 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"the file's name must end in .AXR and hold no ~");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
              L"a path on a server is written with /");
+    refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
+             L"a path on a server must hold no . and no .. in the place of a name");
     refuseIf(IsPath(setting.kind) && SeemsToHoldComment(value) &&
                  m_text.find(base::ToUtf8(Quoted(value))) == std::string::npos,
              L"a comment takes a line of its own; put the value in quotes if this is none");
-    refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
-             L"a path on a server must hold no . and no .. in the place of a name");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
 }
@@ -408,6 +406,19 @@ Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
     for (const Setting& setting : kSettings)
         if (setting.kind == ValueKind::Password) Set(text, file, setting, L"");
     return Reader(file, text).Read();
+}
+
+bool HoldsPasswordOfAccount(const std::wstring& file) {
+    const std::string text = SettingsText(file);
+    return std::ranges::any_of(kSettings, [&](const Setting& setting) {
+        if (setting.kind != ValueKind::Password) return false;
+        const auto revealed = ProtectedText::Reveal(ValueIn(text, setting));
+        return revealed && revealed->readers == ProtectedText::Readers::Account;
+    });
+}
+
+std::wstring CommandOfPassword(const std::wstring& file) {
+    return L"znhost password --machine \"" + file + L"\"";
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {
