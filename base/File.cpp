@@ -169,8 +169,8 @@ void File::Flush() {
     if (!FlushFileBuffers(Handle())) throw SystemError(GetLastError(), "write", m_path);
 }
 
-/// Nobody else can open the file before it has its name: it is renamed by its handle.
-DWORD File::TakeName(const std::wstring& path, OtherFile other) {
+/// By the handle: by now the name may be that of another file.
+DWORD File::Rename(const std::wstring& path, OtherFile other) {
     const std::wstring target = FileSystem::Extended(FileSystem::FullPath(path));
     const std::size_t bytes = target.size() * sizeof(wchar_t);
     // Zeros stand behind the name: the system looks for its end as well as for its length.
@@ -179,16 +179,20 @@ DWORD File::TakeName(const std::wstring& path, OtherFile other) {
     info->ReplaceIfExists = other == OtherFile::IsReplaced;
     info->FileNameLength = static_cast<DWORD>(bytes);
     target.copy(info->FileName, target.size());
-    // Renamed all the same it would go under its new name, and its source is deleted next.
-    if (!SetRemovedWhenClosed(Handle(), false) && m_isRemovedWhenClosed) return GetLastError();
     const DWORD error = Persistently(target, [&] {
         return SetFileInformationByHandle(Handle(), FileRenameInfo, info,
                                           static_cast<DWORD>(buffer.size() * sizeof buffer.front()));
     });
-    if (error == ERROR_SUCCESS)
-        m_path = path;
-    else
-        RemoveWhenClosed();
+    if (error == ERROR_SUCCESS) m_path = path;
+    return error;
+}
+
+/// Nobody else can open the file before it has its name.
+DWORD File::TakeName(const std::wstring& path, OtherFile other) {
+    // Renamed all the same it would go under its new name, and its source is deleted next.
+    if (!SetRemovedWhenClosed(Handle(), false) && m_isRemovedWhenClosed) return GetLastError();
+    const DWORD error = Rename(path, other);
+    if (error != ERROR_SUCCESS) RemoveWhenClosed();
     return error;
 }
 

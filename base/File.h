@@ -62,6 +62,8 @@ public:
     /// Gives a transient file its final name, with which it outlives the process. Returns why not; then it is
     /// transient still.
     DWORD TakeName(const std::wstring& path, OtherFile other);
+    /// Renames a file that is opened with the right to delete it. Returns why not; then it has its name.
+    DWORD Rename(const std::wstring& path, OtherFile other);
     /// Removes the file when it is closed. False, and GetLastError tells why, when the system refuses that.
     bool RemoveWhenClosed();
     void Close() noexcept { m_handle.Reset(); }

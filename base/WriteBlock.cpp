@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "base/FileMoves.h"
 #include "base/Persistence.h"
 #include "base/SystemError.h"
 
@@ -61,22 +62,33 @@ const File& WriteBlock::Held(Where where) const {
 }
 
 /// Deleting and renaming are possible meanwhile: only an open file is certainly the one that is held.
-std::optional<File> WriteBlock::OpenNamed(DWORD access, Where where) const {
+std::optional<File> WriteBlock::OpenNamed(Where where) const {
     const File& held = Held(where);
     std::optional<File> named;
     const DWORD error = base::Persistently(FileSystem::Extended(m_path), [&] {
-        named = File::TryOpen(m_path, access, base::kShareAll);
+        named = File::TryOpen(m_path, DELETE, base::kShareAll);
         return named.has_value();
     });
-    if (!named) throw SystemError(error, access == DELETE ? "delete" : "examine", m_path, where);
+    if (!named) throw SystemError(error, "delete", m_path, where);
     if (!IsSameFile(held, *named)) named.reset();
     return named;
 }
 
-bool WriteBlock::HasItsName(Where where) const { return OpenNamed(FILE_READ_ATTRIBUTES, where).has_value(); }
+bool WriteBlock::MoveReplacing(const std::wstring& destination, Where where) const {
+    std::optional<File> named = OpenNamed(where);
+    if (!named) return false;
+    const DWORD error = base::WithoutProtection(
+        Extended(destination), [&] { return named->Rename(destination, File::OtherFile::IsReplaced); });
+    if (error == ERROR_SUCCESS) return true;
+    if (error != ERROR_NOT_SAME_DEVICE)
+        throw SystemError(error, "move", m_path + L" -> " + destination, where);
+    named.reset();
+    CopyReplacing(Held(where), destination, {}, where);
+    return Delete(ReadOnlyFiles::Delete, where);
+}
 
 bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
-    std::optional<File> named = OpenNamed(DELETE, where);
+    std::optional<File> named = OpenNamed(where);
     if (!named) return false;
     if (!named->RemoveWhenClosed()) DeleteFile(m_path, readOnly, where);
     return true;

@@ -1,4 +1,4 @@
-// Holds a file as it is, from before it is copied until it is deleted.
+// Holds a file as it is, from before it is copied until it is deleted or moved.
 #pragma once
 
 #include <windows.h>
@@ -23,14 +23,15 @@ public:
     bool SomebodyWrites() const;
     /// The file, opened to read. Throws when it is not held.
     const base::File& Held(Where where = Where::current()) const;
-    /// False when another file has the name of the one that is held by now. Throws when none has.
-    bool HasItsName(Where where = Where::current()) const;
+    /// Moves the file that is held, also to another volume, in the place of any other. False when another one
+    /// has its name by now, which stays.
+    bool MoveReplacing(const std::wstring& destination, Where where = Where::current()) const;
     /// Deletes the file that is held. False when another one has its name by now, which stays.
     bool Delete(ReadOnlyFiles readOnly = ReadOnlyFiles::Keep, Where where = Where::current()) const;
 
 private:
     /// The file of the name, if that is the one that is held.
-    std::optional<base::File> OpenNamed(DWORD access, Where where) const;
+    std::optional<base::File> OpenNamed(Where where) const;
 
     std::wstring m_path;
     std::optional<base::File> m_file;

@@ -1,6 +1,6 @@
 // One cycle of a field computer: exchange.exe C:\Transport \\server\share
 // Built with the headers that come with the library:
-// g++ -std=c++17 -municode -I include exchange.cpp -lole32 -loleaut32 -luuid
+// g++ -std=c++17 -municode -static -I include exchange.cpp -o exchange.exe -lole32 -loleaut32 -luuid
 #include <initguid.h>
 
 #include <znTransporter.h>

@@ -15,8 +15,9 @@ static class Cycle {
         }
     }
 
-    static dynamic Create(string name) =>
-        Activator.CreateInstance(Type.GetTypeFromProgID("znTransporter." + name, true));
+    static dynamic Create(string name) {
+        return Activator.CreateInstance(Type.GetTypeFromProgID("znTransporter." + name, true));
+    }
 
     [STAThread]
     static int Main(string[] arguments) {

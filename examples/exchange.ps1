@@ -1,4 +1,5 @@
-# One cycle of a field computer: powershell -STA -File exchange.ps1 C:\Transport \\server\share
+# One cycle of a field computer:
+# powershell -STA -ExecutionPolicy Bypass -File exchange.ps1 C:\Transport \\server\share
 param([Parameter(Mandatory)] [string] $Folder, [Parameter(Mandatory)] [string] $Share)
 $ErrorActionPreference = 'Stop'
 $failures = 0

@@ -42,6 +42,8 @@ void RunDelta(const Paths& paths) {
     if (FileSystem::FileExists(paths.output)) CheckIsDelta(paths.output);
     base::StagedFile output(paths.output);
     MakeDelta(reference, source, output);
+    // Of two forms of one packet the receiver takes the later one.
+    output.SetModificationTime(source.ModificationTime());
     output.Commit();
 }
 

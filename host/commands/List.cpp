@@ -11,6 +11,7 @@
 #include "host/console/Table.h"
 #include "host/cycle/Cycle.h"
 #include "host/cycle/WaitingPackets.h"
+#include "host/record/RunReport.h"
 #include "host/settings/SettingsChecks.h"
 
 namespace {
@@ -31,10 +32,11 @@ std::uint64_t TotalSize(const std::vector<base::TreeFile>& files) {
 
 int commands::List(const Options& options) {
     const Settings settings =
-        ReadSettings(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
+        ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckFolders, &CheckLogFile, &CheckPrograms});
     const ComApartment apartment;
     Session session(settings);
-    const std::vector<Place> places = {{L"outbox", OutboxFiles(settings)},
+    PacketLedger unlisted(settings);
+    const std::vector<Place> places = {{L"outbox", OutboxFiles(settings, unlisted)},
                                        {L"send folder", FilesToSend(session, settings)},
                                        {L"receive folder", ReceivedFiles(settings)}};
     Table table({{L"Place"}, {L"Packet"}, {L"Size", Table::Align::Right}});
@@ -45,5 +47,6 @@ int commands::List(const Options& options) {
     for (const Place& place : places)
         Console::Line(place.name + L": " + Counted(place.files.size(), L"packet") + L", " +
                       Counted(TotalSize(place.files), L"byte"));
-    return kAllDelivered;
+    PrintUnlisted(unlisted.Outcomes());
+    return unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
 }

@@ -28,7 +28,7 @@ std::wstring Shown(IZNMobileConfig* config, VARIANT_BOOL enterprise, const std::
 
 /// The folders and programs of a cycle need not be there.
 int commands::Config(const Options& options) {
-    const Settings settings = ReadSettings(options.AbsolutePath(), {&CheckLogFile});
+    const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckLogFile});
     const ComApartment apartment;
     ConfigureFramework(settings);
     const auto config =

@@ -26,7 +26,8 @@ ReportForm FormOf(const Options& options) {
 /// Nobody is kept from anything, and nothing is made or changed: not even the log.
 void DryRun(RunRecord& record) {
     record.isDryRun = true;
-    EndRecord(record, PlanCycle(ReadSettings(record.settings, {&CheckFolders, &CheckPrograms})));
+    EndRecord(record,
+              PlanCycle(ReadSettingsWithoutPasswords(record.settings, {&CheckFolders, &CheckPrograms})));
 }
 
 void RunOnce(RunRecord& record, const Options& options) {

@@ -1,9 +1,13 @@
 // The command service: the loop as a service of Windows.
 #include <chrono>
+#include <string>
+#include <string_view>
 
 #include "base/Console.h"
+#include "base/Error.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "base/Text.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
@@ -25,10 +29,40 @@ std::wstring NameOf(const Options& options) {
     return options.service.name.empty() ? L"znhost-" + Path::BaseName(options.path) : options.service.name;
 }
 
+/// Before the settings file in the command line of a service.
+constexpr std::wstring_view kRun = L"\" service run \"";
+
 /// What the service manager is to run.
 std::wstring CommandLine(const Options& options, const std::wstring& settings) {
-    return L"\"" + base::ProgramPath() + L"\" service run \"" + settings + L"\" --every " +
+    return L"\"" + base::ProgramPath() + std::wstring(kRun) + settings + L"\" --every " +
            options.service.every + L" --name \"" + NameOf(options) + L"\"";
+}
+
+/// Empty for a command line that is none of ours.
+std::wstring SettingsIn(const std::wstring& commandLine) {
+    const std::size_t run = commandLine.find(kRun);
+    if (run == std::wstring::npos) return {};
+    const std::size_t start = run + kRun.size();
+    return commandLine.substr(start, commandLine.find(L'"', start) - start);
+}
+
+/// The name of the service of the settings. Another installation's can have the same.
+std::wstring InstalledName(const Options& options) {
+    std::wstring name = NameOf(options);
+    const std::wstring settings = SettingsIn(services::CommandLineOf(name));
+    if (base::EqualsIgnoringCase(settings, options.AbsolutePath())) return name;
+    throw base::Error(
+        E_FAIL, L"Service " + name +
+                    (settings.empty() ? L" does not run znhost" : L" runs with the settings " + settings) +
+                    L"; name the one that you mean with --name.");
+}
+
+/// The service must decipher what the caller can.
+void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
+    if (HoldsPasswordOfAccount(settings) && !services::IsOwnAccount(account))
+        throw SettingsError(
+            {settings + L": a password was enciphered for your account alone, and the service runs as " +
+             account + L"; write it anew for all of this computer: " + CommandOfPassword(settings)});
 }
 
 ServiceStart StartOf(const std::wstring& word) {
@@ -42,6 +76,7 @@ int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
     const Settings settings = ReadSettings(
         options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
+    CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
                        .title = L"Packet transport (" + Path::BaseName(settings.file) + L")",
                        .purpose = L"Sends and receives packets every " + request.every + L", as " +
@@ -57,20 +92,23 @@ int commands::InstallService(const Options& options) {
 }
 
 int commands::RemoveService(const Options& options) {
-    services::Remove(NameOf(options));
-    Console::Line(L"Service " + NameOf(options) + L" is removed.");
+    const std::wstring name = InstalledName(options);
+    services::Remove(name);
+    Console::Line(L"Service " + name + L" is removed.");
     return kAllDelivered;
 }
 
 int commands::StartService(const Options& options) {
-    services::Start(NameOf(options));
-    Console::Line(L"Service " + NameOf(options) + L" runs.");
+    const std::wstring name = InstalledName(options);
+    services::Start(name);
+    Console::Line(L"Service " + name + L" runs.");
     return kAllDelivered;
 }
 
 int commands::StopService(const Options& options) {
-    services::Stop(NameOf(options));
-    Console::Line(L"Service " + NameOf(options) + L" is stopped.");
+    const std::wstring name = InstalledName(options);
+    services::Stop(name);
+    Console::Line(L"Service " + name + L" is stopped.");
     return kAllDelivered;
 }
 

@@ -34,9 +34,9 @@ void Add(std::vector<WaitingPacket>& packets, const std::wstring& place, const s
 }
 
 /// The oldest first.
-std::vector<WaitingPacket> WaitingPackets(const Settings& settings) {
+std::vector<WaitingPacket> WaitingPackets(const Settings& settings, PacketLedger& unlisted) {
     std::vector<WaitingPacket> packets;
-    Add(packets, L"outbox", settings.outbox, OutboxFiles(settings));
+    Add(packets, L"outbox", settings.outbox, OutboxFiles(settings, unlisted));
     Add(packets, L"send", settings.send, SendFiles(settings));
     Add(packets, L"receive", settings.receive, ReceivedFiles(settings));
     std::ranges::stable_sort(packets, {}, &WaitingPacket::saved);
@@ -95,14 +95,17 @@ bool IsGood(const std::optional<RunRecord>& record) {
 
 /// Nothing is asked of the remote side, and nothing of the libraries.
 int commands::Status(const Options& options) {
-    const Settings settings = ReadSettings(options.AbsolutePath());
+    const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
     const std::optional<RunRecord> record = StatusFile(settings).Read();
-    const std::vector<WaitingPacket> packets = WaitingPackets(settings);
+    PacketLedger unlisted(settings);
+    const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);
     if (options.json) {
-        Console::Line(json::Status(settings.file, record, record && IsUnderWay(*record), packets));
+        Console::Line(
+            json::Status(settings.file, record, record && IsUnderWay(*record), packets, unlisted.Outcomes()));
     } else {
         PrintLastRun(record);
         PrintWaiting(packets);
+        PrintUnlisted(unlisted.Outcomes());
     }
-    return IsGood(record) ? kAllDelivered : kSomethingLeft;
+    return IsGood(record) && unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
 }

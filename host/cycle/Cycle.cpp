@@ -13,6 +13,7 @@
 #include "com/Object.h"
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
+#include "host/cycle/AwaitedForms.h"
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/OutcomeWords.h"
 #include "host/cycle/ReceivedFiles.h"
@@ -28,7 +29,11 @@ using Hindrance = std::optional<std::wstring>;
 class Cycle {
 public:
     Cycle(Session& session, const Settings& settings, Telling telling)
-        : m_session(session), m_settings(settings), m_telling(telling), m_ledger(settings) {}
+        : m_session(session),
+          m_settings(settings),
+          m_telling(telling),
+          m_ledger(settings),
+          m_awaited(settings) {}
 
     CycleResult Run();
 
@@ -54,6 +59,7 @@ private:
     const Settings& m_settings;
     const Telling m_telling;
     PacketLedger m_ledger;
+    AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
 
@@ -69,6 +75,7 @@ CycleResult Cycle::Run() {
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
     ReportReceiving(offered);
+    m_awaited.Await(OfferedFiles(m_settings), m_ledger);
     const Hindrance notPutBack = Try([&] {
         backups.PutBack();
         return true;
@@ -99,10 +106,7 @@ std::wstring Cycle::Reason() const {
 
 void Cycle::AddOutbox() {
     const SendFolder sendFolder(m_settings, m_ledger);
-    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
-        m_ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
-    };
-    for (const base::TreeFile& file : OutboxFiles(m_settings, unlisted))
+    for (const base::TreeFile& file : OutboxFiles(m_settings, m_ledger))
         AddFile(file, sendFolder);
 }
 
@@ -132,13 +136,16 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
 
 /// Among sent files it replaces an older one of its name.
 void Cycle::LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const {
-    const std::wstring source = Path::Join(m_settings.outbox, file.RelativePath());
+    const auto leaves = [&] {
+        if (m_settings.sent.empty()) return block.Delete(FileSystem::ReadOnlyFiles::Delete);
+        const std::wstring archived = Path::Join(m_settings.sent, file.RelativePath());
+        FileSystem::CreateFolders(Path::ParentFolder(archived));
+        return block.MoveReplacing(archived);
+    };
     // Programs that save under another name first, and rename that, are not blocked.
-    if (!block.HasItsName())
+    if (!leaves())
         throw base::Error(E_FAIL,
                           L"another version was saved while this one was added; the next run sends it");
-    if (m_settings.sent.empty()) return FileSystem::DeleteFile(source);
-    base::MoveIntoTree(source, Path::Join(m_settings.sent, file.RelativePath()));
 }
 
 /// Where a person may be asked something, only a person can tell how long that takes.
@@ -188,6 +195,7 @@ void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapsho
     // What is refused must not be among the files that the library lists.
     const Hindrance notSetAside = Try([&] {
         SetAsideRefusedFiles(m_settings, subFolder, waiting, m_ledger);
+        m_awaited.HoldBack(subFolder, m_ledger);
         return true;
     });
     const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);

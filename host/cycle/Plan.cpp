@@ -44,10 +44,7 @@ Plan Planner::Make() {
 }
 
 void Planner::PlanOutbox() {
-    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
-        m_ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
-    };
-    for (const base::TreeFile& file : OutboxFiles(m_settings, unlisted)) {
+    for (const base::TreeFile& file : OutboxFiles(m_settings, m_ledger)) {
         if (const auto objection = OutboxObjection(file, m_settings, m_ledger)) {
             m_ledger.ReportInOutbox(file, PacketState::NotAdded, *objection);
             continue;

@@ -18,12 +18,12 @@
 
 namespace {
 
-/// How late a version of a packet is: what has arrived in this run is newer than what waited, and otherwise
-/// the time of the file tells, which travels with it.
-std::pair<bool, std::uint64_t> AgeOf(const base::TreeFile& file, const Settings& settings,
+/// How late a version of a packet is: the time of the file tells, which travels with it. Versions can come in
+/// another order than they were sent in; only where the time is the same, the later one comes later.
+std::pair<std::uint64_t, bool> AgeOf(const base::TreeFile& file, const Settings& settings,
                                      const base::TreeSnapshot& waiting) {
     const auto version = FileSystem::VersionOf(Path::Join(settings.receive, file.RelativePath()));
-    return {!waiting.Holds(file), version ? version->lastWrite : 0};
+    return {version ? version->lastWrite : 0, !waiting.Holds(file)};
 }
 
 /// The newest file of each packet, by the packets' names in capitals.

@@ -15,12 +15,22 @@ std::vector<base::TreeFile> WithoutArrivals(std::vector<base::TreeFile> files) {
     return files;
 }
 
-}  // namespace
-
-std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted) {
-    std::vector<base::TreeFile> files = base::FilesBelow(settings.outbox, unlisted);
+std::vector<base::TreeFile> WithoutCompanions(std::vector<base::TreeFile> files) {
     std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
     return files;
+}
+
+}  // namespace
+
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings) {
+    return WithoutCompanions(base::FilesBelow(settings.outbox));
+}
+
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& ledger) {
+    const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
+        ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
+    };
+    return WithoutCompanions(base::FilesBelow(settings.outbox, unlisted));
 }
 
 std::vector<base::TreeFile> SendFiles(const Settings& settings) {

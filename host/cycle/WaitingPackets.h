@@ -10,7 +10,9 @@
 #include "host/settings/Settings.h"
 
 /// The packets in the outbox; what the system and other programs keep there for themselves is none.
-std::vector<base::TreeFile> OutboxFiles(const Settings& settings, const base::Unlisted& unlisted = {});
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings);
+/// The same, where a folder that cannot be listed leaves the others, and is reported.
+std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& ledger);
 /// The files in the send folder and below it that hold packets, as far as names tell.
 std::vector<base::TreeFile> SendFiles(const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.

@@ -88,6 +88,8 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
         findings);
     ExamineSideFolder(kOlderVersions, settings, L" that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
+    ExamineSideFolder(kAwaitingOlder, settings, L" that a run took aside when it ended in the middle",
+                      L"Run again: that puts them right.", findings);
     ExamineSideFolder(kKeptBackups, settings,
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);

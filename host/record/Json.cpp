@@ -65,19 +65,25 @@ Object ObjectOf(const RunRecord& record) {
             {"messages", Texts(record.messages)}};
 }
 
-Object WithPackets(const RunRecord& record) {
-    Object object = ObjectOf(record);
-    object["packets"] = Object::array();
-    for (const Outcome& outcome : record.outcomes)
-        object["packets"].push_back(ObjectOf(outcome));
-    return object;
-}
-
 Object ObjectOf(const WaitingPacket& packet) {
     return {{"place", base::ToUtf8(packet.place)},
             {"packet", base::ToUtf8(packet.packet)},
             {"size", packet.size},
             {"saved", base::IsoTime(packet.saved)}};
+}
+
+template <class Value>
+Object ObjectsOf(const std::vector<Value>& values) {
+    Object array = Object::array();
+    for (const Value& value : values)
+        array.push_back(ObjectOf(value));
+    return array;
+}
+
+Object WithPackets(const RunRecord& record) {
+    Object object = ObjectOf(record);
+    object["packets"] = ObjectsOf(record.outcomes);
+    return object;
 }
 
 std::wstring Line(const Object& object) { return base::FromUtf8(object.dump()); }
@@ -135,15 +141,13 @@ std::wstring Packet(const Outcome& outcome) { return Line(ObjectOf(outcome)); }
 std::wstring Run(const RunRecord& record) { return Line(ObjectOf(record)); }
 
 std::wstring Status(const std::wstring& settings, const std::optional<RunRecord>& record, bool isUnderWay,
-                    const std::vector<WaitingPacket>& waiting) {
-    Object object = {{"type", "status"},
-                     {"settings", base::ToUtf8(settings)},
-                     {"under_way", isUnderWay},
-                     {"last_run", record ? WithPackets(*record) : Object()},
-                     {"waiting", Object::array()}};
-    for (const WaitingPacket& packet : waiting)
-        object["waiting"].push_back(ObjectOf(packet));
-    return Line(object);
+                    const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted) {
+    return Line({{"type", "status"},
+                 {"settings", base::ToUtf8(settings)},
+                 {"under_way", isUnderWay},
+                 {"last_run", record ? WithPackets(*record) : Object()},
+                 {"waiting", ObjectsOf(waiting)},
+                 {"unlisted", ObjectsOf(unlisted)}});
 }
 
 std::wstring Check(const Finding& finding) {

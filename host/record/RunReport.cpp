@@ -112,6 +112,11 @@ Telling TellingOf(ReportForm form) {
     }
 }
 
+void PrintUnlisted(const std::vector<Outcome>& unlisted) {
+    for (const Outcome& folder : unlisted)
+        Console::Line(L"The outbox cannot be listed as a whole: " + folder.reason);
+}
+
 void PrintReport(const RunRecord& record, ReportForm form) {
     switch (form) {
     case ReportForm::Table:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "host/console/ConsoleProgress.h"
 #include "host/record/RunRecord.h"
@@ -17,6 +18,9 @@ enum class ReportForm {
 Telling TellingOf(ReportForm form);
 
 void PrintReport(const RunRecord& record, ReportForm form);
+
+/// Folders of the outbox that cannot be listed.
+void PrintUnlisted(const std::vector<Outcome>& unlisted);
 
 /// "1 sent, 2 delivered, 0 left behind".
 std::wstring Summary(const RunRecord& record);

@@ -15,7 +15,7 @@ constexpr std::uint64_t kKilobyte = 1024;
 
 /// Settings that are wrong now may be right with the next cycle.
 Settings SettingsOrDefaults(const std::wstring& file) try {
-    return ReadSettings(file);
+    return ReadSettingsWithoutPasswords(file);
 } catch (const SettingsError&) {
     Settings settings = DefaultSettings();
     settings.file = file;

@@ -4,6 +4,9 @@
 #include <windows.h>
 
 #include <array>
+#include <cstdint>
+#include <new>
+#include <vector>
 
 #include "base/Handle.h"
 #include "base/SystemError.h"
@@ -27,7 +30,7 @@ std::wstring AdviceFor(DWORD code) {
     case ERROR_SERVICE_DOES_NOT_EXIST:
         return L" \"znhost service install\" makes it.";
     case ERROR_SERVICE_EXISTS:
-        return L" Remove it first, or give another one with --name.";
+        return L" Remove it first if it runs with these settings, or else give another one with --name.";
     case ERROR_SERVICE_MARKED_FOR_DELETE:
         return L" It goes when everything that shows services, such as their console, is closed.";
     case ERROR_INVALID_SERVICE_ACCOUNT:
@@ -94,6 +97,12 @@ void Describe(const ServiceHandle& service, const ServiceDescription& descriptio
     Configure(service, SERVICE_CONFIG_DELAYED_AUTO_START_INFO, &delayed, description.name);
 }
 
+/// Some systems wait no longer than ten seconds by themselves.
+void AskForTimeToStop(const ServiceHandle& service, const std::wstring& name) {
+    SERVICE_PRESHUTDOWN_INFO time{30'000};
+    Configure(service, SERVICE_CONFIG_PRESHUTDOWN_INFO, &time, name);
+}
+
 void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name) {
     constexpr DWORD kMinute = 60'000;
     constexpr DWORD kDay = 24 * 60 * 60;
@@ -108,6 +117,30 @@ void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name
 
 }  // namespace
 
+bool IsOwnAccount(const std::wstring& account) {
+    // Names without a domain are first looked for on this computer.
+    const std::wstring name = account.starts_with(L".\\") ? account.substr(2) : account;
+    std::array<std::uint8_t, SECURITY_MAX_SID_SIZE> sid;
+    std::array<wchar_t, 256> domain;
+    DWORD size = sid.size();
+    DWORD length = domain.size();
+    SID_NAME_USE use;
+    BOOL isOwn = FALSE;
+    return LookupAccountNameW(nullptr, name.c_str(), sid.data(), &size, domain.data(), &length, &use) &&
+           CheckTokenMembership(nullptr, sid.data(), &isOwn) && isOwn;
+}
+
+std::wstring CommandLineOf(const std::wstring& name) {
+    const ServiceHandle service = OpenNamed(name, SERVICE_QUERY_CONFIG);
+    DWORD size = 0;
+    QueryServiceConfigW(service.Get(), nullptr, 0, &size);
+    // Its texts lie behind it.
+    std::vector<std::uint64_t> buffer((sizeof(QUERY_SERVICE_CONFIGW) + size) / sizeof(std::uint64_t) + 1);
+    auto* const configuration = new (buffer.data()) QUERY_SERVICE_CONFIGW{};
+    if (!QueryServiceConfigW(service.Get(), configuration, size, &size)) Refuse(GetLastError(), name);
+    return configuration->lpBinaryPathName;
+}
+
 void Install(const ServiceDescription& description) {
     const ServiceHandle manager = OpenManager(SC_MANAGER_CREATE_SERVICE, description.name);
     const DWORD start = description.start == ServiceStart::Manual ? SERVICE_DEMAND_START : SERVICE_AUTO_START;
@@ -120,6 +153,7 @@ void Install(const ServiceDescription& description) {
     if (!service) Refuse(GetLastError(), description.name);
     try {
         Describe(service, description);
+        AskForTimeToStop(service, description.name);
         RestartAfterFailures(service, description.name);
     } catch (...) {
         DeleteService(service.Get());

@@ -18,8 +18,12 @@ struct ServiceDescription {
 /// Failures are base::Errors that say what to do.
 namespace services {
 
+/// Whether an account, named as for a service, is the one that this process runs in.
+bool IsOwnAccount(const std::wstring& account);
 /// A service that ends unexpectedly is started again, after one, five and fifteen minutes.
 void Install(const ServiceDescription& service);
+/// What the service manager runs.
+std::wstring CommandLineOf(const std::wstring& name);
 /// Stops the service first.
 void Remove(const std::wstring& name);
 /// Returns once the service runs.

@@ -25,11 +25,11 @@ std::size_t AfterLine(const std::wstring& text, std::size_t start) {
 }
 
 bool Names(std::wstring_view line, std::wstring_view section) {
-    return base::EqualsIgnoringCase(base::Trimmed(line.substr(1, line.find(L']') - 1)), section);
+    return base::EqualsIgnoringCase(Trimmed(line.substr(1, line.find(L']') - 1)), section);
 }
 
 bool Assigns(std::wstring_view line, std::wstring_view name) {
-    return base::EqualsIgnoringCase(base::Trimmed(line.substr(0, line.find(L'='))), name);
+    return base::EqualsIgnoringCase(Trimmed(line.substr(0, line.find(L'='))), name);
 }
 
 /// With the ends that the text's own lines have.
@@ -48,7 +48,7 @@ void SetIn(std::wstring& text, std::wstring_view section, std::wstring_view name
     for (std::size_t start = text.starts_with(kByteOrderMark) ? 1 : 0; start < text.size();
          start = AfterLine(text, start)) {
         const std::wstring_view line = LineAt(text, start);
-        const std::wstring_view content = base::Trimmed(line);
+        const std::wstring_view content = Trimmed(line);
         if (content.empty()) continue;
         if (content.starts_with(L'[')) isInside = Names(content, section);
         if (isInside && Assigns(line, name)) {
@@ -70,6 +70,13 @@ bool SetValue(std::string& text, std::wstring_view section, std::wstring_view na
     SetIn(*wide, section, name, value);
     text = base::ToUtf8(*wide);
     return true;
+}
+
+std::wstring_view Trimmed(std::wstring_view text) noexcept {
+    constexpr std::wstring_view kAround = L" \t";
+    const std::size_t start = text.find_first_not_of(kAround);
+    if (start == std::wstring_view::npos) return {};
+    return text.substr(start, text.find_last_not_of(kAround) - start + 1);
 }
 
 }  // namespace IniText

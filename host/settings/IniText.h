@@ -11,4 +11,7 @@ namespace IniText {
 bool SetValue(std::string& text, std::wstring_view section, std::wstring_view name,
               const std::wstring& value);
 
+/// Without the blanks and tabs at its ends, which belong to no name and to no value without quotes.
+std::wstring_view Trimmed(std::wstring_view text) noexcept;
+
 }  // namespace IniText

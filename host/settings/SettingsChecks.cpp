@@ -21,6 +21,12 @@ void CheckProgram(const Settings& settings, const Setting& folder, const wchar_t
                       SettingOf<&Settings::encoder>().Title() + L" = " + TextOf(EncoderKind::None));
 }
 
+Settings Checked(Settings settings, SettingsChecks checks) {
+    for (const auto check : checks)
+        check(settings);
+    return settings;
+}
+
 SettingsError NeedsTransport(const Settings& settings, const std::wstring& transport) {
     constexpr const Setting& kTransport = SettingOf<&Settings::transport>();
     return Refusal(settings, kTransport,
@@ -77,9 +83,10 @@ void CheckLogFile(const Settings& settings) try {
                   L"the log cannot be written: " + error.failure().description);
 }
 
-Settings ReadSettings(const std::wstring& file, std::initializer_list<void (*)(const Settings&)> checks) {
-    Settings settings = ReadSettings(file);
-    for (const auto check : checks)
-        check(settings);
-    return settings;
+Settings ReadSettings(const std::wstring& file, SettingsChecks checks) {
+    return Checked(ReadSettings(file), checks);
+}
+
+Settings ReadSettingsWithoutPasswords(const std::wstring& file, SettingsChecks checks) {
+    return Checked(ReadSettingsWithoutPasswords(file), checks);
 }

@@ -22,4 +22,6 @@ void CheckPrograms(const Settings& settings);
 void CheckLogFile(const Settings& settings);
 
 /// Settings that pass some of the checks, which are made in their order.
-Settings ReadSettings(const std::wstring& file, std::initializer_list<void (*)(const Settings&)> checks);
+using SettingsChecks = std::initializer_list<void (*)(const Settings&)>;
+Settings ReadSettings(const std::wstring& file, SettingsChecks checks);
+Settings ReadSettingsWithoutPasswords(const std::wstring& file, SettingsChecks checks);

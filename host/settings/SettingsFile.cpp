@@ -15,6 +15,7 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Text.h"
+#include "base/Utf8.h"
 #include "cipher/ProtectedText.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/settings/IniText.h"
@@ -65,6 +66,26 @@ bool CanBeReference(const std::wstring& path) {
     return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
 }
 
+/// The parser knows comments only as lines of their own.
+bool SeemsToHoldComment(const std::wstring& value) {
+    return value.find(L" ;") != std::wstring::npos || value.find(L"\t;") != std::wstring::npos;
+}
+
+std::wstring Quoted(const std::wstring& value) { return L'"' + value + L'"'; }
+
+bool IsPath(ValueKind kind) {
+    switch (kind) {
+    case ValueKind::File:
+    case ValueKind::Reference:
+    case ValueKind::Folder:
+    case ValueKind::RemoteFolder:
+    case ValueKind::ProgramFolder:
+        return true;
+    default:
+        return false;
+    }
+}
+
 /// Such names hide that one path lies in another.
 bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
@@ -75,8 +96,6 @@ bool HoldsRelativeName(const std::wstring& path) {
 std::wstring EncipheredByProgram(std::span<const wchar_t> password) {
     return password.empty() ? std::wstring() : FtpPassword::Encipher({password.data(), password.size()});
 }
-
-std::wstring CommandOfPassword(const std::wstring& file) { return L"znhost password \"" + file + L"\""; }
 
 /// One settings file on its way to checked values.
 class Reader {
@@ -103,15 +122,18 @@ private:
 
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
     Ini m_ini{true, true, false};
+    const std::string& m_text;
     Settings m_settings;
     Problems m_problems;
 };
 
-Reader::Reader(const std::wstring& file, const std::string& text) {
+Reader::Reader(const std::wstring& file, const std::string& text) : m_text(text) {
     m_settings.file = file;
     m_ini.SetQuotes();
     m_ini.SetAllowKeyOnly(true);
-    if (m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
+    // What the parser cannot decode it takes for other characters, and a zero for the end of a name or value.
+    const bool isText = base::DecodedUtf8(text) && text.find('\0') == std::string::npos;
+    if (!isText || m_ini.LoadData(text) < 0) Complain(L"the file is not UTF-8 text");
     ThrowProblems();
 }
 
@@ -198,7 +220,7 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     if (is(ValueKind::Password) && ProtectedText::IsProtected(value) && !ProtectedText::Reveal(value))
         Complain(setting.Title() +
                  L": the password was enciphered by another account or on another computer, and cannot be "
-                 L"deciphered here; write it anew: " +
+                 L"deciphered here; run this as that account, or write it anew for all of this computer: " +
                  CommandOfPassword(m_settings.file));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
@@ -214,6 +236,9 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"a path on a server is written with /");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
              L"a path on a server must hold no . and no .. in the place of a name");
+    refuseIf(IsPath(setting.kind) && SeemsToHoldComment(value) &&
+                 m_text.find(base::ToUtf8(Quoted(value))) == std::string::npos,
+             L"a comment takes a line of its own; put the value in quotes if this is none");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
 }
@@ -302,9 +327,9 @@ std::string SettingsText(const std::wstring& file) try {
 
 /// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
 std::wstring FileValue(const std::wstring& value) {
-    const bool needsQuotes =
-        base::Trimmed(value) != value || (value.starts_with(L'"') && value.ends_with(L'"'));
-    return needsQuotes ? L'"' + value + L'"' : value;
+    const bool needsQuotes = IniText::Trimmed(value) != value || SeemsToHoldComment(value) ||
+                             (value.starts_with(L'"') && value.ends_with(L'"'));
+    return needsQuotes ? Quoted(value) : value;
 }
 
 /// file: that the text is of.
@@ -381,6 +406,19 @@ Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
     for (const Setting& setting : kSettings)
         if (setting.kind == ValueKind::Password) Set(text, file, setting, L"");
     return Reader(file, text).Read();
+}
+
+bool HoldsPasswordOfAccount(const std::wstring& file) {
+    const std::string text = SettingsText(file);
+    return std::ranges::any_of(kSettings, [&](const Setting& setting) {
+        if (setting.kind != ValueKind::Password) return false;
+        const auto revealed = ProtectedText::Reveal(ValueIn(text, setting));
+        return revealed && revealed->readers == ProtectedText::Readers::Account;
+    });
+}
+
+std::wstring CommandOfPassword(const std::wstring& file) {
+    return L"znhost password --machine \"" + file + L"\"";
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {

@@ -14,8 +14,13 @@ Settings DefaultSettings();
 /// A new settings file in UTF-8, with a comment for each setting.
 std::string NewSettingsText(const Settings& settings);
 
-/// The same of a file whose passwords nobody here can decipher; they are empty.
+/// What a file says, without its passwords, which are empty: for whoever needs none, and perhaps cannot
+/// decipher them.
 Settings ReadSettingsWithoutPasswords(const std::wstring& file);
+/// Whether the file holds a password that only one account can decipher.
+bool HoldsPasswordOfAccount(const std::wstring& file);
+/// What a user types to write a password that every account of the computer can decipher.
+std::wstring CommandOfPassword(const std::wstring& file);
 /// Writes a password, in the form in which it is stored, into the settings' file, of which all else stays.
 /// Throws base::Error; then the file stays as it is.
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored);

@@ -18,6 +18,8 @@ struct SideFolder {
 inline constexpr SideFolder kOlderVersions{&Settings::send, L".older"};
 /// The backups, while packets are received.
 inline constexpr SideFolder kKeptBackups{&Settings::receive, L".backups"};
+/// What an older form of the same packet must precede, while others are delivered.
+inline constexpr SideFolder kAwaitingOlder{&Settings::receive, L".waiting"};
 /// What must not be delivered.
 inline constexpr SideFolder kRefused{&Settings::receive, L".refused"};
 /// What the transport through HTTPS knows of each folder, and what came of a packet so far.
@@ -27,5 +29,5 @@ inline constexpr SideFolder kReceiveThroughHttps{&Settings::receive, L".https"};
 /// A file: what became of the last run.
 inline constexpr SideFolder kStatus{&Settings::send, L".status"};
 
-inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups,      kRefused,
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups,      kAwaitingOlder,      kRefused,
                                             kStatus,        kSendThroughHttps, kReceiveThroughHttps};

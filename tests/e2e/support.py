@@ -394,7 +394,7 @@ def own_program(test, name, *libraries):
 
 
 class Holder:
-    """A second Windows program that holds a file open: unshared, or as a writer that shares it."""
+    """A second Windows program that holds a file open: unshared, as a writer that shares it, or as a reader."""
 
     def __init__(self, test, path, *how):
         self.process = subprocess.Popen(command(own_program(test, "hold"), [path, *how]), stdin=subprocess.PIPE,

@@ -1,5 +1,5 @@
 """Backups of received packets, used from the command line."""
-from support import Holder, HostTest, Mount, files_below
+from support import Holder, HostTest, Mount, files_below, windows
 
 
 class BackupTest(HostTest):
@@ -31,6 +31,24 @@ class BackupTest(HostTest):
         self.folder.rename(self.folder.parent.with_name("receive.backups"))
         self.assertIn("1 packet with a backup", self.backups().output)
 
+    def test_packets_of_several_folders_that_have_one_id(self):
+        self.put(self.field, "a.mdb", "sub/a.mdb", "b.mdb")
+        for option in (("--restore-all",), ("--restore", "a"), ("--destroy", "a")):
+            self.assert_next_cycle_delivers()
+            left = set() if option[0] == "--restore-all" else {"b.mdb"}
+            self.assertEqual(self.backups(*option).output.count("a is "), 1)
+            self.assertEqual(files_below(self.folder).keys(), left)
+
+    def test_a_backup_replaces_nothing_that_was_received_since(self):
+        self.put(self.field, "a.mdb", "b.mdb")
+        self.assert_next_cycle_delivers()
+        since = self.enterprise.receive / "a.mdb.afz"
+        since.write_bytes(b"since")
+        for option in (("--restore", "a"), ("--restore-all",)):
+            self.assertIn(f"a version that was received since waits in {windows(since)}; run first",
+                          self.backups(*option, code=1).errors)
+        self.assertEqual(files_below(self.folder).keys(), {"a.mdb"})
+
     def test_a_backup_that_is_in_use(self):
         self.put(self.field, "a.mdb")
         self.assert_next_cycle_delivers()
@@ -60,8 +78,7 @@ class BackupTest(HostTest):
         volume.remount("size=1m")
         self.assert_next_cycle_delivers()
         self.assertEqual(older.read_bytes(), packet)
-        # Back from one volume to the other, over what has been received since.
-        (self.enterprise.receive / "a.mdb").write_bytes(b"since")
+        # Back from one volume to the other.
         self.backups("--restore", "a")
         self.assertEqual(files_below(self.folder), {})
         self.assert_next_cycle_delivers()

@@ -70,8 +70,10 @@ class CycleTest(HostTest):
         self.assertIn("outbox: 0 packets", self.assert_ends(0, "list", self.field.settings).output)
 
     def test_a_read_only_packet_travels_once(self):
-        self.put(self.field, "a.mdb").chmod(0o444)
-        self.assert_next_cycle_delivers()
+        for sent, name in ((self.field.sent, "a.mdb"), ("", "b.mdb")):
+            self.field.change("sent", sent)
+            self.put(self.field, name).chmod(0o444)
+            self.assert_next_cycle_delivers()
         self.assertEqual(files_below(self.field.sent).keys(), {"a.mdb"})
 
     def test_what_a_link_in_the_outbox_leads_to_is_no_packet(self):

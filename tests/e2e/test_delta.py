@@ -39,7 +39,9 @@ class DeltaTest(ScratchTest):
 
     def test_restores_the_source(self):
         self.output.write_bytes(b"older")
+        os.utime(self.source, (1_000_000_000,) * 2)
         self.make_delta()
+        self.assertEqual(self.delta.stat().st_mtime, 1_000_000_000)
         self.assertLess(self.delta.stat().st_size, PAGE + 300)
         self.assert_restores()
 

@@ -1,4 +1,5 @@
 """Packets that are compressed or reduced to differences, by the real programs."""
+import hashlib
 import os
 import pathlib
 import random
@@ -290,6 +291,37 @@ class DifferenceTest(EncoderCase):
         self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), newer)
         self.assertEqual(files_below(self.enterprise.receive.with_name("receive.refused")).keys(),
                          {"sub/a.mdb~Base 1.axd"})
+
+    def send_two_forms(self):
+        """Leaves the difference of an older version and the archive of a newer one in the remote folder."""
+        for encoder in ("xdelta", "zip"):
+            self.field.change("encoder", encoder)
+            content = self.put(self.field, "sub/a.mdb", content=self.base + encoder.encode()).read_bytes()
+            self.assert_run(self.field)
+        return self.to_enterprise / "sub", content
+
+    def assert_newer_is_delivered(self, newer):
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        self.assert_run(self.enterprise, 0, {})
+        self.assertEqual(files_below(self.enterprise.inbox), {"sub/a.mdb": hashlib.sha256(newer).hexdigest()})
+
+    def test_a_version_waits_while_an_older_one_is_on_the_way(self):
+        offered, newer = self.send_two_forms()
+        held = Holder(self, offered / "a.mdb~Base 1.axd")
+        self.put(self.field, "other.xml")
+        self.assert_run(self.field)
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertIn("an older version must be received first", outcome.output)
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"other.xml"})
+        (self.enterprise.inbox / "other.xml").unlink()
+        held.release()
+        self.assert_newer_is_delivered(newer)
+
+    def test_a_version_that_waits_here_is_not_older_than_what_arrives(self):
+        offered, newer = self.send_two_forms()
+        (self.enterprise.receive / "sub").mkdir()
+        (offered / "a.mdb.afz").rename(self.enterprise.receive / "sub/a.mdb.afz")
+        self.assert_newer_is_delivered(newer)
 
     def test_another_reference_is_refused_and_the_packet_waits_for_the_right_one(self):
         self.assert_waits_for(lambda: self.enterprise.reference.write_bytes(database(500, seed=2)),

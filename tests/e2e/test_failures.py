@@ -138,24 +138,35 @@ class ObstacleTest(HostTest):
 class FaultTest(HostTest):
     """One call of a run fails, whatever the file system would say to it."""
 
-    def run_with(self, plan):
+    def run_with(self, plan, command="run", *options):
         log = self.scratch / "calls.log"
+        log.unlink(missing_ok=True)
         # What other hosts leave among the temporary files would change the numbers of calls.
         temporary = self.scratch / "temp"
         temporary.mkdir(exist_ok=True)
         environment = {**os.environ, "ZN_FAULT": plan, "ZN_FAULT_LOG": windows(log),
                        "ZN_FAULT_TEMP": windows(temporary)}
-        outcome = support.run(support.BIN / "znhost.exe", "run", self.field.settings,
+        outcome = support.run(support.BIN / "znhost.exe", command, self.field.settings, *options,
                               program=support.BIN.parent / "tests" / "faults.exe", env=environment)
         return outcome, read_calls(log)
+
+    def number_of_listing(self, folder, *command):
+        log = self.run_with(count_plan(False), *command)[1]
+        number, = (call.number for call in log if call.function == "FindFirstFileExW" and f"{folder}\\*" in call.path)
+        return number
 
     def test_a_folder_that_cannot_be_listed_leaves_the_others(self):
         # One folder: the order of several is the file system's, and another one in a copy.
         self.put(self.field, "a.mdb", "closed/b.mdb")
         closed = windows(self.field.outbox / "closed")
         shutil.copytree(self.root, self.scratch / "saved")
-        number, = (call.number for call in self.run_with(count_plan(False))[1]
-                   if call.function == "FindFirstFileExW" and closed in call.path)
+        for command in (("status", "--json"), ("status",), ("list",)):
+            fault = Fault(self.number_of_listing(closed, *command), Mode.FAIL, ACCESS_DENIED)
+            outcome, _ = self.run_with(fault.plan(False), *command)
+            self.assertEqual(outcome.code, 1, outcome)
+            for told in ("closed)", "a.mdb"):
+                self.assertIn(told, outcome.output)
+        number = self.number_of_listing(closed)
         shutil.rmtree(self.root)
         shutil.copytree(self.scratch / "saved", self.root)
         outcome, _ = self.run_with(Fault(number, Mode.FAIL, ACCESS_DENIED).plan(False))
@@ -195,6 +206,26 @@ class LockedFileTest(HostTest):
         for side in (self.field, self.enterprise):
             self.assert_run(side)
         self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), b"newer")
+
+    def test_a_version_that_is_saved_while_an_older_one_leaves_the_outbox_is_sent_next(self):
+        for sent in (self.field.sent, ""):
+            with self.subTest(sent):
+                self.field.change("sent", sent)
+                packet = self.put(self.field, "sub/a.mdb")
+                newer = self.root / "newer"
+                newer.write_bytes(b"newer")
+                reader = Holder(self, packet, "read")
+                process = self.start_run(self.field)
+                # Here it leaves the outbox.
+                wait_until(((sent or self.field.send) / "sub").exists, process)
+                wait_until((self.field.send / "sub/a.mdb").exists, process)
+                newer.replace(packet)
+                finish(process)
+                reader.release()
+                for side in (self.enterprise, self.field, self.enterprise):
+                    self.assert_run(side)
+                self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), b"newer")
+                shutil.rmtree(self.field.send)
 
     def test_in_the_inbox_where_the_older_file_stays(self):
         older = self.enterprise.inbox / "held.mdb"

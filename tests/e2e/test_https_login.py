@@ -64,12 +64,12 @@ class PasswordTest(HttpsHostTest):
     def test_packets_travel_with_a_password_that_windows_enciphered(self):
         self.field.change("https.password", "")
         text = self.field.settings.read_text(encoding="utf-8") + "\n; the last line"
-        self.field.settings.write_text(text, encoding="utf-8")
+        self.field.settings.write_text(text.replace("password = ", "password\t= "), encoding="utf-8")
         for option in ((), ("--machine",)):
             outcome = self.encipher(*option)
             self.assertEqual(outcome.code, 0, outcome)
             self.assertIn("Every account" if option else "Programs of this account", outcome.output)
-            after = self.field.settings.read_text(encoding="utf-8")
+            after = self.field.settings.read_text(encoding="utf-8").replace("\t", " ")
             self.assertEqual(after.replace(f"password = {self.stored()}", "password = "), text)
             self.assertNotIn(PASSWORD, after + outcome.output)
             self.put(self.field, "a.mdb")
@@ -94,14 +94,30 @@ class PasswordTest(HttpsHostTest):
                 self.field.change("https.password", bad)
                 outcome = self.assert_run(self.field, 2)
                 self.assertIn("[https] password: the password was enciphered by another account or on another computer", outcome.errors)
-                self.assertIn("znhost password \"Z:", outcome.errors)
+                self.assertIn("run this as that account", outcome.errors)
+                self.assertIn("znhost password --machine \"Z:", outcome.errors)
                 self.assertNotIn(bad, outcome.errors)
+        # Nobody needs it to look.
+        self.assertIn("waiting", self.assert_ends(0, "status", self.field.settings, "--json").output)
+        for command in (["list"], ["backups"], ["config"], ["run", "--dry-run"]):
+            self.assert_ends(0, command[0], self.field.settings, *command[1:])
         self.assertEqual(self.encipher(password="geh€im".encode()).code, 0)
         self.put(self.field, "a.mdb")
         self.assert_trouble(self.field)
         self.assertIn("Check the login", self.field.log)
         self.assertEqual(self.encipher().code, 0)
         self.assert_next_cycle_delivers()
+
+    def test_a_service_that_could_not_decipher_it(self):
+        name = ("--name", self.scratch.name)
+        self.addCleanup(run, "service", "remove", self.field.settings, *name)
+        self.encipher()
+        for _ in range(2):
+            outcome = self.assert_ends(2, "service", "install", self.field.settings, *name)
+            self.assertIn("znhost password --machine", outcome.errors)
+            self.field.change("https.password", "dpapi:nonsense!")
+        self.encipher("--machine")
+        self.assert_ends(0, "service", "install", self.field.settings, *name)
 
     def test_somebody_types_it(self):
         self.field.change("https.password", "wrong")

@@ -90,11 +90,12 @@ class ScriptTest(ScratchTest):
             skip(self, "there is no cross compiler for exchange.cpp")
         subprocess.run(["cmake", "--install", support.BIN.parent, "--prefix", self.scratch, "--component",
                         "development"], check=True, stdout=subprocess.DEVNULL)
-        program = self.scratch / "exchange.exe"
-        subprocess.run([compiler, "-std=c++17", "-Wall", "-Werror", "-municode", "-static", "-I",
-                        self.scratch / "include", EXAMPLES / "exchange.cpp", "-o", program, "-lole32", "-loleaut32",
-                        "-luuid"], check=True)
-        self.assert_example(lambda code, *arguments: self.assert_ends(code, *arguments, program=program))
+        source = EXAMPLES / "exchange.cpp"
+        shutil.copy(source, self.scratch)
+        options = re.search(r"(?m)^// g\+\+ (.*)$", source.read_text(encoding="utf-8"))[1].split()
+        subprocess.run([compiler, "-Wall", "-Werror", *options], cwd=self.scratch, check=True)
+        self.assert_example(lambda code, *arguments: self.assert_ends(code, *arguments,
+                                                                      program=self.scratch / "exchange.exe"))
 
     def assert_told(self, lines, result, positions):
         self.assertTrue(lines[0].startswith(result), lines)

@@ -35,7 +35,7 @@ class ServiceTest(HostTest):
         self.assertIn(f"Its log is {windows(self.log_of_service)}", outcome.output)
         self.assertIn("Remove it first", self.service("install", code=1).errors)
         configuration = self.manager("reg", "query", f"HKLM\\System\\CurrentControlSet\\Services\\{self.scratch.name}")
-        for text in ("service run", windows(self.field.settings), "NetworkService", "packets every 1s"):
+        for text in ("PreshutdownTimeout    REG_DWORD    0x7530", "service run", windows(self.field.settings), "NetworkService", "packets every 1s"):
             self.assertIn(text, configuration)
         self.assertIn("successfully", self.manager("net", "start", self.scratch.name))
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
@@ -53,6 +53,17 @@ class ServiceTest(HostTest):
         self.field.settings.write_text(good, encoding="utf-8")
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def test_the_service_of_another_installation_with_settings_of_the_same_name(self):
+        self.service("install", "--start", "manual")
+        own = self.field.settings
+        self.install(self.scratch / "other")
+        for action in ("start", "stop", "remove"):
+            self.assertIn(f"runs with the settings {windows(own)}; name the one", self.service(action, code=1).errors)
+        self.field.settings = own
+        self.service("remove")
+        refused = self.assert_ends(1, "service", "stop", own, "--name", "EventLog").errors
+        self.assertIn("does not run znhost", refused)
 
     def test_a_stop_in_the_middle_of_a_transfer(self):
         def attempt(load):

@@ -22,6 +22,7 @@ BAD_SETTINGS = [
     ("send = field\\send", "send = Y:\\", "[folders] send = Y:\\: the folder must not be the root"),
     ("receive = field\\receive", "receive = \\\\server\\share", "[folders] receive", "must not be the root"),
     ("inbox = field\\inbox", "inbox = field\\receive.refused\\in", "[folders] inbox", "receive.refused, where a run"),
+    ("inbox = field\\inbox", "inbox = field\\inbox ; the office", "[folders] inbox", "line of its own"),
     ("outbox = field\\outbox", "outbox = nowhere", "[folders] outbox", "no such folder"),
     ("out_extension = .afz", "out_extension = .zipx", "[zip] out_extension = .zipx", "a dot and three"),
     ("in_extension = .mdb\n\n; Extension that differences get; the same on both sides. Default: .axd",
@@ -48,6 +49,19 @@ class SettingsTest(HostTest):
                 for message in messages:
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
+
+    def test_what_is_not_utf_8_is_refused(self):
+        good = self.field.settings.read_text(encoding="utf-8")
+        for bad in (good.replace("share", "für").encode("cp1252"), good.encode() + b"\0", good.encode("utf-16")):
+            self.field.settings.write_bytes(bad)
+            self.assertIn("the file is not UTF-8 text", self.assert_run(self.field, 2).errors)
+
+    def test_a_path_in_quotes_may_hold_what_begins_a_comment_elsewhere(self):
+        self.field.change("inbox", '"field\\inbox ;a"')
+        self.put(self.enterprise, "a.mdb")
+        self.assert_run(self.enterprise)
+        self.assert_run(self.field)
+        self.assertTrue((self.field.inbox.with_name("inbox ;a") / "a.mdb").is_file())
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),

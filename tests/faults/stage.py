@@ -80,8 +80,8 @@ def packets_between(sender, receiver, remote, decode):
     """Those of one direction, with all folders in which they may be."""
     receive, send = receiver.receive, sender.send
     folders = {OUTBOX: sender.outbox, SEND: send, REMOTE: remote, RECEIVE: receive, INBOX: receiver.inbox}
-    kept = [receive / "Backup", *(receive.with_name(f"{receive.name}.{ending}") for ending in ("backups", "refused")),
-            send.with_name(f"{send.name}.older")]
+    kept = [receive / "Backup", send.with_name(f"{send.name}.older"),
+            *(receive.with_name(f"{receive.name}.{ending}") for ending in ("backups", "refused", "waiting"))]
     return Packets(folders, kept, decode)
 
 
