@@ -260,6 +260,9 @@ TEST_F(DeltaEncoder, EncodesBesideTheReferencesName) {
 }
 
 TEST_F(DeltaEncoder, DecodesWithTheReferenceThatTheNameTells) {
+    EXPECT_FALSE(Encode(L"a*b.mdb")) << "the system does not tell whether a previous one is in the way";
+    EXPECT_FALSE(children.WasStarted());
+    EXPECT_THAT(framework.TakeLog(), OneReport(kDelta + L"IZNEncoder_Encode"));
     temp.File(L"in\\a b.mdb~Base1.axd");
     children.Script(L"write T:\\out\\a b.mdb*packet");
     EXPECT_TRUE(Decode(L"a b.mdb~Base1"));
