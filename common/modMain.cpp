@@ -8,6 +8,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/RollBack.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "com/Result.h"
@@ -51,11 +52,15 @@ std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator) {
 /// Writes a test file, reads it and deletes it; step: what is being done, for the report of a failure.
 void TestFolder(const std::wstring& testFile, std::wstring& step) {
     step = L"creating test file " + testFile;
-    {
-        auto file = base::File::Open(testFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
-        step = L"writing to test file " + testFile;
-        file.Write("Test writing...\r\n");
-    }
+    auto written = base::File::Open(testFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+    // One that stayed would travel as a packet.
+    base::RollBack removal([&] {
+        written.Close();
+        FileSystem::TryDelete(testFile);
+    });
+    step = L"writing to test file " + testFile;
+    written.Write("Test writing...\r\n");
+    written.Close();
     step = L"opening test file " + testFile;
     {
         const auto file = base::File::Open(testFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
@@ -65,6 +70,7 @@ void TestFolder(const std::wstring& testFile, std::wstring& step) {
     }
     step = L"deleting test file " + testFile;
     FileSystem::DeleteFile(testFile, FileSystem::ReadOnlyFiles::Delete);
+    removal.Dismiss();
 }
 
 /// An object that the apartment keeps; created on first use. A failure is reported under the procedure.
