@@ -106,7 +106,9 @@ bool CreateFolder(const std::wstring& Path, bool SupressMsg) {
         FileSystem::CreateFolder(Path);
         return true;
     } catch (...) {
-        ShowAndReport(self, L"Could not create folder " + Path, SupressMsg);
+        // Somebody else may just have made it.
+        if (!FileSystem::FolderExists(Path))
+            ShowAndReport(self, L"Could not create folder " + Path, SupressMsg);
         return false;
     }
 }
@@ -121,7 +123,9 @@ bool CreateFolders(const std::wstring& Path, bool SupressMsg) {
         std::wstring current = drive;
         for (const std::wstring& part : Split(rest, L'\\')) {
             current = Path::Join(current, part);
-            if (!FileSystem::FolderExists(current) && !CreateFolder(current, SupressMsg)) return false;
+            if (!FileSystem::FolderExists(current) && !CreateFolder(current, SupressMsg) &&
+                !FileSystem::FolderExists(current))
+                return false;
         }
         return true;
     } catch (...) {
