@@ -10,7 +10,6 @@
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/SystemError.h"
-#include "base/Text.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "common/Apartment.h"
@@ -19,6 +18,7 @@
 #include "common/Report.h"
 #include "common/clsShell.h"
 #include "common/modZNStartup.h"
+#include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
 namespace {
@@ -182,8 +182,7 @@ bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool, const st
 bool CommonDecode(std::wstring& OutputFile, bool, const std::wstring& Command, LONG TimeoutSeconds,
                   std::wstring& ResultFile, const std::wstring& Program) {
     return Procedure(L"modMain.CommonDecode").Guard(false, [&] {
-        const std::wstring extension = base::Upper(Path::LastFour(OutputFile));
-        if (extension != L".MDB" && extension != L".XML") OutputFile += L".MDB";
+        if (!IsDecodedUnderItsName(OutputFile)) OutputFile += L".MDB";
         ResultFile = OutputFile;
         return DecodeStep(Program, Command, TimeoutSeconds, OutputFile).Run();
     });
