@@ -201,6 +201,16 @@ bool File::RemoveWhenClosed() {
     return m_isRemovedWhenClosed;
 }
 
+void File::Discard() noexcept {
+    // The system removes no read-only file. Times of 0 leave those of the file.
+    FILE_BASIC_INFO info{};
+    info.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info);
+    const bool goes = RemoveWhenClosed();
+    Close();
+    if (!goes) FileSystem::TryDelete(m_path);
+}
+
 std::string ReadFile(const std::wstring& path, Where where) {
     const File file = File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
     std::string content(static_cast<std::size_t>(file.Size()), '\0');

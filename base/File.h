@@ -66,6 +66,8 @@ public:
     DWORD Rename(const std::wstring& path, OtherFile other);
     /// Removes the file when it is closed. False, and GetLastError tells why, when the system refuses that.
     bool RemoveWhenClosed();
+    /// Closes the file and removes it, also where it is read-only. What cannot be removed stays.
+    void Discard() noexcept;
     void Close() noexcept { m_handle.Reset(); }
 
 private:

@@ -94,9 +94,11 @@ std::uint64_t CopyContent(const File& from, File& to, const std::function<bool()
 File Arrive(const File& source, const std::wstring& destination, const std::function<bool()>& goOn,
             Where where) try {
     File arrival = CreateArrival(destination, where);
+    base::RollBack removal([&] { arrival.Discard(); });
     CheckWhole(CopyContent(source, arrival, goOn), source, destination, where);
     arrival.TakeTimeAndAttributes(source);
     arrival.Flush();
+    removal.Dismiss();
     return arrival;
 } catch (const SystemError& error) {
     throw SystemError(error.Code(), "copy", Way(source.Path(), destination), where);
@@ -112,17 +114,12 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
         throw SystemError(ERROR_FILE_EXISTS, "copy", Way(source, destination), where);
     const WriteBlock block(source);
     File copy = Arrive(block.Held(where), destination, {}, where);
+    // Also under its new name: or the next attempt finds it in its way.
+    base::RollBack removal([&] { copy.Discard(); });
     if (const DWORD error = copy.TakeName(destination, File::OtherFile::Stays); error != ERROR_SUCCESS)
         throw SystemError(error, "move", Way(source, destination), where);
     // Also the name: the source goes next.
-    try {
-        copy.Flush();
-    } catch (const SystemError&) {
-        copy.RemoveWhenClosed();  // or the next attempt finds it in its way
-        throw;
-    }
-    copy.Close();
-    base::RollBack removal([&] { TryDelete(destination); });
+    copy.Flush();
     block.Delete(ReadOnlyFiles::Delete, where);
     removal.Dismiss();
 }
@@ -146,7 +143,10 @@ void CopyReplacing(const File& source, const std::wstring& destination, const st
     File arrival = Arrive(source, destination, goOn, where);
     const DWORD error = base::WithoutProtection(
         Extended(destination), [&] { return arrival.TakeName(destination, File::OtherFile::IsReplaced); });
-    if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source.Path(), destination), where);
+    if (error != ERROR_SUCCESS) {
+        arrival.Discard();
+        throw SystemError(error, "replace", Way(source.Path(), destination), where);
+    }
     // Also the name: who copies deletes the source next. On one volume, journals keep that order.
     if (!AreOnOneDrive(source.Path(), destination)) arrival.Flush();
 }

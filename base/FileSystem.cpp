@@ -24,6 +24,15 @@ DWORD Attributes(const std::wstring& path) noexcept try {
     return INVALID_FILE_ATTRIBUTES;
 }
 
+/// Nothing where there is neither file nor folder of the name. Throws where the system does not tell.
+std::optional<DWORD> KnownAttributes(const std::wstring& path, Where where) {
+    const DWORD attributes = GetFileAttributesW(Extended(path).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) return attributes;
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return std::nullopt;
+    throw SystemError(error, "examine", path, where);
+}
+
 bool IsSelfOrParent(const wchar_t* name) {
     const std::wstring_view text(name);
     return text == L"." || text == L"..";
@@ -104,12 +113,14 @@ bool FolderExists(const std::wstring& path) noexcept {
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+bool FileIsThere(const std::wstring& path, Where where) {
+    const std::optional<DWORD> attributes = KnownAttributes(path, where);
+    return attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 bool FolderIsThere(const std::wstring& path, Where where) {
-    const DWORD attributes = GetFileAttributesW(Extended(path).c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    const DWORD error = GetLastError();
-    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
-    throw SystemError(error, "examine", path, where);
+    const std::optional<DWORD> attributes = KnownAttributes(path, where);
+    return attributes && (*attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 /// Files in the cloud and the like are reparse points, too, but stand for themselves: the tag tells. Wine and

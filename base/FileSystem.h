@@ -48,7 +48,9 @@ struct FileVersion {
 /// False also where the system does not tell.
 bool FileExists(const std::wstring& path) noexcept;
 bool FolderExists(const std::wstring& path) noexcept;
-/// Throws where the system does not tell: a folder that cannot be seen now would be taken for an empty one.
+/// These throw where the system does not tell: a folder that cannot be seen now would be taken for an empty
+/// one, and the file of before for the one that was to be made.
+bool FileIsThere(const std::wstring& path, Where where = Where::current());
 bool FolderIsThere(const std::wstring& path, Where where = Where::current());
 /// Whether a path is that of a link or junction, which stands for something elsewhere.
 bool IsLink(const std::wstring& path);

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "base/Arrival.h"
-#include "base/FileSystem.h"
 #include "base/SystemError.h"
 
 namespace base {
@@ -14,8 +13,7 @@ StagedFile::StagedFile(std::wstring path)
     : m_path(std::move(path)), m_file(FileSystem::CreateArrival(m_path)) {}
 
 StagedFile::~StagedFile() {
-    m_file.Close();
-    if (!m_committed) FileSystem::TryDelete(m_file.Path());
+    if (!m_committed) m_file.Discard();
 }
 
 void StagedFile::Write(Bytes bytes) {

@@ -30,8 +30,8 @@ bool Try(Action&& action, std::wstring heading) try {
 }
 
 void RestoreOutput(const std::wstring& output, const std::wstring& backup) {
-    if (FileSystem::FileExists(output)) FileSystem::DeleteFile(output);
-    if (FileSystem::FileExists(backup)) FileSystem::MoveFile(backup, output);
+    if (FileSystem::FileIsThere(output)) FileSystem::DeleteFile(output);
+    if (FileSystem::FileIsThere(backup)) FileSystem::MoveFile(backup, output);
 }
 
 std::wstring WhatIsLeft(const std::wstring& output, const std::wstring& backup) {
@@ -51,7 +51,8 @@ DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutS
       m_backup(m_outputFile + L"_bck") {}
 
 bool DecodeStep::Run() const {
-    if (FileSystem::FileExists(m_outputFile) && !MakeRoomForOutput()) return false;
+    // A file of the name is the program's output from here on.
+    if (FileSystem::FileIsThere(m_outputFile) && !MakeRoomForOutput()) return false;
     if (!MakeOutput(Self(), m_outputFile, m_backup, [this] { return Decode(); })) return false;
     if (FileSystem::FileExists(m_backup)) FileSystem::DeleteFile(m_backup);
     return true;

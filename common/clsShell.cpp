@@ -2,6 +2,7 @@
 #include "common/clsShell.h"
 
 #include <cstdint>
+#include <utility>
 
 #include "com/MessagePump.h"
 
@@ -10,6 +11,23 @@ namespace {
 constexpr DWORD kSlice = 100;  // milliseconds
 constexpr std::int64_t kSlicesPerSecond = 10;
 constexpr DWORD kLongestEnd = 5000;  // milliseconds
+
+/// limits: as in JOBOBJECT_BASIC_LIMIT_INFORMATION.
+void SetLimits(HANDLE job, DWORD limits) {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION information{};
+    information.BasicLimitInformation.LimitFlags = limits;
+    SetInformationJobObject(job, JobObjectExtendedLimitInformation, &information, sizeof information);
+}
+
+/// What a process made after its host has been killed would take its place when a newer version has it
+/// already. The system closes the job, and ends the process with it, however the host ends. Windows 7 takes
+/// no process of a host that is in a job itself: there it runs on.
+base::KernelHandle EndingWithThisProcess(HANDLE process) {
+    base::KernelHandle job(CreateJobObjectW(nullptr, nullptr));
+    SetLimits(job.Get(), JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE);
+    AssignProcessToJobObject(job.Get(), process);
+    return job;
+}
 
 }  // namespace
 
@@ -38,6 +56,7 @@ BOOL clsShell::Execute() {
                                         nullptr, nullptr, &startup, &process);
     const base::KernelHandle thread(process.hThread);
     m_process = base::KernelHandle(process.hProcess);
+    if (started) m_job = EndingWithThisProcess(m_process.Get());
     return started;
 }
 
@@ -48,15 +67,24 @@ bool clsShell::Wait(DWORD Milliseconds) {
 }
 
 bool clsShell::WaitProcessingMessages(LONG Seconds) {
-    for (std::int64_t slice = 0; !Wait(kSlice); ++slice) {
-        if (slice > Seconds * kSlicesPerSecond) return false;
-        com::ProcessPendingMessages();
-    }
-    return true;
+    return EndsProcessingMessages(m_process.Get(), Seconds) && Wait(0);
 }
 
 void clsShell::Terminate() {
     if (!Wait(0)) TerminateProcess(m_process.Get(), 1);
 }
 
-void clsShell::Detach() { m_process.Reset(); }
+/// What a process has started itself runs on in any case.
+base::KernelHandle clsShell::Detach() {
+    if (m_job) SetLimits(m_job.Get(), 0);
+    m_job.Reset();
+    return std::move(m_process);
+}
+
+bool EndsProcessingMessages(HANDLE process, LONG Seconds) {
+    for (std::int64_t slice = 0; WaitForSingleObject(process, kSlice) == WAIT_TIMEOUT; ++slice) {
+        if (slice > Seconds * kSlicesPerSecond) return false;
+        com::ProcessPendingMessages();
+    }
+    return true;
+}

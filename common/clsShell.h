@@ -12,7 +12,7 @@ public:
     clsShell() = default;
     clsShell(const clsShell&) = delete;
     clsShell& operator=(const clsShell&) = delete;
-    /// Ends a process that still runs.
+    /// Ends a process that still runs. The end of the calling process does so, too, however it comes.
     ~clsShell();
 
     /// The whole command line: program and arguments.
@@ -30,15 +30,14 @@ public:
     /// Whether the process ended within a time.
     bool Wait(DWORD Milliseconds);
 
-    /// As Wait for some seconds, in slices of 100 ms between which the host's window messages are
-    /// processed; even a time of 0 allows two slices.
+    /// As Wait, by EndsProcessingMessages.
     bool WaitProcessingMessages(LONG Seconds);
 
     /// Ends the process by force.
     void Terminate();
 
-    /// Lets the process run on without its runner.
-    void Detach();
+    /// Lets the process run on without its runner, and hands it out; nothing where none runs.
+    base::KernelHandle Detach();
 
 private:
     std::wstring CommandLine() const;
@@ -46,4 +45,10 @@ private:
     std::wstring m_sCommand;
     std::wstring m_sProgram;
     base::KernelHandle m_process;  // while it runs, as far as is known
+    base::KernelHandle m_job;      // that ends it
 };
+
+/// Whether a process ends within some seconds, waited for in slices of 100 ms between which the host's window
+/// messages are processed; even a time of 0 allows two slices. A null handle is that of one that
+/// has ended.
+bool EndsProcessingMessages(HANDLE process, LONG Seconds);

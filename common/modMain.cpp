@@ -8,8 +8,8 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/RollBack.h"
 #include "base/SystemError.h"
-#include "base/Text.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "common/Apartment.h"
@@ -18,6 +18,7 @@
 #include "common/Report.h"
 #include "common/clsShell.h"
 #include "common/modZNStartup.h"
+#include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 
 namespace {
@@ -51,11 +52,15 @@ std::vector<std::wstring> Split(const std::wstring& text, wchar_t separator) {
 /// Writes a test file, reads it and deletes it; step: what is being done, for the report of a failure.
 void TestFolder(const std::wstring& testFile, std::wstring& step) {
     step = L"creating test file " + testFile;
-    {
-        auto file = base::File::Open(testFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
-        step = L"writing to test file " + testFile;
-        file.Write("Test writing...\r\n");
-    }
+    auto written = base::File::Open(testFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+    // One that stayed would travel as a packet.
+    base::RollBack removal([&] {
+        written.Close();
+        FileSystem::TryDelete(testFile);
+    });
+    step = L"writing to test file " + testFile;
+    written.Write("Test writing...\r\n");
+    written.Close();
     step = L"opening test file " + testFile;
     {
         const auto file = base::File::Open(testFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
@@ -65,6 +70,7 @@ void TestFolder(const std::wstring& testFile, std::wstring& step) {
     }
     step = L"deleting test file " + testFile;
     FileSystem::DeleteFile(testFile, FileSystem::ReadOnlyFiles::Delete);
+    removal.Dismiss();
 }
 
 /// An object that the apartment keeps; created on first use. A failure is reported under the procedure.
@@ -100,7 +106,9 @@ bool CreateFolder(const std::wstring& Path, bool SupressMsg) {
         FileSystem::CreateFolder(Path);
         return true;
     } catch (...) {
-        ShowAndReport(self, L"Could not create folder " + Path, SupressMsg);
+        // Somebody else may just have made it.
+        if (!FileSystem::FolderExists(Path))
+            ShowAndReport(self, L"Could not create folder " + Path, SupressMsg);
         return false;
     }
 }
@@ -115,7 +123,9 @@ bool CreateFolders(const std::wstring& Path, bool SupressMsg) {
         std::wstring current = drive;
         for (const std::wstring& part : Split(rest, L'\\')) {
             current = Path::Join(current, part);
-            if (!FileSystem::FolderExists(current) && !CreateFolder(current, SupressMsg)) return false;
+            if (!FileSystem::FolderExists(current) && !CreateFolder(current, SupressMsg) &&
+                !FileSystem::FolderExists(current))
+                return false;
         }
         return true;
     } catch (...) {
@@ -172,8 +182,7 @@ bool DoShellCmd(const std::wstring& Command, LONG TimeoutSeconds, bool, const st
 bool CommonDecode(std::wstring& OutputFile, bool, const std::wstring& Command, LONG TimeoutSeconds,
                   std::wstring& ResultFile, const std::wstring& Program) {
     return Procedure(L"modMain.CommonDecode").Guard(false, [&] {
-        const std::wstring extension = base::Upper(Path::LastFour(OutputFile));
-        if (extension != L".MDB" && extension != L".XML") OutputFile += L".MDB";
+        if (!IsDecodedUnderItsName(OutputFile)) OutputFile += L".MDB";
         ResultFile = OutputFile;
         return DecodeStep(Program, Command, TimeoutSeconds, OutputFile).Run();
     });

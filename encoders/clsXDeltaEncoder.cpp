@@ -124,7 +124,7 @@ bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std
         const std::wstring target =
             OutFolder + L"\\" + DifferenceName(FileName, Path::BaseName(m_sReferencePath)) + m_sOutExtension;
         const std::wstring backup = target + L"_bck";
-        if (FileSystem::FileExists(target)) FileSystem::MoveFile(target, backup);
+        if (FileSystem::FileIsThere(target)) FileSystem::MoveFile(target, backup);
         const std::wstring program = ProgramPath();
         const std::wstring command =
             program + L" delta " + Quoted(m_sReferencePath) + L" " + Quoted(source) + L" " + Quoted(target);

@@ -11,6 +11,7 @@
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "encoders/ExternalProgram.h"
+#include "encoders/OverduePrograms.h"
 #include "services/PropertySet.h"
 #include "services/Registry.h"
 
@@ -86,7 +87,7 @@ bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile
     shell.Command(ZipCommand(workFile, source));
     shell.Execute();
     if (shell.WaitProcessingMessages(m_lZipTimeout)) return true;
-    shell.Detach();
+    OverduePrograms::Add(workFile, shell.Detach());
     return false;
 }
 
@@ -107,8 +108,12 @@ bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::w
         const std::wstring source = InFolder + L"\\" + FileName;
         const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
         const std::wstring workFile = base::EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
+        if (!OverduePrograms::Await(workFile, m_lZipTimeout))
+            return self.Fail(L"A zip program that has exceeded its time still runs, and may write " +
+                             workFile + L". Until it ends, nothing else becomes that file: " + source +
+                             L" was not encoded.");
         // What an earlier failure left must not travel as this packet.
-        if (FileSystem::FileExists(workFile)) FileSystem::DeleteFile(workFile);
+        if (FileSystem::FileIsThere(workFile)) FileSystem::DeleteFile(workFile);
         if (!Zip(source, workFile)) return self.Fail(L"Zip program timed out for " + source);
         const int seconds = AwaitFile(workFile);
         if (seconds > 0) ReportLateWorkFile(self, workFile, seconds);

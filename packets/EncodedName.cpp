@@ -22,6 +22,15 @@ Difference SplitDifferenceName(std::wstring_view fileName) {
     return {std::wstring(fileName.substr(0, tilde)), std::wstring(fileName.substr(tilde + 1))};
 }
 
+bool IsDecodedUnderItsName(std::wstring_view fileName) {
+    return std::ranges::any_of(kPacketExtensions,
+                               [&](const wchar_t* extension) { return HasExtension(fileName, extension); });
+}
+
+bool CanBeReference(std::wstring_view fileName) {
+    return HasExtension(fileName, L".AXR") && fileName.find(kTilde) == std::wstring_view::npos;
+}
+
 bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension) {
     constexpr size_t kCompared = 4;
     return IsSameName(fileName.substr(fileName.size() - std::min(fileName.size(), kCompared)), extension);

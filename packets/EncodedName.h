@@ -2,6 +2,7 @@
 // Portable.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,15 @@ struct Difference {
 /// its first character and a reference of the whole name; installations in the field rely on what that leads
 /// to.
 Difference SplitDifferenceName(std::wstring_view fileName);
+
+/// How the names of packets end that a decoder restores: behind any other name it writes ".MDB".
+inline constexpr std::array kPacketExtensions = {L".mdb", L".xml"};
+/// Whether a packet comes out of a decoder under its own name.
+bool IsDecodedUnderItsName(std::wstring_view fileName);
+
+/// Whether the other side finds its own copy of a reference by the name of a difference, which holds that of
+/// the file without its extension: "<reference>.AXR".
+bool CanBeReference(std::wstring_view fileName);
 
 /// How packets travel, by the extensions of the files that carry them.
 struct TravelExtensions {

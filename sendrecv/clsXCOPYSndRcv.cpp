@@ -2,6 +2,7 @@
 #include "sendrecv/clsXCOPYSndRcv.h"
 
 #include <limits>
+#include <utility>
 
 #include "base/Arrival.h"
 #include "base/FileMoves.h"
@@ -62,7 +63,8 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
-    if (!block.SomebodyWrites()) {
+    const bool somebodyWrites = block.SomebodyWrites();
+    if (!somebodyWrites) {
         const base::File& held = block.Held();
         bool cancelled = false;
         const auto goOn = [&] {
@@ -80,11 +82,13 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     try {
         block.Delete();
     } catch (const base::Error& error) {
-        const std::wstring text =
-            Lines(L"Could not delete packet file: " + source +
-                      L" in the transporter's source folder. "
-                      L"Check your folder permissions for read/write/modify/delete access.",
-                  error.failure().description);
+        std::wstring text = Lines(L"Could not delete packet file: " + source +
+                                      L" in the transporter's source folder. "
+                                      L"Check your folder permissions for read/write/modify/delete access.",
+                                  error.failure().description);
+        if (somebodyWrites)
+            text = Lines(std::move(text), L"Somebody still writes to it; it was not copied and stays for the "
+                                          L"next transfer.");
         progress.StatusText(Lines(self.Name(), text));
         self.Report(text);
     }

@@ -11,7 +11,9 @@
 #include "com/Result.h"
 #include "com/Values.h"
 #include "common/Report.h"
+#include "packets/EncodedName.h"
 #include "packets/PacketName.h"
+#include "packets/ReplacedVersions.h"
 #include "script/Collections.h"
 #include "services/ScriptMember.h"
 #include "transport/ReceivedPacket.h"
@@ -63,16 +65,41 @@ void RefuseSubFolder(const std::wstring& subFolder, base::Where where = base::Wh
             where);
 }
 
+[[noreturn]] void Refuse(const std::wstring& packet, const wchar_t* reason) {
+    throw base::Error(E_INVALIDARG, L"The packet " + packet + L" was not added: " + reason);
+}
+
 /// What would not reach the other side as the packet that it is must not leave this one.
 void RefusePacket(const std::wstring& name, const std::wstring& subFolder) {
-    const auto refuse = [&](const wchar_t* reason) {
-        throw base::Error(E_INVALIDARG,
-                          L"The packet " + Path::Join(subFolder, name) + L" was not added: " + reason);
-    };
-    if (IsBackupPath(Path::Join(subFolder, name)))
-        refuse(L"the receive folder keeps backups in the sub-folder Backup. Use another name.");
+    const std::wstring packet = Path::Join(subFolder, name);
+    if (IsBackupPath(packet))
+        Refuse(packet, L"the receive folder keeps backups in the sub-folder Backup. Use another name.");
     if (IsKeptCopy(name))
-        refuse(L"its name is that of a copy that is kept of a replaced file. Give it another name.");
+        Refuse(packet, L"its name is that of a copy that is kept of a replaced file. Give it another name.");
+}
+
+template <class Interface>
+ComPtr<Interface> Optional(IUnknown* object) {
+    ComPtr<Interface> other;
+    object->QueryInterface(IID_PPV_ARGS(&other));
+    return other;
+}
+
+/// What the library's own encoders make of a packet must be restored by them; others know what they can.
+void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
+    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
+    if (!delta && !Optional<_clsZipEncoder>(encoder)) return;
+    if (!IsDecodedUnderItsName(Path::FileName(file)))
+        Refuse(file,
+               L"the other side restores a packet under its name only when that ends with .mdb or .xml. "
+               L"Let no encoder take it.");
+    if (const auto version = FileSystem::VersionOf(file); version && version->size == 0)
+        Refuse(file, L"it is empty, and encoded packets must not be.");
+    if (!delta) return;
+    const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get());
+    if (!reference.empty() && !CanBeReference(Path::FileName(reference)))
+        Refuse(file, L"the other side finds no reference by such a name: a reference file is named *.AXR, "
+                     L"without a ~, on both sides. Set ReferencePath to one.");
 }
 
 /// All packets in a folder and below it. A folder below that cannot be listed is reported and leaves the
@@ -117,18 +144,31 @@ void clsTransporter::SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*se
 
 // --- Sending ----------------------------------------------------------------------------------------
 
+/// A backup that stayed would travel beside its packet, or be in the way of the next one.
+void clsTransporter::SettleBackups(IZNEncoder* encoder, const std::vector<base::TreeFile>& files) const {
+    const auto extension = com::Get<std::wstring>(&IZNEncoder::get_OutExtension, encoder);
+    for (const base::TreeFile& file : files)
+        SettleBackup(LocalSendFolder(), file, extension);
+}
+
 void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& subFolder) {
     DemandFolders();
     const std::wstring name = Path::FileName(file);
     RefuseSubFolder(subFolder);
     RefusePacket(name, subFolder);
-    if (!EncoderFor(&IZNEncoder::get_InExtension, name) && EncoderFor(&IZNEncoder::get_OutExtension, name))
-        throw base::Error(E_INVALIDARG,
-                          L"The packet " + file +
-                              L" was not added: its extension is that of an "
-                              L"encoded packet, which the other side would decode. Give it another name.");
+    const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_InExtension, name);
+    if (!encoder && EncoderFor(&IZNEncoder::get_OutExtension, name))
+        Refuse(file,
+               L"its extension is that of an encoded packet, which the other side would decode. Give it "
+               L"another name.");
+    if (encoder) RefuseEncoding(encoder.Get(), file);
+    const auto settle = [&] {
+        if (encoder) SettleBackups(encoder.Get(), base::FilesIn(LocalSendFolder(), subFolder));
+    };
+    settle();
     Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.",
            [&] { return IZNTransporter_Add(file, subFolder); });
+    settle();
     // A copy that cannot be deleted when it was sent would travel again and again.
     FileSystem::MakeWritable(Path::Join(Path::Join(LocalSendFolder(), subFolder), name));
 }
@@ -186,6 +226,9 @@ bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder)
     if (m_transferring)
         throw base::Error(E_UNEXPECTED,
                           L"SendReceive is at work already. Call it again when that call has returned.");
+    const auto encoders = m_encoders;  // a getter is the host's, and may assign more of them
+    for (const ComPtr<IZNEncoder>& encoder : encoders)
+        SettleBackups(encoder.Get(), base::FilesBelow(LocalSendFolder()));
     const auto transfer = com::Make<ScriptTransfer>(this, progress);
     const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     m_cancelled = false;

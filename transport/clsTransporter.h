@@ -141,6 +141,7 @@ private:
     // What scripts' members do; see TransporterScripting.cpp.
     void DemandFolders() const;
     void SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR), const std::wstring& folder);
+    void SettleBackups(IZNEncoder* encoder, const std::vector<base::TreeFile>& files) const;
     void AddPacket(const std::wstring& file, const std::wstring& subFolder);
     void MovePacket(const std::wstring& file, const std::wstring& subFolder);
     LONG MovePackets(const std::wstring& folder);

@@ -6,20 +6,7 @@
 #include "base/RollBack.h"
 #include "base/Text.h"
 #include "host/settings/SideFolders.h"
-#include "packets/EncodedName.h"
-
-namespace {
-
-/// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now is with
-/// the next run.
-void Settle(bool replaced, const std::wstring& path, const std::wstring& place) {
-    if (replaced)
-        FileSystem::TryDelete(path);
-    else
-        base::TryMoveIntoTree(path, place);
-}
-
-}  // namespace
+#include "packets/ReplacedVersions.h"
 
 // Beside the send folder, into which the other side looks at any time.
 SendFolder::SendFolder(const Settings& settings, const PacketLedger& ledger)
@@ -50,15 +37,9 @@ SendFolder::Packets SendFolder::FilesIn(const std::wstring& folder) const {
     return packets;
 }
 
-/// The difference encoder keeps the version that it replaces, which must not travel beside the new one.
-/// Without a new one it is the packet.
 void SendFolder::RecoverBackups() const {
-    for (const base::TreeFile& file : base::FilesBelow(m_settings.send)) {
-        const std::wstring encoded = EncodedNameOfBackup(file.name, m_settings.xdelta.outExtension);
-        if (encoded.empty()) continue;
-        const std::wstring path = WaitingPath({file.subFolder, encoded, file.size});
-        Settle(FileSystem::FileExists(path), WaitingPath(file), path);
-    }
+    for (const base::TreeFile& file : base::FilesBelow(m_settings.send))
+        SettleBackup(m_settings.send, file, m_settings.xdelta.outExtension);
 }
 
 /// An encoder makes its file appear whole: what waits beside an older version is the newer one.
@@ -66,7 +47,7 @@ void SendFolder::RecoverAside() const {
     if (!FileSystem::FolderIsThere(m_aside)) return;
     const Packets newer = FilesIn(m_settings.send);
     for (const base::TreeFile& file : base::FilesBelow(m_aside))
-        Settle(newer.contains(Key(file)), AsidePath(file), WaitingPath(file));
+        SettleVersion(newer.contains(Key(file)), AsidePath(file), WaitingPath(file));
     base::RemoveEmptyFolders(m_aside);
 }
 

@@ -60,12 +60,6 @@ bool IsExtension(const std::wstring& value) {
            std::all_of(value.begin() + 1, value.end(), [](wchar_t letter) { return std::iswalnum(letter); });
 }
 
-/// A difference names its reference after a "~", without the extension.
-bool CanBeReference(const std::wstring& path) {
-    const std::wstring name = Path::FileName(path);
-    return base::Upper(name).ends_with(L".AXR") && name.find(L'~') == std::wstring::npos;
-}
-
 /// The parser knows comments only as lines of their own.
 bool SeemsToHoldComment(const std::wstring& value) {
     return value.find(L" ;") != std::wstring::npos || value.find(L"\t;") != std::wstring::npos;
@@ -230,7 +224,7 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"the value must be one of: " + Listed(setting.allowed));
     refuseIf((is(ValueKind::Number) && !IsNumber(value)) || (is(ValueKind::Extension) && !IsExtension(value)),
              std::wstring(L"the value must be ") + DescriptionOf(setting.kind));
-    refuseIf(is(ValueKind::Reference) && !value.empty() && !CanBeReference(value),
+    refuseIf(is(ValueKind::Reference) && !value.empty() && !CanBeReference(Path::FileName(value)),
              L"the file's name must end in .AXR and hold no ~");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && value.find(L'\\') != std::wstring::npos,
              L"a path on a server is written with /");

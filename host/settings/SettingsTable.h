@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/settings/Settings.h"
+#include "packets/EncodedName.h"
 
 enum class Section { Host, Folders, Ftp, Https, Zip, XDelta, Log };
 inline constexpr std::array kSectionNames = {L"host", L"folders", L"ftp", L"https",
@@ -130,7 +131,6 @@ Line(Section section, const wchar_t* name, ValueKind kind, Presence presence, co
             &Field<Members...>::Text};
 }
 
-inline constexpr std::array kPacketExtensions = {L".mdb", L".xml"};
 inline constexpr std::array kLogins = {L"basic", L"digest", L"ntlm", L"negotiate"};
 inline constexpr std::array kCompressionLevels = {L"0", L"1", L"2", L"3", L"4", L"5", L"6", L"7", L"8", L"9"};
 

@@ -9,7 +9,7 @@ import time
 import zipfile
 
 import support
-from support import Holder, HostTest, WAITING, arriving, files_below, finish, size_of, slow, wait_until
+from support import Holder, HostTest, WAITING, arriving, files_below, finish, size_of, slow, start, wait_until, windows
 
 
 def database(pages, seed):
@@ -206,6 +206,20 @@ class DifferenceTest(EncoderCase):
         self.assertRegex(self.row(sent, "sub\\größe.mdb"), r"1,998,008 +\d{2,3} +0\.0 %  sent$")
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def test_a_program_ends_with_the_host_that_is_killed(self):
+        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / "xDelta.exe")
+        self.field.change("xdelta_util_location", self.scratch)
+        self.put(self.field, "a.mdb")
+        running, never, late = (self.scratch / name for name in ("running", "never", "late"))
+        steps = f"hold {windows(running)}|await {windows(never)}|write {windows(late)}*an older version"
+        process = start("run", self.field.settings, env=os.environ | {"CHILD": steps})
+        self.addCleanup(process.kill)
+        wait_until(running.exists, process)
+        process.kill()
+        process.wait()
+        wait_until(lambda: not running.exists())
+        self.assertFalse(late.exists())
 
     def send_offline(self, **settings):
         """A run of the field whose remote folder is gone, with changed settings and a new version of the packet."""

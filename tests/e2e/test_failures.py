@@ -85,6 +85,14 @@ class RemoteFolderTest(HostTest):
 
 
 class ObstacleTest(HostTest):
+    def test_a_folder_test_that_fails_leaves_no_file_that_would_travel(self):
+        Mount(self, self.field.send, "64k")
+        self.put(self.field, "a.mdb", content=os.urandom(64 << 10), folder=self.field.send)
+        self.put(self.field, "b.mdb")
+        self.assert_trouble(self.field)
+        self.assertIn("folder test while writing to test file", self.field.log)
+        self.assertEqual(files_below(self.to_enterprise).keys(), {"a.mdb"})
+
     def test_a_file_where_a_remote_sub_folder_belongs(self):
         self.put(self.field, "a.mdb", "sub/b.mdb")
         obstacle = self.to_enterprise / "sub"

@@ -144,12 +144,25 @@ TEST_F(ZipEncoder, PassesOnlyLevelsThatExist) {
     }
 }
 
-TEST_F(ZipEncoder, AZipProgramBeyondItsTimeRunsOn) {
+TEST_F(ZipEncoder, AZipProgramBeyondItsTimeRunsOnAndKeepsItsWorkFileFromOthers) {
     settings->put_ZipTimeout(0);
     EXPECT_FALSE(EncodeAfter(L"await T:\\go|"));
-    EXPECT_THAT(framework.log, OneReport(kEncode, L"Zip program timed out for T:\\in\\a b.mdb"));
+    EXPECT_THAT(framework.TakeLog(), OneReport(kEncode, L"Zip program timed out for T:\\in\\a b.mdb"));
+    Create();
+    settings->put_ZipTimeout(0);
+    children.Script(L"write T:\\go*x|await T:\\work\\a b.mdb.afz");
+    EXPECT_FALSE(Encode(L"A b.mdb")) << "by another object, of another folder";
+    EXPECT_THAT(framework.TakeLog(),
+                OneReport(kEncode, L"A zip program that has exceeded its time still runs, and may write "
+                                   L"T:\\work\\A b.mdb.afz. Until it ends, nothing else becomes that file: "
+                                   L"T:\\in\\A b.mdb was not encoded."));
     temp.File(L"go");
     EXPECT_TRUE(temp.Appears(L"work\\a b.mdb.afz"));
+    settings->put_ZipTimeout(60);
+    children.Script(L"write T:\\work\\a b.mdb.afz*another");
+    EXPECT_TRUE(Encode(L"a b.mdb"));
+    EXPECT_EQ(temp.Content(L"out\\a b.mdb.afz"), "another");
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(ZipEncoder, AWorkFileThatComesLateFailsTheEncoding) {
@@ -257,6 +270,9 @@ TEST_F(DeltaEncoder, SettingsThatCannotBeReadAreReportedAndNotTaken) {
 
 TEST_F(DeltaEncoder, EncodesBesideTheReferencesName) {
     children.Script(L"write T:\\out\\a b.mdb~Base1.axd*delta");
+    EXPECT_FALSE(Encode(L"a*b.mdb")) << "the system does not tell whether a previous one is in the way";
+    EXPECT_FALSE(children.WasStarted());
+    EXPECT_THAT(framework.TakeLog(), OneReport(kDelta + L"IZNEncoder_Encode"));
     EXPECT_TRUE(Encode(L"a b.mdb"));
     EXPECT_EQ(outFile.Text(), temp / L"out\\a b.mdb~Base1.axd");
     EXPECT_EQ(children.CommandLine(), kPrograms +

@@ -56,6 +56,15 @@ TEST_F(Files, CopiesOverAnExistingFile) {
     EXPECT_EQ(temp.Content(L"destination"), "new");
 }
 
+TEST_F(Files, AProtectedCopyThatCannotTakeItsNameIsRemoved) {
+    const auto source = temp.File(L"source");
+    temp.Protect(L"source");
+    const base::FileHandle holder = Held(temp.File(L"destination"), GENERIC_READ, FILE_SHARE_READ);
+    EXPECT_THAT(WhyThrown([&] { FileSystem::CopyReplacing(source, temp / L"destination"); }),
+                HasSubstr(temp / L"destination"));
+    EXPECT_THAT(temp.Files(), ElementsAre(L"destination", L"source"));
+}
+
 TEST_F(Files, ACopyThatEndsShortIsRemoved) {
     // The system tells 4096 bytes and hands out fewer, as a redirector that hides a read error does.
     const std::wstring source = L"Z:\\sys\\devices\\system\\cpu\\online";

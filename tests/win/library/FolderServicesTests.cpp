@@ -1,4 +1,7 @@
 // Folder creation, the folder test, settings and options.
+#include <atomic>
+#include <thread>
+
 #include "com/MessagePump.h"
 #include "com/Object.h"
 #include "common/Apartment.h"
@@ -27,6 +30,26 @@ TEST_F(FolderServices, CreatesEveryMissingLevel) {
     EXPECT_FALSE(CreateFolders(L"no\\drive", true));
     EXPECT_THAT(framework.log,
                 OneReport(L"modMain.CreateFolders", L"Could not create folders for no\\drive\r\n"));
+}
+
+TEST_F(FolderServices, ALevelThatSomebodyElseMakesAtTheSameMomentIsThere) {
+    constexpr int kRounds = 500;
+    std::atomic<int> round = 0;
+    std::thread other([&] {
+        for (int i = 1; i <= kRounds; ++i) {
+            while (round < i)
+                std::this_thread::yield();
+            for (int examined = 0; examined < i % 10; ++examined)
+                FileSystem::FolderExists(temp.Path());
+            CreateDirectoryW((temp / std::to_wstring(i)).c_str(), nullptr);
+        }
+    });
+    int made = 0;
+    while (round < kRounds)
+        made += CreateFolders(temp / std::to_wstring(++round), true);
+    other.join();
+    EXPECT_EQ(made, kRounds);
+    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(FolderServices, AFileInTheWayIsReportedAndShownUnlessSuppressed) {

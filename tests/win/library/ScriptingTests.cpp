@@ -12,6 +12,7 @@
 
 #include "base/WriteBlock.h"
 #include "com/Object.h"
+#include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -238,6 +239,15 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     for (const auto& [name, subFolder] : cases)
         EXPECT_EQ(field.transporter->Add(In(temp.File(name)), Variant(subFolder).Get()), E_INVALIDARG)
             << testing::PrintToString(std::wstring(name) + L" in " + subFolder);
+    EXPECT_THAT(field.Add(temp.File(L"empty.mdb", "")), HasSubstr(L"it is empty"));
+    zip->put_InExtension(In(L".txt"));
+    EXPECT_THAT(field.Add(temp.File(L"x.txt")), HasSubstr(L"ends with .mdb or .xml"));
+    const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
+    EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+    for (const wchar_t* reference : {L"Base.mdb", L"BASE2~1.AXR"}) {
+        delta->put_ReferencePath(In(temp.File(reference)));
+        EXPECT_THAT(field.Add(temp.File(L"x.mdb")), HasSubstr(L"a reference file is named"));
+    }
     VARIANT_BOOL moved = VARIANT_FALSE;
     EXPECT_EQ(field.transporter->SendReceive(Variant().Get(), Variant(L"..\\x").Get(), &moved), E_INVALIDARG);
     EXPECT_FALSE(temp.Exists(L"field"));
@@ -246,6 +256,28 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     Bstr file;
     EXPECT_EQ(field.Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), E_INVALIDARG);
     EXPECT_EQ(temp.Content(L"field\\receive\\x.xml_bak"), "packet");
+}
+
+TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
+    const ChildPrograms children(temp);
+    children.Install(L"xDelta.exe");
+    const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
+    delta->put_XDeltaUtilLocation(In(children.Folder()));
+    delta->put_ReferencePath(In(temp.File(L"Base.AXR")));
+    EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+    const std::wstring packet = temp.File(L"x.mdb");
+    const auto sent = [&] { return temp.Content(L"share\\to enterprise\\x.mdb~Base.axd"); };
+    for (const wchar_t* version : {L"older", L"newer"}) {
+        children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*" + std::wstring(version));
+        EXPECT_EQ(field.transporter->Add(In(packet), Variant().Get()), S_OK);
+    }
+    EXPECT_THAT(temp.Files(L"field\\send"), ElementsAre(L"x.mdb~Base.axd"));
+    EXPECT_TRUE(field.SendReceive());
+    EXPECT_EQ(sent(), "newer");
+    temp.File(L"field\\send\\x.mdb~Base.axd_bck", "of a process that ended");
+    EXPECT_TRUE(field.SendReceive());
+    EXPECT_EQ(sent(), "of a process that ended");
+    EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {

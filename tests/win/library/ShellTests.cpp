@@ -232,6 +232,8 @@ TEST_F(DecodeTest, NothingRunsWhileThePreviousOutputCannotBeMoved) {
     };
     constexpr auto kAdvice =
         L" The file may be in use by another application. Please close the application and try again.";
+    EXPECT_FALSE(Decode(L"a*b.mdb")) << "the system does not tell whether there is one";
+    EXPECT_THAT(framework.TakeLog(), OneReport(kDecode));
     temp.File(L"x.mdb", "previous");
     const auto output = hold(L"x.mdb");
     EXPECT_FALSE(Decode());

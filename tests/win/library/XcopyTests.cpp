@@ -160,6 +160,9 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"a.mdb"));
     EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"b.mdb")) << "half a packet does not travel";
     EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not delete packet file: T:\\out\\a.mdb in"));
+    EXPECT_THAT(framework.LogText(),
+                HasSubstr(L"\r\nSomebody still writes to it; it was not copied and stays "
+                          L"for the next transfer.\r\n"));
     EXPECT_TRUE(Send());
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }

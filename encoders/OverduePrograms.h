@@ -1,0 +1,19 @@
+// Programs that were left running beyond their time: what one of them may still write is no other's file.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include "base/Handle.h"
+
+/// Of all threads of this process.
+namespace OverduePrograms {
+
+/// file: what the program may still write.
+void Add(const std::wstring& file, base::KernelHandle program);
+
+/// Waits for those that may write a file, as EndsProcessingMessages. False when one still runs.
+bool Await(const std::wstring& file, LONG seconds);
+
+}  // namespace OverduePrograms

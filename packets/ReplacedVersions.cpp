@@ -1,0 +1,20 @@
+// See ReplacedVersions.h.
+#include "packets/ReplacedVersions.h"
+
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "packets/EncodedName.h"
+
+void SettleVersion(bool replaced, const std::wstring& path, const std::wstring& place) {
+    if (replaced)
+        FileSystem::TryDelete(path);
+    else
+        base::TryMoveIntoTree(path, place);
+}
+
+void SettleBackup(const std::wstring& folder, const base::TreeFile& file, std::wstring_view extension) {
+    const std::wstring encoded = EncodedNameOfBackup(file.name, extension);
+    if (encoded.empty()) return;
+    const std::wstring place = Path::Join(Path::Join(folder, file.subFolder), encoded);
+    SettleVersion(FileSystem::FileExists(place), Path::Join(folder, file.RelativePath()), place);
+}

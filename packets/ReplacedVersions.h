@@ -1,0 +1,16 @@
+// What is left of versions of a packet that newer ones were to replace in the send folder.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/FolderTree.h"
+
+/// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now is with
+/// the next run.
+void SettleVersion(bool replaced, const std::wstring& path, const std::wstring& place);
+
+/// The same for a file of a folder that is the backup of a difference; leaves any other. The encoder keeps
+/// the version that it replaces, which must not travel beside the new one. Without a new one it is the
+/// packet. extension: of differences.
+void SettleBackup(const std::wstring& folder, const base::TreeFile& file, std::wstring_view extension);
