@@ -114,7 +114,7 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
         throw SystemError(ERROR_FILE_EXISTS, "copy", Way(source, destination), where);
     const WriteBlock block(source);
     File copy = Arrive(block.Held(where), destination, {}, where);
-    // Also under its new name: or the next attempt finds it in its way.
+    // Under its new name, too, where the next attempt would find it in its way.
     base::RollBack removal([&] { copy.Discard(); });
     if (const DWORD error = copy.TakeName(destination, File::OtherFile::Stays); error != ERROR_SUCCESS)
         throw SystemError(error, "move", Way(source, destination), where);

@@ -49,6 +49,6 @@ private:
 };
 
 /// Whether a process ends within some seconds, waited for in slices of 100 ms between which the host's window
-/// messages are processed; even a time of 0 allows two slices. A null handle is that of one that
-/// has ended.
+/// messages are processed; even a time of 0 allows two slices. A null handle is that of one
+/// that has ended.
 bool EndsProcessingMessages(HANDLE process, LONG Seconds);
