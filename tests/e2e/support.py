@@ -75,6 +75,11 @@ def serve_each(test, address, session):
     threading.Thread(target=accept, daemon=True).start()
 
 
+def count_below(folder):
+    """How many files are below a folder at the moment, also while some come and go."""
+    return sum(path.is_file() for path in pathlib.Path(folder).rglob("*"))
+
+
 def size_of(path):
     """Bytes; -1 without the file."""
     try:

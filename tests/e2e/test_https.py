@@ -6,7 +6,7 @@ import shutil
 import signal
 
 from dav import HttpsHostTest, PASSWORD, Server, Spoiler, Stranger, USER, UsualPort
-from support import Mount, Side, WAITING, files_below, finish, slow, start, wait_until
+from support import Mount, Side, WAITING, count_below, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
 
@@ -621,7 +621,7 @@ class ManyReceiversTest(HttpsHostTest):
         """All hosts at once; one of them is killed in the middle."""
         processes = [start("run", host.settings) for host in self.hosts]
         if killed is not None:
-            wait_until(lambda: len(files_below(self.hosts[killed].receive)) > 3, processes[killed])
+            wait_until(lambda: count_below(self.hosts[killed].receive) > 3, processes[killed])
             processes[killed].kill()
         return [finish(process) for process in processes]
 

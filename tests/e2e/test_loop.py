@@ -4,7 +4,7 @@ import os
 import signal
 
 from objects import JsonTest, objects_of
-from support import files_below, finish, own_program, run, start, wait_until, windows
+from support import count_below, files_below, finish, own_program, run, start, wait_until, windows
 
 
 class LoopTest(JsonTest):
@@ -114,7 +114,7 @@ class LoopTest(JsonTest):
         wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
         status = json.loads((self.field.send.with_name("send.status")).read_text(encoding="utf-8"))
         run("/f", "/pid", str(status["process"]), program="taskkill")
-        wait_until(lambda: not files_below(self.field.send), process)
+        wait_until(lambda: count_below(self.field.send) == 0, process)
         self.assertIsNone(process.poll())
         self.stopped(process)
         self.assert_run(self.enterprise)

@@ -2,7 +2,7 @@
 import os
 import signal
 
-from support import Holder, HostTest, arriving, files_below, finish, own_program, run, run_on_terminal, wait_until, windows
+from support import Holder, HostTest, arriving, count_below, files_below, finish, own_program, run, run_on_terminal, wait_until, windows
 
 COUNT = 40
 
@@ -87,7 +87,7 @@ class StopTest(HostTest):
             return packet.exists() and packet.name
 
         name = self.in_time(attempt)
-        wait_until(lambda: not files_below(self.enterprise.receive))
+        wait_until(lambda: count_below(self.enterprise.receive) == 0)
         self.assert_run(self.enterprise, 0, {("in", name): "delivered"})
         self.assert_delivered()
 

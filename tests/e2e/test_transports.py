@@ -3,7 +3,7 @@ import os
 
 from dav import HttpsHostTest
 from ftp import FtpHostTest
-from support import HostTest, Mount, WAITING, files_below, finish, run_on_terminal, size_of, slow, wait_until
+from support import HostTest, Mount, WAITING, count_below, files_below, finish, run_on_terminal, size_of, slow, wait_until
 from test_encoders import database
 
 MB = 1 << 20
@@ -110,7 +110,7 @@ class Cases:
         def attempt(load):
             self.put(self.field, *(f"F{number % 5}/{load}-{number}.mdb" for number in range(self.COUNT * load)),
                      folder=self.field.send)
-            outcome = run_on_terminal(self.field.settings, interrupt_when=lambda: len(files_below(self.remote)) > 2)
+            outcome = run_on_terminal(self.field.settings, interrupt_when=lambda: count_below(self.remote) > 2)
             return outcome.code and outcome
 
         self.assertIn("Stopped by the user", self.in_time(attempt).output)
