@@ -63,7 +63,8 @@ def files_below(folder):
 
 
 def serve_each(test, address, session):
-    """Listens until the test ends, and runs a session in a thread of its own for each who connects."""
+    """Listens until the test ends, and runs a session in a thread of its own for each who connects. Returns the
+    listener, for who wants an end before."""
     listener = socket.create_server(address)
     test.addCleanup(listener.close)
 
@@ -73,6 +74,7 @@ def serve_each(test, address, session):
                 threading.Thread(target=session, args=(listener.accept()[0],), daemon=True).start()
 
     threading.Thread(target=accept, daemon=True).start()
+    return listener
 
 
 def count_below(folder):
