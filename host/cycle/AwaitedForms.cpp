@@ -8,6 +8,7 @@
 #include "base/RollBack.h"
 #include "base/Text.h"
 #include "host/settings/SideFolders.h"
+#include "packets/ReplacedVersions.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ void AwaitedForms::Await(const std::vector<base::TreeFile>& offered, const Packe
 }
 
 void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
+    if (m_offered.empty()) return;
     for (const base::TreeFile& file : base::FilesIn(m_settings.receive, subFolder)) {
         const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
         const auto older =
@@ -56,10 +58,7 @@ void AwaitedForms::PutBack() const {
     for (const base::TreeFile& file : base::FilesBelow(aside)) {
         const std::wstring held = Path::Join(aside, file.RelativePath());
         const std::wstring place = Path::Join(m_settings.receive, file.RelativePath());
-        if (FileSystem::FileExists(place))
-            FileSystem::TryDelete(held);
-        else
-            base::TryMoveIntoTree(held, place);
+        SettleVersion(FileSystem::FileExists(place), held, place);
     }
     base::RemoveEmptyFolders(aside);
 }
