@@ -72,18 +72,14 @@ class Line:
 
     def __init__(self, address, port, rate, carries):
         self.address, self.port, self.rate, self.left = address, port, rate, carries
-        self.listener = socket.create_server((address, port))
-        threading.Thread(target=self.accept, daemon=True).start()
-
-    def accept(self):
-        with contextlib.suppress(OSError):  # that the listener has been closed
-            while True:
-                threading.Thread(target=self.session, args=(self.listener.accept()[0],), daemon=True).start()
+        self.listener = support.serve_each((address, port), self.session)
 
     def session(self, client):
         with client, socket.create_connection((self.address, PORT)) as server, contextlib.suppress(OSError):
             threading.Thread(target=self.passes, args=(client, server), daemon=True).start()
             self.passes(server, client, self.goes_on)
+            # The other thread waits for it, and a socket that is waited for is not closed.
+            client.shutdown(socket.SHUT_RDWR)
         if self.left <= 0:
             self.close()
 

@@ -94,7 +94,7 @@ class UsualPort:
     def __init__(self, test, server):
         self.server = server
         self.url = f"https://{server.address}/dav"
-        serve_each(test, (server.address, 443), self.session)
+        test.addCleanup(serve_each((server.address, 443), self.session).close)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, PORT)) as server:

@@ -68,7 +68,8 @@ class BendingProxy:
         self.server, self.command, self.reply, self.instead = server, command, reply, instead
         self.address = own_address()
         self.bent = 0
-        self.listener = serve_each(test, (self.address, 21), self.session)
+        self.listener = serve_each((self.address, 21), self.session)
+        test.addCleanup(self.listener.close)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, 21)) as upstream:

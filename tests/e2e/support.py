@@ -62,11 +62,9 @@ def files_below(folder):
     return {str(file.relative_to(folder)): sha256(file) for file in folder.rglob("*") if file.is_file()}
 
 
-def serve_each(test, address, session):
-    """Listens until the test ends, and runs a session in a thread of its own for each who connects. Returns the
-    listener, for who wants an end before."""
+def serve_each(address, session):
+    """Runs a session in a thread of its own for each who connects. Returns the listener, which its caller closes."""
     listener = socket.create_server(address)
-    test.addCleanup(listener.close)
 
     def accept():
         with contextlib.suppress(OSError):  # that the listener has been closed
