@@ -12,6 +12,7 @@ import time
 
 import support
 from cases import count_plan, read_calls
+from dav import HttpsHostTest
 from ftp import FtpHostTest
 from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, hash_of, packet_of
 from support import HostTest, Mount, windows
@@ -76,11 +77,16 @@ def copy_tree(source, target):
     subprocess.run(["cp", "-a", source, target], check=True)
 
 
+def claims_beside(remote):
+    """Where a WebDAV server has what a receiver took for itself, and has not yet delivered."""
+    return remote.with_name(f"{remote.name}.claims")
+
+
 def packets_between(sender, receiver, remote, decode):
     """Those of one direction, with all folders in which they may be."""
     receive, send = receiver.receive, sender.send
     folders = {OUTBOX: sender.outbox, SEND: send, REMOTE: remote, RECEIVE: receive, INBOX: receiver.inbox}
-    kept = [receive / "Backup", send.with_name(f"{send.name}.older"),
+    kept = [receive / "Backup", claims_beside(remote), send.with_name(f"{send.name}.older"),
             *(receive.with_name(f"{receive.name}.{ending}") for ending in ("backups", "refused", "waiting"))]
     return Packets(folders, kept, decode)
 
@@ -341,5 +347,10 @@ class FolderStage(HostTest):
 
 
 class FtpStage(FtpHostTest):
+    def runTest(self):
+        """As above."""
+
+
+class HttpsStage(HttpsHostTest):
     def runTest(self):
         """As above."""

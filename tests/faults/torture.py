@@ -26,9 +26,10 @@ sys.dont_write_bytecode = True
 sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 
 import support  # noqa: E402
+from dav import Spoiler  # noqa: E402
 from ftp import BendingProxy  # noqa: E402
-from packets import INBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets  # noqa: E402
-from stage import FolderStage, FtpStage, decode_difference, file_text, packets_between, prepare  # noqa: E402
+from packets import INBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, files_below  # noqa: E402
+from stage import FolderStage, FtpStage, HttpsStage, claims_beside, decode_difference, file_text, packets_between, prepare  # noqa: E402
 from support import Holder, Mount  # noqa: E402
 
 WORKERS = 2
@@ -39,7 +40,11 @@ PATIENCE = 180  # seconds after which a run hangs
 NAMES = ("a.mdb", "b.xml", "c.dat", "SUB/d.mdb", "SUB/DEEP/e.mdb")
 SIZES = (1, 700, 30_000, 600_000)
 VOLUME = 48  # MB
-TRANSPORTS = ("folder", "folder", "pure-ftpd", "vsftpd")
+STAGES = {"folder": FolderStage, "pure-ftpd": FtpStage, "vsftpd": FtpStage,
+          "apache": HttpsStage, "nginx": HttpsStage, "lighttpd": HttpsStage, "rclone": HttpsStage}
+TRANSPORTS = (*STAGES, "folder", "apache")
+REQUESTS = 40  # of a cycle, more or less
+ROUNDS_TO_TELL = 100
 ENCODERS = ("none", "zip", "xdelta")
 TROUBLES = {}
 
@@ -78,7 +83,7 @@ class World:
     def __init__(self, seed):
         self.random = random.Random(seed)
         transport = self.random.choice(TRANSPORTS)
-        self.pair = FolderStage() if transport == "folder" else FtpStage()
+        self.pair = STAGES[transport]()
         self.pair.KIND = transport
         self.server = None
         self.made = 0
@@ -208,7 +213,7 @@ class World:
                 if not self.is_safe(direction, version, found):
                     raise Finding(f"lost: {version}")
             # What a cut transfer left on a server, and what was received of it, is replaced once its source comes.
-            for place, path in () if self.server else found.strangers:
+            for place, path in () if isinstance(self.pair, FtpStage) else found.strangers:
                 raise Finding(f"no version of its packet in the {PLACE_NAMES[place]}: {path}")
             for packet, number in found.delivered.items():
                 if number < direction.delivered.get(packet, 0):
@@ -222,7 +227,8 @@ class World:
                 or direction.packets.is_replaced(version, found))
 
     def is_delivered(self, direction):
-        return direction.packets.all_delivered(direction.packets.find())
+        claims = claims_beside(direction.packets.folders[REMOTE])
+        return direction.packets.all_delivered(direction.packets.find()) and not any(files_below(claims))
 
     def waiting(self):
         for direction in self.directions:
@@ -282,7 +288,13 @@ def killed_server(world):
 def cut_lines(world):
     if not world.server:
         yield
-        return
+    elif isinstance(world.pair, FtpStage):
+        yield from cut_ftp_lines(world)
+    else:
+        yield from cut_https_lines(world)
+
+
+def cut_ftp_lines(world):
     command, reply = world.random.choice(((b"STOR", b"150"), (b"STOR", b"226"), (b"RETR", b"150"), (b"RETR", b"226"),
                                           (b"DELE", b"250"), (b"LIST", b"226"), (b"CWD", b"250")))
     proxy = BendingProxy(world.pair, world.server, command, reply)
@@ -292,6 +304,14 @@ def cut_lines(world):
     for side in world.sides:
         side.change("server", world.server.address)
     proxy.listener.close()
+
+
+def cut_https_lines(world):
+    """One request fails, or its answer gets lost."""
+    spoiler = Spoiler(world.pair, world.server, world.random.choice(("refuse", "lose", "gateway")), world.random.randint(1, REQUESTS))
+    world.pair.use(spoiler.url)
+    yield
+    world.pair.use(world.server.url)
 
 
 @trouble
@@ -439,8 +459,7 @@ class Torture:
                 name = world.random.choice(list(TROUBLES))
                 story.append(name)
                 world.round(name)
-                self.rounds[name] += 1
-                self.kinds[world.kind] += 1
+                self.count(name, world.kind)
                 if number % ROUNDS_TO_QUIET == 0:
                     world.run_until_quiet()
             world.run_until_quiet()
@@ -448,6 +467,14 @@ class Torture:
             self.tell(world, seed, story, finding)
         finally:
             world.close()
+
+    def count(self, name, kind):
+        with self.lock:
+            self.rounds[name] += 1
+            self.kinds[kind] += 1
+            done = sum(self.rounds.values())
+        if done % ROUNDS_TO_TELL == 0:
+            self.say(f"{done} rounds")
 
     def tell(self, world, seed, story, finding):
         self.failed = True
