@@ -312,6 +312,7 @@ def cut_https_lines(world):
     world.pair.use(spoiler.url)
     yield
     world.pair.use(world.server.url)
+    spoiler.close()
 
 
 @trouble
