@@ -151,6 +151,15 @@ void clsTransporter::SettleBackups(IZNEncoder* encoder, const std::vector<base::
         SettleBackup(LocalSendFolder(), file, extension);
 }
 
+/// A folder that cannot be listed is the transfer's to report.
+void clsTransporter::SettleAllBackups() const {
+    const auto encoders = m_encoders;  // a getter is the host's, and may assign more of them
+    if (encoders.empty()) return;
+    const auto files = base::FilesBelow(LocalSendFolder(), [](const auto&, const auto&) {});
+    for (const ComPtr<IZNEncoder>& encoder : encoders)
+        SettleBackups(encoder.Get(), files);
+}
+
 void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& subFolder) {
     DemandFolders();
     const std::wstring name = Path::FileName(file);
@@ -162,13 +171,21 @@ void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& sub
                L"its extension is that of an encoded packet, which the other side would decode. Give it "
                L"another name.");
     if (encoder) RefuseEncoding(encoder.Get(), file);
+    // In the middle of an encoder's work a backup must stay: put back, it would pass for what the encoder
+    // made.
+    const bool isOutermost = m_adding++ == 0;
+    const base::RollBack end([this] { --m_adding; });
     const auto settle = [&] {
-        if (encoder) SettleBackups(encoder.Get(), base::FilesIn(LocalSendFolder(), subFolder));
+        if (encoder && isOutermost) SettleBackups(encoder.Get(), base::FilesIn(LocalSendFolder(), subFolder));
     };
     settle();
     Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.",
            [&] { return IZNTransporter_Add(file, subFolder); });
-    settle();
+    try {
+        settle();
+    } catch (const base::Error&) {
+        // The packet waits all the same, and the transfer settles what is left.
+    }
     // A copy that cannot be deleted when it was sent would travel again and again.
     FileSystem::MakeWritable(Path::Join(Path::Join(LocalSendFolder(), subFolder), name));
 }
@@ -226,9 +243,7 @@ bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder)
     if (m_transferring)
         throw base::Error(E_UNEXPECTED,
                           L"SendReceive is at work already. Call it again when that call has returned.");
-    const auto encoders = m_encoders;  // a getter is the host's, and may assign more of them
-    for (const ComPtr<IZNEncoder>& encoder : encoders)
-        SettleBackups(encoder.Get(), base::FilesBelow(LocalSendFolder()));
+    if (m_adding == 0) SettleAllBackups();
     const auto transfer = com::Make<ScriptTransfer>(this, progress);
     const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     m_cancelled = false;

@@ -142,6 +142,7 @@ private:
     void DemandFolders() const;
     void SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR), const std::wstring& folder);
     void SettleBackups(IZNEncoder* encoder, const std::vector<base::TreeFile>& files) const;
+    void SettleAllBackups() const;
     void AddPacket(const std::wstring& file, const std::wstring& subFolder);
     void MovePacket(const std::wstring& file, const std::wstring& subFolder);
     LONG MovePackets(const std::wstring& folder);
@@ -158,5 +159,6 @@ private:
     bool m_bBackupEnabled = false;
     BackupMap m_backups;
     bool m_transferring = false;  ///< for a script
+    unsigned m_adding = 0;        ///< calls of a script that are at work, one within the other
     bool m_cancelled = false;
 };

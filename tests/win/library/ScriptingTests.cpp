@@ -135,6 +135,14 @@ protected:
         return cookie;
     }
 
+    void MakeDifferencesBy(const ChildPrograms& children) const {
+        children.Install(L"xDelta.exe");
+        const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
+        delta->put_XDeltaUtilLocation(In(children.Folder()));
+        delta->put_ReferencePath(In(temp.File(L"Base.AXR")));
+        EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+    }
+
     Party field{library, temp, L"field", L"enterprise"};
     Party enterprise{library, temp, L"enterprise", L"field"};
     ComPtr<IConnectionPoint> point;
@@ -260,11 +268,7 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
 
 TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     const ChildPrograms children(temp);
-    children.Install(L"xDelta.exe");
-    const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
-    delta->put_XDeltaUtilLocation(In(children.Folder()));
-    delta->put_ReferencePath(In(temp.File(L"Base.AXR")));
-    EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+    MakeDifferencesBy(children);
     const std::wstring packet = temp.File(L"x.mdb");
     const auto sent = [&] { return temp.Content(L"share\\to enterprise\\x.mdb~Base.axd"); };
     for (const wchar_t* version : {L"older", L"newer"}) {
@@ -278,6 +282,31 @@ TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     EXPECT_TRUE(field.SendReceive());
     EXPECT_EQ(sent(), "of a process that ended");
     EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
+}
+
+std::function<void()> g_meanwhile;
+
+void CALLBACK CallMeanwhile(HWND, UINT, UINT_PTR timer, DWORD) {
+    KillTimer(nullptr, timer);
+    g_meanwhile();
+}
+
+TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    const std::wstring waiting = temp.File(L"field\\send\\x.mdb~Base.axd", "older");
+    HRESULT other = E_PENDING;
+    g_meanwhile = [&] {
+        children.Script(L"write T:\\field\\send\\y.mdb~Base.axd*other");
+        other = field.transporter->Add(In(temp.File(L"y.mdb")), Variant().Get());
+        temp.File(L"failed");
+    };
+    children.Script(L"await T:\\failed");
+    SetTimer(nullptr, 0, USER_TIMER_MINIMUM, &CallMeanwhile);
+    EXPECT_THAT(field.Failure(field.transporter->Add(In(temp.File(L"x.mdb")), Variant().Get())),
+                HasSubstr(L"It stays where it is."));
+    EXPECT_EQ(other, S_OK);
+    EXPECT_EQ(base::ReadFile(waiting), "older") << "it comes back when the encoder has failed";
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
