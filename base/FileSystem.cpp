@@ -50,19 +50,19 @@ std::wstring Absolute(const std::wstring& base, const std::wstring& path) {
 
 std::uint64_t Wide(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
 
-void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        listing.files.push_back(
-            {found.cFileName, Wide(found.nFileSizeHigh, found.nFileSizeLow), found.dwFileAttributes});
-    else if (!IsSelfOrParent(found.cFileName))
-        listing.folders.emplace_back(found.cFileName);
-}
-
 /// information: what one of the system's functions tells of a file.
 FileVersion VersionIn(const auto& information) {
     const FILETIME& lastWrite = information.ftLastWriteTime;
     return {Wide(information.nFileSizeHigh, information.nFileSizeLow),
             Wide(lastWrite.dwHighDateTime, lastWrite.dwLowDateTime)};
+}
+
+void Append(Listing& listing, const WIN32_FIND_DATAW& found) {
+    const FileVersion version = VersionIn(found);
+    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        listing.files.push_back({found.cFileName, version.size, found.dwFileAttributes, version.lastWrite});
+    else if (!IsSelfOrParent(found.cFileName))
+        listing.folders.emplace_back(found.cFileName);
 }
 
 DWORD DeleteEvenReadOnly(const std::wstring& path) {

@@ -28,8 +28,9 @@ std::wstring Extended(const std::wstring& path);
 
 struct FileEntry {
     std::wstring name;
-    std::uint64_t size = 0;  ///< bytes
-    DWORD attributes = 0;    ///< as in WIN32_FIND_DATA
+    std::uint64_t size = 0;       ///< bytes
+    DWORD attributes = 0;         ///< as in WIN32_FIND_DATA
+    std::uint64_t lastWrite = 0;  ///< as in FILETIME
 };
 
 /// What lies directly in a folder, in the order in which the file system enumerates it.

@@ -52,7 +52,7 @@ std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& su
     const std::wstring path = Path::Join(folder, subFolder);
     if (!FileSystem::FolderIsThere(path)) return files;
     for (FileSystem::FileEntry& file : FileSystem::List(path).files)
-        files.push_back({subFolder, std::move(file.name), file.size});
+        files.push_back({subFolder, std::move(file.name), file.size, file.lastWrite});
     return files;
 }
 
@@ -62,7 +62,7 @@ std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unl
     std::vector<TreeFile> all;
     Walk(folder, L"", unlisted, [&](const std::wstring& subFolder, const auto& files) {
         for (const FileSystem::FileEntry& file : files)
-            all.push_back({subFolder, file.name, file.size});
+            all.push_back({subFolder, file.name, file.size, file.lastWrite});
     });
     return all;
 }

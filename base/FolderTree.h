@@ -16,7 +16,8 @@ namespace base {
 struct TreeFile {
     std::wstring subFolder;  ///< relative to that folder; empty when the file lies directly in it
     std::wstring name;
-    std::uint64_t size = 0;  ///< bytes
+    std::uint64_t size = 0;       ///< bytes
+    std::uint64_t lastWrite = 0;  ///< as in FILETIME, where a folder was listed
 
     std::wstring RelativePath() const;
 };

@@ -19,6 +19,7 @@
 #include "host/cycle/WaitingPackets.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
+#include "host/settings/SideFolders.h"
 #include "packets/PacketName.h"
 
 namespace {
@@ -57,10 +58,14 @@ constexpr Use kDestroy{&Session::DestroyBackup, L"deleted", [](const std::wstrin
                            return L"The backup of packet " + packetId + L" is deleted.";
                        }};
 
+std::size_t CountBackups(const Settings& settings) {
+    return base::FilesBelow(Path::Join(settings.receive, kBackupFolder)).size();
+}
+
 /// Packets of several folders can have one id, of which the library knows one backup at a time.
-int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds) {
+int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds, const Settings& settings) {
     int code = kAllDelivered;
-    while (!packetIds.empty()) {
+    for (std::size_t backups = CountBackups(settings); !packetIds.empty();) {
         std::erase_if(packetIds, [&](const std::wstring& id) {
             if ((session.*use.one)(id)) return false;
             code = Fail(id, use.goal);
@@ -72,6 +77,10 @@ int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds)
             Console::Line(use.success(id));
             return true;
         });
+        // A deleted file keeps its name until the last program that has it open closes it.
+        if (std::exchange(backups, CountBackups(settings)) == backups)
+            for (const std::wstring& id : std::exchange(packetIds, {}))
+                code = Fail(id, use.goal);
     }
     return code;
 }
@@ -79,8 +88,12 @@ int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds)
 /// Paths of received files, by the ids of their packets in capitals.
 std::map<std::wstring, std::wstring> ReceivedPackets(const Settings& settings) {
     std::map<std::wstring, std::wstring> paths;
-    for (const base::TreeFile& file : ReceivedFiles(settings))
-        paths[base::Upper(GetPacketId(file.name))] = Path::Join(settings.receive, file.RelativePath());
+    const auto add = [&](const std::wstring& folder, const std::vector<base::TreeFile>& files) {
+        for (const base::TreeFile& file : files)
+            paths[base::Upper(GetPacketId(file.name))] = Path::Join(folder, file.RelativePath());
+    };
+    add(settings.receive, ReceivedFiles(settings));
+    add(kAwaitingOlder.Path(settings), AwaitingFiles(settings));
     return paths;
 }
 
@@ -95,7 +108,7 @@ int Restore(Session& session, std::vector<std::wstring> packetIds, const Setting
                            L"; run first");
         return true;
     });
-    const int code = Apply(kRestore, session, std::move(packetIds));
+    const int code = Apply(kRestore, session, std::move(packetIds), settings);
     return refused > 0 ? kSomethingLeft : code;
 }
 
@@ -107,7 +120,6 @@ int commands::Backups(const Options& options) {
     const CycleLock lock(settings.file);
     // Of a run that was ended.
     KeptBackups(settings).PutBack();
-    const AwaitedForms awaited(settings);
     const ComApartment apartment;
     Session session(settings);
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
@@ -116,5 +128,5 @@ int commands::Backups(const Options& options) {
     if (action == BackupAction::RestoreAll) return Restore(session, packetIds, settings);
     if (std::ranges::find(packetIds, packetId) == packetIds.end()) return Refuse(packetId);
     if (action == BackupAction::Restore) return Restore(session, {packetId}, settings);
-    return Apply(kDestroy, session, {packetId});
+    return Apply(kDestroy, session, {packetId}, settings);
 }

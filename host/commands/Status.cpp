@@ -13,11 +13,13 @@
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
+#include "host/cycle/AwaitedForms.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/Json.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
 #include "host/settings/SettingsFile.h"
+#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -39,6 +41,7 @@ std::vector<WaitingPacket> WaitingPackets(const Settings& settings, PacketLedger
     Add(packets, L"outbox", settings.outbox, OutboxFiles(settings, unlisted));
     Add(packets, L"send", settings.send, SendFiles(settings));
     Add(packets, L"receive", settings.receive, ReceivedFiles(settings));
+    Add(packets, L"receive.waiting", kAwaitingOlder.Path(settings), AwaitingFiles(settings));
     std::ranges::stable_sort(packets, {}, &WaitingPacket::saved);
     return packets;
 }

@@ -5,10 +5,9 @@
 
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/RollBack.h"
 #include "base/Text.h"
+#include "host/cycle/ReceivedFiles.h"
 #include "host/settings/SideFolders.h"
-#include "packets/ReplacedVersions.h"
 
 namespace {
 
@@ -16,49 +15,87 @@ std::wstring Key(const base::TreeFile& file, const PacketLedger& ledger) {
     return base::Upper(ledger.PacketIn(file).RelativePath());
 }
 
-}  // namespace
-
-AwaitedForms::AwaitedForms(const Settings& settings) : m_settings(settings) { PutBack(); }
-
-AwaitedForms::~AwaitedForms() {
-    const base::RollBack putBack([this] { PutBack(); });
+std::wstring HeldPath(const base::TreeFile& file, const Settings& settings) {
+    return Path::Join(kAwaitingOlder.Path(settings), file.RelativePath());
 }
 
-void AwaitedForms::Await(const std::vector<base::TreeFile>& offered, const PacketLedger& ledger) {
-    for (const base::TreeFile& file : offered)
+std::wstring ReceivedPath(const base::TreeFile& file, const Settings& settings) {
+    return Path::Join(settings.receive, file.RelativePath());
+}
+
+}  // namespace
+
+std::vector<base::TreeFile> AwaitingFiles(const Settings& settings) {
+    return base::FilesBelow(kAwaitingOlder.Path(settings));
+}
+
+void AwaitedForms::Await(const Offer& before, const Offer& after, PacketLedger& ledger) {
+    for (const base::TreeFile& file : after.files)
         m_offered.emplace(Key(file, ledger), file);
+    if (after.isComplete || m_settings.HasServer()) return PutBack(ledger);
+    // What has gone with the share will be offered again.
+    for (const base::TreeFile& file : before.files)
+        m_offered.emplace(Key(file, ledger), file);
+    for (const base::TreeFile& file : AwaitingFiles(m_settings))
+        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
+                                L"an older version may be in a folder that cannot be listed now: " +
+                                    m_settings.remoteReceive);
+}
+
+/// What has come meanwhile under the name is newer, as in the receive folder itself, unless its time denies
+/// that.
+void AwaitedForms::PutBack(PacketLedger& ledger) const {
+    for (const base::TreeFile& file : AwaitingFiles(m_settings)) {
+        const std::wstring held = HeldPath(file, m_settings);
+        const std::wstring place = ReceivedPath(file, m_settings);
+        const auto newer = FileSystem::VersionOf(place);
+        if (!newer)
+            base::TryMoveIntoTree(held, place);
+        else if (newer->lastWrite >= file.lastWrite)
+            FileSystem::TryDelete(held);
+        else
+            SetAside(held, file, L"another version has arrived", m_settings, ledger);
+    }
+    base::RemoveEmptyFolders(kAwaitingOlder.Path(m_settings));
+}
+
+void AwaitedForms::RefuseAgain(const std::wstring& subFolder, PacketLedger& ledger) const {
+    if (m_offered.empty()) return;
+    for (const base::TreeFile& file : base::FilesIn(m_settings.receive, subFolder))
+        if (IsOffered(file, ledger) && WasRefused(file, m_settings))
+            SetAside(ReceivedPath(file, m_settings), file,
+                     L"it was refused before, and comes again because it cannot be deleted as " +
+                         Path::Join(m_settings.remoteReceive, file.RelativePath()),
+                     m_settings, ledger);
 }
 
 void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
     if (m_offered.empty()) return;
     for (const base::TreeFile& file : base::FilesIn(m_settings.receive, subFolder)) {
-        const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
-        const auto older =
-            std::find_if(begin, end, [&](const auto& offered) { return IsAwaitedBy(file, offered.second); });
-        if (older == end) continue;
-        base::MoveIntoTree(Path::Join(m_settings.receive, file.RelativePath()),
-                           Path::Join(kAwaitingOlder.Path(m_settings), file.RelativePath()));
+        const base::TreeFile* const older = OlderFormOf(file, ledger);
+        if (!older) continue;
+        base::MoveIntoTree(ReceivedPath(file, m_settings), HeldPath(file, m_settings));
         ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
                                 L"an older version must be received first: " +
-                                    Path::Join(m_settings.remoteReceive, older->second.RelativePath()));
+                                    Path::Join(m_settings.remoteReceive, older->RelativePath()));
     }
 }
 
-/// A newer form takes the file's place when it comes.
-bool AwaitedForms::IsAwaitedBy(const base::TreeFile& file, const base::TreeFile& offered) const {
-    if (base::EqualsIgnoringCase(file.name, offered.name)) return false;
-    const auto own = FileSystem::VersionOf(Path::Join(m_settings.receive, file.RelativePath()));
-    const auto other = FileSystem::VersionOf(Path::Join(m_settings.remoteReceive, offered.RelativePath()));
-    return own && other && other->lastWrite <= own->lastWrite;
+bool AwaitedForms::IsOffered(const base::TreeFile& file, const PacketLedger& ledger) const {
+    const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
+    return std::any_of(begin, end, [&](const auto& offered) {
+        return base::EqualsIgnoringCase(offered.second.name, file.name) && offered.second.size == file.size;
+    });
 }
 
-/// What has come anew under the name is newer, as in the receive folder itself.
-void AwaitedForms::PutBack() const {
-    const std::wstring aside = kAwaitingOlder.Path(m_settings);
-    for (const base::TreeFile& file : base::FilesBelow(aside)) {
-        const std::wstring held = Path::Join(aside, file.RelativePath());
-        const std::wstring place = Path::Join(m_settings.receive, file.RelativePath());
-        SettleVersion(FileSystem::FileExists(place), held, place);
-    }
-    base::RemoveEmptyFolders(aside);
+/// Nothing when none is awaited: one that has come, and was refused, is not. A newer one of the same name
+/// takes the file's place when it comes.
+const base::TreeFile* AwaitedForms::OlderFormOf(const base::TreeFile& file,
+                                                const PacketLedger& ledger) const {
+    const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
+    const auto older = std::find_if(begin, end, [&](const auto& offered) {
+        return !base::EqualsIgnoringCase(offered.second.name, file.name) &&
+               offered.second.lastWrite <= file.lastWrite && !WasRefused(offered.second, m_settings);
+    });
+    return older == end ? nullptr : &older->second;
 }

@@ -3,30 +3,33 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "base/FolderTree.h"
 #include "host/cycle/PacketLedger.h"
+#include "host/cycle/WaitingPackets.h"
 
-/// Keeps such packets beside the receive folder while others are delivered. The older form would come alone
-/// with a later run, and be delivered in their place.
+/// Keeps such packets beside the receive folder until the older form has come, or is no longer offered: alone
+/// it would come with a later run, and be delivered in their place.
 class AwaitedForms {
 public:
-    /// Puts right what a process left that ended in the middle.
-    explicit AwaitedForms(const Settings& settings);
-    AwaitedForms(const AwaitedForms&) = delete;
-    AwaitedForms& operator=(const AwaitedForms&) = delete;
-    ~AwaitedForms();
+    explicit AwaitedForms(const Settings& settings) : m_settings(settings) {}
 
-    /// offered: what the other side still offers.
-    void Await(const std::vector<base::TreeFile>& offered, const PacketLedger& ledger);
-    /// Takes those of a sub-folder of the receive folder out of it until the end, and reports them.
+    /// Puts back what need not wait any more, and reports the rest. before, after: what the other side
+    /// offered before packets were received, and offers now.
+    void Await(const Offer& before, const Offer& after, PacketLedger& ledger);
+    /// Takes packets that must wait out of a sub-folder of the receive folder, and reports them.
     void HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const;
+    /// Sets a version aside that was refused, and comes again since it cannot be deleted where it came from.
+    void RefuseAgain(const std::wstring& subFolder, PacketLedger& ledger) const;
 
 private:
-    bool IsAwaitedBy(const base::TreeFile& file, const base::TreeFile& offered) const;
-    void PutBack() const;
+    bool IsOffered(const base::TreeFile& file, const PacketLedger& ledger) const;
+    const base::TreeFile* OlderFormOf(const base::TreeFile& file, const PacketLedger& ledger) const;
+    void PutBack(PacketLedger& ledger) const;
 
     const Settings& m_settings;
     std::multimap<std::wstring, base::TreeFile> m_offered;  ///< by packet, in capitals
 };
+
+/// Packets that wait so.
+std::vector<base::TreeFile> AwaitingFiles(const Settings& settings);

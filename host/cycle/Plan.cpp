@@ -6,6 +6,7 @@
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Text.h"
+#include "host/cycle/AwaitedForms.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/settings/SideFolders.h"
@@ -39,6 +40,9 @@ Plan Planner::Make() {
     PlanReceiving();
     for (const base::TreeFile& file : ReceivedFiles(m_settings))
         PlanDelivery(file);
+    for (const base::TreeFile& file : AwaitingFiles(m_settings))
+        m_ledger.ReportTravelling(Direction::In, file, PacketState::WouldDeliver,
+                                  L"if no older version is offered any more");
     m_plan.outcomes = m_ledger.Outcomes();
     return std::move(m_plan);
 }
@@ -65,7 +69,7 @@ void Planner::PlanReceiving() {
     if (m_settings.HasServer()) return Doubt(L"What the server holds is known only when a run lists it.");
     if (!FileSystem::FolderExists(m_settings.remoteReceive))
         return Doubt(L"The remote folder " + m_settings.remoteReceive + L" is not there, or cannot be seen.");
-    for (const base::TreeFile& file : OfferedFiles(m_settings))
+    for (const base::TreeFile& file : OfferedFiles(m_settings).files)
         m_ledger.ReportTravelling(Direction::In, file, PacketState::WouldReceive);
 }
 

@@ -11,6 +11,7 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "cipher/Sha256.h"
 #include "companions/zip/PacketArchive.h"
 #include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
@@ -39,35 +40,65 @@ std::map<std::wstring, const base::TreeFile*> NewestVersions(const std::vector<b
     return newest;
 }
 
-/// The first name that is free: what was set aside before stays.
-std::wstring FreePath(const std::wstring& path) {
-    std::wstring free = path;
-    for (unsigned number = 2; FileSystem::FileExists(free); ++number)
-        free = path + L" (" + std::to_wstring(number) + L")";
-    return free;
+/// Where a file is among those that were refused, or could be: the first of its names that is free, or that
+/// of a file for which is(path) holds.
+template <class Is>
+std::wstring RefusedPath(const base::TreeFile& file, const Settings& settings, const Is& is) {
+    const std::wstring first = Path::Join(kRefused.Path(settings), file.RelativePath());
+    std::wstring path = first;
+    for (unsigned number = 2; FileSystem::FileExists(path) && !is(path); ++number)
+        path = first + L" (" + std::to_wstring(number) + L")";
+    return path;
 }
 
-void SetAside(const base::TreeFile& file, const std::wstring& reason, const Settings& settings,
-              PacketLedger& ledger) {
-    const std::wstring aside = FreePath(Path::Join(kRefused.Path(settings), file.RelativePath()));
-    base::MoveIntoTree(Path::Join(settings.receive, file.RelativePath()), aside);
-    ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
+bool HaveSameContent(const std::wstring& left, const std::wstring& right) {
+    return FileSystem::FileSize(left) == FileSystem::FileSize(right) &&
+           Sha256OfFile(left) == Sha256OfFile(right);
 }
 
-/// Sets a file aside that must not be delivered. An archive that cannot be read stays: it is the decoder's to
-/// refuse.
-bool MayBePacket(const base::TreeFile& file, const Settings& settings, PacketLedger& ledger) {
-    std::optional<std::wstring> refusal;
-    try {
-        refusal = DeliveryObjection(file, settings, ledger);
-    } catch (const base::Error&) {
-        return false;
+/// What of a folder may be delivered, and the archives that cannot be read: they are the decoder's to refuse.
+struct Candidates {
+    std::vector<base::TreeFile> packets;
+    std::vector<base::TreeFile> unreadable;
+};
+
+/// Sets aside what must not be delivered.
+Candidates TakeCandidates(const std::wstring& subFolder, const Settings& settings, PacketLedger& ledger) {
+    Candidates candidates;
+    for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder)) {
+        std::optional<std::wstring> refusal;
+        try {
+            refusal = DeliveryObjection(file, settings, ledger);
+        } catch (const base::Error&) {
+            candidates.unreadable.push_back(file);
+            continue;
+        }
+        if (refusal)
+            SetAside(Path::Join(settings.receive, file.RelativePath()), file, *refusal, settings, ledger);
+        else
+            candidates.packets.push_back(file);
     }
-    if (refusal) SetAside(file, *refusal, settings, ledger);
-    return !refusal;
+    return candidates;
 }
 
 }  // namespace
+
+void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
+              const Settings& settings, PacketLedger& ledger) {
+    const std::wstring aside =
+        RefusedPath(file, settings, [&](const std::wstring& other) { return HaveSameContent(path, other); });
+    if (FileSystem::FileExists(aside))
+        FileSystem::DeleteFile(path, FileSystem::ReadOnlyFiles::Delete);
+    else
+        base::MoveIntoTree(path, aside);
+    ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
+}
+
+bool WasRefused(const base::TreeFile& file, const Settings& settings) {
+    const FileSystem::FileVersion version{file.size, file.lastWrite};
+    return FileSystem::FileExists(RefusedPath(
+        file, settings, [&](const std::wstring& other) { return FileSystem::VersionOf(other) == version; }));
+}
 
 /// What an archive holds beside its packet would replace other files of the inbox.
 std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const Settings& settings,
@@ -86,12 +117,19 @@ std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const 
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger) {
-    std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
-    // First, because what is refused is no newer version of anything.
-    std::erase_if(files, [&](const base::TreeFile& file) { return !MayBePacket(file, settings, ledger); });
-    const auto newest = NewestVersions(files, settings, waiting, ledger);
-    for (const base::TreeFile& file : files) {
+    const Candidates candidates = TakeCandidates(subFolder, settings, ledger);
+    const auto newest = NewestVersions(candidates.packets, settings, waiting, ledger);
+    const auto setAsideFor = [&](const base::TreeFile& file, const base::TreeFile& newer) {
+        SetAside(Path::Join(settings.receive, file.RelativePath()), file,
+                 L"a newer version has arrived as " + newer.name, settings, ledger);
+    };
+    for (const base::TreeFile& file : candidates.packets) {
         const base::TreeFile* const kept = newest.at(base::Upper(ledger.PacketIn(file).name));
-        if (kept != &file) SetAside(file, L"a newer version has arrived as " + kept->name, settings, ledger);
+        if (kept != &file) setAsideFor(file, *kept);
+    }
+    for (const base::TreeFile& file : candidates.unreadable) {
+        const auto kept = newest.find(base::Upper(ledger.PacketIn(file).name));
+        if (kept != newest.end() && AgeOf(file, settings, waiting) < AgeOf(*kept->second, settings, waiting))
+            setAsideFor(file, *kept->second);
     }
 }

@@ -13,6 +13,13 @@
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
                           const base::TreeSnapshot& waiting, PacketLedger& ledger);
 
+/// Moves one file, which lies at the path, among those that were refused, and reports it. One that lies there
+/// already is only removed.
+void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
+              const Settings& settings, PacketLedger& ledger);
+/// Whether a version lies there, by name, size and time.
+bool WasRefused(const base::TreeFile& file, const Settings& settings);
+
 /// Why a file of the receive folder must not be delivered; nothing when it may. Throws for an archive that
 /// cannot be read, now or at all.
 std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const Settings& settings,

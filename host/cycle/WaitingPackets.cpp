@@ -51,11 +51,15 @@ std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
     return files;
 }
 
-std::vector<base::TreeFile> OfferedFiles(const Settings& settings) try {
+Offer OfferedFiles(const Settings& settings) {
     if (settings.HasServer()) return {};
-    return WithoutArrivals(base::FilesBelow(settings.remoteReceive));
-} catch (const base::Error&) {
-    return {};
+    // A share that is gone looks like a folder that was never made.
+    const bool wasThere = FileSystem::FolderExists(settings.remoteReceive);
+    bool isListed = true;
+    Offer offer{WithoutArrivals(
+        base::FilesBelow(settings.remoteReceive, [&](const auto&, const auto&) { isListed = false; }))};
+    offer.isComplete = wasThere && isListed && FileSystem::FolderExists(settings.remoteReceive);
+    return offer;
 }
 
 std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,

@@ -88,8 +88,10 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
         findings);
     ExamineSideFolder(kOlderVersions, settings, L" that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
-    ExamineSideFolder(kAwaitingOlder, settings, L" that a run took aside when it ended in the middle",
-                      L"Run again: that puts them right.", findings);
+    ExamineSideFolder(kAwaitingOlder, settings, L" that an older form of the same packet must precede",
+                      L"Run again when the remote folder can be listed, and see why the older form is not "
+                      L"received.",
+                      findings);
     ExamineSideFolder(kKeptBackups, settings,
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);

@@ -42,12 +42,15 @@ class BackupTest(HostTest):
     def test_a_backup_replaces_nothing_that_was_received_since(self):
         self.put(self.field, "a.mdb", "b.mdb")
         self.assert_next_cycle_delivers()
-        since = self.enterprise.receive / "a.mdb.afz"
-        since.write_bytes(b"since")
-        for option in (("--restore", "a"), ("--restore-all",)):
-            self.assertIn(f"a version that was received since waits in {windows(since)}; run first",
-                          self.backups(*option, code=1).errors)
-        self.assertEqual(files_below(self.folder).keys(), {"a.mdb"})
+        for folder in ("receive", "receive.waiting"):
+            since = self.enterprise.receive.with_name(folder) / "a.mdb.afz"
+            since.parent.mkdir(exist_ok=True)
+            since.write_bytes(b"since")
+            for option in (("--restore", "a"), ("--restore-all",)):
+                self.assertIn(f"a version that was received since waits in {windows(since)}; run first",
+                              self.backups(*option, code=1).errors)
+            self.assertEqual(files_below(self.folder).keys(), {"a.mdb"})
+            since.unlink()
 
     def test_a_backup_that_is_in_use(self):
         self.put(self.field, "a.mdb")

@@ -328,8 +328,53 @@ class DifferenceTest(EncoderCase):
         self.assertIn("an older version must be received first", outcome.output)
         self.assertEqual(files_below(self.enterprise.inbox).keys(), {"other.xml"})
         (self.enterprise.inbox / "other.xml").unlink()
+        # Without its share the enterprise cannot know whether the older one will come.
+        away = self.to_enterprise.rename(self.scratch / "away")
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertIn("an older version may be in a folder that cannot be listed now", outcome.output)
+        self.assertIn("receive.waiting", self.assert_ends(1, "status", self.enterprise.settings).output)
+        away.rename(self.to_enterprise)
         held.release()
         self.assert_newer_is_delivered(newer)
+
+    def test_a_version_waits_for_no_older_one_that_came_and_comes_again(self):
+        """The other side's file cannot be deleted."""
+        offered, newer = self.send_two_forms()
+        Holder(self, offered / "a.mdb~Base 1.axd", "read")
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        self.assert_run(self.enterprise, 1, {("in", "sub/a.mdb"): "not delivered"})
+        self.assert_run(self.enterprise, 1, {("in", "sub/a.mdb"): "not delivered"})
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), newer)
+        self.assertEqual(files_below(self.enterprise.receive.with_name("receive.refused")).keys(),
+                         {"sub/a.mdb~Base 1.axd"})
+
+    def test_a_version_waits_although_the_share_vanished_with_the_older_one(self):
+        offered, newer = self.send_two_forms()
+        for number in range(400):
+            (offered / f"a.mdb{number}.xml").write_bytes(b"between them")
+        run = self.start_run(self.enterprise)
+        wait_until((self.enterprise.receive / "sub/a.mdb.afz").exists)
+        away = self.to_enterprise.rename(self.scratch / "away")
+        self.assertEqual(finish(run).code, 1)
+        self.assertNotIn("sub/a.mdb", files_below(self.enterprise.inbox))
+        shutil.rmtree(self.to_enterprise, ignore_errors=True)
+        away.rename(self.to_enterprise)
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), newer)
+
+    def test_a_damaged_older_form_is_set_aside_when_a_newer_one_comes(self):
+        """Such as a part that a cut transfer through FTP has left."""
+        damaged = self.enterprise.receive / "sub/a.mdb.afz"
+        damaged.parent.mkdir(parents=True)
+        damaged.touch()
+        os.utime(damaged, (1_700_000_000,) * 2)
+        self.field.change("encoder", "none")
+        self.put(self.field, "sub/a.mdb")
+        self.assert_run(self.field)
+        self.assertIn("a newer version has arrived as a.mdb", self.assert_run(self.enterprise, 1).output)
+        self.assert_delivered()
+        self.assert_run(self.enterprise, 0, {})
 
     def test_a_version_that_waits_here_is_not_older_than_what_arrives(self):
         offered, newer = self.send_two_forms()
