@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -42,21 +43,29 @@ void AwaitedForms::Await(const Offer& before, const Offer& after, PacketLedger& 
                                     m_settings.remoteReceive);
 }
 
+void AwaitedForms::PutBack(PacketLedger& ledger) const {
+    for (const base::TreeFile& file : AwaitingFiles(m_settings))
+        try {
+            PutBack(file, ledger);
+        } catch (const base::Error& error) {
+            ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
+                                    error.failure().description);
+        }
+    base::RemoveEmptyFolders(kAwaitingOlder.Path(m_settings));
+}
+
 /// What has come meanwhile under the name is newer, as in the receive folder itself, unless its time denies
 /// that.
-void AwaitedForms::PutBack(PacketLedger& ledger) const {
-    for (const base::TreeFile& file : AwaitingFiles(m_settings)) {
-        const std::wstring held = HeldPath(file, m_settings);
-        const std::wstring place = ReceivedPath(file, m_settings);
-        const auto newer = FileSystem::VersionOf(place);
-        if (!newer)
-            base::TryMoveIntoTree(held, place);
-        else if (newer->lastWrite >= file.lastWrite)
-            FileSystem::TryDelete(held);
-        else
-            SetAside(held, file, L"another version has arrived", m_settings, ledger);
-    }
-    base::RemoveEmptyFolders(kAwaitingOlder.Path(m_settings));
+void AwaitedForms::PutBack(const base::TreeFile& file, PacketLedger& ledger) const {
+    const std::wstring held = HeldPath(file, m_settings);
+    const std::wstring place = ReceivedPath(file, m_settings);
+    const auto newer = FileSystem::VersionOf(place);
+    if (!newer)
+        base::MoveIntoTree(held, place);
+    else if (newer->lastWrite >= file.lastWrite)
+        FileSystem::DeleteFile(held, FileSystem::ReadOnlyFiles::Delete);
+    else
+        SetAside(held, file, L"another version has arrived", m_settings, ledger);
 }
 
 void AwaitedForms::RefuseAgain(const std::wstring& subFolder, PacketLedger& ledger) const {

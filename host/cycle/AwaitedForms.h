@@ -26,6 +26,7 @@ private:
     bool IsOffered(const base::TreeFile& file, const PacketLedger& ledger) const;
     const base::TreeFile* OlderFormOf(const base::TreeFile& file, const PacketLedger& ledger) const;
     void PutBack(PacketLedger& ledger) const;
+    void PutBack(const base::TreeFile& file, PacketLedger& ledger) const;
 
     const Settings& m_settings;
     std::multimap<std::wstring, base::TreeFile> m_offered;  ///< by packet, in capitals
