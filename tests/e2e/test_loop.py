@@ -1,10 +1,17 @@
 """Cycles that come again and again."""
+import contextlib
 import json
 import os
+import pathlib
+import re
 import signal
+import subprocess
 
+import support
 from objects import JsonTest, objects_of
-from support import count_below, files_below, finish, own_program, run, start, wait_until, windows
+from support import command, count_below, files_below, finish, own_program, run, slow, start, wait_until, windows
+
+CYCLES_OF_A_DAY = 24 * 60
 
 
 class LoopTest(JsonTest):
@@ -119,3 +126,53 @@ class LoopTest(JsonTest):
         self.stopped(process)
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def user_settings(self):
+        """Number of lines of what the user's part of the registry holds."""
+        file = self.scratch / "user.reg"
+        run("export", r"HKCU\Software", file, "/y", program="reg")
+        return file.read_bytes().count(b"\n")
+
+    def memory_of_loop(self):
+        """In KB. Wine tells nothing of it to another program."""
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                arguments = (process / "cmdline").read_bytes()
+                if arguments.partition(b"\0")[0].endswith(b"znhost.exe") and self.scratch.name.encode() in arguments and b"--every" in arguments:
+                    return int(re.search(r"VmData:\s+(\d+)", (process / "status").read_text())[1])
+        return self.fail("there is no loop")
+
+    def work_folders(self):
+        home = support.BIN.parents[1] / "setup" / "wineprefix" / "drive_c" / "users"
+        return sorted(home.glob("*/Temp/znhost-*"))
+
+    @slow
+    def test_a_day_of_cycles_gathers_nothing(self):
+        """As many as come at one a minute. Each is a process of its own, so that only the loop could gather something."""
+        watch = subprocess.Popen(command(own_program(self, "watch"), [
+            support.BIN / "znhost.exe", "run", self.field.settings, "--every", "1s", "--quiet"]),
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(watch.wait)
+        self.addCleanup(watch.kill)
+
+        def cycle():
+            self.put(self.field, "a.mdb")
+            self.ledger.clear()
+            wait_until((self.to_enterprise / "a.mdb").exists, watch)
+            (self.to_enterprise / "a.mdb").unlink()
+
+        def state():
+            watch.stdin.write(b"\n")
+            watch.stdin.flush()
+            files = {name for name in files_below(self.root) if not name.endswith(".arriving")}
+            return watch.stdout.readline().split(), self.user_settings(), self.work_folders(), files
+
+        for _ in range(20):
+            cycle()
+        before, memory = state(), self.memory_of_loop()
+        for _ in range(CYCLES_OF_A_DAY):
+            cycle()
+        print(f"{memory} KB before, {self.memory_of_loop()} KB after", flush=True)
+        self.assertEqual(state(), before)
+        self.assertLess(self.memory_of_loop(), memory + CYCLES_OF_A_DAY // 2)
+        watch.stdin.close()

@@ -1,0 +1,37 @@
+// Starts a program, and for each line of its standard input tells what that holds: handles, GDI and USER
+// objects. At the end of the input it ends the program.
+#include <windows.h>
+#include <stdio.h>
+#include <wchar.h>
+
+// Counted one by one: Wine's GetProcessHandleCount always answers 0.
+static int handles_of(HANDLE process) {
+    int count = 0;
+    for (UINT_PTR handle = 4; handle < 16384; handle += 4) {
+        HANDLE copy;
+        if (!DuplicateHandle(process, (HANDLE)handle, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS))
+            continue;
+        CloseHandle(copy);
+        ++count;
+    }
+    return count;
+}
+
+int wmain(void) {
+    const wchar_t* const own = GetCommandLineW();
+    const wchar_t* const line = *own == L'"' ? wcschr(own + 1, L'"') + 1 : wcschr(own, L' ');
+    wchar_t command[32768];
+    STARTUPINFOW startup = {sizeof startup};
+    PROCESS_INFORMATION started;
+    wcscpy(command, line + wcsspn(line, L" "));
+    if (!CreateProcessW(NULL, command, NULL, NULL, FALSE, 0, NULL, NULL, &startup, &started)) return 2;
+    char input[16];
+    while (fgets(input, sizeof input, stdin)) {
+        printf("%d %lu %lu\n", handles_of(started.hProcess), GetGuiResources(started.hProcess, GR_GDIOBJECTS),
+               GetGuiResources(started.hProcess, GR_USEROBJECTS));
+        fflush(stdout);
+    }
+    TerminateProcess(started.hProcess, 0);
+    WaitForSingleObject(started.hProcess, INFINITE);
+    return 0;
+}
