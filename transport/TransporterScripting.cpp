@@ -243,7 +243,10 @@ bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder)
     if (m_transferring)
         throw base::Error(E_UNEXPECTED,
                           L"SendReceive is at work already. Call it again when that call has returned.");
-    if (m_adding == 0) SettleAllBackups();
+    if (m_adding > 0)
+        throw base::Error(E_UNEXPECTED, L"A packet is being added at the moment. Call SendReceive again when "
+                                        L"that call has returned.");
+    SettleAllBackups();
     const auto transfer = com::Make<ScriptTransfer>(this, progress);
     const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     m_cancelled = false;

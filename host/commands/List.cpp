@@ -1,5 +1,8 @@
 // The command list.
+#include <algorithm>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/Console.h"
@@ -9,6 +12,7 @@
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Table.h"
+#include "host/cycle/AwaitedForms.h"
 #include "host/cycle/Cycle.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/RunReport.h"
@@ -36,9 +40,11 @@ int commands::List(const Options& options) {
     const ComApartment apartment;
     Session session(settings);
     PacketLedger unlisted(settings);
+    std::vector<base::TreeFile> received = ReceivedFiles(settings);
+    std::ranges::copy(AwaitingFiles(settings), std::back_inserter(received));
     const std::vector<Place> places = {{L"outbox", OutboxFiles(settings, unlisted)},
                                        {L"send folder", FilesToSend(session, settings)},
-                                       {L"receive folder", ReceivedFiles(settings)}};
+                                       {L"receive folder", std::move(received)}};
     Table table({{L"Place"}, {L"Packet"}, {L"Size", Table::Align::Right}});
     for (const Place& place : places)
         for (const base::TreeFile& file : place.files)

@@ -2,12 +2,14 @@
 #include "host/cycle/AwaitedForms.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/cycle/ReceivedFiles.h"
+#include "host/cycle/WaitingPackets.h"
 #include "host/settings/SideFolders.h"
 
 namespace {
@@ -30,24 +32,13 @@ std::vector<base::TreeFile> AwaitingFiles(const Settings& settings) {
     return base::FilesBelow(kAwaitingOlder.Path(settings));
 }
 
-void AwaitedForms::Await(const Offer& before, const Offer& after, PacketLedger& ledger) {
-    for (const base::TreeFile& file : after.files)
-        m_offered.emplace(Key(file, ledger), file);
-    if (after.isComplete || m_settings.HasServer()) return PutBack(ledger);
-    // What has gone with the share will be offered again.
-    for (const base::TreeFile& file : before.files)
-        m_offered.emplace(Key(file, ledger), file);
-    for (const base::TreeFile& file : AwaitingFiles(m_settings))
-        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
-                                L"an older version may be in a folder that cannot be listed now: " +
-                                    m_settings.remoteReceive);
-}
-
-void AwaitedForms::PutBack(PacketLedger& ledger) const {
+void AwaitedForms::PutBack(const std::vector<base::TreeFile>& offered, PacketLedger& ledger) {
+    m_offered = &offered;
     for (const base::TreeFile& file : AwaitingFiles(m_settings))
         try {
             PutBack(file, ledger);
         } catch (const base::Error& error) {
+            m_waiting.insert(Key(file, ledger));
             ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
                                     error.failure().description);
         }
@@ -57,54 +48,48 @@ void AwaitedForms::PutBack(PacketLedger& ledger) const {
 /// What has come meanwhile under the name is newer, as in the receive folder itself, unless its time denies
 /// that.
 void AwaitedForms::PutBack(const base::TreeFile& file, PacketLedger& ledger) const {
+    if (!m_settings.HasServer() && !OfferedIn(m_settings, file.subFolder))
+        throw base::Error(E_FAIL, L"an older version may be in a folder that cannot be listed now: " +
+                                      Path::Join(m_settings.remoteReceive, file.subFolder));
     const std::wstring held = HeldPath(file, m_settings);
     const std::wstring place = ReceivedPath(file, m_settings);
+    if (!FileSystem::FileIsThere(place)) return base::MoveIntoTree(held, place);
     const auto newer = FileSystem::VersionOf(place);
-    if (!newer)
-        base::MoveIntoTree(held, place);
-    else if (newer->lastWrite >= file.lastWrite)
+    if (newer && newer->lastWrite >= file.lastWrite)
         FileSystem::DeleteFile(held, FileSystem::ReadOnlyFiles::Delete);
     else
         SetAside(held, file, L"another version has arrived", m_settings, ledger);
 }
 
-void AwaitedForms::RefuseAgain(const std::wstring& subFolder, PacketLedger& ledger) const {
-    if (m_offered.empty()) return;
-    for (const base::TreeFile& file : base::FilesIn(m_settings.receive, subFolder))
-        if (IsOffered(file, ledger) && WasRefused(file, m_settings))
-            SetAside(ReceivedPath(file, m_settings), file,
-                     L"it was refused before, and comes again because it cannot be deleted as " +
-                         Path::Join(m_settings.remoteReceive, file.RelativePath()),
-                     m_settings, ledger);
+/// What was offered before counts where it cannot be seen what still is: with the share it may come back.
+std::vector<base::TreeFile> AwaitedForms::MayBeOfferedIn(const std::wstring& subFolder) const {
+    if (auto offered = OfferedIn(m_settings, subFolder)) return std::move(*offered);
+    std::vector<base::TreeFile> before;
+    std::ranges::copy_if(*m_offered, std::back_inserter(before), [&](const base::TreeFile& file) {
+        return base::EqualsIgnoringCase(file.subFolder, subFolder);
+    });
+    return before;
 }
 
 void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
-    if (m_offered.empty()) return;
-    for (const base::TreeFile& file : base::FilesIn(m_settings.receive, subFolder)) {
-        const base::TreeFile* const older = OlderFormOf(file, ledger);
-        if (!older) continue;
+    const std::vector<base::TreeFile> received = base::FilesIn(m_settings.receive, subFolder);
+    if (received.empty()) return;
+    const std::vector<base::TreeFile> offered = MayBeOfferedIn(subFolder);
+    const auto holdBack = [&](const base::TreeFile& file, const std::wstring& reason) {
         base::MoveIntoTree(ReceivedPath(file, m_settings), HeldPath(file, m_settings));
-        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
-                                L"an older version must be received first: " +
-                                    Path::Join(m_settings.remoteReceive, older->RelativePath()));
+        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
+    };
+    for (const base::TreeFile& file : received) {
+        const std::wstring key = Key(file, ledger);
+        // A newer one of the same name takes the file's place when it comes. What was refused comes no more.
+        const auto older = std::ranges::find_if(offered, [&](const base::TreeFile& other) {
+            return !base::EqualsIgnoringCase(other.name, file.name) && Key(other, ledger) == key &&
+                   other.lastWrite <= file.lastWrite && !WasRefused(other, m_settings);
+        });
+        if (older != offered.end())
+            holdBack(file, L"an older version must be received first: " +
+                               Path::Join(m_settings.remoteReceive, older->RelativePath()));
+        else if (m_waiting.contains(key))
+            holdBack(file, L"an older version still waits in " + kAwaitingOlder.Path(m_settings));
     }
-}
-
-bool AwaitedForms::IsOffered(const base::TreeFile& file, const PacketLedger& ledger) const {
-    const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
-    return std::any_of(begin, end, [&](const auto& offered) {
-        return base::EqualsIgnoringCase(offered.second.name, file.name) && offered.second.size == file.size;
-    });
-}
-
-/// Nothing when none is awaited: one that has come, and was refused, is not. A newer one of the same name
-/// takes the file's place when it comes.
-const base::TreeFile* AwaitedForms::OlderFormOf(const base::TreeFile& file,
-                                                const PacketLedger& ledger) const {
-    const auto [begin, end] = m_offered.equal_range(Key(file, ledger));
-    const auto older = std::find_if(begin, end, [&](const auto& offered) {
-        return !base::EqualsIgnoringCase(offered.second.name, file.name) &&
-               offered.second.lastWrite <= file.lastWrite && !WasRefused(offered.second, m_settings);
-    });
-    return older == end ? nullptr : &older->second;
 }

@@ -45,7 +45,7 @@ private:
     std::wstring Explained(const std::wstring& failure, const LogTail& log) const;
     Hindrance Transfer();
     void ReportSending(const std::vector<base::TreeFile>& waiting);
-    void ReportReceiving(const Offer& before, const Offer& after);
+    void ReportReceiving(const std::vector<base::TreeFile>& offered);
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
     void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
@@ -64,7 +64,7 @@ private:
 };
 
 CycleResult Cycle::Run() {
-    const Offer offered = OfferedFiles(m_settings);
+    const std::vector<base::TreeFile> offered = OfferedFiles(m_settings);
     AddOutbox();
     const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
     KeptBackups backups(m_settings);
@@ -74,10 +74,9 @@ CycleResult Cycle::Run() {
     if (!m_settings.HasServer() && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
-    const Offer left = OfferedFiles(m_settings);
-    ReportReceiving(offered, left);
+    ReportReceiving(offered);
     if (const Hindrance notAwaited = Try([&] {
-            m_awaited.Await(offered, left, m_ledger);
+            m_awaited.PutBack(offered, m_ledger);
             return true;
         }))
         failure = notAwaited;
@@ -191,12 +190,12 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 // --- Receiving --------------------------------------------------------------------------------------
 
 /// What came while the others were received is for the next run.
-void Cycle::ReportReceiving(const Offer& before, const Offer& after) {
+void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
     std::set<std::wstring> left;
-    for (const base::TreeFile& file : after.files)
+    for (const base::TreeFile& file : OfferedFiles(m_settings))
         left.insert(file.RelativePath());
     if (left.empty()) return;
-    for (const base::TreeFile& file : before.files)
+    for (const base::TreeFile& file : offered)
         if (left.contains(file.RelativePath()))
             m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
 }
@@ -204,7 +203,6 @@ void Cycle::ReportReceiving(const Offer& before, const Offer& after) {
 void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
     // What is refused must not be among the files that the library lists.
     const Hindrance notSetAside = Try([&] {
-        m_awaited.RefuseAgain(subFolder, m_ledger);
         SetAsideRefusedFiles(m_settings, subFolder, waiting, m_ledger);
         m_awaited.HoldBack(subFolder, m_ledger);
         return true;

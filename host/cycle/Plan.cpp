@@ -69,7 +69,7 @@ void Planner::PlanReceiving() {
     if (m_settings.HasServer()) return Doubt(L"What the server holds is known only when a run lists it.");
     if (!FileSystem::FolderExists(m_settings.remoteReceive))
         return Doubt(L"The remote folder " + m_settings.remoteReceive + L" is not there, or cannot be seen.");
-    for (const base::TreeFile& file : OfferedFiles(m_settings).files)
+    for (const base::TreeFile& file : OfferedFiles(m_settings))
         m_ledger.ReportTravelling(Direction::In, file, PacketState::WouldReceive);
 }
 

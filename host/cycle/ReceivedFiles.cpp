@@ -51,9 +51,12 @@ std::wstring RefusedPath(const base::TreeFile& file, const Settings& settings, c
     return path;
 }
 
-bool HaveSameContent(const std::wstring& left, const std::wstring& right) {
+/// Nothing where one of them cannot be read.
+std::optional<bool> HaveSameContent(const std::wstring& left, const std::wstring& right) try {
     return FileSystem::FileSize(left) == FileSystem::FileSize(right) &&
            Sha256OfFile(left) == Sha256OfFile(right);
+} catch (const base::Error&) {
+    return std::nullopt;
 }
 
 /// What of a folder may be delivered, and the archives that cannot be read: they are the decoder's to refuse.
@@ -62,10 +65,12 @@ struct Candidates {
     std::vector<base::TreeFile> unreadable;
 };
 
-/// Sets aside what must not be delivered.
+/// Sets aside what must not be delivered. What was refused before comes again where it cannot be deleted.
 Candidates TakeCandidates(const std::wstring& subFolder, const Settings& settings, PacketLedger& ledger) {
     Candidates candidates;
+    const bool mayComeAgain = FileSystem::FolderExists(Path::Join(kRefused.Path(settings), subFolder));
     for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder)) {
+        const std::wstring path = Path::Join(settings.receive, file.RelativePath());
         std::optional<std::wstring> refusal;
         try {
             refusal = DeliveryObjection(file, settings, ledger);
@@ -73,8 +78,10 @@ Candidates TakeCandidates(const std::wstring& subFolder, const Settings& setting
             candidates.unreadable.push_back(file);
             continue;
         }
+        if (!refusal && mayComeAgain && WasRefused(file, settings, path))
+            refusal = L"this very version was refused before";
         if (refusal)
-            SetAside(Path::Join(settings.receive, file.RelativePath()), file, *refusal, settings, ledger);
+            SetAside(path, file, *refusal, settings, ledger);
         else
             candidates.packets.push_back(file);
     }
@@ -85,8 +92,8 @@ Candidates TakeCandidates(const std::wstring& subFolder, const Settings& setting
 
 void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
               const Settings& settings, PacketLedger& ledger) {
-    const std::wstring aside =
-        RefusedPath(file, settings, [&](const std::wstring& other) { return HaveSameContent(path, other); });
+    const std::wstring aside = RefusedPath(
+        file, settings, [&](const std::wstring& other) { return HaveSameContent(path, other) == true; });
     if (FileSystem::FileExists(aside))
         FileSystem::DeleteFile(path, FileSystem::ReadOnlyFiles::Delete);
     else
@@ -94,10 +101,12 @@ void SetAside(const std::wstring& path, const base::TreeFile& file, const std::w
     ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
 }
 
-bool WasRefused(const base::TreeFile& file, const Settings& settings) {
+bool WasRefused(const base::TreeFile& file, const Settings& settings, const std::wstring& path) {
     const FileSystem::FileVersion version{file.size, file.lastWrite};
-    return FileSystem::FileExists(RefusedPath(
-        file, settings, [&](const std::wstring& other) { return FileSystem::VersionOf(other) == version; }));
+    return FileSystem::FileExists(RefusedPath(file, settings, [&](const std::wstring& other) {
+        return FileSystem::VersionOf(other) == version &&
+               (path.empty() || HaveSameContent(path, other) != false);
+    }));
 }
 
 /// What an archive holds beside its packet would replace other files of the inbox.

@@ -17,8 +17,8 @@ void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolde
 /// already is only removed.
 void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
               const Settings& settings, PacketLedger& ledger);
-/// Whether a version lies there, by name, size and time.
-bool WasRefused(const base::TreeFile& file, const Settings& settings);
+/// Whether a version lies there, by name, size and time, and by the content of a path where one is given.
+bool WasRefused(const base::TreeFile& file, const Settings& settings, const std::wstring& path = {});
 
 /// Why a file of the receive folder must not be delivered; nothing when it may. Throws for an archive that
 /// cannot be read, now or at all.

@@ -51,15 +51,20 @@ std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
     return files;
 }
 
-Offer OfferedFiles(const Settings& settings) {
+std::vector<base::TreeFile> OfferedFiles(const Settings& settings) {
     if (settings.HasServer()) return {};
+    return WithoutArrivals(base::FilesBelow(settings.remoteReceive, [](const auto&, const auto&) {}));
+}
+
+std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings,
+                                                     const std::wstring& subFolder) try {
+    if (settings.HasServer()) return std::nullopt;
+    std::vector<base::TreeFile> files = WithoutArrivals(base::FilesIn(settings.remoteReceive, subFolder));
     // A share that is gone looks like a folder that was never made.
-    const bool wasThere = FileSystem::FolderExists(settings.remoteReceive);
-    bool isListed = true;
-    Offer offer{WithoutArrivals(
-        base::FilesBelow(settings.remoteReceive, [&](const auto&, const auto&) { isListed = false; }))};
-    offer.isComplete = wasThere && isListed && FileSystem::FolderExists(settings.remoteReceive);
-    return offer;
+    if (!FileSystem::FolderExists(settings.remoteReceive)) return std::nullopt;
+    return files;
+} catch (const base::Error&) {
+    return std::nullopt;
 }
 
 std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,

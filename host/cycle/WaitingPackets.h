@@ -19,13 +19,10 @@ std::vector<base::TreeFile> SendFiles(const Settings& settings);
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);
 /// The files in those sub-folders.
 std::vector<base::TreeFile> ReceivedFiles(const Settings& settings);
-
-/// What the remote side offers.
-struct Offer {
-    std::vector<base::TreeFile> files;
-    bool isComplete = false;  ///< else there may be more, which cannot be seen here or now
-};
-Offer OfferedFiles(const Settings& settings);
+/// What the remote side offers, but for folders that cannot be listed here or now.
+std::vector<base::TreeFile> OfferedFiles(const Settings& settings);
+/// The same of one sub-folder; nothing where that cannot be told.
+std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings, const std::wstring& subFolder);
 
 /// Why a file of the outbox would not reach the other side as the packet that it is; nothing when it would.
 std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,

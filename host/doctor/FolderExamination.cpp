@@ -47,7 +47,7 @@ std::uint64_t Total(const std::vector<base::TreeFile>& files) {
 std::uint64_t NeededSpace(const Settings& settings) try {
     constexpr std::uint64_t kLeast = std::uint64_t{64} << 20;
     return std::max(kLeast, 2 * (Total(OutboxFiles(settings)) + Total(SendFiles(settings)) +
-                                 Total(ReceivedFiles(settings)) + Total(OfferedFiles(settings).files)));
+                                 Total(ReceivedFiles(settings)) + Total(OfferedFiles(settings))));
 } catch (const base::Error&) {
     return 0;
 }

@@ -59,7 +59,7 @@ void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
         return;
     }
     FileSystem::List(folder);
-    const std::vector<base::TreeFile> offered = OfferedFiles(settings).files;
+    const std::vector<base::TreeFile> offered = OfferedFiles(settings);
     if (!offered.empty())
         base::File::Open(Path::Join(folder, offered.front().RelativePath()), GENERIC_READ | DELETE,
                          base::kShareAll, OPEN_EXISTING);

@@ -1,5 +1,6 @@
 """Packets that are compressed or reduced to differences, by the real programs."""
 import hashlib
+import io
 import os
 import pathlib
 import random
@@ -52,6 +53,13 @@ class EncoderCase(HostTest):
         lines = [line for line in outcome.output.splitlines() if f" {packet} " in line]
         self.assertEqual(len(lines), 1, outcome)
         return lines[0]
+
+
+def zipped(name, content):
+    archive = io.BytesIO()
+    with zipfile.ZipFile(archive, "w") as file:
+        file.writestr(name, content)
+    return archive.getvalue()
 
 
 class ZipTest(EncoderCase):
@@ -321,6 +329,9 @@ class DifferenceTest(EncoderCase):
 
     def test_a_version_waits_while_an_older_one_is_on_the_way(self):
         offered, newer = self.send_two_forms()
+        # The transport follows links on a share.
+        offered = offered.rename(self.scratch / "elsewhere")
+        (self.to_enterprise / "sub").symlink_to(offered)
         held = Holder(self, offered / "a.mdb~Base 1.axd")
         self.put(self.field, "other.xml")
         self.assert_run(self.field)
@@ -340,13 +351,43 @@ class DifferenceTest(EncoderCase):
     def test_a_version_waits_for_no_older_one_that_came_and_comes_again(self):
         """The other side's file cannot be deleted."""
         offered, newer = self.send_two_forms()
-        Holder(self, offered / "a.mdb~Base 1.axd", "read")
+        holder = Holder(self, offered / "a.mdb~Base 1.axd", "read")
+        refused = self.enterprise.receive.with_name("receive.refused")
         self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
-        self.assert_run(self.enterprise, 1, {("in", "sub/a.mdb"): "not delivered"})
-        self.assert_run(self.enterprise, 1, {("in", "sub/a.mdb"): "not delivered"})
+        for _ in range(2):
+            self.assertIn("this very version was refused before", self.assert_run(self.enterprise, 1).output)
+            self.assertEqual(files_below(refused).keys(), {"sub/a.mdb~Base 1.axd"})
+        reader = Holder(self, refused / "sub/a.mdb~Base 1.axd")
+        (offered / "b.xml").write_bytes(b"another packet")
+        self.assert_run(self.enterprise, 1)
+        self.assertTrue((self.enterprise.inbox / "sub/b.xml").exists())
+        reader.release()
+        holder.release()
+        self.assert_run(self.enterprise, 1)
+        self.assert_run(self.enterprise, 0, {})
         self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), newer)
-        self.assertEqual(files_below(self.enterprise.receive.with_name("receive.refused")).keys(),
-                         {"sub/a.mdb~Base 1.axd"})
+
+    def wait_here(self, name, content, time):
+        path = self.enterprise.receive.parent / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+        os.utime(path, (1_700_000_000 + time,) * 2)
+        return path
+
+    def test_a_version_that_waits_follows_no_newer_one(self):
+        self.wait_here("receive.waiting/sub/a.mdb", b"older", 0)
+        self.wait_here("receive/sub/a.mdb.afz", zipped("a.mdb", b"newer"), 10)
+        away = self.to_enterprise.rename(self.scratch / "away")
+        self.assertIn("an older version still waits in", self.assert_run(self.enterprise, 1).output)
+        away.rename(self.to_enterprise)
+        self.assert_newer_is_delivered(b"newer")
+
+    def test_a_version_that_waits_is_not_replaced_by_a_folder_of_its_name(self):
+        waiting = self.wait_here("receive.waiting/a.mdb", b"packet", 0)
+        (self.to_enterprise / "a.mdb").mkdir(parents=True)
+        (self.to_enterprise / "a.mdb/notes.xml").write_bytes(b"another")
+        self.assert_run(self.enterprise, 1)
+        self.assertEqual(waiting.read_bytes(), b"packet")
 
     def test_a_version_waits_although_the_share_vanished_with_the_older_one(self):
         offered, newer = self.send_two_forms()

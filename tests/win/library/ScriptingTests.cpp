@@ -299,6 +299,9 @@ TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
     g_meanwhile = [&] {
         children.Script(L"write T:\\field\\send\\y.mdb~Base.axd*other");
         other = field.transporter->Add(In(temp.File(L"y.mdb")), Variant().Get());
+        VARIANT_BOOL moved = VARIANT_FALSE;
+        EXPECT_EQ(field.transporter->SendReceive(Variant().Get(), Variant().Get(), &moved), E_UNEXPECTED)
+            << "the backup would travel";
         temp.File(L"failed");
     };
     children.Script(L"await T:\\failed");
