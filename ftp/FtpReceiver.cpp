@@ -177,14 +177,12 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
 }
 
 bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
-                        const std::wstring& target) const {
+                        const std::wstring& target) const try {
     const ShownProcedure self(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress);
     if (!m_connection.Get(entry.name, target, entry.attributes)) {
         const DWORD error = GetLastError();
         const std::wstring failure = FailureText(error);
-        self.Fail(Lines(L"Failed to retrieve file " + entry.name + L" on the FTP server to local folder " +
-                            localFolder,
-                        ErrorText(error)));
+        NotRetrieved(entry.name, localFolder, ErrorText(error));
         return error == ERROR_INTERNET_EXTENDED_ERROR &&
                self.Fail(
                    Lines(L"The FTP server lists file " + entry.name +
@@ -195,6 +193,16 @@ bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
     }
     if (FileSystem::FileExists(target) && HasListedSize(entry, target)) return true;
     return self.Fail(L"Failed to retrieve file " + entry.name + L" from the FTP server.");
+} catch (const base::Error& error) {
+    // It names the arrival, which does not tell the packet.
+    return NotRetrieved(entry.name, localFolder, error.failure().description);
+}
+
+bool FtpReceiver::NotRetrieved(const std::wstring& name, const std::wstring& localFolder,
+                               const std::wstring& why) const {
+    return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+        .Fail(Lines(L"Failed to retrieve file " + name + L" on the FTP server to local folder " + localFolder,
+                    why));
 }
 
 /// The server's copy goes next. What the other side has uploaded since, or is still uploading, must not go

@@ -28,6 +28,8 @@ private:
 
     bool GetRemoteFile(const FileEntry& entry, const std::wstring& localFolder) const;
     bool Fetch(const FileEntry& entry, const std::wstring& localFolder, const std::wstring& target) const;
+    bool NotRetrieved(const std::wstring& name, const std::wstring& localFolder,
+                      const std::wstring& why) const;
     /// lastWrite: as the server told it before the file came. isListed: becomes False for a file that the
     /// server does not list any more.
     bool IsUnchanged(const std::wstring& name, const std::wstring& target, const std::wstring& lastWrite,

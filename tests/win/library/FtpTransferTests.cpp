@@ -1,4 +1,6 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
+#include <array>
+
 #include "base/File.h"
 #include "base/Text.h"
 #include "ftp/FtpTransfer.h"
@@ -601,23 +603,35 @@ TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) 
 }
 
 TEST_F(FtpTransferTest, ALongLocalPathTravelsByItsShortNameOrNotAtAll) {
-    const auto makeFolder = [&](const std::wstring& name) {
-        std::wstring path = temp.Path();
-        while (path.size() < MAX_PATH)
+    std::array<wchar_t, MAX_PATH> scratch{};  // with no name that can become shorter
+    GetShortPathNameW(temp.Path().c_str(), scratch.data(), MAX_PATH);
+    const auto makeFolder = [&](const std::wstring& name, size_t length) {
+        std::wstring path = scratch.data();
+        while (path.size() + name.size() + 4 < length)
             path += L"\\" + name;
+        path += L"\\" + std::wstring(length - path.size() - 1, L'x');
         FileSystem::CreateFolders(path);
         base::WriteNewFile(path + L"\\a.mdb", "1");
         SendFrom(path);
         return path;
     };
-    makeFolder(L"longer than eight");
+    makeFolder(L"longer than eight", MAX_PATH);
     EXPECT_TRUE(Send());
     EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
     EXPECT_THAT(framework.log, IsEmpty());
-    const std::wstring file = makeFolder(L"short") + L"\\a.mdb";
+    const std::wstring tooLong = makeFolder(L"short", MAX_PATH);
+    const std::wstring file = tooLong + L"\\a.mdb";
     EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"\\a.mdb has " + std::to_wstring(file.size()) +
                                                 L" characters, but a file for FTP may have 259.")));
     EXPECT_TRUE(FileSystem::FileExists(file));
+    server.files = {{"/out/plan.mdb", "2"}};
+    ReceiveInto(tooLong);
+    EXPECT_THAT(FailToReceive(), ElementsAre(AllOf(Tells(L"Failed to retrieve file plan.mdb on"),
+                                                   Tells(L"but a file for FTP may have 259."))));
+    const std::wstring folder = makeFolder(L"short", 240);
+    ReceiveInto(folder);
+    EXPECT_TRUE(Receive());
+    EXPECT_TRUE(FileSystem::FileExists(folder + L"\\plan.mdb"));
 }
 
 TEST_F(FtpTransferTest, WhatTheSystemDoesNotTellOfASendFolderFailsTheTransfer) {
