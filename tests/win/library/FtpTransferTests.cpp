@@ -81,8 +81,7 @@ TEST_F(FtpTransferTest, ReceiveFindsNothingInAMissingOrEmptyFolder) {
 
 TEST_F(FtpTransferTest, AReplyInThePlaceOfAListTellsWhetherThereIsNothing) {
     const auto search = [&](const char* reply) {
-        server.response = reply;
-        server.Fail("Find", {ERROR_INTERNET_EXTENDED_ERROR});
+        server.Fail("Find", {ERROR_INTERNET_EXTENDED_ERROR}, reply);
     };
     const std::wstring why = ErrorText(ERROR_INTERNET_EXTENDED_ERROR);
     for (const char* reply : {"550 No files found.\r\n", "150 Here it comes.\r\n226 Done.\r\n",
@@ -208,10 +207,16 @@ TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
         EXPECT_TRUE(Send()) << "but the server does";
     }
     temp.File(L"send\\a.mdb", "content");
-    server.afterPut = [&] { server.files["/in/a.mdb"].clear(); };
-    EXPECT_THAT(FailToSend(), Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
-    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
-    EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
+    for (const size_t unanswered : {0, 2}) {  // of the commands that ask for the size
+        server.afterPut = [&] {
+            server.files["/in/a.mdb"].clear();
+            server.Fail("Command", std::vector<DWORD>(unanswered, kLost));
+        };
+        EXPECT_THAT(FailToSend(),
+                    Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
+        EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+        EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
+    }
 }
 
 TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPlace) {
@@ -360,6 +365,16 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
                 OneFtpReport(L"GetRemoteFile", L"Failed to delete the file a.mdb from the FTP server.\r\n" +
                                                    ErrorText(ERROR_INTERNET_EXTENDED_ERROR)));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty()) << "a put that failed took its part away";
+    temp.File(L"receive\\a.mdb", "older");
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    for (const bool tellsStatus : {false, true}) {
+        server.tellsStatus = tellsStatus;
+        server.files["/out/a.mdb"] = "half";
+        EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Could not verify that file a.mdb is unchanged")));
+        EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "it may have been a part";
+    }
+    std::filesystem::remove(temp / L"receive\\a.mdb");
+    server.tellsStatus = false;
     server.files["/out/a.mdb"] = "half and the rest";
     server.afterGet = [&] {
         server.Fail("Find", {ERROR_NO_MORE_FILES});
@@ -367,8 +382,12 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
     };
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to delete the file a.mdb")));
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest") << "the server may have deleted it";
-    server.afterGet = [&] { server.Fail("Find", {ERROR_NO_MORE_FILES}); };
-    EXPECT_TRUE(Receive()) << "a list that does not tell the name";
+    server.tellsStatus = true;
+    server.afterGet = [&] {
+        server.Fail("Find", {ERROR_NO_MORE_FILES});
+        server.Fail("Command", {ERROR_INTERNET_EXTENDED_ERROR});
+    };
+    EXPECT_TRUE(Receive()) << "a list that does not tell the name, but its time was told";
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
     EXPECT_THAT(server.files, IsEmpty());
 }
@@ -388,6 +407,8 @@ TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
         EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")))
             << "of the same size";
     }
+    server.afterGet = [&] { server.Fail("Command", {kLost, kLost}); };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Could not verify that file a.mdb is unchanged")));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_TRUE(Receive());
@@ -460,8 +481,7 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
     };
     server.folders.insert({"/home", "/home/in", "/home/in/deep", "/home/out", "/home/out/SUB"});
     server.home = "/home";
-    server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR));
-    server.response = "502 No.";
+    server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR), "502 No.");
     Init({{L"RemoteSendFolder", L"in/deep"}});
     temp.File(L"send\\a.mdb", "1");
     temp.Folder(L"send\\empty");
