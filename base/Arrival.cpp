@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
 
@@ -29,8 +30,10 @@ std::wstring NumberedPath(const std::wstring& destination, ULONGLONG number) {
 
 }  // namespace
 
+/// The lowest number leaves most room for the folder where a path must be short.
 std::wstring ArrivalPath(const std::wstring& destination) {
-    return NumberedPath(destination, GetTickCount64());
+    for (ULONGLONG number = 1;; ++number)
+        if (std::wstring path = NumberedPath(destination, number); !FileExists(path)) return path;
 }
 
 base::File CreateArrival(const std::wstring& destination, base::Where where) try {

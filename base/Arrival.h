@@ -10,7 +10,7 @@
 
 namespace FileSystem {
 
-/// Where a file arrives before it takes its place: a path beside that.
+/// Where a file arrives before it takes its place: a path beside that, where no file lies.
 std::wstring ArrivalPath(const std::wstring& destination);
 /// A transient file at such a path.
 base::File CreateArrival(const std::wstring& destination, base::Where where = base::Where::current());

@@ -230,8 +230,10 @@ bool FtpConnection::Command(const std::wstring& text) const {
 
 /// What a server answers to a command that asks for one property of a file.
 std::wstring FtpConnection::FileStatus(const wchar_t* command, const std::wstring& name) const {
-    return Command(std::wstring(command).append(L" ").append(name)) ? FileStatusIn(LastResponse())
-                                                                    : std::wstring();
+    if (!Command(std::wstring(command).append(L" ").append(name))) return {};
+    std::wstring status = FileStatusIn(LastResponse());
+    SetLastError(ERROR_INVALID_DATA);  // for who cannot read it
+    return status;
 }
 
 std::optional<std::uint64_t> FtpConnection::SizeOf(const std::wstring& name) const {

@@ -55,13 +55,14 @@ public:
     /// for as it is (with blanks, brackets or braces, or a dash or tilde at its beginning) only in the first
     /// case.
     bool FindFile(const std::wstring& name, FileSystem::FileEntry& found) const;
-    /// The size of a file of the current remote folder, in bytes; nothing where the server does not tell.
-    /// Cheaper than a search, and exact, but only after a transfer: some servers tell it only of the bytes
-    /// that travel unchanged.
+    /// The size of a file of the current remote folder, in bytes; nothing where the server does not tell, and
+    /// GetLastError whether it refuses. Cheaper than a search, and exact, but only after a transfer: some
+    /// servers tell it only of the bytes that travel unchanged.
     std::optional<std::uint64_t> SizeOf(const std::wstring& name) const;
     /// Lets SizeOf tell as much after a search, for which the system asks for text.
     void AskForBytes() const { Command(L"TYPE I"); }
-    /// When it was written, in the server's spelling and to the second; empty where the server does not tell.
+    /// When it was written, in the server's spelling and to the second; empty where the server does not tell,
+    /// and GetLastError why.
     std::wstring LastWriteOf(const std::wstring& name) const;
 
     // Files of the current remote folder.

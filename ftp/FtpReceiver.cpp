@@ -37,12 +37,6 @@ void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
     file.Flush();
 }
 
-/// Whether a server is there and knows its user, but does not do what it was asked for.
-bool Refuses(DWORD error) {
-    const std::wstring code = ReplyCode(ReplyOf(error));
-    return code.starts_with(L'5') && code != L"530";
-}
-
 std::vector<std::wstring> FoldersOf(const std::vector<FileSystem::FileEntry>& entries) {
     std::vector<std::wstring> names;
     for (const FileSystem::FileEntry& entry : entries)
@@ -154,37 +148,36 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         // Nothing of a file that did not arrive, or is not whole yet, may lie under its name.
         const std::wstring arrival = FileSystem::ArrivalPath(target);
         const base::RollBack part([&] { FileSystem::TryDelete(arrival); });
-        bool isListed = true;
+        bool isSeen = true;
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
-        if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isListed))
+        if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isSeen))
             return false;
+        // What is gone by now may have been a part, which the other side took away: an older packet stays.
+        if (!isSeen && FileSystem::FileIsThere(target)) return NotVerified(entry.name, ERROR_NO_MORE_FILES);
         Finish(arrival, lastWrite);
         FileSystem::MoveReplacing(arrival, target);
-        // What is gone by now may have been a part, which the other side took away.
-        base::RollBack unlisted([&] { FileSystem::TryDelete(target); });
-        if (isListed) unlisted.Dismiss();
+        base::RollBack unseen([&] { FileSystem::TryDelete(target); });
+        if (isSeen) unseen.Dismiss();
         FileSystem::BringToDisk(target);
         if (m_connection.Delete(entry.name)) {
-            unlisted.Dismiss();
+            unseen.Dismiss();
             return true;
         }
         const DWORD error = GetLastError();
         // Without an answer this may be the only copy.
-        if (!Refuses(error)) unlisted.Dismiss();
+        if (!Refuses(error)) unseen.Dismiss();
         return self.Fail(
             Lines(L"Failed to delete the file " + entry.name + L" from the FTP server.", ErrorText(error)));
     });
 }
 
 bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
-                        const std::wstring& target) const {
+                        const std::wstring& target) const try {
     const ShownProcedure self(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress);
     if (!m_connection.Get(entry.name, target, entry.attributes)) {
         const DWORD error = GetLastError();
         const std::wstring failure = FailureText(error);
-        self.Fail(Lines(L"Failed to retrieve file " + entry.name + L" on the FTP server to local folder " +
-                            localFolder,
-                        ErrorText(error)));
+        NotRetrieved(entry.name, localFolder, ErrorText(error));
         return error == ERROR_INTERNET_EXTENDED_ERROR &&
                self.Fail(
                    Lines(L"The FTP server lists file " + entry.name +
@@ -195,42 +188,58 @@ bool FtpReceiver::Fetch(const FileEntry& entry, const std::wstring& localFolder,
     }
     if (FileSystem::FileExists(target) && HasListedSize(entry, target)) return true;
     return self.Fail(L"Failed to retrieve file " + entry.name + L" from the FTP server.");
+} catch (const base::Error& error) {
+    // It names the arrival, which does not tell the packet.
+    return NotRetrieved(entry.name, localFolder, error.failure().description);
+}
+
+bool FtpReceiver::NotRetrieved(const std::wstring& name, const std::wstring& localFolder,
+                               const std::wstring& why) const {
+    return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+        .Fail(Lines(L"Failed to retrieve file " + name + L" on the FTP server to local folder " + localFolder,
+                    why));
 }
 
 /// The server's copy goes next. What the other side has uploaded since, or is still uploading, must not go
 /// with it.
 bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& target,
-                              const std::wstring& lastWrite, bool& isListed) const {
+                              const std::wstring& lastWrite, bool& isSeen) const {
     const std::optional<std::uint64_t> size = m_connection.SizeOf(name);
     const std::uint64_t bytes = FileSystem::FileSize(target);
     // A list of a long folder takes long, once for each file; but some servers tell a size in too few bits.
     if (!size || (*size != bytes && MayBeListedSize(*size, bytes))) {
-        if (!IsListedUnchanged(name, target, isListed)) return false;
+        if (!IsListedUnchanged(name, target, isSeen)) return false;
     } else if (*size != bytes) {
         return OtherSize(SizeDifference({name, *size}, bytes));
     }
-    return HasTime(name, lastWrite);
+    if (lastWrite.empty()) return true;
+    isSeen = HasTime(name, lastWrite);
+    return isSeen;
 }
 
-/// What was put in its place may be as long.
+/// What was put in its place may be as long. A server that told the time of a file tells it again while the
+/// file is there.
 bool FtpReceiver::HasTime(const std::wstring& name, const std::wstring& lastWrite) const {
-    if (lastWrite.empty()) return true;
     const std::wstring now = m_connection.LastWriteOf(name);
-    return now == lastWrite || now.empty() ||
-           ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
-               .Fail(L"File " + name +
-                     L" was replaced on the FTP server while it was received. It stays there for the next "
-                     L"transfer.");
+    if (now == lastWrite) return true;
+    if (now.empty()) return NotVerified(name, GetLastError());
+    return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
+        .Fail(L"File " + name +
+              L" was replaced on the FTP server while it was received. It stays there for the next "
+              L"transfer.");
 }
 
 bool FtpReceiver::IsListedUnchanged(const std::wstring& name, const std::wstring& target,
-                                    bool& isListed) const {
+                                    bool& isSeen) const {
     FileEntry found;
     if (m_connection.FindFile(name, found)) return HasListedSize(found, target);
     const DWORD error = GetLastError();
-    isListed = error != ERROR_NO_MORE_FILES;
+    isSeen = error != ERROR_NO_MORE_FILES;
     // Somebody else has taken it, or lists do not tell its name: the attempt to delete it shows which.
-    if (!isListed) return true;
+    return !isSeen || NotVerified(name, error);
+}
+
+bool FtpReceiver::NotVerified(const std::wstring& name, DWORD error) const {
     return ShownProcedure(L"clsFTPSndRcv.cls.GetRemoteFile", m_progress)
         .Fail(WithReply(Lines(L"Could not verify that file " + name +
                                   L" is unchanged on the FTP server. It stays there for the next transfer.",

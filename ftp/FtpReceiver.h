@@ -28,12 +28,15 @@ private:
 
     bool GetRemoteFile(const FileEntry& entry, const std::wstring& localFolder) const;
     bool Fetch(const FileEntry& entry, const std::wstring& localFolder, const std::wstring& target) const;
-    /// lastWrite: as the server told it before the file came. isListed: becomes False for a file that the
-    /// server does not list any more.
+    bool NotRetrieved(const std::wstring& name, const std::wstring& localFolder,
+                      const std::wstring& why) const;
+    /// lastWrite: as the server told it before the file came. isSeen: becomes False for a file of which the
+    /// server tells nothing any more.
     bool IsUnchanged(const std::wstring& name, const std::wstring& target, const std::wstring& lastWrite,
-                     bool& isListed) const;
-    bool IsListedUnchanged(const std::wstring& name, const std::wstring& target, bool& isListed) const;
+                     bool& isSeen) const;
+    bool IsListedUnchanged(const std::wstring& name, const std::wstring& target, bool& isSeen) const;
     bool HasTime(const std::wstring& name, const std::wstring& lastWrite) const;
+    bool NotVerified(const std::wstring& name, DWORD error) const;
     bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;
     bool OtherSize(const std::wstring& difference) const;
 

@@ -164,12 +164,14 @@ void FtpSender::RemovePart(const std::wstring& name, std::uint64_t whole) const 
 }
 
 /// A list tells 0 where it tells no sizes, and of a file that came to nothing: some servers report a full
-/// disk as success, and some clients a file that they could not read. The size alone tells which.
+/// disk as success, and some clients a file that they could not read. The size alone tells which; a server
+/// that refuses to tell it knows no more, but one that gives no answer may.
 std::uint64_t FtpSender::SizeThere(const FileEntry& listed, const std::wstring& name,
                                    std::uint64_t sent) const {
     if (listed.size != 0 || sent == 0) return listed.size;
     m_connection.AskForBytes();
-    return m_connection.SizeOf(name).value_or(sent);
+    if (const auto size = m_connection.SizeOf(name)) return *size;
+    return Refuses(GetLastError()) ? sent : listed.size;
 }
 
 bool FtpSender::RemoteFileExists(const std::wstring& name,

@@ -6,6 +6,7 @@
 
 #include "base/Text.h"
 #include "com/MessagePump.h"
+#include "common/FtpReply.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -38,6 +39,11 @@ bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes) {
 
 bool IsListedPart(std::uint64_t listed, std::uint64_t bytes) {
     return listed < bytes && (listed == 0 || !MayBeListedSize(listed, bytes));
+}
+
+bool Refuses(DWORD error) {
+    const std::wstring code = ReplyCode(ReplyOf(error));
+    return code.starts_with(L'5') && code != L"530";
 }
 
 std::wstring FailureText(DWORD error) {

@@ -17,6 +17,8 @@ bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes);
 /// it is known: an empty part would travel on as a packet.
 bool IsListedPart(std::uint64_t listed, std::uint64_t bytes);
 
+/// Whether a server is there and knows its user, but does not do what it was asked for.
+bool Refuses(DWORD error);
 /// The server's reply, where an error is one; otherwise the error's text.
 std::wstring FailureText(DWORD error);
 /// A report of a failure, and below it the server's reply, where the error is one.

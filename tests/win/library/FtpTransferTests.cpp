@@ -1,4 +1,6 @@
 // Packets through FTP: both directions, and the answers that no server gives on demand.
+#include <array>
+
 #include "base/File.h"
 #include "base/Text.h"
 #include "ftp/FtpTransfer.h"
@@ -79,8 +81,7 @@ TEST_F(FtpTransferTest, ReceiveFindsNothingInAMissingOrEmptyFolder) {
 
 TEST_F(FtpTransferTest, AReplyInThePlaceOfAListTellsWhetherThereIsNothing) {
     const auto search = [&](const char* reply) {
-        server.response = reply;
-        server.Fail("Find", {ERROR_INTERNET_EXTENDED_ERROR});
+        server.Fail("Find", {ERROR_INTERNET_EXTENDED_ERROR}, reply);
     };
     const std::wstring why = ErrorText(ERROR_INTERNET_EXTENDED_ERROR);
     for (const char* reply : {"550 No files found.\r\n", "150 Here it comes.\r\n226 Done.\r\n",
@@ -206,10 +207,16 @@ TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
         EXPECT_TRUE(Send()) << "but the server does";
     }
     temp.File(L"send\\a.mdb", "content");
-    server.afterPut = [&] { server.files["/in/a.mdb"].clear(); };
-    EXPECT_THAT(FailToSend(), Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
-    EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
-    EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
+    for (const size_t unanswered : {0, 2}) {  // of the commands that ask for the size
+        server.afterPut = [&] {
+            server.files["/in/a.mdb"].clear();
+            server.Fail("Command", std::vector<DWORD>(unanswered, kLost));
+        };
+        EXPECT_THAT(FailToSend(),
+                    Contains(Tells(L"lists file a.mdb with 0 bytes, but here it has 7 bytes.")));
+        EXPECT_EQ(temp.Content(L"send\\a.mdb"), "content");
+        EXPECT_THAT(server.files, ElementsAre(Pair("/in/A.mdb", "another")));
+    }
 }
 
 TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPlace) {
@@ -358,6 +365,16 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
                 OneFtpReport(L"GetRemoteFile", L"Failed to delete the file a.mdb from the FTP server.\r\n" +
                                                    ErrorText(ERROR_INTERNET_EXTENDED_ERROR)));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty()) << "a put that failed took its part away";
+    temp.File(L"receive\\a.mdb", "older");
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    for (const bool tellsStatus : {false, true}) {
+        server.tellsStatus = tellsStatus;
+        server.files["/out/a.mdb"] = "half";
+        EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Could not verify that file a.mdb is unchanged")));
+        EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "it may have been a part";
+    }
+    std::filesystem::remove(temp / L"receive\\a.mdb");
+    server.tellsStatus = false;
     server.files["/out/a.mdb"] = "half and the rest";
     server.afterGet = [&] {
         server.Fail("Find", {ERROR_NO_MORE_FILES});
@@ -365,8 +382,12 @@ TEST_F(FtpTransferTest, AFileThatTheOtherSideIsStillSendingStaysOnTheServer) {
     };
     EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Failed to delete the file a.mdb")));
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest") << "the server may have deleted it";
-    server.afterGet = [&] { server.Fail("Find", {ERROR_NO_MORE_FILES}); };
-    EXPECT_TRUE(Receive()) << "a list that does not tell the name";
+    server.tellsStatus = true;
+    server.afterGet = [&] {
+        server.Fail("Find", {ERROR_NO_MORE_FILES});
+        server.Fail("Command", {ERROR_INTERNET_EXTENDED_ERROR});
+    };
+    EXPECT_TRUE(Receive()) << "a list that does not tell the name, but its time was told";
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "half and the rest");
     EXPECT_THAT(server.files, IsEmpty());
 }
@@ -386,6 +407,8 @@ TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
         EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")))
             << "of the same size";
     }
+    server.afterGet = [&] { server.Fail("Command", {kLost, kLost}); };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"Could not verify that file a.mdb is unchanged")));
     EXPECT_THAT(temp.Files(L"receive"), IsEmpty());
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_TRUE(Receive());
@@ -458,8 +481,7 @@ TEST_F(FtpTransferTest, WithoutACurrentFolderOnlyFlatTransfersWork) {
     };
     server.folders.insert({"/home", "/home/in", "/home/in/deep", "/home/out", "/home/out/SUB"});
     server.home = "/home";
-    server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR));
-    server.response = "502 No.";
+    server.Fail("GetFolder", std::vector<DWORD>(100, ERROR_INTERNET_EXTENDED_ERROR), "502 No.");
     Init({{L"RemoteSendFolder", L"in/deep"}});
     temp.File(L"send\\a.mdb", "1");
     temp.Folder(L"send\\empty");
@@ -601,23 +623,35 @@ TEST_F(FtpTransferTest, AFolderOutsideTheCodePageDoesNotTravelAndIsNoHindrance) 
 }
 
 TEST_F(FtpTransferTest, ALongLocalPathTravelsByItsShortNameOrNotAtAll) {
-    const auto makeFolder = [&](const std::wstring& name) {
-        std::wstring path = temp.Path();
-        while (path.size() < MAX_PATH)
+    std::array<wchar_t, MAX_PATH> scratch{};  // with no name that can become shorter
+    GetShortPathNameW(temp.Path().c_str(), scratch.data(), MAX_PATH);
+    const auto makeFolder = [&](const std::wstring& name, size_t length) {
+        std::wstring path = scratch.data();
+        while (path.size() + name.size() + 4 < length)
             path += L"\\" + name;
+        path += L"\\" + std::wstring(length - path.size() - 1, L'x');
         FileSystem::CreateFolders(path);
         base::WriteNewFile(path + L"\\a.mdb", "1");
         SendFrom(path);
         return path;
     };
-    makeFolder(L"longer than eight");
+    makeFolder(L"longer than eight", MAX_PATH);
     EXPECT_TRUE(Send());
     EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
     EXPECT_THAT(framework.log, IsEmpty());
-    const std::wstring file = makeFolder(L"short") + L"\\a.mdb";
+    const std::wstring tooLong = makeFolder(L"short", MAX_PATH);
+    const std::wstring file = tooLong + L"\\a.mdb";
     EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"\\a.mdb has " + std::to_wstring(file.size()) +
                                                 L" characters, but a file for FTP may have 259.")));
     EXPECT_TRUE(FileSystem::FileExists(file));
+    server.files = {{"/out/plan.mdb", "2"}};
+    ReceiveInto(tooLong);
+    EXPECT_THAT(FailToReceive(), ElementsAre(AllOf(Tells(L"Failed to retrieve file plan.mdb on"),
+                                                   Tells(L"but a file for FTP may have 259."))));
+    const std::wstring folder = makeFolder(L"short", 240);
+    ReceiveInto(folder);
+    EXPECT_TRUE(Receive());
+    EXPECT_TRUE(FileSystem::FileExists(folder + L"\\plan.mdb"));
 }
 
 TEST_F(FtpTransferTest, WhatTheSystemDoesNotTellOfASendFolderFailsTheTransfer) {

@@ -27,10 +27,16 @@ BOOL Result(bool done, DWORD error) {
     return done;
 }
 
+BOOL Refuse(const char* reply) {
+    g_script->response = reply;
+    return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
+}
+
 bool Succeed(const std::string& function) {
     ++g_script->calls;
     auto& errors = g_script->failures[function];
     if (errors.empty()) return true;
+    if (const std::string& reply = g_script->replies[function]; !reply.empty()) g_script->response = reply;
     SetLastError(errors.front());
     errors.erase(errors.begin());
     return false;
@@ -219,8 +225,7 @@ BOOL WINAPI Put(HINTERNET connection, LPCSTR source, LPCSTR name, DWORD flags, D
 BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
     if (!Succeed("Delete", connection)) return FALSE;
     if (g_script->files.erase(PathOf(name)) != 0) return TRUE;
-    g_script->response = "550 No such file.\r\n";
-    return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
+    return Refuse("550 No such file.\r\n");
 }
 
 BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command, DWORD_PTR, HINTERNET*) {
@@ -231,7 +236,7 @@ BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command
     const auto file = g_script->files.find(PathOf(text.substr(5)));
     const bool asksSize = text.starts_with("SIZE ");
     if (!g_script->tellsStatus || file == g_script->files.end() || (asksSize && !g_binary))
-        return Result(false, ERROR_INTERNET_EXTENDED_ERROR);
+        return Refuse("550 Not told.\r\n");
     g_script->response =
         "213 " + (asksSize ? std::to_string(file->second.size()) : g_script->lastWrites[file->first]) +
         "\r\n";

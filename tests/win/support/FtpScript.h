@@ -31,9 +31,11 @@ public:
     FtpScript& operator=(const FtpScript&) = delete;
     ~FtpScript();
 
-    /// The next calls of a function fail with these errors, one after the other.
-    void Fail(const std::string& function, std::vector<DWORD> errors) {
+    /// The next calls of a function fail with these errors, one after the other. reply: the server's to each
+    /// of them; empty where the last one stays.
+    void Fail(const std::string& function, std::vector<DWORD> errors, std::string reply = {}) {
         failures[function] = std::move(errors);
+        replies[function] = std::move(reply);
     }
 
     std::map<std::string, std::string> files;  ///< contents by path
@@ -45,6 +47,7 @@ public:
     std::map<std::string, std::string> lastWrites;    ///< what MDTM tells, by path
     std::string response;                             ///< the server's last reply
     std::map<std::string, std::vector<DWORD>> failures;
+    std::map<std::string, std::string> replies;
     std::function<void()> afterPut = [] {};       ///< what happens once a file was sent
     std::function<void()> afterGet = [] {};       ///< what happens once a file was received
     std::function<void()> afterEntering = [] {};  ///< what happens once a folder was entered
