@@ -69,9 +69,9 @@ private:
             [&](const std::wstring& subFolder) { m_notes.Read(subFolder); });
     }
 
-    /// Without a word of what was refused the first time.
-    std::vector<std::wstring> WaitingAgain() const {
-        return FilesBelow(m_server, m_remote, m_subFolder, [](const std::wstring&) {});
+    /// The second time, without a report of what is refused.
+    std::vector<std::wstring> WaitingAgain(const Refuse& refuse) const {
+        return FilesBelow(m_server, m_remote, m_subFolder, refuse);
     }
 
     /// Runs a step whose failure keeps a packet where it is.
@@ -172,7 +172,7 @@ private:
     /// What carries a request may do so twice, and what seems to be gone may be there all the same.
     void LookForGone() {
         ReceiveClaims();
-        for (const std::wstring& packet : WaitingAgain()) {
+        for (const std::wstring& packet : WaitingAgain([](const std::wstring&) {})) {
             if (m_gone.erase(packet) == 0) continue;
             if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
             if (m_gone.contains(packet) && m_server.Exists(JoinRemote(m_remote, packet)))
@@ -303,20 +303,33 @@ private:
     }
 
     /// waiting: what did so after the notes were read.
-    void DeleteNotes(const std::vector<std::wstring>& waiting) const {
+    void DeleteNotes(const std::vector<std::wstring>& waiting) {
         // Of one sub-folder alone nobody knows what waits in the others.
-        if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
-        bool isAllSeen = true;
-        std::set<std::wstring> packets =
-            ClaimedPackets(m_server, m_remote, [&](const std::wstring&) { isAllSeen = false; });
-        if (!isAllSeen) return;
-        // Claims are given back, too, and what was gone may wait again.
-        const std::vector<std::wstring> again = m_gone.empty() ? std::vector<std::wstring>() : WaitingAgain();
-        packets.insert(again.begin(), again.end());
+        if (!m_subFolder.empty() || !m_hasSeenAll) return;
+        std::set<std::wstring> packets;
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
             return !m_received.contains(packet) && !m_gone.contains(packet);
         });
-        m_notes.DeleteDone(packets);
+        if (m_notes.Done(packets).empty() || !AddThoseOnTheirWay(packets)) return;
+        for (const std::wstring& note : m_notes.Done(packets))
+            m_server.Delete(note);
+    }
+
+    /// Meanwhile packets were sent again, under the same note, and claims were given back. Looked for in the
+    /// order of their way, and of the way back, so that none is overlooked which goes on at this moment.
+    /// False when some could not be seen.
+    bool AddThoseOnTheirWay(std::set<std::wstring>& packets) {
+        bool isAllSeen = true;
+        const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
+        const auto addWaiting = [&] {
+            const std::vector<std::wstring> waiting = WaitingAgain(refuse);
+            packets.insert(waiting.begin(), waiting.end());
+        };
+        m_notes.ReadNew();
+        addWaiting();
+        packets.merge(ClaimedPackets(m_server, m_remote, refuse));
+        addWaiting();
+        return isAllSeen;
     }
 
     const DavServer& m_server;

@@ -53,7 +53,7 @@ void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
     for (const DavEntry& entry : *entries) {
         if (entry.name.ends_with(kNoteEnding))
             ReadNote(subFolder, entry.name, isFirst);
-        else if (isFirst)
+        else
             m_waiting.insert(entry.name);
     }
 }
@@ -109,9 +109,11 @@ bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& upperPa
     });
 }
 
-void DigestNotes::DeleteDone(const std::set<std::wstring>& packets) const {
+std::vector<std::wstring> DigestNotes::Done(const std::set<std::wstring>& packets) const {
     std::set<std::wstring> upperPackets;
     std::ranges::transform(packets, std::inserter(upperPackets, upperPackets.end()), &base::Upper);
+    std::vector<std::wstring> done;
     for (const auto& [path, note] : m_first)
-        if (IsDone(note, upperPackets)) m_server.Delete(path);
+        if (IsDone(note, upperPackets)) done.push_back(path);
+    return done;
 }

@@ -34,12 +34,9 @@ public:
     std::size_t VersionsOf(const std::wstring& packet) const;
     /// Whether a packet's latest version has this content, and no other one is as late.
     bool IsLatest(const std::wstring& packet, const std::wstring& sha256) const;
-    /// Whether there may be any to delete.
-    bool AreThere() const { return !m_first.empty(); }
-    /// Deletes those of the first reading of whose packets none waits any more. packets: what waits in the
-    /// remote folder, and then what is claimed, listed after that: so no packet on its way is overlooked. One
-    /// that was still among the uploads at the first reading is one that waits.
-    void DeleteDone(const std::set<std::wstring>& packets) const;
+    /// The paths of those of the first reading of whose packets none waits any more. packets: those that
+    /// wait; one that was among the uploads at any reading does so, too.
+    std::vector<std::wstring> Done(const std::set<std::wstring>& packets) const;
 
 private:
     using Note = std::vector<PacketDigest>;
@@ -52,7 +49,7 @@ private:
     const std::wstring m_remote;
     std::set<std::wstring> m_subFolders;   ///< whose notes were read
     std::map<std::wstring, Note> m_first;  ///< of the first reading, by path
-    std::set<std::wstring> m_waiting;      ///< names of uploads then
+    std::set<std::wstring> m_waiting;      ///< names of uploads
     std::set<std::wstring> m_read;         ///< paths of notes
     std::set<std::wstring> m_unread;
     /// By their names in capitals: some servers keep the letters of what had the name before.
