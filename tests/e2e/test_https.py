@@ -66,10 +66,13 @@ class RefusalTest(HttpsHostTest):
     def test_a_packet_that_is_too_large(self):
         """The others go. Of one that is refused before it has been sent the answer may get lost."""
         self.put_many(4, 1000, None)
-        self.put(self.field, "2large.mdb", content=os.urandom(3 << 20))
+        large = [f"2large{number}.mdb" for number in range(3)]
+        self.put(self.field, *large, content=os.urandom(3 << 20))
         self.use(Spoiler(self, self.server, largest=1 << 20).url)
-        self.assert_trouble(self.field, {("out", f"{number}.mdb"): "sent" for number in range(4)} | {("out", "2large.mdb"): WAITING})
-        self.assertIn("Failed to transmit file 2large.mdb", self.field.log)
+        self.assert_trouble(self.field, {("out", f"{number}.mdb"): "sent" for number in range(4)} |
+                            {("out", name): WAITING for name in large})
+        for name in large:
+            self.assertIn(f"Failed to transmit file {name}", self.field.log)
         self.assertIn("limit for the body of a request", self.field.log)
         self.use(self.server.url)
         self.assert_next_cycle_delivers()
