@@ -282,7 +282,7 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
 std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint64_t bytes,
                                              DWORD patience) const try {
     HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(path));
-    request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, patience);
+    request.SetPatience(patience);
     request.SendHead(bytes);
     const DWORD status = request.Receive();
     const DavReply reply{status, Explained(status, L"PUT", path)};
