@@ -263,8 +263,8 @@ bool DavServer::IsThere(const std::wstring& folder) const {
 DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
     const DavReply reply = Ask(L"MKCOL", FolderPath(folder), &SendNothing);
     constexpr DWORD kIsThere = 405;
-    const bool isThere =
-        reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere || Exists(FolderPath(folder));
+    const bool isThere = reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere ||
+                         Find(FolderPath(folder), L"0", {}).Succeeded();
     return isThere ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
 }
 

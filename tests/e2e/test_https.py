@@ -647,6 +647,13 @@ class SubFolderTest(HttpsHostTest):
         self.assert_run(self.enterprise, 1)
         self.assertIn("is not what was sent", self.enterprise.log)
 
+    def test_a_folder_above_that_nobody_has_made(self):
+        self.to_enterprise.rmdir()
+        self.put(self.field, "a.mdb")
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        self.assertIn("answers 409 to MKCOL to-enterprise/field7/: the folder for it is missing", self.field.log)
+        self.assertNotIn("Check the login", self.field.log)
+
     def test_no_packet_goes_where_nobody_looks(self):
         self.put(self.field, "x.Claims/a.mdb")
         self.assert_run(self.field, 1)
