@@ -1,4 +1,5 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
+import functools
 import hashlib
 import os
 import random
@@ -451,71 +452,59 @@ class LeftoversTest(HttpsHostTest):
 
     def test_a_claim_is_not_released_over_what_others_receive_meanwhile(self):
         """While the notes are read, while it is compared, and while it is moved."""
-        moments = {"notes.mdb": ("GET", ".digests"), "content.mdb": ("GET", "/content.mdb"), "move.mdb": ("MOVE", "/move.mdb")}
         shutil.copytree(self.root, self.scratch / "other")
         other = Side(self.scratch / "other", "enterprise")
-        self.put(self.field, *moments)
-        self.use(self.without("MOVE", ""))
-        self.assert_run(self.field, 1)
-        self.put(self.field, *moments)
-        self.use(self.server.url)
-        self.assert_run(self.field)
+        names = ("notes.mdb", "content.mdb", "move.mdb")
+        for way in (self.without("MOVE", ""), self.server.url):
+            self.use(way)
+            self.put(self.field, *names)
+            self.field.run()
         self.use(self.without("GET", ".claims"))
         self.assert_run(self.enterprise, 1)
         self.use(self.server.url)
-        claims = next(self.server.packets.glob("*.claims/*"))
-        spoiler = Spoiler(self, self.server)
 
-        def ask(request, body, usual=spoiler.ask):
-            for name, (method, text) in moments.items():
-                if request.command == method and request.path.endswith(text):
-                    del moments[name]
-                    self.put(self.field, name)
-                    self.assert_run(self.field)
-                    self.assertEqual(other.run().code, 0, other.log)
-                    break
-            return usual(request, body)
-        spoiler.ask = ask
+        def receive_newer(name):
+            self.put(self.field, name)
+            self.assert_run(self.field)
+            self.assertEqual(other.run().code, 0, other.log)
+        spoiler = Spoiler(self, self.server)
+        for name, moment in zip(names, (("GET", ".digests"), ("GET", "/content.mdb"), ("MOVE", "/move.mdb"))):
+            spoiler.before(*moment, functools.partial(receive_newer, name))
         self.enterprise.change("https.server", spoiler.url)
+        claims = next(self.server.packets.glob("*.claims/*"))
         self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertEqual(files_below(other.inbox).keys(), set(names))
+        self.assertEqual((files_below(claims).keys(), files_below(self.to_enterprise)), (set(names), {}))
         self.assertEqual(self.enterprise.log.count("is not known to be the latest"), 3)
-        self.assertEqual((moments, len(files_below(claims)), files_below(self.to_enterprise)), ({}, 3, {}))
 
     def test_notes_stay_with_packets_that_come_back(self):
         """A claim is given back, and a packet travels again, when somebody has looked for them and found none."""
-        claim = self.to_enterprise.with_name("to-enterprise.claims") / "GONE-1" / "claimed.mdb"
+        claims = self.to_enterprise.with_name("to-enterprise.claims")
         uploads = self.to_enterprise.with_name("to-enterprise.uploads")
 
         def claimed():
             self.assert_run(self.field)
-            claim.parent.mkdir(parents=True)
-            (self.to_enterprise / claim.name).rename(claim)
-            self.server.own(claim.parent.parent, claim.parent)
+            self.to_enterprise.rename(claims / "GONE-1")
+            self.to_enterprise.mkdir()
+            self.server.own(claims, self.to_enterprise)
+            return lambda: (claims / "GONE-1" / "claimed.mdb").rename(self.to_enterprise / "claimed.mdb")
 
         def half_sent():
             self.use(self.without("MOVE", "~"))
             self.assert_run(self.field, 1)
             self.use(self.server.url)
             next(uploads.glob("*~*")).unlink()
+            return lambda: self.assert_run(self.field)
 
-        for prepare, come_back in ((claimed, lambda: claim.rename(self.to_enterprise / claim.name)),
-                                   (half_sent, lambda: self.assert_run(self.field))):
-            with self.subTest(before=prepare.__name__):
+        claims.mkdir(parents=True)
+        for prepare in (claimed, half_sent):
+            with self.subTest(prepare.__name__):
                 self.put(self.field, f"{prepare.__name__}.mdb")
-                prepare()
                 spoiler = Spoiler(self, self.server)
-
-                def ask(request, body, spoiler=spoiler, usual=spoiler.ask, come_back=come_back):
-                    if request.command == "PROPFIND" and request.path.endswith(".claims/"):
-                        spoiler.ask = usual
-                        come_back()
-                    return usual(request, body)
-                spoiler.ask = ask
+                spoiler.before("PROPFIND", ".claims/", prepare())
                 self.enterprise.change("https.server", spoiler.url)
                 self.assert_run(self.enterprise)
-                self.assertEqual(len([*uploads.glob("*.digests")]), 1)
-                self.assertIs(spoiler.ask.__func__, Spoiler.ask)
-                self.use(self.server.url)
+                self.assertEqual((len(files_below(self.to_enterprise)), len([*uploads.glob("*.digests")])), (1, 1))
                 self.assert_run(self.enterprise)
                 self.assert_delivered()
                 self.assertEqual(files_below(self.server.packets), {})

@@ -103,11 +103,16 @@ class StepTest(HttpsHostTest):
     def test_a_server_that_takes_nothing_is_not_asked_for_each_packet(self):
         for status, asked in ((403, 4), (502, 3), (507, 1), (401, 1)):
             self.ledger.clear()
+            self.use(self.server.url)
+            self.put(self.enterprise, f"{status}.mdb")
+            self.assert_run(self.enterprise)
             self.put_many(5, 1000, None)
             refuser = Refuser(self, self.server, "PUT", "~", status)
             self.use(refuser.url)
             self.assert_trouble(self.field)
             self.assertEqual(refuser.refused, asked)
+            # To whom the login is refused, it would be for anything else.
+            self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")
