@@ -69,9 +69,9 @@ private:
             [&](const std::wstring& subFolder) { m_notes.Read(subFolder); });
     }
 
-    /// The second time, without a report of what is refused.
-    std::vector<std::wstring> WaitingAgain(const Refuse& refuse) const {
-        return FilesBelow(m_server, m_remote, m_subFolder, refuse);
+    /// Without a word of what was refused the first time.
+    std::vector<std::wstring> WaitingAgain() const {
+        return FilesBelow(m_server, m_remote, m_subFolder, [](const std::wstring&) {});
     }
 
     /// Runs a step whose failure keeps a packet where it is.
@@ -172,7 +172,7 @@ private:
     /// What carries a request may do so twice, and what seems to be gone may be there all the same.
     void LookForGone() {
         ReceiveClaims();
-        for (const std::wstring& packet : WaitingAgain([](const std::wstring&) {})) {
+        for (const std::wstring& packet : WaitingAgain()) {
             if (m_gone.erase(packet) == 0) continue;
             if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
             if (m_gone.contains(packet) && m_server.Exists(JoinRemote(m_remote, packet)))
@@ -310,25 +310,28 @@ private:
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
             return !m_received.contains(packet) && !m_gone.contains(packet);
         });
-        if (m_notes.Done(packets).empty() || !AddThoseOnTheirWay(packets)) return;
-        for (const std::wstring& note : m_notes.Done(packets))
-            m_server.Delete(note);
+        const std::vector<DigestNote> candidates = m_notes.Done(packets);
+        if (candidates.empty() || !AddThoseOnTheirWay(candidates, packets)) return;
+        for (const DigestNote& note : m_notes.Done(packets))
+            m_server.Delete(note.path);
     }
 
-    /// Meanwhile packets were sent again, under the same note, and claims were given back. Looked for in the
-    /// order of their way, and of the way back, so that none is overlooked which goes on at this moment.
-    /// False when some could not be seen.
-    bool AddThoseOnTheirWay(std::set<std::wstring>& packets) {
+    /// Meanwhile packets of a note were sent again, under the same note, and claims were given back. Looked
+    /// for in the order of their way, and of the way back, so that none is overlooked which goes on at this
+    /// moment. False when some could not be seen.
+    bool AddThoseOnTheirWay(const std::vector<DigestNote>& notes, std::set<std::wstring>& packets) {
+        std::set<std::wstring> subFolders;
+        std::ranges::transform(notes, std::inserter(subFolders, subFolders.end()), &DigestNote::subFolder);
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
-        const auto addWaiting = [&] {
-            const std::vector<std::wstring> waiting = WaitingAgain(refuse);
+        const auto addWaiting = [&](const std::wstring& subFolder) {
+            const std::vector<std::wstring> waiting = FilesBelow(m_server, m_remote, subFolder, refuse);
             packets.insert(waiting.begin(), waiting.end());
         };
-        m_notes.ReadNew();
-        addWaiting();
+        std::ranges::for_each(subFolders, [&](const std::wstring& folder) { m_notes.ReadNew(folder); });
+        std::ranges::for_each(subFolders, addWaiting);
         packets.merge(ClaimedPackets(m_server, m_remote, refuse));
-        addWaiting();
+        std::ranges::for_each(subFolders, addWaiting);
         return isAllSeen;
     }
 

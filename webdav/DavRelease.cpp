@@ -29,7 +29,7 @@ public:
 
     bool Run() {
         m_notes.ReadOf(m_packet);
-        m_notes.ReadNew();
+        m_notes.ReadNewOf(m_packet);
         if (HasVersions()) LookAtContent();
         if (!m_notes.AreAllRead())
             return m_self.Fail(L"The digests of the packets cannot be read from the server. File " + m_claim +
@@ -37,7 +37,7 @@ public:
         if (!IsLatest()) return IsOutdated();
         const DavReply reply = m_server.Move(m_claim, m_target, DavServer::Other::Stays);
         if (!reply.Succeeded() && m_server.Exists(m_claim)) return Stays(reply);
-        m_notes.ReadNew();
+        m_notes.ReadNewOf(m_packet);
         return (m_notes.AreAllRead() && IsLatest()) || TakeBack();
     }
 
@@ -47,7 +47,7 @@ private:
     /// Which takes its time.
     void LookAtContent() {
         m_sha256 = Sha256At(m_server, m_claim);
-        m_notes.ReadNew();
+        m_notes.ReadNewOf(m_packet);
     }
 
     /// What has the name now may be the newer version already.
