@@ -12,10 +12,8 @@
 
 namespace {
 
-constexpr int kResolveTimeOut = 30'000;  // milliseconds, as the following
+constexpr int kResolveTimeOut = 30'000;  // milliseconds
 constexpr int kConnectTimeOut = 30'000;
-constexpr int kSendTimeOut = HttpRequest::kLongestWait;
-constexpr int kReceiveTimeOut = 120'000;
 
 // Names that the compiler's headers lack.
 constexpr DWORD kTls12 = 0x00000800;
@@ -90,7 +88,8 @@ void HttpConnection::OpenSession(const std::wstring& proxy) {
 }
 
 void HttpConnection::SetLimits() const {
-    if (!WinHttpSetTimeouts(m_session.Get(), kResolveTimeOut, kConnectTimeOut, kSendTimeOut, kReceiveTimeOut))
+    if (!WinHttpSetTimeouts(m_session.Get(), kResolveTimeOut, kConnectTimeOut, HttpRequest::kLongestWait,
+                            HttpRequest::kLongestWait))
         Fail();
     // The later version is not known everywhere.
     for (DWORD protocols : {kTls12 | kTls13, kTls12})

@@ -122,6 +122,7 @@ HttpRequest::HttpRequest(WinHttpHandle handle, std::wstring server, std::shared_
             WINHTTP_INVALID_STATUS_CALLBACK)
         Fail(GetLastError());
     context.release();  // the notification that the handle closes deletes it
+    SetPatience(kLongestWait);
 }
 
 HttpRequest::~HttpRequest() {
@@ -166,14 +167,14 @@ void HttpRequest::Fail(DWORD error) const {
 }
 
 void HttpRequest::Await() {
-    if (const DWORD error = Outcome()) Fail(error);
+    if (const DWORD error = Outcome(kLongestWait)) Fail(error);
 }
 
-DWORD HttpRequest::Outcome() {
+DWORD HttpRequest::Outcome(DWORD patience) {
     const ULONGLONG start = Now();
     while (!m_signal->Wait(kSlice)) {
         AttendToHost();
-        if (Now() - start > kLongestWait) Fail(ERROR_WINHTTP_TIMEOUT);
+        if (Now() - start > patience) Fail(ERROR_WINHTTP_TIMEOUT);
     }
     // Of a long file each part may come at once.
     if (GetTickCount64() - m_attended >= kSlice) AttendToHost();
@@ -201,6 +202,14 @@ void HttpRequest::SetOption(DWORD option, DWORD value) {
 
 bool HttpRequest::TrySetOption(DWORD option, DWORD value) {
     return WinHttpSetOption(m_handle.Get(), option, &value, sizeof value);
+}
+
+/// The system has a limit of its own for the head of an answer, which begins while the end of a body is still
+/// on its way, and ends no silence. Under Wine it does, and has to: there a wait goes on, and the connection
+/// with it, when its request is gone.
+void HttpRequest::SetPatience(DWORD patience) {
+    SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, patience);
+    m_patience = patience;
 }
 
 void HttpRequest::SetClientCertificate(PCCERT_CONTEXT certificate) {
@@ -251,12 +260,12 @@ void HttpRequest::BeginSend(std::size_t bodyBytes) {
 /// A server may ask for a certificate and do without it: what is told that there is none goes on.
 void HttpRequest::AwaitSent(std::size_t bodyBytes) {
     if (!std::exchange(m_isSending, false)) return;
-    const DWORD error = Outcome();
+    const DWORD error = Outcome(kLongestWait);
     if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
         SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
         BeginSend(bodyBytes);
         m_isSending = false;
-        if (Outcome() == ERROR_SUCCESS) return;
+        if (Outcome(kLongestWait) == ERROR_SUCCESS) return;
     }
     if (error != ERROR_SUCCESS) Fail(error);
 }
@@ -291,7 +300,8 @@ void HttpRequest::FinishWrite() {
 
 DWORD HttpRequest::Receive() {
     AwaitSent(0);
-    const DWORD error = WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome() : GetLastError();
+    const DWORD error =
+        WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome(m_patience) : GetLastError();
     if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
     if (error != ERROR_SUCCESS) Fail(error);
     DWORD status = 0;

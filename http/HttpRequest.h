@@ -32,7 +32,7 @@ class HttpRequest {
 public:
     /// For any step of a request, in milliseconds. Other limits of the system come before it, except where
     /// Wine does not know them.
-    static constexpr int kLongestWait = 150'000;
+    static constexpr DWORD kLongestWait = 150'000;
 
     /// Asked now and then while the request waits; after False it is cancelled.
     using GoOn = std::function<bool()>;
@@ -50,6 +50,8 @@ public:
     void SetOption(DWORD option, DWORD value);
     /// False where the system does not know the option.
     bool TrySetOption(DWORD option, DWORD value);
+    /// How long Receive waits, in milliseconds; to be told before the request is sent.
+    void SetPatience(DWORD patience);
     void SetClientCertificate(PCCERT_CONTEXT certificate);
     /// For the system's own logins. target, scheme: WINHTTP_AUTH_*. user: empty for that of the program.
     void SetCredentials(DWORD target, DWORD scheme, const std::wstring& user, const std::wstring& password);
@@ -99,7 +101,7 @@ private:
     static void CALLBACK OnStatus(HINTERNET handle, DWORD_PTR context, DWORD status, void* information,
                                   DWORD length);
     /// Waits for what was begun, and returns its error.
-    DWORD Outcome();
+    DWORD Outcome(DWORD patience);
     void Await();
     void SendWith(std::size_t bodyBytes);
     void BeginSend(std::size_t bodyBytes);
@@ -119,6 +121,7 @@ private:
     GoOn m_goOn;
     std::shared_ptr<Signal> m_signal;
     WinHttpHandle m_handle;
+    DWORD m_patience = kLongestWait;
     bool m_isSending = false;
     bool m_isReading = false;
     bool m_comesFast = false;      ///< the answer

@@ -303,20 +303,36 @@ private:
     }
 
     /// waiting: what did so after the notes were read.
-    void DeleteNotes(const std::vector<std::wstring>& waiting) const {
+    void DeleteNotes(const std::vector<std::wstring>& waiting) {
         // Of one sub-folder alone nobody knows what waits in the others.
-        if (!m_subFolder.empty() || !m_hasSeenAll || !m_notes.AreThere()) return;
-        bool isAllSeen = true;
-        std::set<std::wstring> packets =
-            ClaimedPackets(m_server, m_remote, [&](const std::wstring&) { isAllSeen = false; });
-        if (!isAllSeen) return;
-        // Claims are given back, too, and what was gone may wait again.
-        const std::vector<std::wstring> again = m_gone.empty() ? std::vector<std::wstring>() : WaitingAgain();
-        packets.insert(again.begin(), again.end());
+        if (!m_subFolder.empty() || !m_hasSeenAll) return;
+        std::set<std::wstring> packets;
         std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
             return !m_received.contains(packet) && !m_gone.contains(packet);
         });
-        m_notes.DeleteDone(packets);
+        const std::vector<DigestNote> candidates = m_notes.Done(packets);
+        if (candidates.empty() || !AddThoseOnTheirWay(candidates, packets)) return;
+        for (const DigestNote& note : m_notes.Done(packets))
+            m_server.Delete(note.path);
+    }
+
+    /// Meanwhile packets of a note were sent again, under the same note, and claims were given back. Looked
+    /// for in the order of their way, and of the way back, so that none is overlooked which goes on at this
+    /// moment. False when some could not be seen.
+    bool AddThoseOnTheirWay(const std::vector<DigestNote>& notes, std::set<std::wstring>& packets) {
+        std::set<std::wstring> subFolders;
+        std::ranges::transform(notes, std::inserter(subFolders, subFolders.end()), &DigestNote::subFolder);
+        bool isAllSeen = true;
+        const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
+        const auto addWaiting = [&](const std::wstring& subFolder) {
+            const std::vector<std::wstring> waiting = FilesBelow(m_server, m_remote, subFolder, refuse);
+            packets.insert(waiting.begin(), waiting.end());
+        };
+        std::ranges::for_each(subFolders, [&](const std::wstring& folder) { m_notes.ReadNew(folder); });
+        std::ranges::for_each(subFolders, addWaiting);
+        packets.merge(ClaimedPackets(m_server, m_remote, refuse));
+        std::ranges::for_each(subFolders, addWaiting);
+        return isAllSeen;
     }
 
     const DavServer& m_server;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "base/Text.h"
@@ -13,40 +14,73 @@
 
 namespace {
 
-bool WasSentAnew(const std::wstring& claim, const std::wstring& target, const ShownProcedure& self) {
-    return self.Fail(L"File " + target +
-                     L" was sent anew meanwhile. The older version stays on the server: delete " + claim +
-                     L" if nobody needs it.");
-}
+/// Gives one claim back. Of several versions others may have received a newer one already, and that also
+/// while this looks for it. The notes stay with the claim.
+class Release {
+public:
+    Release(const DavServer& server, DigestNotes& notes, const ShownProcedure& self,
+            const std::wstring& packet, const std::wstring& claim, std::wstring target)
+        : m_server(server),
+          m_notes(notes),
+          m_self(self),
+          m_packet(packet),
+          m_claim(claim),
+          m_target(std::move(target)) {}
 
-bool Release(const DavServer& server, const std::wstring& claim, const std::wstring& target,
-             const ShownProcedure& self) {
-    const DavReply reply = server.Move(claim, target, DavServer::Other::Stays);
-    if (reply.Succeeded() || !server.Exists(claim)) return true;
-    if (server.Exists(target)) return WasSentAnew(claim, target, self);
-    return self.Fail(Lines(L"Failed to release the file " + claim + L" on the server.", reply.failure));
-}
+    bool Run() {
+        m_notes.ReadOf(m_packet);
+        m_notes.ReadNewOf(m_packet);
+        if (HasVersions()) LookAtContent();
+        if (!m_notes.AreAllRead())
+            return m_self.Fail(L"The digests of the packets cannot be read from the server. File " + m_claim +
+                               L" is not released.");
+        if (!IsLatest()) return IsOutdated();
+        const DavReply reply = m_server.Move(m_claim, m_target, DavServer::Other::Stays);
+        if (!reply.Succeeded() && m_server.Exists(m_claim)) return Stays(reply);
+        m_notes.ReadNewOf(m_packet);
+        return (m_notes.AreAllRead() && IsLatest()) || TakeBack();
+    }
 
-bool IsLatest(const DavServer& server, const std::wstring& packet, const std::wstring& claim,
-              const DigestNotes& notes) {
-    const std::optional<std::wstring> sha256 = Sha256At(server, claim);
-    return sha256 && notes.IsLatest(packet, *sha256);
-}
+private:
+    bool HasVersions() const { return m_notes.VersionsOf(m_packet) > 1; }
+    bool IsLatest() const { return !HasVersions() || (m_sha256 && m_notes.IsLatest(m_packet, *m_sha256)); }
+    /// Which takes its time.
+    void LookAtContent() {
+        m_sha256 = Sha256At(m_server, m_claim);
+        m_notes.ReadNewOf(m_packet);
+    }
 
-/// Of several versions others may have received a newer one already. The notes stay with the claim.
-bool ReleaseLatest(const DavServer& server, const std::wstring& remote, const std::wstring& packet,
-                   const std::wstring& claim, DigestNotes& notes, const ShownProcedure& self) {
-    const std::wstring target = JoinRemote(remote, packet);
-    notes.ReadOf(packet);
-    if (!notes.AreAllRead())
-        return self.Fail(L"The digests of the packets cannot be read from the server. File " + claim +
-                         L" is not released.");
-    if (notes.VersionsOf(packet) <= 1 || IsLatest(server, packet, claim, notes))
-        return Release(server, claim, target, self);
-    return self.Fail(L"File " + target + L" was sent in several versions, and " + claim +
-                     L" is not known to be the latest. It stays on the server: look at it before you delete "
-                     L"anything.");
-}
+    /// What has the name now may be the newer version already.
+    bool TakeBack() {
+        const DavReply reply = m_server.Move(m_target, m_claim, DavServer::Other::Stays);
+        if (reply.Succeeded() || m_server.Exists(m_claim)) return Run();
+        return m_self.Fail(Lines(L"File " + m_target +
+                                     L" was sent anew while an older version was released, which cannot be "
+                                     L"taken back. Look at what is received.",
+                                 reply.failure));
+    }
+    bool IsOutdated() const {
+        return m_self.Fail(L"File " + m_target + L" was sent in several versions, and " + m_claim +
+                           L" is not known to be the latest. It stays on the server: look at it before you "
+                           L"delete anything.");
+    }
+    bool Stays(const DavReply& reply) const {
+        if (m_server.Exists(m_target))
+            return m_self.Fail(L"File " + m_target +
+                               L" was sent anew meanwhile. The older version stays on the server: delete " +
+                               m_claim + L" if nobody needs it.");
+        return m_self.Fail(
+            Lines(L"Failed to release the file " + m_claim + L" on the server.", reply.failure));
+    }
+
+    const DavServer& m_server;
+    DigestNotes& m_notes;
+    const ShownProcedure& m_self;
+    const std::wstring& m_packet;
+    const std::wstring& m_claim;
+    const std::wstring m_target;
+    std::optional<std::wstring> m_sha256;  ///< of the claim; nothing where it was not looked at
+};
 
 /// Hears of claims that cannot be seen: isComplete becomes false.
 Refuse Incompletely(const ShownProcedure& self, bool& isComplete) {
@@ -85,7 +119,7 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
         const std::wstring claim = JoinRemote(ClaimsOf(remote, holder->installation), packet);
         const bool isReleased = Try(self, [&] {
             folders.Provide(JoinRemote(remote, FolderAbove(packet)));
-            return ReleaseLatest(server, remote, packet, claim, notes, self);
+            return Release(server, notes, self, packet, claim, JoinRemote(remote, packet)).Run();
         });
         isComplete = isReleased && isComplete;
     }

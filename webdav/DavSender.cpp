@@ -138,33 +138,44 @@ private:
             m_refused = 0;
             return true;
         }
-        std::wstring reason =
-            Lines(L"Failed to transmit file " + file.name + L" to the server.", reply.failure);
-        if (!reply.IsAnswered() && upload.digest.size >= kLarge)
-            reason = Lines(reason,
-                           L"If that happens with each packet of its size, it is too large for the server: "
-                           L"raise the server's limit for the body of a request.");
-        m_self.Fail(reason);
         // A part takes room, which may be what is missing; and some servers cannot list it.
         const DavReply removal = m_server.Delete(UploadPath(upload));
+        // A server that refuses a long body early leaves no status behind.
+        const bool hasLostStatus =
+            !reply.IsAnswered() && removal.IsAnswered() && upload.digest.size >= kLarge;
+        if (hasLostStatus) reply = RefusalOf(upload).value_or(reply);
+        ReportRefusal(upload, reply);
         m_batch.pop_back();
         return MayTakeOthers(reply, removal);
     }
 
-    /// A server that refuses a long body early leaves no status behind, after all of the time that it took.
-    std::optional<DavReply> RefusalOf(const Upload& upload) {
-        if (upload.digest.size <= m_largest) return std::nullopt;
-        // Not under the name of the upload, at which the server may still be when that comes.
-        const std::wstring question = JoinRemote(m_uploads, m_installation.Name() + L"~size");
+    void ReportRefusal(const Upload& upload, const DavReply& reply) const {
+        const std::wstring reason =
+            Lines(L"Failed to transmit file " + upload.file.name + L" to the server.", reply.failure);
+        m_self.Fail(reply.IsAnswered() || upload.digest.size < kLarge
+                        ? reason
+                        : Lines(reason,
+                                L"If that happens with each packet of its size, it is too large for the "
+                                L"server: raise the server's limit for the body of a request."));
+    }
+
+    /// What is put to the server to see how it takes that. Not under the name of an upload, at which it may
+    /// still be when that comes.
+    std::wstring Question() const { return JoinRemote(m_uploads, m_installation.Name() + L"~question"); }
+
+    /// Of a body of that length.
+    std::optional<DavReply> RefusalOf(const Upload& upload) const {
         constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
-        std::optional<DavReply> refusal = m_server.RefusalOf(question, upload.digest.size, kPatience);
-        if (!refusal) m_largest = upload.digest.size;
-        return refusal;
+        return m_server.RefusalOf(Question(), upload.digest.size, kPatience);
     }
 
     DavReply Put(Upload& upload) {
         Describe(upload);
-        if (const auto refusal = RefusalOf(upload)) return *refusal;
+        // Before all of the time that it would take in vain.
+        if (upload.digest.size > m_largest) {
+            if (const auto refusal = RefusalOf(upload)) return *refusal;
+            m_largest = upload.digest.size;
+        }
         Sha256 sum;
         std::uint64_t seen = 0;
         const auto watch = [&](base::Bytes bytes) {
@@ -194,7 +205,18 @@ private:
         constexpr int kMostRefused = 3;  // in a row
         if (reply.IsTooLarge()) return true;
         m_isUnavailable = reply.IsUnavailable() || !removal.IsAnswered();
-        return !m_isUnavailable && !reply.IsOutOfSpace() && ++m_refused < kMostRefused;
+        if (m_isUnavailable || reply.IsOutOfSpace()) return false;
+        if (++m_refused < kMostRefused) return true;
+        m_refused = 0;
+        // No answer takes its time, and each of the others might take as long.
+        return !reply.IsUnclear() && TakesAnything();
+    }
+
+    /// Whether it is these packets that the server refuses, and not whatever is sent there.
+    bool TakesAnything() const {
+        const DavReply reply = m_server.Put(Question(), "?");
+        m_server.Delete(Question());
+        return reply.Succeeded();
     }
 
     static bool LiesInFolderOfTransport(const base::TreeFile& file) {

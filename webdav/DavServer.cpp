@@ -263,8 +263,8 @@ bool DavServer::IsThere(const std::wstring& folder) const {
 DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
     const DavReply reply = Ask(L"MKCOL", FolderPath(folder), &SendNothing);
     constexpr DWORD kIsThere = 405;
-    const bool isThere =
-        reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere || Exists(FolderPath(folder));
+    const bool isThere = reply.status == HTTP_STATUS_CREATED || reply.status == kIsThere ||
+                         Find(FolderPath(folder), L"0", {}).Succeeded();
     return isThere ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
 }
 
@@ -282,7 +282,7 @@ DavReply DavServer::Put(const std::wstring& path, std::string_view text) const {
 std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint64_t bytes,
                                              DWORD patience) const try {
     HttpRequest request = m_connection.Open(L"PUT", UrlPath::EncodePath(path));
-    request.SetOption(WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, patience);
+    request.SetPatience(patience);
     request.SendHead(bytes);
     const DWORD status = request.Receive();
     const DavReply reply{status, Explained(status, L"PUT", path)};

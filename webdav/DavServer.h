@@ -20,6 +20,8 @@ struct DavReply {
     bool IsTaken() const noexcept { return status == 412; }
     /// The body of the request is longer than the server takes.
     bool IsTooLarge() const noexcept { return status == 413; }
+    /// Nobody is known there by that login, or it does not reach that far.
+    bool IsDenied() const noexcept { return status == 401; }
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
     /// Nor is the folder that it would be in, for all that the server tells.
@@ -29,7 +31,7 @@ struct DavReply {
     bool IsUnclear() const noexcept { return status == 0 || status == 502 || status == 504; }
     /// To any request the server, or what stands before it, would say the same now.
     bool IsUnavailable() const noexcept {
-        return status == 401 || status == 407 || status == 429 || status == 503;
+        return IsDenied() || status == 407 || status == 429 || status == 503;
     }
     bool IsOutOfSpace() const noexcept { return status == 507; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }

@@ -74,15 +74,22 @@ std::optional<std::wstring> Sha256At(const DavServer& server, const std::wstring
 }
 
 void FolderProvider::Provide(const std::wstring& folder) {
-    if (folder.empty() || m_provided.contains(folder)) return;
-    DavReply reply = m_server.ProvideFolder(folder);
-    // Not first: an account may reach no more than folders of its own.
-    if (reply.MayLackFolder()) {
-        Provide(FolderAbove(folder));
-        reply = m_server.ProvideFolder(folder);
-    }
+    const DavReply reply = TryToProvide(folder);
     if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
-    m_provided.insert(folder);
+}
+
+/// An account may reach no more than folders of its own: those above are not asked for first, and that the
+/// login is refused there tells nothing of it.
+DavReply FolderProvider::TryToProvide(const std::wstring& folder) {
+    if (folder.empty() || m_provided.contains(folder)) return {HTTP_STATUS_CREATED, {}};
+    DavReply reply = m_server.ProvideFolder(folder);
+    if (reply.MayLackFolder()) {
+        const DavReply above = TryToProvide(FolderAbove(folder));
+        if (above.IsDenied()) return reply;
+        reply = above.Succeeded() ? m_server.ProvideFolder(folder) : above;
+    }
+    if (reply.Succeeded()) m_provided.insert(folder);
+    return reply;
 }
 
 bool ShowNext(const HostProgress& progress, const std::wstring& name, LONG position) {

@@ -52,6 +52,8 @@ public:
     void Provide(const std::wstring& folder);
 
 private:
+    DavReply TryToProvide(const std::wstring& folder);
+
     const DavServer& m_server;
     std::set<std::wstring> m_provided;
 };

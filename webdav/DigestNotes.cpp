@@ -28,6 +28,17 @@ std::optional<std::string> TextOfNote(const DavServer& server, const std::wstrin
     return isWhole ? text : std::string();
 }
 
+/// Those into which a packet may have been sent.
+std::vector<std::wstring> FoldersOf(const std::wstring& packet) {
+    std::vector<std::wstring> folders;
+    std::wstring folder = packet;
+    do {
+        folder = FolderAbove(folder);
+        folders.push_back(folder);
+    } while (!folder.empty());
+    return folders;
+}
+
 }  // namespace
 
 void DigestNotes::Read(const std::wstring& subFolder) {
@@ -35,16 +46,18 @@ void DigestNotes::Read(const std::wstring& subFolder) {
 }
 
 void DigestNotes::ReadOf(const std::wstring& packet) {
-    std::wstring folder = packet;
-    do {
-        folder = FolderAbove(folder);
+    for (const std::wstring& folder : FoldersOf(packet))
         Read(folder);
-    } while (!folder.empty());
+}
+
+void DigestNotes::ReadNewOf(const std::wstring& packet) {
+    for (const std::wstring& folder : FoldersOf(packet))
+        ReadNew(folder);
 }
 
 void DigestNotes::ReadNew() {
     for (const std::wstring& subFolder : m_subFolders)
-        ReadFolder(subFolder, false);
+        ReadNew(subFolder);
 }
 
 void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
@@ -53,7 +66,7 @@ void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
     for (const DavEntry& entry : *entries) {
         if (entry.name.ends_with(kNoteEnding))
             ReadNote(subFolder, entry.name, isFirst);
-        else if (isFirst)
+        else
             m_waiting.insert(entry.name);
     }
 }
@@ -72,7 +85,7 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
         m_packets.emplace(base::Upper(digest.packet), digest);
     }
     m_read.insert(path);
-    if (isFirst) m_first[path] = *std::move(note);
+    if (isFirst) m_first.push_back({subFolder, path, *std::move(note)});
 }
 
 const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t size,
@@ -103,15 +116,17 @@ bool DigestNotes::IsLatest(const std::wstring& packet, const std::wstring& sha25
 
 bool DigestNotes::Tell(const std::wstring& packet) const { return m_packets.contains(base::Upper(packet)); }
 
-bool DigestNotes::IsDone(const Note& note, const std::set<std::wstring>& upperPackets) const {
-    return std::ranges::none_of(note, [&](const PacketDigest& digest) {
+bool DigestNotes::IsDone(const DigestNote& note, const std::set<std::wstring>& upperPackets) const {
+    return std::ranges::none_of(note.digests, [&](const PacketDigest& digest) {
         return m_waiting.contains(digest.upload) || upperPackets.contains(base::Upper(digest.packet));
     });
 }
 
-void DigestNotes::DeleteDone(const std::set<std::wstring>& packets) const {
+std::vector<DigestNote> DigestNotes::Done(const std::set<std::wstring>& packets) const {
     std::set<std::wstring> upperPackets;
     std::ranges::transform(packets, std::inserter(upperPackets, upperPackets.end()), &base::Upper);
-    for (const auto& [path, note] : m_first)
-        if (IsDone(note, upperPackets)) m_server.Delete(path);
+    std::vector<DigestNote> done;
+    std::ranges::copy_if(m_first, std::back_inserter(done),
+                         [&](const DigestNote& note) { return IsDone(note, upperPackets); });
+    return done;
 }

@@ -9,6 +9,13 @@
 #include "webdav/DavServer.h"
 #include "webdav/PacketDigests.h"
 
+/// One of them.
+struct DigestNote {
+    std::wstring subFolder;  ///< into which its packets are sent
+    std::wstring path;
+    std::vector<PacketDigest> digests;
+};
+
 class DigestNotes {
 public:
     /// remote: the folder of the packets.
@@ -21,8 +28,10 @@ public:
     void Read(const std::wstring& subFolder);
     /// Reads those of all folders into which a packet may have been sent.
     void ReadOf(const std::wstring& packet);
-    /// Reads those that came since.
+    /// Reads those that came since: of all folders that were read, of one, or of those of a packet.
     void ReadNew();
+    void ReadNew(const std::wstring& subFolder) { ReadFolder(subFolder, false); }
+    void ReadNewOf(const std::wstring& packet);
     /// The version of a packet that has this content, as its sender tells; null when none of them tells that.
     const PacketDigest* Find(const std::wstring& packet, std::uint64_t size,
                              const std::wstring& sha256) const;
@@ -34,26 +43,21 @@ public:
     std::size_t VersionsOf(const std::wstring& packet) const;
     /// Whether a packet's latest version has this content, and no other one is as late.
     bool IsLatest(const std::wstring& packet, const std::wstring& sha256) const;
-    /// Whether there may be any to delete.
-    bool AreThere() const { return !m_first.empty(); }
-    /// Deletes those of the first reading of whose packets none waits any more. packets: what waits in the
-    /// remote folder, and then what is claimed, listed after that: so no packet on its way is overlooked. One
-    /// that was still among the uploads at the first reading is one that waits.
-    void DeleteDone(const std::set<std::wstring>& packets) const;
+    /// Those of the first reading of whose packets none waits any more. packets: those that wait; one that
+    /// was among the uploads at any reading does so, too.
+    std::vector<DigestNote> Done(const std::set<std::wstring>& packets) const;
 
 private:
-    using Note = std::vector<PacketDigest>;
-
     void ReadFolder(const std::wstring& subFolder, bool isFirst);
     void ReadNote(const std::wstring& subFolder, const std::wstring& name, bool isFirst);
-    bool IsDone(const Note& note, const std::set<std::wstring>& upperPackets) const;
+    bool IsDone(const DigestNote& note, const std::set<std::wstring>& upperPackets) const;
 
     const DavServer& m_server;
     const std::wstring m_remote;
-    std::set<std::wstring> m_subFolders;   ///< whose notes were read
-    std::map<std::wstring, Note> m_first;  ///< of the first reading, by path
-    std::set<std::wstring> m_waiting;      ///< names of uploads then
-    std::set<std::wstring> m_read;         ///< paths of notes
+    std::set<std::wstring> m_subFolders;  ///< whose notes were read
+    std::vector<DigestNote> m_first;      ///< of the first reading
+    std::set<std::wstring> m_waiting;     ///< names of uploads
+    std::set<std::wstring> m_read;        ///< paths of notes
     std::set<std::wstring> m_unread;
     /// By their names in capitals: some servers keep the letters of what had the name before.
     std::multimap<std::wstring, PacketDigest> m_packets;

@@ -185,6 +185,16 @@ class Spoiler:
         request.wfile.write(content)
         request.close_connection = "Content-Length" in headers
 
+    def before(self, method, ending, act):
+        """Has something done once, before the server hears of a request whose path ends so."""
+        usual, acts = self.ask, [act]
+
+        def ask(request, body):
+            if acts and request.command == method and request.path.endswith(ending):
+                acts.pop()()
+            return usual(request, body)
+        self.ask = ask
+
     def ask(self, request, body):
         connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
         headers = dict(request.headers) | {"Host": f"{self.server.address}:{PLAIN_PORT}", "Connection": "close"}

@@ -88,25 +88,31 @@ class StepTest(HttpsHostTest):
             self.ledger.clear()
             self.put(self.enterprise, "other.mdb")
             self.assert_run(self.enterprise)
-            self.put(self.field, "bad.mdb", content=b"x" * 50_000)
+            bad = [f"bad{number}.mdb" for number in range(4)]
+            self.put(self.field, *bad, content=b"x" * 50_000)
             self.put(self.field, "good.mdb")
             refuser = Spoiler(self, self.server)
             refuser.ask = lambda request, body, ask=refuser.ask, status=status: (
                 (status, {}, b"") if len(body) == 50_000 else ask(request, body))
             self.use(refuser.url)
-            self.assert_trouble(self.field, {
-                ("out", "bad.mdb"): WAITING, ("out", "good.mdb"): "sent", ("in", "other.mdb"): "delivered"})
+            self.assert_trouble(self.field, {("out", name): WAITING for name in bad} | {
+                ("out", "good.mdb"): "sent", ("in", "other.mdb"): "delivered"})
             self.use(self.server.url)
             self.assert_next_cycle_delivers()
 
     def test_a_server_that_takes_nothing_is_not_asked_for_each_packet(self):
-        for status, asked in ((403, 3), (507, 1), (401, 1)):
+        for status, asked in ((403, 4), (502, 3), (507, 1), (401, 1)):
             self.ledger.clear()
+            self.use(self.server.url)
+            self.put(self.enterprise, f"{status}.mdb")
+            self.assert_run(self.enterprise)
             self.put_many(5, 1000, None)
             refuser = Refuser(self, self.server, "PUT", "~", status)
             self.use(refuser.url)
             self.assert_trouble(self.field)
             self.assertEqual(refuser.refused, asked)
+            # To whom the login is refused, it would be for anything else.
+            self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")

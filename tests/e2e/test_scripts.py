@@ -1,9 +1,10 @@
-"""Whole cycles by scripts, over a shared folder and through an FTP server, and the examples that can run here."""
+"""Whole cycles by scripts, over a shared folder and through servers, and the examples that can run here."""
 import os
 import re
 import shutil
 import subprocess
 
+import dav
 import support
 from ftp import PASSWORD, Server
 from support import ROOT, ScratchTest, files_below, run, skip
@@ -152,3 +153,19 @@ class ScriptTest(ScratchTest):
                 server.start()
                 shutil.rmtree(self.field)
                 shutil.rmtree(share / "to-enterprise")
+
+    def test_scripts_are_told_of_what_stays_on_a_webdav_server(self):
+        self.scratch.chmod(0o711)
+        server = dav.Server(self, "apache")
+        there = server.packets / "to-field"
+        received = self.put(there, "c.mdb", "d.mdb")
+        server.own(there, *there.iterdir())
+        kept = (there / "c.mdb").read_bytes()
+        spoiler = dav.Spoiler(self, server, lie=lambda method, status, headers, content: (
+            (403, {}, b"") if content == kept else (status, headers, content)))
+        for url, result, names in ((spoiler.url, "failed: .*Failed to retrieve file c.mdb", {"d.mdb"}), (server.url, "moved", received)):
+            self.outbox.mkdir(parents=True, exist_ok=True)
+            lines = self.script(SCRIPTS / "told.vbs", DONE, self.field, "0", "http", url, dav.USER, dav.PASSWORD, "to-enterprise",
+                                "to-field")
+            self.assertRegex(" ".join(lines), f"^{result} ")
+            self.assertEqual(files_below(self.field / "inbox"), {name: received[name] for name in names})

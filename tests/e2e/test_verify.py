@@ -1,7 +1,9 @@
 """What znhost verify says of WebDAV servers: of those that packets can use, and of those that break a promise."""
+import contextlib
 import os
 import re
 import signal
+import time
 
 from dav import HttpsHostTest, Server, Spoiler, Stranger
 from support import finish, start
@@ -115,6 +117,25 @@ class VerifyTest(HttpsHostTest):
         self.field.change("https.password", "wrong")
         self.verify(self.server, code=1)
         self.assertIn("Check the login", self.said)
+
+    def test_an_answer_that_comes_too_late(self):
+        """Most servers wait for a body; somebody before them may say that he waits, too."""
+        spoiler = Spoiler(self, self.server)
+        usual = spoiler.handle
+
+        def drip(request):
+            if int(request.headers.get("Content-Length", 0)) < 2 << 30:
+                return usual(request)
+            with contextlib.suppress(OSError):  # that the host has gone
+                request.send_response_only(413)
+                for _ in range(300):
+                    request.send_header("X-Patience", "please")
+                    request.flush_headers()
+                    time.sleep(0.1)
+                request.end_headers()
+            return spoiler.drop(request)
+        spoiler.handle = drip
+        self.assertNotIn("large uploads", self.verify(self.server, spoiler.url), self.said)
 
     def test_folders_without_rights(self):
         for folder, promise in ((self.to_enterprise, "send folder"), (self.to_field, "receive folder")):

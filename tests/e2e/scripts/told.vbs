@@ -1,6 +1,6 @@
 ' Sends and receives as a script would, and prints what it was told.
 ' told.vbs FOLDER STOP folder REMOTE_SEND REMOTE_RECEIVE
-' told.vbs FOLDER STOP ftp SERVER USER PASSWORD REMOTE_SEND REMOTE_RECEIVE
+' told.vbs FOLDER STOP ftp|http SERVER USER PASSWORD REMOTE_SEND REMOTE_RECEIVE
 ' STOP: position at which the script stops the transfer; 0 for none. An uncaught error ends a script with code 0, so
 ' that only the last line tells that all went well.
 Option Explicit
@@ -26,8 +26,8 @@ End Class
 Set arguments = WScript.Arguments
 last = arguments.Count - 1
 Set transport = CreateObject("znTransporter.clsTransporter")
-If arguments(2) = "ftp" Then
-    Set remote = CreateObject("znTransporter.clsFTPSndRcv")
+If arguments(2) <> "folder" Then
+    Set remote = CreateObject("znTransporter.cls" & UCase(arguments(2)) & "SndRcv")
     remote.Server = arguments(3)
     remote.UserName = arguments(4)
     remote.Password = arguments(5)

@@ -7,6 +7,7 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "common/Apartment.h"
+#include "http/HttpSession.h"
 #include "tests/win/library/SenderReceiverTest.h"
 #include "webdav/DavInstallation.h"
 
@@ -168,6 +169,19 @@ TEST_F(Https, OneTransferOfAFolderAtATime) {
     framework.log.clear();
     EXPECT_FALSE(Send());
     EXPECT_THAT(framework.LogText(), Not(HasSubstr(L"Another transfer")));
+}
+
+TEST(HttpRequestLimits, AreThoseOfTheSlowestLineForTheHeadOfAnAnswerToo) {
+    const WinHttpHandle session = NewHttpSession(L"");
+    const WinHttpHandle connection(WinHttpConnect(session.Get(), L"127.0.0.1", 9, 0));
+    WinHttpHandle handle(WinHttpOpenRequest(connection.Get(), L"GET", L"/", nullptr, WINHTTP_NO_REFERER,
+                                            WINHTTP_DEFAULT_ACCEPT_TYPES, 0));
+    HINTERNET const same = handle.Get();
+    const HttpRequest request(std::move(handle), L"server", nullptr, [] { return true; });
+    DWORD limit = 0;
+    DWORD size = sizeof limit;
+    ASSERT_TRUE(WinHttpQueryOption(same, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &limit, &size));
+    EXPECT_EQ(limit, HttpRequest::kLongestWait);
 }
 
 TEST(DavInstallationName, IsThatOfOneFolderOnOneComputer) {
