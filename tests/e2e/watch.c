@@ -1,8 +1,16 @@
 // Starts a program, and for each line of its standard input tells what that holds: handles, GDI and USER
-// objects. At the end of the input it ends the program.
+// objects. The program ends with it.
 #include <windows.h>
 #include <stdio.h>
 #include <wchar.h>
+
+static void end_with_this_program(HANDLE process) {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {0};
+    HANDLE job = CreateJobObjectW(NULL, NULL);
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    AssignProcessToJobObject(job, process);
+}
 
 // Counted one by one: Wine's GetProcessHandleCount always answers 0.
 static int handles_of(HANDLE process) {
@@ -25,13 +33,12 @@ int wmain(void) {
     PROCESS_INFORMATION started;
     wcscpy(command, line + wcsspn(line, L" "));
     if (!CreateProcessW(NULL, command, NULL, NULL, FALSE, 0, NULL, NULL, &startup, &started)) return 2;
+    end_with_this_program(started.hProcess);
     char input[16];
     while (fgets(input, sizeof input, stdin)) {
         printf("%d %lu %lu\n", handles_of(started.hProcess), GetGuiResources(started.hProcess, GR_GDIOBJECTS),
                GetGuiResources(started.hProcess, GR_USEROBJECTS));
         fflush(stdout);
     }
-    TerminateProcess(started.hProcess, 0);
-    WaitForSingleObject(started.hProcess, INFINITE);
     return 0;
 }

@@ -10,6 +10,7 @@ import collections
 import concurrent.futures
 import contextlib
 import dataclasses
+import itertools
 import os
 import pathlib
 import random
@@ -45,6 +46,9 @@ STAGES = {"folder": FolderStage, "pure-ftpd": FtpStage, "vsftpd": FtpStage,
 TRANSPORTS = (*STAGES, "folder", "apache")
 REQUESTS = 40  # of a cycle, more or less
 ROUNDS_TO_TELL = 100
+# Wine's server keeps the sockets of killed hosts, and takes ever more time for them; and a host that is killed while it
+# reads the certificates of the system keeps all others from that until the last of them has ended.
+ROUNDS_OF_A_SERVER = 160
 ENCODERS = ("none", "zip", "xdelta")
 TROUBLES = {}
 
@@ -421,30 +425,32 @@ class Torture:
     def __init__(self, arguments):
         self.arguments = arguments
         self.left = arguments.rounds
+        self.left_of_server = ROUNDS_OF_A_SERVER
         self.stopped = False
         self.failed = False
         self.rounds = collections.Counter()
         self.kinds = collections.Counter()
         self.lock = threading.Lock()
+        self.numbers = itertools.count(1)
 
     def take_round(self):
         with self.lock:
-            if self.stopped or self.left == 0:
+            if self.is_over():
                 return False
             self.left -= 1
+            self.left_of_server -= 1
             return True
+
+    def is_over(self):
+        return self.stopped or self.left == 0 or self.left_of_server == 0
 
     def say(self, text):
         with self.lock:
             print(text, flush=True)
 
-    def work(self, worker):
-        number = 0
-        while not self.stopped and self.left != 0:
-            number += 1
-            self.one_world(f"{self.arguments.seed}.{worker}.{number}" if not self.arguments.world else self.arguments.world)
-            if self.arguments.world:
-                break
+    def work(self):
+        while not self.is_over():
+            self.one_world(f"{self.arguments.seed}.{next(self.numbers)}")
 
     def one_world(self, seed):
         try:
@@ -486,10 +492,15 @@ class Torture:
             shutil.copytree(world.pair.scratch, self.arguments.keep / seed, dirs_exist_ok=True)
 
     def run(self):
-        workers = 1 if self.arguments.world else self.arguments.workers
-        with concurrent.futures.ThreadPoolExecutor(workers) as pool:
-            for task in [pool.submit(self.work, worker) for worker in range(workers)]:
-                task.result()
+        while not self.arguments.world:
+            with concurrent.futures.ThreadPoolExecutor(self.arguments.workers) as pool:
+                for task in [pool.submit(self.work) for _ in range(self.arguments.workers)]:
+                    task.result()
+            if self.stopped or self.left == 0:
+                return
+            self.left_of_server = ROUNDS_OF_A_SERVER
+            subprocess.run([support.ROOT / "tools" / "wine-server", "stop"], check=True)
+        self.one_world(self.arguments.world)
 
     def report(self):
         yield f"seed {self.arguments.seed}: {sum(self.rounds.values())} rounds"
