@@ -16,7 +16,7 @@ PLACES = ("base", "common", "encoders", "ftp/*.cpp", "ftp/*.h", "http", "mobile"
           "host/console/Watchdog.cpp", "host/cycle", "host/loop", "host/session", "host/service/ServiceProcess.cpp")
 # Texts that no log holds: headlines of a transfer and states of packets, answers for people and programs.
 NO_MESSAGES = ("host/cycle/OutcomeWords.cpp", "mobile/frmFTP.cpp", "sendrecv/frmPromptFTP.cpp", "webdav/DavPromises.cpp")
-TOKEN = re.compile(r'//[^\n]*|/\*.*?\*/|L?"(?:[^"\\\n]|\\.)*"|\'(?:[^\'\\]|\\.)*\'|[A-Za-z_][\w:]*|\s+|.', re.S)
+TOKEN = re.compile(r'//[^\n]*|/\*.*?\*/|L?"(?:[^"\\\n]|\\.)*"|\'(?:[^\'\\]|\\.)*\'|[A-Za-z_][\w:]*|\d[\w\']*|\s+|.', re.S)
 OPENING, CLOSING, ENDS = "([{", ")]}", ",;?:"
 GAP = "…"
 
