@@ -37,8 +37,7 @@ public:
         if (!IsLatest()) return IsOutdated();
         const DavReply reply = m_server.Move(m_claim, m_target, DavServer::Other::Stays);
         if (!reply.Succeeded() && m_server.Exists(m_claim)) return Stays(reply);
-        m_notes.ReadNewOf(m_packet);
-        return (m_notes.AreAllRead() && IsLatest()) || TakeBack();
+        return IsStillLatest() || TakeBack();
     }
 
 private:
@@ -50,13 +49,21 @@ private:
         m_notes.ReadNewOf(m_packet);
     }
 
+    /// What cannot be seen may be newer.
+    bool IsStillLatest() try {
+        m_notes.ReadNewOf(m_packet);
+        return m_notes.AreAllRead() && IsLatest();
+    } catch (const base::Error&) {
+        return false;
+    }
+
     /// What has the name now may be the newer version already.
     bool TakeBack() {
         const DavReply reply = m_server.Move(m_target, m_claim, DavServer::Other::Stays);
         if (reply.Succeeded() || m_server.Exists(m_claim)) return Run();
         return m_self.Fail(Lines(L"File " + m_target +
-                                     L" was sent anew while an older version was released, which cannot be "
-                                     L"taken back. Look at what is received.",
+                                     L" may have been sent anew while an older version was released, which "
+                                     L"cannot be taken back. Look at what is received.",
                                  reply.failure));
     }
     bool IsOutdated() const {

@@ -143,7 +143,8 @@ private:
         // A server that refuses a long body early leaves no status behind.
         const bool hasLostStatus =
             !reply.IsAnswered() && removal.IsAnswered() && upload.digest.size >= kLarge;
-        if (hasLostStatus) reply = RefusalOf(upload).value_or(reply);
+        constexpr DWORD kPatience = 10'000;  // milliseconds: little beside the transfer that was in vain
+        if (hasLostStatus) reply = RefusalOf(upload, kPatience).value_or(reply);
         ReportRefusal(upload, reply);
         m_batch.pop_back();
         return MayTakeOthers(reply, removal);
@@ -164,16 +165,16 @@ private:
     std::wstring Question() const { return JoinRemote(m_uploads, m_installation.Name() + L"~question"); }
 
     /// Of a body of that length.
-    std::optional<DavReply> RefusalOf(const Upload& upload) const {
-        constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
-        return m_server.RefusalOf(Question(), upload.digest.size, kPatience);
+    std::optional<DavReply> RefusalOf(const Upload& upload, DWORD patience) const {
+        return m_server.RefusalOf(Question(), upload.digest.size, patience);
     }
 
     DavReply Put(Upload& upload) {
         Describe(upload);
         // Before all of the time that it would take in vain.
         if (upload.digest.size > m_largest) {
-            if (const auto refusal = RefusalOf(upload)) return *refusal;
+            constexpr DWORD kPatience = 500;  // milliseconds: little beside what so long a body takes
+            if (const auto refusal = RefusalOf(upload, kPatience)) return *refusal;
             m_largest = upload.digest.size;
         }
         Sha256 sum;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
@@ -34,8 +35,15 @@ std::vector<base::TreeFile> AwaitingFiles(const Settings& settings) {
 
 void AwaitedForms::PutBack(const std::vector<base::TreeFile>& offered, PacketLedger& ledger) {
     m_offered = &offered;
+    std::map<std::wstring, bool> isSeen;  // by sub-folder: a share that is gone takes long to say so
     for (const base::TreeFile& file : AwaitingFiles(m_settings))
         try {
+            const auto [seen, isNew] = isSeen.try_emplace(file.subFolder);
+            if (isNew)
+                seen->second = m_settings.HasServer() || OfferedIn(m_settings, file.subFolder).has_value();
+            if (!seen->second)
+                throw base::Error(E_FAIL, L"an older version may be in a folder that cannot be listed now: " +
+                                              Path::Join(m_settings.remoteReceive, file.subFolder));
             PutBack(file, ledger);
         } catch (const base::Error& error) {
             m_waiting.insert(Key(file, ledger));
@@ -48,9 +56,6 @@ void AwaitedForms::PutBack(const std::vector<base::TreeFile>& offered, PacketLed
 /// What has come meanwhile under the name is newer, as in the receive folder itself, unless its time denies
 /// that.
 void AwaitedForms::PutBack(const base::TreeFile& file, PacketLedger& ledger) const {
-    if (!m_settings.HasServer() && !OfferedIn(m_settings, file.subFolder))
-        throw base::Error(E_FAIL, L"an older version may be in a folder that cannot be listed now: " +
-                                      Path::Join(m_settings.remoteReceive, file.subFolder));
     const std::wstring held = HeldPath(file, m_settings);
     const std::wstring place = ReceivedPath(file, m_settings);
     if (!FileSystem::FileIsThere(place)) return base::MoveIntoTree(held, place);
@@ -74,7 +79,9 @@ std::vector<base::TreeFile> AwaitedForms::MayBeOfferedIn(const std::wstring& sub
 void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
     const std::vector<base::TreeFile> received = base::FilesIn(m_settings.receive, subFolder);
     if (received.empty()) return;
-    const std::vector<base::TreeFile> offered = MayBeOfferedIn(subFolder);
+    std::multimap<std::wstring, base::TreeFile> offered;
+    for (const base::TreeFile& file : MayBeOfferedIn(subFolder))
+        offered.emplace(Key(file, ledger), file);
     const auto holdBack = [&](const base::TreeFile& file, const std::wstring& reason) {
         base::MoveIntoTree(ReceivedPath(file, m_settings), HeldPath(file, m_settings));
         ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
@@ -82,13 +89,15 @@ void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger)
     for (const base::TreeFile& file : received) {
         const std::wstring key = Key(file, ledger);
         // A newer one of the same name takes the file's place when it comes. What was refused comes no more.
-        const auto older = std::ranges::find_if(offered, [&](const base::TreeFile& other) {
-            return !base::EqualsIgnoringCase(other.name, file.name) && Key(other, ledger) == key &&
-                   other.lastWrite <= file.lastWrite && !WasRefused(other, m_settings);
+        const auto [begin, end] = offered.equal_range(key);
+        const auto older = std::find_if(begin, end, [&](const auto& entry) {
+            const base::TreeFile& other = entry.second;
+            return !base::EqualsIgnoringCase(other.name, file.name) && other.lastWrite <= file.lastWrite &&
+                   !WasRefused(other, m_settings);
         });
-        if (older != offered.end())
+        if (older != end)
             holdBack(file, L"an older version must be received first: " +
-                               Path::Join(m_settings.remoteReceive, older->RelativePath()));
+                               Path::Join(m_settings.remoteReceive, older->second.RelativePath()));
         else if (m_waiting.contains(key))
             holdBack(file, L"an older version still waits in " + kAwaitingOlder.Path(m_settings));
     }

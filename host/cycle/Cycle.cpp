@@ -75,16 +75,13 @@ CycleResult Cycle::Run() {
         failure = m_settings.remoteReceive + L" is a file, not a folder";
     ReportSending(waiting);
     ReportReceiving(offered);
-    if (const Hindrance notAwaited = Try([&] {
-            m_awaited.PutBack(offered, m_ledger);
-            return true;
-        }))
-        failure = notAwaited;
     const Hindrance notPutBack = Try([&] {
+        m_awaited.PutBack(offered, m_ledger);
         backups.PutBack();
         return true;
     });
-    // New backups must not lie where the next run takes them for packets.
+    // A version that waits unseen would follow what is delivered now, and new backups would lie where the
+    // next run takes them for packets.
     if (notPutBack)
         failure = notPutBack;
     else

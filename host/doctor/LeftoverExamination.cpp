@@ -84,7 +84,8 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
     ExamineSideFolder(
         kRefused, settings, L" that must not be delivered",
         L"See why in the report of the run, or in docs/operations.md; move what is good into the "
-        L"inbox, and delete the rest.",
+        L"inbox, and delete the rest once it has gone from the remote folder: as long as it lies here, it is "
+        L"not delivered when it comes again.",
         findings);
     ExamineSideFolder(kOlderVersions, settings, L" that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
