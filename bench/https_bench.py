@@ -31,7 +31,7 @@ CUT_SIZE = 500 * MB
 LINES = {"of 100 Mbit/s": 12_500_000, "within the computer": float("inf")}  # bytes/s
 CUT, MOST_TO_GO_ON = 0.9, 0.2  # of the whole download: its bytes, and its time
 # Requests for each packet; besides, a list and a note for each hundred, and what a transfer needs once.
-TO_SEND, TO_RECEIVE, SHARED, ONCE = 2, 3, 2 / 100, 12
+TO_SEND, TO_RECEIVE, SHARED, ONCE = 2, 3, 2 / 100, 16
 
 
 class Delay:
