@@ -1,6 +1,7 @@
 // See Watchdog.h.
 #include "host/console/Watchdog.h"
 
+#include <array>
 #include <string>
 
 #include "base/Console.h"
@@ -22,25 +23,36 @@ DWORD WINAPI EndSoon(void*) {
 Watchdog::Watchdog(std::chrono::seconds patience)
     : m_patience(patience), m_transferred(base::TransferredBytes()) {
     if (patience == std::chrono::seconds::zero()) return;
-    m_heard = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-    if (!m_heard) base::ThrowWin32(GetLastError(), L"create an event");
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(patience).count();
-    if (!RegisterWaitForSingleObject(&m_wait, m_heard.Get(), &Wake, this, static_cast<DWORD>(milliseconds),
-                                     WT_EXECUTEDEFAULT))
-        base::ThrowWin32(GetLastError(), L"register a wait");
+    for (base::KernelHandle* event : {&m_heard, &m_end}) {
+        *event = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+        if (!*event) base::ThrowWin32(GetLastError(), L"create an event");
+    }
+    m_thread = base::KernelHandle(CreateThread(nullptr, 0, &Watch, this, 0, nullptr));
+    if (!m_thread) base::ThrowWin32(GetLastError(), L"create a thread");
 }
 
 Watchdog::~Watchdog() {
-    // Until a call of Wake that is under way has returned.
-    if (m_wait) UnregisterWaitEx(m_wait, INVALID_HANDLE_VALUE);
+    if (!m_thread) return;
+    SetEvent(m_end.Get());
+    WaitForSingleObject(m_thread.Get(), INFINITE);
 }
 
 void Watchdog::Hear() const noexcept {
     if (m_heard) SetEvent(m_heard.Get());
 }
 
-void CALLBACK Watchdog::Wake(void* watchdog, BOOLEAN timedOut) {
-    if (timedOut) static_cast<Watchdog*>(watchdog)->EndIfIdle();
+DWORD WINAPI Watchdog::Watch(void* watchdog) {
+    auto& self = *static_cast<Watchdog*>(watchdog);
+    const std::array events{self.m_heard.Get(), self.m_end.Get()};
+    const auto patience = std::chrono::duration_cast<std::chrono::milliseconds>(self.m_patience).count();
+    constexpr DWORD kHeard = WAIT_OBJECT_0;
+    DWORD what = kHeard;
+    while (what == kHeard || what == WAIT_TIMEOUT) {
+        what = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE,
+                                      static_cast<DWORD>(patience));
+        if (what == WAIT_TIMEOUT) self.EndIfIdle();
+    }
+    return 0;
 }
 
 void Watchdog::EndIfIdle() {

@@ -23,11 +23,12 @@ public:
     void Hear() const noexcept;
 
 private:
-    static void CALLBACK Wake(void* watchdog, BOOLEAN timedOut);
+    static DWORD WINAPI Watch(void* watchdog);
     void EndIfIdle();
 
     const std::chrono::seconds m_patience;
-    base::KernelHandle m_heard;  ///< an event
-    HANDLE m_wait = nullptr;
+    base::KernelHandle m_heard;  ///< events
+    base::KernelHandle m_end;
+    base::KernelHandle m_thread;
     std::uint64_t m_transferred;
 };

@@ -17,7 +17,8 @@ static int handles_of(HANDLE process) {
     int count = 0;
     for (UINT_PTR handle = 4; handle < 16384; handle += 4) {
         HANDLE copy;
-        if (!DuplicateHandle(process, (HANDLE)handle, GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS))
+        if (!DuplicateHandle(process, (HANDLE)handle, GetCurrentProcess(), &copy, 0, FALSE,
+                             DUPLICATE_SAME_ACCESS))
             continue;
         CloseHandle(copy);
         ++count;
@@ -29,10 +30,14 @@ int wmain(void) {
     const wchar_t* const own = GetCommandLineW();
     const wchar_t* const line = *own == L'"' ? wcschr(own + 1, L'"') + 1 : wcschr(own, L' ');
     wchar_t command[32768];
+    SECURITY_ATTRIBUTES inherited = {sizeof inherited, NULL, TRUE};
     STARTUPINFOW startup = {sizeof startup};
     PROCESS_INFORMATION started;
     wcscpy(command, line + wcsspn(line, L" "));
-    if (!CreateProcessW(NULL, command, NULL, NULL, FALSE, 0, NULL, NULL, &startup, &started)) return 2;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = CreateFileW(
+        L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, NULL);
+    if (!CreateProcessW(NULL, command, NULL, NULL, TRUE, 0, NULL, NULL, &startup, &started)) return 2;
     end_with_this_program(started.hProcess);
     char input[16];
     while (fgets(input, sizeof input, stdin)) {
