@@ -121,7 +121,7 @@ HttpRequest::HttpRequest(WinHttpHandle handle, std::wstring server, std::shared_
         WinHttpSetStatusCallback(m_handle.Get(), &OnStatus, WINHTTP_CALLBACK_FLAG_ALL_NOTIFICATIONS, 0) ==
             WINHTTP_INVALID_STATUS_CALLBACK)
         Fail(GetLastError());
-    context.release();  // the notification that the handle closes deletes it
+    static_cast<void>(context.release());  // the notification that the handle closes deletes it
     SetPatience(kLongestWait);
 }
 
@@ -379,9 +379,8 @@ std::uint64_t HttpRequest::RangeStart() const {
     constexpr std::wstring_view kUnit = L"bytes ";
     const std::wstring range = Header(L"Content-Range").value_or(std::wstring());
     if (!range.starts_with(kUnit)) return 0;
-    const std::wstring_view start(range.begin() + kUnit.size(),
-                                  range.begin() + std::min(range.find(L'-'), range.size()));
-    return base::NumberIn<std::uint64_t>(start).value_or(0);
+    const std::wstring_view bytes = std::wstring_view(range).substr(kUnit.size());
+    return base::NumberIn<std::uint64_t>(bytes.substr(0, bytes.find(L'-'))).value_or(0);
 }
 
 std::optional<std::uint64_t> HttpRequest::RangeTotal() const {
