@@ -10,6 +10,7 @@ import pty
 import re
 import select
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -91,6 +92,27 @@ def size_of(path):
 def arriving(folder):
     """Bytes of the file that is being copied to a folder; -1 without one."""
     return max((size_of(path) for path in folder.iterdir() if path.suffix == ".arriving"), default=-1)
+
+
+def processes_naming(*texts):
+    """(folder in /proc, command line) of the other processes whose command lines hold all of the texts."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            line = (process / "cmdline").read_bytes()
+            if int(process.name) != os.getpid() and all(text.encode() in line for text in texts):
+                yield process, line
+
+
+def end_programs_naming(*texts):
+    for process, _ in processes_naming(*texts):
+        with contextlib.suppress(OSError):  # that it has ended by itself
+            os.kill(int(process.name), signal.SIGKILL)
+
+
+def temporary_folders():
+    """TEMP of every user of the Wine prefix."""
+    prefix = os.environ.get("ZN_WINEPREFIX") or BIN.parents[1] / "setup" / "wineprefix"
+    return list(pathlib.Path(prefix).glob("drive_c/users/*/Temp"))
 
 
 def wait_until(condition, process=None):

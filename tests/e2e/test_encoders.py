@@ -2,15 +2,14 @@
 import hashlib
 import io
 import os
-import pathlib
 import random
 import shutil
-import signal
 import time
 import zipfile
 
 import support
-from support import Holder, HostTest, WAITING, arriving, files_below, finish, size_of, slow, start, wait_until, windows
+from support import (Holder, HostTest, WAITING, arriving, end_programs_naming, files_below, finish, size_of, slow, start,
+                     temporary_folders, wait_until, windows)
 
 
 def database(pages, seed):
@@ -19,22 +18,6 @@ def database(pages, seed):
     source = random.Random(seed)
     return b"".join((b"PAGE" + b"".join(source.choice(words) + b"%d;" % source.getrandbits(32) for _ in range(200)))
                     .ljust(4096, b"\0")[:4096] for _ in range(pages))
-
-
-def temporary_folders():
-    """TEMP of every user of the Wine prefix."""
-    prefix = os.environ.get("ZN_WINEPREFIX") or support.BIN.parents[1] / "setup" / "wineprefix"
-    return list(pathlib.Path(prefix).glob("drive_c/users/*/Temp"))
-
-
-def end_programs_naming(text):
-    """Ends the processes whose command line holds a text that only this test uses."""
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if int(process.name) != os.getpid() and text.encode() in (process / "cmdline").read_bytes():
-                os.kill(int(process.name), signal.SIGKILL)
-        except OSError:
-            continue
 
 
 class EncoderCase(HostTest):

@@ -1,17 +1,20 @@
 """Cycles that come again and again."""
-import contextlib
 import json
 import os
-import pathlib
 import re
 import signal
 import subprocess
 
 import support
 from objects import JsonTest, objects_of
-from support import command, count_below, files_below, finish, own_program, run, slow, start, wait_until, windows
+from support import (command, count_below, files_below, finish, own_program, processes_naming, run, slow, start, wait_until,
+                     windows)
 
 CYCLES_OF_A_DAY = 24 * 60
+
+
+def work_folders():
+    return sorted(path for folder in support.temporary_folders() for path in folder.glob("znhost-*"))
 
 
 class LoopTest(JsonTest):
@@ -135,16 +138,10 @@ class LoopTest(JsonTest):
 
     def memory_of_loop(self):
         """In KB. Wine tells nothing of it to another program."""
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
-            with contextlib.suppress(OSError):
-                arguments = (process / "cmdline").read_bytes()
-                if arguments.partition(b"\0")[0].endswith(b"znhost.exe") and self.scratch.name.encode() in arguments and b"--every" in arguments:
-                    return int(re.search(r"VmData:\s+(\d+)", (process / "status").read_text())[1])
+        for process, line in processes_naming(self.scratch.name, "--every"):
+            if line.partition(b"\0")[0].endswith(b"znhost.exe"):
+                return int(re.search(r"VmData:\s+(\d+)", (process / "status").read_text())[1])
         return self.fail("there is no loop")
-
-    def work_folders(self):
-        home = support.BIN.parents[1] / "setup" / "wineprefix" / "drive_c" / "users"
-        return sorted(home.glob("*/Temp/znhost-*"))
 
     @slow
     def test_a_day_of_cycles_gathers_nothing(self):
@@ -165,7 +162,7 @@ class LoopTest(JsonTest):
             watch.stdin.write(b"\n")
             watch.stdin.flush()
             files = {name for name in files_below(self.root) if not name.endswith(".arriving")}
-            return watch.stdout.readline().split(), self.user_settings(), self.work_folders(), files
+            return watch.stdout.readline().split(), self.user_settings(), work_folders(), files
 
         for _ in range(20):
             cycle()

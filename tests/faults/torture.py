@@ -59,15 +59,6 @@ def trouble(function):
     return function
 
 
-def end_programs(folder):
-    """Those that work there for hosts that were killed: under Wine some of them wait for ever, and its server is busy."""
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        with contextlib.suppress(OSError):
-            arguments = (process / "cmdline").read_bytes()
-            if folder.name.encode() in arguments and b".exe\0" in arguments:
-                os.kill(int(process.name), signal.SIGKILL)
-
-
 class Finding(Exception):
     """What must not be."""
 
@@ -101,7 +92,8 @@ class World:
         self.kind = f"{transport}, {self.encoder}"
 
     def close(self):
-        end_programs(self.pair.scratch)
+        # Those that work for hosts that were killed: under Wine some of them wait for ever, and its server is busy.
+        support.end_programs_naming(self.pair.scratch.name, ".exe\0")
         self.pair.doCleanups()
 
     def arrange(self):
