@@ -1,10 +1,17 @@
 """Runs that end early: Ctrl+C, and a process that is killed."""
 import os
 import signal
+import time
 
 from support import Holder, HostTest, arriving, count_below, files_below, finish, own_program, run, run_on_terminal, wait_until, windows
 
 COUNT = 40
+
+
+def hold_up(process):
+    process.send_signal(signal.SIGSTOP)
+    time.sleep(0.02)
+    process.send_signal(signal.SIGCONT)
 
 
 class StopTest(HostTest):
@@ -98,6 +105,8 @@ class StopTest(HostTest):
             process = self.start_run(self.field)
             wait_until(lambda: arriving(self.to_enterprise) > 1_000_000, process)
             process.send_signal(signal.SIGINT)
+            # Copies are so fast that others, who bring it the signal, must get more of the processors than it does.
+            wait_until(lambda: hold_up(process), process)
             outcome = finish(process)
             return packet.exists() and outcome
 
