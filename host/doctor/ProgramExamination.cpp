@@ -1,7 +1,11 @@
 // Companion programs, the reference file, and the libraries.
+#include <windows.h>
+
 #include "base/Error.h"
 #include "base/FileSystem.h"
+#include "base/Handle.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "com/ComApartment.h"
 #include "host/doctor/Examination.h"
 #include "host/session/Components.h"
@@ -9,10 +13,29 @@
 
 namespace {
 
+/// Ends a program before it does anything. What may not run here, or is damaged, does not get so far.
+DWORD StartFailure(const std::wstring& program) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION started{};
+    if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE,
+                        CREATE_SUSPENDED | CREATE_NO_WINDOW, nullptr, nullptr, &startup, &started))
+        return GetLastError();
+    const base::KernelHandle process(started.hProcess);
+    const base::KernelHandle thread(started.hThread);
+    TerminateProcess(process.Get(), 0);
+    return ERROR_SUCCESS;
+}
+
 Finding ExamineProgram(const std::wstring& folder, const wchar_t* name, const wchar_t* use) {
     const std::wstring path = Path::Join(folder, name);
-    if (FileSystem::FileExists(path)) return Good(L"program", path + L" is there");
-    return Bad(L"program", path + L" is missing", std::wstring(L"Copy it there: without it ") + use + L".");
+    const std::wstring without = std::wstring(L": without it ") + use + L".";
+    if (!FileSystem::FileExists(path))
+        return Bad(L"program", path + L" is missing", L"Copy it there" + without);
+    if (const DWORD error = StartFailure(path))
+        return Bad(L"program", path + L" cannot be started: " + base::SystemText(error),
+                   L"Unpack it again, and let the protection of this computer allow it" + without);
+    return Good(L"program", path + L" is there");
 }
 
 Finding ExamineReference(const Settings& settings) {

@@ -62,6 +62,8 @@ class DoctorTest(JsonTest):
         self.assertEqual(found.keys(), {"program", "reference"}, found)
         self.assertIn("Unzip.exe is missing", found["program"][0])
         self.assertIn("Base.AXR is missing", found["reference"][0])
+        (self.scratch / "Unzip.exe").write_bytes(b"")
+        self.assertIn("Unzip.exe cannot be started", self.to_do()["program"][0])
 
     def test_the_remote_side(self):
         shutil.rmtree(self.to_enterprise)
