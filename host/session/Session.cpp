@@ -10,6 +10,7 @@
 #include "com/Values.h"
 #include "ftp/settings/AdminXml.h"
 #include "host/session/Components.h"
+#include "packets/EncodedName.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -54,6 +55,17 @@ PropertySet PropertiesOf(Section encoder, const Settings& settings) {
     return properties.With(L"MOBILE", Mobile(settings));
 }
 
+/// The settings' own was looked at with them; one of the registry has not been.
+void CheckReference(IZNEncoder* encoder) {
+    const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath,
+                                                  com::As<_clsXDeltaEncoder>(encoder).Get());
+    if (!FileSystem::FileExists(reference) || CanBeReference(Path::FileName(reference))) return;
+    throw base::Error(E_INVALIDARG,
+                      L"The registry names the reference file " + reference +
+                          L", by whose name the other side would find none: on both sides it must end in "
+                          L".AXR and hold no ~. Rename it, or name another one: [xdelta] reference_path");
+}
+
 }  // namespace
 
 Session::Session(const Settings& settings) {
@@ -63,8 +75,9 @@ Session::Session(const Settings& settings) {
     com::Check(m_backups->put_BackupEnabled(settings.backups ? VARIANT_TRUE : VARIANT_FALSE));
     AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, Section::Zip, settings.zip,
                               L"Unzip.exe");
-    AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings, Section::XDelta,
-                                 settings.xdelta, L"xDelta.exe");
+    const auto delta = AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings,
+                                                    Section::XDelta, settings.xdelta, L"xDelta.exe");
+    if (settings.encoder == EncoderKind::XDelta) CheckReference(delta.Get());
     CreateSenderReceiver(settings);
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
 }
@@ -72,8 +85,8 @@ Session::Session(const Settings& settings) {
 /// Every encoder decodes what comes in; only the chosen one also encodes. One whose program is missing takes
 /// no settings but its extension: what it should decode is then reported and stays.
 template <class Class>
-void Session::AddEncoder(const wchar_t* component, const Settings& settings, Section section,
-                         const EncoderSettings& own, const wchar_t* decodingProgram) {
+ComPtr<IZNEncoder> Session::AddEncoder(const wchar_t* component, const Settings& settings, Section section,
+                                       const EncoderSettings& own, const wchar_t* decodingProgram) {
     const bool encodes = settings.ChosenEncoder() == &own;
     const bool works = encodes || FileSystem::FileExists(Path::Join(own.programFolder, decodingProgram));
     const auto encoder = CreateComponent<Class, IZNEncoder>(component);
@@ -85,6 +98,7 @@ void Session::AddEncoder(const wchar_t* component, const Settings& settings, Sec
         com::Check(encoder->put_OutExtension(com::Bstr(own.outExtension).Get()));
     if (!encodes) com::Check(encoder->put_InExtension(nullptr));
     com::Check(m_transporter->putref_Encoder(encoder.Get()));
+    return encoder;
 }
 
 /// The name comes before the settings, whose defaults depend on it; the remote side's settings come last:

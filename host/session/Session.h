@@ -51,8 +51,9 @@ public:
 
 private:
     template <class Class>
-    void AddEncoder(const wchar_t* component, const Settings& settings, Section section,
-                    const EncoderSettings& own, const wchar_t* decodingProgram);
+    Microsoft::WRL::ComPtr<IZNEncoder> AddEncoder(const wchar_t* component, const Settings& settings,
+                                                  Section section, const EncoderSettings& own,
+                                                  const wchar_t* decodingProgram);
     void CreateSenderReceiver(const Settings& settings);
 
     WorkFolder m_workFolder;

@@ -3,7 +3,7 @@ import re
 import subprocess
 
 import support
-from support import HostTest, run
+from support import HostTest, run, windows
 
 PRODUCT = "HKLM\\Software\\znMobile"
 
@@ -44,3 +44,12 @@ class ConfigTest(HostTest):
         for name in ("ZipTimeout", "XDeltaTimeout"):
             self.store(PRODUCT + "\\Transport", name, "soon")
         self.assert_ends(0, "run", self.field.settings)
+
+    def test_a_reference_by_whose_name_the_other_side_finds_none(self):
+        packet = self.put(self.field, "a.mdb")
+        reference = self.scratch / "Base~1.AXR"
+        reference.write_bytes(packet.read_bytes())
+        self.store(PRODUCT + "\\Transport", "XDeltaRegPath", windows(reference))
+        self.field.change("encoder", "xdelta")
+        self.assertIn(reference.name, self.assert_ends(1, "run", self.field.settings).errors)
+        self.assertTrue(packet.exists())
