@@ -81,6 +81,17 @@ bool IsPath(ValueKind kind) {
 }
 
 /// Such names hide that one path lies in another.
+/// In forms in which a path begins with that of every folder that it lies in.
+std::wstring ComparableHere(const std::wstring& path) { return base::Upper(Path::WithSeparator(path)); }
+/// From the root or not, which can be one folder: the transport through HTTPS begins both at the server's
+/// address, and many a login begins at the root. Servers of Windows do not tell letter cases apart.
+std::wstring ComparableOnServer(const std::wstring& path) {
+    std::wstring comparable = L"/";
+    for (const wchar_t letter : base::Upper(path) + L'/')
+        if (letter != L'/' || comparable.back() != L'/') comparable += letter;
+    return comparable;
+}
+
 bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
@@ -255,8 +266,7 @@ void Reader::CheckExtensions() {
 /// In a form in which a folder begins with the path of every folder that it lies in.
 std::wstring Reader::Comparable(const Setting& setting) const {
     const std::wstring path = setting.text(m_settings);
-    if (IsLocal(setting)) return base::Upper(Path::WithSeparator(path));
-    return path.ends_with(L'/') ? path : path + L'/';
+    return IsLocal(setting) ? ComparableHere(path) : ComparableOnServer(path);
 }
 
 /// A folder inside another one, or named twice, would send packets in a circle.
@@ -286,7 +296,7 @@ void Reader::CheckSideFolders() {
     for (const Setting& setting : kSettings)
         for (const SideFolder& side : kSideFolders)
             if (HoldsPackets(setting.kind) &&
-                Comparable(setting).starts_with(base::Upper(Path::WithSeparator(side.Path(m_settings)))))
+                Comparable(setting).starts_with(ComparableHere(side.Path(m_settings))))
                 m_problems.push_back(Complaint(m_settings, setting,
                                                L"the folder must not be or lie in " + side.Path(m_settings) +
                                                    L", where a run keeps what is no packet"));
