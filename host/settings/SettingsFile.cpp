@@ -125,6 +125,8 @@ private:
         if (!m_problems.empty()) throw SettingsError(m_problems);
     }
 
+    void CheckOwnFiles();
+    std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
     Ini m_ini{true, true, false};
     const std::string& m_text;
@@ -157,6 +159,7 @@ Settings Reader::Read() {
 void Reader::CheckSections() {
     Ini::TNamesDepend sections;
     m_ini.GetAllSections(sections);
+    CheckOwnFiles();
     sections.sort(Ini::Entry::LoadOrder());
     for (const Ini::Entry& section : sections)
         if (*section.pItem == L'\0' || Find(kSectionNames, section.pItem))
@@ -311,6 +314,35 @@ std::wstring FileComment(const Setting& setting) {
         std::size_t end = std::min(text.find(L'\n', start), text.size());
         if (end - start > kLongestLine) end = text.rfind(L' ', start + kLongestLine);
         if (end == text.size()) return text;
+/// What an installation works with would travel as a packet, or be replaced by one that arrives.
+void Reader::CheckOwnFiles() {
+    if (const std::wstring why = WhyNotAt(m_settings.file, false); !why.empty())
+        Complain(L"the settings file " + why);
+    for (const Setting& setting : kSettings) {
+        const std::wstring path = setting.text(m_settings);
+        if (!IsLocal(setting) || HoldsPackets(setting.kind) || path.empty()) continue;
+        const std::wstring why = WhyNotAt(path, setting.kind == ValueKind::Reference);
+        if (!why.empty()) m_problems.push_back(Complaint(m_settings, setting, L"it " + why));
+    }
+}
+
+/// Why something other than packets must not lie at a path; empty where it may. A new reference file can
+/// travel as a packet, and be used where packets are kept.
+std::wstring Reader::WhyNotAt(const std::wstring& path, bool isReference) const {
+    const std::wstring comparable = ComparableHere(path);
+    for (const Setting& folder : kSettings) {
+        const bool keeps =
+            &folder == &SettingOf<&Settings::sent>() || &folder == &SettingOf<&Settings::inbox>();
+        if (HoldsPackets(folder.kind) && IsLocal(folder) && !folder.text(m_settings).empty() &&
+            !(isReference && keeps) && comparable.starts_with(Comparable(folder)))
+            return L"must not lie in the folder of " + folder.Title() + L", where every file is a packet";
+    }
+    for (const SideFolder& side : kSideFolders)
+        if (comparable.starts_with(ComparableHere(side.Path(m_settings))))
+            return L"must not be or lie in " + side.Path(m_settings) + L", which belongs to the transport";
+    return {};
+}
+
         text.replace(end, 1, L"\n; ");
         start = end + 1;
     }
