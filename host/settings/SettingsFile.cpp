@@ -98,6 +98,12 @@ bool HoldsRelativeName(const std::wstring& path) {
 }
 
 /// The form of a password in which the settings take any text.
+/// "C:x" begins in the folder of drive C: that the process is in.
+bool BeginsAnywhereOnDrive(const std::wstring& path) {
+    constexpr std::size_t kRoot = 2;  // of "C:\"
+    return path.find(L':') == kRoot - 1 && path.find_first_of(L"\\/") != kRoot;
+}
+
 std::wstring EncipheredByProgram(std::span<const wchar_t> password) {
     return password.empty() ? std::wstring() : FtpPassword::Encipher({password.data(), password.size()});
 }
@@ -250,6 +256,8 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
 }
+    refuseIf(IsLocal(setting) && BeginsAnywhereOnDrive(value),
+             L"behind the drive there must be \\, or the path begins in another folder for each program");
 
 /// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
 void Reader::CheckExtensions() {
