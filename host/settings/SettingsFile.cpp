@@ -14,6 +14,7 @@
 #include "base/Module.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
+#include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "cipher/ProtectedText.h"
@@ -80,7 +81,6 @@ bool IsPath(ValueKind kind) {
     }
 }
 
-/// Such names hide that one path lies in another.
 /// In forms in which a path begins with that of every folder that it lies in.
 std::wstring ComparableHere(const std::wstring& path) { return base::Upper(Path::WithSeparator(path)); }
 /// From the root or not, which can be one folder: the transport through HTTPS begins both at the server's
@@ -92,18 +92,19 @@ std::wstring ComparableOnServer(const std::wstring& path) {
     return comparable;
 }
 
+/// Such names hide that one path lies in another.
 bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
 }
 
-/// The form of a password in which the settings take any text.
 /// "C:x" begins in the folder of drive C: that the process is in.
 bool BeginsAnywhereOnDrive(const std::wstring& path) {
     constexpr std::size_t kRoot = 2;  // of "C:\"
     return path.find(L':') == kRoot - 1 && path.find_first_of(L"\\/") != kRoot;
 }
 
+/// The form of a password in which the settings take any text.
 std::wstring EncipheredByProgram(std::span<const wchar_t> password) {
     return password.empty() ? std::wstring() : FtpPassword::Encipher({password.data(), password.size()});
 }
@@ -124,6 +125,8 @@ private:
     void CheckExtensions();
     void CheckApart();
     void CheckSideFolders();
+    void CheckOwnFiles();
+    std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
     std::wstring Comparable(const Setting& setting) const;
     bool IsLocal(const Setting& setting) const;
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
@@ -131,8 +134,6 @@ private:
         if (!m_problems.empty()) throw SettingsError(m_problems);
     }
 
-    void CheckOwnFiles();
-    std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
     Ini m_ini{true, true, false};
     const std::string& m_text;
@@ -158,6 +159,7 @@ Settings Reader::Read() {
     CheckExtensions();
     CheckApart();
     CheckSideFolders();
+    CheckOwnFiles();
     ThrowProblems();
     return std::move(m_settings);
 }
@@ -165,7 +167,6 @@ Settings Reader::Read() {
 void Reader::CheckSections() {
     Ini::TNamesDepend sections;
     m_ini.GetAllSections(sections);
-    CheckOwnFiles();
     sections.sort(Ini::Entry::LoadOrder());
     for (const Ini::Entry& section : sections)
         if (*section.pItem == L'\0' || Find(kSectionNames, section.pItem))
@@ -255,9 +256,9 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"a comment takes a line of its own; put the value in quotes if this is none");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
-}
     refuseIf(IsLocal(setting) && BeginsAnywhereOnDrive(value),
              L"behind the drive there must be \\, or the path begins in another folder for each program");
+}
 
 /// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
 void Reader::CheckExtensions() {
@@ -313,15 +314,6 @@ void Reader::CheckSideFolders() {
                                                    L", where a run keeps what is no packet"));
 }
 
-/// The comment of a setting in a new file, in lines.
-std::wstring FileComment(const Setting& setting) {
-    constexpr std::size_t kLongestLine = 102;
-    std::wstring text = std::wstring(L"; ") + setting.comment;
-    if (*setting.fallback != L'\0') text.append(L" Default: ").append(setting.fallback);
-    for (std::size_t start = 0;;) {
-        std::size_t end = std::min(text.find(L'\n', start), text.size());
-        if (end - start > kLongestLine) end = text.rfind(L' ', start + kLongestLine);
-        if (end == text.size()) return text;
 /// What an installation works with would travel as a packet, or be replaced by one that arrives.
 void Reader::CheckOwnFiles() {
     if (const std::wstring why = WhyNotAt(m_settings.file, false); !why.empty())
@@ -351,6 +343,15 @@ std::wstring Reader::WhyNotAt(const std::wstring& path, bool isReference) const 
     return {};
 }
 
+/// The comment of a setting in a new file, in lines.
+std::wstring FileComment(const Setting& setting) {
+    constexpr std::size_t kLongestLine = 102;
+    std::wstring text = std::wstring(L"; ") + setting.comment;
+    if (*setting.fallback != L'\0') text.append(L" Default: ").append(setting.fallback);
+    for (std::size_t start = 0;;) {
+        std::size_t end = std::min(text.find(L'\n', start), text.size());
+        if (end - start > kLongestLine) end = text.rfind(L' ', start + kLongestLine);
+        if (end == text.size()) return text;
         text.replace(end, 1, L"\n; ");
         start = end + 1;
     }
@@ -363,10 +364,14 @@ base::Bytes BytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+/// Of a text that somebody is writing the settings that do not stand there yet would have other values.
 std::string SettingsText(const std::wstring& file) try {
-    return base::ReadFile(file);
-} catch (const base::Error& error) {
-    throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
+    return base::ReadUnchanging(file);
+} catch (const base::SystemError& error) {
+    throw SettingsError({L"The settings file cannot be read: " + error.failure().description +
+                         (error.Code() == ERROR_SHARING_VIOLATION
+                              ? L" Somebody writes to it; save and close it there, and run again."
+                              : L"")});
 }
 
 /// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
@@ -466,14 +471,14 @@ std::wstring CommandOfPassword(const std::wstring& file) {
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {
-    const std::string before = base::ReadFile(file);
+    const std::string before = SettingsText(file);
     std::string text = before;
     Set(text, file, setting, stored);
     Overwrite(file, before, text);
 }
 
 void WriteFtpSettings(const Settings& settings) {
-    const std::string before = base::ReadFile(settings.file);
+    const std::string before = SettingsText(settings.file);
     std::string text = before;
     for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
                                    SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>()})

@@ -1,7 +1,7 @@
 """Bad usage and bad settings are refused before anything moves, and the message names the culprit."""
 import re
 
-from support import HostTest, files_below, windows
+from support import Holder, HostTest, files_below, windows
 
 # A line of field.ini, what takes its place, and what the message must hold.
 BAD_SETTINGS = [
@@ -68,6 +68,16 @@ class SettingsTest(HostTest):
                                                   text), encoding="utf-8")
             self.assertIn("the settings file must not", self.assert_run(self.field, 2).errors)
         self.assertEqual(files_below(self.to_enterprise), {})
+
+    def test_what_somebody_is_writing_is_not_used(self):
+        self.put(self.field, "a.mdb")
+        text = self.field.settings.read_text(encoding="utf-8")
+        self.field.settings.write_text(text[:text.index("[ftp]")], encoding="utf-8")
+        writer = Holder(self, self.field.settings, "as a writer")
+        self.assertIn("Somebody writes to it", self.assert_run(self.field, 2).errors)
+        self.field.settings.write_text(text, encoding="utf-8")
+        writer.release()
+        self.assert_next_cycle_delivers()
 
     def test_what_is_not_utf_8_is_refused(self):
         good = self.field.settings.read_text(encoding="utf-8")
