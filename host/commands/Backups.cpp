@@ -117,7 +117,7 @@ int Restore(Session& session, std::vector<std::wstring> packetIds, const Setting
 int commands::Backups(const Options& options) {
     const Settings settings =
         ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckFolders, &CheckLogFile});
-    const CycleLock lock(settings.file);
+    const CycleLock lock(settings);
     // Of a run that was ended.
     KeptBackups(settings).PutBack();
     const ComApartment apartment;
