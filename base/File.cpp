@@ -42,6 +42,12 @@ std::span<Byte> OneCall(std::span<Byte> bytes) {
     return bytes.first(std::min(bytes.size(), kLargest));
 }
 
+std::string ContentOf(const File& file) {
+    std::string content(static_cast<std::size_t>(file.Size()), '\0');
+    content.resize(file.Read({reinterpret_cast<std::uint8_t*>(content.data()), content.size()}));
+    return content;
+}
+
 /// Not every file system knows this: then only our own end removes the file.
 bool SetRemovedWhenClosed(HANDLE file, bool removed) {
     FILE_DISPOSITION_INFO disposition{removed};
@@ -212,10 +218,17 @@ void File::Discard() noexcept {
 }
 
 std::string ReadFile(const std::wstring& path, Where where) {
-    const File file = File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where);
-    std::string content(static_cast<std::size_t>(file.Size()), '\0');
-    content.resize(file.Read({reinterpret_cast<std::uint8_t*>(content.data()), content.size()}));
-    return content;
+    return ContentOf(File::Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, where));
+}
+
+std::string ReadUnchanging(const std::wstring& path, Where where) {
+    std::optional<File> file;
+    const DWORD error = Persistently(FileSystem::Extended(path), [&] {
+        file = File::TryOpen(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
+        return file.has_value();
+    });
+    if (!file) throw SystemError(error, "open", path, where);
+    return ContentOf(*file);
 }
 
 void WriteNewFile(const std::wstring& path, std::string_view content, Where where) {

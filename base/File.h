@@ -96,6 +96,8 @@ private:
 
 /// The whole content of a file; others may write to it meanwhile.
 std::string ReadFile(const std::wstring& path, Where where = Where::current());
+/// The same while nobody writes to it. Who does so for a moment is waited for.
+std::string ReadUnchanging(const std::wstring& path, Where where = Where::current());
 /// Fails when the file exists.
 void WriteNewFile(const std::wstring& path, std::string_view content, Where where = Where::current());
 /// Appends to a file, which is created when it is missing; several processes may do so at once.

@@ -44,7 +44,7 @@ bool IsShare(std::wstring_view path) { return IsRooted(path) && IsRooted(path.su
 
 std::wstring Absolute(const std::wstring& base, const std::wstring& path) {
     if (HasDrive(path) || IsShare(path)) return path;
-    if (IsRooted(path) && HasDrive(base)) return base.substr(0, 2) + path;
+    if (IsRooted(path)) return Path::Drive(base) + path;
     return Path::Join(base, path);
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Console.h"
+#include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "com/ComApartment.h"
@@ -16,6 +17,8 @@
 #include "host/cycle/AwaitedForms.h"
 #include "host/cycle/CycleLock.h"
 #include "host/cycle/KeptBackups.h"
+#include "host/cycle/PacketLedger.h"
+#include "host/cycle/References.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/session/Session.h"
 #include "host/settings/SettingsChecks.h"
@@ -58,9 +61,9 @@ constexpr Use kDestroy{&Session::DestroyBackup, L"deleted", [](const std::wstrin
                            return L"The backup of packet " + packetId + L" is deleted.";
                        }};
 
-std::size_t CountBackups(const Settings& settings) {
-    return base::FilesBelow(Path::Join(settings.receive, kBackupFolder)).size();
-}
+std::wstring BackupFolder(const Settings& settings) { return Path::Join(settings.receive, kBackupFolder); }
+
+std::size_t CountBackups(const Settings& settings) { return base::FilesBelow(BackupFolder(settings)).size(); }
 
 /// Packets of several folders can have one id, of which the library knows one backup at a time.
 int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds, const Settings& settings) {
@@ -85,27 +88,46 @@ int Apply(const Use& use, Session& session, std::vector<std::wstring> packetIds,
     return code;
 }
 
-/// Paths of received files, by the ids of their packets in capitals.
-std::map<std::wstring, std::wstring> ReceivedPackets(const Settings& settings) {
-    std::map<std::wstring, std::wstring> paths;
-    const auto add = [&](const std::wstring& folder, const std::vector<base::TreeFile>& files) {
-        for (const base::TreeFile& file : files)
-            paths[base::Upper(GetPacketId(file.name))] = Path::Join(folder, file.RelativePath());
-    };
-    add(settings.receive, ReceivedFiles(settings));
-    add(kAwaitingOlder.Path(settings), AwaitingFiles(settings));
-    return paths;
+/// Why backups stay, by the ids of their packets in capitals.
+using Objections = std::map<std::wstring, std::wstring>;
+
+void AddReceived(Objections& objections, const std::wstring& folder,
+                 const std::vector<base::TreeFile>& files) {
+    for (const base::TreeFile& file : files)
+        objections.emplace(base::Upper(GetPacketId(file.name)),
+                           L"a version that was received since waits in " +
+                               Path::Join(folder, file.RelativePath()) + L"; run first");
 }
 
-/// What was received since is newer: a backup would replace it, or follow it into the inbox.
-int Restore(Session& session, std::vector<std::wstring> packetIds, const Settings& settings) {
-    const std::map<std::wstring, std::wstring> received = ReceivedPackets(settings);
+/// What is there since would be replaced. No time tells whether a file of the inbox still is the packet of
+/// the backup: one that was made of a difference has the time of its delivery.
+Objections ObjectionsToRestoring(const Settings& settings, bool isOver) {
+    Objections objections;
+    AddReceived(objections, settings.receive, ReceivedFiles(settings));
+    AddReceived(objections, kAwaitingOlder.Path(settings), AwaitingFiles(settings));
+    const PacketLedger ledger(settings);
+    const std::wstring folder = BackupFolder(settings);
+    for (const base::TreeFile& file : base::FilesBelow(folder)) {
+        const std::wstring id = base::Upper(GetPacketId(file.name));
+        const std::wstring backup = Path::Join(folder, file.RelativePath());
+        const std::wstring reference = MissingReference(file.name, settings);
+        if (!reference.empty())
+            objections.emplace(id, backup + L" needs the reference file " + reference +
+                                       L"; get that from the other side, under the same name");
+        const std::wstring delivered = Path::Join(settings.inbox, ledger.PacketIn(file).RelativePath());
+        if (!isOver && FileSystem::FileIsThere(delivered))
+            objections.emplace(id, backup + L" would replace " + delivered +
+                                       L"; take that away first, or add --over");
+    }
+    return objections;
+}
+
+int Restore(Session& session, std::vector<std::wstring> packetIds, const Settings& settings, bool isOver) {
+    const Objections objections = ObjectionsToRestoring(settings, isOver);
     const std::size_t refused = std::erase_if(packetIds, [&](const std::wstring& id) {
-        const auto newer = received.find(base::Upper(id));
-        if (newer == received.end()) return false;
-        Console::ErrorLine(L"znhost: the backup of packet " + id +
-                           L" stays: a version that was received since waits in " + newer->second +
-                           L"; run first");
+        const auto objection = objections.find(base::Upper(id));
+        if (objection == objections.end()) return false;
+        Console::ErrorLine(L"znhost: the backup of packet " + id + L" stays: " + objection->second);
         return true;
     });
     const int code = Apply(kRestore, session, std::move(packetIds), settings);
@@ -117,16 +139,16 @@ int Restore(Session& session, std::vector<std::wstring> packetIds, const Setting
 int commands::Backups(const Options& options) {
     const Settings settings =
         ReadSettingsWithoutPasswords(options.AbsolutePath(), {&CheckFolders, &CheckLogFile});
-    const CycleLock lock(settings.file);
+    const CycleLock lock(settings);
     // Of a run that was ended.
     KeptBackups(settings).PutBack();
     const ComApartment apartment;
     Session session(settings);
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
-    const auto& [action, packetId] = options.backup;
+    const auto& [action, packetId, isOver] = options.backup;
     if (action == BackupAction::List) return ListAll(packetIds);
-    if (action == BackupAction::RestoreAll) return Restore(session, packetIds, settings);
+    if (action == BackupAction::RestoreAll) return Restore(session, packetIds, settings, isOver);
     if (std::ranges::find(packetIds, packetId) == packetIds.end()) return Refuse(packetId);
-    if (action == BackupAction::Restore) return Restore(session, {packetId}, settings);
+    if (action == BackupAction::Restore) return Restore(session, {packetId}, settings, isOver);
     return Apply(kDestroy, session, {packetId}, settings);
 }

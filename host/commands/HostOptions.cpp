@@ -256,8 +256,11 @@ void Parser::AddBackupOptions(CLI::App& backups) {
     CLI::Option* const destroy = AddText(backups, "--destroy", request.packetId, "Delete a backup")
                                      ->type_name("ID")
                                      ->each(is(BackupAction::Destroy));
+    CLI::Option* const over = backups.add_flag(
+        "--over", request.isOver, "Restore also what the next run would put over a file of the inbox");
     restore->excludes(restoreAll, destroy);
     restoreAll->excludes(destroy);
+    over->excludes(destroy);
 }
 
 void Parser::AddPasswordOptions(CLI::App& password) {

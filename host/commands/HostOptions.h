@@ -10,6 +10,7 @@ enum class BackupAction { List, Restore, RestoreAll, Destroy };
 struct BackupRequest {
     BackupAction action = BackupAction::List;
     std::wstring packetId;  ///< of Restore and Destroy
+    bool isOver = false;    ///< also what would replace a file of the inbox
 };
 
 /// A server for a round through FTP.

@@ -33,7 +33,7 @@ void DryRun(RunRecord& record) {
 void RunOnce(RunRecord& record, const Options& options) {
     const Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
     if (options.run.inService) CheckNoFtpInService(settings);
-    const CycleLock lock(settings.file);
+    const CycleLock lock(settings);
     const RememberedRun remembered(record, settings);
     try {
         const ComApartment apartment;

@@ -2,16 +2,53 @@
 #include "host/cycle/CycleLock.h"
 
 #include "base/Error.h"
-#include "base/File.h"
+#include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Persistence.h"
+#include "base/SystemError.h"
+#include "host/settings/SideFolders.h"
 
-CycleLock::CycleLock(const std::wstring& settingsFile)
-    : m_file(
-          base::File::Open(settingsFile, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING)) {
+namespace {
+
+[[noreturn]] void Refuse(DWORD error, const std::wstring& subject) {
+    throw base::Error(HRESULT_FROM_WIN32(error),
+                      L"Another znhost is at work with " + subject + L"; run again when it has ended.");
+}
+
+base::File LockSettings(const std::wstring& path) {
+    base::File file = base::File::Open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING);
     OVERLAPPED place{};
     // Far behind the text, so that everybody can still read and edit that.
     place.Offset = 1u << 30;
-    if (LockFileEx(m_file.Handle(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
-        return;
-    throw base::Error(HRESULT_FROM_WIN32(GetLastError()),
-                      L"Another znhost is at work with " + settingsFile + L"; run again when it has ended.");
+    if (!LockFileEx(file.Handle(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
+        Refuse(GetLastError(), path);
+    return file;
 }
+
+/// By a file beside the folder, which nobody else can open, and which the system removes with the process.
+std::optional<base::File> LockFolder(const SideFolder& lock, const Settings& settings) try {
+    const std::wstring path = lock.Path(settings);
+    FileSystem::CreateFolders(Path::ParentFolder(path));
+    std::optional<base::File> file;
+    const auto open = [&] {
+        file = base::File::TryOpen(path, GENERIC_READ | DELETE, 0, OPEN_ALWAYS);
+        return file.has_value();
+    };
+    // A scanner or a backup program, too, may hold it for a moment.
+    const std::wstring extended = FileSystem::Extended(path);
+    const DWORD error = base::Persistently(extended, open);
+    if (file)
+        file->RemoveWhenClosed();
+    else if (base::MayPass(error, extended))
+        Refuse(error, settings.*lock.folder);
+    return file;
+} catch (const base::SystemError&) {
+    return std::nullopt;
+}
+
+}  // namespace
+
+CycleLock::CycleLock(const Settings& settings)
+    : m_settings(LockSettings(settings.file)),
+      m_send(LockFolder(kSendLock, settings)),
+      m_receive(LockFolder(kReceiveLock, settings)) {}

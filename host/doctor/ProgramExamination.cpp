@@ -1,14 +1,24 @@
-// Companion programs, the reference file, and the libraries.
+// Companion programs, the reference files, and the libraries.
 #include <windows.h>
+
+#include <map>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
+#include "base/FolderTree.h"
 #include "base/Handle.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
+#include "base/Text.h"
 #include "com/ComApartment.h"
+#include "host/console/Table.h"
+#include "host/cycle/AwaitedForms.h"
+#include "host/cycle/References.h"
+#include "host/cycle/WaitingPackets.h"
 #include "host/doctor/Examination.h"
 #include "host/session/Components.h"
+#include "host/settings/SideFolders.h"
+#include "packets/PacketName.h"
 #include "znTransporter.h"
 
 namespace {
@@ -47,6 +57,30 @@ Finding ExamineReference(const Settings& settings) {
                L"Put the reference file there that the other side has under the same name.");
 }
 
+/// Of older differences, which outlive a change of the settings.
+void ExamineOtherReferences(const Settings& settings, Findings& findings) try {
+    std::map<std::wstring, std::size_t> missing;  // how many files need each
+    const auto add = [&](const std::vector<base::TreeFile>& files) {
+        for (const base::TreeFile& file : files)
+            if (const std::wstring path = MissingReference(file.name, settings); !path.empty())
+                ++missing[path];
+    };
+    add(OfferedFiles(settings));
+    add(ReceivedFiles(settings));
+    add(AwaitingFiles(settings));
+    add(base::FilesBelow(Path::Join(settings.receive, kBackupFolder)));
+    add(base::FilesBelow(kKeptBackups.Path(settings)));
+    for (const auto& [path, count] : missing)
+        if (!base::EqualsIgnoringCase(path, settings.xdelta.referencePath))
+            findings.push_back(Bad(L"reference",
+                                   path + L" is missing: " + Counted(count, L"file") +
+                                       L" among what waits and the backups cannot be decoded without it",
+                                   L"Get it from the other side, under the same name."));
+} catch (const base::Error&) {
+    // The examinations of the folders and of the remote side tell of that.
+    return;
+}
+
 Finding ExamineLibraries(const Settings& settings) try {
     const ComApartment apartment;
     ConfigureFramework(settings);
@@ -75,6 +109,7 @@ void ExaminePrograms(const Settings& settings, Findings& findings) {
         findings.push_back(
             ExamineProgram(xdelta, L"xDelta.exe", L"differences can be neither made nor applied"));
         findings.push_back(ExamineReference(settings));
+        ExamineOtherReferences(settings, findings);
     }
     findings.push_back(ExamineLibraries(settings));
 }

@@ -14,6 +14,7 @@
 #include "base/Module.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
+#include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
 #include "cipher/ProtectedText.h"
@@ -80,10 +81,27 @@ bool IsPath(ValueKind kind) {
     }
 }
 
+/// In forms in which a path begins with that of every folder that it lies in.
+std::wstring ComparableHere(const std::wstring& path) { return base::Upper(Path::WithSeparator(path)); }
+/// From the root or not, which can be one folder: the transport through HTTPS begins both at the server's
+/// address, and many a login begins at the root. Servers of Windows do not tell letter cases apart.
+std::wstring ComparableOnServer(const std::wstring& path) {
+    std::wstring comparable = L"/";
+    for (const wchar_t letter : base::Upper(path) + L'/')
+        if (letter != L'/' || comparable.back() != L'/') comparable += letter;
+    return comparable;
+}
+
 /// Such names hide that one path lies in another.
 bool HoldsRelativeName(const std::wstring& path) {
     const std::wstring names = L"/" + path + L"/";
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
+}
+
+/// "C:x" begins in the folder of drive C: that the process is in.
+bool BeginsAnywhereOnDrive(const std::wstring& path) {
+    constexpr std::size_t kRoot = 2;  // of "C:\"
+    return path.find(L':') == kRoot - 1 && path.find_first_of(L"\\/") != kRoot;
 }
 
 /// The form of a password in which the settings take any text.
@@ -107,6 +125,8 @@ private:
     void CheckExtensions();
     void CheckApart();
     void CheckSideFolders();
+    void CheckOwnFiles();
+    std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
     std::wstring Comparable(const Setting& setting) const;
     bool IsLocal(const Setting& setting) const;
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
@@ -139,6 +159,7 @@ Settings Reader::Read() {
     CheckExtensions();
     CheckApart();
     CheckSideFolders();
+    CheckOwnFiles();
     ThrowProblems();
     return std::move(m_settings);
 }
@@ -235,6 +256,8 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"a comment takes a line of its own; put the value in quotes if this is none");
     refuseIf(IsLocal(setting) && value.find_first_of(L"*?\"<>|") != std::wstring::npos,
              L"the path holds a character that no path may hold");
+    refuseIf(IsLocal(setting) && BeginsAnywhereOnDrive(value),
+             L"behind the drive there must be \\, or the path begins in another folder for each program");
 }
 
 /// A packet is decoded by the encoder of its extension: two equal ones would leave it as it travels.
@@ -255,8 +278,7 @@ void Reader::CheckExtensions() {
 /// In a form in which a folder begins with the path of every folder that it lies in.
 std::wstring Reader::Comparable(const Setting& setting) const {
     const std::wstring path = setting.text(m_settings);
-    if (IsLocal(setting)) return base::Upper(Path::WithSeparator(path));
-    return path.ends_with(L'/') ? path : path + L'/';
+    return IsLocal(setting) ? ComparableHere(path) : ComparableOnServer(path);
 }
 
 /// A folder inside another one, or named twice, would send packets in a circle.
@@ -286,10 +308,39 @@ void Reader::CheckSideFolders() {
     for (const Setting& setting : kSettings)
         for (const SideFolder& side : kSideFolders)
             if (HoldsPackets(setting.kind) &&
-                Comparable(setting).starts_with(base::Upper(Path::WithSeparator(side.Path(m_settings)))))
+                Comparable(setting).starts_with(ComparableHere(side.Path(m_settings))))
                 m_problems.push_back(Complaint(m_settings, setting,
                                                L"the folder must not be or lie in " + side.Path(m_settings) +
                                                    L", where a run keeps what is no packet"));
+}
+
+/// What an installation works with would travel as a packet, or be replaced by one that arrives.
+void Reader::CheckOwnFiles() {
+    if (const std::wstring why = WhyNotAt(m_settings.file, false); !why.empty())
+        Complain(L"the settings file " + why);
+    for (const Setting& setting : kSettings) {
+        const std::wstring path = setting.text(m_settings);
+        if (!IsLocal(setting) || HoldsPackets(setting.kind) || path.empty()) continue;
+        const std::wstring why = WhyNotAt(path, setting.kind == ValueKind::Reference);
+        if (!why.empty()) m_problems.push_back(Complaint(m_settings, setting, L"it " + why));
+    }
+}
+
+/// Why something other than packets must not lie at a path; empty where it may. A new reference file can
+/// travel as a packet, and be used where packets are kept.
+std::wstring Reader::WhyNotAt(const std::wstring& path, bool isReference) const {
+    const std::wstring comparable = ComparableHere(path);
+    for (const Setting& folder : kSettings) {
+        const bool keeps =
+            &folder == &SettingOf<&Settings::sent>() || &folder == &SettingOf<&Settings::inbox>();
+        if (HoldsPackets(folder.kind) && IsLocal(folder) && !folder.text(m_settings).empty() &&
+            !(isReference && keeps) && comparable.starts_with(Comparable(folder)))
+            return L"must not lie in the folder of " + folder.Title() + L", where every file is a packet";
+    }
+    for (const SideFolder& side : kSideFolders)
+        if (comparable.starts_with(ComparableHere(side.Path(m_settings))))
+            return L"must not be or lie in " + side.Path(m_settings) + L", which belongs to the transport";
+    return {};
 }
 
 /// The comment of a setting in a new file, in lines.
@@ -313,10 +364,14 @@ base::Bytes BytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+/// Of a text that somebody is writing the settings that do not stand there yet would have other values.
 std::string SettingsText(const std::wstring& file) try {
-    return base::ReadFile(file);
-} catch (const base::Error& error) {
-    throw SettingsError({L"The settings file cannot be read: " + error.failure().description});
+    return base::ReadUnchanging(file);
+} catch (const base::SystemError& error) {
+    throw SettingsError({L"The settings file cannot be read: " + error.failure().description +
+                         (error.Code() == ERROR_SHARING_VIOLATION
+                              ? L" Somebody writes to it; save and close it there, and run again."
+                              : L"")});
 }
 
 /// A value as files hold it: quotes around it keep blanks, or quotes, at its ends.
@@ -416,14 +471,14 @@ std::wstring CommandOfPassword(const std::wstring& file) {
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {
-    const std::string before = base::ReadFile(file);
+    const std::string before = SettingsText(file);
     std::string text = before;
     Set(text, file, setting, stored);
     Overwrite(file, before, text);
 }
 
 void WriteFtpSettings(const Settings& settings) {
-    const std::string before = base::ReadFile(settings.file);
+    const std::string before = SettingsText(settings.file);
     std::string text = before;
     for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
                                    SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>()})

@@ -22,7 +22,7 @@ bool HoldsPasswordOfAccount(const std::wstring& file);
 /// What a user types to write a password that every account of the computer can decipher.
 std::wstring CommandOfPassword(const std::wstring& file);
 /// Writes a password, in the form in which it is stored, into the settings' file, of which all else stays.
-/// Throws base::Error; then the file stays as it is.
+/// Throws base::Error, and SettingsError when the file cannot be read; then it stays as it is.
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored);
 
 /// Writes the FTP server, its login and the remote folders into the settings' file, the password enciphered

@@ -28,6 +28,10 @@ inline constexpr SideFolder kReceiveThroughHttps{&Settings::receive, L".https"};
 
 /// A file: what became of the last run.
 inline constexpr SideFolder kStatus{&Settings::send, L".status"};
+/// Files: held by the run that works with the folder.
+inline constexpr SideFolder kSendLock{&Settings::send, L".lock"};
+inline constexpr SideFolder kReceiveLock{&Settings::receive, L".lock"};
 
-inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups,      kAwaitingOlder,      kRefused,
-                                            kStatus,        kSendThroughHttps, kReceiveThroughHttps};
+inline constexpr std::array kSideFolders = {kOlderVersions, kKeptBackups,      kAwaitingOlder,
+                                            kRefused,       kStatus,           kSendLock,
+                                            kReceiveLock,   kSendThroughHttps, kReceiveThroughHttps};

@@ -12,12 +12,20 @@ class BackupTest(HostTest):
         return self.assert_ends(code, "backups", self.enterprise.settings, *arguments)
 
     def test_a_packet_comes_back_from_its_backup(self):
+        self.field.change("encoder", "zip")
         self.put(self.field, "a.mdb", "sub/b~1.mdb")
         self.assert_next_cycle_delivers()
         self.assertEqual(self.backups().output.split(), ["a", "b", "2", "packets", "with", "a", "backup"])
         (self.enterprise.inbox / "a.mdb").unlink()
-        (self.enterprise.inbox / "sub" / "b~1.mdb").write_bytes(b"damaged")
-        self.backups("--restore-all")
+        since = self.enterprise.inbox / "sub" / "b~1.mdb"
+        since.write_bytes(b"a week of work, or damaged")
+        why = f"{windows(self.folder / 'sub' / 'b~1.mdb.afz')} would replace {windows(since)}; take that away first"
+        for option in (("--restore-all",), ("--restore", "b")):
+            self.assertIn(why, self.backups(*option, code=1).errors)
+            self.assert_run(self.enterprise)
+            self.assertEqual(since.read_bytes(), b"a week of work, or damaged")
+        self.assertTrue((self.enterprise.inbox / "a.mdb").is_file())
+        self.backups("--restore", "b", "--over")
         self.assert_run(self.enterprise)
         self.assert_delivered()
         self.backups("--destroy", "a")
@@ -33,7 +41,7 @@ class BackupTest(HostTest):
 
     def test_packets_of_several_folders_that_have_one_id(self):
         self.put(self.field, "a.mdb", "sub/a.mdb", "b.mdb")
-        for option in (("--restore-all",), ("--restore", "a"), ("--destroy", "a")):
+        for option in (("--restore-all", "--over"), ("--restore", "a", "--over"), ("--destroy", "a")):
             self.assert_next_cycle_delivers()
             left = set() if option[0] == "--restore-all" else {"b.mdb"}
             self.assertEqual(self.backups(*option).output.count("a is "), 1)
@@ -48,13 +56,14 @@ class BackupTest(HostTest):
             since.write_bytes(b"since")
             for option in (("--restore", "a"), ("--restore-all",)):
                 self.assertIn(f"a version that was received since waits in {windows(since)}; run first",
-                              self.backups(*option, code=1).errors)
+                              self.backups(*option, "--over", code=1).errors)
             self.assertEqual(files_below(self.folder).keys(), {"a.mdb"})
             since.unlink()
 
     def test_a_backup_that_is_in_use(self):
         self.put(self.field, "a.mdb")
         self.assert_next_cycle_delivers()
+        (self.enterprise.inbox / "a.mdb").unlink()
         holder = Holder(self, self.folder / "a.mdb")
         for option, what in (("--restore", "moved into the receive folder"), ("--destroy", "deleted")):
             self.assertIn(f"the backup of packet a cannot be {what} and stays",
@@ -82,7 +91,7 @@ class BackupTest(HostTest):
         self.assert_next_cycle_delivers()
         self.assertEqual(older.read_bytes(), packet)
         # Back from one volume to the other.
-        self.backups("--restore", "a")
+        self.backups("--restore", "a", "--over")
         self.assertEqual(files_below(self.folder), {})
         self.assert_next_cycle_delivers()
 

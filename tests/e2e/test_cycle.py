@@ -4,7 +4,7 @@ import shutil
 import signal
 
 import support
-from support import HostTest, ScratchTest, files_below, finish, size_of, start, wait_until, windows
+from support import HostTest, ScratchTest, Side, count_below, files_below, finish, run, size_of, start, wait_until, windows
 
 NAMES = ["a.mdb", "b.xml", "with blanks.mdb", "1234~2.mdb", "no extension", "Größe 5 µm.xml",
          "north/district 7/deep.mdb", "empty.mdb"]
@@ -52,6 +52,38 @@ class CycleTest(HostTest):
         self.assertIn("Another znhost is at work with", refused.errors)
         self.assert_run(self.enterprise)
         self.assert_delivered()
+
+    def test_a_run_with_the_send_or_receive_folder_of_another_one_is_refused(self):
+        def attempt(load):
+            self.field.change("remote_send", self.enterprise.receive)  # which hinders nobody
+            others = [self.other_settings(key) for key in ("send", "receive")]
+            self.put_many(40 * load, 20_000, self.field.send)
+            first = self.start_run(self.field)
+            wait_until(lambda: count_below(self.enterprise.receive) > 0, first)
+            first.send_signal(signal.SIGSTOP)
+            outcomes = [run("run", settings) for settings in others]
+            neighbour = self.enterprise.run()
+            first.kill()
+            first.send_signal(signal.SIGCONT)
+            first.wait()
+            self.assertNotIn("Another znhost", neighbour.errors)
+            return all(outcome.code for outcome in outcomes) and outcomes
+
+        for folder, outcome in zip(("send", "receive"), self.in_time(attempt)):
+            self.assertIn(f"Another znhost is at work with {windows(getattr(self.field, folder))};", outcome.errors)
+        self.assert_next_cycle_delivers()
+        self.assertEqual([str(path) for path in self.root.rglob("*.lock")], [])
+
+    def other_settings(self, shared):
+        """Settings of which one folder is that of the field."""
+        other = Side(self.root, "field")
+        other.settings = self.root / f"{shared}.ini"
+        text = self.field.settings.read_text(encoding="utf-8")
+        other.settings.write_text(text.replace("= field\\", "= other\\").replace("= share\\", "= other\\share\\"),
+                                  encoding="utf-8")
+        other.change(shared, getattr(self.field, shared))
+        (self.root / "other" / "outbox").mkdir(parents=True, exist_ok=True)
+        return other.settings
 
     def test_sent_files_are_archived_and_replace_older_ones(self):
         for content in (b"old", b"new"):

@@ -421,6 +421,24 @@ class DifferenceTest(EncoderCase):
         self.assert_trouble(self.field, {("out", "a.mdb"): "not added"})
         self.assertIn("Run the Tulrec application", self.field.log)
 
+    def test_a_backup_stays_where_it_is_while_its_reference_is_missing(self):
+        self.enterprise.change("backups", "yes")
+        self.put(self.field, "a.mdb", content=self.base + b"since")
+        self.assert_next_cycle_delivers()
+        (self.enterprise.inbox / "a.mdb").unlink()
+        self.enterprise.change("reference_path", self.enterprise.reference.rename(
+            self.enterprise.reference.with_name("Base 2.AXR")))
+        missing = windows(self.enterprise.reference)
+        self.assertIn(f"needs the reference file {missing}; get that",
+                      self.assert_ends(1, "backups", self.enterprise.settings, "--restore", "a").errors)
+        self.assertEqual(files_below(self.enterprise.receive).keys(), {"Backup/a.mdb~Base 1.axd"})
+        self.assertIn(f"{missing} is missing: 1 file", self.assert_ends(1, "doctor", self.enterprise.settings).output)
+        self.enterprise.reference.write_bytes(self.base)
+        self.assert_ends(0, "doctor", self.enterprise.settings)
+        self.assert_ends(0, "backups", self.enterprise.settings, "--restore", "a")
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
+
     def test_each_side_decodes_what_the_other_chose(self):
         self.enterprise.change("encoder", "zip")
         self.put(self.field, "a.mdb", content=self.base + b"up")

@@ -198,10 +198,14 @@ class SiteTest(FtpHostTest):
             self.assertIn(text, self.verify(1).errors)
 
     def test_remote_folders_that_hold_each_other_would_send_packets_in_a_circle(self):
-        for send, receive in (("packets/up", "packets"), ("/", "/down"), ("same", "same/")):
-            self.field.change("remote_send", send)
-            self.field.change("remote_receive", receive)
-            self.assertIn("must not be or lie in that of", self.assert_run(self.field, 2).errors)
+        for transport in ("ftp", "https"):
+            self.field.change("transport", transport)
+            for send, receive in (("packets/up", "packets"), ("/", "/down"), ("same", "same/"), ("same", "/same"),
+                                  ("same", "same//"), ("/a", "a/b"), ("In", "in"), ("a//b", "/a")):
+                with self.subTest(transport=transport, send=send, receive=receive):
+                    self.field.change("remote_send", send)
+                    self.field.change("remote_receive", receive)
+                    self.assertIn("must not be or lie in that of", self.assert_run(self.field, 2).errors)
         for path in ("..", "same/../up", "./up"):
             self.field.change("remote_send", path)
             self.assertIn("must hold no . and no ..", self.assert_run(self.field, 2).errors)

@@ -161,7 +161,7 @@ class LoopTest(JsonTest):
         def state():
             watch.stdin.write(b"\n")
             watch.stdin.flush()
-            files = {name for name in files_below(self.root) if not name.endswith(".arriving")}
+            files = {name for name in files_below(self.root) if not name.endswith((".arriving", ".lock"))}
             return watch.stdout.readline().split(), self.user_settings(), work_folders(), files
 
         for _ in range(20):

@@ -1,5 +1,7 @@
 """Bad usage and bad settings are refused before anything moves, and the message names the culprit."""
-from support import HostTest
+import re
+
+from support import Holder, HostTest, files_below, windows
 
 # A line of field.ini, what takes its place, and what the message must hold.
 BAD_SETTINGS = [
@@ -22,6 +24,11 @@ BAD_SETTINGS = [
     ("send = field\\send", "send = Y:\\", "[folders] send = Y:\\: the folder must not be the root"),
     ("receive = field\\receive", "receive = \\\\server\\share", "[folders] receive", "must not be the root"),
     ("inbox = field\\inbox", "inbox = field\\receive.refused\\in", "[folders] inbox", "receive.refused, where a run"),
+    ("receive = field\\receive", "receive = c:receive", "[folders] receive = c:receive", "behind the drive"),
+    ("file = field.log", "file = field\\OUTBOX\\field.log", "[log] file", "must not lie in the folder of [folders] outbox"),
+    ("file = field.log", "file = field\\send.status", "[log] file", "send.status, which belongs to the transport"),
+    ("reference_path = ", "reference_path = share\\to-field\\Base.AXR", "[xdelta] reference_path", "[folders] remote_receive"),
+    ("zip_util_location = ", "zip_util_location = field\\inbox\\bin", "[zip] zip_util_location", "[folders] inbox"),
     ("inbox = field\\inbox", "inbox = field\\inbox ; the office", "[folders] inbox", "line of its own"),
     ("outbox = field\\outbox", "outbox = nowhere", "[folders] outbox", "no such folder"),
     ("out_extension = .afz", "out_extension = .zipx", "[zip] out_extension = .zipx", "a dot and three"),
@@ -49,6 +56,28 @@ class SettingsTest(HostTest):
                 for message in messages:
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
+
+    def test_the_settings_file_is_no_packet(self):
+        self.field.change("reference_path", self.field.inbox / "Base.AXR")
+        self.assert_run(self.field)
+        text = self.field.settings.read_text(encoding="utf-8")
+        for folder in (self.field.outbox, self.to_field, self.field.receive.with_name("receive.refused")):
+            folder.mkdir(exist_ok=True)
+            self.field.settings = folder / "field.ini"
+            self.field.settings.write_text(re.sub(r"= (field[\\.]|share)", lambda found: f"= {windows(self.root)}\\{found[1]}",
+                                                  text), encoding="utf-8")
+            self.assertIn("the settings file must not", self.assert_run(self.field, 2).errors)
+        self.assertEqual(files_below(self.to_enterprise), {})
+
+    def test_what_somebody_is_writing_is_not_used(self):
+        self.put(self.field, "a.mdb")
+        text = self.field.settings.read_text(encoding="utf-8")
+        self.field.settings.write_text(text[:text.index("[ftp]")], encoding="utf-8")
+        writer = Holder(self, self.field.settings, "as a writer")
+        self.assertIn("Somebody writes to it", self.assert_run(self.field, 2).errors)
+        self.field.settings.write_text(text, encoding="utf-8")
+        writer.release()
+        self.assert_next_cycle_delivers()
 
     def test_what_is_not_utf_8_is_refused(self):
         good = self.field.settings.read_text(encoding="utf-8")

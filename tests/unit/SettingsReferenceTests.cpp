@@ -23,9 +23,10 @@ constexpr const wchar_t* kIntroduction =
     L"explanations as comments. Double quotes around a value are no part of it, but keep blanks at its "
     L"ends.\n\n"
     L"Paths are absolute, or relative to the settings file, and hold none of `* ? \" < > |`. No folder of\n"
-    L"`[folders]` may be or lie in another one. The extensions that encoded packets get differ from each "
-    L"other\n"
-    L"and from those of the packets that are encoded.\n";
+    L"`[folders]` may be or lie in another one, and settings file, log, reference file and programs lie in\n"
+    L"none; only a reference file may lie in `sent` or `inbox`. The extensions that encoded packets get "
+    L"differ\n"
+    L"from each other and from those of the packets that are encoded.\n";
 
 std::wstring Code(const wchar_t* text) { return std::wstring(L"`") + text + L"`"; }
 

@@ -32,6 +32,12 @@ TEST_F(Files, TellsFilesFromFolders) {
     EXPECT_THAT(WhyThrown([&] { FileSystem::List(temp / L"missing"); }), HasSubstr(temp / L"missing"));
 }
 
+TEST_F(Files, PathsBeginAtTheRootOfWhatTheirBaseLiesOn) {
+    EXPECT_EQ(FileSystem::FullPath(L"C:\\base", L"\\x"), L"C:\\x");
+    EXPECT_EQ(FileSystem::FullPath(L"\\\\server\\share\\base", L"\\x"), L"\\\\server\\share\\x");
+    EXPECT_EQ(FileSystem::FullPath(L"\\\\server\\share\\base", L"x\\"), L"\\\\server\\share\\base\\x");
+}
+
 TEST_F(Files, ATemporaryFolderThatTheSystemRefusesIsNamed) {
     std::wstring deep = temp.Path();
     while (deep.size() < MAX_PATH)
