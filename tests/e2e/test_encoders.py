@@ -131,14 +131,19 @@ class ZipTest(EncoderCase):
     def test_work_files_of_a_host_that_was_ended_are_removed(self):
         # Of no process, and whole when it appears: other hosts may run, and remove it first.
         name = f"znhost-work-{4294967292 - 4 * random.randrange(10_000)}"
-        abandoned = [folder / name for folder in temporary_folders()]
+        abandoned = [folder / f"{name}{end}" for folder in temporary_folders() for end in ("", "-42")]
+        links = [folder / f"{name}-link" for folder in temporary_folders()]
         for folder in abandoned:
             made = folder.with_name(self.scratch.name)
             made.mkdir()
             (made / "a.mdb.afz").write_bytes(b"part of an archive")
             made.rename(folder)
+        for link in links:
+            link.symlink_to(self.put(self.field, "of somebody.mdb", folder=self.scratch / "elsewhere").parent)
+            self.addCleanup(link.unlink, missing_ok=True)
         self.assert_run(self.field)
-        self.assertIn(False, [folder.exists() for folder in abandoned])
+        self.assertEqual(sum(not folder.exists() for folder in abandoned), 2)
+        self.assertEqual(files_below(self.scratch / "elsewhere").keys(), {"of somebody.mdb"})
 
     def end_deliveries(self, count):
         """Ends the host during deliveries: one at each step of a delivery, and then more and more after the steps."""
