@@ -1,8 +1,10 @@
 // The command run.
+#include "base/Console.h"
 #include "base/SystemError.h"
 #include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
+#include "host/console/Desktop.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/CycleLock.h"
@@ -30,9 +32,19 @@ void DryRun(RunRecord& record) {
               PlanCycle(ReadSettingsWithoutPasswords(record.settings, {&CheckFolders, &CheckPrograms})));
 }
 
+/// A message box that nobody sees waits for good.
+void AskNobodyUnseen(Settings& settings, const Options& options) {
+    if (!settings.userInterface || (!options.run.inService && ShowsWindows())) return;
+    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::userInterface>(),
+                                               L"nobody would see message boxes here, so that this cycle "
+                                               L"shows none; set it to no"));
+    settings.userInterface = false;
+}
+
 void RunOnce(RunRecord& record, const Options& options) {
-    const Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
     if (options.run.inService) CheckNoFtpInService(settings);
+    AskNobodyUnseen(settings, options);
     const CycleLock lock(settings.file);
     const RememberedRun remembered(record, settings);
     try {
