@@ -66,9 +66,7 @@ void Tell(const RunRecord& record, const Options& options) {
 
 /// A line, or an object for programs, tells of a run without a cycle, too. Throws what ends the run: beside a
 /// line there is nothing more to tell.
-[[noreturn]] void EndWithoutCycle(RunRecord& record, const Options& options, const std::wstring& failure,
-                                  int exitCode) {
-    EndRecord(record, failure);
+[[noreturn]] void EndWithoutCycle(const RunRecord& record, const Options& options, int exitCode) {
     const ReportForm form = FormOf(options);
     if (form == ReportForm::Json || form == ReportForm::Line) PrintReport(record, form);
     if (form == ReportForm::Line) throw Ended{exitCode};
@@ -94,9 +92,12 @@ int commands::Run(const Options& options) {
         else
             RunOnce(record, options);
     } catch (const SettingsError& error) {
-        EndWithoutCycle(record, options, error.Text(), kBadUsage);
+        EndRecord(record, error.Text());
+        if (!record.isDryRun) RememberNoCycle(record);
+        EndWithoutCycle(record, options, kBadUsage);
     } catch (...) {
-        EndWithoutCycle(record, options, base::CurrentFailure().description, kSomethingLeft);
+        EndRecord(record, base::CurrentFailure().description);
+        EndWithoutCycle(record, options, kSomethingLeft);
     }
     Tell(record, options);
     return ExitCodeOf(record, options);

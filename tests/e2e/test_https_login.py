@@ -98,7 +98,7 @@ class PasswordTest(HttpsHostTest):
                 self.assertIn("znhost password --machine \"Z:", outcome.errors)
                 self.assertNotIn(bad, outcome.errors)
         # Nobody needs it to look.
-        self.assertIn("waiting", self.assert_ends(0, "status", self.field.settings, "--json").output)
+        self.assertIn("no_cycle", self.assert_ends(1, "status", self.field.settings, "--json").output)
         for command in (["list"], ["backups"], ["config"], ["run", "--dry-run"]):
             self.assert_ends(0, command[0], self.field.settings, *command[1:])
         self.assertEqual(self.encipher(password="geh€im".encode()).code, 0)
