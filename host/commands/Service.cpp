@@ -78,7 +78,7 @@ int commands::InstallService(const Options& options) {
         options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
     CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
-                       .title = L"Packet transport (" + Path::BaseName(settings.file) + L")",
+                       .title = L"Packet transport (" + NameOf(options) + L")",
                        .purpose = L"Sends and receives packets every " + request.every + L", as " +
                                   settings.file + L" says.",
                        .commandLine = CommandLine(options, settings.file),

@@ -31,6 +31,8 @@ std::wstring AdviceFor(DWORD code) {
         return L" \"znhost service install\" makes it.";
     case ERROR_SERVICE_EXISTS:
         return L" Remove it first if it runs with these settings, or else give another one with --name.";
+    case ERROR_DUPLICATE_SERVICE_NAME:
+        return L" Another service is shown under this one's name or title; choose another one with --name.";
     case ERROR_SERVICE_MARKED_FOR_DELETE:
         return L" It goes when everything that shows services, such as their console, is closed.";
     case ERROR_INVALID_SERVICE_ACCOUNT:
