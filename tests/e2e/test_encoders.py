@@ -31,6 +31,18 @@ class EncoderCase(HostTest):
     def travelling(self):
         return sorted(path.relative_to(self.to_enterprise).as_posix() for path in self.to_enterprise.rglob("*.*"))
 
+    def start_endless(self, program):
+        """A run with a program that would go on for half a minute, what is there as long as that runs, and what it makes then."""
+        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / program)
+        self.field.change(f"{self.encoder}_util_location", self.scratch)
+        self.put(self.field, "a.mdb")
+        running, never, late = (self.scratch / name for name in ("running", "never", "late"))
+        steps = f"hold {windows(running)}|await {windows(never)}|write {windows(late)}*an older version"
+        process = start("run", self.field.settings, env=os.environ | {"CHILD": steps})
+        self.addCleanup(process.kill)
+        wait_until(running.exists, process)
+        return process, running, late
+
     def row(self, outcome, packet):
         """Cells of a packet's line in the table."""
         lines = [line for line in outcome.output.splitlines() if f" {packet} " in line]
@@ -104,6 +116,13 @@ class ZipTest(EncoderCase):
             make(self.to_enterprise / f"{name}.mdb.afz")
             self.assert_run(self.enterprise, 1)
             self.assert_delivered()
+
+    def test_a_program_beyond_its_time_ends_with_the_host(self):
+        self.field.change("zip.timeout", 1)
+        process, running, late = self.start_endless("Zip.exe")
+        self.assertEqual(finish(process).code, 1)
+        wait_until(lambda: not running.exists())
+        self.assertFalse(late.exists())
 
     def test_an_empty_packet_stays_in_the_outbox(self):
         self.put(self.field, "empty.mdb", content=b"")
@@ -204,14 +223,7 @@ class DifferenceTest(EncoderCase):
         self.assert_delivered()
 
     def test_a_program_ends_with_the_host_that_is_killed(self):
-        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / "xDelta.exe")
-        self.field.change("xdelta_util_location", self.scratch)
-        self.put(self.field, "a.mdb")
-        running, never, late = (self.scratch / name for name in ("running", "never", "late"))
-        steps = f"hold {windows(running)}|await {windows(never)}|write {windows(late)}*an older version"
-        process = start("run", self.field.settings, env=os.environ | {"CHILD": steps})
-        self.addCleanup(process.kill)
-        wait_until(running.exists, process)
+        process, running, late = self.start_endless("xDelta.exe")
         process.kill()
         process.wait()
         wait_until(lambda: not running.exists())
