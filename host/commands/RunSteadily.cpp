@@ -6,6 +6,7 @@
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
+#include "host/console/UnmarkedConsole.h"
 #include "host/loop/CycleProcess.h"
 #include "host/loop/Interval.h"
 #include "host/loop/Loop.h"
@@ -32,6 +33,7 @@ int commands::RunSteadily(const Options& options) {
     const std::wstring settings = options.AbsolutePath();
     CheckAtTheBeginning(settings);
     const Interrupt interrupt;
+    const UnmarkedConsole console;
     LoopRequest request{.settings = settings,
                         .interval = *IntervalOf(options.run.every),
                         .stop = Interrupt::Event(),
