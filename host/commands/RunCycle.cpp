@@ -12,6 +12,7 @@
 #include "host/record/RunInProgress.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
+#include "host/service/ServiceLog.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsError.h"
 
@@ -58,17 +59,23 @@ void RunOnce(RunRecord& record, const Options& options) {
     }
 }
 
+/// A service whose log cannot be opened has only that of Windows, where failures alone belong.
+void Print(const RunRecord& record, const Options& options) {
+    if (!options.run.inService || Console::IsThere()) return PrintReport(record, FormOf(options));
+    if (record.end != RunEnd::Complete) TellWindows(record.settings + L": " + LineOf(record));
+}
+
 /// Of a complete cycle a loop that is to be quiet says nothing.
 void Tell(const RunRecord& record, const Options& options) {
     const bool isComplete = record.end == RunEnd::Complete;
-    if (!(IsOfLoop(options) && options.run.quiet && isComplete)) PrintReport(record, FormOf(options));
+    if (!(IsOfLoop(options) && options.run.quiet && isComplete)) Print(record, options);
 }
 
 /// A line, or an object for programs, tells of a run without a cycle, too. Throws what ends the run: beside a
 /// line there is nothing more to tell.
 [[noreturn]] void EndWithoutCycle(const RunRecord& record, const Options& options, int exitCode) {
     const ReportForm form = FormOf(options);
-    if (form == ReportForm::Json || form == ReportForm::Line) PrintReport(record, form);
+    if (form == ReportForm::Json || form == ReportForm::Line) Print(record, options);
     if (form == ReportForm::Line) throw Ended{exitCode};
     throw;
 }

@@ -5,8 +5,10 @@
 
 #include "base/Console.h"
 #include "base/Error.h"
+#include "base/File.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/Text.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -63,6 +65,16 @@ void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
         throw SettingsError(
             {settings + L": a password was enciphered for your account alone, and the service runs as " +
              account + L"; write it anew for all of this computer: " + CommandOfPassword(settings)});
+}
+
+/// Without rights to the settings, and to a log that would tell of that, a service would work for nothing.
+/// What else is wrong with either may be right with the next cycle.
+DWORD ObstacleFor(const std::wstring& settings, const ServiceLog& log) try {
+    base::ReadFile(settings);
+    return NO_ERROR;
+} catch (const base::SystemError& error) {
+    const bool lacksRights = error.Code() == ERROR_ACCESS_DENIED && !log.CanBeWritten();
+    return lacksRights ? ERROR_ACCESS_DENIED : NO_ERROR;
 }
 
 ServiceStart StartOf(const std::wstring& word) {
@@ -124,10 +136,11 @@ int commands::RunService(const Options& options) {
                         .openOutput = [&] { return log.Open(); },
                         .tell = [&](const std::wstring& line) { log.Write(line); }};
     const auto timeToStop = std::chrono::milliseconds(kTimeToStop);
-    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()), [&] {
-        log.Write(L"the service has started");
-        RunLoop(request);
-        log.Write(L"the service has stopped");
-    });
+    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()),
+                 ObstacleFor(request.settings, log), [&] {
+                     log.Write(L"the service has started");
+                     RunLoop(request);
+                     log.Write(L"the service has stopped");
+                 });
     return kAllDelivered;
 }

@@ -108,6 +108,18 @@ class ServiceTest(HostTest):
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
         self.service("stop")
 
+    def test_an_account_without_rights(self):
+        self.service("install", "--every", "1s")
+        self.field.settings.unlink()
+        # To open a folder as a file is denied.
+        self.field.settings.mkdir()
+        self.service("start")
+        self.service("stop")
+        self.assertIn("no cycle: The settings file cannot be read", self.told())
+        self.log_of_service.unlink()
+        self.log_of_service.mkdir()
+        self.assertIn("neither read the settings nor write a log", self.service("start", code=1).errors)
+
     def test_what_is_refused(self):
         self.change_to_ftp()
         self.assertIn("let the Task Scheduler", self.service("install", code=2).errors)
