@@ -86,8 +86,9 @@ ServiceStart StartOf(const std::wstring& word) {
 
 int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
-    const Settings settings = ReadSettings(
-        options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
+    const Settings settings =
+        ReadSettings(options.AbsolutePath(), {&CheckNoFtpInService, &CheckNoNetworkDrives, &CheckFolders,
+                                              &CheckLogFile, &CheckPrograms});
     CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
                        .title = L"Packet transport (" + NameOf(options) + L")",
