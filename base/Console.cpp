@@ -64,6 +64,8 @@ size_t Width() {
 
 bool IsInteractive() { return IsConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 
+bool IsThere() { return GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) != FILE_TYPE_UNKNOWN; }
+
 void Line(std::wstring_view text) {
     RemoveTransient();
     Write(STD_OUTPUT_HANDLE, std::wstring(text) + L"\n");

@@ -8,8 +8,9 @@ namespace base {
 
 inline constexpr UINT kAskNobody = SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX;
 
-/// In this process, and those that it starts.
-inline void AskNobody() noexcept { SetErrorMode(SetErrorMode(0) | kAskNobody); }
+/// In this process, and those that it starts; not even whether to close it when it crashes. A library leaves
+/// that to its host.
+inline void AskNobody() noexcept { SetErrorMode(SetErrorMode(0) | kAskNobody | SEM_NOGPFAULTERRORBOX); }
 
 /// On this thread, while it exists.
 class QuietThread {

@@ -182,13 +182,12 @@ void CreateFolders(const std::wstring& path, Where where) {
 }
 
 void DeleteTree(const std::wstring& folder, Where where) {
+    if (IsLink(folder)) return RemoveFolder(folder, where);
     const Listing listing = List(folder, where);
     for (const FileEntry& file : listing.files)
         DeleteFile(Path::Join(folder, file.name), ReadOnlyFiles::Keep, where);
-    for (const std::wstring& name : listing.folders) {
-        const std::wstring path = Path::Join(folder, name);
-        IsLink(path) ? RemoveFolder(path, where) : DeleteTree(path, where);
-    }
+    for (const std::wstring& name : listing.folders)
+        DeleteTree(Path::Join(folder, name), where);
     RemoveFolder(folder, where);
 }
 

@@ -65,7 +65,7 @@ void List(const std::wstring& folder, Listing& listing, Where where = Where::cur
 void CreateFolder(const std::wstring& path, Where where = Where::current());
 /// Creates a folder with those above it, as far as they are missing.
 void CreateFolders(const std::wstring& path, Where where = Where::current());
-/// Deletes a folder with all that is in it; what a link leads to is not.
+/// Deletes a folder with all that is in it. Of a link, also in the place of the folder, only the link goes.
 void DeleteTree(const std::wstring& folder, Where where = Where::current());
 
 enum class ReadOnlyFiles { Keep, Delete };

@@ -39,6 +39,16 @@ public:
     wchar_t* description = nullptr;
 };
 
+/// An error of the system; ERROR_SUCCESS where plain holds the text.
+DWORD Decipher(std::wstring_view stored, Output& plain) {
+    const auto bytes = IsProtected(stored) ? BytesOfBase64(stored.substr(kPrefix.size())) : std::nullopt;
+    if (!bytes) return ERROR_INVALID_DATA;
+    DATA_BLOB enciphered = BlobOf(*bytes);
+    const BOOL done = CryptUnprotectData(&enciphered, &plain.description, nullptr, nullptr, nullptr,
+                                         CRYPTPROTECT_UI_FORBIDDEN, &plain.blob);
+    return done ? ERROR_SUCCESS : GetLastError();
+}
+
 SecretText TextIn(std::span<const std::uint8_t> bytes) {
     SecretText text(bytes.size() / sizeof(wchar_t));
     std::ranges::copy(bytes.first(text.size() * sizeof(wchar_t)),
@@ -62,16 +72,16 @@ std::wstring Protect(std::span<const wchar_t> text, Readers readers) {
 }
 
 std::optional<Revealed> Reveal(std::wstring_view stored) {
-    const auto bytes = IsProtected(stored) ? BytesOfBase64(stored.substr(kPrefix.size())) : std::nullopt;
-    if (!bytes) return std::nullopt;
-    DATA_BLOB enciphered = BlobOf(*bytes);
     Output plain;
-    if (!CryptUnprotectData(&enciphered, &plain.description, nullptr, nullptr, nullptr,
-                            CRYPTPROTECT_UI_FORBIDDEN, &plain.blob))
-        return std::nullopt;
+    if (Decipher(stored, plain) != ERROR_SUCCESS) return std::nullopt;
     const bool forComputer = plain.description && std::wstring_view(plain.description) ==
                                                       kDescriptions[static_cast<int>(Readers::Computer)];
     return Revealed{TextIn(plain.Bytes()), forComputer ? Readers::Computer : Readers::Account};
+}
+
+std::wstring WhyHidden(std::wstring_view stored) {
+    Output plain;
+    return base::SystemText(Decipher(stored, plain));
 }
 
 }  // namespace ProtectedText

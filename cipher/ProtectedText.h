@@ -28,5 +28,7 @@ bool IsProtected(std::wstring_view stored);
 std::wstring Protect(std::span<const wchar_t> text, Readers readers);
 /// Nothing for what is damaged, or was enciphered for another account or on another computer.
 std::optional<Revealed> Reveal(std::wstring_view stored);
+/// The system's words for why that is nothing.
+std::wstring WhyHidden(std::wstring_view stored);
 
 }  // namespace ProtectedText

@@ -55,31 +55,29 @@ BOOL clsShell::Execute() {
                                         nullptr, nullptr, TRUE, CREATE_NO_WINDOW | NORMAL_PRIORITY_CLASS,
                                         nullptr, nullptr, &startup, &process);
     const base::KernelHandle thread(process.hThread);
-    m_process = base::KernelHandle(process.hProcess);
-    if (started) m_job = EndingWithThisProcess(m_process.Get());
+    m_program.process = base::KernelHandle(process.hProcess);
+    if (started) m_program.job = EndingWithThisProcess(m_program.process.Get());
     return started;
 }
 
 bool clsShell::Wait(DWORD Milliseconds) {
-    if (m_process && WaitForSingleObject(m_process.Get(), Milliseconds) == WAIT_TIMEOUT) return false;
-    Detach();
+    const HANDLE process = m_program.process.Get();
+    if (process && WaitForSingleObject(process, Milliseconds) == WAIT_TIMEOUT) return false;
+    // What the process has started itself runs on.
+    if (m_program.job) SetLimits(m_program.job.Get(), 0);
+    m_program = {};
     return true;
 }
 
 bool clsShell::WaitProcessingMessages(LONG Seconds) {
-    return EndsProcessingMessages(m_process.Get(), Seconds) && Wait(0);
+    return EndsProcessingMessages(m_program.process.Get(), Seconds) && Wait(0);
 }
 
 void clsShell::Terminate() {
-    if (!Wait(0)) TerminateProcess(m_process.Get(), 1);
+    if (!Wait(0)) TerminateProcess(m_program.process.Get(), 1);
 }
 
-/// What a process has started itself runs on in any case.
-base::KernelHandle clsShell::Detach() {
-    if (m_job) SetLimits(m_job.Get(), 0);
-    m_job.Reset();
-    return std::move(m_process);
-}
+RunningProgram clsShell::Detach() { return std::exchange(m_program, {}); }
 
 bool EndsProcessingMessages(HANDLE process, LONG Seconds) {
     for (std::int64_t slice = 0; WaitForSingleObject(process, kSlice) == WAIT_TIMEOUT; ++slice) {

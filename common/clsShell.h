@@ -7,6 +7,12 @@
 
 #include "base/Handle.h"
 
+/// A process that its owner's end ends, too, with whatever it has started itself.
+struct RunningProgram {
+    base::KernelHandle process;
+    base::KernelHandle job;  ///< that ends it
+};
+
 class clsShell {
 public:
     clsShell() = default;
@@ -37,15 +43,14 @@ public:
     void Terminate();
 
     /// Lets the process run on without its runner, and hands it out; nothing where none runs.
-    base::KernelHandle Detach();
+    RunningProgram Detach();
 
 private:
     std::wstring CommandLine() const;
 
     std::wstring m_sCommand;
     std::wstring m_sProgram;
-    base::KernelHandle m_process;  // while it runs, as far as is known
-    base::KernelHandle m_job;      // that ends it
+    RunningProgram m_program;  // while it runs, as far as is known
 };
 
 /// Whether a process ends within some seconds, waited for in slices of 100 ms between which the host's window

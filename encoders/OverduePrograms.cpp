@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "common/clsShell.h"
 
 namespace OverduePrograms {
 
@@ -16,14 +15,14 @@ namespace {
 
 struct Program {
     std::wstring file;
-    std::shared_ptr<const base::KernelHandle> process;  // also of those who wait for it
+    std::shared_ptr<const RunningProgram> running;  // also of those who wait for it
 };
 
 std::mutex access;
 std::vector<Program> programs;
 
 bool HasEnded(const Program& program) {
-    return WaitForSingleObject(program.process->Get(), 0) != WAIT_TIMEOUT;
+    return WaitForSingleObject(program.running->process.Get(), 0) != WAIT_TIMEOUT;
 }
 
 std::vector<Program> Writing(const std::wstring& file) {
@@ -36,15 +35,15 @@ std::vector<Program> Writing(const std::wstring& file) {
 
 }  // namespace
 
-void Add(const std::wstring& file, base::KernelHandle program) {
+void Add(const std::wstring& file, RunningProgram program) {
     const std::scoped_lock lock(access);
     std::erase_if(programs, HasEnded);
-    programs.push_back({file, std::make_shared<const base::KernelHandle>(std::move(program))});
+    programs.push_back({file, std::make_shared<const RunningProgram>(std::move(program))});
 }
 
 bool Await(const std::wstring& file, LONG seconds) {
     return std::ranges::all_of(Writing(file), [&](const Program& program) {
-        return EndsProcessingMessages(program.process->Get(), seconds);
+        return EndsProcessingMessages(program.running->process.Get(), seconds);
     });
 }
 

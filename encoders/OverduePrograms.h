@@ -5,13 +5,13 @@
 
 #include <string>
 
-#include "base/Handle.h"
+#include "common/clsShell.h"
 
 /// Of all threads of this process.
 namespace OverduePrograms {
 
-/// file: what the program may still write.
-void Add(const std::wstring& file, base::KernelHandle program);
+/// file: what the program may still write. It ends with this process at the latest.
+void Add(const std::wstring& file, RunningProgram program);
 
 /// Waits for those that may write a file, as EndsProcessingMessages. False when one still runs.
 bool Await(const std::wstring& file, LONG seconds);

@@ -8,6 +8,7 @@
 #include "base/LogFile.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
+#include "base/WindowsLog.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "events.inc"
@@ -58,28 +59,10 @@ private:
     bool m_isOwner = false;
 };
 
-struct EventSourceTraits {
-    using Value = HANDLE;
-    static Value None() noexcept { return nullptr; }
-    static void Close(Value source) noexcept { DeregisterEventSource(source); }
-};
-
-constexpr size_t kLongestWindowsText = 31839;  // a longer text would be refused as a whole
-
-/// Why the log of Windows refused the entry; ERROR_SUCCESS when it took it.
-DWORD WriteToWindows(const std::wstring& message, LONG type) {
-    const base::UniqueHandle<EventSourceTraits> source(
-        RegisterEventSourceW(nullptr, HostSettings::OfProcess().Title().c_str()));
-    if (!source) return GetLastError();
-    const std::wstring shown = message.substr(0, kLongestWindowsText);
-    const wchar_t* text = shown.c_str();
-    const BOOL written =
-        ReportEventW(source.Get(), static_cast<WORD>(type), 0, ZN_EVENT_TEXT, nullptr, 1, 0, &text, nullptr);
-    return written ? ERROR_SUCCESS : GetLastError();
-}
-
 void WriteEntry(const std::wstring& message, LONG type) {
-    const DWORD refusal = WriteToWindows(message, type);
+    static_assert(base::kTextEvent == ZN_EVENT_TEXT);
+    const DWORD refusal =
+        base::WriteToWindowsLog(HostSettings::OfProcess().Title(), static_cast<WORD>(type), message);
     const std::wstring file = HostSettings::OfProcess().LogFile();
     if (file.empty()) {
         if (refusal != ERROR_SUCCESS) base::ThrowWin32(refusal, L"event log of Windows");

@@ -1,8 +1,10 @@
 // The command run.
+#include "base/Console.h"
 #include "base/SystemError.h"
 #include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
+#include "host/console/Desktop.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/CycleLock.h"
@@ -10,6 +12,7 @@
 #include "host/record/RunInProgress.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
+#include "host/service/ServiceLog.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsError.h"
 
@@ -30,9 +33,19 @@ void DryRun(RunRecord& record) {
               PlanCycle(ReadSettingsWithoutPasswords(record.settings, {&CheckFolders, &CheckPrograms})));
 }
 
+/// A message box that nobody sees waits for good.
+void AskNobodyUnseen(Settings& settings, const Options& options) {
+    if (!settings.userInterface || (!options.run.inService && ShowsWindows())) return;
+    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::userInterface>(),
+                                               L"nobody would see message boxes here, so that this cycle "
+                                               L"shows none; set it to no"));
+    settings.userInterface = false;
+}
+
 void RunOnce(RunRecord& record, const Options& options) {
-    const Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
     if (options.run.inService) CheckNoFtpInService(settings);
+    AskNobodyUnseen(settings, options);
     const CycleLock lock(settings);
     const RememberedRun remembered(record, settings);
     try {
@@ -46,19 +59,23 @@ void RunOnce(RunRecord& record, const Options& options) {
     }
 }
 
+/// A service whose log cannot be opened has only that of Windows, where failures alone belong.
+void Print(const RunRecord& record, const Options& options) {
+    if (!options.run.inService || Console::IsThere()) return PrintReport(record, FormOf(options));
+    if (record.end != RunEnd::Complete) TellWindows(record.settings + L": " + LineOf(record));
+}
+
 /// Of a complete cycle a loop that is to be quiet says nothing.
 void Tell(const RunRecord& record, const Options& options) {
     const bool isComplete = record.end == RunEnd::Complete;
-    if (!(IsOfLoop(options) && options.run.quiet && isComplete)) PrintReport(record, FormOf(options));
+    if (!(IsOfLoop(options) && options.run.quiet && isComplete)) Print(record, options);
 }
 
 /// A line, or an object for programs, tells of a run without a cycle, too. Throws what ends the run: beside a
 /// line there is nothing more to tell.
-[[noreturn]] void EndWithoutCycle(RunRecord& record, const Options& options, const std::wstring& failure,
-                                  int exitCode) {
-    EndRecord(record, failure);
+[[noreturn]] void EndWithoutCycle(const RunRecord& record, const Options& options, int exitCode) {
     const ReportForm form = FormOf(options);
-    if (form == ReportForm::Json || form == ReportForm::Line) PrintReport(record, form);
+    if (form == ReportForm::Json || form == ReportForm::Line) Print(record, options);
     if (form == ReportForm::Line) throw Ended{exitCode};
     throw;
 }
@@ -82,9 +99,12 @@ int commands::Run(const Options& options) {
         else
             RunOnce(record, options);
     } catch (const SettingsError& error) {
-        EndWithoutCycle(record, options, error.Text(), kBadUsage);
+        EndRecord(record, error.Text());
+        if (!record.isDryRun) RememberNoCycle(record);
+        EndWithoutCycle(record, options, kBadUsage);
     } catch (...) {
-        EndWithoutCycle(record, options, base::CurrentFailure().description, kSomethingLeft);
+        EndRecord(record, base::CurrentFailure().description);
+        EndWithoutCycle(record, options, kSomethingLeft);
     }
     Tell(record, options);
     return ExitCodeOf(record, options);

@@ -6,16 +6,34 @@
 #include "host/commands/HostOptions.h"
 #include "host/console/ExitCode.h"
 #include "host/console/Interrupt.h"
+#include "host/console/UnmarkedConsole.h"
 #include "host/loop/CycleProcess.h"
 #include "host/loop/Interval.h"
 #include "host/loop/Loop.h"
+#include "host/record/RunInProgress.h"
+#include "host/record/StatusFile.h"
 #include "host/settings/SettingsChecks.h"
+#include "host/settings/SettingsError.h"
+
+namespace {
+
+/// What is wrong from the beginning is told at once; what becomes wrong later ends no loop.
+void CheckAtTheBeginning(const std::wstring& settings) try {
+    ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+} catch (const SettingsError& error) {
+    RunRecord record = BeginRecord(settings);
+    EndRecord(record, error.Text());
+    RememberNoCycle(record);
+    throw;
+}
+
+}  // namespace
 
 int commands::RunSteadily(const Options& options) {
     const std::wstring settings = options.AbsolutePath();
-    // What is wrong from the beginning is told at once; what becomes wrong later ends no loop.
-    ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    CheckAtTheBeginning(settings);
     const Interrupt interrupt;
+    const UnmarkedConsole console;
     LoopRequest request{.settings = settings,
                         .interval = *IntervalOf(options.run.every),
                         .stop = Interrupt::Event(),

@@ -5,8 +5,10 @@
 
 #include "base/Console.h"
 #include "base/Error.h"
+#include "base/File.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/Text.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -65,6 +67,16 @@ void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
              account + L"; write it anew for all of this computer: " + CommandOfPassword(settings)});
 }
 
+/// Without rights to the settings, and to a log that would tell of that, a service would work for nothing.
+/// What else is wrong with either may be right with the next cycle.
+DWORD ObstacleFor(const std::wstring& settings, const ServiceLog& log) try {
+    base::ReadFile(settings);
+    return NO_ERROR;
+} catch (const base::SystemError& error) {
+    const bool lacksRights = error.Code() == ERROR_ACCESS_DENIED && !log.CanBeWritten();
+    return lacksRights ? ERROR_ACCESS_DENIED : NO_ERROR;
+}
+
 ServiceStart StartOf(const std::wstring& word) {
     if (word == L"auto") return ServiceStart::Automatic;
     return word == L"manual" ? ServiceStart::Manual : ServiceStart::Delayed;
@@ -74,11 +86,12 @@ ServiceStart StartOf(const std::wstring& word) {
 
 int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
-    const Settings settings = ReadSettings(
-        options.AbsolutePath(), {&CheckNoFtpInService, &CheckFolders, &CheckLogFile, &CheckPrograms});
+    const Settings settings =
+        ReadSettings(options.AbsolutePath(), {&CheckNoFtpInService, &CheckNoNetworkDrives, &CheckFolders,
+                                              &CheckLogFile, &CheckPrograms});
     CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
-                       .title = L"Packet transport (" + Path::BaseName(settings.file) + L")",
+                       .title = L"Packet transport (" + NameOf(options) + L")",
                        .purpose = L"Sends and receives packets every " + request.every + L", as " +
                                   settings.file + L" says.",
                        .commandLine = CommandLine(options, settings.file),
@@ -124,10 +137,11 @@ int commands::RunService(const Options& options) {
                         .openOutput = [&] { return log.Open(); },
                         .tell = [&](const std::wstring& line) { log.Write(line); }};
     const auto timeToStop = std::chrono::milliseconds(kTimeToStop);
-    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()), [&] {
-        log.Write(L"the service has started");
-        RunLoop(request);
-        log.Write(L"the service has stopped");
-    });
+    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()),
+                 ObstacleFor(request.settings, log), [&] {
+                     log.Write(L"the service has started");
+                     RunLoop(request);
+                     log.Write(L"the service has stopped");
+                 });
     return kAllDelivered;
 }

@@ -7,6 +7,7 @@
 #include "host/cycle/WaitingPackets.h"
 #include "host/doctor/Examination.h"
 #include "host/doctor/Probe.h"
+#include "host/settings/NetworkDrive.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsError.h"
 
@@ -80,4 +81,7 @@ void ExamineFolders(const Settings& settings, Findings& findings) {
         findings.push_back(ExamineSpace(setting, needed, settings));
     }
     findings.push_back(ExamineLog(settings));
+    for (const Setting& setting : kSettings)
+        if (const auto advice = NetworkDriveAdvice(setting.text(settings)))
+            findings.push_back(Good(L"folder", Name(setting, settings) + L": " + *advice));
 }

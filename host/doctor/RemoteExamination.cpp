@@ -5,6 +5,7 @@
 #include "base/File.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "com/ComApartment.h"
 #include "host/console/Table.h"
@@ -49,7 +50,14 @@ void ExamineRemoteSend(const std::wstring& folder, Findings& findings) try {
                            L"that the remote disk is not full."));
 }
 
-/// A packet is deleted once it has arrived; the right to do so shows in opening it.
+/// A packet is deleted once it has arrived; the right to do so shows in opening it. One that has gone
+/// meanwhile was received.
+void TryToReceive(const std::wstring& packet) try {
+    base::File::Open(packet, GENERIC_READ | DELETE, base::kShareAll, OPEN_EXISTING);
+} catch (const base::SystemError& error) {
+    if (error.Code() != ERROR_FILE_NOT_FOUND && error.Code() != ERROR_PATH_NOT_FOUND) throw;
+}
+
 void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
     const std::wstring& folder = settings.remoteReceive;
     if (!FileSystem::FolderExists(folder)) {
@@ -60,9 +68,7 @@ void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
     }
     FileSystem::List(folder);
     const std::vector<base::TreeFile> offered = OfferedFiles(settings);
-    if (!offered.empty())
-        base::File::Open(Path::Join(folder, offered.front().RelativePath()), GENERIC_READ | DELETE,
-                         base::kShareAll, OPEN_EXISTING);
+    if (!offered.empty()) TryToReceive(Path::Join(folder, offered.front().RelativePath()));
     findings.push_back(Good(L"remote", folder + L" offers " + Counted(offered.size(), L"packet")));
 } catch (const base::Error& error) {
     findings.push_back(

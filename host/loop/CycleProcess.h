@@ -15,7 +15,9 @@ enum CycleEnd : DWORD {
     kCycleComplete = 0,
     kCycleFailed = 1,
     kCycleHadBadSettings = 2,
-    kCycleLeftPackets = 3,  ///< though the transfer worked: they need a person, not time
+    /// Though the transfer worked: they need a person, not time. Far from 3, the code of a program that
+    /// aborts.
+    kCycleLeftPackets = 100,
 };
 
 struct CycleStart {

@@ -61,7 +61,7 @@ DWORD Loop::RunCycle() const {
     if (IsStopped()) cycle.EndWithin(m_request.timeToStop);
     WaitForSingleObject(cycle.Handle(), INFINITE);
     const DWORD end = cycle.ExitCode();
-    if (end > kCycleLeftPackets)
+    if (end > kCycleHadBadSettings && end != kCycleLeftPackets)
         m_request.tell(L"the cycle ended in the middle, with the code " + base::Hexadecimal(end) +
                        L"; the next one goes on from there");
     return end;

@@ -74,8 +74,15 @@ void PrintWhatFailed(const RunRecord& record) {
     PrintRemarks(record);
 }
 
-/// The first packet that is left stands for all of them.
-void PrintLine(const RunRecord& record) {
+void PrintJson(const RunRecord& record) {
+    for (const Outcome& outcome : record.outcomes)
+        Console::Line(json::Packet(outcome));
+    Console::Line(json::Run(record));
+}
+
+}  // namespace
+
+std::wstring LineOf(const RunRecord& record) {
     const bool hasCycle = record.end != RunEnd::NoCycle;
     std::wstring line = base::LocalTime(record.ended) + L"  " + (hasCycle ? Summary(record) : L"no cycle");
     if (record.end == RunEnd::Stopped) line += L"; stopped by the user";
@@ -85,16 +92,8 @@ void PrintLine(const RunRecord& record) {
                 (left.front().reason.empty() ? L"" : L", " + left.front().reason);
     std::ranges::replace(line, L'\r', L' ');
     std::ranges::replace(line, L'\n', L' ');
-    Console::Line(line);
+    return line;
 }
-
-void PrintJson(const RunRecord& record) {
-    for (const Outcome& outcome : record.outcomes)
-        Console::Line(json::Packet(outcome));
-    Console::Line(json::Run(record));
-}
-
-}  // namespace
 
 std::wstring Summary(const RunRecord& record) {
     return Grouped(record.Count(Account::Sent)) + L" sent, " + Grouped(record.Count(Account::Delivered)) +
@@ -124,7 +123,7 @@ void PrintReport(const RunRecord& record, ReportForm form) {
     case ReportForm::Quiet:
         return PrintWhatFailed(record);
     case ReportForm::Line:
-        return PrintLine(record);
+        return Console::Line(LineOf(record));
     case ReportForm::Json:
         return PrintJson(record);
     }

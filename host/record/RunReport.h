@@ -19,6 +19,9 @@ Telling TellingOf(ReportForm form);
 
 void PrintReport(const RunRecord& record, ReportForm form);
 
+/// The line, of which the first packet that is left stands for all of them.
+std::wstring LineOf(const RunRecord& record);
+
 /// Folders of the outbox that cannot be listed.
 void PrintUnlisted(const std::vector<Outcome>& unlisted);
 

@@ -9,7 +9,9 @@
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/WindowsTime.h"
+#include "host/cycle/CycleLock.h"
 #include "host/record/Json.h"
+#include "host/settings/SettingsFile.h"
 #include "host/settings/SideFolders.h"
 
 StatusFile::StatusFile(const Settings& settings) : m_path(kStatus.Path(settings)) {}
@@ -37,6 +39,14 @@ RememberedRun::RememberedRun(const RunRecord& record, const Settings& settings)
 }
 
 RememberedRun::~RememberedRun() { m_file.Write(m_record); }
+
+void RememberNoCycle(const RunRecord& record) noexcept try {
+    const Settings settings = ReadSettingsWithoutPasswords(record.settings);
+    const CycleLock lock(settings);
+    StatusFile(settings).Write(record);
+} catch (...) {
+    return;
+}
 
 bool IsUnderWay(const RunRecord& record) {
     if (record.end != RunEnd::Running) return false;

@@ -35,5 +35,9 @@ private:
     const StatusFile m_file;
 };
 
+/// Writes down that no cycle took place because of the settings, as far as they tell where. Another run that
+/// is at work keeps its record.
+void RememberNoCycle(const RunRecord& record) noexcept;
+
 /// Whether a run that is remembered as running is so still.
 bool IsUnderWay(const RunRecord& record);

@@ -5,7 +5,9 @@
 #include "base/FileSystem.h"
 #include "base/LocalTime.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/Utf8.h"
+#include "base/WindowsLog.h"
 #include "base/WindowsTime.h"
 #include "host/settings/SettingsFile.h"
 
@@ -24,6 +26,12 @@ Settings SettingsOrDefaults(const std::wstring& file) try {
 
 }  // namespace
 
+void TellWindows(const std::wstring& text) noexcept try {
+    base::WriteToWindowsLog(L"znhost", EVENTLOG_WARNING_TYPE, text);
+} catch (...) {
+    return;
+}
+
 std::wstring ServiceLogPath(const Settings& settings) {
     const std::wstring& neighbour = settings.logFile.empty() ? settings.file : settings.logFile;
     return Path::Join(Path::ParentFolder(neighbour), Path::BaseName(settings.file) + L".service.log");
@@ -35,10 +43,17 @@ ServiceLog::ServiceLog(const std::wstring& settings) {
     m_limits = {.size = std::stoull(read.logSize) * kKilobyte, .kept = std::stoul(read.logKept)};
 }
 
+bool ServiceLog::CanBeWritten() const noexcept try {
+    base::AppendToFile(m_path, "");
+    return true;
+} catch (...) {
+    return false;
+}
+
 void ServiceLog::Write(const std::wstring& line) const noexcept try {
     base::AppendToLog(m_path, base::ToUtf8(base::LocalTime(base::Now()) + L"  " + line + L"\r\n"), m_limits);
 } catch (...) {
-    return;
+    TellWindows(line + L"\r\nThe log cannot be written: " + base::CurrentFailure().description);
 }
 
 HANDLE ServiceLog::Open() const noexcept try {

@@ -31,6 +31,8 @@ std::wstring AdviceFor(DWORD code) {
         return L" \"znhost service install\" makes it.";
     case ERROR_SERVICE_EXISTS:
         return L" Remove it first if it runs with these settings, or else give another one with --name.";
+    case ERROR_DUPLICATE_SERVICE_NAME:
+        return L" Another service is shown under this one's name or title; choose another one with --name.";
     case ERROR_SERVICE_MARKED_FOR_DELETE:
         return L" It goes when everything that shows services, such as their console, is closed.";
     case ERROR_INVALID_SERVICE_ACCOUNT:
@@ -67,6 +69,15 @@ SERVICE_STATUS StatusOf(const ServiceHandle& service, const std::wstring& name) 
     return status;
 }
 
+/// A service that ended although it should run.
+[[noreturn]] void TellEnd(DWORD code, const std::wstring& name) {
+    if (code != ERROR_ACCESS_DENIED) Refuse(code == NO_ERROR ? ERROR_PROCESS_ABORTED : code, name);
+    throw base::Error(HRESULT_FROM_WIN32(code),
+                      L"Service " + name +
+                          L" has ended: its account can neither read the settings nor write a "
+                          L"log; give it the right to both.");
+}
+
 /// A service may take as long as it says, and goes through other states before.
 void WaitFor(DWORD state, const ServiceHandle& service, const std::wstring& name) {
     constexpr DWORD kBetweenLooks = 100;
@@ -75,8 +86,7 @@ void WaitFor(DWORD state, const ServiceHandle& service, const std::wstring& name
     for (;;) {
         const SERVICE_STATUS status = StatusOf(service, name);
         if (status.dwCurrentState == state) return;
-        if (status.dwCurrentState == SERVICE_STOPPED)
-            Refuse(status.dwWin32ExitCode == NO_ERROR ? ERROR_PROCESS_ABORTED : status.dwWin32ExitCode, name);
+        if (status.dwCurrentState == SERVICE_STOPPED) TellEnd(status.dwWin32ExitCode, name);
         if (GetTickCount64() - begun > kPatience) Refuse(ERROR_SERVICE_REQUEST_TIMEOUT, name);
         Sleep(kBetweenLooks);
     }
@@ -163,8 +173,11 @@ void Install(const ServiceDescription& description) {
 
 void Start(const std::wstring& name) {
     const ServiceHandle service = OpenNamed(name, SERVICE_START | SERVICE_QUERY_STATUS);
-    if (!StartServiceW(service.Get(), 0, nullptr) && GetLastError() != ERROR_SERVICE_ALREADY_RUNNING)
-        Refuse(GetLastError(), name);
+    const DWORD error = StartServiceW(service.Get(), 0, nullptr) ? NO_ERROR : GetLastError();
+    // Of a service that did not begin in time the state tells more; for Wine that is each one that ends at
+    // once.
+    if (error != NO_ERROR && error != ERROR_SERVICE_ALREADY_RUNNING && error != ERROR_SERVICE_REQUEST_TIMEOUT)
+        Refuse(error, name);
     WaitFor(SERVICE_RUNNING, service, name);
 }
 

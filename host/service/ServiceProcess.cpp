@@ -11,6 +11,7 @@ struct Service {
     std::wstring name;
     HANDLE stop = nullptr;
     DWORD timeToStop = 0;
+    DWORD obstacle = NO_ERROR;
     const std::function<void()>* work = nullptr;
     SERVICE_STATUS_HANDLE status = nullptr;
 };
@@ -47,6 +48,7 @@ DWORD WINAPI Control(DWORD control, DWORD, void*, void*) {
 void WINAPI Main(DWORD, wchar_t**) {
     service.status = RegisterServiceCtrlHandlerExW(service.name.c_str(), &Control, nullptr);
     if (!service.status) return;
+    if (service.obstacle != NO_ERROR) return TellState(SERVICE_STOPPED, service.obstacle);
     TellState(SERVICE_RUNNING);
     try {
         (*service.work)();
@@ -58,9 +60,9 @@ void WINAPI Main(DWORD, wchar_t**) {
 
 }  // namespace
 
-void RunAsService(const std::wstring& name, HANDLE stop, DWORD timeToStop,
+void RunAsService(const std::wstring& name, HANDLE stop, DWORD timeToStop, DWORD obstacle,
                   const std::function<void()>& work) {
-    service = {name, stop, timeToStop, &work, nullptr};
+    service = {name, stop, timeToStop, obstacle, &work, nullptr};
     std::wstring ownName = name;
     const SERVICE_TABLE_ENTRYW table[] = {{ownName.data(), &Main}, {nullptr, nullptr}};
     if (StartServiceCtrlDispatcherW(table)) return;

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <random>
 #include <string_view>
 
 #include "base/Environment.h"
@@ -28,6 +29,14 @@ void TryDeleteTree(const std::wstring& folder) try {
     return;
 }
 
+/// That of no other process, and that nobody can have made beforehand: whoever owns the folder can exchange
+/// what lies in it.
+std::wstring NewName() {
+    std::random_device random;
+    return std::wstring(kPrefix) + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(random()) +
+           std::to_wstring(random());
+}
+
 /// Hosts that were ended by force could not remove theirs.
 void RemoveAbandoned(const std::wstring& temporary) {
     for (const std::wstring& name : FileSystem::List(temporary).folders)
@@ -40,9 +49,9 @@ void RemoveAbandoned(const std::wstring& temporary) {
 WorkFolder::WorkFolder() {
     const std::wstring temporary = base::TemporaryFolder();
     RemoveAbandoned(temporary);
-    m_path = Path::Join(temporary, std::wstring(kPrefix) + std::to_wstring(GetCurrentProcessId()));
+    m_path = Path::Join(temporary, NewName());
     m_previous = base::EnvironmentVariable(kVariable);
-    FileSystem::CreateFolders(m_path);
+    FileSystem::CreateFolder(m_path);
     SetEnvironmentVariableW(kVariable, m_path.c_str());
 }
 

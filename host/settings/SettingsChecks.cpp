@@ -4,7 +4,9 @@
 #include "base/Error.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
+#include "base/Module.h"
 #include "base/Path.h"
+#include "host/settings/NetworkDrive.h"
 #include "host/settings/SettingsFile.h"
 
 namespace {
@@ -54,6 +56,16 @@ void CheckNoFtpInService(const Settings& settings) {
         throw Refusal(settings, SettingOf<&Settings::transport>(),
                       L"Windows does not support its FTP functions in services; let the Task Scheduler run "
                       L"znhost run --every in the account of a user, logged on or not");
+}
+
+void CheckNoNetworkDrives(const Settings& settings) {
+    Problems problems;
+    for (const std::wstring& path : {settings.file, base::ProgramPath()})
+        if (const auto advice = NetworkDriveAdvice(path)) problems.push_back(path + L": " + *advice);
+    for (const Setting& setting : kSettings)
+        if (const auto advice = NetworkDriveAdvice(setting.text(settings)))
+            problems.push_back(Complaint(settings, setting, *advice));
+    if (!problems.empty()) throw SettingsError(problems);
 }
 
 void CheckFolders(const Settings& settings) {

@@ -14,6 +14,8 @@ void CheckHttps(const Settings& settings);
 void CheckServer(const Settings& settings);
 /// Packets do not travel through an FTP server: a service cannot use one.
 void CheckNoFtpInService(const Settings& settings);
+/// Neither the settings nor what they name lies on a network drive of the user: a service has none.
+void CheckNoNetworkDrives(const Settings& settings);
 /// Local folders are no files, the outbox is there.
 void CheckFolders(const Settings& settings);
 /// The program of the chosen encoder is there.

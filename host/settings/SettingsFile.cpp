@@ -233,10 +233,12 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
     const auto is = [&](ValueKind kind) { return setting.kind == kind; };
     // Without the value: not even an enciphered password is shown.
     if (is(ValueKind::Password) && ProtectedText::IsProtected(value) && !ProtectedText::Reveal(value))
-        Complain(setting.Title() +
-                 L": the password was enciphered by another account or on another computer, and cannot be "
-                 L"deciphered here; run this as that account, or write it anew for all of this computer: " +
-                 CommandOfPassword(m_settings.file));
+        Complain(
+            setting.Title() + L": the password cannot be deciphered here: " +
+            ProtectedText::WhyHidden(value) +
+            L" If another account has enciphered it, run this as that account; else write it anew, for all "
+            L"of this computer: " +
+            CommandOfPassword(m_settings.file));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
                  L": the password cannot be deciphered; write it anew, plain, and znhost settings "

@@ -182,13 +182,13 @@ def run(*arguments, **options):
     return finish(start(*arguments, **options))
 
 
-def run_on_terminal(settings, interrupt_when=None):
-    """The host on a terminal of its own, as a user starts it, who presses Ctrl+C once a condition holds."""
+def run_on_terminal(settings, interrupt_when=None, line=None):
+    """The host, or another program, on a terminal of its own, as a user starts it, who presses Ctrl+C once a condition holds."""
     process, terminal = pty.fork()
     if process == 0:
         # Wide enough for every line of the table: 50 rows of 200 columns.
         fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
-        os.execv(WINE, command(None, ["run", settings]))
+        os.execv(WINE, line or command(None, ["run", settings]))
     output = b""
     end = time.monotonic() + TIMEOUT
     while True:

@@ -31,6 +31,18 @@ class EncoderCase(HostTest):
     def travelling(self):
         return sorted(path.relative_to(self.to_enterprise).as_posix() for path in self.to_enterprise.rglob("*.*"))
 
+    def start_endless(self, program):
+        """A run with a program that would go on for half a minute, what is there as long as that runs, and what it makes then."""
+        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / program)
+        self.field.change(f"{self.encoder}_util_location", self.scratch)
+        self.put(self.field, "a.mdb")
+        running, never, late = (self.scratch / name for name in ("running", "never", "late"))
+        steps = f"hold {windows(running)}|await {windows(never)}|write {windows(late)}*an older version"
+        process = start("run", self.field.settings, env=os.environ | {"CHILD": steps})
+        self.addCleanup(process.kill)
+        wait_until(running.exists, process)
+        return process, running, late
+
     def row(self, outcome, packet):
         """Cells of a packet's line in the table."""
         lines = [line for line in outcome.output.splitlines() if f" {packet} " in line]
@@ -105,6 +117,13 @@ class ZipTest(EncoderCase):
             self.assert_run(self.enterprise, 1)
             self.assert_delivered()
 
+    def test_a_program_beyond_its_time_ends_with_the_host(self):
+        self.field.change("zip.timeout", 1)
+        process, running, late = self.start_endless("Zip.exe")
+        self.assertEqual(finish(process).code, 1)
+        wait_until(lambda: not running.exists())
+        self.assertFalse(late.exists())
+
     def test_an_empty_packet_stays_in_the_outbox(self):
         self.put(self.field, "empty.mdb", content=b"")
         self.assert_trouble(self.field, {("out", "empty.mdb"): "not added"})
@@ -131,14 +150,19 @@ class ZipTest(EncoderCase):
     def test_work_files_of_a_host_that_was_ended_are_removed(self):
         # Of no process, and whole when it appears: other hosts may run, and remove it first.
         name = f"znhost-work-{4294967292 - 4 * random.randrange(10_000)}"
-        abandoned = [folder / name for folder in temporary_folders()]
+        abandoned = [folder / f"{name}{end}" for folder in temporary_folders() for end in ("", "-42")]
+        links = [folder / f"{name}-link" for folder in temporary_folders()]
         for folder in abandoned:
             made = folder.with_name(self.scratch.name)
             made.mkdir()
             (made / "a.mdb.afz").write_bytes(b"part of an archive")
             made.rename(folder)
+        for link in links:
+            link.symlink_to(self.put(self.field, "of somebody.mdb", folder=self.scratch / "elsewhere").parent)
+            self.addCleanup(link.unlink, missing_ok=True)
         self.assert_run(self.field)
-        self.assertIn(False, [folder.exists() for folder in abandoned])
+        self.assertEqual(sum(not folder.exists() for folder in abandoned), 2)
+        self.assertEqual(files_below(self.scratch / "elsewhere").keys(), {"of somebody.mdb"})
 
     def end_deliveries(self, count):
         """Ends the host during deliveries: one at each step of a delivery, and then more and more after the steps."""
@@ -199,14 +223,7 @@ class DifferenceTest(EncoderCase):
         self.assert_delivered()
 
     def test_a_program_ends_with_the_host_that_is_killed(self):
-        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / "xDelta.exe")
-        self.field.change("xdelta_util_location", self.scratch)
-        self.put(self.field, "a.mdb")
-        running, never, late = (self.scratch / name for name in ("running", "never", "late"))
-        steps = f"hold {windows(running)}|await {windows(never)}|write {windows(late)}*an older version"
-        process = start("run", self.field.settings, env=os.environ | {"CHILD": steps})
-        self.addCleanup(process.kill)
-        wait_until(running.exists, process)
+        process, running, late = self.start_endless("xDelta.exe")
         process.kill()
         process.wait()
         wait_until(lambda: not running.exists())

@@ -7,7 +7,7 @@ import support
 from support import Holder, HostTest, Mount, WAITING, arriving, files_below, finish, wait_until, windows
 
 sys.path.append(str(support.ROOT / "tests" / "faults"))
-from cases import ACCESS_DENIED, Fault, Mode, count_plan, read_calls  # noqa: E402
+from cases import ACCESS_DENIED, FILE_NOT_FOUND, Fault, Mode, count_plan, read_calls  # noqa: E402
 
 
 class RemoteFolderTest(HostTest):
@@ -182,6 +182,15 @@ class FaultTest(HostTest):
                          (1, {("out", "closed"): "not added", ("out", "a.mdb"): "sent"}))
         self.assertIn(f"({closed})", outcome.output)
         self.assert_next_cycle_delivers()
+
+
+    def test_a_packet_that_is_received_while_an_installation_is_examined(self):
+        packet = windows(self.put(self.enterprise, "a.mdb", folder=self.to_field))
+        log = self.run_with(count_plan(False), "doctor")[1]
+        number, = (call.number for call in log if call.function == "CreateFileW" and call.path.endswith(packet))
+        outcome, _ = self.run_with(Fault(number, Mode.FAIL, FILE_NOT_FOUND).plan(False), "doctor")
+        self.assertEqual(outcome.code, 0, outcome)
+        self.assertIn("offers 1 packet", outcome.output)
 
 
 class LockedFileTest(HostTest):

@@ -7,8 +7,8 @@ import subprocess
 
 import support
 from objects import JsonTest, objects_of
-from support import (command, count_below, files_below, finish, own_program, processes_naming, run, slow, start, wait_until,
-                     windows)
+from support import (command, count_below, files_below, finish, own_program, processes_naming, run, run_on_terminal, slow, start,
+                     wait_until, windows)
 
 CYCLES_OF_A_DAY = 24 * 60
 
@@ -118,12 +118,26 @@ class LoopTest(JsonTest):
             self.assertIn("stopped by the user", outcome.output)
             self.assert_next_cycle_delivers()
 
-    def test_a_cycle_that_is_killed_ends_no_loop(self):
-        self.put_many(40, 50_000, self.field.send)
-        process = self.loop(every="2s")
-        wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
-        status = json.loads((self.field.send.with_name("send.status")).read_text(encoding="utf-8"))
-        run("/f", "/pid", str(status["process"]), program="taskkill")
+    def test_a_click_into_the_console_stops_no_loop(self):
+        line = command(own_program(self, "click"), [support.BIN / "znhost.exe", "run", self.field.settings, "--every", "1h"])
+        outcome = run_on_terminal(self.field.settings, self.field.send.with_name("send.status").exists, line)
+        self.assertEqual(outcome.code, 0, outcome)
+
+    def test_a_cycle_that_aborts_ends_no_loop(self):
+        program = own_program(self, "end_process")
+
+        def aborted(load):
+            self.put_many(40 * load, 50_000, self.field.send)
+            process = self.loop(every="2s")
+            wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
+            status = json.loads((self.field.send.with_name("send.status")).read_text(encoding="utf-8"))
+            if run(str(status["process"]), "3", program=program).code == 0:
+                return process
+            self.stopped(process)
+            return None
+
+        process = self.in_time(aborted)
+        self.wait_for(process, "the cycle ended in the middle, with the code 0x3;")
         wait_until(lambda: count_below(self.field.send) == 0, process)
         self.assertIsNone(process.poll())
         self.stopped(process)

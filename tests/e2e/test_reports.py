@@ -172,6 +172,17 @@ class StatusTest(JsonTest):
             last = self.status(code)["last_run"]
             self.assertEqual((last["result"], last["messages"]), (result, ["what was shown"]))
 
+    def test_a_run_that_ended_before_its_cycle(self):
+        good = self.field.settings.read_text(encoding="utf-8")
+        for options, code, result in (((), 1, "no_cycle"), (("--every", "1s"), 1, "no_cycle"), (("--dry-run",), 0, "complete")):
+            self.assert_run(self.field)
+            self.field.change("encoder", "zip")
+            self.field.change("zip_util_location", self.scratch)
+            self.assert_ends(2, "run", self.field.settings, *options)
+            self.field.settings.write_text(good, encoding="utf-8")
+            last = self.status(code)["last_run"]
+            self.assertEqual((last["result"], "there is no Zip.exe" in (last["failure"] or "")), (result, code == 1))
+
     def test_runs_that_are_under_way_killed_or_refused(self):
         def killed(load):
             self.put_many(40 * load, 50_000, self.field.send)

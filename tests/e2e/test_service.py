@@ -65,6 +65,23 @@ class ServiceTest(HostTest):
         refused = self.assert_ends(1, "service", "stop", own, "--name", "EventLog").errors
         self.assertIn("does not run znhost", refused)
 
+    def test_a_second_service_of_settings_of_the_same_name(self):
+        self.service("install", "--start", "manual")
+        other = f"{self.scratch.name}-other"
+        self.addCleanup(run, "service", "remove", self.field.settings, "--name", other)
+        self.assert_ends(0, "service", "install", self.field.settings, "--start", "manual", "--name", other)
+
+    def test_a_user_interface_that_nobody_sees(self):
+        self.field.change("user_interface", "yes")
+        self.to_enterprise.rmdir()
+        self.to_enterprise.write_bytes(b"a file")
+        self.put(self.field, "a.mdb")
+        self.service("install", "--every", "1s")
+        self.service("start")
+        wait_until(lambda: "a.mdb: waiting" in self.told())
+        self.assertIn("[host] user_interface = yes: nobody would see message boxes here", self.told())
+        self.service("stop")
+
     def test_a_stop_in_the_middle_of_a_transfer(self):
         def attempt(load):
             self.put_many(40 * load, 50_000, self.field.send)
@@ -90,6 +107,18 @@ class ServiceTest(HostTest):
         self.field.change("role", "field")
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
         self.service("stop")
+
+    def test_an_account_without_rights(self):
+        self.service("install", "--every", "1s")
+        self.field.settings.unlink()
+        # To open a folder as a file is denied.
+        self.field.settings.mkdir()
+        self.service("start")
+        self.service("stop")
+        self.assertIn("no cycle: The settings file cannot be read", self.told())
+        self.log_of_service.unlink()
+        self.log_of_service.mkdir()
+        self.assertIn("neither read the settings nor write a log", self.service("start", code=1).errors)
 
     def test_what_is_refused(self):
         self.change_to_ftp()

@@ -2,6 +2,7 @@
 import dataclasses
 import enum
 
+FILE_NOT_FOUND = 2
 PATH_NOT_FOUND = 3
 ACCESS_DENIED = 5
 SHARING_VIOLATION = 32

@@ -24,7 +24,7 @@ PACKETS = ("a.mdb", "SUB/b.mdb")
 SIZE = 6000
 ROUNDS = 4
 # Numbers of threads, processes and moments in names.
-CHANCE = re.compile(r"(?<=~)\d+-\d+(?=\.arriving)|(?<=znhost-work-)\d+")
+CHANCE = re.compile(r"(?<=~)\d+-\d+(?=\.arriving)|(?<=znhost-work-)\d+-\d+")
 
 LOST, HALF, WRONG, OLDER, NOT_DELIVERED, CRASHES, HANGS, ASTRAY, REST = FINDINGS = (
     "lost", "half", "wrong", "older", "not delivered", "crashes", "hangs", "astray", "rest")

@@ -101,6 +101,7 @@ TEST_F(ShellTest, TimeIsCountedInSeconds) {
 
 TEST_F(ShellTest, ARunnerEndsItsProcessUnlessItLetItGo) {
     children.Script(kAwaitGo);
+    RunningProgram running;
     for (const bool letGo : {false, true}) {
         {
             clsShell shell;
@@ -108,7 +109,7 @@ TEST_F(ShellTest, ARunnerEndsItsProcessUnlessItLetItGo) {
             EXPECT_NE(shell.Execute(), 0);
             EXPECT_TRUE(temp.Appears(L"started"));
             EXPECT_FALSE(shell.Wait(0));
-            if (letGo) shell.Detach();
+            if (letGo) running = shell.Detach();
         }
         EXPECT_EQ(temp.Exists(L"running"), letGo);
         DeleteFileW((temp / L"started").c_str());
