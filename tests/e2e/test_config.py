@@ -40,7 +40,3 @@ class ConfigTest(HostTest):
         self.store(PRODUCT, "MobileConfigValue", "many")
         self.assertIn("MobileConfigValue = many", self.assert_ends(1, "config", self.field.settings).errors)
 
-    def test_a_time_out_that_is_no_number_stops_nobody(self):
-        for name in ("ZipTimeout", "XDeltaTimeout"):
-            self.store(PRODUCT + "\\Transport", name, "soon")
-        self.assert_ends(0, "run", self.field.settings)
