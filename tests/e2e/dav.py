@@ -3,21 +3,21 @@ import contextlib
 import functools
 import http.client
 import http.server
-import os
 import random
 import select
+import signal
 import socket
 import ssl
 import subprocess
 import threading
 import time
 
-from support import ROOT, WAITING, ServerHostTest, serve_each, skip, wait_until
+from support import ROOT, WAITING, ServerHostTest, ToolServer, serve_each
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
 USER, PASSWORD = "packets", "secret"
-PORT, PLAIN_PORT = 8443, 8080
+PLAIN_PORT = 8080
 METHODS = ("GET", "PUT", "DELETE", "PROPFIND", "MKCOL", "MOVE")
 
 
@@ -30,51 +30,27 @@ def own_address():
     return f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
 
 
-class Server:
+class Server(ToolServer):
+    TOOL, PORT, END = TOOL, 8443, signal.SIGTERM
+
     def __init__(self, test, kind, *options, extra=""):
         """options: of the tool. extra: for the configuration of Apache, with {address} and {folder}."""
-        check = subprocess.run([TOOL, "check", kind], capture_output=True, text=True, check=False)
-        if check.returncode != 0:
-            skip(test, check.stderr.strip())
-        self.kind, self.options = kind, options
-        self.address = own_address()
-        self.folder = test.scratch / f"{kind}-{self.address}"
-        self.folder.mkdir()
-        (self.folder / "extra.conf").write_text(extra.format(address=self.address, folder=self.folder))
-        self.packets = self.folder / "root" / "dav"
-        self.process = None
-        test.addCleanup(self.kill)
+        address = own_address()
+        folder = test.scratch / f"{kind}-{address}"
+        super().__init__(test, kind, address, folder, folder / "root" / "dav", *options)
+        folder.mkdir()
+        (folder / "extra.conf").write_text(extra.format(address=address, folder=folder))
         self.start()
         trust_authority()
 
     @property
     def url(self):
-        return f"https://{self.address}:{PORT}/dav"
-
-    def start(self):
-        self.process = subprocess.Popen([TOOL, *self.options, self.kind, self.address, self.folder], stderr=subprocess.DEVNULL)
-        wait_until(self.answers)
-
-    def answers(self):
-        assert self.process.poll() is None, f"{self.kind} ended at once"
-        with socket.socket() as client:
-            return client.connect_ex((self.address, PORT)) == 0
-
-    def kill(self):
-        if self.process:
-            self.process.terminate()
-            self.process.wait()
-            self.process = None
+        return f"https://{self.address}:{self.PORT}/dav"
 
     @property
     def requests(self):
         """A line for each, of all servers in this folder."""
         return (self.folder / "access.log").read_text(encoding="utf-8", errors="replace").splitlines()
-
-    def own(self, *paths):
-        """Lets the server change files that the test made."""
-        for path in paths:
-            os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
 
 
 def pump(one, other):
@@ -88,6 +64,23 @@ def pump(one, other):
                 (other if source is one else one).sendall(data)
 
 
+def serve_requests(address, methods, handle):
+    """Hands over each HTTP request of the methods that comes to a port of the address; the listener."""
+    class Handler(http.server.BaseHTTPRequestHandler):
+        protocol_version = "HTTP/1.1"
+
+        def log_message(self, *_):
+            """Not on the terminal."""
+
+    for method in methods:
+        setattr(Handler, f"do_{method}", handle)
+    listener = http.server.ThreadingHTTPServer((address, 0), Handler)
+    listener.daemon_threads = True
+    listener.handle_error = lambda *_: None  # that the host has gone
+    threading.Thread(target=listener.serve_forever, kwargs={"poll_interval": 0.05}, daemon=True).start()
+    return listener
+
+
 class UsualPort:
     """Passes on to a server what comes to the port that no URL needs to name."""
 
@@ -97,7 +90,7 @@ class UsualPort:
         test.addCleanup(serve_each((server.address, 443), self.session).close)
 
     def session(self, client):
-        with client, socket.create_connection((self.server.address, PORT)) as server:
+        with client, socket.create_connection((self.server.address, self.server.PORT)) as server:
             pump(client, server)
 
 
@@ -108,32 +101,17 @@ class Spoiler:
     gateway: says 502 then; before, after: calls end, before the server hears of it or when it has answered;
     stop: calls end, and passes the request on a second later;
     "redirect URL": leads there, and the server never hears of it. lie: makes another (status, headers, content) of the
-    method, and of what the server has answered. largest: a body of more bytes is refused unread.
+    method, and of what the server has answered. instead: answers a request and its body in the server's place, whom it can
+    ask itself. largest: a body of more bytes is refused unread.
     """
 
-    def __init__(self, test, server, mode="", number=0, end=None, lie=None, largest=1 << 40):
-        self.largest = largest
+    def __init__(self, test, server, mode="", number=0, end=None, lie=None, instead=None, largest=1 << 40):
+        self.largest, self.instead = largest, instead
         self.server, self.mode, self.number, self.end, self.lie = server, mode, number, end, lie
         self.count = 0
         self.lock = threading.Lock()
-        spoiler = self
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            protocol_version = "HTTP/1.1"
-
-            def log_message(self, *_):
-                """Not on the terminal."""
-
-            def pass_on(self):
-                spoiler.handle(self)
-
-        for method in METHODS:
-            setattr(Handler, f"do_{method}", Handler.pass_on)
-        self.listener = http.server.ThreadingHTTPServer((server.address, 0), Handler)
-        self.listener.daemon_threads = True
-        self.listener.handle_error = lambda *_: None  # that the host has gone
+        self.listener = serve_requests(server.address, METHODS, lambda request: self.handle(request))
         test.addCleanup(self.close)
-        threading.Thread(target=self.listener.serve_forever, kwargs={"poll_interval": 0.05}, daemon=True).start()
 
     @property
     def url(self):
@@ -196,6 +174,9 @@ class Spoiler:
         self.ask = ask
 
     def ask(self, request, body):
+        return self.instead(request, body, self.pass_on) if self.instead else self.pass_on(request, body)
+
+    def pass_on(self, request, body):
         connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
         headers = dict(request.headers) | {"Host": f"{self.server.address}:{PLAIN_PORT}", "Connection": "close"}
         if "Destination" in headers:
@@ -215,6 +196,34 @@ class Spoiler:
             request.connection.shutdown(socket.SHUT_RDWR)
 
 
+class Refuser(Spoiler):
+    """Answers requests of a method whose path holds a text with a status; the server never hears of them."""
+
+    def __init__(self, test, server, method, text, status):
+        super().__init__(test, server, instead=self.refuse)
+        self.method, self.text, self.status = method, text, status
+        self.refused = 0
+
+    def refuse(self, request, body, ask):
+        if request.command != self.method or self.text not in request.path:
+            return ask(request, body)
+        self.refused += 1
+        return self.status, {}, b""
+
+
+def openssl(*arguments):
+    return subprocess.run(["openssl", *arguments], check=True, capture_output=True).stdout
+
+
+def new_certificate(path, name, signed=True, days=30):
+    """Of the tests' authority, or of nobody but itself; the files of the certificate and of its key."""
+    key, request, certificate = (path.with_suffix(ending) for ending in (".key", ".csr", ".pem"))
+    issuer = ["-CA", AUTHORITY / "ca.pem", "-CAkey", AUTHORITY / "ca.key"] if signed else ["-signkey", key]
+    openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request)
+    openssl("x509", "-req", "-days", str(days), "-in", request, *issuer, "-out", certificate)
+    return certificate, key
+
+
 class Stranger:
     """Somebody who notes what is told to him, and says nothing."""
 
@@ -223,18 +232,13 @@ class Stranger:
         self.listener = socket.create_server((own_address(), 0))
         test.addCleanup(self.listener.close)
         self.url = f"http{'s' * secure}://{':'.join(map(str, self.listener.getsockname()))}/"
-        context = self.context(test.scratch, signed, name or self.listener.getsockname()[0], days) if secure else None
+        context = self.context(test.scratch, name or self.listener.getsockname()[0], signed, days) if secure else None
         threading.Thread(target=self.serve, args=(context,), daemon=True).start()
 
     @staticmethod
-    def context(folder, signed, name, days):
-        key, request, certificate = (folder / f"stranger.{ending}" for ending in ("key", "csr", "pem"))
-        issuer = ["-CA", AUTHORITY / "ca.pem", "-CAkey", AUTHORITY / "ca.key"] if signed else ["-signkey", key]
-        for command in (["req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request],
-                        ["x509", "-req", "-days", str(days), "-in", request, *issuer, "-out", certificate]):
-            subprocess.run(["openssl", *command], check=True, capture_output=True)
+    def context(folder, *identity):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
-        context.load_cert_chain(certificate, key)
+        context.load_cert_chain(*new_certificate(folder / "stranger", *identity))
         return context
 
     def serve(self, context):
@@ -269,6 +273,25 @@ class HttpsHostTest(ServerHostTest):
 
     def use(self, url):
         self.change_both("https.server", url)
+
+    @contextlib.contextmanager
+    def through(self, party):
+        """Both sides reach the server through somebody between them."""
+        self.use(party.url)
+        try:
+            yield party
+        finally:
+            self.use(self.server.url)
+
+    def spoiling(self, *how, **more):
+        return self.through(Spoiler(self, self.server, *how, **more))
+
+    @contextlib.contextmanager
+    def refusing(self, method, text="", status=502):
+        """Requests of a method whose path holds a text do not reach the server."""
+        with self.through(Refuser(self, self.server, method, text, status)) as refuser:
+            yield refuser
+        self.assertGreater(refuser.refused, 0)
 
     def assert_waits(self, *texts):
         self.ledger.clear()  # a newer version takes the place of one that waits

@@ -1,14 +1,11 @@
-"""Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply or to change it."""
+"""Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply."""
 import contextlib
-import os
 import random
 import socket
-import subprocess
 import threading
 
-from support import ROOT, ServerHostTest, serve_each, skip, wait_until
+from support import ROOT, ServerHostTest, ToolServer, serve_each
 
-TOOL = ROOT / "tools" / "ftp-server"
 USERS = {"vsftpd": "ftp", "pure-ftpd": "packets"}
 PASSWORD = "secret"
 
@@ -25,49 +22,23 @@ def own_address():
                 continue
 
 
-class Server:
+class Server(ToolServer):
+    TOOL, PORT = ROOT / "tools" / "ftp-server", 21
+
     def __init__(self, test, kind):
-        check = subprocess.run([TOOL, "check"], capture_output=True, text=True, check=False)
-        if check.returncode != 0:
-            skip(test, check.stderr.strip())
-        self.kind = kind
+        folder = test.scratch / "server"
+        super().__init__(test, kind, own_address(), folder, folder / "root" / "packets")
         self.user = USERS[kind]
-        self.address = own_address()
-        self.folder = test.scratch / "server"
-        self.packets = self.folder / "root" / "packets"
-        self.process = None
-        test.addCleanup(self.kill)
         self.start()
 
-    def start(self):
-        self.process = subprocess.Popen([TOOL, self.kind, self.address, self.folder])
-        wait_until(self.answers)
 
-    def answers(self):
-        assert self.process.poll() is None, f"{self.kind} ended at once"
-        with socket.socket() as client:
-            return client.connect_ex((self.address, 21)) == 0
+class CuttingProxy:
+    """Passes commands on to a server until the reply that follows a command, and drops the connection there."""
 
-    def kill(self):
-        """Ends the server and all its sessions, in the middle of whatever they do."""
-        if self.process:
-            self.process.kill()
-            self.process.wait()
-            self.process = None
-
-    def own(self, *paths):
-        """Lets the server change files that the test made."""
-        for path in paths:
-            os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
-
-
-class BendingProxy:
-    """Passes commands on to a server until the reply that follows a command: drops the connection, or says another."""
-
-    def __init__(self, test, server, command, reply, instead=None):
-        self.server, self.command, self.reply, self.instead = server, command, reply, instead
+    def __init__(self, test, server, command, reply):
+        self.server, self.command, self.reply = server, command, reply
         self.address = own_address()
-        self.bent = 0
+        self.cuts = 0
         self.listener = serve_each((self.address, 21), self.session)
         test.addCleanup(self.listener.close)
 
@@ -85,13 +56,10 @@ class BendingProxy:
             threading.Thread(target=pass_commands, daemon=True).start()
             for line in upstream.makefile("rb"):
                 if commanded.is_set() and line.startswith(self.reply):
-                    self.bent += 1
-                    if self.instead is None:
-                        client.shutdown(socket.SHUT_RDWR)
-                        upstream.shutdown(socket.SHUT_RDWR)
-                        return
-                    commanded.clear()
-                    line = self.instead
+                    self.cuts += 1
+                    client.shutdown(socket.SHUT_RDWR)
+                    upstream.shutdown(socket.SHUT_RDWR)
+                    return
                 client.sendall(line)
 
 

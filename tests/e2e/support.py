@@ -18,6 +18,7 @@ import tempfile
 import termios
 import threading
 import time
+import tty
 import unittest
 
 BIN = None  # set by run.py
@@ -182,19 +183,20 @@ def run(*arguments, **options):
     return finish(start(*arguments, **options))
 
 
-def run_on_terminal(settings, interrupt_when=None, line=None):
-    """The host, or another program, on a terminal of its own, as a user starts it, who presses Ctrl+C once a condition holds."""
+def use_on_terminal(arguments, type_next, raw=False, program=None):
+    """The host, or another program, on a terminal of its own, as a user starts it. type_next: what the user types after
+    so much output. raw: as a console of Windows hands over what is typed, and shows nothing itself."""
     process, terminal = pty.fork()
     if process == 0:
+        if raw:
+            tty.setraw(0)
         # Wide enough for every line of the table: 50 rows of 200 columns.
         fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
-        os.execv(WINE, line or command(None, ["run", settings]))
+        os.execv(WINE, command(program, arguments))
     output = b""
     end = time.monotonic() + TIMEOUT
     while True:
-        if interrupt_when and interrupt_when():
-            os.write(terminal, b"\x03")
-            interrupt_when = None
+        os.write(terminal, type_next(output))
         if time.monotonic() > end:
             os.kill(process, 9)
             break
@@ -206,6 +208,16 @@ def run_on_terminal(settings, interrupt_when=None, line=None):
             break
     os.close(terminal)
     return Outcome(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), output.decode(errors="replace"))
+
+
+def ctrl_c_once(condition):
+    """What a user types who presses Ctrl+C once a condition holds."""
+    keys = [b"\x03"]
+    return lambda _: keys.pop() if keys and condition() else b""
+
+
+def run_on_terminal(settings, interrupt_when=lambda: False):
+    return use_on_terminal(["run", settings], ctrl_c_once(interrupt_when))
 
 
 def make_pair(root):
@@ -235,6 +247,13 @@ class Side:
 
     def run(self):
         return run("run", self.settings)
+
+    def take_reference(self, content, name="Base.AXR"):
+        """Gives the side a file that differences are made against."""
+        self.reference = self.settings.parent / self.name / "references" / name
+        self.reference.parent.mkdir()
+        self.reference.write_bytes(content)
+        self.change("reference_path", self.reference)
 
     @property
     def log(self):
@@ -296,6 +315,18 @@ class HostTest(ScratchTest):
             self.ledger.append((side, name, hashlib.sha256(data).hexdigest()))
         return path
 
+    def send(self, *names, content=None):
+        """Writes packets into the field's outbox, and a run sends them; the last one's content."""
+        last = self.put(self.field, *names, content=content).read_bytes()
+        self.assert_run(self.field)
+        return last
+
+    def deliver(self, *names, content=None):
+        """The same, and they arrive."""
+        last = self.send(*names, content=content)
+        self.assert_received()
+        return last
+
     def put_many(self, count, size, folder):
         for number in range(count):
             self.put(self.field, f"{number}.mdb", content=os.urandom(size), folder=folder)
@@ -321,17 +352,18 @@ class HostTest(ScratchTest):
             for folder in on_its_way:
                 self.assertFalse((folder / name).exists(), f"{name} is still in {folder}")
 
-    def assert_run(self, side, code=0, packets=None):
-        """A run ends with an exit code and, where packets are given, with exactly this table."""
+    def assert_run(self, side, code=0, packets=None, log=""):
+        """A run ends with an exit code and, where packets are given, with exactly this table. log: what its log holds."""
         outcome = side.run()
         self.assertEqual(outcome.code, code, f"{outcome}\n{side.name}.log:\n{side.log}")
         if packets is not None:
             self.assertEqual(outcome.packets, packets, outcome)
+        self.assertIn(log, side.log)
         return outcome
 
-    def assert_trouble(self, side, packets=None):
+    def assert_trouble(self, side, packets=None, log=""):
         """A run leaves something behind, but loses nothing."""
-        outcome = self.assert_run(side, 1, packets)
+        outcome = self.assert_run(side, 1, packets, log)
         self.assert_nothing_lost()
         return outcome
 
@@ -340,6 +372,11 @@ class HostTest(ScratchTest):
         outcomes = [self.assert_run(side) for side in (self.field, self.enterprise)]
         self.assert_delivered()
         return outcomes
+
+    def assert_received(self):
+        """A run of the enterprise brings all over that the field has sent."""
+        self.assert_run(self.enterprise)
+        self.assert_delivered()
 
     def start_run(self, side):
         """A run in the background; it ends with the test at the latest."""
@@ -360,6 +397,43 @@ class HostTest(ScratchTest):
                 return outcome
             self.install(self.scratch / f"after-load-{load}")
         return self.fail("the run always ended before the trouble, or did not notice it")
+
+
+class ToolServer:
+    """A server that a tool runs on an address and in a folder of its own, with packets in one below; until the test ends."""
+
+    TOOL = PORT = None
+    END = signal.SIGKILL
+
+    def __init__(self, test, kind, address, folder, packets, *options):
+        check = subprocess.run([self.TOOL, "check", kind], capture_output=True, text=True, check=False)
+        if check.returncode != 0:
+            skip(test, check.stderr.strip())
+        self.kind, self.address, self.folder, self.packets, self.options = kind, address, folder, packets, options
+        self.process = None
+        test.addCleanup(self.kill)
+
+    def start(self):
+        self.process = subprocess.Popen([self.TOOL, *self.options, self.kind, self.address, self.folder],
+                                        stderr=subprocess.DEVNULL)
+        wait_until(self.answers)
+
+    def answers(self):
+        assert self.process.poll() is None, f"{self.kind} ended at once"
+        with socket.socket() as client:
+            return client.connect_ex((self.address, self.PORT)) == 0
+
+    def kill(self):
+        """Ends the server and all its sessions, in the middle of whatever they do."""
+        if self.process:
+            self.process.send_signal(self.END)
+            self.process.wait()
+            self.process = None
+
+    def own(self, *paths):
+        """Lets the server change files that the test made."""
+        for path in paths:
+            os.chown(path, self.packets.stat().st_uid, self.packets.stat().st_gid)
 
 
 class ServerHostTest(HostTest):

@@ -13,8 +13,7 @@ class BackupTest(HostTest):
 
     def test_a_packet_comes_back_from_its_backup(self):
         self.field.change("encoder", "zip")
-        self.put(self.field, "a.mdb", "sub/b~1.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb", "sub/b~1.mdb")
         self.assertEqual(self.backups().output.split(), ["a", "b", "2", "packets", "with", "a", "backup"])
         (self.enterprise.inbox / "a.mdb").unlink()
         since = self.enterprise.inbox / "sub" / "b~1.mdb"
@@ -26,16 +25,14 @@ class BackupTest(HostTest):
             self.assertEqual(since.read_bytes(), b"a week of work, or damaged")
         self.assertTrue((self.enterprise.inbox / "a.mdb").is_file())
         self.backups("--restore", "b", "--over")
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
         self.backups("--destroy", "a")
         self.assertIn("1 packet with a backup", self.backups().output)
         self.assertIn("no backup of packet a", self.backups("--restore", "a", code=1).errors)
         self.backups("--restore", "a", "--destroy", "b", code=2)
 
     def test_backups_that_an_ended_run_took_out_of_the_way_are_there(self):
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
         self.folder.rename(self.folder.parent.with_name("receive.backups"))
         self.assertIn("1 packet with a backup", self.backups().output)
 
@@ -48,8 +45,7 @@ class BackupTest(HostTest):
             self.assertEqual(files_below(self.folder).keys(), left)
 
     def test_a_backup_replaces_nothing_that_was_received_since(self):
-        self.put(self.field, "a.mdb", "b.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb", "b.mdb")
         for folder in ("receive", "receive.waiting"):
             since = self.enterprise.receive.with_name(folder) / "a.mdb.afz"
             since.parent.mkdir(exist_ok=True)
@@ -61,8 +57,7 @@ class BackupTest(HostTest):
             since.unlink()
 
     def test_a_backup_that_is_in_use(self):
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
         (self.enterprise.inbox / "a.mdb").unlink()
         holder = Holder(self, self.folder / "a.mdb")
         for option, what in (("--restore", "moved into the receive folder"), ("--destroy", "deleted")):
@@ -71,18 +66,21 @@ class BackupTest(HostTest):
         holder.release()
         self.backups("--restore", "a")
 
-    def test_encoder_programs_are_not_needed(self):
+    def test_encoder_programs_are_needed_for_a_run_only(self):
+        packet = self.put(self.enterprise, "a.mdb")
         self.enterprise.change("encoder", "zip")
         self.enterprise.change("zip_util_location", self.scratch / "nowhere")
-        self.assertIn("Zip.exe", self.assert_run(self.enterprise, 2).errors)
+        errors = self.assert_run(self.enterprise, 2).errors
+        for text in ("[zip] zip_util_location", "Zip.exe"):
+            self.assertIn(text, errors)
+        self.assertTrue(packet.exists())
         self.backups()
 
     def test_a_full_disk_costs_neither_the_packet_nor_its_older_backup(self):
         volume = Mount(self, self.folder, "64k")
         older = self.folder / "a.mdb"
         older.write_bytes(b"older")
-        packet = self.put(self.field, "a.mdb", content=bytes(100_000)).read_bytes()
-        self.assert_run(self.field)
+        packet = self.send("a.mdb", content=bytes(100_000))
         self.assert_trouble(self.enterprise, {("in", "a.mdb"): "not delivered"})
         self.assertEqual((self.enterprise.receive / "a.mdb").read_bytes(), packet)
         self.assertEqual(list(files_below(self.folder)), ["a.mdb"])
@@ -98,10 +96,8 @@ class BackupTest(HostTest):
     def test_a_write_protected_disk_takes_no_backup_but_the_packet_arrives(self):
         volume = Mount(self, self.folder, "1m")
         volume.remount("ro")
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
         self.assertIn("RWD_TestFile.txt", self.enterprise.log)
         volume.remount("rw")
-        self.put(self.field, "b.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("b.mdb")
         self.assertEqual(list(files_below(self.folder)), ["b.mdb"])

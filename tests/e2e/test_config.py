@@ -40,11 +40,6 @@ class ConfigTest(HostTest):
         self.store(PRODUCT, "MobileConfigValue", "many")
         self.assertIn("MobileConfigValue = many", self.assert_ends(1, "config", self.field.settings).errors)
 
-    def test_a_time_out_that_is_no_number_stops_nobody(self):
-        for name in ("ZipTimeout", "XDeltaTimeout"):
-            self.store(PRODUCT + "\\Transport", name, "soon")
-        self.assert_ends(0, "run", self.field.settings)
-
     def test_a_reference_by_whose_name_the_other_side_finds_none(self):
         packet = self.put(self.field, "a.mdb")
         reference = self.scratch / "Base~1.AXR"

@@ -58,7 +58,6 @@ class DeltaTest(ScratchTest):
 
     def test_refuses_what_does_not_belong_together(self):
         self.make_delta()
-        good = self.delta.read_bytes()
         changed = bytearray(self.reference.read_bytes())
         changed[PAGE] ^= 1
         other = self.scratch / "Base2.AXR"
@@ -66,10 +65,8 @@ class DeltaTest(ScratchTest):
         self.assert_refuses(f"{windows(other)} is not the reference that the delta was made against",
                             arguments=(self.delta, other, self.output))
         self.output.write_bytes(b"older")
-        for content, text in ((good[:-1], "is damaged or cut short"), (good[:20], "is cut short"),
-                              (b"", "is not a delta"), (good[:8] + b"\2" + good[9:], "has format 2")):
-            self.delta.write_bytes(content)
-            self.assert_refuses(f"{windows(self.delta)} {text}")
+        os.truncate(self.delta, self.delta.stat().st_size - 1)
+        self.assert_refuses(f"{windows(self.delta)} is damaged or cut short")
 
     def test_refuses_to_destroy_what_it_reads(self):
         self.make_delta()

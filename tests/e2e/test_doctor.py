@@ -26,8 +26,7 @@ class DoctorTest(JsonTest):
 
     def test_a_good_installation(self):
         self.assertEqual(self.to_do(0), {})
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         before = files_below(self.root)
         outcome = self.assert_ends(0, "doctor", self.field.settings)
         self.assertEqual(files_below(self.root), before)

@@ -17,30 +17,25 @@ class Transfers:
     """What holds with every server."""
 
     def test_what_was_damaged_on_the_server_is_not_delivered(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         packet = self.to_enterprise / "a.mdb"
         content = packet.read_bytes()
         packet.write_bytes(content[:-1] + bytes([content[-1] ^ 1]))
-        self.assert_run(self.enterprise, 1)
-        self.assertIn("is not what was sent", self.enterprise.log)
+        self.assert_run(self.enterprise, 1, log="is not what was sent")
         self.assertEqual(files_below(self.enterprise.inbox), {})
         # Sent anew, it takes the place of the damaged one.
         self.ledger.clear()
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         self.assert_run(self.enterprise, 1)
         self.assert_delivered()
         self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
-        self.put(self.field, "b.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("b.mdb")
 
 
     def test_the_usual_port(self):
         """Some servers compare where a request came to with where it leads."""
         self.use(UsualPort(self, self.server).url)
-        self.put(self.field, "a.mdb", "SUB/b.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb", "SUB/b.mdb")
         self.assertEqual(files_below(self.server.packets), {})
 
 
@@ -70,26 +65,23 @@ class RefusalTest(HttpsHostTest):
         self.put_many(4, 1000, None)
         large = [f"2large{number}.mdb" for number in range(3)]
         self.put(self.field, *large, content=os.urandom(3 << 20))
-        spoiler = Spoiler(self, self.server, largest=1 << 20)
-        answer = spoiler.answer
-        spoiler.answer = lambda *what: (time.sleep(0.6), answer(*what))  # a line by satellite
-        self.use(spoiler.url)
-        self.assert_trouble(self.field, {("out", f"{number}.mdb"): "sent" for number in range(4)} |
-                            {("out", name): WAITING for name in large})
+        with self.spoiling(largest=1 << 20) as spoiler:
+            answer = spoiler.answer
+            spoiler.answer = lambda *what: (time.sleep(0.6), answer(*what))  # a line by satellite
+            self.assert_trouble(self.field, {("out", f"{number}.mdb"): "sent" for number in range(4)} |
+                                {("out", name): WAITING for name in large})
         for name in large:
             self.assertIn(f"Failed to transmit file {name}", self.field.log)
         self.assertIn("limit for the body of a request", self.field.log)
-        self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
     def test_a_very_large_packet_is_asked_for_first(self):
         """Where a body is refused before it was sent, the status gets lost."""
         for number, size in enumerate((33, 40, 35)):
             self.put(self.field, f"{number}.mdb", content=os.urandom(1 << 20) * size)
-        self.use(Spoiler(self, self.server, largest=36 << 20).url)
-        self.assert_trouble(self.field, {("out", "0.mdb"): "sent", ("out", "1.mdb"): WAITING, ("out", "2.mdb"): "sent"})
+        with self.spoiling(largest=36 << 20):
+            self.assert_trouble(self.field, {("out", "0.mdb"): "sent", ("out", "1.mdb"): WAITING, ("out", "2.mdb"): "sent"})
         self.assertIn("answers 413 to PUT", self.field.log)
-        self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
     def test_a_stranger_hears_nothing(self):
@@ -99,22 +91,14 @@ class RefusalTest(HttpsHostTest):
                 stranger = Stranger(self, **certificate)
                 self.use(stranger.url)
                 self.put(self.field, f"{number}.mdb")
-                self.assert_run(self.field, 1)
-                self.assertIn("no encrypted connection came about", self.field.log)
+                self.assert_run(self.field, 1, log="no encrypted connection came about")
                 self.assertEqual(stranger.heard, b"")
         stranger = Stranger(self, secure=False)
-        self.use(Spoiler(self, self.server, f"redirect {stranger.url}", 1).url)
-        self.assert_run(self.field, 1)
+        with self.spoiling(f"redirect {stranger.url}", 1):
+            self.assert_run(self.field, 1)
         self.assertIn("it leads to another address", self.field.log)
         self.assertEqual(stranger.heard, b"")
         self.assert_nothing_lost()
-
-    def test_nothing_leaves_in_clear_text(self):
-        for url, text in ((f"http://10.{self.server.address[4:]}/dav", "use https"), ("ftp://server/", "must look like"),
-                          ("https://a:b@server/", "settings of their own"), ("nonsense", "must look like")):
-            with self.subTest(url=url):
-                self.use(url)
-                self.assert_waits(text)
 
 
 class SpoiledRequests:
@@ -124,17 +108,15 @@ class SpoiledRequests:
     SOME = 3
 
     def requests_of(self, side):
-        spoiler = Spoiler(self, self.server)
-        self.use(spoiler.url)
-        self.assert_run(side)
+        with self.spoiling() as spoiler:
+            self.assert_run(side)
         return spoiler.count
 
     def spoil(self, side, mode, number):
         process = None
-        spoiler = Spoiler(self, self.server, mode, number, lambda: (process.kill(), process.wait()))
-        self.use(spoiler.url)
-        process = start("run", side.settings)
-        outcome = finish(process)
+        with self.spoiling(mode, number, lambda: (process.kill(), process.wait())) as spoiler:
+            process = start("run", side.settings)
+            outcome = finish(process)
         spoiler.close()  # hundreds that went on listening would take all time
         self.assertGreaterEqual(spoiler.count, number, outcome)
         self.assert_nothing_lost()
@@ -149,17 +131,14 @@ class SpoiledRequests:
         """One pair of installations for all: each run begins with new packets."""
         for mode, number in numbers:
             with self.subTest(side=side.name, mode=mode, number=number):
-                self.use(self.server.url)
                 for count in range(self.PACKETS):
                     self.put(self.field, f"{side.name}-{mode}{number}-{count}.mdb", content=os.urandom(3000))
                 if side is self.enterprise:
                     self.assert_run(self.field)
                 self.spoil(side, mode, number)
-                self.use(self.server.url)
                 # Where the answer to a MOVE or DELETE was lost, a packet may travel twice.
                 self.field.run()
-                self.assert_run(self.enterprise)
-                self.assert_delivered()
+                self.assert_received()
                 self.assertEqual(files_below(self.server.packets), {})
 
     def chosen(self, count):
@@ -196,9 +175,9 @@ class LiesTest(HttpsHostTest):
              b'<!DOCTYPE a [<!ENTITY b "c">]><D:multistatus xmlns:D="DAV:">&b;</D:multistatus>', b"<a>" * 100_000)
 
     def receive_under(self, lie, *texts):
-        self.use(Spoiler(self, self.server, lie=lie).url)
         before = files_below(self.scratch / "pair")
-        outcome = self.assert_run(self.enterprise, 1)
+        with self.spoiling(lie=lie):
+            outcome = self.assert_run(self.enterprise, 1)
         for text in texts:
             self.assertIn(text, self.enterprise.log, outcome)
         changed = files_below(self.scratch / "pair").items() - before.items()
@@ -207,8 +186,7 @@ class LiesTest(HttpsHostTest):
         self.assert_nothing_lost()
 
     def test_names_and_lists(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         for name in self.NAMES:
             with self.subTest(name=name):
                 self.receive_under(lambda method, status, headers, content, name=name: (
@@ -217,13 +195,10 @@ class LiesTest(HttpsHostTest):
             with self.subTest(list=content[:40]):
                 self.receive_under(lambda method, status, headers, answer, content=content: (
                     status, headers, content if method == "PROPFIND" else answer), "The server's list of the folder cannot be used")
-        self.use(self.server.url)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_contents(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
 
         def lie(bend):
             return lambda method, status, headers, content: bend(headers, content) if method == "GET" and len(content) == 20_000 else (
@@ -234,31 +209,15 @@ class LiesTest(HttpsHostTest):
                            ("answers 404", lambda headers, content: (404, {}, b""))):
             with self.subTest(text=text):
                 self.receive_under(lie(bend), text)
-        self.use(self.server.url)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
-
-    def test_a_move_of_which_nobody_tells_that_it_is_done(self):
-        for status in (202, 207):
-            self.ledger.clear()
-            self.put(self.field, "a.mdb")
-            spoiler = Spoiler(self, self.server)
-            ask = spoiler.ask
-            spoiler.ask = lambda request, body, ask=ask, status=status: (
-                (status, {}, b"") if request.command == "MOVE" else ask(request, body))
-            self.use(spoiler.url)
-            self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
-        self.use(self.server.url)
-        self.assert_next_cycle_delivers()
+        self.assert_received()
 
     def test_what_was_not_stored_is_not_deleted(self):
         def lie(method, status, headers, content):
             return status, headers, content.replace(b"20000</", b"19999</")
         self.put(self.field, "a.mdb")
-        self.use(Spoiler(self, self.server, lie=lie).url)
-        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        with self.spoiling(lie=lie):
+            self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
         self.assertIn("does not list all of its 20000 bytes", self.field.log)
-        self.use(self.server.url)
         self.assert_next_cycle_delivers()
 
 
@@ -267,8 +226,7 @@ class ContinuedDownloadTest(HttpsHostTest):
 
     def setUp(self):
         super().setUp()
-        self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
-        self.assert_run(self.field)
+        self.send("a.mdb", content=os.urandom(self.SIZE))
 
     def receive(self, code, cuts, then=None):
         """Cuts the first answers with a packet after nine tenths. Returns how much each of these answers held."""
@@ -281,8 +239,8 @@ class ContinuedDownloadTest(HttpsHostTest):
             if len(came) <= cuts:
                 return status, headers | {"Content-Length": len(content)}, content[:len(content) * 9 // 10]
             return then or (status, headers, content)
-        self.use(Spoiler(self, self.server, lie=lie).url)
-        self.assert_run(self.enterprise, code)
+        with self.spoiling(lie=lie):
+            self.assert_run(self.enterprise, code)
         return came
 
     def part(self):
@@ -305,8 +263,7 @@ class ContinuedDownloadTest(HttpsHostTest):
             self.assertEqual(self.receive(0, cuts=0)[-1], self.SIZE)
             self.assert_delivered()
             self.ledger.clear()
-            self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
-            self.assert_run(self.field)
+            self.send("a.mdb", content=os.urandom(self.SIZE))
 
     def test_not_without_end(self):
         self.receive(1, cuts=1, then=(503, {}, b""))
@@ -327,67 +284,59 @@ class ContinuedDownloadTest(HttpsHostTest):
         claim, = self.server.packets.glob("*.claims/*/a.mdb")
         claim.unlink()
         self.ledger.clear()
-        self.put(self.field, "a.mdb", content=os.urandom(self.SIZE))
-        self.assert_run(self.field)
+        self.send("a.mdb", content=os.urandom(self.SIZE))
         self.assertEqual(self.receive(0, cuts=0), [self.SIZE])
         self.assert_delivered()
         self.assertFalse(files_below(self.server.packets))
 
 
 class LeftoversTest(HttpsHostTest):
-    def without(self, method, text):
-        """The URL of a way to the server that does not carry requests of a method whose path holds a text."""
-        spoiler = Spoiler(self, self.server)
-        spoiler.ask = lambda request, body, ask=spoiler.ask: (
-            (502, {}, b"") if request.command == method and text in request.path else ask(request, body))
-        return spoiler.url
+    def other_enterprise(self):
+        """That receives from the same folder."""
+        shutil.copytree(self.root, self.scratch / "other")
+        return Side(self.scratch / "other", "enterprise")
+
+    def claim(self, *names):
+        """Packets that the enterprise has claimed and could not fetch; the folder of its claims."""
+        self.send(*names)
+        with self.refusing("GET", ".claims"):
+            self.assert_run(self.enterprise, 1)
+        claims, = self.server.packets.glob("*.claims/*")
+        return claims
 
     def test_notes_stay_while_somebody_needs_them(self):
-        other = self.scratch / "other"
-        shutil.copytree(self.root, other)
-        other = Side(other, "enterprise")
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        other = self.other_enterprise()
+        self.send("a.mdb")
         # Ended with a claim: its own next run has to know what it must be.
         process = None
-        spoiler = Spoiler(self, self.server, end=lambda: (process.kill(), process.wait()))
-        spoiler.lie = lambda method, status, headers, content: (
-            spoiler.end() if method == "MOVE" else None, (status, headers, content))[1]
-        self.use(spoiler.url)
-        process = start("run", self.enterprise.settings)
-        finish(process)
+
+        def end_with_claim(method, *answer):
+            if method == "MOVE":
+                process.kill()
+                process.wait()
+            return answer
+        with self.spoiling(lie=end_with_claim):
+            process = start("run", self.enterprise.settings)
+            finish(process)
         claim, = self.server.packets.glob("*.claims/*/a.mdb")
         claim.write_bytes(b"damaged")
-        self.use(self.server.url)
         self.assertEqual(other.run().code, 0, other.log)
-        self.assert_run(self.enterprise, 1)
-        self.assertIn("is not what was sent", self.enterprise.log)
+        self.assert_run(self.enterprise, 1, log="is not what was sent")
         self.assertEqual(files_below(self.enterprise.inbox), {})
 
     def test_a_claim_comes_before_what_has_its_name_in_other_letters(self):
-        self.put(self.field, "A.mdb")
-        self.assert_run(self.field)
-        busy = Spoiler(self, self.server, lie=lambda method, status, headers, content: (
-            (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content)))
-        self.use(busy.url)
-        self.assert_run(self.enterprise, 1)
-        self.use(self.server.url)
+        claim = (self.claim("A.mdb") / "A.mdb").read_bytes()
         self.ledger.clear()
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
-        busy.lie = lambda method, status, headers, content: (
-            (503, {}, b"") if method == "GET" and claim in content else (status, headers, content))
-        claim = next(self.server.packets.glob("*.claims/*/A.mdb")).read_bytes()
-        self.use(busy.url)
-        self.assert_run(self.enterprise, 1)
+        self.send("a.mdb")
+        with self.spoiling(lie=lambda method, status, headers, content: (
+                (503, {}, b"") if method == "GET" and claim in content else (status, headers, content))):
+            self.assert_run(self.enterprise, 1)
         self.assertEqual(files_below(self.enterprise.inbox), {})
-        self.use(self.server.url)
         self.assert_run(self.enterprise)
         self.assertEqual([*files_below(self.enterprise.inbox).values()], [self.ledger[0][2]])
 
     def test_claims_of_one_who_does_not_come_back(self):
-        self.put(self.field, "a.mdb", "SUB/b.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb", "SUB/b.mdb")
         self.assertIn("Nobody holds packets", self.assert_ends(0, "release", self.enterprise.settings).output)
         claims = self.to_enterprise.with_name("to-enterprise.claims")
         shutil.copytree(self.to_enterprise, claims / "GONE-1")
@@ -400,86 +349,60 @@ class LeftoversTest(HttpsHostTest):
         self.assert_ends(1, "release", self.enterprise.settings, "NOBODY")
         self.assertIn("No installation NOBODY holds packets on the server.", self.enterprise.log)
         # A part of the claims that cannot be seen stays with its note.
-        self.use(self.without("PROPFIND", "GONE-1/SUB"))
-        self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
-        self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
-        newer.unlink()
-        self.ledger.pop()
-        self.assert_ends(1, "release", self.enterprise.settings, "GONE-1")
-        self.assertIn("answers 502 to PROPFIND to-enterprise.claims/GONE-1/SUB", self.enterprise.log)
-        self.assert_run(self.enterprise)
-        self.use(self.server.url)
+        with self.refusing("PROPFIND", "GONE-1/SUB"):
+            self.assert_ends(1, "release", self.enterprise.settings, "gone-1")
+            self.assertIn("to-enterprise/a.mdb was sent anew meanwhile", self.enterprise.log)
+            newer.unlink()
+            self.ledger.pop()
+            self.assert_ends(1, "release", self.enterprise.settings, "GONE-1")
+            self.assertIn("answers 502 to PROPFIND to-enterprise.claims/GONE-1/SUB", self.enterprise.log)
+            self.assert_run(self.enterprise)
         self.assertEqual(len([*self.server.packets.glob("*.uploads/*.digests")]), 1)
         self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_a_claim_is_not_released_over_what_others_received(self):
-        shutil.copytree(self.root, self.scratch / "other")
-        other = Side(self.scratch / "other", "enterprise")
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
-        self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
-            (503, {}, b"") if method == "GET" and len(content) == 20_000 else (status, headers, content))).url)
-        self.assert_run(self.enterprise, 1)
-        self.use(self.server.url)
+        other = self.other_enterprise()
+        claims = self.claim("a.mdb")
         older = set(self.server.packets.glob("*.uploads/*.digests"))
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         newer, = set(self.server.packets.glob("*.uploads/*.digests")) - older
         self.assertEqual(other.run().code, 0, other.log)
-        claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
-        self.use(self.without("GET", newer.name))
-        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        with self.refusing("GET", newer.name):
+            self.assert_ends(1, "release", self.enterprise.settings, claims.name)
         self.assertIn("The digests of the packets cannot be read from the server", self.enterprise.log)
-        self.use(self.server.url)
         self.assert_ends(1, "release", self.enterprise.settings, claims.name)
         self.assertIn("is not known to be the latest", self.enterprise.log)
         self.assertEqual(len(files_below(claims)), 1)
 
     def test_a_claim_is_released_though_an_older_version_never_took_its_name(self):
         self.put(self.field, "a.mdb")
-        self.use(self.without("MOVE", ""))
-        self.assert_run(self.field, 1)
+        with self.refusing("MOVE"):
+            self.assert_run(self.field, 1)
         self.ledger.clear()
-        self.put(self.field, "a.mdb")
-        self.use(self.server.url)
-        self.assert_run(self.field)
-        self.use(self.without("GET", ".claims"))
-        self.assert_run(self.enterprise, 1)
-        self.use(self.server.url)
-        claims = next(self.server.packets.glob("*.claims/*/a.mdb")).parent
-        self.assert_ends(0, "release", self.enterprise.settings, claims.name)
+        self.assert_ends(0, "release", self.enterprise.settings, self.claim("a.mdb").name)
         self.assertTrue((self.to_enterprise / "a.mdb").exists())
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_a_claim_is_not_released_over_what_others_receive_meanwhile(self):
         """While the notes are read, while it is compared, and while it is moved."""
-        shutil.copytree(self.root, self.scratch / "other")
-        other = Side(self.scratch / "other", "enterprise")
+        other = self.other_enterprise()
         names = ("notes.mdb", "content.mdb", "move.mdb")
-        for way in (self.without("MOVE", ""), self.server.url):
-            self.use(way)
-            self.put(self.field, *names)
-            self.field.run()
-        self.use(self.without("GET", ".claims"))
-        self.assert_run(self.enterprise, 1)
-        self.use(self.server.url)
+        self.put(self.field, *names)
+        with self.refusing("MOVE"):
+            self.assert_run(self.field, 1)
+        claims = self.claim(*names)
 
         def receive_newer(name):
-            self.put(self.field, name)
-            self.assert_run(self.field)
+            self.send(name)
             self.assertEqual(other.run().code, 0, other.log)
-        spoiler = Spoiler(self, self.server)
-        ask, failures = spoiler.ask, [(500, {}, b"")]
-        spoiler.ask = lambda request, body: (
+        failures = [(500, {}, b"")]
+        spoiler = Spoiler(self, self.server, instead=lambda request, body, ask: (
             failures.pop() if failures and request.command == "PROPFIND" and (self.to_enterprise / "move.mdb").exists()
-            else ask(request, body))
+            else ask(request, body)))
         for name, moment in zip(names, (("GET", ".digests"), ("GET", "/content.mdb"), ("MOVE", "/move.mdb"))):
             spoiler.before(*moment, functools.partial(receive_newer, name))
         self.enterprise.change("https.server", spoiler.url)
-        claims = next(self.server.packets.glob("*.claims/*"))
         self.assert_ends(1, "release", self.enterprise.settings, claims.name)
         self.assertEqual(files_below(other.inbox).keys(), set(names))
         self.assertEqual((files_below(claims).keys(), files_below(self.to_enterprise)), (set(names), {}))
@@ -498,9 +421,8 @@ class LeftoversTest(HttpsHostTest):
             return lambda: (claims / "GONE-1" / "claimed.mdb").rename(self.to_enterprise / "claimed.mdb")
 
         def half_sent():
-            self.use(self.without("MOVE", "~"))
-            self.assert_run(self.field, 1)
-            self.use(self.server.url)
+            with self.refusing("MOVE", "~"):
+                self.assert_run(self.field, 1)
             next(uploads.glob("*~*")).unlink()
             return lambda: self.assert_run(self.field)
 
@@ -513,13 +435,11 @@ class LeftoversTest(HttpsHostTest):
                 self.enterprise.change("https.server", spoiler.url)
                 self.assert_run(self.enterprise)
                 self.assertEqual((len(files_below(self.to_enterprise)), len([*uploads.glob("*.digests")])), (1, 1))
-                self.assert_run(self.enterprise)
-                self.assert_delivered()
+                self.assert_received()
                 self.assertEqual(files_below(self.server.packets), {})
 
     def test_what_cannot_be_seen_or_told_apart_keeps_nothing_else_back(self):
-        self.put(self.field, "a.mdb", "b.mdb", "week.uploads", "CLOSED/c.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb", "b.mdb", "week.uploads", "CLOSED/c.mdb")
         closed = self.to_enterprise / "CLOSED"
         closed.chmod(0)
         twin = self.to_enterprise / "A.mdb"
@@ -534,8 +454,7 @@ class LeftoversTest(HttpsHostTest):
         self.assertEqual(files_below(self.enterprise.inbox).keys(), {"b.mdb", "week.uploads"})
         closed.chmod(0o755)
         twin.unlink()
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_an_account_that_may_not_see_the_claims(self):
         uploads = self.to_enterprise.with_name("to-enterprise.uploads")
@@ -543,32 +462,25 @@ class LeftoversTest(HttpsHostTest):
         for number in range(30):
             (uploads / f"{number}.digests").write_bytes(b"")
         self.server.own(uploads, *uploads.iterdir())
-        spoiler = Spoiler(self, self.server)
-        ask = spoiler.ask
-        spoiler.ask = lambda request, body: (403, {}, b"") if "enterprise.claims" in request.path else ask(request, body)
-        self.field.change("https.server", spoiler.url)
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.field.change("https.server", Spoiler(self, self.server, instead=lambda request, body, ask: (
+            (403, {}, b"") if "enterprise.claims" in request.path else ask(request, body))).url)
+        self.deliver("a.mdb")
 
     def test_notes_do_not_pile_up(self):
         """Where packets are taken from the server's disk, nobody else removes the notes."""
         uploads = self.to_enterprise.with_name("to-enterprise.uploads")
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         for number in range(30):
             (uploads / f"{number}.digests").write_bytes(b"")
             self.server.own(uploads / f"{number}.digests")
-        self.put(self.field, "b.mdb")
-        self.assert_run(self.field)
+        self.send("b.mdb")
         self.assertEqual(len(files_below(uploads)), 32)
         for path in self.to_enterprise.iterdir():
             path.unlink()
         self.ledger.clear()
-        self.put(self.field, "c.mdb")
-        self.assert_run(self.field)
+        self.send("c.mdb")
         self.assertEqual(len(files_below(uploads)), 1)
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_what_cannot_be_stored_is_left_to_others(self):
         self.put_many(6, 400_000, None)
@@ -580,8 +492,7 @@ class LeftoversTest(HttpsHostTest):
         self.assertEqual(len(files_below(self.to_enterprise)), 3)
         self.assert_nothing_lost()
         volume.remount("size=8m")
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
 
 class SubFolderTest(HttpsHostTest):
@@ -619,16 +530,14 @@ class SubFolderTest(HttpsHostTest):
 
     def test_packets_arrive_from_it(self):
         uploads = self.to_enterprise / "field7.uploads"
-        self.put(self.field, "a.mdb", "SUB/b.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb", "SUB/b.mdb")
         (uploads / "other~1").write_bytes(b"half")
         self.assert_run(self.enterprise)
         expected = {f"field7/{name}": digest for _, name, digest in self.ledger}
         self.assertEqual({name.replace("FIELD7", "field7"): digest for name, digest in files_below(self.enterprise.inbox).items()},
                          expected)
         self.assertEqual(files_below(uploads).keys(), {"other~1"})
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         (self.to_enterprise / "field7" / "a.mdb").write_bytes(bytes(20_000))
         for _ in range(2):
             self.assert_run(self.enterprise, 1)
@@ -636,13 +545,11 @@ class SubFolderTest(HttpsHostTest):
 
     def test_a_packet_is_checked_whatever_the_case_of_its_letters(self):
         """Some servers keep those of the file whose place it takes."""
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         packet = self.to_enterprise / "field7" / "a.mdb"
         packet.write_bytes(bytes(20_000))
         packet.rename(packet.with_name("A.MDB"))
-        self.assert_run(self.enterprise, 1)
-        self.assertIn("is not what was sent", self.enterprise.log)
+        self.assert_run(self.enterprise, 1, log="is not what was sent")
 
     def test_a_folder_above_that_nobody_has_made(self):
         self.to_enterprise.rmdir()
@@ -653,8 +560,7 @@ class SubFolderTest(HttpsHostTest):
 
     def test_no_packet_goes_where_nobody_looks(self):
         self.put(self.field, "x.Claims/a.mdb")
-        self.assert_run(self.field, 1)
-        self.assertIn("has a name that on a WebDAV server only the transport uses", self.field.log)
+        self.assert_run(self.field, 1, log="has a name that on a WebDAV server only the transport uses")
         self.assertEqual(len(files_below(self.field.send)), 1)
 
 
@@ -671,15 +577,13 @@ class StopTest(HttpsHostTest):
                 if side is self.enterprise:
                     self.assert_run(self.field)
                 process = None
-                spoiler = Spoiler(self, self.server, "stop", 5, lambda: process.send_signal(signal.SIGINT))
-                self.use(spoiler.url)
-                process = start("run", side.settings)
-                outcome = finish(process)
+                with self.spoiling("stop", 5, lambda: process.send_signal(signal.SIGINT)) as spoiler:
+                    process = start("run", side.settings)
+                    outcome = finish(process)
                 self.assertEqual(outcome.code, 1, outcome)
                 self.assertLess(spoiler.count, 9, outcome)
                 self.assertEqual(side.log, "")
                 self.assert_nothing_lost()
-                self.use(self.server.url)
                 self.assert_next_cycle_delivers()
 
 
@@ -726,8 +630,7 @@ class ManyReceiversTest(HttpsHostTest):
         self.assert_each_once()
 
     def put_more(self, count):
-        self.put(self.field, *(f"more{number}.mdb" for number in range(count)))
-        self.assert_run(self.field)
+        self.send(*(f"more{number}.mdb" for number in range(count)))
 
     def test_each_packet_arrives_at_one_of_four(self):
         self.exchange(60)

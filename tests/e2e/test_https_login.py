@@ -1,24 +1,16 @@
 """Logins to servers, and what guards them: passwords at rest, keys and certificates, proxies."""
 import base64
-import fcntl
 import hashlib
-import http.server
 import os
-import pty
 import re
-import select
 import socket
-import struct
 import subprocess
 import tempfile
-import termios
-import threading
-import time
-import tty
 
 import support
-from dav import AUTHORITY, HttpsHostTest, PASSWORD, PLAIN_PORT, Server, Stranger, own_address, pump
-from support import HostTest, TIMEOUT, command, finish, own_program, run, start
+from dav import (HttpsHostTest, METHODS, PASSWORD, PLAIN_PORT, Server, Stranger, new_certificate, openssl, own_address, pump,
+                 serve_requests)
+from support import HostTest, finish, own_program, run, start, use_on_terminal
 
 PROTECTED = r"(?m)^password = (dpapi:[A-Za-z0-9+/=]+)$"
 
@@ -32,25 +24,13 @@ def given(text):
 
 
 def typed(arguments, *answers):
-    """The host on a terminal of its own, on which somebody answers each question; its exit code, and what the terminal shows."""
-    process, terminal = pty.fork()
-    if process == 0:
-        tty.setraw(0)  # as a console of Windows hands over what is typed, and shows nothing itself
-        fcntl.ioctl(0, termios.TIOCSWINSZ, struct.pack("HHHH", 50, 200, 0, 0))
-        os.execv(support.WINE, command(None, arguments))
-    output, waiting, asked = b"", list(answers), 0
-    end = time.monotonic() + TIMEOUT
-    while time.monotonic() < end:
-        if waiting and output.count(b"):") + output.count(b"more:") > asked:
-            asked += 1
-            os.write(terminal, waiting.pop(0) + b"\r")
-        if select.select([terminal], [], [], 0.01)[0]:
-            try:
-                output += os.read(terminal, 65536)
-            except OSError:  # the terminal of a program that ended
-                break
-    os.close(terminal)
-    return os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), output
+    """Somebody on a terminal answers each question of the host."""
+    waiting = list(answers)
+
+    def answer(output):
+        asked = output.count(b"):") + output.count(b"more:")
+        return waiting.pop(0) + b"\r" if waiting and asked > len(answers) - len(waiting) else b""
+    return use_on_terminal(arguments, answer, raw=True)
 
 
 class PasswordTest(HttpsHostTest):
@@ -72,8 +52,7 @@ class PasswordTest(HttpsHostTest):
             after = self.field.settings.read_text(encoding="utf-8").replace("\t", " ")
             self.assertEqual(after.replace(f"password = {self.stored()}", "password = "), text)
             self.assertNotIn(PASSWORD, after + outcome.output)
-            self.put(self.field, "a.mdb")
-            self.assert_next_cycle_delivers()
+            self.deliver("a.mdb")
             self.ledger.clear()
 
     def test_a_line_that_is_missing_is_added_to_its_section(self):
@@ -83,8 +62,7 @@ class PasswordTest(HttpsHostTest):
         after = self.field.settings.read_bytes().decode("utf-8-sig")
         line, = re.findall(r"(?s)\[https\][^\[]*\r\n(password = dpapi:[^\r\n]+\r\n)", after)
         self.assertEqual(after.replace(line, ""), text)
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
 
     def test_what_cannot_be_deciphered_is_told_and_can_be_written_anew(self):
         self.encipher()
@@ -104,8 +82,7 @@ class PasswordTest(HttpsHostTest):
             self.assert_ends(0, command[0], self.field.settings, *command[1:])
         self.assertEqual(self.encipher(password="geh€im".encode()).code, 0)
         self.put(self.field, "a.mdb")
-        self.assert_trouble(self.field)
-        self.assertIn("Check the login", self.field.log)
+        self.assert_trouble(self.field, log="Check the login")
         self.assertEqual(self.encipher().code, 0)
         self.assert_next_cycle_delivers()
 
@@ -124,14 +101,13 @@ class PasswordTest(HttpsHostTest):
         self.field.change("https.password", "wrong")
         before = self.field.settings.read_bytes()
         for answers, expected in (((b"secret", b"secred"), "differ"), ((b"",), "is empty")):
-            code, shown = typed(["password", self.field.settings], *answers)
-            self.assertEqual((code, self.field.settings.read_bytes()), (2, before), shown)
-            self.assertIn(expected, shown.decode())
-        code, shown = typed(["password", self.field.settings], b"secret", b"secret")
-        self.assertEqual(code, 0, shown)
-        self.assertNotIn(b"secret", shown)
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+            outcome = typed(["password", self.field.settings], *answers)
+            self.assertEqual((outcome.code, self.field.settings.read_bytes()), (2, before), outcome)
+            self.assertIn(expected, outcome.output)
+        outcome = typed(["password", self.field.settings], b"secret", b"secret")
+        self.assertEqual(outcome.code, 0, outcome)
+        self.assertNotIn("secret", outcome.output)
+        self.deliver("a.mdb")
 
     def test_where_there_is_none(self):
         for input_, expected in ((b"\r\n", "is empty"), (b"\xff\n", "not UTF-8"), (None, "--stdin takes it")):
@@ -170,10 +146,6 @@ class DialogTest(HostTest):
         self.assertEqual(edit("0=third.example"), stored)
         self.assertNotEqual(edit("2=new"), stored)
         self.assertTrue(self.field.settings.read_text(encoding="utf-8").endswith("; the last line"))
-
-
-def openssl(*arguments):
-    return subprocess.run(["openssl", *arguments], check=True, capture_output=True).stdout
 
 
 def pin_of(certificate):
@@ -261,8 +233,7 @@ class LighttpdDigestTest(GuardedTest):
 
     def test_packets_travel(self):
         self.change_both("https.login", "digest")
-        self.put(self.field, "a b.mdb", "c.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a b.mdb", "c.mdb")
         self.assert_ends(0, "verify", self.field.settings)
 
 
@@ -282,10 +253,8 @@ class ClientCertificateTest(GuardedTest):
     def own_certificate(self, name, days=30):
         """Makes one of the tests' authority, and installs it; its thumbprint."""
         program = own_program(self, "own_certificate", "-lcrypt32")
-        key, request, certificate, packed = (self.scratch / f"{name}.{ending}" for ending in ("key", "csr", "pem", "p12"))
-        openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", f"/CN={name}", "-keyout", key, "-out", request)
-        openssl("x509", "-req", "-days", str(days), "-in", request, "-CA", AUTHORITY / "ca.pem", "-CAkey", AUTHORITY / "ca.key",
-                "-set_serial", str(time.time_ns()), "-out", certificate)
+        certificate, key = new_certificate(self.scratch / name, name, days=days)
+        packed = certificate.with_suffix(".p12")
         openssl("pkcs12", "-export", "-passout", "pass:", "-inkey", key, "-in", certificate, "-out", packed)
         self.assert_ends(0, packed, program=program)
         self.addCleanup(run, packed, "remove", program=program)
@@ -296,8 +265,7 @@ class ClientCertificateTest(GuardedTest):
         thumbprint = self.own_certificate(name)
         for chosen in (thumbprint, thumbprint.replace(":", " ").lower(), name[3:]):
             self.change_both("https.client_certificate", chosen)
-            self.put(self.field, "a.mdb")
-            self.assert_next_cycle_delivers()
+            self.deliver("a.mdb")
             self.ledger.clear()
 
     def test_without_one(self):
@@ -318,54 +286,37 @@ class Proxy:
     def __init__(self, test, login=None):
         self.expected = login and "Basic " + base64.b64encode(login.encode()).decode()
         self.requests = []
-        proxy = self
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            protocol_version = "HTTP/1.1"
-
-            def log_message(self, *_):
-                """Not on the terminal."""
-
-            def do_CONNECT(self):
-                proxy.handle(self, self.tunnel)
-
-            def tunnel(self):
-                self.send_response(200)
-                self.end_headers()
-                with socket.create_connection(self.path.split(":")) as server:
-                    pump(self.connection, server)
-                self.close_connection = True
-
-            def pass_on(self):
-                proxy.handle(self, self.relay)
-
-            def relay(self):
-                host, _, path = self.path.removeprefix("http://").partition("/")
-                with socket.create_connection(host.split(":")) as server:
-                    del self.headers["Proxy-Authorization"]
-                    self.headers["Connection"] = "close"
-                    head = "".join(f"{name}: {value}\r\n" for name, value in self.headers.items())
-                    server.sendall(f"{self.command} /{path} HTTP/1.1\r\n{head}\r\n".encode())
-                    server.sendall(self.rfile.read(int(self.headers.get("Content-Length", 0))))
-                    while data := server.recv(65536):
-                        self.wfile.write(data)
-                self.close_connection = True
-
-        for method in ("GET", "HEAD", "PUT", "DELETE", "PROPFIND", "MKCOL", "MOVE"):
-            setattr(Handler, f"do_{method}", Handler.pass_on)
-        self.listener = http.server.ThreadingHTTPServer((own_address(), 0), Handler)
-        self.listener.daemon_threads = True
-        self.listener.handle_error = lambda *_: None  # that the host has gone
+        self.listener = serve_requests(own_address(), (*METHODS, "HEAD", "CONNECT"), lambda request: self.handle(request))
         test.addCleanup(self.listener.server_close)
         test.addCleanup(self.listener.shutdown)
-        threading.Thread(target=self.listener.serve_forever, kwargs={"poll_interval": 0.05}, daemon=True).start()
         self.address = ":".join(map(str, self.listener.server_address))
 
-    def handle(self, request, go_on):
+    @staticmethod
+    def tunnel(request):
+        request.send_response(200)
+        request.end_headers()
+        with socket.create_connection(request.path.split(":")) as server:
+            pump(request.connection, server)
+        request.close_connection = True
+
+    @staticmethod
+    def relay(request):
+        host, _, path = request.path.removeprefix("http://").partition("/")
+        with socket.create_connection(host.split(":")) as server:
+            del request.headers["Proxy-Authorization"]
+            request.headers["Connection"] = "close"
+            head = "".join(f"{name}: {value}\r\n" for name, value in request.headers.items())
+            server.sendall(f"{request.command} /{path} HTTP/1.1\r\n{head}\r\n".encode())
+            server.sendall(request.rfile.read(int(request.headers.get("Content-Length", 0))))
+            while data := server.recv(65536):
+                request.wfile.write(data)
+        request.close_connection = True
+
+    def handle(self, request):
         self.requests.append((request.command, request.headers.get("Proxy-Authorization")))
         if self.expected in (None, request.headers.get("Proxy-Authorization")):
             self.expected = None
-            return go_on()
+            return self.tunnel(request) if request.command == "CONNECT" else self.relay(request)
         request.rfile.read(int(request.headers.get("Content-Length", 0)))
         request.send_response(407)
         request.send_header("Proxy-Authenticate", 'Basic realm="proxy"')
@@ -377,8 +328,7 @@ class ProxyTest(GuardedTest):
     def test_packets_travel_through_a_tunnel(self):
         proxy = Proxy(self)
         self.change_both("https.proxy", proxy.address)
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
         self.assertEqual({method for method, _ in proxy.requests}, {"CONNECT"})
 
     def test_a_login_to_the_proxy(self):

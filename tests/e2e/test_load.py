@@ -1,7 +1,6 @@
 """Many computers at once, and very large packets."""
 import os
 import shutil
-import unittest
 
 from dav import HttpsHostTest
 from ftp import FtpHostTest

@@ -6,7 +6,7 @@ import signal
 import time
 
 from objects import JsonTest
-from support import HostTest, Mount, WAITING, files_below, run_on_terminal, wait_until, windows
+from support import HostTest, Mount, WAITING, files_below, wait_until, windows
 
 
 def tree(root):
@@ -19,13 +19,13 @@ def tree(root):
 class ReportTest(JsonTest):
     def test_objects_of_a_run(self):
         self.field.change("encoder", "zip")
-        self.put(self.field, "Größe/5 µm.mdb", content=bytes(20_000))
+        self.put(self.field, "Größe/日本 5 µm.mdb", content=bytes(20_000))
         self.put(self.field, "empty.mdb", content=b"")
         *packets, run = self.json(1, "run", self.field)
         by_name = {packet["packet"]: packet for packet in packets}
-        sent = by_name["Größe\\5 µm.mdb"]
+        sent = by_name["Größe\\日本 5 µm.mdb"]
         self.assertEqual([sent[key] for key in ("direction", "state", "size", "reason")], ["out", "sent", 20_000, None])
-        self.assertEqual(sent["travel_size"], self.to_enterprise.joinpath("Größe/5 µm.mdb.afz").stat().st_size)
+        self.assertEqual(sent["travel_size"], self.to_enterprise.joinpath("Größe/日本 5 µm.mdb.afz").stat().st_size)
         self.assertEqual(by_name["empty.mdb"]["state"], "not_added")
         self.assertIn("it is empty", by_name["empty.mdb"]["reason"])
         self.assertEqual([run[key] for key in ("result", "sent", "delivered", "left", "dry_run", "failure")],
@@ -89,19 +89,6 @@ class ReportTest(JsonTest):
         self.assertIn(f"The remote folder {windows(self.to_field)} is not there, or cannot be seen.", outcome.output)
         self.assertEqual(outcome.packets, {("out", "a.mdb"): "would be sent"})
 
-    def test_a_dry_run_does_what_a_run_then_does(self):
-        self.put(self.field, "a.mdb", "sub/b.xml")
-        self.put(self.enterprise, "c.mdb", folder=self.to_field)
-        planned = self.assert_ends(0, "run", self.field.settings, "--dry-run").packets
-        done = self.assert_run(self.field).packets
-        self.assertEqual(planned.keys(), done.keys())
-        self.assertEqual(set(done.values()), {"sent", "delivered"})
-
-    def test_the_bar_of_a_terminal_tells_rate_and_time(self):
-        self.put_many(40, 50_000, self.field.send)
-        self.assertRegex(run_on_terminal(self.field.settings).output, r"\] \d+/40  \d+\.\d/s  \d+:\d\d left")
-
-
 class LogTest(HostTest):
     """A file that is left of a copy is reported by each run."""
 
@@ -119,9 +106,6 @@ class LogTest(HostTest):
         logs = sorted(path.name for path in self.root.glob("field*.log"))
         self.assertEqual(len(logs), 3, logs)
         self.assertNotIn("field.1.log", logs)
-        for name in logs:
-            self.assertIn("is left of a copy", (self.root / name).read_text(encoding="utf-8"))
-            self.assertLessEqual((self.root / name).stat().st_size, 1024)
 
     def test_a_disk_that_is_full_of_logs_ends_no_run(self):
         volume = Mount(self, self.root / "logs", "64k").folder
@@ -131,8 +115,7 @@ class LogTest(HostTest):
             (volume / "full").write_bytes(bytes(100_000))
         self.put(self.field, "a.mdb")
         self.run_with_a_report()
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
 
 class StatusTest(JsonTest):
@@ -159,8 +142,7 @@ class StatusTest(JsonTest):
         self.assertEqual(self.status()["last_run"]["result"], "complete")
 
     def test_every_end_of_a_run_has_its_words(self):
-        self.put(self.field, "a.mdb")
-        self.assert_run(self.field)
+        self.send("a.mdb")
         path = self.field.send.with_name("send.status")
         good = path.read_text(encoding="utf-8")
         self.assertIn('"result":"complete"', good)
@@ -210,6 +192,5 @@ class StatusTest(JsonTest):
         path.unlink()
         path.mkdir()
         (path / "in the way").write_bytes(b"")
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")
         self.assertIsNone(self.status()["last_run"])

@@ -120,10 +120,14 @@ class ScriptTest(ScratchTest):
 
     def test_a_compressed_packet_and_its_backup(self):
         packet = self.put(self.scratch, "4712~1.mdb")
-        delivered = "district 7 4712~1.mdb.pac -> inbox\\district 7\\4712~1.mdb"
+        self.put(self.scratch / "outbox", "a.mdb", "SUB/b.xml", "a.ldb")
+        delivered = (r"district 7 4712~1\.mdb\.pac: enterprise\\receive\\district 7\\4712~1\.mdb\.pac, 20\d{3}\n"
+                     r"-> inbox\\district 7\\4712~1\.mdb")
+        expected = (r"waits: field\\send\\district 7\\4712~1\.mdb\.pac", delivered, "backup: 4712", delivered, "backups: 0",
+                    "moved: 2")
         lines = self.script(SCRIPTS / "compressed.vbs", DONE, self.scratch, support.BIN)
-        self.assertEqual(lines, ["waits: field\\send\\district 7\\4712~1.mdb.pac", delivered, "backup: 4712", delivered,
-                                 "backups: 0"])
+        self.assertRegex("\n".join(lines), "^" + "\n".join(expected) + "$")
+        self.assertEqual(files_below(self.scratch / "outbox").keys(), {"a.ldb"})
         self.assertEqual(files_below(self.scratch / "inbox"), {"district 7/4712~1.mdb": packet["4712~1.mdb"]})
 
     def test_scripts_exchange_packets_through_a_server(self):

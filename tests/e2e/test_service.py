@@ -51,8 +51,7 @@ class ServiceTest(HostTest):
         self.service("remove")
         self.assertIn("does not exist", self.service("start", code=1).errors)
         self.field.settings.write_text(good, encoding="utf-8")
-        self.assert_run(self.enterprise)
-        self.assert_delivered()
+        self.assert_received()
 
     def test_the_service_of_another_installation_with_settings_of_the_same_name(self):
         self.service("install", "--start", "manual")

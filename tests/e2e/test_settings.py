@@ -120,8 +120,7 @@ class SettingsTest(HostTest):
         for side in (self.field, self.enterprise):
             for name in ("sent", "inbox", "send", "receive"):
                 getattr(side, name).rmdir()
-        self.put(self.field, "sub/a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("sub/a.mdb")
 
     def test_a_log_that_cannot_be_written_stops_the_run_at_once(self):
         packet = self.put(self.field, "a.mdb")
@@ -134,5 +133,4 @@ class SettingsTest(HostTest):
         self.field.change("outbox", self.field.outbox)
         text = self.field.settings.read_text(encoding="utf-8").replace("role = field", "ROLE = Field")
         self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8")
-        self.put(self.field, "a.mdb")
-        self.assert_next_cycle_delivers()
+        self.deliver("a.mdb")

@@ -95,8 +95,7 @@ def decode_difference(path, pair):
     """The content of a file, or None."""
     output = pair.scratch / "decoded"
     output.unlink(missing_ok=True)
-    reference = pair.root / "field" / "references" / "Base.AXR"
-    support.run("patch", path, reference, output, program=support.BIN / "xDelta.exe")
+    support.run("patch", path, pair.field.reference, output, program=support.BIN / "xDelta.exe")
     return output.read_bytes() if output.exists() else None
 
 
@@ -153,7 +152,7 @@ class Stage:
         for installation in (pair.field, pair.enterprise):
             installation.change("encoder", scenario.encoder)
             installation.change("patience", "60")
-            self.give_reference(installation)
+            installation.take_reference(self.content("reference"))
         pair.enterprise.change("backups", "yes" if scenario.backups else "no")
         if scenario.volume:
             Mount(pair, pair.scratch / "volume", "16m")
@@ -167,12 +166,6 @@ class Stage:
         self.put(1)
         if side == "receive":
             self.cycle(pair.field)
-
-    def give_reference(self, installation):
-        reference = self.pair.root / installation.name / "references" / "Base.AXR"
-        reference.parent.mkdir()
-        reference.write_bytes(self.content("reference"))
-        installation.change("reference_path", reference)
 
     def make_packets(self):
         pair = self.pair
@@ -236,7 +229,7 @@ class Stage:
         try:
             process.wait(PATIENCE)
         except subprocess.TimeoutExpired:
-            self.end_programs()
+            support.end_programs_naming(self.pair.scratch.name, ".exe\0")
             process.wait()
             self.note(HANGS, f"a cycle of the {installation.name}")
         finally:
@@ -246,16 +239,6 @@ class Stage:
         if process.returncode not in (0, 1, 2, ENDED, -9):
             self.note(CRASHES, f"a cycle of the {installation.name}: exit code {process.returncode}: {self.said[-1]}")
         return process.returncode
-
-    def end_programs(self):
-        """Those that work with the folders of this stage."""
-        mark = windows(self.temporary).encode()
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
-            try:
-                if int(process.name) != os.getpid() and mark in (process / "environ").read_bytes():
-                    os.kill(int(process.name), 9)
-            except (OSError, ValueError):
-                continue
 
     def count(self):
         self.restore()

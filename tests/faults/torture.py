@@ -28,7 +28,7 @@ sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 
 import support  # noqa: E402
 from dav import Spoiler  # noqa: E402
-from ftp import BendingProxy  # noqa: E402
+from ftp import CuttingProxy  # noqa: E402
 from packets import INBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, files_below  # noqa: E402
 from stage import FolderStage, FtpStage, HttpsStage, claims_beside, decode_difference, file_text, packets_between, prepare  # noqa: E402
 from support import Holder, Mount  # noqa: E402
@@ -111,10 +111,7 @@ class World:
             side.change("encoder", self.encoder)
             side.change("patience", "60")
             side.change("backups", self.random.choice(("yes", "no")))
-            path = pair.root / side.name / "references" / "Base.AXR"
-            path.parent.mkdir()
-            path.write_bytes(reference)
-            side.change("reference_path", path)
+            side.take_reference(reference)
         self.reference = reference
         self.directions = [self.direction(pair.field, pair.enterprise, pair.to_enterprise),
                            self.direction(pair.enterprise, pair.field, pair.to_field)]
@@ -293,7 +290,7 @@ def cut_lines(world):
 def cut_ftp_lines(world):
     command, reply = world.random.choice(((b"STOR", b"150"), (b"STOR", b"226"), (b"RETR", b"150"), (b"RETR", b"226"),
                                           (b"DELE", b"250"), (b"LIST", b"226"), (b"CWD", b"250")))
-    proxy = BendingProxy(world.pair, world.server, command, reply)
+    proxy = CuttingProxy(world.pair, world.server, command, reply)
     for side in world.sides:
         side.change("server", proxy.address)
     yield

@@ -168,6 +168,7 @@ TEST(Delta, TellsWhatIsNoneFromWhatIsOfAnotherFormat) {
     };
     std::string other = Sample().delta;
     EXPECT_EQ(complaint("Some text that is as long as a header is: 44 bytes."), "is not a delta file");
+    EXPECT_EQ(complaint(other.substr(0, 20)), "is cut short");
     other[8] = 7;
     EXPECT_EQ(complaint(other).find("has format 7"), 0u);
 }

@@ -19,16 +19,16 @@ TEST(FtpReply, AReplyEndsWithItsCode) {
 }
 
 TEST(FtpReply, NothingIsToldInManyWords) {
-    for (const wchar_t* reply :
-         {L"226 Done", L"150 Here\r\n250 Done", L"550 No files found", L"450 *.*: Not found"})
+    for (const wchar_t* reply : {L"226 Done", L"150 Here\r\n250 Done", L"550 No files found",
+                                 L"450 *.*: Not found", L"250 0 matches"})
         EXPECT_TRUE(TellsOfNothing(reply, true)) << testing::PrintToString(std::wstring(reply));
     for (const wchar_t* reply :
          {L"550 a.mdb: no such FILE or directory", L"450 Cannot find it", L"550 Does not exist"}) {
         EXPECT_TRUE(TellsOfNothing(reply, false)) << testing::PrintToString(std::wstring(reply));
         EXPECT_FALSE(TellsOfNothing(reply, true)) << "the folder may be missing";
     }
-    for (const wchar_t* reply :
-         {L"", L"550 Permission denied", L"530 Not found", L"426 Broken\r\n226 Closed"})
+    for (const wchar_t* reply : {L"", L"550 Permission denied", L"530 Not found", L"426 Broken\r\n226 Closed",
+                                 L"200 File not found", L"425 Can't open data connection."})
         EXPECT_FALSE(TellsOfNothing(reply, false)) << testing::PrintToString(std::wstring(reply));
 }
 

@@ -21,7 +21,8 @@ End Function
 
 Sub DeliverAll(receiver)
     For Each packet In receiver.Received
-        WScript.Echo packet.SubFolder & " " & packet.Name & " -> " & Mid(packet.Deliver(folder & "\inbox"), Len(folder) + 2)
+        WScript.Echo packet.SubFolder & " " & packet.Name & ": " & Mid(packet.Path, Len(folder) + 2) & ", " & packet.Size
+        WScript.Echo "-> " & Mid(packet.Deliver(folder & "\inbox"), Len(folder) + 2)
     Next
 End Sub
 
@@ -42,4 +43,5 @@ Next
 DeliverAll enterprise
 enterprise.DestroyBackup "4712"
 WScript.Echo "backups: " & enterprise.Backups.Count
+WScript.Echo "moved: " & field.MoveAll(folder & "\outbox")
 WScript.Quit 42

@@ -55,7 +55,7 @@ TEST_F(RegistryTest, ReadsTextsAndNumbersAndRefusesTheRest) {
     EXPECT_EQ(Read(L"Number").Get().vt, VT_I4);
     EXPECT_EQ(Read(L"Number").Number(), 60);
     StoreText(HKEY_LOCAL_MACHINE, L"Expand", L"%TEMP%\\x", REG_EXPAND_SZ);
-    EXPECT_THAT(Text(L"Expand"), testing::Not(HasSubstr(L"%")));
+    EXPECT_THAT(Text(L"Expand"), Not(HasSubstr(L"%")));
     StoreText(HKEY_LOCAL_MACHINE, L"Empty", L"");
     EXPECT_EQ(Text(L"Empty"), L"");
     Store(HKEY_LOCAL_MACHINE, L"Unterminated", REG_SZ, L"abc", 6);

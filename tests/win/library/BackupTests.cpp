@@ -7,8 +7,6 @@
 namespace tests {
 namespace {
 
-using testing::UnorderedElementsAre;
-
 const std::wstring kDeliver = L"clsTransporter.cls.IZNTransporter_NextLocalReceiveFile";
 
 class Backups : public ScratchTest {
@@ -90,7 +88,6 @@ TEST_F(Backups, AreTakenBeforeTheDeliveryAndListedInItsOrder) {
     EXPECT_THAT(Ids(), IsEmpty()) << "the first backup of an id wins";
     EXPECT_TRUE(Restore(L"b"));
     EXPECT_EQ(temp.Content(L"in\\sub\\b~2.mdb"), "second");
-    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(Backups, AFailedRestoreLeavesTheReceivedFile) {
@@ -126,7 +123,6 @@ TEST_F(Backups, AreRestoredIntoTheirReceiveFolderOnly) {
     EXPECT_TRUE(Exists(L"1"));
     EXPECT_THAT(temp.Files(L"in"), UnorderedElementsAre(L"Backup\\1.mdb", L"Backup2\\Backup\\2.mdb"));
     EXPECT_THAT(temp.Files(L"elsewhere"), IsEmpty());
-    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(Backups, AFileOutsideTheReceiveFolderStays) {
@@ -181,14 +177,14 @@ TEST_F(Backups, ManyPacketsInManyFolders) {
         for (const auto& file : FileSystem::List(temp / (L"in\\Backup\\" + folder)).files)
             found.push_back(Path::BaseName(file.name));
     EXPECT_EQ(Ids(), found);
-    EXPECT_THAT(framework.log, IsEmpty());
     temp.File(L"in\\Backup\\0\\more\\0~Base.axd");  // the same packet in another encoding
     backups->Reset();
-    EXPECT_THAT(framework.log, OneReport(L"clsTransporter.cls.AddToList",
-                                         L"Packet id 0 is represented by multiple files in the backup folder "
-                                         L"T:\\in\\Backup\\0\\more.\r\nThis is often due to using several "
-                                         L"different compression methods on the same packet.",
-                                         ZN_EVENTLOG_WARNING_TYPE));
+    EXPECT_THAT(framework.TakeLog(),
+                OneReport(L"clsTransporter.cls.AddToList",
+                          L"Packet id 0 is represented by multiple files in the backup folder "
+                          L"T:\\in\\Backup\\0\\more.\r\nThis is often due to using several "
+                          L"different compression methods on the same packet.",
+                          ZN_EVENTLOG_WARNING_TYPE));
     for (int i = 0; i < kPackets; ++i)
         EXPECT_TRUE(i % 2 ? Restore(std::to_wstring(i)) : Destroy(std::to_wstring(i)));
     EXPECT_EQ(temp.Files(L"in\\Backup").size(), 1u) << "only the second encoding is left";
@@ -200,11 +196,11 @@ TEST_F(Backups, ABackupThatCannotBeTakenLeavesThePacketWhereItIs) {
     temp.File(L"in\\1.mdb", "packet");
     temp.Folder(L"in\\Backup\\1.mdb");
     EXPECT_EQ(Receive(), 0) << "a folder has the copy's name";
-    EXPECT_THAT(framework.log, OneReport(kDeliver));
+    EXPECT_THAT(framework.TakeLog(), OneReport(kDeliver));
     temp.File(L"in\\sub\\2.mdb", "packet");
     temp.File(L"in\\Backup\\sub", "a file where a folder belongs");
     EXPECT_EQ(Receive(L"sub"), 0);
-    EXPECT_THAT(framework.LogText(), HasSubstr(L"Could not create folder T:\\in\\Backup\\sub"));
+    EXPECT_THAT(framework.TakeLogText(), HasSubstr(L"Could not create folder T:\\in\\Backup\\sub"));
     EXPECT_THAT(temp.Files(), UnorderedElementsAre(L"in\\1.mdb", L"in\\sub\\2.mdb", L"in\\Backup\\sub"));
 }
 

@@ -52,16 +52,6 @@ TEST_F(Files, ATemporaryFolderThatTheSystemRefusesIsNamed) {
     EXPECT_THAT(WhyThrown([] { base::TemporaryFolder(); }), HasSubstr(L"folder for temporary files"));
 }
 
-TEST_F(Files, CopiesOverAnExistingFile) {
-    const auto source = temp.File(L"source", "new");
-    const auto destination = temp.File(L"destination", "older content");
-    FileSystem::CopyReplacing(source, destination);
-    EXPECT_EQ(temp.Content(L"destination"), "new");
-    EXPECT_THAT(WhyThrown([&] { FileSystem::CopyReplacing(temp / L"missing", destination); }),
-                HasSubstr(temp / L"missing"));
-    EXPECT_EQ(temp.Content(L"destination"), "new");
-}
-
 TEST_F(Files, AProtectedCopyThatCannotTakeItsNameIsRemoved) {
     const auto source = temp.File(L"source");
     temp.Protect(L"source");

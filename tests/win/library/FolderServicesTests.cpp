@@ -26,9 +26,8 @@ TEST_F(FolderServices, CreatesEveryMissingLevel) {
         EXPECT_FALSE(CreateFolders(path, true)) << "it names no folder";
     EXPECT_FALSE(CreateFolder(L"", true));
     EXPECT_FALSE(CreateFolder(temp.Path(), true)) << "nothing created";
-    EXPECT_THAT(framework.log, IsEmpty());
     EXPECT_FALSE(CreateFolders(L"no\\drive", true));
-    EXPECT_THAT(framework.log,
+    EXPECT_THAT(framework.TakeLog(),
                 OneReport(L"modMain.CreateFolders", L"Could not create folders for no\\drive\r\n"));
 }
 
@@ -49,13 +48,13 @@ TEST_F(FolderServices, ALevelThatSomebodyElseMakesAtTheSameMomentIsThere) {
         made += CreateFolders(temp / std::to_wstring(++round), true);
     other.join();
     EXPECT_EQ(made, kRounds);
-    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(FolderServices, AFileInTheWayIsReportedAndShownUnlessSuppressed) {
     temp.File(L"file");
     EXPECT_FALSE(CreateFolders(temp / L"file\\sub", true));
-    EXPECT_THAT(framework.log, OneReport(L"modMain.CreateFolder", L"Could not create folder T:\\file\r\n"));
+    EXPECT_THAT(framework.TakeLog(),
+                OneReport(L"modMain.CreateFolder", L"Could not create folder T:\\file\r\n"));
     // Without user interface the box is an error that carries the prompt to the caller's report.
     const auto failure = FailureOf([&] { CreateFolders(temp / L"file\\sub", false); });
     EXPECT_EQ(failure.number, -1);
@@ -73,7 +72,7 @@ TEST_F(FolderServices, FolderTestLeavesNothingBehindAndNamesTheStepThatFailed) {
     EXPECT_FALSE(CheckReadWriteDelete(temp / L"missing", false));
     EXPECT_FALSE(CheckReadWriteDelete(temp.Path(), false));
     const std::wstring name = L"modMain.CheckReadWriteDelete";
-    EXPECT_THAT(framework.log,
+    EXPECT_THAT(framework.TakeLog(),
                 ElementsAre(Reported(name, L"Folder T:\\missing doesn't exist."),
                             Reported(name, L"Failed read/write/delete folder test while creating test file "
                                            L"T:\\RWD_TestFile.txt\r\n")));
@@ -101,7 +100,7 @@ TEST_F(FolderServices, SettingsFallBackToTheirDefault) {
     for (const auto& [name, value] : expected)
         EXPECT_EQ(GetProperty(set.Get(), name, L"default"), value);
     EXPECT_THROW(GetProperty(nullptr, L"NAME", L""), base::Error);
-    EXPECT_THAT(framework.log, OneReport(L"modMain.GetProperty"));
+    EXPECT_THAT(framework.TakeLog(), OneReport(L"modMain.GetProperty"));
     EXPECT_EQ(FailureOf([] { AllProperties(com::Make<NoArrays>().Get()); }).number, DISP_E_TYPEMISMATCH);
     EXPECT_EQ(FailureOf([] { AllProperties(nullptr); }).number, E_POINTER);
 }
@@ -109,7 +108,7 @@ TEST_F(FolderServices, SettingsFallBackToTheirDefault) {
 TEST_F(FolderServices, MissingFrameworkObjectsAreReportedAndRaised) {
     framework.Remove(__uuidof(ZNRegistry));
     EXPECT_THROW(ZNRegObject(), base::Error);
-    EXPECT_THAT(framework.log, OneReport(L"modMain.ZNRegObject: "));
+    EXPECT_THAT(framework.TakeLog(), OneReport(L"modMain.ZNRegObject: "));
     EXPECT_EQ(ZNBrandingResObject(), ZNBrandingResObject()) << "created once";
 }
 

@@ -55,9 +55,4 @@ inline testing::Matcher<std::vector<LogEntry>> OneFtpReport(const std::wstring& 
     return OneReport(L"clsFTPSndRcv.cls." + member, text);
 }
 
-/// A report that holds a text.
-inline testing::Matcher<LogEntry> Tells(const std::wstring& text) {
-    return testing::Field(&LogEntry::text, HasSubstr(text));
-}
-
 }  // namespace tests

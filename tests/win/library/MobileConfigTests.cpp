@@ -133,7 +133,7 @@ TEST_F(MobileConfig, FailuresAreRaisedAndLeaveWhatWasRead) {
     framework.Remove(__uuidof(ZNRegistry));
     EXPECT_EQ(Open(L"Designer"), REGDB_E_CLASSNOTREG);
     EXPECT_EQ(Table(kField), L"") << "the tables of the application before are gone";
-    EXPECT_EQ(framework.LogText(), L"") << "who is told by an error needs no report";
+    EXPECT_EQ(framework.TakeLogText(), L"") << "who is told by an error needs no report";
 }
 
 }  // namespace

@@ -22,6 +22,9 @@ namespace {
 class Scripted final : public com::Object<IDispatch> {
 public:
     explicit Scripted(std::vector<std::wstring> members) : m_members(std::move(members)) {}
+    static ComPtr<Scripted> With(std::vector<std::wstring> members) {
+        return com::Make<Scripted>(std::move(members));
+    }
 
     STDMETHODIMP GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
@@ -60,74 +63,56 @@ private:
     const std::vector<std::wstring> m_members;
 };
 
-/// One side of an exchange through a shared folder, with the members of scripts.
-class Party {
-public:
-    Party(const Library& library, const TempFolder& temp, const std::wstring& name, const std::wstring& other)
-        : transporter(library.Create<clsTransporter, _clsTransporter>()),
-          remote(library.Create<clsXCOPYSndRcv, _clsXCOPYSndRcv>()),
-          m_temp(temp),
-          m_name(name) {
-        remote->put_SendFolder(In(temp / name + L"\\send"));
-        remote->put_ReceiveFolder(In(temp / name + L"\\receive"));
-        remote->put_RemoteSendFolder(In(temp / L"share\\to " + other));
-        remote->put_RemoteReceiveFolder(In(temp / L"share\\to " + name));
+const std::wstring kSource = L"znTransporter.clsTransporter: ";
+
+/// The field's side of an exchange through a shared folder, with the members of scripts.
+class Scripting : public ScratchTest {
+protected:
+    Scripting() {
+        remote->put_SendFolder(In(temp / L"field\\send"));
+        remote->put_ReceiveFolder(In(temp / L"field\\receive"));
+        remote->put_RemoteSendFolder(In(temp / L"share\\to enterprise"));
+        remote->put_RemoteReceiveFolder(In(temp / L"share\\to field"));
         EXPECT_EQ(transporter->putref_SenderReceiver(remote.Get()), S_OK);
     }
 
-    /// The failure of a call of a script, in the form "number source: description".
+    /// The failure of a call of a script, in the form "source: description".
     std::wstring Failure(HRESULT result) const {
         const base::Failure failure = FailureOf([&] { com::Check(result); });
-        std::wstring text = m_temp.Shown(failure.source + L": " + failure.description);
+        std::wstring text = temp.Shown(failure.source + L": " + failure.description);
         if (const size_t line = text.find(L"\r\nError at line"); line != text.npos) text.resize(line);
         return text;
     }
-    std::wstring Add(const std::wstring& file, const std::wstring& subFolder = L"") const {
-        return Failure(transporter->Add(In(file), Variant(subFolder).Get()));
-    }
-    std::wstring Move(const std::wstring& file) const {
-        return Failure(transporter->Move(In(file), Variant().Get()));
+    std::wstring Add(const std::wstring& file) const {
+        return Failure(transporter->Add(In(file), Variant().Get()));
     }
     bool SendReceive(IDispatch* progress = nullptr) const {
         return Ask<bool>(&_clsTransporter::SendReceive, transporter, Variant::Object(progress).Get(),
                          Variant().Get());
     }
-    std::vector<ComPtr<_Packet>> Received() const {
-        std::vector<ComPtr<_Packet>> packets;
-        ComPtr<_Collection> all;
-        com::Check(transporter->get_Received(&all));
-        for (LONG i = 1; i <= Ask<LONG>(&_Collection::get_Count, all); ++i)
-            packets.push_back(com::As<_Packet>(Ask<Variant>(&_Collection::get_Item, all, i).Get().pdispVal));
-        return packets;
-    }
-    std::wstring Deliver(const ComPtr<_Packet>& packet) const {
-        return Ask<std::wstring>(&_Packet::Deliver, packet, m_temp / m_name + L"\\inbox");
-    }
-    std::vector<std::wstring>
-    Listed(HRESULT (STDMETHODCALLTYPE _clsTransporter::*list)(_Collection**)) const {
-        std::vector<std::wstring> texts;
+    std::vector<Variant> Listed(HRESULT (STDMETHODCALLTYPE _clsTransporter::*list)(_Collection**)) const {
         ComPtr<_Collection> all;
         com::Check((transporter.Get()->*list)(&all));
+        std::vector<Variant> items;
         for (LONG i = 1; i <= Ask<LONG>(&_Collection::get_Count, all); ++i)
-            texts.push_back(m_temp.Shown(Ask<Variant>(&_Collection::get_Item, all, i).Text()));
-        return texts;
+            items.push_back(Ask<Variant>(&_Collection::get_Item, all, i));
+        return items;
     }
-
-    const ComPtr<_clsTransporter> transporter;
-    const ComPtr<_clsXCOPYSndRcv> remote;
-
-private:
-    const TempFolder& m_temp;
-    const std::wstring m_name;
-};
-
-const std::wstring kSource = L"znTransporter.clsTransporter: ";
-
-class Scripting : public ScratchTest {
-protected:
-    /// The connection of a handler to the events of the field's transporter.
+    std::vector<ComPtr<_Packet>> Received() const {
+        std::vector<ComPtr<_Packet>> packets;
+        for (const Variant& item : Listed(&_clsTransporter::get_Received))
+            packets.push_back(com::As<_Packet>(item.Get().pdispVal));
+        return packets;
+    }
+    std::wstring Backups() const {
+        std::wstring ids;
+        for (const Variant& item : Listed(&_clsTransporter::get_Backups))
+            ids += item.Text() + L" ";
+        return ids;
+    }
+    /// The connection of a handler to the events of the transporter.
     DWORD Connect(IDispatch* handler) {
-        EXPECT_EQ(com::As<IConnectionPointContainer>(field.transporter.Get())
+        EXPECT_EQ(com::As<IConnectionPointContainer>(transporter.Get())
                       ->FindConnectionPoint(__uuidof(_clsTransporterEvents), &point),
                   S_OK);
         DWORD cookie = 0;
@@ -140,51 +125,24 @@ protected:
         const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
         delta->put_XDeltaUtilLocation(In(children.Folder()));
         delta->put_ReferencePath(In(temp.File(L"Base.AXR")));
-        EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+        EXPECT_EQ(transporter->AddEncoder(delta.Get()), S_OK);
     }
 
-    Party field{library, temp, L"field", L"enterprise"};
-    Party enterprise{library, temp, L"enterprise", L"field"};
+    const ComPtr<_clsTransporter> transporter = Create<clsTransporter, _clsTransporter>();
+    const ComPtr<_clsXCOPYSndRcv> remote = Create<clsXCOPYSndRcv, _clsXCOPYSndRcv>();
     ComPtr<IConnectionPoint> point;
 };
 
-TEST_F(Scripting, TwoPartiesExchangePackets) {
-    temp.File(L"outbox\\a.mdb", "first");
-    temp.File(L"outbox\\district 7\\b.xml", "second");
-    temp.File(L"outbox\\a.ldb", "the database is open");
-    EXPECT_EQ(Ask<LONG>(&_clsTransporter::MoveAll, field.transporter, temp / L"outbox"), 2);
-    EXPECT_THAT(temp.Files(L"outbox"), ElementsAre(L"a.ldb"));
-    EXPECT_THAT(field.Listed(&_clsTransporter::get_Waiting),
-                ElementsAre(L"T:\\field\\send\\a.mdb", L"T:\\field\\send\\district 7\\b.xml"));
-    EXPECT_TRUE(field.SendReceive());
-    EXPECT_TRUE(enterprise.SendReceive());
-    std::vector<std::wstring> delivered;
-    for (const auto& packet : enterprise.Received()) {
-        EXPECT_EQ(temp.Shown(Ask<std::wstring>(&_Packet::get_Path, packet)),
-                  L"T:\\enterprise\\receive\\" +
-                      Path::Join(Ask<std::wstring>(&_Packet::get_SubFolder, packet),
-                                 Ask<std::wstring>(&_Packet::get_Name, packet)));
-        EXPECT_GT(Ask<DOUBLE>(&_Packet::get_Size, packet), 4);
-        delivered.push_back(temp.Shown(enterprise.Deliver(packet)));
-    }
-    EXPECT_THAT(delivered, testing::UnorderedElementsAre(L"T:\\enterprise\\inbox\\a.mdb",
-                                                         L"T:\\enterprise\\inbox\\district 7\\b.xml"));
-    EXPECT_EQ(temp.Content(L"enterprise\\inbox\\a.mdb"), "first");
-    EXPECT_EQ(temp.Content(L"enterprise\\inbox\\district 7\\b.xml"), "second");
-    EXPECT_THAT(temp.Files(L"enterprise\\receive"), IsEmpty());
-    EXPECT_THAT(framework.log, IsEmpty());
-}
-
 TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     const auto lone = Create<clsTransporter, _clsTransporter>();
-    EXPECT_THAT(field.Failure(lone->Add(In(L"x"), Variant().Get())), HasSubstr(L"Set SenderReceiver to"));
+    EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())), HasSubstr(L"Set SenderReceiver to"));
     EXPECT_EQ(lone->putref_SenderReceiver(lone.Get()), E_NOINTERFACE);
     EXPECT_EQ(lone->AddEncoder(nullptr), E_NOINTERFACE);
     EXPECT_EQ(lone->put_SenderReceiver(Create<clsXCOPYSndRcv, IDispatch>().Get()), S_OK);
-    EXPECT_THAT(field.Failure(lone->Add(In(L"x"), Variant().Get())),
+    EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())),
                 HasSubstr(L"Set SendFolder and ReceiveFolder first"));
     EXPECT_THAT(framework.log, IsEmpty()) << "what a script forgot is no matter for the log";
-    EXPECT_EQ(field.Add(temp / L"a.mdb"),
+    EXPECT_EQ(Add(temp / L"a.mdb"),
               kSource + L"The packet T:\\a.mdb was not added to the send folder. It stays where it is.\r\n"
                         L"File T:\\a.mdb does not exist");
     EXPECT_EQ(framework.TakeLog().size(), 1u);
@@ -192,77 +150,77 @@ TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     temp.File(L"share\\to enterprise", "no folder");
     Variant none;
     VARIANT_BOOL moved = VARIANT_TRUE;
-    EXPECT_THAT(field.Failure(field.transporter->SendReceive(none.Get(), none.Get(), &moved)),
+    EXPECT_THAT(Failure(transporter->SendReceive(none.Get(), none.Get(), &moved)),
                 StartsWith(kSource +
                            L"Not everything could be sent and received. What was not is where it was; the "
                            L"next SendReceive moves it.\r\n"));
     EXPECT_FALSE(moved);
-    EXPECT_EQ(field.transporter->SendReceive(Variant(L"no object").Get(), none.Get(), &moved),
-              DISP_E_TYPEMISMATCH);
+    EXPECT_EQ(transporter->SendReceive(Variant(L"no object").Get(), none.Get(), &moved), DISP_E_TYPEMISMATCH);
     EXPECT_THAT(temp.Files(L"field\\send"), ElementsAre(L"a.mdb"));
-    framework.log.clear();
+    EXPECT_THAT(framework.TakeLog(), Not(IsEmpty()));
     temp.File(L"field\\receive\\b.xml", "packet");
-    const auto packet = field.Received().at(0);
+    const auto packet = Received().at(0);
     temp.File(L"field\\inbox", "no folder");
     Bstr file;
-    EXPECT_THAT(field.Failure(packet->Deliver(In(temp / L"field\\inbox"), file.Put())),
+    EXPECT_THAT(Failure(packet->Deliver(In(temp / L"field\\inbox"), file.Put())),
                 StartsWith(L"znTransporter.Packet: "));
     EXPECT_EQ(packet->Deliver(In(temp / L"field\\receive\\below"), file.Put()), E_INVALIDARG);
     EXPECT_EQ(temp.Content(L"field\\receive\\b.xml"), "packet");
     EXPECT_EQ(temp.Shown(Ask<std::wstring>(&_Packet::Deliver, packet, temp / L"other")), L"T:\\other\\b.xml");
-    EXPECT_THAT(field.Failure(packet->Deliver(In(temp / L"other"), file.Put())),
-                HasSubstr(L"delivered already"));
+    EXPECT_THAT(Failure(packet->Deliver(In(temp / L"other"), file.Put())), HasSubstr(L"delivered already"));
 }
 
 TEST_F(Scripting, APacketLeavesItsPlaceWhenItWaitsToBeSent) {
     temp.File(L"outbox\\a.mdb", "packet");
     temp.File(L"field\\send", "no folder");
-    EXPECT_THAT(field.Move(temp / L"outbox\\a.mdb"), HasSubstr(L"It stays where it is.\r\n"));
+    EXPECT_THAT(Failure(transporter->Move(In(temp / L"outbox\\a.mdb"), Variant().Get())),
+                HasSubstr(L"It stays where it is.\r\n"));
     LONG count = 0;
-    EXPECT_THAT(field.Failure(field.transporter->MoveAll(In(temp / L"outbox"), &count)),
+    EXPECT_THAT(Failure(transporter->MoveAll(In(temp / L"outbox"), &count)),
                 AllOf(StartsWith(kSource + L"0 packet(s) of the folder T:\\outbox wait"),
                       HasSubstr(L"T:\\outbox\\a.mdb")));
-    EXPECT_EQ(field.transporter->MoveAll(In(temp / L"missing"), &count), E_INVALIDARG);
-    EXPECT_THAT(field.Failure(field.transporter->MoveAll(In(temp / L""), &count)), HasSubstr(L"lies in it"));
+    EXPECT_EQ(transporter->MoveAll(In(temp / L"missing"), &count), E_INVALIDARG);
+    EXPECT_THAT(Failure(transporter->MoveAll(In(temp / L""), &count)), HasSubstr(L"lies in it"));
     EXPECT_EQ(temp.Content(L"outbox\\a.mdb"), "packet");
+    EXPECT_THAT(framework.TakeLog(), Not(IsEmpty()));
     DeleteFileW((temp / L"field\\send").c_str());
     temp.Protect(L"outbox\\a.mdb");
-    EXPECT_EQ(field.transporter->Move(In(temp / L"outbox\\a.mdb"), Variant(L"sub").Get()), S_OK);
+    EXPECT_EQ(transporter->Move(In(temp / L"outbox\\a.mdb"), Variant(L"sub").Get()), S_OK);
     EXPECT_FALSE(temp.Exists(L"outbox\\a.mdb"));
-    EXPECT_TRUE(field.SendReceive()) << "a read-only one travels once";
+    EXPECT_TRUE(SendReceive()) << "a read-only one travels once";
     EXPECT_THAT(temp.Files(L"field"), IsEmpty());
     EXPECT_EQ(temp.Content(L"share\\to enterprise\\sub\\a.mdb"), "packet");
     const auto writer = Held(temp.File(L"outbox\\b.mdb"), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
-    EXPECT_EQ(field.transporter->Move(In(temp / L"outbox\\b.mdb"), Variant().Get()),
+    EXPECT_EQ(transporter->Move(In(temp / L"outbox\\b.mdb"), Variant().Get()),
               HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION));
 }
 
 TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     const auto zip = Create<clsZipEncoder, _clsZipEncoder2>();
-    EXPECT_EQ(field.transporter->AddEncoder(zip.Get()), S_OK);
+    EXPECT_EQ(transporter->AddEncoder(zip.Get()), S_OK);
     const std::pair<const wchar_t*, const wchar_t*> cases[] = {
         {L"x.xml", L".."},       {L"x.xml", L"C:\\x"},  {L"x.xml", L"a\\..\\..\\b"}, {L"x.xml", L"\\a"},
         {L"x.xml", L"a\\"},      {L"x.xml", L"backup"}, {L"x.xml", L"Backup\\a"},    {L"x.xml_bak", L""},
         {L"x.xml_BCK", L"a\\b"}, {L"x.AFZ", L""}};
     for (const auto& [name, subFolder] : cases)
-        EXPECT_EQ(field.transporter->Add(In(temp.File(name)), Variant(subFolder).Get()), E_INVALIDARG)
+        EXPECT_EQ(transporter->Add(In(temp.File(name)), Variant(subFolder).Get()), E_INVALIDARG)
             << testing::PrintToString(std::wstring(name) + L" in " + subFolder);
-    EXPECT_THAT(field.Add(temp.File(L"empty.mdb", "")), HasSubstr(L"it is empty"));
+    EXPECT_THAT(Add(temp.File(L"empty.mdb", "")), HasSubstr(L"it is empty"));
     zip->put_InExtension(In(L".txt"));
-    EXPECT_THAT(field.Add(temp.File(L"x.txt")), HasSubstr(L"ends with .mdb or .xml"));
+    EXPECT_THAT(Add(temp.File(L"x.txt")), HasSubstr(L"ends with .mdb or .xml"));
     const auto delta = Create<clsXDeltaEncoder, _clsXDeltaEncoder2>();
-    EXPECT_EQ(field.transporter->AddEncoder(delta.Get()), S_OK);
+    EXPECT_EQ(transporter->AddEncoder(delta.Get()), S_OK);
     for (const wchar_t* reference : {L"Base.mdb", L"BASE2~1.AXR"}) {
         delta->put_ReferencePath(In(temp.File(reference)));
-        EXPECT_THAT(field.Add(temp.File(L"x.mdb")), HasSubstr(L"a reference file is named"));
+        EXPECT_THAT(Add(temp.File(L"x.mdb")), HasSubstr(L"a reference file is named"));
     }
     VARIANT_BOOL moved = VARIANT_FALSE;
-    EXPECT_EQ(field.transporter->SendReceive(Variant().Get(), Variant(L"..\\x").Get(), &moved), E_INVALIDARG);
+    EXPECT_EQ(transporter->SendReceive(Variant().Get(), Variant(L"..\\x").Get(), &moved), E_INVALIDARG);
     EXPECT_FALSE(temp.Exists(L"field"));
-    EXPECT_EQ(field.transporter->Add(In(temp.File(L"x.xml")), Variant(L"a\\b").Get()), S_OK);
+    EXPECT_EQ(transporter->Add(In(temp.File(L"x.xml")), Variant(L"a\\b").Get()), S_OK);
     temp.File(L"field\\receive\\x.xml_bak", "packet");
     Bstr file;
-    EXPECT_EQ(field.Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), E_INVALIDARG);
+    EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), E_INVALIDARG);
     EXPECT_EQ(temp.Content(L"field\\receive\\x.xml_bak"), "packet");
 }
 
@@ -273,13 +231,13 @@ TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     const auto sent = [&] { return temp.Content(L"share\\to enterprise\\x.mdb~Base.axd"); };
     for (const wchar_t* version : {L"older", L"newer"}) {
         children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*" + std::wstring(version));
-        EXPECT_EQ(field.transporter->Add(In(packet), Variant().Get()), S_OK);
+        EXPECT_EQ(transporter->Add(In(packet), Variant().Get()), S_OK);
     }
     EXPECT_THAT(temp.Files(L"field\\send"), ElementsAre(L"x.mdb~Base.axd"));
-    EXPECT_TRUE(field.SendReceive());
+    EXPECT_TRUE(SendReceive());
     EXPECT_EQ(sent(), "newer");
     temp.File(L"field\\send\\x.mdb~Base.axd_bck", "of a process that ended");
-    EXPECT_TRUE(field.SendReceive());
+    EXPECT_TRUE(SendReceive());
     EXPECT_EQ(sent(), "of a process that ended");
     EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
 }
@@ -298,18 +256,19 @@ TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
     HRESULT other = E_PENDING;
     g_meanwhile = [&] {
         children.Script(L"write T:\\field\\send\\y.mdb~Base.axd*other");
-        other = field.transporter->Add(In(temp.File(L"y.mdb")), Variant().Get());
+        other = transporter->Add(In(temp.File(L"y.mdb")), Variant().Get());
         VARIANT_BOOL moved = VARIANT_FALSE;
-        EXPECT_EQ(field.transporter->SendReceive(Variant().Get(), Variant().Get(), &moved), E_UNEXPECTED)
+        EXPECT_EQ(transporter->SendReceive(Variant().Get(), Variant().Get(), &moved), E_UNEXPECTED)
             << "the backup would travel";
         temp.File(L"failed");
     };
     children.Script(L"await T:\\failed");
     SetTimer(nullptr, 0, USER_TIMER_MINIMUM, &CallMeanwhile);
-    EXPECT_THAT(field.Failure(field.transporter->Add(In(temp.File(L"x.mdb")), Variant().Get())),
+    EXPECT_THAT(Failure(transporter->Add(In(temp.File(L"x.mdb")), Variant().Get())),
                 HasSubstr(L"It stays where it is."));
     EXPECT_EQ(other, S_OK);
     EXPECT_EQ(base::ReadFile(waiting), "older") << "it comes back when the encoder has failed";
+    EXPECT_THAT(framework.TakeLog(), SizeIs(1));
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
@@ -320,78 +279,74 @@ TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
     std::filesystem::last_write_time(newest,
                                      std::filesystem::last_write_time(newest) + std::chrono::hours(1));
     std::wstring order;
-    for (const auto& packet : field.Received())
+    for (const auto& packet : Received())
         order += Ask<std::wstring>(&_Packet::get_Name, packet) + L" ";
     EXPECT_EQ(order, L"a.xml b.xml ");
 }
 
 TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
-    field.transporter->put_BackupEnabled(VARIANT_TRUE);
+    transporter->put_BackupEnabled(VARIANT_TRUE);
     temp.File(L"field\\receive\\4712~1.xml", "packet");
-    field.Deliver(field.Received().at(0));
-    field.transporter->put_BackupEnabled(VARIANT_FALSE);
-    EXPECT_THAT(field.Listed(&_clsTransporter::get_Backups), ElementsAre(L"4712"));
-    EXPECT_EQ(field.transporter->RestoreBackup(In(L"4712")), S_OK);
+    Ask<std::wstring>(&_Packet::Deliver, Received().at(0), temp / L"inbox");
+    transporter->put_BackupEnabled(VARIANT_FALSE);
+    EXPECT_EQ(Backups(), L"4712 ");
+    EXPECT_EQ(transporter->RestoreBackup(In(L"4712")), S_OK);
     EXPECT_EQ(temp.Content(L"field\\receive\\4712~1.xml"), "packet");
-    EXPECT_THAT(field.Failure(field.transporter->RestoreBackup(In(L"4712"))),
+    EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
                 HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\Backup."));
     temp.File(L"field\\receive\\Backup\\5.xml");
-    EXPECT_EQ(field.transporter->DestroyBackup(In(L"5")), S_OK);
-    EXPECT_EQ(field.transporter->DestroyBackup(In(L"5")), E_INVALIDARG);
-    EXPECT_THAT(field.Listed(&_clsTransporter::get_Backups), IsEmpty());
+    EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
+    EXPECT_EQ(transporter->DestroyBackup(In(L"5")), E_INVALIDARG);
+    EXPECT_EQ(Backups(), L"");
 }
 
 TEST_F(Scripting, HandlersHearOfATransferAndMayCallBack) {
     temp.File(L"field\\send\\a.xml");
     temp.File(L"field\\send\\b.xml");
-    const auto handler = com::Make<Scripted>(std::vector<std::wstring>{L"Progress", L"Message", L"Status"});
+    const auto handler = Scripted::With({L"Progress", L"Message", L"Status"});
     const DWORD cookie = Connect(handler.Get());
     HRESULT nested = S_OK;
     handler->onCall = [&](const std::wstring& call) {
         if (call != L"Progress 1 0 2") return;
         VARIANT_BOOL moved = VARIANT_FALSE;
-        nested = field.transporter->SendReceive(Variant().Get(), Variant().Get(), &moved);
-        field.transporter->Cancel();
+        nested = transporter->SendReceive(Variant().Get(), Variant().Get(), &moved);
+        transporter->Cancel();
     };
-    EXPECT_FALSE(field.SendReceive());
+    EXPECT_FALSE(SendReceive());
     EXPECT_EQ(nested, E_UNEXPECTED);
     EXPECT_THAT(handler->calls, ElementsAre(L"Progress 0 0 1", L"Status Send Packets",
                                             L"Status Moving packets from local folder", L"Progress 0 0 2",
                                             L"Message Transferring 2 file(s) 0", L"Progress 1 0 2",
                                             L"Message Interrupted by user 0"));
-    EXPECT_THAT(temp.Files(L"field\\send"), testing::SizeIs(1));
+    EXPECT_THAT(temp.Files(L"field\\send"), SizeIs(1));
     // The stop was for that transfer alone; a handler that leaves hears no more.
     handler->calls.clear();
-    const auto other = com::Make<Scripted>(std::vector<std::wstring>{L"Progress"});
+    const auto other = Scripted::With({L"Progress"});
     Connect(other.Get());
     handler->onCall = [&](const std::wstring&) { EXPECT_EQ(point->Unadvise(cookie), S_OK); };
-    EXPECT_TRUE(field.SendReceive());
+    EXPECT_TRUE(SendReceive());
     EXPECT_THAT(handler->calls, ElementsAre(L"Progress 0 0 1"));
     EXPECT_THAT(other->calls,
                 ElementsAre(L"Progress 0 0 1", L"Progress 0 0 1", L"Progress 1 0 1", L"Progress 0 0 1"))
         << "sending, and that there is nothing to receive";
     EXPECT_THAT(temp.Files(L"share\\to enterprise"), ElementsAre(L"a.xml", L"b.xml"));
-    EXPECT_THAT(framework.log, IsEmpty());
 }
 
 TEST_F(Scripting, WhoeverFailsWhenToldIsReportedAndEndsNothing) {
     for (const bool asProgress : {false, true}) {
         temp.File(L"field\\send\\a.xml");
         temp.File(L"field\\send\\b.xml");
-        const auto handler =
-            com::Make<Scripted>(std::vector<std::wstring>{asProgress ? L"Position" : L"Progress"});
+        const auto handler = Scripted::With({asProgress ? L"Position" : L"Progress"});
         handler->failing = asProgress ? L"Position" : L"Progress";
         const DWORD cookie = asProgress ? 0 : Connect(handler.Get());
-        EXPECT_TRUE(field.SendReceive(asProgress ? handler.Get() : nullptr));
+        EXPECT_TRUE(SendReceive(asProgress ? handler.Get() : nullptr));
         EXPECT_GE(handler->failures, 2);
-        ASSERT_EQ(framework.log.size(), 1u);
-        EXPECT_EQ(framework.log[0].type, ZN_EVENTLOG_WARNING_TYPE);
-        EXPECT_THAT(framework.log[0].text, HasSubstr(L"a mistake in a handler"));
+        EXPECT_THAT(framework.TakeLog(),
+                    ElementsAre(Tells(L"a mistake in a handler", ZN_EVENTLOG_WARNING_TYPE)));
         EXPECT_THAT(temp.Files(L"field\\send"), IsEmpty());
         if (!asProgress) {
             EXPECT_EQ(point->Unadvise(cookie), S_OK);
         }
-        framework.log.clear();
     }
 }
 
@@ -400,19 +355,19 @@ TEST_F(Scripting, WhatWasReportedIsAnErrorAlsoWhereAllWasMoved) {
     const auto reader = base::File::Open(packet, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
     Variant none;
     VARIANT_BOOL moved = VARIANT_TRUE;
-    EXPECT_THAT(field.Failure(field.transporter->SendReceive(none.Get(), none.Get(), &moved)),
+    EXPECT_THAT(Failure(transporter->SendReceive(none.Get(), none.Get(), &moved)),
                 HasSubstr(L"Could not delete packet file: T:\\field\\send\\a.xml"));
     EXPECT_FALSE(moved);
     EXPECT_THAT(temp.Files(L"share\\to enterprise"), ElementsAre(L"a.xml"))
         << "the step answers True all the same";
-    framework.log.clear();
+    EXPECT_THAT(framework.TakeLog(), ElementsAre(Tells(L"Could not delete packet file")));
 }
 
 TEST_F(Scripting, AProgressObjectIsCalledByTheNamesThatItHas) {
     const auto told = [&](const std::vector<std::wstring>& members) {
         temp.File(L"field\\send\\a.xml");
         const auto progress = com::Make<Scripted>(members);
-        EXPECT_TRUE(field.SendReceive(progress.Get()));
+        EXPECT_TRUE(SendReceive(progress.Get()));
         return progress->calls;
     };
     EXPECT_THAT(told({L"Position", L"Cancelled"}), ElementsAre(L"Position = 1"));
@@ -421,20 +376,20 @@ TEST_F(Scripting, AProgressObjectIsCalledByTheNamesThatItHas) {
     EXPECT_THAT(told({L"SetRange", L"AddMessage", L"StatusText"}),
                 testing::IsSupersetOf(
                     {L"SetRange 0 1", L"AddMessage Transferring 1 file(s) 0", L"StatusText = Send Packets"}));
-    const auto stopping = com::Make<Scripted>(std::vector<std::wstring>{L"Cancelled"});
+    const auto stopping = Scripted::With({L"Cancelled"});
     stopping->cancels = true;
     temp.File(L"field\\send\\a.xml");
     temp.File(L"field\\send\\b.xml");
-    EXPECT_FALSE(field.SendReceive(stopping.Get()));
-    EXPECT_THAT(temp.Files(L"field\\send"), testing::SizeIs(testing::Ge(1u)));
+    EXPECT_FALSE(SendReceive(stopping.Get()));
+    EXPECT_THAT(temp.Files(L"field\\send"), SizeIs(testing::Ge(1u)));
 }
 
 TEST_F(Scripting, ScriptingHostsFindTheEvents) {
-    ExpectOneIdentity(com::As<IUnknown>(field.transporter.Get()).Get(),
+    ExpectOneIdentity(com::As<IUnknown>(transporter.Get()).Get(),
                       std::array{__uuidof(_clsTransporter), IID_IDispatch,
                                  __uuidof(IConnectionPointContainer), __uuidof(IProvideClassInfo),
                                  __uuidof(IProvideClassInfo2), __uuidof(IZNTransporter)});
-    const auto info = com::As<IProvideClassInfo2>(field.transporter.Get());
+    const auto info = com::As<IProvideClassInfo2>(transporter.Get());
     GUID events;
     EXPECT_EQ(info->GetGUID(GUIDKIND_DEFAULT_SOURCE_DISP_IID, &events), S_OK);
     EXPECT_EQ(com::Text(events), com::Text(__uuidof(_clsTransporterEvents)));
@@ -464,7 +419,7 @@ TEST_F(Scripting, ScriptingHostsFindTheEvents) {
     }
     EXPECT_EQ(numbers, L"1 2 3 ");
 
-    const auto container = com::As<IConnectionPointContainer>(field.transporter.Get());
+    const auto container = com::As<IConnectionPointContainer>(transporter.Get());
     EXPECT_EQ(container->FindConnectionPoint(IID_IUnknown, &point), CONNECT_E_NOCONNECTION);
     ComPtr<IEnumConnectionPoints> points;
     ASSERT_EQ(container->EnumConnectionPoints(&points), S_OK);
@@ -478,7 +433,7 @@ TEST_F(Scripting, ScriptingHostsFindTheEvents) {
     DWORD cookie = 0;
     EXPECT_EQ(point->Advise(points.Get(), &cookie), CONNECT_E_CANNOTCONNECT);
     EXPECT_EQ(point->Unadvise(7), CONNECT_E_NOCONNECTION);
-    const auto handler = com::Make<Scripted>(std::vector<std::wstring>{});
+    const auto handler = Scripted::With({});
     cookie = Connect(handler.Get());
     ComPtr<IEnumConnections> connections;
     ASSERT_EQ(point->EnumConnections(&connections), S_OK);
@@ -514,13 +469,12 @@ TEST_F(Scripting, NamesAndPropertySetsAreTheSameSettings) {
                           Properties({{L"RemoteReceiveFolder", L"from"}}).Get()));
     EXPECT_EQ(Ask<std::wstring>(&_clsFTPSndRcv2::get_RemoteReceiveFolder, ftp), L"from");
 
-    EXPECT_EQ(field.transporter->put_SendFolder(In(temp / L"new\\send\\")), S_OK);
+    EXPECT_EQ(transporter->put_SendFolder(In(temp / L"new\\send\\")), S_OK);
     EXPECT_TRUE(temp.Exists(L"new\\send"));
-    EXPECT_EQ(temp.Shown(Ask<std::wstring>(&_clsXCOPYSndRcv::get_SendFolder, field.remote)),
-              L"T:\\new\\send");
-    ComPtr<IDispatch> remote;
-    EXPECT_EQ(field.transporter->get_SenderReceiver(&remote), S_OK);
-    EXPECT_EQ(remote, field.remote);
+    EXPECT_EQ(temp.Shown(Ask<std::wstring>(&_clsXCOPYSndRcv::get_SendFolder, remote)), L"T:\\new\\send");
+    ComPtr<IDispatch> current;
+    EXPECT_EQ(transporter->get_SenderReceiver(&current), S_OK);
+    EXPECT_EQ(current, remote);
 
     const auto configuration = Create<clsTranMobileConfig, _clsTranMobileConfig>();
     ComPtr<_Dictionary> settings;

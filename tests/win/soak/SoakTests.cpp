@@ -59,7 +59,7 @@ protected:
         field.Exchange();
         enterprise.Exchange();
         EXPECT_EQ(enterprise.Deliver(), 2);
-        framework.log.clear();
+        EXPECT_EQ(framework.TakeLog().size(), 1u) << "of the one that is missing";
     }
     Side Field() const { return {library, temp, L"field", L"share\\up", L"share\\down"}; }
     Side Enterprise() const { return {library, temp, L"enterprise", L"share\\down", L"share\\up"}; }

@@ -17,11 +17,17 @@ namespace tests {
 
 using testing::AllOf;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
+using testing::Field;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
+using testing::Pair;
+using testing::SizeIs;
 using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 /// Folder of the test programs' build, with its "bin" and "tests" folders.
 inline std::wstring BuildFolder() { return Path::ParentFolder(Path::ParentFolder(base::ProgramPath())); }

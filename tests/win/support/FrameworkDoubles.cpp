@@ -151,9 +151,9 @@ void Framework::Serve() {
                          [](REFIID id, void** object) { return com::Make<Double>().CopyTo(id, object); });
 }
 
-std::wstring Framework::LogText() const {
+std::wstring Framework::TakeLogText() {
     std::wstring text;
-    for (const LogEntry& entry : log)
+    for (const LogEntry& entry : TakeLog())
         text += entry.text + L"\n--\n";
     return text;
 }

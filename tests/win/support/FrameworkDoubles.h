@@ -50,8 +50,8 @@ public:
 
     /// What was logged since the last call.
     std::vector<LogEntry> TakeLog() { return std::exchange(log, {}); }
-    /// Texts of all entries, each followed by a line of its own with "--".
-    std::wstring LogText() const;
+    /// Its texts, each followed by a line of its own with "--".
+    std::wstring TakeLogText();
     /// Forgets the class of one object, as if the host had not registered it.
     void Remove(const CLSID& clsid);
 

@@ -11,6 +11,9 @@ namespace tests {
 class LibraryTest : public DllTest {
 protected:
     LibraryTest() : DllTest(L"znTransporter.dll") {}
+    ~LibraryTest() override {
+        EXPECT_THAT(framework.log, IsEmpty()) << "a test takes the reports that it expects";
+    }
 
     Framework framework;
 };
@@ -27,6 +30,9 @@ protected:
 class PartTest : public testing::Test {
 protected:
     PartTest() { framework.scratch = &temp; }
+    ~PartTest() override {
+        EXPECT_THAT(framework.log, IsEmpty()) << "a test takes the reports that it expects";
+    }
 
     ComApartment apartment;
     Framework framework;
@@ -56,7 +62,12 @@ inline testing::Matcher<LogEntry> Reported(const std::wstring& source, const std
     const std::wstring report = L"Test Tool:\r\n" + source + L"\r\n" + text;
     const testing::Matcher<std::wstring> isReport =
         report.ends_with(L"\n") ? testing::Matcher<std::wstring>(StartsWith(report)) : testing::Eq(report);
-    return AllOf(testing::Field(&LogEntry::text, isReport), testing::Field(&LogEntry::type, type));
+    return AllOf(Field(&LogEntry::text, isReport), Field(&LogEntry::type, type));
+}
+
+/// A report that holds a text.
+inline testing::Matcher<LogEntry> Tells(const std::wstring& text, LONG type = ZN_EVENTLOG_ERROR_TYPE) {
+    return AllOf(Field(&LogEntry::text, HasSubstr(text)), Field(&LogEntry::type, type));
 }
 
 /// A log that holds one report only.
