@@ -71,6 +71,16 @@ std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing
     return File(std::move(path), std::move(handle));
 }
 
+std::optional<File> File::TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
+                                              DWORD disposition) {
+    std::optional<File> file;
+    SetLastError(Persistently(FileSystem::Extended(path), [&] {
+        file = TryOpen(path, access, sharing, disposition);
+        return file.has_value();
+    }));
+    return file;
+}
+
 File File::OpenUnchanging(std::wstring path, Where where) {
     return Open(std::move(path), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING, where);
 }
@@ -222,12 +232,8 @@ std::string ReadFile(const std::wstring& path, Where where) {
 }
 
 std::string ReadUnchanging(const std::wstring& path, Where where) {
-    std::optional<File> file;
-    const DWORD error = Persistently(FileSystem::Extended(path), [&] {
-        file = File::TryOpen(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
-        return file.has_value();
-    });
-    if (!file) throw SystemError(error, "open", path, where);
+    const auto file = File::TryOpenPersistently(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
+    if (!file) throw SystemError(GetLastError(), "open", path, where);
     return ContentOf(*file);
 }
 

@@ -29,6 +29,9 @@ public:
     /// Nothing, and GetLastError tells why, when it cannot be opened.
     static std::optional<File> TryOpen(std::wstring path, DWORD access, DWORD sharing,
                                        DWORD disposition = OPEN_EXISTING);
+    /// The same for a file that a scanner or a backup program, too, may hold for a moment: waits for that.
+    static std::optional<File> TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
+                                                   DWORD disposition = OPEN_EXISTING);
     /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written
     /// while a file is read may be in one part of what is made of it and not in another.
     static File OpenUnchanging(std::wstring path, Where where = Where::current());

@@ -64,12 +64,8 @@ const File& WriteBlock::Held(Where where) const {
 /// Deleting and renaming are possible meanwhile: only an open file is certainly the one that is held.
 std::optional<File> WriteBlock::OpenNamed(Where where) const {
     const File& held = Held(where);
-    std::optional<File> named;
-    const DWORD error = base::Persistently(FileSystem::Extended(m_path), [&] {
-        named = File::TryOpen(m_path, DELETE, base::kShareAll);
-        return named.has_value();
-    });
-    if (!named) throw SystemError(error, "delete", m_path, where);
+    auto named = File::TryOpenPersistently(m_path, DELETE, base::kShareAll);
+    if (!named) throw SystemError(GetLastError(), "delete", m_path, where);
     if (!IsSameFile(held, *named)) named.reset();
     return named;
 }

@@ -12,7 +12,6 @@
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/Persistence.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
@@ -55,12 +54,8 @@ std::wstring FolderBeside(const std::wstring& localFolder) {
 base::File OpenAlone(const std::wstring& folder, const std::wstring& localFolder) {
     FileSystem::CreateFolders(folder);
     const std::wstring path = Path::Join(folder, L"installation.txt");
-    std::optional<base::File> file;
-    // A scanner or a backup program, too, may hold it for a moment.
-    const DWORD error = base::Persistently(path, [&] {
-        file = base::File::TryOpen(path, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS);
-        return file.has_value();
-    });
+    auto file = base::File::TryOpenPersistently(path, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS);
+    const DWORD error = file ? ERROR_SUCCESS : GetLastError();
     if (error == ERROR_SHARING_VIOLATION)
         throw base::Error(HRESULT_FROM_WIN32(error), L"Another transfer of the folder " + localFolder +
                                                          L" goes on. Begin again when it has ended.");

@@ -29,17 +29,11 @@ base::File LockSettings(const std::wstring& path) {
 std::optional<base::File> LockFolder(const SideFolder& lock, const Settings& settings) try {
     const std::wstring path = lock.Path(settings);
     FileSystem::CreateFolders(Path::ParentFolder(path));
-    std::optional<base::File> file;
-    const auto open = [&] {
-        file = base::File::TryOpen(path, GENERIC_READ | DELETE, 0, OPEN_ALWAYS);
-        return file.has_value();
-    };
-    // A scanner or a backup program, too, may hold it for a moment.
-    const std::wstring extended = FileSystem::Extended(path);
-    const DWORD error = base::Persistently(extended, open);
+    auto file = base::File::TryOpenPersistently(path, GENERIC_READ | DELETE, 0, OPEN_ALWAYS);
+    const DWORD error = file ? ERROR_SUCCESS : GetLastError();
     if (file)
         file->RemoveWhenClosed();
-    else if (base::MayPass(error, extended))
+    else if (base::MayPass(error, FileSystem::Extended(path)))
         Refuse(error, settings.*lock.folder);
     return file;
 } catch (const base::SystemError&) {
