@@ -7,8 +7,10 @@
 
 #include "base/Console.h"
 #include "base/FileSystem.h"
+#include "base/LocalTime.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "base/WindowsTime.h"
 #include "com/ComApartment.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -27,9 +29,15 @@
 
 namespace {
 
-int ListAll(const std::vector<std::wstring>& packetIds) {
-    for (const std::wstring& id : packetIds)
-        Console::Line(id);
+std::wstring BackupFolder(const Settings& settings) { return Path::Join(settings.receive, kBackupFolder); }
+
+/// What is done with an id is done with each of its files.
+int ListAll(const std::vector<std::wstring>& packetIds, const Settings& settings) {
+    Table table({{L"Id"}, {L"Backup"}, {L"Size", Table::Align::Right}, {L"Time"}});
+    for (const base::TreeFile& file : base::FilesBelow(BackupFolder(settings)))
+        table.Add({GetPacketId(file.name), file.RelativePath(), Grouped(file.size),
+                   base::LocalTime(base::FromWindowsTime(file.lastWrite))});
+    if (!table.IsEmpty()) table.Print();
     Console::Line(Counted(packetIds.size(), L"packet") + L" with a backup");
     return kAllDelivered;
 }
@@ -60,8 +68,6 @@ constexpr Use kRestore{
 constexpr Use kDestroy{&Session::DestroyBackup, L"deleted", [](const std::wstring& packetId) {
                            return L"The backup of packet " + packetId + L" is deleted.";
                        }};
-
-std::wstring BackupFolder(const Settings& settings) { return Path::Join(settings.receive, kBackupFolder); }
 
 std::size_t CountBackups(const Settings& settings) { return base::FilesBelow(BackupFolder(settings)).size(); }
 
@@ -146,7 +152,7 @@ int commands::Backups(const Options& options) {
     Session session(settings);
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
     const auto& [action, packetId, isOver] = options.backup;
-    if (action == BackupAction::List) return ListAll(packetIds);
+    if (action == BackupAction::List) return ListAll(packetIds, settings);
     if (action == BackupAction::RestoreAll) return Restore(session, packetIds, settings, isOver);
     if (std::ranges::find(packetIds, packetId) == packetIds.end()) return Refuse(packetId);
     if (action == BackupAction::Restore) return Restore(session, {packetId}, settings, isOver);

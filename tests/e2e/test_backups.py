@@ -14,7 +14,10 @@ class BackupTest(HostTest):
     def test_a_packet_comes_back_from_its_backup(self):
         self.field.change("encoder", "zip")
         self.deliver("a.mdb", "sub/b~1.mdb")
-        self.assertEqual(self.backups().output.split(), ["a", "b", "2", "packets", "with", "a", "backup"])
+        listed = self.backups().output
+        self.assertRegex(listed, r"(?m)^a +a\.mdb\.afz +[\d,]+ +20[-\d]+ [:\d]+$")
+        self.assertRegex(listed, r"(?m)^b +sub\\b~1\.mdb\.afz +[\d,]+ +20[-\d]+ [:\d]+$")
+        self.assertIn("2 packets with a backup", listed)
         (self.enterprise.inbox / "a.mdb").unlink()
         since = self.enterprise.inbox / "sub" / "b~1.mdb"
         since.write_bytes(b"a week of work, or damaged")
