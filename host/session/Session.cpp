@@ -89,7 +89,7 @@ ComPtr<IZNEncoder> Session::AddEncoder(const wchar_t* component, const Settings&
                                        const EncoderSettings& own, const wchar_t* decodingProgram) {
     const bool encodes = settings.ChosenEncoder() == &own;
     const bool works = encodes || FileSystem::FileExists(Path::Join(own.programFolder, decodingProgram));
-    const auto encoder = CreateComponent<Class, IZNEncoder>(component);
+    auto encoder = CreateComponent<Class, IZNEncoder>(component);
     const auto configurable = com::As<IZNEncoder2>(encoder.Get());
     com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
     if (works)
