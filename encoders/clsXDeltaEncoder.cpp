@@ -150,7 +150,8 @@ bool clsXDeltaEncoder::IZNEncoder_Decode(const std::wstring& InFolder, const std
             return self.Fail(L"Encoded file " + encodedFile + L" does not exist.");
         const Difference difference = SplitDifferenceName(FileName);
         std::wstring output = OutFolder + L"\\" + difference.packet;
-        const std::wstring reference = m_sReferenceFolder + L"\\" + difference.reference + L".AXR";
+        const std::wstring reference =
+            m_sReferenceFolder + L"\\" + difference.reference + kReferenceExtension;
         if (!FileSystem::FileExists(reference))
             return self.Fail(L"Xdelta reference file " + reference + L" for encoded file " + FileName +
                              L" does not exist.");

@@ -28,7 +28,7 @@ bool IsDecodedUnderItsName(std::wstring_view fileName) {
 }
 
 bool CanBeReference(std::wstring_view fileName) {
-    return HasExtension(fileName, L".AXR") && fileName.find(kTilde) == std::wstring_view::npos;
+    return HasExtension(fileName, kReferenceExtension) && fileName.find(kTilde) == std::wstring_view::npos;
 }
 
 bool IsTakenForEncoded(std::wstring_view fileName, std::wstring_view extension) {

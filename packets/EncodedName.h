@@ -26,6 +26,8 @@ inline constexpr std::array kPacketExtensions = {L".mdb", L".xml"};
 /// Whether a packet comes out of a decoder under its own name.
 bool IsDecodedUnderItsName(std::wstring_view fileName);
 
+/// How the names of reference files end.
+inline constexpr auto kReferenceExtension = L".AXR";
 /// Whether the other side finds its own copy of a reference by the name of a difference, which holds that of
 /// the file without its extension: "<reference>.AXR".
 bool CanBeReference(std::wstring_view fileName);

@@ -29,8 +29,6 @@
 
 namespace {
 
-std::wstring BackupFolder(const Settings& settings) { return Path::Join(settings.receive, kBackupFolder); }
-
 /// What is done with an id is done with each of its files.
 int ListAll(const std::vector<std::wstring>& packetIds, const Settings& settings) {
     Table table({{L"Id"}, {L"Backup"}, {L"Size", Table::Align::Right}, {L"Time"}});

@@ -16,6 +16,8 @@ constexpr const wchar_t* kArrivals = L"Backup (received)";
 
 }  // namespace
 
+std::wstring BackupFolder(const Settings& settings) { return Path::Join(settings.receive, kBackupFolder); }
+
 std::wstring WhyMoved(const std::wstring& subFolder) {
     if (!base::EqualsIgnoringCase(TopFolder(subFolder), kArrivals)) return {};
     return L"it arrived in the folder Backup, where the receive folder keeps backups";
@@ -23,9 +25,7 @@ std::wstring WhyMoved(const std::wstring& subFolder) {
 
 // Beside the receive folder: inside it, the other side could put something there, too.
 KeptBackups::KeptBackups(const Settings& settings)
-    : m_receive(settings.receive),
-      m_backups(Path::Join(settings.receive, kBackupFolder)),
-      m_kept(kKeptBackups.Path(settings)) {}
+    : m_receive(settings.receive), m_backups(BackupFolder(settings)), m_kept(kKeptBackups.Path(settings)) {}
 
 void KeptBackups::Take() try {
     PutBack();  // of a process that ended in between

@@ -8,6 +8,8 @@
 #include "base/FolderTree.h"
 #include "host/settings/Settings.h"
 
+std::wstring BackupFolder(const Settings& settings);
+
 /// Why packets arrived in another folder than they were sent to; empty for all other folders.
 std::wstring WhyMoved(const std::wstring& subFolder);
 

@@ -9,6 +9,6 @@ std::wstring MissingReference(const std::wstring& fileName, const Settings& sett
     const std::wstring& current = settings.xdelta.referencePath;
     if (current.empty() || !IsTakenForEncoded(fileName, settings.xdelta.outExtension)) return {};
     const std::wstring reference = SplitDifferenceName(Path::BaseName(fileName)).reference;
-    const std::wstring path = Path::Join(Path::ParentFolder(current), reference + L".AXR");
+    const std::wstring path = Path::Join(Path::ParentFolder(current), reference + kReferenceExtension);
     return FileSystem::FileIsThere(path) ? std::wstring() : path;
 }

@@ -13,12 +13,12 @@
 #include "com/ComApartment.h"
 #include "host/console/Table.h"
 #include "host/cycle/AwaitedForms.h"
+#include "host/cycle/KeptBackups.h"
 #include "host/cycle/References.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/doctor/Examination.h"
 #include "host/session/Components.h"
 #include "host/settings/SideFolders.h"
-#include "packets/PacketName.h"
 #include "znTransporter.h"
 
 namespace {
@@ -68,7 +68,7 @@ void ExamineOtherReferences(const Settings& settings, Findings& findings) try {
     add(OfferedFiles(settings));
     add(ReceivedFiles(settings));
     add(AwaitingFiles(settings));
-    add(base::FilesBelow(Path::Join(settings.receive, kBackupFolder)));
+    add(base::FilesBelow(BackupFolder(settings)));
     add(base::FilesBelow(kKeptBackups.Path(settings)));
     for (const auto& [path, count] : missing)
         if (!base::EqualsIgnoringCase(path, settings.xdelta.referencePath))

@@ -127,6 +127,7 @@ private:
     void CheckSideFolders();
     void CheckOwnFiles();
     std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
+    std::wstring SidePathOf(const std::wstring& comparable) const;
     std::wstring Comparable(const Setting& setting) const;
     bool IsLocal(const Setting& setting) const;
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
@@ -307,13 +308,20 @@ void Reader::CheckSideFolders() {
                                            L"the folder must not be the root of a drive or share: a run "
                                            L"keeps other folders beside it"));
     }
-    for (const Setting& setting : kSettings)
-        for (const SideFolder& side : kSideFolders)
-            if (HoldsPackets(setting.kind) &&
-                Comparable(setting).starts_with(ComparableHere(side.Path(m_settings))))
-                m_problems.push_back(Complaint(m_settings, setting,
-                                               L"the folder must not be or lie in " + side.Path(m_settings) +
-                                                   L", where a run keeps what is no packet"));
+    for (const Setting& setting : kSettings) {
+        if (!HoldsPackets(setting.kind)) continue;
+        if (const std::wstring side = SidePathOf(Comparable(setting)); !side.empty())
+            m_problems.push_back(Complaint(m_settings, setting,
+                                           L"the folder must not be or lie in " + side +
+                                               L", where a run keeps what is no packet"));
+    }
+}
+
+/// The file or folder beside send or receive that a comparable path is or lies in; empty for any other path.
+std::wstring Reader::SidePathOf(const std::wstring& comparable) const {
+    for (const SideFolder& side : kSideFolders)
+        if (comparable.starts_with(ComparableHere(side.Path(m_settings)))) return side.Path(m_settings);
+    return {};
 }
 
 /// What an installation works with would travel as a packet, or be replaced by one that arrives.
@@ -339,10 +347,8 @@ std::wstring Reader::WhyNotAt(const std::wstring& path, bool isReference) const 
             !(isReference && keeps) && comparable.starts_with(Comparable(folder)))
             return L"must not lie in the folder of " + folder.Title() + L", where every file is a packet";
     }
-    for (const SideFolder& side : kSideFolders)
-        if (comparable.starts_with(ComparableHere(side.Path(m_settings))))
-            return L"must not be or lie in " + side.Path(m_settings) + L", which belongs to the transport";
-    return {};
+    const std::wstring side = SidePathOf(comparable);
+    return side.empty() ? side : L"must not be or lie in " + side + L", which belongs to the transport";
 }
 
 /// The comment of a setting in a new file, in lines.
