@@ -260,7 +260,10 @@ void Parser::AddBackupOptions(CLI::App& backups) {
         "--over", request.isOver, "Restore also what the next run would put over a file of the inbox");
     restore->excludes(restoreAll, destroy);
     restoreAll->excludes(destroy);
-    over->excludes(destroy);
+    backups.parse_complete_callback([=] {
+        if (*over && !*restore && !*restoreAll)
+            throw CLI::RequiresError("--over", "--restore or --restore-all");
+    });
 }
 
 void Parser::AddPasswordOptions(CLI::App& password) {

@@ -77,7 +77,7 @@ std::vector<base::TreeFile> AwaitedForms::MayBeOfferedIn(const std::wstring& sub
 }
 
 void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
-    const std::vector<base::TreeFile> received = base::FilesIn(m_settings.receive, subFolder);
+    const std::vector<base::TreeFile> received = ReceivedIn(m_settings, subFolder);
     if (received.empty()) return;
     std::multimap<std::wstring, base::TreeFile> offered;
     for (const base::TreeFile& file : MayBeOfferedIn(subFolder))

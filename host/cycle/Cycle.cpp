@@ -204,7 +204,7 @@ void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapsho
         m_awaited.HoldBack(subFolder, m_ledger);
         return true;
     });
-    const std::vector<base::TreeFile> files = base::FilesIn(m_settings.receive, subFolder);
+    const std::vector<base::TreeFile> files = ReceivedIn(m_settings, subFolder);
     if (files.empty()) return;
     if (notSetAside) {
         for (const base::TreeFile& file : files)

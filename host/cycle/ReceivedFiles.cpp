@@ -13,6 +13,7 @@
 #include "base/Text.h"
 #include "cipher/Sha256.h"
 #include "companions/zip/PacketArchive.h"
+#include "host/cycle/WaitingPackets.h"
 #include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
@@ -69,7 +70,7 @@ struct Candidates {
 Candidates TakeCandidates(const std::wstring& subFolder, const Settings& settings, PacketLedger& ledger) {
     Candidates candidates;
     const bool mayComeAgain = FileSystem::FolderExists(Path::Join(kRefused.Path(settings), subFolder));
-    for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder)) {
+    for (const base::TreeFile& file : ReceivedIn(settings, subFolder)) {
         const std::wstring path = Path::Join(settings.receive, file.RelativePath());
         std::optional<std::wstring> refusal;
         try {

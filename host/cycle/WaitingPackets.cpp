@@ -1,8 +1,12 @@
 // See WaitingPackets.h.
 #include "host/cycle/WaitingPackets.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/Arrival.h"
 #include "base/Error.h"
+#include "base/Path.h"
 #include "host/cycle/KeptBackups.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
@@ -43,11 +47,19 @@ std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
     return subFolders;
 }
 
+std::vector<base::TreeFile> ReceivedIn(const Settings& settings, const std::wstring& subFolder) {
+    std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
+    std::erase_if(files, [&](const base::TreeFile& file) {
+        return FileSystem::IsArrival(file.name) &&
+               !FileSystem::IsAbandonedArrival(Path::Join(settings.receive, file.RelativePath()));
+    });
+    return files;
+}
+
 std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
     std::vector<base::TreeFile> files;
     for (const std::wstring& subFolder : ReceiveSubFolders(settings))
-        for (const base::TreeFile& file : base::FilesIn(settings.receive, subFolder))
-            files.push_back(file);
+        std::ranges::move(ReceivedIn(settings, subFolder), std::back_inserter(files));
     return files;
 }
 

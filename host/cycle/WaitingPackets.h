@@ -17,7 +17,10 @@ std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& 
 std::vector<base::TreeFile> SendFiles(const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);
-/// The files in those sub-folders.
+/// The files in one of them. What the other side still copies there is none yet; what is left of a copy that
+/// ended half-way is.
+std::vector<base::TreeFile> ReceivedIn(const Settings& settings, const std::wstring& subFolder);
+/// The files in all of them.
 std::vector<base::TreeFile> ReceivedFiles(const Settings& settings);
 /// What the remote side offers, but for folders that cannot be listed here or now.
 std::vector<base::TreeFile> OfferedFiles(const Settings& settings);

@@ -33,6 +33,7 @@ class BackupTest(HostTest):
         self.assertIn("1 packet with a backup", self.backups().output)
         self.assertIn("no backup of packet a", self.backups("--restore", "a", code=1).errors)
         self.backups("--restore", "a", "--destroy", "b", code=2)
+        self.assertIn("--over requires --restore", self.backups("--over", code=2).errors)
 
     def test_backups_that_an_ended_run_took_out_of_the_way_are_there(self):
         self.deliver("a.mdb")

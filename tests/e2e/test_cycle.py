@@ -4,7 +4,7 @@ import shutil
 import signal
 
 import support
-from support import HostTest, ScratchTest, Side, count_below, files_below, finish, run, size_of, start, wait_until, windows
+from support import Holder, HostTest, ScratchTest, Side, count_below, files_below, finish, run, size_of, start, wait_until, windows
 
 
 class CycleTest(HostTest):
@@ -158,13 +158,18 @@ class CycleTest(HostTest):
         self.assertEqual({path.read_bytes() for path in refused.iterdir()}, {b"one", b"two"})
 
     def test_what_a_killed_run_was_receiving_is_set_aside(self):
+        """And what somebody still copies there, whose send target it is, is left alone."""
         (self.enterprise.receive / "sub").mkdir()
         (self.enterprise.receive / "sub" / "~12-34.arriving").write_bytes(b"a part")
+        coming = self.enterprise.receive / "sub" / "~12-35.arriving"
+        coming.write_bytes(b"more of it comes")
+        Holder(self, coming)
         self.put(self.field, "sub/a.mdb", folder=self.to_enterprise)
         outcome = self.assert_run(self.enterprise, 1, {("in", "sub/~12-34.arriving"): "not delivered",
                                                        ("in", "sub/a.mdb"): "delivered"})
         self.assertIn("it may be a part; its source is where it was", outcome.output)
         self.assert_run(self.enterprise, 0, {})
+        self.assertTrue(coming.exists())
 
     def test_list_shows_what_waits_and_moves_nothing(self):
         self.put(self.field, "sub/new.mdb", content=b"1" * 1500)
