@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
@@ -19,11 +20,16 @@
 
 namespace {
 
+/// All of it: the short names of many computers begin with the same 15 letters.
 std::wstring ComputerName() {
-    wchar_t name[MAX_COMPUTERNAME_LENGTH + 1];
-    DWORD length = MAX_COMPUTERNAME_LENGTH + 1;
-    if (!GetComputerNameW(name, &length)) base::ThrowWin32(GetLastError(), L"name of the computer");
-    return {name, length};
+    constexpr auto kForm = ComputerNamePhysicalDnsHostname;
+    DWORD length = 0;
+    GetComputerNameExW(kForm, nullptr, &length);
+    std::wstring name(length, L'\0');
+    if (!GetComputerNameExW(kForm, name.data(), &length))
+        base::ThrowWin32(GetLastError(), L"name of the computer");
+    name.resize(length);
+    return base::Upper(name);
 }
 
 constexpr std::size_t kDigits = 16;
@@ -63,16 +69,34 @@ base::File OpenAlone(const std::wstring& folder, const std::wstring& localFolder
     return *std::move(file);
 }
 
-/// Of a text that has a line for each computer and path: a number, and after tabs both.
-std::optional<std::string> NumberOf(std::string_view owner, std::string_view text) {
+/// What a line of the file tells: a number, and after tabs the computer and the path of the folder.
+struct Line {
+    std::string number;
+    std::string computer;
+    std::string path;
+
+    std::string Text() const { return number + "\t" + computer + "\t" + path + "\n"; }
+    std::wstring Name() const { return base::FromUtf8(computer + "-" + number); }
+};
+
+std::optional<Line> Parsed(std::string_view line) {
+    constexpr std::size_t kComputer = kDigits + 1;
+    const std::size_t tab = line.find('\t', kComputer);
+    if (!IsNumber(line.substr(0, kDigits)) || tab == std::string_view::npos || line[kDigits] != '\t')
+        return std::nullopt;
+    return Line{std::string(line.substr(0, kDigits)), std::string(line.substr(kComputer, tab - kComputer)),
+                std::string(line.substr(tab + 1))};
+}
+
+/// What is none is passed over: it may not have been written to its end.
+std::vector<Line> LinesOf(std::string_view text) {
+    std::vector<Line> lines;
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());
-        const std::string_view line = text.substr(begin, end - begin);
-        const std::string_view number = line.substr(0, kDigits);
-        if (IsNumber(number) && line.substr(kDigits) == owner) return std::string(number);
+        if (auto line = Parsed(text.substr(begin, end - begin))) lines.push_back(*std::move(line));
         begin = end + 1;
     }
-    return std::nullopt;
+    return lines;
 }
 
 std::string TextIn(const base::File& file) {
@@ -85,21 +109,21 @@ std::string TextIn(const base::File& file) {
 }  // namespace
 
 DavInstallation::DavInstallation(const std::wstring& localFolder)
-    : m_folder(FolderBeside(localFolder)),
-      m_file(OpenAlone(m_folder, localFolder)),
-      m_name(ReadOrMakeName(localFolder)) {}
-
-std::wstring DavInstallation::ReadOrMakeName(const std::wstring& localFolder) {
-    const std::wstring computer = ComputerName();
-    const std::string owner = base::ToUtf8(L"\t" + computer + L"\t" + base::Upper(PathOf(localFolder)));
+    : m_folder(FolderBeside(localFolder)), m_file(OpenAlone(m_folder, localFolder)) {
+    const std::string computer = base::ToUtf8(ComputerName());
+    const std::string path = base::ToUtf8(base::Upper(PathOf(localFolder)));
     const std::string text = TextIn(m_file);
-    std::optional<std::string> number = NumberOf(owner, text);
-    if (!number) {
-        number = NewNumber();
-        // What was not written to its end is a line by itself.
-        const std::string line = (text.empty() || text.ends_with('\n') ? "" : "\n") + *number + owner + "\n";
-        m_file.WriteAt(m_file.Size(), base::BytesOf(line));
-        m_file.Flush();
+    for (const Line& line : LinesOf(text)) {
+        if (m_name.empty() && line.computer == computer && line.path == path)
+            m_name = line.Name();
+        else
+            m_otherNames.push_back(line.Name());
     }
-    return computer + L"-" + base::FromUtf8(*number);
+    if (!m_name.empty()) return;
+    const Line own{NewNumber(), computer, path};
+    // What was not written to its end is a line by itself.
+    const bool isLineOpen = !text.empty() && !text.ends_with('\n');
+    m_file.WriteAt(m_file.Size(), base::BytesOf(std::string(isLineOpen, '\n') + own.Text()));
+    m_file.Flush();
+    m_name = own.Name();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "base/File.h"
 
@@ -16,13 +17,15 @@ public:
     /// The same for each transfer of the folder from this computer, and of no other: a copy of the folder in
     /// another place, and a computer that shares it, have names of their own.
     const std::wstring& Name() const noexcept { return m_name; }
+    /// Names that came with the folder: those that it had here before the computer was renamed or the folder
+    /// moved, and those of the places that it is a copy of.
+    const std::vector<std::wstring>& OtherNames() const noexcept { return m_otherNames; }
     /// Where what has not yet come in full is kept.
     const std::wstring& Folder() const noexcept { return m_folder; }
 
 private:
-    std::wstring ReadOrMakeName(const std::wstring& localFolder);
-
     std::wstring m_folder;
     base::File m_file;
     std::wstring m_name;
+    std::vector<std::wstring> m_otherNames;
 };

@@ -54,6 +54,7 @@ public:
         const std::vector<std::wstring> waiting = Files(m_remote);
         const bool goesOn = ClaimAndReceive(waiting);
         if (goesOn && !m_gone.empty()) LookForGone();
+        if (goesOn) TellOfOtherClaims();
         if (goesOn) DeleteNotes(waiting);
         return goesOn && m_isComplete;
     }
@@ -189,6 +190,20 @@ private:
                       [&](const std::wstring& packet) { return m_unfinished.contains(base::Upper(packet)); });
         std::ranges::for_each(claimed, [&](const std::wstring& packet) { m_notes.ReadOf(packet); });
         std::ranges::for_each(claimed, [&](const std::wstring& packet) { ReceiveClaimed(packet); });
+    }
+
+    /// What was claimed under a name that this installation had: it may be another one's, which receives it
+    /// just now.
+    void TellOfOtherClaims() {
+        for (const std::wstring& name : m_installation.OtherNames()) {
+            const std::size_t count = Files(ClaimsOf(m_remote, name)).size();
+            if (count == 0) continue;
+            Stays(L"Packets on the server are claimed as " + name + L": " + std::to_wstring(count) +
+                  L". The folder " + m_local +
+                  L" had that name before the computer was renamed or the folder moved, or is a copy of one "
+                  L"that "
+                  L"has it still. If nobody receives under that name any more, release them.");
+        }
     }
 
     void ReceiveClaimed(const std::wstring& packet) {

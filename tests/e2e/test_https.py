@@ -361,6 +361,17 @@ class LeftoversTest(HttpsHostTest):
         self.assert_ends(0, "release", self.enterprise.settings, "GONE-1")
         self.assert_received()
 
+    def test_claims_from_before_the_computer_was_renamed(self):
+        claims = self.claim("a.mdb")
+        renamed = claims.rename(claims.with_name("BEFORE-" + claims.name.rpartition("-")[2]))
+        installation = self.enterprise.receive.with_name("receive.https") / "installation.txt"
+        number, _, path = installation.read_text("utf-8").split("\t")
+        installation.write_text("\t".join((number, "BEFORE", path)), "utf-8")
+        self.assert_run(self.enterprise, 1, log=f"claimed as {renamed.name}: 1. The folder")
+        self.assert_ends(0, "release", self.enterprise.settings, renamed.name)
+        self.assert_run(self.enterprise)
+        self.assert_received()
+
     def test_a_claim_is_not_released_over_what_others_received(self):
         other = self.other_enterprise()
         claims = self.claim("a.mdb")

@@ -194,6 +194,7 @@ TEST(DavInstallationName, IsThatOfOneFolderOnOneComputer) {
     const std::wstring copy = name(L"copy");
     EXPECT_NE(copy, first);
     EXPECT_EQ(name(L"copy"), copy);
+    EXPECT_THAT(DavInstallation(temp / L"copy").OtherNames(), ElementsAre(first));
     std::string text = base::ReadFile(file);
     text.resize(text.size() - 4);
     FileSystem::DeleteFile(file);
