@@ -18,12 +18,13 @@ namespace {
 
 /// No handle when it cannot be opened; GetLastError tells why. A file that is to be there, or may be,
 /// is not waited for: somebody may write to it.
-FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition) {
+FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition,
+                      DWORD flags = FILE_FLAG_SEQUENTIAL_SCAN) {
     const std::wstring file = FileSystem::Extended(path);
     FileHandle handle;
     const auto open = [&] {
         handle = FileHandle(CreateFileW(file.c_str(), access, sharing, nullptr, disposition,
-                                        FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+                                        FILE_ATTRIBUTE_NORMAL | flags, nullptr));
         return static_cast<bool>(handle);
     };
     const bool isNew = disposition == CREATE_NEW || disposition == CREATE_ALWAYS;
@@ -79,6 +80,16 @@ std::optional<File> File::TryOpenPersistently(const std::wstring& path, DWORD ac
         return file.has_value();
     }));
     return file;
+}
+
+std::optional<File> File::TryOpenToRemove(const std::wstring& path) {
+    FileHandle handle;
+    SetLastError(Persistently(FileSystem::Extended(path), [&] {
+        handle = OpenHandle(path, DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+        return static_cast<bool>(handle);
+    }));
+    if (!handle) return std::nullopt;
+    return File(path, std::move(handle));
 }
 
 File File::OpenUnchanging(std::wstring path, Where where) {
@@ -215,6 +226,11 @@ DWORD File::TakeName(const std::wstring& path, OtherFile other) {
 bool File::RemoveWhenClosed() {
     m_isRemovedWhenClosed = SetRemovedWhenClosed(Handle(), true);
     return m_isRemovedWhenClosed;
+}
+
+bool File::IsBeingRemoved() const {
+    FILE_STANDARD_INFO info{};
+    return GetFileInformationByHandleEx(Handle(), FileStandardInfo, &info, sizeof info) && info.DeletePending;
 }
 
 void File::Discard() noexcept {

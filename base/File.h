@@ -32,6 +32,8 @@ public:
     /// The same for a file that a scanner or a backup program, too, may hold for a moment: waits for that.
     static std::optional<File> TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
                                                    DWORD disposition = OPEN_EXISTING);
+    /// With the right to delete it; where the path names a link, that link. It is waited for likewise.
+    static std::optional<File> TryOpenToRemove(const std::wstring& path);
     /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written
     /// while a file is read may be in one part of what is made of it and not in another.
     static File OpenUnchanging(std::wstring path, Where where = Where::current());
@@ -67,6 +69,8 @@ public:
     DWORD TakeName(const std::wstring& path, OtherFile other);
     /// Renames a file that is opened with the right to delete it. Returns why not; then it has its name.
     DWORD Rename(const std::wstring& path, OtherFile other);
+    /// Whether somebody, such as this process, has had it removed: it goes with its last handle.
+    bool IsBeingRemoved() const;
     /// Removes the file when it is closed. False, and GetLastError tells why, when the system refuses that.
     bool RemoveWhenClosed();
     /// Closes the file and removes it, also where it is read-only. What cannot be removed stays.

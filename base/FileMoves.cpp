@@ -120,8 +120,15 @@ void CopyAndDelete(const std::wstring& source, const std::wstring& destination, 
         throw SystemError(error, "move", Way(source, destination), where);
     // Also the name: the source goes next.
     copy.Flush();
-    block.Delete(ReadOnlyFiles::Delete, where);
     removal.Dismiss();
+    try {
+        block.Delete(ReadOnlyFiles::Delete, where);
+    } catch (const base::Error&) {
+        // What cannot be seen may have gone all the same: the copy would be the only one.
+        if (!File::TryOpen(source, 0, base::kShareAll)) return;
+        copy.Discard();
+        throw;
+    }
 }
 
 }  // namespace

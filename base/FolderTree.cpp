@@ -83,8 +83,9 @@ void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {
     FileSystem::MoveReplacing(source, destination);
 }
 
-void TryMoveIntoTree(const std::wstring& source, const std::wstring& destination) try {
-    MoveIntoTree(source, destination);
+void TryPutBack(const std::wstring& source, const std::wstring& destination) try {
+    FileSystem::CreateFolders(Path::ParentFolder(destination));
+    FileSystem::MoveFile(source, destination);
 } catch (const Error&) {
     return;
 }

@@ -62,19 +62,24 @@ const File& WriteBlock::Held(Where where) const {
 }
 
 /// Deleting and renaming are possible meanwhile: only an open file is certainly the one that is held.
-std::optional<File> WriteBlock::OpenNamed(Where where) const {
+std::optional<WriteBlock::Named> WriteBlock::OpenNamed(Where where) const {
     const File& held = Held(where);
-    auto named = File::TryOpenPersistently(m_path, DELETE, base::kShareAll);
+    auto named = File::TryOpenToRemove(m_path);
     if (!named) throw SystemError(GetLastError(), "delete", m_path, where);
-    if (!IsSameFile(held, *named)) named.reset();
-    return named;
+    if (IsSameFile(held, *named)) return Named{*std::move(named), false};
+    const auto target = File::TryOpen(m_path, 0, base::kShareAll);
+    if (target && IsSameFile(held, *target)) return Named{*std::move(named), true};
+    return std::nullopt;
 }
 
 bool WriteBlock::MoveReplacing(const std::wstring& destination, Where where) const {
-    std::optional<File> named = OpenNamed(where);
+    std::optional<Named> named = OpenNamed(where);
     if (!named) return false;
-    const DWORD error = base::WithoutProtection(
-        Extended(destination), [&] { return named->Rename(destination, File::OtherFile::IsReplaced); });
+    // A link that moves would show there whatever becomes of what it leads to.
+    const DWORD error =
+        named->isLink ? ERROR_NOT_SAME_DEVICE : base::WithoutProtection(Extended(destination), [&] {
+            return named->file.Rename(destination, File::OtherFile::IsReplaced);
+        });
     if (error == ERROR_SUCCESS) return true;
     if (error != ERROR_NOT_SAME_DEVICE)
         throw SystemError(error, "move", m_path + L" -> " + destination, where);
@@ -84,9 +89,10 @@ bool WriteBlock::MoveReplacing(const std::wstring& destination, Where where) con
 }
 
 bool WriteBlock::Delete(ReadOnlyFiles readOnly, Where where) const {
-    std::optional<File> named = OpenNamed(where);
+    std::optional<Named> named = OpenNamed(where);
     if (!named) return false;
-    if (!named->RemoveWhenClosed()) DeleteFile(m_path, readOnly, where);
+    // The answer of a share to a success can get lost.
+    if (!named->file.RemoveWhenClosed() && !named->file.IsBeingRemoved()) DeleteFile(m_path, readOnly, where);
     return true;
 }
 

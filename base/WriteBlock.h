@@ -13,7 +13,8 @@
 namespace FileSystem {
 
 /// Keeps others from writing to a file while it exists; reading, renaming and deleting stay possible.
-/// A file that is copied and then deleted needs it: what somebody writes in between would be lost.
+/// A file that is copied and then deleted needs it: what somebody writes in between would be lost. Where the
+/// path names a link, what that leads to is held and copied, and the link is what is deleted.
 class WriteBlock {
 public:
     explicit WriteBlock(const std::wstring& path);
@@ -30,8 +31,13 @@ public:
     bool Delete(ReadOnlyFiles readOnly = ReadOnlyFiles::Keep, Where where = Where::current()) const;
 
 private:
-    /// The file of the name, if that is the one that is held.
-    std::optional<base::File> OpenNamed(Where where) const;
+    struct Named {
+        base::File file;
+        bool isLink;  ///< to the file that is held
+    };
+
+    /// What has the name, if that is the file that is held or a link to it.
+    std::optional<Named> OpenNamed(Where where) const;
 
     std::wstring m_path;
     std::optional<base::File> m_file;

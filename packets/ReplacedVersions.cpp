@@ -9,12 +9,16 @@ void SettleVersion(bool replaced, const std::wstring& path, const std::wstring& 
     if (replaced)
         FileSystem::TryDelete(path);
     else
-        base::TryMoveIntoTree(path, place);
+        base::TryPutBack(path, place);
 }
 
 void SettleBackup(const std::wstring& folder, const base::TreeFile& file, std::wstring_view extension) {
     const std::wstring encoded = EncodedNameOfBackup(file.name, extension);
     if (encoded.empty()) return;
     const std::wstring place = Path::Join(Path::Join(folder, file.subFolder), encoded);
-    SettleVersion(FileSystem::FileExists(place), Path::Join(folder, file.RelativePath()), place);
+    try {
+        SettleVersion(FileSystem::FileIsThere(place), Path::Join(folder, file.RelativePath()), place);
+    } catch (const base::Error&) {
+        return;  // whether there is a new one cannot be told now
+    }
 }

@@ -6,8 +6,8 @@
 
 #include "base/FolderTree.h"
 
-/// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now is with
-/// the next run.
+/// Removes a version that has been replaced, or puts one back that has not. What cannot be moved now, also
+/// because a newer one has its place, is with the next run.
 void SettleVersion(bool replaced, const std::wstring& path, const std::wstring& place);
 
 /// The same for a file of a folder that is the backup of a difference; leaves any other. The encoder keeps

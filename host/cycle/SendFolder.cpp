@@ -85,7 +85,7 @@ void SendFolder::OlderVersions::Replaced() {
 
 void SendFolder::OlderVersions::PutBack() const {
     for (const base::TreeFile& file : m_taken)
-        base::TryMoveIntoTree(m_folder.AsidePath(file), m_folder.WaitingPath(file));
+        base::TryPutBack(m_folder.AsidePath(file), m_folder.WaitingPath(file));
     RemoveEmptyFolders();
 }
 
