@@ -114,6 +114,11 @@ LSTATUS WriteValue(HKEY hive, const std::wstring& path, const std::wstring& name
     }
 }
 
+bool Exists(HKEY hive, const std::wstring& path, const std::wstring& name) {
+    return RegGetValueW(hive, path.c_str(), name.c_str(), RRF_RT_ANY, nullptr, nullptr, nullptr) ==
+           ERROR_SUCCESS;
+}
+
 }  // namespace
 
 const std::wstring& ZNRegistry::Path() const {
@@ -148,9 +153,11 @@ STDMETHODIMP ZNRegistry::Write(BSTR Name, VARIANT Value) {
         const com::Variant value(Value);
         LSTATUS status = WriteValue(m_hive, Path(), name, value);
         if (m_usersToo && m_hive != HKEY_CURRENT_USER) {
-            // Read would go on finding an older value of the user's.
-            if (status == ERROR_SUCCESS) RegDeleteKeyValueW(HKEY_CURRENT_USER, m_path.c_str(), name.c_str());
-            if (status == ERROR_ACCESS_DENIED) status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
+            // Read goes on finding a value of the user's. Without it, programs of the other bitness, and
+            // those that the system shows another machine, would find none.
+            const bool usersToo = status == ERROR_SUCCESS && Exists(HKEY_CURRENT_USER, m_path, name);
+            if (usersToo || status == ERROR_ACCESS_DENIED)
+                status = WriteValue(HKEY_CURRENT_USER, m_path, name, value);
         }
         if (status != ERROR_SUCCESS) base::ThrowWin32(static_cast<DWORD>(status), m_path + L"\\" + name);
     });

@@ -68,7 +68,7 @@ TEST_F(RegistryTest, ReadsTextsAndNumbersAndRefusesTheRest) {
     EXPECT_THAT(failure.description, HasSubstr(L"Binary"));
 }
 
-TEST_F(RegistryTest, WritesForTheMachineInsteadOfTheUser) {
+TEST_F(RegistryTest, WritesForTheMachineAndOverWhatTheUserHas) {
     StoreText(HKEY_CURRENT_USER, L"Text", L"older");
     StoreText(HKEY_CURRENT_USER, L"Other", L"the user's");
     // An enciphered password is any sequence of characters.
@@ -76,13 +76,14 @@ TEST_F(RegistryTest, WritesForTheMachineInsteadOfTheUser) {
     Write(L"Text", Variant(text));
     EXPECT_EQ(Text(L"Text"), text);
     EXPECT_TRUE(Holds(HKEY_LOCAL_MACHINE, L"Text"));
-    EXPECT_FALSE(Holds(HKEY_CURRENT_USER, L"Text", RRF_RT_ANY));
+    EXPECT_TRUE(Holds(HKEY_CURRENT_USER, L"Text")) << "who sees another machine finds only that";
     EXPECT_EQ(Text(L"Other"), L"the user's");
     VARIANT number{};
     number.vt = VT_UI4;
     number.ulVal = 0xFFFFFFFE;
     Write(L"Number", Variant(number));
     EXPECT_TRUE(Holds(HKEY_LOCAL_MACHINE, L"Number", RRF_RT_REG_DWORD));
+    EXPECT_FALSE(Holds(HKEY_CURRENT_USER, L"Number", RRF_RT_ANY)) << "which no other user could read";
     EXPECT_EQ(Read(L"Number").Number(), -2) << "the same 32 bits";
 }
 
