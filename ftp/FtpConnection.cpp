@@ -94,6 +94,15 @@ FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
             (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.dwFileAttributes};
 }
 
+/// What the connection calls itself, which no FTP server hears: a brand in another script must not keep it
+/// from coming about.
+std::string AgentName() {
+    std::wstring name = ToolName();
+    for (wchar_t& letter : name)
+        if (!base::FitsSystemCodePage({letter})) letter = L'?';
+    return ToSystemCodePage(name);
+}
+
 }  // namespace
 
 bool IsUnanswered(DWORD error) {
@@ -109,8 +118,8 @@ bool IsUnanswered(DWORD error) {
 }
 
 bool FtpConnection::OpenSession() {
-    m_internet = InternetHandle(WinInet().InternetOpenA(ToSystemCodePage(ToolName()).c_str(),
-                                                        INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
+    m_internet = InternetHandle(
+        WinInet().InternetOpenA(AgentName().c_str(), INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
     if (!m_internet) return false;
     LimitWaiting();
     return true;
