@@ -6,6 +6,7 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/Rights.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Undo.h"
@@ -244,6 +245,7 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
                        if (replaces) FileSystem::MoveFile(previous, target);
                    },
                    L"The previous content of " + target + L" is in " + previous + L"; rename it back.");
+    FileSystem::TakeRightsOfFolder(target, Path::ParentFolder(file));
     if (replaces) FileSystem::DeleteFile(previous);
     return {true, target};
 }
@@ -253,6 +255,7 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
 clsTransporter::Delivery clsTransporter::MoveOver(const Procedure& member, const std::wstring& file,
                                                   const std::wstring& target, const std::wstring& backup) {
     FileSystem::MoveReplacing(file, target);
+    FileSystem::TakeRightsOfFolder(target, Path::ParentFolder(file));
     member.Report(L"File " + backup + L" is left of an earlier delivery. The file " + target +
                       L" has been replaced without it. Remove it when it is not needed.",
                   ZN_EVENTLOG_WARNING_TYPE);

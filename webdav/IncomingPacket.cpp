@@ -7,6 +7,8 @@
 
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/Path.h"
+#include "base/Rights.h"
 #include "base/SystemError.h"
 
 IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend)
@@ -41,6 +43,7 @@ void IncomingPacket::TakePlace() {
     m_file.Flush();
     m_file.Close();
     FileSystem::MoveReplacing(m_file.Path(), m_target);
+    FileSystem::TakeRightsOfFolder(m_target, Path::ParentFolder(m_file.Path()));
     FileSystem::BringToDisk(m_target);
 }
 

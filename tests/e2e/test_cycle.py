@@ -157,6 +157,24 @@ class CycleTest(HostTest):
         refused = self.enterprise.receive.with_name("receive.refused")
         self.assertEqual({path.read_bytes() for path in refused.iterdir()}, {b"one", b"two"})
 
+    def test_who_may_use_a_folder_may_use_what_was_moved_there(self):
+        """From the folder for temporary files, and from the receive folder."""
+        for folder in (self.field.send, self.enterprise.inbox):
+            folder.chmod(0o777)
+        self.put(self.field, "a.xml")
+        self.put(self.field, "b.mdb")
+        self.field.change("encoder", "zip")
+        away = self.to_enterprise.rename(self.scratch / "away")
+        self.to_enterprise.touch()
+        self.assert_run(self.field, 1)
+        self.to_enterprise.unlink()
+        away.rename(self.to_enterprise)
+        self.assertTrue((self.field.send / "b.mdb.afz").stat().st_mode & 0o002)
+        self.assert_run(self.field)
+        self.assert_run(self.enterprise)
+        self.assert_received()
+        self.assertTrue((self.enterprise.inbox / "a.xml").stat().st_mode & 0o002)
+
     def test_what_a_killed_run_was_receiving_is_set_aside(self):
         """And what somebody still copies there, whose send target it is, is left alone."""
         (self.enterprise.receive / "sub").mkdir()

@@ -1,0 +1,50 @@
+// See Rights.h.
+#include "base/Rights.h"
+
+#include <windows.h>
+#include <aclapi.h>
+
+#include <vector>
+
+#include "base/FileSystem.h"
+#include "base/Handle.h"
+#include "base/Path.h"
+
+namespace FileSystem {
+
+namespace {
+
+struct LocalMemoryTraits {
+    using Value = void*;
+    static Value None() noexcept { return nullptr; }
+    static void Close(Value memory) noexcept { LocalFree(memory); }
+};
+
+/// Empty where the system does not tell, or the file system knows no rights.
+std::vector<BYTE> AccessListOf(const std::wstring& folder) {
+    PACL list = nullptr;
+    base::UniqueHandle<LocalMemoryTraits> descriptor;
+    const DWORD error =
+        GetNamedSecurityInfoW(Extended(folder).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
+                              nullptr, &list, nullptr, descriptor.Put());
+    if (error != ERROR_SUCCESS || !list) return {};
+    const auto* const bytes = reinterpret_cast<const BYTE*>(list);
+    return {bytes, bytes + list->AclSize};
+}
+
+}  // namespace
+
+void TakeRightsOfFolder(const std::wstring& path, const std::wstring& formerFolder) noexcept try {
+    const std::vector<BYTE> rights = AccessListOf(Path::ParentFolder(path));
+    if (rights.empty() || rights == AccessListOf(formerFolder)) return;
+    ACL none;
+    InitializeAcl(&none, sizeof none, ACL_REVISION);
+    // Nothing of its own: what remains is what the folder hands on.
+    SetNamedSecurityInfoW(Extended(path).data(), SE_FILE_OBJECT,
+                          DACL_SECURITY_INFORMATION | UNPROTECTED_DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                          &none, nullptr);
+} catch (...) {
+    return;
+}
+
+}  // namespace FileSystem
