@@ -68,9 +68,9 @@ Finding ExamineLastRun(const std::optional<RunRecord>& record) {
 }  // namespace
 
 void ExamineLeftovers(const Settings& settings, Findings& findings) {
-    const auto record = StatusFile(settings).Read();
+    const LastRun last = LastRunOf(settings);
     // What it keeps aside is nothing that it has left.
-    if (record && IsUnderWay(*record)) {
+    if (last.isUnderWay) {
         findings.push_back(
             Good(L"last_run", L"a run is at work; what earlier ones have left was not examined"));
         return;
@@ -97,5 +97,5 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
     if (findings.size() == before) findings.push_back(Good(kLeftover, L"none"));
-    findings.push_back(ExamineLastRun(record));
+    findings.push_back(ExamineLastRun(last.record));
 }

@@ -39,5 +39,11 @@ private:
 /// is at work keeps its record.
 void RememberNoCycle(const RunRecord& record) noexcept;
 
-/// Whether a run that is remembered as running is so still.
-bool IsUnderWay(const RunRecord& record);
+/// The last run, and what is known of it now.
+struct LastRun {
+    std::optional<RunRecord> record;  ///< nothing where none is remembered
+    bool isUnderWay = false;
+
+    bool HasEndedInTheMiddle() const { return record && record->end == RunEnd::Running && !isUnderWay; }
+};
+LastRun LastRunOf(const Settings& settings);

@@ -2,6 +2,7 @@
 import calendar
 import contextlib
 import os
+import shutil
 import signal
 import time
 
@@ -174,9 +175,15 @@ class StatusTest(JsonTest):
             during = self.status()
             self.assert_ends(1, "run", self.field.settings)  # does not take the other one's place
             after = self.status()
+            # As of a dead run whose number another process has now, whoever that belongs to.
+            shutil.copy(self.field.send.with_name("send.status"), self.enterprise.send.with_name("send.status"))
+            [other] = self.json(1, "status", self.enterprise)
+            self.enterprise.send.with_name("send.lock").mkdir()
+            [unlocked] = self.json(0, "status", self.enterprise)
             process.kill()
             process.send_signal(signal.SIGCONT)
             process.wait()
+            self.assertEqual((other["under_way"], unlocked["under_way"]), (False, True))
             return during["under_way"] and after["under_way"]
 
         self.assertTrue(self.in_time(killed))
