@@ -36,6 +36,7 @@ int commands::RunSteadily(const Options& options) {
     const UnmarkedConsole console;
     LoopRequest request{.settings = settings,
                         .interval = *IntervalOf(options.run.every),
+                        .options = {L"--every", options.run.every},
                         .stop = Interrupt::Event(),
                         // Whoever does not want to wait for the file at hand says so once more.
                         .timeToStop = std::chrono::milliseconds(INFINITE),

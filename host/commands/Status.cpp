@@ -76,6 +76,9 @@ void PrintLastRun(const LastRun& last) {
     if (last.record->end == RunEnd::Running) return;
     PrintReport(*last.record, ReportForm::Quiet);
     Console::Line(Summary(*last.record));
+    if (last.isOverdue)
+        Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
+                      L"service still run, and start them again.");
 }
 
 void PrintWaiting(const std::vector<WaitingPacket>& packets) {
@@ -91,6 +94,7 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
 }
 
 bool IsGood(const LastRun& last) {
+    if (last.isOverdue) return false;
     return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
 }
 
@@ -103,8 +107,7 @@ int commands::Status(const Options& options) {
     PacketLedger unlisted(settings);
     const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);
     if (options.json) {
-        Console::Line(
-            json::Status(settings.file, last.record, last.isUnderWay, packets, unlisted.Outcomes()));
+        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes()));
     } else {
         PrintLastRun(last);
         PrintWaiting(packets);

@@ -10,6 +10,7 @@
 #include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "host/cycle/CycleLock.h"
+#include "host/loop/Schedule.h"
 #include "host/record/Json.h"
 #include "host/settings/SettingsFile.h"
 #include "host/settings/SideFolders.h"
@@ -37,6 +38,21 @@ bool IsUnderWay(const RunRecord& record, const Settings& settings) {
     if (record.end != RunEnd::Running) return false;
     const std::optional<bool> isAtWork = IsAtWork(settings);
     return isAtWork ? *isAtWork : HasLivingProcess(record);
+}
+
+/// After the longest wait a loop that is at work has begun its next cycle, which is written down first.
+bool IsOverdue(const RunRecord& record) {
+    constexpr std::chrono::minutes kTimeToStart{10};
+    return record.interval && record.end != RunEnd::Running &&
+           base::Now() > record.ended + Schedule::Longest(*record.interval) + kTimeToStart;
+}
+
+LastRun Look(const Settings& settings) {
+    auto record = StatusFile(settings).Read();
+    if (!record) return {};
+    const bool isUnderWay = IsUnderWay(*record, settings);
+    const bool isOverdue = IsOverdue(*record);
+    return {std::move(record), isUnderWay, isOverdue};
 }
 
 }  // namespace
@@ -76,11 +92,7 @@ void RememberNoCycle(const RunRecord& record) noexcept try {
 }
 
 LastRun LastRunOf(const Settings& settings) {
-    const auto look = [&]() -> LastRun {
-        const auto record = StatusFile(settings).Read();
-        return {record, record && IsUnderWay(*record, settings)};
-    };
-    LastRun last = look();
+    LastRun last = Look(settings);
     // It may have ended since its record was read.
-    return last.HasEndedInTheMiddle() ? look() : last;
+    return last.HasEndedInTheMiddle() ? Look(settings) : last;
 }

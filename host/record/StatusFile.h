@@ -39,11 +39,5 @@ private:
 /// is at work keeps its record.
 void RememberNoCycle(const RunRecord& record) noexcept;
 
-/// The last run, and what is known of it now.
-struct LastRun {
-    std::optional<RunRecord> record;  ///< nothing where none is remembered
-    bool isUnderWay = false;
-
-    bool HasEndedInTheMiddle() const { return record && record->end == RunEnd::Running && !isUnderWay; }
-};
+/// The last run of an installation, as it is now.
 LastRun LastRunOf(const Settings& settings);
