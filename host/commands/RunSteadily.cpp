@@ -17,7 +17,9 @@
 
 namespace {
 
-/// What is wrong from the beginning is told at once; what becomes wrong later ends no loop.
+/// What is wrong from the beginning is told at once, to somebody who may have mistyped it; what becomes wrong
+/// later ends no loop. Where nobody is there, such as at the start of the computer, a task starts the loop
+/// again.
 void CheckAtTheBeginning(const std::wstring& settings) try {
     ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
 } catch (const SettingsError& error) {
