@@ -41,7 +41,8 @@ constexpr const char* kServiceExamples =
     "  znhost service install C:\\Transport\\enterprise.ini --every 5m\n"
     "  znhost service start C:\\Transport\\enterprise.ini\n"
     "  znhost service remove C:\\Transport\\enterprise.ini\n\n"
-    "FTP does not work in a service: there let the Task Scheduler start znhost run --every.";
+    "FTP does not work in a service: there let the Task Scheduler start znhost run --every,\n"
+    "by the task in docs/operations.md: its defaults would end the loop.";
 
 constexpr const char* kName = "znhost";
 

@@ -9,6 +9,7 @@
 #include "host/console/Interrupt.h"
 #include "host/cycle/CycleLock.h"
 #include "host/loop/CycleProcess.h"
+#include "host/loop/Interval.h"
 #include "host/record/RunInProgress.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
@@ -89,10 +90,11 @@ int ExitCodeOf(const RunRecord& record, const Options& options) {
 }  // namespace
 
 int commands::Run(const Options& options) {
-    if (!options.run.every.empty()) return RunSteadily(options);
+    if (!options.run.every.empty() && !IsOfLoop(options)) return RunSteadily(options);
     // Inherited from the loop.
     if (IsOfLoop(options)) Interrupt::Follow(reinterpret_cast<HANDLE>(options.run.cycle));
     RunRecord record = BeginRecord(options.AbsolutePath());
+    record.interval = IntervalOf(options.run.every);
     try {
         if (options.run.dryRun)
             DryRun(record);

@@ -17,7 +17,9 @@
 
 namespace {
 
-/// What is wrong from the beginning is told at once; what becomes wrong later ends no loop.
+/// What is wrong from the beginning is told at once, to somebody who may have mistyped it; what becomes wrong
+/// later ends no loop. Where nobody is there, such as at the start of the computer, a task starts the loop
+/// again.
 void CheckAtTheBeginning(const std::wstring& settings) try {
     ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
 } catch (const SettingsError& error) {
@@ -36,6 +38,7 @@ int commands::RunSteadily(const Options& options) {
     const UnmarkedConsole console;
     LoopRequest request{.settings = settings,
                         .interval = *IntervalOf(options.run.every),
+                        .options = {L"--every", options.run.every},
                         .stop = Interrupt::Event(),
                         // Whoever does not want to wait for the file at hand says so once more.
                         .timeToStop = std::chrono::milliseconds(INFINITE),

@@ -130,7 +130,7 @@ int commands::RunService(const Options& options) {
     const ServiceLog log(options.AbsolutePath());
     LoopRequest request{.settings = options.AbsolutePath(),
                         .interval = *IntervalOf(options.service.every),
-                        .options = {L"--service"},
+                        .options = {L"--service", L"--every", options.service.every},
                         .stop = Interrupt::Event(),
                         .isAwaited = false,
                         .timeToStop = kTimeToStop,

@@ -54,8 +54,8 @@ std::wstring Age(base::FileTime saved, base::FileTime now) {
     return std::to_wstring(std::chrono::floor<std::chrono::days>(age).count()) + L" d";
 }
 
-std::wstring EndOf(const RunRecord& record) {
-    switch (record.end) {
+std::wstring EndOf(const LastRun& last) {
+    switch (last.record->end) {
     case RunEnd::Complete:
         return L"complete";
     case RunEnd::Incomplete:
@@ -67,15 +67,18 @@ std::wstring EndOf(const RunRecord& record) {
     case RunEnd::Running:
         break;
     }
-    return IsUnderWay(record) ? L"still under way" : L"ended in the middle; the next run goes on from there";
+    return last.isUnderWay ? L"still under way" : L"ended in the middle; the next run goes on from there";
 }
 
-void PrintLastRun(const std::optional<RunRecord>& record) {
-    if (!record) return Console::Line(L"Last run: none that is remembered");
-    Console::Line(L"Last run: " + base::LocalTime(record->started) + L", " + EndOf(*record));
-    if (record->end == RunEnd::Running) return;
-    PrintReport(*record, ReportForm::Quiet);
-    Console::Line(Summary(*record));
+void PrintLastRun(const LastRun& last) {
+    if (!last.record) return Console::Line(L"Last run: none that is remembered");
+    Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
+    if (last.record->end == RunEnd::Running) return;
+    PrintReport(*last.record, ReportForm::Quiet);
+    Console::Line(Summary(*last.record));
+    if (last.isOverdue)
+        Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
+                      L"service still run, and start them again.");
 }
 
 void PrintWaiting(const std::vector<WaitingPacket>& packets) {
@@ -90,8 +93,9 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
                   Age(packets.front().saved, now) + L" ago");
 }
 
-bool IsGood(const std::optional<RunRecord>& record) {
-    return !record || record->end == RunEnd::Complete || IsUnderWay(*record);
+bool IsGood(const LastRun& last) {
+    if (last.isOverdue) return false;
+    return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
 }
 
 }  // namespace
@@ -99,16 +103,15 @@ bool IsGood(const std::optional<RunRecord>& record) {
 /// Nothing is asked of the remote side, and nothing of the libraries.
 int commands::Status(const Options& options) {
     const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
-    const std::optional<RunRecord> record = StatusFile(settings).Read();
+    const LastRun last = LastRunOf(settings);
     PacketLedger unlisted(settings);
     const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);
     if (options.json) {
-        Console::Line(
-            json::Status(settings.file, record, record && IsUnderWay(*record), packets, unlisted.Outcomes()));
+        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes()));
     } else {
-        PrintLastRun(record);
+        PrintLastRun(last);
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    return IsGood(record) && unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
+    return IsGood(last) && unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
 }

@@ -46,3 +46,13 @@ CycleLock::CycleLock(const Settings& settings)
     : m_settings(LockSettings(settings.file)),
       m_send(LockFolder(kSendLock, settings)),
       m_receive(LockFolder(kReceiveLock, settings)) {}
+
+/// A lock that can be opened is left of a computer that failed.
+std::optional<bool> IsAtWork(const Settings& settings) {
+    const std::wstring lock = kSendLock.Path(settings);
+    if (base::File::TryOpen(lock, GENERIC_READ, base::kShareAll)) return false;
+    const DWORD error = GetLastError();
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
+    if (base::MayPass(error, FileSystem::Extended(lock))) return true;
+    return std::nullopt;
+}

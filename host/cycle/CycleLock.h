@@ -21,3 +21,6 @@ private:
     std::optional<base::File> m_send;
     std::optional<base::File> m_receive;
 };
+
+/// Whether a run works with the send folder, whoever runs it. Nothing where its lock cannot be asked.
+std::optional<bool> IsAtWork(const Settings& settings);

@@ -5,8 +5,11 @@
 
 namespace {
 
-constexpr std::chrono::seconds kLongest = std::chrono::hours(1);
 constexpr double kScatter = 0.1;
+
+std::chrono::seconds LongestMean(std::chrono::seconds interval) {
+    return std::max<std::chrono::seconds>(interval, std::chrono::hours(1));
+}
 
 Schedule::Wait Part(std::chrono::seconds wait, double part) {
     return std::chrono::duration_cast<Schedule::Wait>(wait * part);
@@ -24,8 +27,12 @@ Schedule::Wait Schedule::AfterSuccess(double chance) {
 }
 
 Schedule::Wait Schedule::AfterFailure(double chance) {
-    m_wait = std::min(2 * m_wait, std::max(m_interval, kLongest));
+    m_wait = std::min(2 * m_wait, LongestMean(m_interval));
     return Scattered(m_wait, chance);
 }
 
 Schedule::Wait Schedule::BeforeFirst(double chance) const { return Part(m_interval, kScatter * chance); }
+
+Schedule::Wait Schedule::Longest(std::chrono::seconds interval) {
+    return Scattered(LongestMean(interval), 1);
+}

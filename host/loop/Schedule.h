@@ -17,6 +17,8 @@ public:
     Wait AfterFailure(double chance);
     /// Before the first cycle, where nobody waits for it.
     Wait BeforeFirst(double chance) const;
+    /// Of all waits with an interval.
+    static Wait Longest(std::chrono::seconds interval);
 
 private:
     const std::chrono::seconds m_interval;

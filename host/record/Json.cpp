@@ -57,6 +57,7 @@ Object ObjectOf(const RunRecord& record) {
             {"started", base::IsoTime(record.started)},
             {"ended", hasEnded ? Object(base::IsoTime(record.ended)) : Object()},
             {"process", record.process},
+            {"interval", record.interval ? Object(record.interval->count()) : Object()},
             {"result", std::ranges::find(kEnds, record.end, &EndName::end)->name},
             {"sent", record.Count(Account::Sent)},
             {"delivered", record.Count(Account::Delivered)},
@@ -107,6 +108,12 @@ base::FileTime TimeIn(const Object& object, const char* name) {
     return value.is_null() ? base::FileTime() : base::FromIsoTime(value.get<std::string>()).value();
 }
 
+/// Earlier versions wrote down none.
+std::optional<std::chrono::seconds> IntervalIn(const Object& object) {
+    const Object value = object.value("interval", Object());
+    return value.is_null() ? std::nullopt : std::optional<std::chrono::seconds>(value.get<std::uint32_t>());
+}
+
 Outcome OutcomeIn(const Object& object) {
     const StateWords* const words = WordsOfName(TextIn(object, "state"));
     return {TextIn(object, "direction") == TextOf(Direction::Out) ? Direction::Out : Direction::In,
@@ -123,6 +130,7 @@ RunRecord RecordIn(const Object& object) {
     record.started = TimeIn(object, "started");
     record.ended = TimeIn(object, "ended");
     record.process = object.at("process").get<std::uint32_t>();
+    record.interval = IntervalIn(object);
     const auto result = object.at("result").get<std::string>();
     for (const EndName& end : kEnds)
         if (result == end.name) record.end = end.end;
@@ -140,12 +148,13 @@ std::wstring Packet(const Outcome& outcome) { return Line(ObjectOf(outcome)); }
 
 std::wstring Run(const RunRecord& record) { return Line(ObjectOf(record)); }
 
-std::wstring Status(const std::wstring& settings, const std::optional<RunRecord>& record, bool isUnderWay,
+std::wstring Status(const std::wstring& settings, const LastRun& last,
                     const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted) {
     return Line({{"type", "status"},
                  {"settings", base::ToUtf8(settings)},
-                 {"under_way", isUnderWay},
-                 {"last_run", record ? WithPackets(*record) : Object()},
+                 {"under_way", last.isUnderWay},
+                 {"overdue", last.isOverdue},
+                 {"last_run", last.record ? WithPackets(*last.record) : Object()},
                  {"waiting", ObjectsOf(waiting)},
                  {"unlisted", ObjectsOf(unlisted)}});
 }

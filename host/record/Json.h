@@ -14,8 +14,8 @@ namespace json {
 /// All texts are wide, without line ends.
 std::wstring Packet(const Outcome& outcome);
 std::wstring Run(const RunRecord& record);
-/// record: of the last run, if there is one. unlisted: folders of the outbox that cannot be listed.
-std::wstring Status(const std::wstring& settings, const std::optional<RunRecord>& record, bool isUnderWay,
+/// unlisted: folders of the outbox that cannot be listed.
+std::wstring Status(const std::wstring& settings, const LastRun& last,
                     const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted);
 std::wstring Check(const Finding& finding);
 

@@ -1,6 +1,7 @@
 // One run, as it is told to users and programs, and remembered.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -22,8 +23,9 @@ struct RunRecord {
     std::wstring settings;  ///< their file
     bool isDryRun = false;
     base::FileTime started{};
-    base::FileTime ended{};     ///< of a run that has ended
-    std::uint32_t process = 0;  ///< its identifier
+    base::FileTime ended{};                        ///< of a run that has ended
+    std::uint32_t process = 0;                     ///< its identifier
+    std::optional<std::chrono::seconds> interval;  ///< of the loop whose cycle it is
     RunEnd end = RunEnd::Running;
     std::optional<std::wstring> failure;  ///< of the run as a whole
     std::vector<std::wstring> messages;   ///< what else there is to know of it
@@ -35,6 +37,15 @@ struct RunRecord {
             if (WordsOf(outcome.state).account == account) ++count;
         return count;
     }
+};
+
+/// The last run, and what is known of it now.
+struct LastRun {
+    std::optional<RunRecord> record;  ///< nothing where none is remembered
+    bool isUnderWay = false;
+    bool isOverdue = false;  ///< the next one, of a loop
+
+    bool HasEndedInTheMiddle() const { return record && record->end == RunEnd::Running && !isUnderWay; }
 };
 
 /// A packet that waits here for its next step.

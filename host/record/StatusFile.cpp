@@ -10,9 +10,52 @@
 #include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "host/cycle/CycleLock.h"
+#include "host/loop/Schedule.h"
 #include "host/record/Json.h"
 #include "host/settings/SettingsFile.h"
 #include "host/settings/SideFolders.h"
+
+namespace {
+
+/// By its number alone.
+bool HasLivingProcess(const RunRecord& record) {
+    const base::KernelHandle process(
+        OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, record.process));
+    if (!process) return GetLastError() == ERROR_ACCESS_DENIED;
+    // The system gives the number of a process that has ended to a later one, and keeps an ended process
+    // while somebody holds it.
+    FILETIME created;
+    FILETIME ended;
+    FILETIME kernel;
+    FILETIME user;
+    if (!GetProcessTimes(process.Get(), &created, &ended, &kernel, &user)) return true;
+    const bool isLater = base::FromWindowsTime(created) >= record.started + std::chrono::seconds(1);
+    return !isLater && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+}
+
+/// The lock tells whoever runs it; a number may be another process's by now, of which nothing can be learnt.
+bool IsUnderWay(const RunRecord& record, const Settings& settings) {
+    if (record.end != RunEnd::Running) return false;
+    const std::optional<bool> isAtWork = IsAtWork(settings);
+    return isAtWork ? *isAtWork : HasLivingProcess(record);
+}
+
+/// After the longest wait a loop that is at work has begun its next cycle, which is written down first.
+bool IsOverdue(const RunRecord& record) {
+    constexpr std::chrono::minutes kTimeToStart{10};
+    return record.interval && record.end != RunEnd::Running &&
+           base::Now() > record.ended + Schedule::Longest(*record.interval) + kTimeToStart;
+}
+
+LastRun Look(const Settings& settings) {
+    auto record = StatusFile(settings).Read();
+    if (!record) return {};
+    const bool isUnderWay = IsUnderWay(*record, settings);
+    const bool isOverdue = IsOverdue(*record);
+    return {std::move(record), isUnderWay, isOverdue};
+}
+
+}  // namespace
 
 StatusFile::StatusFile(const Settings& settings) : m_path(kStatus.Path(settings)) {}
 
@@ -48,18 +91,8 @@ void RememberNoCycle(const RunRecord& record) noexcept try {
     return;
 }
 
-bool IsUnderWay(const RunRecord& record) {
-    if (record.end != RunEnd::Running) return false;
-    const base::KernelHandle process(
-        OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION | SYNCHRONIZE, FALSE, record.process));
-    if (!process) return GetLastError() == ERROR_ACCESS_DENIED;
-    // The system gives the number of a process that has ended to a later one, and keeps an ended process
-    // while somebody holds it.
-    FILETIME created;
-    FILETIME ended;
-    FILETIME kernel;
-    FILETIME user;
-    if (!GetProcessTimes(process.Get(), &created, &ended, &kernel, &user)) return true;
-    const bool isLater = base::FromWindowsTime(created) >= record.started + std::chrono::seconds(1);
-    return !isLater && WaitForSingleObject(process.Get(), 0) == WAIT_TIMEOUT;
+LastRun LastRunOf(const Settings& settings) {
+    LastRun last = Look(settings);
+    // It may have ended since its record was read.
+    return last.HasEndedInTheMiddle() ? Look(settings) : last;
 }

@@ -39,5 +39,5 @@ private:
 /// is at work keeps its record.
 void RememberNoCycle(const RunRecord& record) noexcept;
 
-/// Whether a run that is remembered as running is so still.
-bool IsUnderWay(const RunRecord& record);
+/// The last run of an installation, as it is now.
+LastRun LastRunOf(const Settings& settings);

@@ -55,7 +55,8 @@ void CheckNoFtpInService(const Settings& settings) {
     if (settings.transport == Transport::Ftp)
         throw Refusal(settings, SettingOf<&Settings::transport>(),
                       L"Windows does not support its FTP functions in services; let the Task Scheduler run "
-                      L"znhost run --every in the account of a user, logged on or not");
+                      L"znhost run --every in the account of a user, logged on or not, by the task in "
+                      L"docs/operations.md");
 }
 
 void CheckNoNetworkDrives(const Settings& settings) {

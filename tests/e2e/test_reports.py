@@ -1,7 +1,9 @@
 """What runs tell users and programs, and what is remembered of them."""
 import calendar
 import contextlib
+import json
 import os
+import shutil
 import signal
 import time
 
@@ -174,9 +176,15 @@ class StatusTest(JsonTest):
             during = self.status()
             self.assert_ends(1, "run", self.field.settings)  # does not take the other one's place
             after = self.status()
+            # As of a dead run whose number another process has now, whoever that belongs to.
+            shutil.copy(self.field.send.with_name("send.status"), self.enterprise.send.with_name("send.status"))
+            [other] = self.json(1, "status", self.enterprise)
+            self.enterprise.send.with_name("send.lock").mkdir()
+            [unlocked] = self.json(0, "status", self.enterprise)
             process.kill()
             process.send_signal(signal.SIGCONT)
             process.wait()
+            self.assertEqual((other["under_way"], unlocked["under_way"]), (False, True))
             return during["under_way"] and after["under_way"]
 
         self.assertTrue(self.in_time(killed))
@@ -184,6 +192,20 @@ class StatusTest(JsonTest):
         self.assertEqual((status["under_way"], status["last_run"]["ended"]), (False, None))
         self.assertIn("ended in the middle", self.assert_ends(1, "status", self.field.settings).output)
         self.assert_next_cycle_delivers()
+
+    def test_a_loop_whose_next_cycle_is_overdue(self):
+        self.send("a.mdb")
+        path = self.field.send.with_name("send.status")
+        good = json.loads(path.read_text(encoding="utf-8"))
+        self.assertIsNone(good.pop("interval"))
+        for interval, hours, code in ({}, 24, 0), (None, 24, 0), (1, 1, 0), (1, 1.5, 1), (36_000, 11, 0), (36_000, 11.5, 1):
+            ended = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(time.time() - hours * 3600))
+            path.write_text(json.dumps(good | {"ended": ended} | ({} if interval == {} else {"interval": interval})))
+            with self.subTest(interval=interval, hours=hours):
+                self.assertEqual(self.status(code)["overdue"], bool(code))
+                for command in "status", "doctor":
+                    outcome = self.assert_ends(code, command, self.field.settings)
+                    self.assertEqual("The next cycle of the loop is overdue" in outcome.output, bool(code), outcome)
 
     def test_what_cannot_be_remembered_hinders_nothing(self):
         path = self.field.send.with_name("send.status")

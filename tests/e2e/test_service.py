@@ -39,6 +39,7 @@ class ServiceTest(HostTest):
             self.assertIn(text, configuration)
         self.assertIn("successfully", self.manager("net", "start", self.scratch.name))
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
+        self.assertIn('"interval":1,', self.field.send.with_name("send.status").read_text(encoding="utf-8"))
         self.service("start")  # it runs already
         self.field.change("role", "foo")
         wait_until(lambda: "no cycle: " in self.told())

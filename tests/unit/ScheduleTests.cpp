@@ -28,6 +28,8 @@ TEST(Schedule, WaitsDoubleAfterFailuresUpToAnHour) {
     EXPECT_EQ(schedule.AfterFailure(kNoChance), 20min);
     // A longer interval is the limit itself.
     EXPECT_EQ(Schedule(6h).AfterFailure(kNoChance), 6h);
+    EXPECT_EQ(Schedule::Longest(10min), 66min);
+    EXPECT_EQ(Schedule::Longest(6h), 6h + 36min);
 }
 
 TEST(Schedule, ChanceScattersATenth) {
