@@ -55,7 +55,7 @@ public:
         const bool goesOn = ClaimAndReceive(waiting);
         if (goesOn && !m_gone.empty()) LookForGone();
         if (goesOn) DeleteNotes(waiting);
-        return goesOn && m_isComplete;
+        return goesOn && !m_isFull && StillReachesServer();
     }
 
 private:
@@ -85,6 +85,9 @@ private:
         if (!ended) m_isComplete = false;
         return done;
     }
+
+    /// What stays may do so because of the server, where any other packet would stay, too.
+    bool StillReachesServer() const { return m_isComplete || m_server.IsThere(m_remote); }
 
     bool Stays(const std::wstring& report) {
         m_isComplete = false;

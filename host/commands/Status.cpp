@@ -74,6 +74,7 @@ void PrintLastRun(const std::optional<RunRecord>& record) {
     if (!record) return Console::Line(L"Last run: none that is remembered");
     Console::Line(L"Last run: " + base::LocalTime(record->started) + L", " + EndOf(*record));
     if (record->end == RunEnd::Running) return;
+    PrintShown(*record);
     PrintReport(*record, ReportForm::Quiet);
     Console::Line(Summary(*record));
 }
