@@ -34,6 +34,17 @@ class Transfers:
         self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
         self.deliver("b.mdb")
 
+    def test_a_newer_version_in_other_letters_replaces_the_older_one(self):
+        self.send("PLAN.MDB", "SUB/a.mdb", "SUB/DEEP/b.mdb")
+        waiting = files_below(self.to_enterprise).keys()
+        for folder in (self.field.send, self.field.outbox / "SUB"):
+            shutil.rmtree(folder)
+        self.ledger.clear()
+        self.send("plan.mdb", "Sub/A.mdb", "sub/Deep/b.mdb")
+        self.assertEqual(files_below(self.to_enterprise).keys(), waiting)
+        self.assert_run(self.enterprise)
+        self.assertEqual(sorted(files_below(self.enterprise.inbox).values()), sorted(digest for *_, digest in self.ledger))
+
     def test_the_usual_port(self):
         """Some servers compare where a request came to with where it leads."""
         self.use(UsualPort(self, self.server).url)
@@ -447,6 +458,9 @@ class LeftoversTest(HttpsHostTest):
         twin = self.to_enterprise / "A.mdb"
         twin.write_bytes(b"which of both is newer?")
         self.server.own(twin)
+        self.ledger.pop(0)
+        self.send("a.mdb")
+        self.assertEqual(twin.read_bytes(), b"which of both is newer?")
         claims = self.to_enterprise.with_name("to-enterprise.claims")
         claims.mkdir()
         (claims / "Thumbs.db").write_bytes(b"")
