@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr auto kMoveFiles = L"clsFTPSndRcv.cls.MoveFiles";
+
 /// From a path to where it was entered, for servers that do not tell where that is; empty when there is no
 /// way.
 std::wstring WayBack(const std::wstring& path) {
@@ -72,15 +74,19 @@ bool FtpTransfer::ReturnTo(const Level& level, const std::wstring& entered) cons
     const DWORD error = GetLastError();
     if (level.depth > 0) return NoWayBack(level, error);
     // An absolute path is entered from anywhere: to stay in it is nothing to tell.
-    if (!entered.starts_with(L'/')) NoWayBack(level, error);
+    if (!entered.starts_with(L'/'))
+        Procedure(kMoveFiles).Report(WhyNoWayBack(level, error), ZN_EVENTLOG_WARNING_TYPE);
     m_connection.Close();
     return true;
 }
 
 bool FtpTransfer::NoWayBack(const Level& level, DWORD error) const {
-    return ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
-        .Fail(L"Could not set current directory(" + base::FromSystemCodePage(level.start) + L"): " +
-              ErrorText(error));
+    return ShownProcedure(kMoveFiles, m_progress).Fail(WhyNoWayBack(level, error));
+}
+
+std::wstring FtpTransfer::WhyNoWayBack(const Level& level, DWORD error) {
+    return L"Could not set current directory(" + base::FromSystemCodePage(level.start) + L"): " +
+           ErrorText(error);
 }
 
 bool FtpTransfer::MoveEach(const FileList& files, const std::function<bool(const FileEntry&)>& move) const {
@@ -113,7 +119,7 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
 
 bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level, DWORD error) const {
     if (level.depth > kDeepest)
-        return ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
+        return ShownProcedure(kMoveFiles, m_progress)
             .Fail(L"The folder " + name + L" lies more than " + std::to_wstring(kDeepest) +
                   L" folders deep, which looks like a link that leads back. Remove the link, or move "
                   L"the folder up.");
@@ -121,7 +127,7 @@ bool FtpTransfer::MayEnter(const std::wstring& name, const Level& level, DWORD e
 }
 
 bool FtpTransfer::NoStart(const std::wstring& name, DWORD error) const {
-    const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+    const ShownProcedure self(kMoveFiles, m_progress);
     if (error == ERROR_INSUFFICIENT_BUFFER)
         return self.Fail(
             L"The path of the current folder on the FTP server is too long: there would be no way "

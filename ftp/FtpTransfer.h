@@ -48,7 +48,7 @@ protected:
     /// Goes back to where a folder of a transfer was entered. False, and GetLastError tells why.
     bool GoBack(const Level& level, const std::wstring& entered) const;
     /// The same, once everything of the folder was moved; a failure is reported. At the end of a transfer
-    /// it closes the connection, and nothing else: the next transfer begins where a login begins.
+    /// it closes the connection, and is a warning: the next transfer begins where a login begins.
     bool ReturnTo(const Level& level, const std::wstring& entered) const;
     bool NoWayBack(const Level& level, DWORD error) const;
     /// Moves one file after the other, until one fails. The host sees each, and processes its messages.
@@ -64,6 +64,7 @@ protected:
     const HostProgress& m_progress;
 
 private:
+    static std::wstring WhyNoWayBack(const Level& level, DWORD error);
     /// error: why the level's start is unknown, where it is.
     bool MayEnter(const std::wstring& name, const Level& level, DWORD error) const;
     bool NoStart(const std::wstring& name, DWORD error) const;

@@ -56,7 +56,7 @@ public:
         if (goesOn && !m_gone.empty()) LookForGone();
         if (goesOn) TellOfOtherClaims();
         if (goesOn) DeleteNotes(waiting);
-        return goesOn && m_isComplete;
+        return goesOn && !m_isFull && StillReachesServer();
     }
 
 private:
@@ -86,6 +86,9 @@ private:
         if (!ended) m_isComplete = false;
         return done;
     }
+
+    /// What stays may do so because of the server, where any other packet would stay, too.
+    bool StillReachesServer() const { return m_isComplete || m_server.IsThere(m_remote); }
 
     bool Stays(const std::wstring& report) {
         m_isComplete = false;

@@ -16,6 +16,7 @@
 #include "webdav/DavInstallation.h"
 #include "webdav/PacketDigests.h"
 #include "webdav/RemoteFiles.h"
+#include "webdav/RemoteSpelling.h"
 
 namespace {
 
@@ -65,6 +66,7 @@ public:
         const std::vector<base::TreeFile> files = FilesToSend(m_local);
         if (files.empty()) return true;
         m_progress.SetRange(0, static_cast<LONG>(files.size()));
+        m_spelling.ReadFolder();
         m_folders.Provide(m_remote);
         m_folders.Provide(m_uploads);
         CleanUp();
@@ -289,8 +291,8 @@ private:
     }
 
     bool TakeName(const Upload& upload) {
-        m_folders.Provide(JoinRemote(m_remote, RemotePath(upload.file.subFolder)));
-        const std::wstring target = JoinRemote(m_remote, upload.digest.packet);
+        const std::wstring target = m_spelling.PathOf(upload.digest.packet);
+        m_folders.Provide(FolderAbove(target));
         const DavReply reply = MoveTo(target, upload);
         if (!reply.Succeeded() && !HasTakenName(upload, target))
             return m_self.Fail(
@@ -329,6 +331,7 @@ private:
     const std::wstring m_uploads;
     const DavInstallation m_installation;
     FolderProvider m_folders{m_server};
+    RemoteSpelling m_spelling{m_server, m_remote, m_folders};
     std::deque<Upload> m_batch;            ///< that waits for its names
     std::uint64_t m_bytes = 0;             ///< of it
     std::uint64_t m_largest = kVeryLarge;  ///< that needs no question

@@ -50,6 +50,8 @@ public:
 
     /// With those above it. Throws a failure.
     void Provide(const std::wstring& folder);
+    /// Nothing is asked for a folder that was seen to be there.
+    void NoteThere(const std::wstring& folder) { m_provided.insert(folder); }
 
 private:
     DavReply TryToProvide(const std::wstring& folder);

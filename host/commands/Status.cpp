@@ -74,6 +74,7 @@ void PrintLastRun(const LastRun& last) {
     if (!last.record) return Console::Line(L"Last run: none that is remembered");
     Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
     if (last.record->end == RunEnd::Running) return;
+    PrintShown(*last.record);
     PrintReport(*last.record, ReportForm::Quiet);
     Console::Line(Summary(*last.record));
     if (last.isOverdue)

@@ -261,9 +261,9 @@ void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstri
 }  // namespace
 
 bool CycleResult::Complete() const {
-    return !transferFailure && !interrupted && std::ranges::all_of(outcomes, [](const Outcome& outcome) {
-        return WordsOf(outcome.state).account != Account::Left;
-    });
+    const bool nothingIsLeft = std::ranges::all_of(
+        outcomes, [](const Outcome& outcome) { return WordsOf(outcome.state).account != Account::Left; });
+    return nothingIsLeft && !transferFailure && shownFailures.empty() && !interrupted;
 }
 
 CycleResult RunCycle(Session& session, const Settings& settings, Telling telling) {

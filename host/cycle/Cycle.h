@@ -13,7 +13,8 @@
 struct CycleResult {
     std::vector<Outcome> outcomes;
     std::optional<std::wstring> transferFailure;  ///< what the transport said of the transfer as a whole
-    std::vector<std::wstring> shownFailures;      ///< what it showed on the way
+    /// What it showed on the way: of what stays on a server nobody else tells.
+    std::vector<std::wstring> shownFailures;
     bool interrupted = false;
 
     /// Nothing is left behind and nothing failed.

@@ -6,6 +6,7 @@
 
 #include "base/Console.h"
 #include "base/LocalTime.h"
+#include "base/Text.h"
 #include "host/console/Table.h"
 #include "host/record/Json.h"
 
@@ -74,6 +75,14 @@ void PrintWhatFailed(const RunRecord& record) {
     PrintRemarks(record);
 }
 
+/// Of what was shown in a transfer that did not fail as a whole.
+std::wstring ShownIn(const RunRecord& record) {
+    if (record.messages.empty()) return {};
+    const std::size_t others = record.messages.size() - 1;
+    return L"; " + record.messages.front() +
+           (others > 0 ? L" (and " + Grouped(others) + L" more)" : std::wstring());
+}
+
 void PrintJson(const RunRecord& record) {
     for (const Outcome& outcome : record.outcomes)
         Console::Line(json::Packet(outcome));
@@ -86,13 +95,14 @@ std::wstring LineOf(const RunRecord& record) {
     const bool hasCycle = record.end != RunEnd::NoCycle;
     std::wstring line = base::LocalTime(record.ended) + L"  " + (hasCycle ? Summary(record) : L"no cycle");
     if (record.end == RunEnd::Stopped) line += L"; stopped by the user";
-    if (record.failure) line += (hasCycle ? L"; the transfer failed: " : L": ") + *record.failure;
+    if (record.failure)
+        line += (hasCycle ? L"; the transfer failed: " : L": ") + *record.failure;
+    else
+        line += ShownIn(record);
     if (const std::vector<Outcome> left = LeftBehind(record); !left.empty())
         line += L"; " + left.front().packet + L": " + WordsOf(left.front().state).text +
                 (left.front().reason.empty() ? L"" : L", " + left.front().reason);
-    std::ranges::replace(line, L'\r', L' ');
-    std::ranges::replace(line, L'\n', L' ');
-    return line;
+    return base::OnOneLine(line);
 }
 
 std::wstring Summary(const RunRecord& record) {
@@ -109,6 +119,12 @@ Telling TellingOf(ReportForm form) {
     default:
         return Telling::Nothing;
     }
+}
+
+void PrintShown(const RunRecord& record) {
+    if (record.failure) return;
+    for (const std::wstring& message : record.messages)
+        Console::Line(L"failed: " + base::OnOneLine(message));
 }
 
 void PrintUnlisted(const std::vector<Outcome>& unlisted) {

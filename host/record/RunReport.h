@@ -19,8 +19,12 @@ Telling TellingOf(ReportForm form);
 
 void PrintReport(const RunRecord& record, ReportForm form);
 
-/// The line, of which the first packet that is left stands for all of them.
+/// The line, of which the first packet that is left, and the first failure that was shown, stand for all of
+/// them.
 std::wstring LineOf(const RunRecord& record);
+
+/// What the transfer showed of single packets, where it did not fail as a whole.
+void PrintShown(const RunRecord& record);
 
 /// Folders of the outbox that cannot be listed.
 void PrintUnlisted(const std::vector<Outcome>& unlisted);

@@ -105,6 +105,14 @@ class InterruptionTest(FtpHostTest):
 
 
 class AwkwardServerTest(FtpHostTest):
+    def test_a_folder_that_is_closed_leaves_packets_there(self):
+        self.remote_folder(self.remote_folder(self.to_enterprise) / "CLOSED").chmod(0)
+        self.put(self.field, "a.mdb")
+        self.assert_run(self.field)
+        self.assertNotIn("The transfer failed", self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "delivered"}).output)
+        self.assertIn("failed: The FTP server lists the folder CLOSED",
+                      self.assert_ends(1, "status", self.enterprise.settings).output)
+
     def test_a_packet_that_is_still_uploaded_is_received_later(self):
         path = self.remote_folder(self.to_enterprise) / "a.mdb"
         path.write_bytes(bytes(MB))

@@ -23,6 +23,9 @@ class Transfers:
         packet.write_bytes(content[:-1] + bytes([content[-1] ^ 1]))
         self.assert_run(self.enterprise, 1, log="is not what was sent")
         self.assertEqual(files_below(self.enterprise.inbox), {})
+        told = self.assert_ends(1, "status", self.enterprise.settings).output
+        self.assertIn(", incomplete\nfailed: What came of file a.mdb", told)
+        self.assertNotIn("The transfer failed", told)
         # Sent anew, it takes the place of the damaged one.
         self.ledger.clear()
         self.send("a.mdb")
@@ -31,6 +34,16 @@ class Transfers:
         self.assertEqual(len(files_below(self.to_enterprise.with_name("to-enterprise.damaged"))), 1)
         self.deliver("b.mdb")
 
+    def test_a_newer_version_in_other_letters_replaces_the_older_one(self):
+        self.send("PLAN.MDB", "SUB/a.mdb", "SUB/DEEP/b.mdb")
+        waiting = files_below(self.to_enterprise).keys()
+        for folder in (self.field.send, self.field.outbox / "SUB"):
+            shutil.rmtree(folder)
+        self.ledger.clear()
+        self.send("plan.mdb", "Sub/A.mdb", "sub/Deep/b.mdb")
+        self.assertEqual(files_below(self.to_enterprise).keys(), waiting)
+        self.assert_run(self.enterprise)
+        self.assertEqual(sorted(files_below(self.enterprise.inbox).values()), sorted(digest for *_, digest in self.ledger))
 
     def test_the_usual_port(self):
         """Some servers compare where a request came to with where it leads."""
@@ -456,12 +469,18 @@ class LeftoversTest(HttpsHostTest):
         twin = self.to_enterprise / "A.mdb"
         twin.write_bytes(b"which of both is newer?")
         self.server.own(twin)
+        self.ledger.pop(0)
+        self.send("a.mdb")
+        self.assertEqual(twin.read_bytes(), b"which of both is newer?")
         claims = self.to_enterprise.with_name("to-enterprise.claims")
         claims.mkdir()
         (claims / "Thumbs.db").write_bytes(b"")
         (self.to_enterprise / "~1-2.arriving").write_bytes(b"half")
         self.server.own(claims)
-        self.assert_run(self.enterprise, 1)
+        process = start("run", self.enterprise.settings, "--every", "1h")
+        wait_until(lambda: b"\n" in os.pread(process.outputs["stdout"].fileno(), 1000, 0), process)
+        process.send_signal(signal.SIGINT)
+        self.assertRegex(finish(process).output, r"2 delivered, 0 left behind; The server .* \(and 2 more\)\n")
         self.assertEqual(files_below(self.enterprise.inbox).keys(), {"b.mdb", "week.uploads"})
         closed.chmod(0o755)
         twin.unlink()
@@ -499,7 +518,7 @@ class LeftoversTest(HttpsHostTest):
         volume = Mount(self, self.scratch / "volume", "1m")
         self.enterprise.receive = volume.folder / "receive"
         self.enterprise.change("receive", self.enterprise.receive)
-        self.assert_run(self.enterprise, 1)
+        self.assertIn("The transfer failed", self.assert_run(self.enterprise, 1).output)
         self.assertEqual(len(files_below(self.to_enterprise)), 3)
         self.assert_nothing_lost()
         volume.remount("size=8m")

@@ -5,6 +5,7 @@ import time
 import test_failures
 from cases import NETNAME_DELETED, Fault, Mode, count_plan
 from dav import HttpsHostTest, Spoiler
+from objects import objects_of
 from support import Holder, WAITING, files_below, slow, windows
 
 
@@ -142,25 +143,42 @@ class StepTest(HttpsHostTest):
         self.assertIn(f"({windows(path)})", self.field.log)
         self.assertEqual(path.stat().st_size, 1 << 20)
 
+    def last_run(self, side):
+        [status] = objects_of(self.assert_ends(1, "status", side.settings, "--json"))
+        return status["last_run"]
+
     def test_receiving(self):
-        for number, (method, text, status, report, isHere) in enumerate((
-                ("PROPFIND", "to-enterprise.uploads", 500, "answers 500 to PROPFIND", False),
-                ("PROPFIND", "to-enterprise.claims", 503, "answers 503 to PROPFIND", False),
-                ("PROPFIND", "to-enterprise/", 403, "answers 403 to PROPFIND", False),
-                ("MKCOL", "sub3/", 507, "answers 507 to MKCOL", False),
-                ("MOVE", "to-enterprise/", 423, "it is locked by another program", False),
-                ("MOVE", "to-enterprise/", 404, "it is there, and cannot be claimed", False),
-                ("GET", ".claims", 500, "Failed to retrieve file", False),
-                ("DELETE", ".claims", 403, "It will be received again", True))):
+        """What keeps a packet there fails no transfer, after which a loop would wait longer."""
+        for number, (method, text, status, report, isHere, fails) in enumerate((
+                ("PROPFIND", "to-enterprise.uploads", 500, "answers 500 to PROPFIND", False, True),
+                ("PROPFIND", "to-enterprise.claims", 503, "answers 503 to PROPFIND", False, True),
+                ("PROPFIND", "to-enterprise/", 403, "answers 403 to PROPFIND", False, True),
+                ("MKCOL", "sub3/", 507, "answers 507 to MKCOL", False, False),
+                ("MOVE", "to-enterprise/", 423, "it is locked by another program", False, False),
+                ("MOVE", "to-enterprise/", 404, "it is there, and cannot be claimed", False, False),
+                ("GET", ".claims", 500, "Failed to retrieve file", False, False),
+                ("DELETE", ".claims", 403, "It will be received again", True, False))):
             with self.subTest(method=method, text=text):
                 name = f"sub{number}/a.mdb"
                 self.send(name)
                 with self.refusing(method, text, status):
                     self.assert_trouble(self.enterprise)
                 self.assertIn(report, self.enterprise.log)
+                run = self.last_run(self.enterprise)
+                self.assertEqual((bool(run["failure"]), run["result"]), (fails, "incomplete"), run)
+                self.assertTrue(any(report in message for message in run["messages"]), run)
                 self.assertEqual((self.enterprise.inbox / name).exists(), isHere)
                 self.assert_received()
                 self.assertEqual(files_below(self.server.packets), {})
+
+    def test_a_server_that_ends_at_the_last_packet(self):
+        self.send("a.mdb")
+        with self.spoiling() as spoiler:
+            spoiler.before("GET", "/a.mdb", self.server.kill)
+            self.assert_trouble(self.enterprise)
+        self.assertTrue(self.last_run(self.enterprise)["failure"])
+        self.server.start()
+        self.assert_received()
 
     def test_a_claim_that_seems_to_fail(self):
         """What carries requests may do so twice: of the second one the server knows nothing."""

@@ -498,7 +498,9 @@ TEST_F(FtpTransferTest, WhatWasMovedIsMovedAlsoWhereThereIsNoWayBack) {
     EXPECT_EQ(server.currentFolder, "/home") << "a folder that the server names but refuses has a way up";
     refuse(2);
     EXPECT_TRUE(Send());
-    EXPECT_THAT(framework.TakeLog(), ElementsAre(Tells(L"Could not set current directory(/home)")));
+    EXPECT_THAT(framework.TakeLog(),
+                ElementsAre(Tells(L"Could not set current directory(/home)", ZN_EVENTLOG_WARNING_TYPE)));
+    EXPECT_THAT(progress->transcript, Not(HasSubstr(L"message 1"))) << "what is shown is what stays";
     EXPECT_THAT(server.open, IsEmpty()) << "the next transfer must not begin in this folder";
     EXPECT_TRUE(Connect());
 }
