@@ -109,13 +109,22 @@ FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self)
     return listing;
 }
 
-/// The second file of a name would replace the first one.
+base::LocalNames NamesIn(const FileSystem::Listing& listing) {
+    base::LocalNames names;
+    for (const FileSystem::FileEntry& file : listing.files)
+        names.Add(file.name);
+    for (const std::wstring& folder : listing.folders)
+        names.Add(folder);
+    return names;
+}
+
+/// The second file of a name would replace the first one, in this transfer or in the next.
 void RefuseName(const std::wstring& name, const std::wstring& from, const std::wstring& to,
                 const Procedure& self, const HostProgress& progress) {
     const std::wstring text = L"The folder " + from + L" holds the name " + name +
                               L" and another one that differs only in the case of letters. Both would be one "
                               L"name in the folder " +
-                              to + L". It stays; rename or remove it.";
+                              to + L". Both stay; rename or remove one of them.";
     progress.StatusText(Lines(self.Name(), text));
     self.Report(text);
 }
@@ -192,13 +201,13 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
 
-        base::LocalNames names;
+        const base::LocalNames names = NamesIn(listing);
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
-            if (names.Add(file.name))
-                MoveOneFile(file.name, Source, Destination, self, progress);
-            else
+            if (names.AreOne(file.name))
                 RefuseName(file.name, Source, Destination, self, progress);
+            else
+                MoveOneFile(file.name, Source, Destination, self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
@@ -208,10 +217,10 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         }
         // What fails in a sub-folder is reported there and leaves the others to be moved.
         for (const std::wstring& folder : listing.folders) {
-            if (names.Add(folder))
-                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
-            else
+            if (names.AreOne(folder))
                 RefuseName(folder, Source, Destination, self, progress);
+            else
+                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
             if (progress.Cancelled()) break;
         }
         return true;
