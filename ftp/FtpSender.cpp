@@ -10,6 +10,7 @@
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
+#include "packets/PacketName.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -63,7 +64,9 @@ bool IsRelative(const std::wstring& path) {
 FileSystem::Listing ListLocal(const std::wstring& local) {
     if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
-    std::erase_if(listing.files, [](const auto& file) { return FileSystem::IsArrival(file.name); });
+    std::erase_if(listing.files, [](const auto& file) {
+        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
+    });
     return listing;
 }
 

@@ -15,6 +15,7 @@
 #include "base/WriteBlock.h"
 #include "com/MessagePump.h"
 #include "common/modMain.h"
+#include "packets/PacketName.h"
 #include "services/Branding.h"
 
 namespace {
@@ -56,6 +57,11 @@ bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress)
     return false;
 }
 
+/// Whether somebody else has taken a file. With its whole folder it has not: a disk or a share may be away.
+bool HasGone(const std::wstring& name, const std::wstring& folder) {
+    return !FileSystem::FileIsThere(Path::Join(folder, name)) && FileSystem::FolderIsThere(folder);
+}
+
 /// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
 /// still writes is not even copied: half a packet must not travel.
 void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::wstring& to,
@@ -63,6 +69,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
+    if (!block.Holds() && HasGone(name, from)) return;
     const bool somebodyWrites = block.SomebodyWrites();
     if (!somebodyWrites) {
         const base::File& held = block.Held();
@@ -94,10 +101,12 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     }
 }
 
-/// What the other side is still copying into the folder is none yet. What it left half-way takes room.
+/// What the other side is still copying into the folder is none yet, and what it tests the folder with never
+/// is. What it left half-way takes room.
 FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self) {
     FileSystem::Listing listing = FileSystem::List(folder);
     std::erase_if(listing.files, [&](const FileSystem::FileEntry& file) {
+        if (IsFolderTestFile(file.name)) return true;
         if (!FileSystem::IsArrival(file.name)) return false;
         const std::wstring path = Path::Join(folder, file.name);
         if (FileSystem::IsAbandonedArrival(path))

@@ -91,7 +91,8 @@ std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folde
     }
     std::vector<std::wstring> files;
     for (const auto& file : found.files)
-        if (!FileSystem::IsArrival(file.name)) files.push_back(Path::Join(Folder, file.name));
+        if (!FileSystem::IsArrival(file.name) && !IsFolderTestFile(file.name))
+            files.push_back(Path::Join(Folder, file.name));
     return files;
 }
 

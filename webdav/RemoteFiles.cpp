@@ -24,8 +24,9 @@ public:
         TellWhoSends(folder, *entries);
         const base::LocalNames names = NamesOf(*entries);
         for (const DavEntry& entry : *entries) {
-            // What somebody copies there now has no name yet.
+            // What somebody copies there now has no name yet; what he tests the folder with is no packet.
             if (FileSystem::IsArrival(entry.name)) continue;
+            if (!entry.isFolder && IsFolderTestFile(entry.name)) continue;
             const std::wstring path = JoinRemote(folder, entry.name);
             if (!Path::IsPlainName(entry.name))
                 m_refuse(L"The server " + m_server.Name() + L" lists the name " + path +

@@ -65,6 +65,23 @@ TEST_F(FtpTransferTest, ReceiveMovesFilesAndSubFoldersInTheServersSpelling) {
               L"range 0-1|message 0 Move b.mdb|0|");
 }
 
+TEST_F(FtpTransferTest, ReceiveTakesTheFoldersOfALocalPathForThoseOfTheServer) {
+    server.folders.insert({"/out/A", "/out/A/B"});
+    server.files["/out/A/B/x.mdb"] = "1";
+    EXPECT_TRUE(Receive(L"A\\b"));
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"A\\b\\x.mdb"));
+    EXPECT_EQ(server.currentFolder, "/");
+}
+
+TEST_F(FtpTransferTest, FilesOfFolderTestsAreNoPackets) {
+    temp.File(L"send\\sub\\RWD_TestFile.txt");
+    server.files = {{"/out/TestFtpConnection.txt", ""}, {"/out/rwd_testfile.TXT", ""}};
+    EXPECT_TRUE(Send() && Receive());
+    EXPECT_THAT(server.files, SizeIs(2));
+    EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out")) << "nothing is to be sent";
+    EXPECT_THAT(temp.Files(), ElementsAre(L"send\\sub\\RWD_TestFile.txt"));
+}
+
 TEST_F(FtpTransferTest, ReceiveFindsNothingInAMissingOrEmptyFolder) {
     EXPECT_TRUE(Receive(L"missing"));
     EXPECT_TRUE(Receive()) << "empty";

@@ -165,6 +165,35 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }
 
+TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsPassedOver) {
+    BeMobile();
+    for (const wchar_t* name : {L"out\\a.mdb", L"out\\b.mdb", L"out\\c.mdb"})
+        temp.File(name);
+    const auto take = [&] { DeleteFileW((temp / (L"out\\" + *temp.Files(L"out").begin())).c_str()); };
+    progress->onPosition = [&] {
+        if (progress->position == 1) take();
+    };
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(2));
+    EXPECT_THAT(temp.Files(L"out"), IsEmpty());
+    temp.File(L"out\\a.mdb");
+    temp.File(L"out\\b.mdb");
+    progress->onPosition = [&] { std::filesystem::remove_all(temp / L"out"); };
+    EXPECT_FALSE(Send()) << "the whole folder is gone, as a disk that is pulled out";
+    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+}
+
+TEST_F(Xcopy, FilesOfFolderTestsAreNoPackets) {
+    BeMobile();
+    for (const wchar_t* name : {L"share\\out\\rwd_testfile.TXT", L"share\\out\\TestFtpConnection.txt",
+                                L"out\\sub\\RWD_TestFile.txt"})
+        temp.File(name);
+    EXPECT_TRUE(Send() && Receive());
+    EXPECT_THAT(temp.Files(L"share\\out"), SizeIs(2));
+    EXPECT_THAT(temp.Files(L"out"), SizeIs(1));
+    EXPECT_THAT(temp.Files(L"in"), IsEmpty());
+}
+
 TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
     BeMobile();
     temp.File(L"out\\1\\a.mdb");
