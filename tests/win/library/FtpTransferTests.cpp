@@ -152,7 +152,8 @@ TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
     EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "con") << "the server refused to delete it";
     EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "");
     for (const char* reply :
-         {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full"})
+         {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full",
+          "150 Ok.\r\n550 Failed to write", "125 Go.\r\n551 Aborted", "150 Ok.\r\n426 Cut\r\n226 Closed"})
         EXPECT_EQ(leftOf("con", kReply, reply), "") << reply;
     EXPECT_EQ(leftOf("old and whole", kReply, "452 Disk full"), "old and whole");
     for (const char* reply : {"550 Overwrite permission denied\r\n", "553 No", "450 The file is busy",
