@@ -1,7 +1,7 @@
 // The names of one folder, as Windows tells them apart.
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -13,10 +13,15 @@ namespace base {
 class LocalNames {
 public:
     /// False when an earlier one is the same name here.
-    bool Add(std::wstring_view name) { return m_names.insert(Upper(name)).second; }
+    bool Add(std::wstring_view name) { return ++m_names[Upper(name)] == 1; }
+    /// Whether several that were added are this name here. Which of them is the newer one, nobody can tell.
+    bool AreOne(std::wstring_view name) const {
+        const auto found = m_names.find(Upper(name));
+        return found != m_names.end() && found->second > 1;
+    }
 
 private:
-    std::set<std::wstring> m_names;
+    std::map<std::wstring, int> m_names;
 };
 
 }  // namespace base

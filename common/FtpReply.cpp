@@ -45,6 +45,11 @@ std::wstring ReplyCode(const std::wstring& reply) {
     return codes.empty() ? std::wstring() : codes.back();
 }
 
+bool HasDataFlowed(const std::wstring& reply) {
+    return std::ranges::any_of(ReplyCodes(reply),
+                               [](const std::wstring& code) { return code == L"125" || code == L"150"; });
+}
+
 bool TellsOfNothing(const std::wstring& reply, bool isWholeFolder) {
     constexpr auto kNothing = std::to_array<std::wstring_view>(
         {L"NO FILES", L"NO SUCH FILE", L"NOT FOUND", L"CANNOT FIND", L"NOT EXIST"});

@@ -11,6 +11,9 @@
 /// The code that a reply ends with, "552"; one may begin with replies to earlier steps.
 std::wstring ReplyCode(const std::wstring& reply);
 
+/// Whether a reply tells, in any of its lines, that the data of a file began to flow.
+bool HasDataFlowed(const std::wstring& reply);
+
 /// Whether a reply to a search says that there is nothing: its list is complete without an entry, or there is
 /// no such file. Of a whole folder that must be said in so many words: the folder may be missing.
 bool TellsOfNothing(const std::wstring& reply, bool isWholeFolder);

@@ -10,6 +10,7 @@
 #include "base/RollBack.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
+#include "packets/PacketName.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -108,7 +109,7 @@ std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std
     const InternetHandle search = m_connection.Find(L"*.*", found);
     if (search) {
         do
-            files.push_back(found);
+            if (IsFolder(found) || !IsFolderTestFile(found.name)) files.push_back(found);
         while (FtpConnection::FindNext(search, found));
     }
     const DWORD error = GetLastError();

@@ -10,6 +10,7 @@
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
+#include "packets/PacketName.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -35,8 +36,10 @@ std::optional<std::wstring> PutFailure(const std::wstring& name, const PutError&
 }
 
 /// Whether a reply refuses a put before its first byte: for ever, or because the server is about to close,
-/// has no data connection, or has the file in use.
-bool IsRefusal(const std::wstring& code) {
+/// has no data connection, or has the file in use. Once data has flowed, the same codes tell how it ended.
+bool IsRefusal(const std::wstring& reply) {
+    if (HasDataFlowed(reply)) return false;
+    const std::wstring code = ReplyCode(reply);
     return code != L"552" && (!code.starts_with(L'4') || code == L"421" || code == L"425" || code == L"450");
 }
 
@@ -45,7 +48,7 @@ bool IsRefusal(const std::wstring& code) {
 bool HasFlowed(const PutError& error) {
     switch (error.code) {
     case ERROR_INTERNET_EXTENDED_ERROR:
-        return !IsRefusal(ReplyCode(error.reply));
+        return !IsRefusal(error.reply);
     case ERROR_INTERNET_CONNECTION_ABORTED:
     case ERROR_INTERNET_CONNECTION_RESET:
         return true;
@@ -63,7 +66,9 @@ bool IsRelative(const std::wstring& path) {
 FileSystem::Listing ListLocal(const std::wstring& local) {
     if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
-    std::erase_if(listing.files, [](const auto& file) { return FileSystem::IsArrival(file.name); });
+    std::erase_if(listing.files, [](const auto& file) {
+        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
+    });
     return listing;
 }
 
@@ -157,7 +162,8 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
 }
 
 /// The other side would take a part under the packet's name for the packet. What is not shorter is no part
-/// but a whole packet that the server kept. A failure needs no report beside that of the put.
+/// but a whole packet that the server kept; a shorter one that it kept is older than the one that is still
+/// here. A failure needs no report beside that of the put.
 void FtpSender::RemovePart(const std::wstring& name, std::uint64_t whole) const {
     FileEntry found;
     if (m_connection.FindFile(name, found) && IsListedPart(found.size, whole)) m_connection.Delete(name);

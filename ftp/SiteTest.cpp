@@ -7,6 +7,7 @@
 #include "common/FtpReply.h"
 #include "common/Report.h"
 #include "ftp/FtpConnection.h"
+#include "packets/PacketName.h"
 #include "services/Branding.h"
 
 namespace {
@@ -19,7 +20,6 @@ constexpr LONG kNotConnected = 158;
 constexpr LONG kFolderNotCreated = 159;
 constexpr LONG kFolderHasSlash = 160;
 
-constexpr auto kTestFile = L"TestFtpConnection.txt";
 constexpr auto kFetchedFile = L"c:\\FromFTP.xml";
 
 /// The setting that an error of a connection speaks of.
@@ -71,9 +71,9 @@ std::wstring ServerAnswer() {
 
 /// Empty; it is sent from the current folder.
 void CreateTestFile() try {
-    base::File::Open(kTestFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
+    base::File::Open(kSiteTestFile, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS);
 } catch (const base::SystemError& error) {
-    throw base::Error(error.failure().number, L"The file " + FileSystem::FullPath(kTestFile) +
+    throw base::Error(error.failure().number, L"The file " + FileSystem::FullPath(kSiteTestFile) +
                                                   L", which the test sends, cannot be written: " +
                                                   base::SystemText(error.Code()) +
                                                   L" Start the program from a folder that you may write to.");
@@ -154,13 +154,13 @@ bool SiteTest::TestFTPGetandPutFile(FtpSiteMember setting) {
     const std::wstring& folder = m_site.*setting;
     fault.setting = setting;
     if (!EnterOrCreate(folder)) return false;
-    if (!m_connection.Put(kTestFile, kTestFile, FTP_TRANSFER_TYPE_BINARY)) return PutFailed(folder);
+    if (!m_connection.Put(kSiteTestFile, kSiteTestFile, FTP_TRANSFER_TYPE_BINARY)) return PutFailed(folder);
     // Users without administrator's rights may not write to the fixed path, and their site is fine.
-    if (!m_connection.Get(kTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL))
+    if (!m_connection.Get(kSiteTestFile, kFetchedFile, FILE_ATTRIBUTE_NORMAL))
         CallFailed(L"The test file cannot be fetched from the folder " + folder + L" to " + kFetchedFile +
                    L".");
-    if (!m_connection.Delete(kTestFile))
-        CallFailed(std::wstring(L"The test file ") + kTestFile + L" stays in the folder " + folder +
+    if (!m_connection.Delete(kSiteTestFile))
+        CallFailed(std::wstring(L"The test file ") + kSiteTestFile + L" stays in the folder " + folder +
                    L": it cannot be deleted.");
     fault.setting = nullptr;
     return true;
@@ -193,7 +193,7 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
 }
 
 std::wstring SiteTest::Report() const {
-    std::wstring left = L"Test files left on this computer: " + FileSystem::FullPath(kTestFile);
+    std::wstring left = L"Test files left on this computer: " + FileSystem::FullPath(kSiteTestFile);
     if (FileSystem::FileExists(kFetchedFile)) left.append(L", ").append(kFetchedFile);
     if (fault.text.empty())
         return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", left);

@@ -21,7 +21,9 @@ bool HasExtension(std::wstring_view fileName, std::wstring_view extension) {
            IsSameName(fileName.substr(fileName.size() - extension.size()), extension);
 }
 
-bool IsFolderTestFile(std::wstring_view FileName) { return IsSameName(FileName, kFolderTestFile); }
+bool IsFolderTestFile(std::wstring_view FileName) {
+    return IsSameName(FileName, kFolderTestFile) || IsSameName(FileName, kSiteTestFile);
+}
 
 bool IsKeptCopy(std::wstring_view FileName) {
     return HasExtension(FileName, L"_bak") || HasExtension(FileName, L"_bck");

@@ -11,10 +11,12 @@ bool IsSameName(std::wstring_view left, std::wstring_view right);
 /// character.
 bool HasExtension(std::wstring_view fileName, std::wstring_view extension);
 
-/// The file with which folders are tested: written, read and deleted there.
+/// The files with which folders are tested, here and on an FTP server: written, read and deleted there.
 inline constexpr std::wstring_view kFolderTestFile = L"RWD_TestFile.txt";
+inline constexpr const wchar_t* kSiteTestFile = L"TestFtpConnection.txt";
 
-/// Whether a file of this name, in any letter case, would be taken for the one with which folders are tested.
+/// Whether a file of this name, in any letter case, would be taken for one with which folders are tested. The
+/// other side may test a folder while it is listed here: it is no packet.
 bool IsFolderTestFile(std::wstring_view FileName);
 
 /// Whether a name is that of a copy which a delivery or a decoding keeps of the file that it replaces:

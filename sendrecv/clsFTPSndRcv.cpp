@@ -1,6 +1,7 @@
 // See clsFTPSndRcv.h.
 #include "sendrecv/clsFTPSndRcv.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/Error.h"
@@ -30,6 +31,13 @@ std::wstring Deciphered(const std::wstring& stored, const Procedure& self) {
             L"The stored FTP password cannot be deciphered, so that it counts as missing. Save the login "
             L"anew in the login prompt or in the FTP properties.");
     return password.value_or(L"");
+}
+
+/// Whoever sends makes its folders in upper case. Not every server takes "\" for what it is here.
+std::wstring RemoteFolder(const std::wstring& localFolder) {
+    std::wstring folder = base::Upper(localFolder);
+    std::ranges::replace(folder, L'\\', L'/');
+    return folder;
 }
 
 }  // namespace
@@ -172,7 +180,7 @@ bool clsFTPSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, IUn
                 .Fail(L"one or more of the Receive folders is not set");
         progress.SetRange(0, 1);
         progress.StatusText(L"Receiving files");
-        const std::wstring remote = m_sRemoteReceiveFolder + L"/" + base::Upper(FolderName);
+        const std::wstring remote = m_sRemoteReceiveFolder + L"/" + RemoteFolder(FolderName);
         const std::wstring local = m_sLocalReceiveFolder + L"\\" + FolderName;
         const FtpReceiver receiver(m_session.connection, SupressMsg, progress);
         const bool received = receiver.MakeLocalFolder(local) &&

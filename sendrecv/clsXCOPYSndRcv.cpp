@@ -15,6 +15,7 @@
 #include "base/WriteBlock.h"
 #include "com/MessagePump.h"
 #include "common/modMain.h"
+#include "packets/PacketName.h"
 #include "services/Branding.h"
 
 namespace {
@@ -56,6 +57,11 @@ bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress)
     return false;
 }
 
+/// Whether somebody else has taken a file. With its whole folder it has not: a disk or a share may be away.
+bool HasGone(const std::wstring& name, const std::wstring& folder) {
+    return !FileSystem::FileIsThere(Path::Join(folder, name)) && FileSystem::FolderIsThere(folder);
+}
+
 /// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
 /// still writes is not even copied: half a packet must not travel.
 void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::wstring& to,
@@ -63,6 +69,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
+    if (!block.Holds() && HasGone(name, from)) return;
     const bool somebodyWrites = block.SomebodyWrites();
     if (!somebodyWrites) {
         const base::File& held = block.Held();
@@ -94,10 +101,12 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     }
 }
 
-/// What the other side is still copying into the folder is none yet. What it left half-way takes room.
+/// What the other side is still copying into the folder is none yet, and what it tests the folder with never
+/// is. What it left half-way takes room.
 FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self) {
     FileSystem::Listing listing = FileSystem::List(folder);
     std::erase_if(listing.files, [&](const FileSystem::FileEntry& file) {
+        if (IsFolderTestFile(file.name)) return true;
         if (!FileSystem::IsArrival(file.name)) return false;
         const std::wstring path = Path::Join(folder, file.name);
         if (FileSystem::IsAbandonedArrival(path))
@@ -109,13 +118,22 @@ FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self)
     return listing;
 }
 
-/// The second file of a name would replace the first one.
+base::LocalNames NamesIn(const FileSystem::Listing& listing) {
+    base::LocalNames names;
+    for (const FileSystem::FileEntry& file : listing.files)
+        names.Add(file.name);
+    for (const std::wstring& folder : listing.folders)
+        names.Add(folder);
+    return names;
+}
+
+/// The second file of a name would replace the first one, in this transfer or in the next.
 void RefuseName(const std::wstring& name, const std::wstring& from, const std::wstring& to,
                 const Procedure& self, const HostProgress& progress) {
     const std::wstring text = L"The folder " + from + L" holds the name " + name +
                               L" and another one that differs only in the case of letters. Both would be one "
                               L"name in the folder " +
-                              to + L". It stays; rename or remove it.";
+                              to + L". Both stay; rename or remove one of them.";
     progress.StatusText(Lines(self.Name(), text));
     self.Report(text);
 }
@@ -192,13 +210,13 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
 
-        base::LocalNames names;
+        const base::LocalNames names = NamesIn(listing);
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
-            if (names.Add(file.name))
-                MoveOneFile(file.name, Source, Destination, self, progress);
-            else
+            if (names.AreOne(file.name))
                 RefuseName(file.name, Source, Destination, self, progress);
+            else
+                MoveOneFile(file.name, Source, Destination, self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
@@ -208,10 +226,10 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         }
         // What fails in a sub-folder is reported there and leaves the others to be moved.
         for (const std::wstring& folder : listing.folders) {
-            if (names.Add(folder))
-                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
-            else
+            if (names.AreOne(folder))
                 RefuseName(folder, Source, Destination, self, progress);
+            else
+                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
             if (progress.Cancelled()) break;
         }
         return true;

@@ -387,7 +387,8 @@ STDMETHODIMP clsTransporter::get_Waiting(_Collection** Value) {
         DemandFolders();
         std::vector<std::wstring> paths;
         for (const auto& file : PacketsBelow(LocalSendFolder(), Procedure(L"clsTransporter.cls.Waiting")))
-            paths.push_back(Path::Join(LocalSendFolder(), file.RelativePath()));
+            if (!IsFolderTestFile(file.name))
+                paths.push_back(Path::Join(LocalSendFolder(), file.RelativePath()));
         return CollectionOf(paths);
     });
 }

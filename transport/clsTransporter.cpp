@@ -28,11 +28,13 @@ namespace {
 
 constexpr auto kNoSenderReceiver = L"SenderReceiver object has not been set";
 
-/// The rest of a path that lies below a folder, with the separator between them; nothing for any other path.
+/// A path relative to a folder; nothing for one that does not lie below it. Lists join the folder with a
+/// separator of their own, where it ends in one, or without.
 std::optional<std::wstring> Below(const std::wstring& folder, const std::wstring& path) {
-    if (!base::EqualsIgnoringCase(path.substr(0, folder.size()), folder)) return std::nullopt;
-    std::wstring rest = path.substr(folder.size());
-    return rest.starts_with(L'\\') ? std::optional(rest) : std::nullopt;
+    const std::wstring root = Path::WithSeparator(folder);
+    if (!base::EqualsIgnoringCase(path.substr(0, root.size()), root)) return std::nullopt;
+    const size_t rest = path.find_first_not_of(L'\\', root.size());
+    return rest == std::wstring::npos ? std::nullopt : std::optional(path.substr(rest));
 }
 
 }  // namespace
@@ -92,7 +94,8 @@ std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folde
     }
     std::vector<std::wstring> files;
     for (const auto& file : found.files)
-        if (!FileSystem::IsArrival(file.name)) files.push_back(Path::Join(Folder, file.name));
+        if (!FileSystem::IsArrival(file.name) && !IsFolderTestFile(file.name))
+            files.push_back(Path::Join(Folder, file.name));
     return files;
 }
 
@@ -275,7 +278,7 @@ void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& re
     if (!below)
         throw base::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
                                             L", which has changed since the received files were listed.");
-    const std::wstring backup = BackupFolder(receiveFolder) + *below;
+    const std::wstring backup = Path::Join(BackupFolder(receiveFolder), *below);
     const std::wstring parent = Path::ParentFolder(backup);
     if (!ProvideFolder(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;
     FileSystem::CopyReplacing(file, backup);
@@ -339,7 +342,7 @@ bool clsTransporter::Restore(const std::wstring& backup) {
     const std::wstring receiveFolder = LocalReceiveFolder();
     const std::optional<std::wstring> below = Below(BackupFolder(receiveFolder), backup);
     if (!below) return false;
-    const std::wstring received = receiveFolder + *below;
+    const std::wstring received = Path::Join(receiveFolder, *below);
     if (!ProvideFolder(Path::ParentFolder(received))) return false;
     FileSystem::MoveReplacing(backup, received);
     return true;

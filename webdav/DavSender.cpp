@@ -13,6 +13,7 @@
 #include "base/Utf8.h"
 #include "base/WriteBlock.h"
 #include "cipher/Sha256.h"
+#include "packets/PacketName.h"
 #include "webdav/DavInstallation.h"
 #include "webdav/PacketDigests.h"
 #include "webdav/RemoteFiles.h"
@@ -32,7 +33,9 @@ constexpr std::uint64_t kVeryLarge = 32 << 20;  // bytes
 
 std::vector<base::TreeFile> FilesToSend(const std::wstring& local) {
     std::vector<base::TreeFile> files = base::FilesBelow(local);
-    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
+    std::erase_if(files, [](const base::TreeFile& file) {
+        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
+    });
     return files;
 }
 

@@ -5,7 +5,7 @@
 #include "base/Error.h"
 #include "base/LocalNames.h"
 #include "base/Path.h"
-#include "base/Text.h"
+#include "packets/PacketName.h"
 #include "webdav/DavTransfer.h"
 
 namespace {
@@ -22,16 +22,17 @@ public:
         const auto entries = m_server.List(JoinRemote(m_root, folder));
         if (!entries) return;
         TellWhoSends(folder, *entries);
-        const std::set<std::wstring> ambiguous = AmbiguousNames(*entries);
+        const base::LocalNames names = NamesOf(*entries);
         for (const DavEntry& entry : *entries) {
-            // What somebody copies there now has no name yet.
+            // What somebody copies there now has no name yet; what he tests the folder with is no packet.
             if (FileSystem::IsArrival(entry.name)) continue;
+            if (!entry.isFolder && IsFolderTestFile(entry.name)) continue;
             const std::wstring path = JoinRemote(folder, entry.name);
             if (!Path::IsPlainName(entry.name))
                 m_refuse(L"The server " + m_server.Name() + L" lists the name " + path +
                          L", which cannot be the name of a file in the local folder. Rename or remove it on "
                          L"the server.");
-            else if (ambiguous.contains(base::Upper(entry.name)))
+            else if (names.AreOne(entry.name))
                 m_refuse(
                     L"The server " + m_server.Name() + L" lists the name " + path +
                     L" and another one that differs only in the case of letters. Both would be one local "
@@ -58,13 +59,11 @@ private:
         m_refuse(error.failure().description);
     }
 
-    /// In capitals: which of the files that would be one here is the newer one, nobody can tell.
-    static std::set<std::wstring> AmbiguousNames(const std::vector<DavEntry>& entries) {
+    static base::LocalNames NamesOf(const std::vector<DavEntry>& entries) {
         base::LocalNames names;
-        std::set<std::wstring> ambiguous;
         for (const DavEntry& entry : entries)
-            if (!names.Add(entry.name)) ambiguous.insert(base::Upper(entry.name));
-        return ambiguous;
+            names.Add(entry.name);
+        return names;
     }
 
     void TellWhoSends(const std::wstring& folder, const std::vector<DavEntry>& entries) const {

@@ -7,8 +7,8 @@
 
 namespace companions::zip {
 
-ArchiveReader::ArchiveReader(const base::ByteSource& source)
-    : m_source(source), m_entries(ReadCentralDirectory(source, FindCentralDirectory(source))) {}
+ArchiveReader::ArchiveReader(const base::ByteSource& source, CodePage oem)
+    : m_source(source), m_entries(ReadCentralDirectory(source, FindCentralDirectory(source), oem)) {}
 
 void ArchiveReader::Extract(const Entry& entry, base::ByteSink& sink) const try {
     const Range compressed{m_source, entry.contentOffset, entry.compressedSize};

@@ -5,13 +5,14 @@
 
 #include "base/ByteStream.h"
 #include "companions/zip/Entry.h"
+#include "companions/zip/Names.h"
 
 namespace companions::zip {
 
 class ArchiveReader {
 public:
-    /// Reads and checks all headers. The caller keeps the source. Throws FormatError.
-    explicit ArchiveReader(const base::ByteSource& source);
+    /// Reads and checks all headers. The caller keeps the source. oem: as for NameOf. Throws FormatError.
+    explicit ArchiveReader(const base::ByteSource& source, CodePage oem = nullptr);
 
     /// In the order of the directory.
     const std::vector<Entry>& Entries() const { return m_entries; }

@@ -71,9 +71,9 @@ void CheckExtractable(const CentralHeader& header, const Entry& entry) {
     if (IsLink(header)) throw FormatError(entry.name + " is a link; ask for an archive of files");
 }
 
-Entry ToEntry(const CentralHeader& header) {
+Entry ToEntry(const CentralHeader& header, CodePage oem) {
     Entry entry;
-    entry.name = NameOf(header);
+    entry.name = NameOf(header, oem);
     entry.time = TimeOf(header);
     entry.method = static_cast<Method>(header.method);
     entry.crc = header.crc;
@@ -86,12 +86,12 @@ Entry ToEntry(const CentralHeader& header) {
 
 /// From the last to the first: entries that share their bytes make a small archive grow without limit.
 void FindContents(const base::ByteSource& source, const std::vector<CentralHeader>& headers,
-                  std::vector<Entry>& entries, std::uint64_t end) {
+                  std::vector<Entry>& entries, std::uint64_t end, CodePage oem) {
     std::vector<std::size_t> order(entries.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::ranges::sort(order, std::ranges::greater(), [&](std::size_t i) { return entries[i].headerOffset; });
     for (const std::size_t i : order) {
-        entries[i].contentOffset = FindContent(source, entries[i], headers[i], end);
+        entries[i].contentOffset = FindContent(source, entries[i], headers[i], end, oem);
         end = entries[i].headerOffset;
     }
 }
@@ -104,17 +104,18 @@ void CheckEnd(FieldReader reader) {
 
 }  // namespace
 
-std::vector<Entry> ReadCentralDirectory(const base::ByteSource& source, const Extent& directory) {
+std::vector<Entry> ReadCentralDirectory(const base::ByteSource& source, const Extent& directory,
+                                        CodePage oem) {
     const auto bytes = ReadRecord(source, directory.offset, static_cast<std::size_t>(directory.size));
     FieldReader reader(bytes);
     std::vector<CentralHeader> headers;
     std::vector<Entry> entries;
     for (std::uint64_t i = 0; i < directory.entries; ++i) {
         Widen(headers.emplace_back(ReadHeader(reader)));
-        entries.push_back(ToEntry(headers.back()));
+        entries.push_back(ToEntry(headers.back(), oem));
     }
     CheckEnd(reader);
-    FindContents(source, headers, entries, directory.offset);
+    FindContents(source, headers, entries, directory.offset, oem);
     return entries;
 }
 

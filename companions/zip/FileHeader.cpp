@@ -5,7 +5,6 @@
 
 #include "base/Utf8.h"
 #include "companions/zip/Entry.h"
-#include "companions/zip/Names.h"
 
 namespace companions::zip {
 
@@ -22,6 +21,14 @@ std::optional<std::string> UnicodePath(const FileHeader& header) {
     if (field->U32() != crc32(0, header.name.data(), static_cast<uInt>(header.name.size()))) return {};
     const Bytes name = field->Bytes(field->Left());
     return std::string(name.begin(), name.end());
+}
+
+unsigned SystemOf(const FileHeader& header) { return header.madeBy >> 8U; }
+
+/// With its file systems: FAT, NTFS by two numbers, VFAT.
+bool IsFromDos(const FileHeader& header) {
+    const unsigned system = SystemOf(header);
+    return system == 0 || system == 10 || system == 11 || system == 14;
 }
 
 }  // namespace
@@ -53,16 +60,18 @@ std::optional<FieldReader> FindExtra(Bytes extras, std::uint16_t wanted) {
 bool IsFromUnix(const FileHeader& header) {
     constexpr unsigned kUnix = 3;
     constexpr unsigned kDarwin = 19;
-    const unsigned system = header.madeBy >> 8;
+    const unsigned system = SystemOf(header);
     return system == kUnix || system == kDarwin;
 }
 
-std::string NameOf(const FileHeader& header) {
+std::string NameOf(const FileHeader& header, CodePage oem) {
     std::string name(header.name.begin(), header.name.end());
     if ((header.flags & flag::kUtf8) != 0) return name;
     if (const auto unicode = UnicodePath(header)) return *unicode;
     // Where file names are UTF-8 anyway, programs leave the mark out.
-    return IsFromUnix(header) && base::DecodedUtf8(name) ? name : FromCodePage437(name);
+    if (IsFromUnix(header) && base::DecodedUtf8(name)) return name;
+    const auto text = oem && IsFromDos(header) ? oem(name) : std::nullopt;
+    return text ? base::ToUtf8(*text) : FromCodePage437(name);
 }
 
 }  // namespace companions::zip

@@ -9,6 +9,7 @@
 #include "base/ByteStream.h"
 #include "companions/support/Fields.h"
 #include "companions/zip/DosTime.h"
+#include "companions/zip/Names.h"
 
 namespace companions::zip {
 
@@ -34,7 +35,8 @@ std::optional<FieldReader> FindExtra(base::Bytes extras, std::uint16_t wanted);
 
 bool IsFromUnix(const FileHeader& header);
 
-/// In UTF-8, whichever character set the header uses.
-std::string NameOf(const FileHeader& header);
+/// In UTF-8, whichever character set the header uses. oem: the code page of MS-DOS on this computer, which
+/// programs of Windows take for names that they do not mark; null for that of the format.
+std::string NameOf(const FileHeader& header, CodePage oem);
 
 }  // namespace companions::zip

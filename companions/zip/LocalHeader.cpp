@@ -32,9 +32,9 @@ void Widen(FileHeader& header) {
 }
 
 /// Some programs give the name in UTF-8 in the central directory alone.
-std::string NameOf(FileHeader local, const FileHeader& central) {
+std::string NameOf(FileHeader local, const FileHeader& central, CodePage oem) {
     if (!FindExtra(local.extras, extra::kUnicodePath)) local.extras = central.extras;
-    return zip::NameOf(local);
+    return zip::NameOf(local, oem);
 }
 
 /// What is not known yet when the local header is written is zero, or all ones, there.
@@ -42,9 +42,9 @@ bool Agrees(std::uint64_t local, std::uint64_t central, bool comesLater) {
     return local == central || local == kSeeWider32 || (comesLater && local == 0);
 }
 
-bool Agrees(const FileHeader& local, const FileHeader& central, const std::string& name) {
+bool Agrees(const FileHeader& local, const FileHeader& central, const std::string& name, CodePage oem) {
     const bool comesLater = ((local.flags | central.flags) & flag::kDescriptor) != 0;
-    return NameOf(local, central) == name && local.method == central.method &&
+    return NameOf(local, central, oem) == name && local.method == central.method &&
            ((local.flags ^ central.flags) & flag::kEncryptions) == 0 &&
            Agrees(local.crc, central.crc, comesLater) && Agrees(local.size, central.size, comesLater) &&
            Agrees(local.compressedSize, central.compressedSize, comesLater);
@@ -53,7 +53,7 @@ bool Agrees(const FileHeader& local, const FileHeader& central, const std::strin
 }  // namespace
 
 std::uint64_t FindContent(const base::ByteSource& source, const Entry& entry, const FileHeader& central,
-                          std::uint64_t limit) {
+                          std::uint64_t limit, CodePage oem) {
     if (entry.headerOffset > limit || limit - entry.headerOffset < kLocalHeaderSize) ThrowOverlap(entry);
     FileHeader local = ReadFixedFields(source, entry, central);
     const std::uint64_t nameOffset = entry.headerOffset + kLocalHeaderSize;
@@ -65,7 +65,7 @@ std::uint64_t FindContent(const base::ByteSource& source, const Entry& entry, co
     local.name = base::Bytes(bytes).first(local.nameSize);
     local.extras = base::Bytes(bytes).subspan(local.nameSize);
     Widen(local);
-    if (!Agrees(local, central, entry.name))
+    if (!Agrees(local, central, entry.name, oem))
         throw FormatError(entry.name + " has two headers that contradict each other; get the archive again");
     return nameOffset + variable;
 }

@@ -10,6 +10,6 @@ namespace companions::zip {
 /// the local header names or describes another file than the central one: one of them is damaged then, and
 /// the content would get the name of another file.
 std::uint64_t FindContent(const base::ByteSource& source, const Entry& entry, const FileHeader& central,
-                          std::uint64_t limit);
+                          std::uint64_t limit, CodePage oem);
 
 }  // namespace companions::zip

@@ -1,10 +1,14 @@
 // Names of entries, and the names under which they may be extracted.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace companions::zip {
+
+/// Reads text of a code page; nothing where bytes mean nothing in it.
+using CodePage = std::optional<std::wstring> (*)(std::string_view text);
 
 /// UTF-8 of a name in the character set of the original IBM PC, the format's default.
 std::string FromCodePage437(std::string_view name);

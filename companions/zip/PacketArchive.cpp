@@ -20,8 +20,8 @@ std::wstring OtherContent(const std::vector<Entry>& entries, std::wstring_view p
 }  // namespace
 
 std::optional<std::wstring> PacketObjection(const base::ByteSource& archive, std::wstring_view packet,
-                                            Folding fold) {
-    const std::wstring other = OtherContent(ArchiveReader(archive).Entries(), packet, fold);
+                                            Folding fold, CodePage oem) {
+    const std::wstring other = OtherContent(ArchiveReader(archive, oem).Entries(), packet, fold);
     if (other.empty()) return std::nullopt;
     const std::wstring name(packet);
     return L"the archive holds " + other + L" in the place of " + name +

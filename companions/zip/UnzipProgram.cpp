@@ -8,6 +8,7 @@
 #include "base/Console.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
+#include "base/OemText.h"
 #include "base/Path.h"
 #include "base/StagedFile.h"
 #include "base/Text.h"
@@ -106,7 +107,7 @@ void CheckTargets(const std::vector<zip::Target>& targets, const Options& option
 }
 
 void ExtractAll(const base::ByteSource& archive, const Options& options) {
-    const zip::ArchiveReader reader(archive);
+    const zip::ArchiveReader reader(archive, &base::FromOemCodePage);
     const std::vector<zip::Target> targets =
         zip::PlanExtraction(reader.Entries(), options.junkPaths ? Paths::Junk : Paths::Keep, &base::Upper);
     CheckTargets(targets, options);

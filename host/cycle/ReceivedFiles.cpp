@@ -9,6 +9,7 @@
 #include "base/Arrival.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
+#include "base/OemText.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "cipher/Sha256.h"
@@ -122,7 +123,8 @@ std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const 
         return L"a run ended while it was received, so that it may be a part; its source is where it was";
     if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
     const std::wstring path = Path::Join(settings.receive, file.RelativePath());
-    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper);
+    return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper,
+                                            &base::FromOemCodePage);
 }
 
 void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,

@@ -13,9 +13,11 @@
 
 namespace {
 
-/// What is being copied there is none yet.
-std::vector<base::TreeFile> WithoutArrivals(std::vector<base::TreeFile> files) {
-    std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
+/// What is being copied there is none yet, and what the folder is tested with never is.
+std::vector<base::TreeFile> PacketsOf(std::vector<base::TreeFile> files) {
+    std::erase_if(files, [](const base::TreeFile& file) {
+        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
+    });
     return files;
 }
 
@@ -38,7 +40,7 @@ std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& 
 }
 
 std::vector<base::TreeFile> SendFiles(const Settings& settings) {
-    return WithoutArrivals(base::FilesBelow(settings.send));
+    return PacketsOf(base::FilesBelow(settings.send));
 }
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
@@ -65,13 +67,13 @@ std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
 
 std::vector<base::TreeFile> OfferedFiles(const Settings& settings) {
     if (settings.HasServer()) return {};
-    return WithoutArrivals(base::FilesBelow(settings.remoteReceive, [](const auto&, const auto&) {}));
+    return PacketsOf(base::FilesBelow(settings.remoteReceive, [](const auto&, const auto&) {}));
 }
 
 std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings,
                                                      const std::wstring& subFolder) try {
     if (settings.HasServer()) return std::nullopt;
-    std::vector<base::TreeFile> files = WithoutArrivals(base::FilesIn(settings.remoteReceive, subFolder));
+    std::vector<base::TreeFile> files = PacketsOf(base::FilesIn(settings.remoteReceive, subFolder));
     // A share that is gone looks like a folder that was never made.
     if (!FileSystem::FolderExists(settings.remoteReceive)) return std::nullopt;
     return files;

@@ -38,6 +38,13 @@ void ExamineArrivals(const std::wstring& folder, Findings& findings) {
         L" is left of a copy that ended half-way", L"Delete it: its source is where it was.", findings);
 }
 
+void ExamineTestFiles(const std::wstring& folder, Findings& findings) {
+    ExamineFiles(
+        folder, [](const base::TreeFile& file) { return IsFolderTestFile(file.name); },
+        L" has the name of a file with which folders are tested", L"Delete it: it travels nowhere.",
+        findings);
+}
+
 void ExamineKeptCopies(const std::wstring& inbox, Findings& findings) {
     ExamineFiles(
         inbox, [](const base::TreeFile& file) { return IsKeptCopy(file.name); },
@@ -80,10 +87,13 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
         return;
     }
     const std::size_t before = findings.size();
-    for (const Setting& setting : kSettings)
-        if (setting.kind == ValueKind::Folder ||
-            (setting.kind == ValueKind::RemoteFolder && settings.transport == Transport::Folder))
-            ExamineArrivals(setting.text(settings), findings);
+    for (const Setting& setting : kSettings) {
+        if (setting.kind != ValueKind::Folder &&
+            (setting.kind != ValueKind::RemoteFolder || settings.transport != Transport::Folder))
+            continue;
+        ExamineArrivals(setting.text(settings), findings);
+        ExamineTestFiles(setting.text(settings), findings);
+    }
     ExamineKeptCopies(settings.inbox, findings);
     ExamineSideFolder(
         kRefused, settings, L" that must not be delivered",

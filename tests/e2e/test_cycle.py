@@ -149,13 +149,22 @@ class CycleTest(HostTest):
         (self.to_enterprise / "x.mdb_bak").write_bytes(b"one")
         self.assert_run(self.enterprise, 1, {("in", "x.mdb_bak"): "not delivered"})
         (self.enterprise.receive.with_name("receive.refused") / "x.mdb_bak").unlink()
+        (self.enterprise.receive / "sub").mkdir()
         for content in (b"one", b"two"):
-            (self.to_enterprise / "RWD_TestFile.txt").write_bytes(content)
-            outcome = self.assert_run(self.enterprise, 1, {("in", "RWD_TestFile.txt"): "not delivered"})
+            (self.enterprise.receive / "sub" / "RWD_TestFile.txt").write_bytes(content)
+            outcome = self.assert_run(self.enterprise, 1, {("in", "sub/RWD_TestFile.txt"): "not delivered"})
             self.assertIn("receive.refused", outcome.output)
         self.assert_run(self.enterprise, 0, {})
         refused = self.enterprise.receive.with_name("receive.refused")
-        self.assertEqual({path.read_bytes() for path in refused.iterdir()}, {b"one", b"two"})
+        self.assertEqual({path.read_bytes() for path in refused.rglob("RWD*")}, {b"one", b"two"})
+
+    def test_what_the_other_side_tests_a_folder_with_is_no_packet(self):
+        for folder in (self.to_enterprise, self.enterprise.send):
+            self.put(self.field, "sub/RWD_TestFile.txt", folder=folder)
+        self.ledger.clear()
+        self.assert_run(self.enterprise, 0, {})
+        for folder in (self.to_enterprise, self.enterprise.send):
+            self.assertEqual(files_below(folder).keys(), {"sub/RWD_TestFile.txt"})
 
     def test_who_may_use_a_folder_may_use_what_was_moved_there(self):
         """From the folder for temporary files, and from the receive folder."""

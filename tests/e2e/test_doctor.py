@@ -73,14 +73,14 @@ class DoctorTest(JsonTest):
         self.assert_only("remote", "to-enterprise takes no file", "to-field is not there")
 
     def test_leftovers(self):
-        for path in (self.field.inbox / "a.mdb_bak", self.to_field / "~1-2.arriving",
+        for path in (self.field.inbox / "a.mdb_bak", self.to_field / "~1-2.arriving", self.to_field / "RWD_TestFile.txt",
                      self.field.receive.with_name("receive.refused") / "x.afz",
                      self.field.send.with_name("send.older") / "b.mdb"):
             path.parent.mkdir(exist_ok=True)
             path.write_bytes(b"left")
-        self.assert_only("leftover", "a.mdb_bak", "~1-2.arriving", "receive.refused holds 1 file",
+        self.assert_only("leftover", "a.mdb_bak", "~1-2.arriving", "RWD_TestFile.txt", "receive.refused holds 1 file",
                          "send.older holds 1 file")
-        self.assertEqual(len(self.to_do()["leftover"]), 4)
+        self.assertEqual(len(self.to_do()["leftover"]), 5)
 
     def test_a_run_that_is_at_work_has_left_nothing_yet(self):
         def attempt(load):

@@ -108,9 +108,9 @@ class ObstacleTest(HostTest):
 
     def test_obstacles_beside_the_receive_folder(self):
         self.enterprise.receive.with_name("receive.refused").write_bytes(b"a file")
-        self.put(self.field, "a.mdb", "RWD_TestFile.txt", "sub/b.mdb", folder=self.to_enterprise)
+        self.put(self.field, "a.mdb", "x.mdb_bak", "sub/b.mdb", folder=self.to_enterprise)
         outcome = self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "not delivered",
-                                                       ("in", "RWD_TestFile.txt"): "not delivered",
+                                                       ("in", "x.mdb_bak"): "not delivered",
                                                        ("in", "sub/b.mdb"): "delivered"})
         self.assertEqual(outcome.output.count("receive.refused"), 2, outcome)
         self.assert_nothing_lost()

@@ -130,9 +130,9 @@ FieldWriter ArchiveOf(const Header& local, const Header& central, std::uint16_t 
     return WithDirectory(member, directory.Written(), 1);
 }
 
-std::vector<Entry> Entries(const FieldWriter& archive) {
+std::vector<Entry> Entries(const FieldWriter& archive, CodePage oem = nullptr) {
     const base::MemorySource source(archive.Written());
-    return ArchiveReader(source).Entries();
+    return ArchiveReader(source, oem).Entries();
 }
 
 TEST(Zip, RefusesADirectoryOfAnotherSizeThanItsEntries) {
@@ -145,9 +145,22 @@ TEST(Zip, RefusesADirectoryOfAnotherSizeThanItsEntries) {
 }
 
 std::string NameOf(std::uint16_t madeBy, std::uint16_t flags, const std::string& name,
-                   const FieldWriter& extras = {}) {
+                   const FieldWriter& extras = {}, CodePage oem = nullptr) {
     const Header header{.flags = flags, .name = name, .extras = extras};
-    return Entries(ArchiveOf(header, header, madeBy)).at(0).name;
+    return Entries(ArchiveOf(header, header, madeBy), oem).at(0).name;
+}
+
+std::wstring Upper(std::wstring_view text) {
+    std::wstring upper(text);
+    for (wchar_t& character : upper)
+        character = static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(character)));
+    return upper;
+}
+
+/// As code page 866 has them.
+std::optional<std::wstring> Russian(std::string_view text) {
+    if (text == "\x8F\xAE.mdb") return L"\u041F\u043E.mdb";
+    return std::nullopt;
 }
 
 FieldWriter UnicodePath(const std::string& replaced, const std::string& name, std::uint8_t version = 1) {
@@ -170,6 +183,26 @@ TEST(Zip, NamesAreInOneOfThreeCharacterSets) {
     EXPECT_EQ(NameOf(0, 0, ibm, UnicodePath(ibm, "x", 2)), utf8) << "a field of another version";
     for (const std::uint64_t size : {4U, 9U})
         EXPECT_EQ(NameOf(0, 0, ibm, FieldWriter().U16(extra::kUnicodePath).U16(size).U32(1)), utf8);
+}
+
+TEST(Zip, NamesOfMsDosAreInTheCodePageOfTheSystem) {
+    const std::string name = "\x8F\xAE.mdb";
+    const std::string russian = "\u041F\u043E.mdb";
+    const std::string ibm = "\u00C5\u00AB.mdb";
+    for (const std::uint16_t madeBy : std::initializer_list<std::uint16_t>{0x0014, 0x0A00, 0x0B00, 0x0E00})
+        EXPECT_EQ(NameOf(madeBy, 0, name, {}, &Russian), russian);
+    EXPECT_EQ(NameOf(0x0300, 0, name, {}, &Russian), ibm) << "of Unix";
+    EXPECT_EQ(NameOf(0, 0, name), ibm);
+    EXPECT_EQ(NameOf(0, 0, "\x94", {}, &Russian), "\u00F6") << "no text of the code page";
+    EXPECT_EQ(NameOf(0, flag::kUtf8, russian, {}, &Russian), russian);
+    EXPECT_EQ(NameOf(0, 0, name, UnicodePath(name, "x"), &Russian), "x");
+    const Header header{.name = name};
+    const FieldWriter archive = ArchiveOf(header, header);
+    const auto objection = [&](CodePage oem) {
+        return PacketObjection(base::MemorySource(archive.Written()), L"\u041F\u043E.mdb", &Upper, oem);
+    };
+    EXPECT_EQ(objection(&Russian), std::nullopt);
+    EXPECT_NE(objection(nullptr), std::nullopt) << "the reader writes another file";
 }
 
 FieldWriter WideSizes(std::uint64_t size) {
@@ -233,13 +266,6 @@ TEST(Zip, RefusesAPartOfAnArchiveInSeveralFiles) {
         part[archive.size() - kEndSize + field] ^= 2;
         EXPECT_THROW(Extracted(part), FormatError) << field;
     }
-}
-
-std::wstring Upper(std::wstring_view text) {
-    std::wstring upper(text);
-    for (wchar_t& character : upper)
-        character = static_cast<wchar_t>(std::towupper(static_cast<std::wint_t>(character)));
-    return upper;
 }
 
 TEST(Zip, AnArchiveOfAPacketHoldsNothingElse) {

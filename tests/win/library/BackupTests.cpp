@@ -125,6 +125,18 @@ TEST_F(Backups, AreRestoredIntoTheirReceiveFolderOnly) {
     EXPECT_THAT(temp.Files(L"elsewhere"), IsEmpty());
 }
 
+TEST_F(Backups, AReceiveFolderMayEndInASeparator) {
+    remote->put_LocalReceiveFolder(In(temp / L"in\\"));
+    TakeBackup();
+    temp.File(L"in\\sub\\2.mdb");
+    EXPECT_EQ(Receive(L"sub"), 1);
+    EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"Backup\\1.mdb", L"Backup\\sub\\2.mdb"));
+    EXPECT_TRUE(Restore(L"1"));
+    backups->Reset();
+    EXPECT_TRUE(Restore(L"2"));
+    EXPECT_THAT(temp.Files(L"in"), ElementsAre(L"1.mdb", L"sub\\2.mdb"));
+}
+
 TEST_F(Backups, AFileOutsideTheReceiveFolderStays) {
     temp.File(L"in\\1.mdb");
     for (const wchar_t* folder : {L"i", L"a folder with a longer path than the file"}) {

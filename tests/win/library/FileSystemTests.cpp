@@ -6,6 +6,7 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/FolderTree.h"
+#include "base/OemText.h"
 #include "base/RollBack.h"
 #include "base/WriteBlock.h"
 #include "tests/win/support/Library.h"
@@ -132,6 +133,16 @@ TEST_F(Files, AFolderOfWhichTheSystemTellsNothingIsNoEmptyOne) {
     std::vector<std::wstring> unlisted;
     base::FilesBelow(unknown, [&](const std::wstring& subFolder, auto&) { unlisted.push_back(subFolder); });
     EXPECT_THAT(unlisted, ElementsAre(L""));
+}
+
+TEST(OemText, IsReadAsTheSystemDoes) {
+    for (int code = 0x80; code < 0x100; ++code) {
+        const char text[] = {static_cast<char>(code)};
+        wchar_t expected = 0;
+        OemToCharBuffW(text, &expected, 1);
+        EXPECT_EQ(base::FromOemCodePage({text, 1}), std::wstring(1, expected)) << code;
+    }
+    EXPECT_EQ(base::FromOemCodePage(""), L"");
 }
 
 }  // namespace

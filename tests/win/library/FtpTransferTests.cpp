@@ -65,6 +65,23 @@ TEST_F(FtpTransferTest, ReceiveMovesFilesAndSubFoldersInTheServersSpelling) {
               L"range 0-1|message 0 Move b.mdb|0|");
 }
 
+TEST_F(FtpTransferTest, ReceiveTakesTheFoldersOfALocalPathForThoseOfTheServer) {
+    server.folders.insert({"/out/A", "/out/A/B"});
+    server.files["/out/A/B/x.mdb"] = "1";
+    EXPECT_TRUE(Receive(L"A\\b"));
+    EXPECT_THAT(temp.Files(L"receive"), ElementsAre(L"A\\b\\x.mdb"));
+    EXPECT_EQ(server.currentFolder, "/");
+}
+
+TEST_F(FtpTransferTest, FilesOfFolderTestsAreNoPackets) {
+    temp.File(L"send\\sub\\RWD_TestFile.txt");
+    server.files = {{"/out/TestFtpConnection.txt", ""}, {"/out/rwd_testfile.TXT", ""}};
+    EXPECT_TRUE(Send() && Receive());
+    EXPECT_THAT(server.files, SizeIs(2));
+    EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out")) << "nothing is to be sent";
+    EXPECT_THAT(temp.Files(), ElementsAre(L"send\\sub\\RWD_TestFile.txt"));
+}
+
 TEST_F(FtpTransferTest, ReceiveFindsNothingInAMissingOrEmptyFolder) {
     EXPECT_TRUE(Receive(L"missing"));
     EXPECT_TRUE(Receive()) << "empty";
@@ -135,7 +152,8 @@ TEST_F(FtpTransferTest, APartOfAPacketDoesNotStayOnTheServer) {
     EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "con") << "the server refused to delete it";
     EXPECT_EQ(leftOf("con", ERROR_INTERNET_CONNECTION_ABORTED), "");
     for (const char* reply :
-         {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full"})
+         {"451 Failure writing to local file.\r\n", "150 Ok to send data.\r\n552 Disk full",
+          "150 Ok.\r\n550 Failed to write", "125 Go.\r\n551 Aborted", "150 Ok.\r\n426 Cut\r\n226 Closed"})
         EXPECT_EQ(leftOf("con", kReply, reply), "") << reply;
     EXPECT_EQ(leftOf("old and whole", kReply, "452 Disk full"), "old and whole");
     for (const char* reply : {"550 Overwrite permission denied\r\n", "553 No", "450 The file is busy",

@@ -287,13 +287,14 @@ TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
 TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     transporter->put_BackupEnabled(VARIANT_TRUE);
     temp.File(L"field\\receive\\4712~1.xml", "packet");
+    com::As<IZNSenderReceiver>(remote.Get())->put_LocalReceiveFolder(In(temp / L"field\\receive\\"));
     Ask<std::wstring>(&_Packet::Deliver, Received().at(0), temp / L"inbox");
     transporter->put_BackupEnabled(VARIANT_FALSE);
     EXPECT_EQ(Backups(), L"4712 ");
     EXPECT_EQ(transporter->RestoreBackup(In(L"4712")), S_OK);
     EXPECT_EQ(temp.Content(L"field\\receive\\4712~1.xml"), "packet");
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
-                HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\Backup."));
+                HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), E_INVALIDARG);

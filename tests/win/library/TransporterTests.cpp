@@ -198,7 +198,7 @@ TEST_F(Transporter, AMovedPacketThatCannotLeaveItsPlaceIsTold) {
 }
 
 TEST_F(Transporter, NamesThatTheTransportUsesItselfAreNoPacketNames) {
-    for (const std::wstring name : {L"rwd_testfile.TXT", L"~12-345.arriving"}) {
+    for (const std::wstring name : {L"rwd_testfile.TXT", L"TestFTPConnection.txt", L"~12-345.arriving"}) {
         EXPECT_FALSE(Add(temp.File(name, "packet")));
         EXPECT_THAT(framework.TakeLog(),
                     ElementsAre(AllOf(Reported(kMember + L"Add"), Tells(L"T:\\" + name))));

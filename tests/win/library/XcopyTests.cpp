@@ -1,5 +1,5 @@
 // The folder-copy sender/receiver over real folders.
-#include <set>
+#include <filesystem>
 
 #include "base/Text.h"
 #include "sendrecv/clsXCOPYSndRcv.h"
@@ -165,6 +165,35 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }
 
+TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsPassedOver) {
+    BeMobile();
+    for (const wchar_t* name : {L"out\\a.mdb", L"out\\b.mdb", L"out\\c.mdb"})
+        temp.File(name);
+    const auto take = [&] { DeleteFileW((temp / (L"out\\" + *temp.Files(L"out").begin())).c_str()); };
+    progress->onPosition = [&] {
+        if (progress->position == 1) take();
+    };
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(2));
+    EXPECT_THAT(temp.Files(L"out"), IsEmpty());
+    temp.File(L"out\\a.mdb");
+    temp.File(L"out\\b.mdb");
+    progress->onPosition = [&] { std::filesystem::remove_all(temp / L"out"); };
+    EXPECT_FALSE(Send()) << "the whole folder is gone, as a disk that is pulled out";
+    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+}
+
+TEST_F(Xcopy, FilesOfFolderTestsAreNoPackets) {
+    BeMobile();
+    for (const wchar_t* name : {L"share\\out\\rwd_testfile.TXT", L"share\\out\\TestFtpConnection.txt",
+                                L"out\\sub\\RWD_TestFile.txt"})
+        temp.File(name);
+    EXPECT_TRUE(Send() && Receive());
+    EXPECT_THAT(temp.Files(L"share\\out"), SizeIs(2));
+    EXPECT_THAT(temp.Files(L"out"), SizeIs(1));
+    EXPECT_THAT(temp.Files(L"in"), IsEmpty());
+}
+
 TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
     BeMobile();
     temp.File(L"out\\1\\a.mdb");
@@ -183,31 +212,36 @@ TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
     EXPECT_THAT(framework.TakeLog(), Contains(Reported(kSend, kFailed)));
 }
 
-TEST_F(Xcopy, OfNamesThatDifferOnlyInCaseTheSecondStays) {
+TEST_F(Xcopy, NamesThatDifferOnlyInCaseStay) {
     const std::wstring volume = L"Z:\\dev\\shm";
     if (!FileSystem::FolderExists(volume)) GTEST_SKIP() << "needs a file system that tells them apart";
     const TempFolder share(volume);
     const auto exactly = [&](const wchar_t* name) { return L"\\\\?\\unix" + (share / name).substr(2); };
     share.File(L"A.mdb", "upper");
     share.File(L"sub\\b.mdb");
+    share.File(L"other.mdb");
     CloseHandle(CreateFileW(exactly(L"a.mdb").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     ASSERT_TRUE(CreateDirectoryW(exactly(L"SUB").c_str(), nullptr));
     BeMobile();
     SendFrom(share.Path());
-    EXPECT_TRUE(Send());
-    const std::set<std::wstring> left = share.Files();
-    ASSERT_FALSE(left.empty()) << "one replaced the other";
-    EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(3 - left.size()));
-    const std::wstring name = *left.begin();
-    EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), name == L"a.mdb" ? "upper" : "") << "the first one arrived";
-    EXPECT_THAT(
-        framework.TakeLog(),
-        AllOf(SizeIs(2),
-              Contains(Reported(
-                  kMove, L"The folder " + share.Path() + L" holds the name " + name +
-                             L" and another one that differs only in the case of letters. Both would "
-                             L"be one name in the folder T:\\share\\in. It stays; rename or remove it."))))
-        << "the folder, too";
+    Init({{L"RemoteReceiveFolder", share.Path()}});
+    const auto stay = [&](bool isMoved, const std::wstring& from, const std::wstring& to) {
+        EXPECT_TRUE(isMoved);
+        EXPECT_THAT(share.Files(), ElementsAre(L"A.mdb", L"a.mdb", L"sub\\b.mdb"));
+        EXPECT_EQ(share.Content(L"A.mdb") + share.Content(L"a.mdb"), "upper");
+        const auto reported = [&](const std::wstring& name) {
+            return Reported(kMove, L"The folder " + from + L" holds the name " + name +
+                                       L" and another one that differs only in the case of letters. Both "
+                                       L"would be one name in the folder T:\\" +
+                                       to + L". Both stay; rename or remove one of them.");
+        };
+        EXPECT_THAT(framework.TakeLog(), UnorderedElementsAre(reported(L"A.mdb"), reported(L"a.mdb"),
+                                                              reported(L"sub"), reported(L"SUB")));
+    };
+    stay(Send(), share.Path(), L"share\\in");
+    EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"other.mdb"));
+    stay(Send(), share.Path(), L"share\\in");
+    stay(Receive(), share / L"", L"in\\");
 }
 
 TEST_F(Xcopy, CancelStopsAfterTheCurrentFile) {

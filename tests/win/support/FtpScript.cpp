@@ -53,6 +53,7 @@ HINTERNET NewHandle() {
 }
 
 std::string PathOf(const std::string& name) {
+    EXPECT_EQ(name.find('\\'), name.npos) << "a character like any other there";
     const std::string& current = g_script->currentFolder;
     std::string path(name.starts_with("/") || current == "/" ? "" : current);
     if (!name.starts_with("/")) path.append("/");

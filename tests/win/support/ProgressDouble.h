@@ -1,6 +1,7 @@
 // A progress object that writes down what it is told and can ask to stop.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "com/Object.h"
@@ -22,6 +23,7 @@ public:
     STDMETHODIMP put_StatusText(BSTR Text) override { return Note(L"status " + com::Text(Text) + L"|"); }
     STDMETHODIMP put_Position(LONG Value) override {
         position = Value;
+        onPosition();
         return Note(std::to_wstring(Value) + L"|");
     }
     STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override {
@@ -31,6 +33,7 @@ public:
     std::wstring transcript;
     LONG position = 0;
     LONG cancelAt = -1;  ///< position from which on the user wants to stop
+    std::function<void()> onPosition = [] {};
 
 private:
     HRESULT Note(const std::wstring& text) {
