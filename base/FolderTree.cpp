@@ -16,7 +16,7 @@ namespace {
 
 /// Lists a folder and those below it, each once, and hands each listing over; none when it does not exist.
 template <class Take>
-void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlisted& unlisted,
+void Walk(const std::wstring& folder, const std::wstring& subFolder, Links links, const Unlisted& unlisted,
           const Take& take) {
     FileSystem::Listing listing;
     const std::wstring path = Path::Join(folder, subFolder);
@@ -28,9 +28,12 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, const Unlis
         unlisted(subFolder, error.failure().description);
     }
     take(subFolder, listing.files);
-    for (const std::wstring& name : listing.folders)
-        if (!FileSystem::IsLink(Path::Join(path, name)))
-            Walk(folder, Path::Join(subFolder, name), unlisted, take);
+    for (const std::wstring& name : listing.folders) {
+        const bool isLink = FileSystem::IsLink(Path::Join(path, name));
+        if (isLink && links == Links::Left) continue;
+        // One in another one could lead back to where it began.
+        Walk(folder, Path::Join(subFolder, name), isLink ? Links::Left : links, unlisted, take);
+    }
 }
 
 }  // namespace
@@ -41,9 +44,10 @@ bool LiesIn(const std::wstring& folder, const std::wstring& path) {
     return Upper(Path::WithSeparator(path)).starts_with(Upper(Path::WithSeparator(folder)));
 }
 
-std::vector<std::wstring> SubFolders(const std::wstring& folder) {
+std::vector<std::wstring> SubFolders(const std::wstring& folder, Links links) {
     std::vector<std::wstring> all;
-    Walk(folder, L"", {}, [&](const std::wstring& subFolder, const auto&) { all.push_back(subFolder); });
+    Walk(folder, L"", links, {},
+         [&](const std::wstring& subFolder, const auto&) { all.push_back(subFolder); });
     return all;
 }
 
@@ -58,9 +62,9 @@ std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& su
 
 std::vector<TreeFile> FilesBelow(const std::wstring& folder) { return FilesBelow(folder, {}); }
 
-std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted) {
+std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted, Links links) {
     std::vector<TreeFile> all;
-    Walk(folder, L"", unlisted, [&](const std::wstring& subFolder, const auto& files) {
+    Walk(folder, L"", links, unlisted, [&](const std::wstring& subFolder, const auto& files) {
         for (const FileSystem::FileEntry& file : files)
             all.push_back({subFolder, file.name, file.size, file.lastWrite});
     });

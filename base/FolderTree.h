@@ -28,15 +28,20 @@ bool LiesIn(const std::wstring& folder, const std::wstring& path);
 /// Told of a folder, by its relative path, that cannot be listed, and of why.
 using Unlisted = std::function<void(const std::wstring& subFolder, const std::wstring& reason)>;
 
-/// The folder itself ("") and all folders below it, relative to it; none when it does not exist. Links are
-/// not followed: what they lead to belongs elsewhere. Throws a failure.
-std::vector<std::wstring> SubFolders(const std::wstring& folder);
+/// What becomes of links to folders. What they lead to belongs elsewhere, as a rule; what is received through
+/// one into another place is a packet all the same. One within another one is left.
+enum class Links { Left, Followed };
+
+/// The folder itself ("") and all folders below it, relative to it; none when it does not exist. Throws a
+/// failure.
+std::vector<std::wstring> SubFolders(const std::wstring& folder, Links links = Links::Left);
 /// All files directly in folder\subFolder; none when that does not exist. Throws a failure.
 std::vector<TreeFile> FilesIn(const std::wstring& folder, const std::wstring& subFolder);
 /// All files in a folder and below it; none when it does not exist. Throws a failure.
 std::vector<TreeFile> FilesBelow(const std::wstring& folder);
 /// The same, where a folder that cannot be listed leaves the others.
-std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted);
+std::vector<TreeFile> FilesBelow(const std::wstring& folder, const Unlisted& unlisted,
+                                 Links links = Links::Left);
 
 /// What the files of a folder and below it were at a moment.
 class TreeSnapshot {

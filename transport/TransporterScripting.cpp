@@ -104,12 +104,13 @@ void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
 
 /// All packets in a folder and below it. A folder below that cannot be listed is reported and leaves the
 /// others.
-std::vector<base::TreeFile> PacketsBelow(const std::wstring& folder, const Procedure& member) {
+std::vector<base::TreeFile> PacketsBelow(const std::wstring& folder, const Procedure& member,
+                                         base::Links links = base::Links::Left) {
     const auto report = [&](const std::wstring& subFolder, const std::wstring& reason) {
         if (subFolder.empty()) throw base::Error(E_FAIL, reason);
         member.Report(Lines(reason, L"Folder: " + Path::Join(folder, subFolder)));
     };
-    std::vector<base::TreeFile> files = base::FilesBelow(folder, report);
+    std::vector<base::TreeFile> files = base::FilesBelow(folder, report, links);
     std::erase_if(files, [](const base::TreeFile& file) { return FileSystem::IsArrival(file.name); });
     return files;
 }
@@ -271,7 +272,8 @@ ComPtr<_Collection> clsTransporter::ReceivedPackets() {
     DemandFolders();
     const std::wstring folder = LocalReceiveFolder();
     std::vector<std::pair<std::uint64_t, base::TreeFile>> found;
-    for (base::TreeFile& file : PacketsBelow(folder, Procedure(L"clsTransporter.cls.Received"))) {
+    for (base::TreeFile& file :
+         PacketsBelow(folder, Procedure(L"clsTransporter.cls.Received"), base::Links::Followed)) {
         const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath()));
         if (version && !IsBackupPath(file.RelativePath()))
             found.emplace_back(version->lastWrite, std::move(file));

@@ -44,7 +44,7 @@ std::vector<base::TreeFile> SendFiles(const Settings& settings) {
 }
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
-    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive);
+    std::vector<std::wstring> subFolders = base::SubFolders(settings.receive, base::Links::Followed);
     std::erase_if(subFolders, [](const std::wstring& subFolder) { return IsBackupPath(subFolder); });
     return subFolders;
 }

@@ -98,6 +98,14 @@ class CycleTest(HostTest):
         self.assert_run(self.field, 0, {})
         self.assertEqual(files_below(elsewhere).keys(), {"a.mdb"})
 
+    def test_what_is_received_through_a_link_is_delivered(self):
+        """As where large packets have a disk of their own."""
+        disk = self.scratch / "disk"
+        disk.mkdir()
+        (self.enterprise.receive / "big").symlink_to(disk, target_is_directory=True)
+        self.put(self.field, "big/a.mdb")
+        self.assert_next_cycle_delivers()
+
     def test_backups_of_the_receive_folder_are_no_packets(self):
         backup = self.enterprise.receive / "Backup" / "old.mdb"
         backup.parent.mkdir()
