@@ -3,6 +3,7 @@ import os
 import re
 import shutil
 import subprocess
+import sys
 
 import dav
 import support
@@ -52,9 +53,9 @@ class ScriptTest(ScratchTest):
         return files_below(folder)
 
     def assert_exchange(self, run_cycle, share):
-        """One run sends all of the outbox, and delivers what the other side has sent."""
+        """One run sends all of the outbox, and delivers what the other side has sent, also what no code page can name."""
         sent = self.put(self.outbox, "a.mdb", "SUB/b.xml")
-        received = self.put(share / "to-field", "c.mdb", "SUB/d.xml")
+        received = self.put(share / "to-field", "c.mdb", "\u03a9\u65e5.mdb", "SUB/d.xml")
         run_cycle()
         self.assertEqual(files_below(share / "to-enterprise"), sent)
         self.assertEqual(files_below(self.field), {f"inbox/{name}": digest for name, digest in received.items()})
@@ -81,6 +82,27 @@ class ScriptTest(ScratchTest):
                 self.assert_example(lambda *arguments: self.script(EXAMPLES / name, *arguments))
             shutil.rmtree(self.field)
             shutil.rmtree(self.scratch / "share")
+
+    def test_the_example_in_vbscript_tells_why_nothing_is_received(self):
+        self.outbox.mkdir(parents=True)
+        example = self.scratch / "exchange.vbs"
+        example.write_text((EXAMPLES / example.name).read_text().replace(
+            "transport.SendReceive : Tell", 'Set transport = CreateObject("znTransporter.clsTransporter")'))
+        lines = self.script(example, 1, self.field, self.scratch / "share")
+        self.assertRegex("\n".join(lines), r"^There is no sender/receiver\..*$")
+
+    def test_the_example_in_python_goes_on_after_a_name_that_the_code_page_lacks(self):
+        library = self.scratch / "comtypes"
+        library.mkdir()
+        (library / "__init__.py").write_text("class COMError(Exception): pass")
+        (library / "client.py").write_text(r"""
+from unittest.mock import Mock
+def CreateObject(_):
+    return Mock(Received=[Mock(**{"Deliver.return_value": name}) for name in ("\u03a9.mdb", "c.mdb")])
+""")
+        done = subprocess.run([sys.executable, EXAMPLES / "exchange.py", "home", "share"], capture_output=True, check=False,
+                              env={**os.environ, "PYTHONPATH": str(self.scratch), "PYTHONIOENCODING": "cp1252"})
+        self.assertEqual((done.returncode, done.stdout.split()), (0, [rb"\u03a9.mdb", b"c.mdb"]), done)
 
     def test_the_example_in_vbscript_is_short(self):
         self.assertLess(len((EXAMPLES / "exchange.vbs").read_text().splitlines()), 25)
