@@ -35,7 +35,7 @@ function(zn_add_classes DLL)
   file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/classes ${ZN_RELEASE_DIR})
   add_custom_command(
     OUTPUT ${table} ${manifest} ${registration}
-    COMMAND Python3::Interpreter ${script} --name ${DLL} --version ${PROJECT_VERSION}.0
+    COMMAND Python3::Interpreter ${script} --name ${DLL} --version ${ZN_ASSEMBLY_VERSION}
             --architecture ${ZN_ASSEMBLY_ARCHITECTURE} --table ${table} --template ${template}
             --manifest ${manifest} --registration ${registration} --event-source ${CLASSES_EVENT_SOURCES} -- ${idl}
     DEPENDS ${script} ${template} ${idl}

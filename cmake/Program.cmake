@@ -31,7 +31,7 @@ function(zn_add_program_manifest TARGET NUMBER)
   set(PROGRAM_ASSEMBLIES "")
   foreach(assembly ${ARGN})
     string(APPEND PROGRAM_ASSEMBLIES "  <dependency>\n    <dependentAssembly>\n"
-           "      <assemblyIdentity type=\"win32\" name=\"${assembly}\" version=\"${PROJECT_VERSION}.0\""
+           "      <assemblyIdentity type=\"win32\" name=\"${assembly}\" version=\"${ZN_ASSEMBLY_VERSION}\""
            " processorArchitecture=\"${ZN_ASSEMBLY_ARCHITECTURE}\"/>\n"
            "    </dependentAssembly>\n  </dependency>\n")
   endforeach()

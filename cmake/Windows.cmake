@@ -9,6 +9,10 @@ set(ZN_PROBE_DIR ${PROJECT_BINARY_DIR}/probe/bin)
 set(ZN_SYMBOLS_DIR ${PROJECT_BINARY_DIR}/symbols)
 # What is said of them to who packs them: registration, and what was linked in.
 set(ZN_RELEASE_DIR ${PROJECT_BINARY_DIR}/release)
+# The version of the side-by-side assemblies, which hosts without registration have in their manifests. Windows takes a
+# private assembly of no other version, so that each of them would fail to start beside a new one: this is not the
+# release, and changes only when what a host was made for does not work any more.
+set(ZN_ASSEMBLY_VERSION 1.0.0.0)
 # What widl makes of the interface definitions, for hosts, too.
 set(ZN_GENERATED_DIR ${PROJECT_BINARY_DIR}/include)
 

@@ -6,6 +6,8 @@ import comtypes.client
 
 home, share = sys.argv[1:]
 failures = []
+if sys.stdout:  # Redirected, it has the characters of the code page alone, and paths may hold others.
+    sys.stdout.reconfigure(errors="backslashreplace")
 
 
 @contextlib.contextmanager

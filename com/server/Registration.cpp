@@ -5,10 +5,10 @@
 
 #include <array>
 
-#include "base/Handle.h"
 #include "base/Module.h"
 #include "base/SystemError.h"
 #include "com/ErrorInfo.h"
+#include "com/RegisteredServer.h"
 #include "com/Result.h"
 #include "com/Values.h"
 #include "com/server/ServerModule.h"
@@ -33,13 +33,6 @@ constexpr SYSKIND kSystem = SYS_WIN32;
 constexpr auto kPlatform = L"win32";
 constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
 #endif
-
-struct RegistryKeyTraits {
-    using Value = HKEY;
-    static Value None() noexcept { return nullptr; }
-    static void Close(Value key) noexcept { RegCloseKey(key); }
-};
-using RegistryKey = base::UniqueHandle<RegistryKeyTraits>;
 
 class Key {
 public:
@@ -69,8 +62,6 @@ HKEY Hive(RegistrationScope scope) {
     return scope == RegistrationScope::Machine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
 }
 
-std::wstring ClassPath(const ClassEntry& entry) { return L"Software\\Classes\\CLSID\\" + Text(entry.clsid); }
-std::wstring ServerPath(const ClassEntry& entry) { return ClassPath(entry) + L"\\InprocServer32"; }
 std::wstring ProgIdPath(const ClassEntry& entry) {
     return std::wstring(L"Software\\Classes\\") + entry.progId;
 }
@@ -80,17 +71,7 @@ std::wstring EventSourcePath(const wchar_t* source) {
 
 /// The DLL that serves a class to programs of the other bitness; empty when there is none.
 std::wstring OtherServer(HKEY hive, const ClassEntry& entry) {
-    constexpr size_t kLongestPath = 32767;
-    std::wstring path(kLongestPath, L'\0');
-    auto size = static_cast<DWORD>(path.size() * sizeof(wchar_t));
-    RegistryKey key;
-    if (RegOpenKeyExW(hive, ServerPath(entry).c_str(), 0, KEY_READ | kOtherView, key.Put()) !=
-            ERROR_SUCCESS ||
-        RegGetValueW(key.Get(), nullptr, nullptr, RRF_RT_REG_SZ, nullptr, path.data(), &size) !=
-            ERROR_SUCCESS)
-        return {};
-    path.resize(size / sizeof(wchar_t) - 1);
-    return path;
+    return RegisteredServer(hive, entry.clsid, kOtherView);
 }
 
 ComPtr<ITypeLib> TypeLibrary(const std::wstring& path) {
@@ -125,15 +106,15 @@ std::wstring VersionOf(const TypeLibraryId& id) {
 }
 
 void RegisterClass(HKEY hive, const ClassEntry& entry) {
-    const Key classKey(hive, ClassPath(entry));
+    const Key classKey(hive, ClassPath(entry.clsid));
     classKey.Set(nullptr, entry.progId);
-    const Key server(hive, ServerPath(entry));
+    const Key server(hive, ServerPath(entry.clsid));
     server.Set(nullptr, base::ModulePath());
     server.Set(L"ThreadingModel", L"Apartment");
-    Key(hive, ClassPath(entry) + L"\\ProgID").Set(nullptr, entry.progId);
+    Key(hive, ClassPath(entry.clsid) + L"\\ProgID").Set(nullptr, entry.progId);
     const TypeLibraryId library = IdOf(TypeLibrary(TypeLibraryPath(entry.typeLibrary)).Get());
-    Key(hive, ClassPath(entry) + L"\\TypeLib").Set(nullptr, Text(library.guid));
-    Key(hive, ClassPath(entry) + L"\\Version").Set(nullptr, VersionOf(library));
+    Key(hive, ClassPath(entry.clsid) + L"\\TypeLib").Set(nullptr, Text(library.guid));
+    Key(hive, ClassPath(entry.clsid) + L"\\Version").Set(nullptr, VersionOf(library));
     Key(hive, ProgIdPath(entry)).Set(nullptr, entry.progId);
     Key(hive, ProgIdPath(entry) + L"\\CLSID").Set(nullptr, Text(entry.clsid));
 }
@@ -199,7 +180,7 @@ HRESULT UnregisterTypeLibrary(RegistrationScope scope, unsigned number) {
 
 HRESULT UnregisterClass(HKEY hive, const ClassEntry& entry) {
     FirstFailure failure;
-    failure.Note(DeleteTree(hive, ClassPath(entry)));
+    failure.Note(DeleteTree(hive, ClassPath(entry.clsid)));
     if (OtherServer(hive, entry).empty()) failure.Note(DeleteTree(hive, ProgIdPath(entry)));
     return failure.Result();
 }

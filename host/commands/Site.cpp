@@ -38,20 +38,33 @@ void Take(const FtpSite& site, Settings& settings) {
     FieldToEnterprise(settings) = site.fieldToEnterprise;
 }
 
-/// Writes the settings, or returns why that is refused.
-std::wstring WhyNotWritten(const Settings& settings) try {
-    WriteFtpSettings(settings);
-    return {};
-} catch (const SettingsError& error) {
-    return error.Text();
-} catch (const base::Error& error) {
-    return L"The settings cannot be written. " + error.failure().description;
-}
+Settings ReadForDialog(const std::wstring& file) { return ReadSettings(file, {&CheckFtp, &CheckLogFile}); }
 
 /// Whoever sits before a dialog may not see the console.
 void Show(const std::wstring& problem) {
     Console::ErrorLine(L"znhost: " + problem);
     MessageBoxW(nullptr, problem.c_str(), L"znhost settings", MB_ICONWARNING | MB_SETFOREGROUND);
+}
+
+/// Writes a site into the settings that it was edited from; false when that is refused. What the settings
+/// file refuses goes back into the dialog: only the user may give up what was typed. What somebody else has
+/// written meanwhile takes its place: it would become the older state again.
+bool Write(FtpSite& site, Settings& settings) try {
+    Settings edited = settings;
+    Take(site, edited);
+    WriteFtpSettings(edited, settings);
+    return true;
+} catch (const SettingsChanged& change) {
+    Show(change.Text());
+    settings = ReadForDialog(settings.file);
+    site = SiteOf(settings);
+    return false;
+} catch (const SettingsError& error) {
+    Show(error.Text());
+    return false;
+} catch (const base::Error& error) {
+    Show(L"The settings cannot be written. " + error.failure().description);
+    return false;
 }
 
 int VerifyFtp(Session& session) {
@@ -106,14 +119,13 @@ int commands::Release(const Options& options) {
 }
 
 int commands::EditSettings(const Options& options) {
-    Settings settings = ReadSettings(options.AbsolutePath(), {&CheckFtp, &CheckLogFile});
+    Settings settings = ReadForDialog(options.AbsolutePath());
     // Whoever asks for a dialog is there to see it.
     settings.userInterface = true;
     const ComApartment apartment;
     Session session(settings);
     FtpSite site = SiteOf(settings);
-    // What the settings file refuses goes back into the dialog: only the user may give up what was typed.
-    for (;;) {
+    do {
         const ZNDialogEnd end = session.EditSite(site);
         if (end == ZN_DIALOG_FAILED)
             throw base::Error(E_FAIL, L"The dialog failed, or could not be shown: " +
@@ -123,11 +135,7 @@ int commands::EditSettings(const Options& options) {
             Console::Line(L"Cancelled. The settings stay as they were in " + settings.file);
             return kAllDelivered;
         }
-        Take(site, settings);
-        const std::wstring problem = WhyNotWritten(settings);
-        if (problem.empty()) break;
-        Show(problem);
-    }
+    } while (!Write(site, settings));
     Console::Line(L"The settings are in " + settings.file);
     return kAllDelivered;
 }

@@ -7,10 +7,12 @@
 #include "base/FileSystem.h"
 #include "base/FolderTree.h"
 #include "base/Handle.h"
+#include "base/Module.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "com/ComApartment.h"
+#include "com/RegisteredServer.h"
 #include "host/console/Table.h"
 #include "host/cycle/AwaitedForms.h"
 #include "host/cycle/KeptBackups.h"
@@ -19,6 +21,7 @@
 #include "host/doctor/Examination.h"
 #include "host/session/Components.h"
 #include "host/settings/SideFolders.h"
+#include "znFramework.h"
 #include "znTransporter.h"
 
 namespace {
@@ -95,6 +98,29 @@ Finding ExamineLibraries(const Settings& settings) try {
                L"Unpack the whole product again, of one version and bitness.");
 }
 
+/// A class of each library, registered with all of its others.
+struct Library {
+    const wchar_t* name;
+    const CLSID& ofClass;
+};
+constexpr Library kLibraries[] = {{L"znTransporter.dll", __uuidof(clsTransporter)},
+                                  {L"znFramework.dll", __uuidof(ZNApplicationContext)}};
+
+/// One for the user wins over that for the machine, and no installer takes it back.
+void ExamineRegistration(const Library& library, Findings& findings) {
+    const std::wstring user = com::RegisteredServer(HKEY_CURRENT_USER, library.ofClass);
+    const std::wstring machine = com::RegisteredServer(HKEY_LOCAL_MACHINE, library.ofClass);
+    const bool isHidden = !machine.empty() && !base::EqualsIgnoringCase(user, machine);
+    const bool isMissing = !FileSystem::FileExists(user);
+    if (user.empty() || !(isMissing || isHidden)) return;
+    findings.push_back(
+        Bad(L"libraries",
+            std::wstring(library.name) + L" is registered for this user as " + user +
+                (isMissing ? L", which is missing" : L", for the machine as " + machine),
+            L"Take the former back, which other hosts of this user get: regsvr32 /u /n /i:user \"" +
+                Path::Join(Path::ParentFolder(base::ProgramPath()), library.name) + L"\""));
+}
+
 }  // namespace
 
 void ExaminePrograms(const Settings& settings, Findings& findings) {
@@ -112,4 +138,6 @@ void ExaminePrograms(const Settings& settings, Findings& findings) {
         ExamineOtherReferences(settings, findings);
     }
     findings.push_back(ExamineLibraries(settings));
+    for (const Library& library : kLibraries)
+        ExamineRegistration(library, findings);
 }

@@ -410,6 +410,20 @@ std::wstring StoredPassword(const std::wstring& before, const Password& password
     return ProtectedText::Protect(password.plain, revealed->readers);
 }
 
+constexpr const Setting& kFtpPassword = SettingOf<&Settings::ftpPassword>();
+/// What is edited of an FTP site beside its password.
+constexpr const Setting* kFtpSite[] = {&SettingOf<&Settings::remoteSend>(),
+                                       &SettingOf<&Settings::remoteReceive>(),
+                                       &SettingOf<&Settings::ftpServer>(), &SettingOf<&Settings::ftpUser>()};
+
+/// Whether two states of a file mean the same FTP site; the role tells which folder is which.
+bool HaveSameSite(const Settings& one, const Settings& other) {
+    return one.role == other.role && one.transport == other.transport &&
+           one.ftpPassword.plain == other.ftpPassword.plain &&
+           std::ranges::all_of(
+               kFtpSite, [&](const Setting* setting) { return setting->text(one) == setting->text(other); });
+}
+
 void SetContent(base::File& file, const std::string& text) {
     // In one step with empty lines over what is longer: a process that ends here leaves no old ones behind
     // the text.
@@ -485,14 +499,16 @@ void WritePassword(const std::wstring& file, const Setting& setting, const std::
     Overwrite(file, before, text);
 }
 
-void WriteFtpSettings(const Settings& settings) {
+void WriteFtpSettings(const Settings& settings, const Settings& began) {
     const std::string before = SettingsText(settings.file);
+    if (!HaveSameSite(Reader(settings.file, before).Read(), began))
+        throw SettingsChanged({settings.file + L": the FTP settings were changed while the dialog was open, "
+                                               L"and stay so. It now shows them: change them there again."});
     std::string text = before;
-    for (const Setting& setting : {SettingOf<&Settings::remoteSend>(), SettingOf<&Settings::remoteReceive>(),
-                                   SettingOf<&Settings::ftpServer>(), SettingOf<&Settings::ftpUser>()})
-        Set(text, settings.file, setting, FileValue(setting.text(settings)));
-    constexpr const Setting& kPassword = SettingOf<&Settings::ftpPassword>();
-    Set(text, settings.file, kPassword, StoredPassword(ValueIn(before, kPassword), settings.ftpPassword));
+    for (const Setting* const setting : kFtpSite)
+        Set(text, settings.file, *setting, FileValue(setting->text(settings)));
+    Set(text, settings.file, kFtpPassword,
+        StoredPassword(ValueIn(before, kFtpPassword), settings.ftpPassword));
     Reader(settings.file, text).Read();
     Overwrite(settings.file, before, text);
 }

@@ -25,7 +25,13 @@ std::wstring CommandOfPassword(const std::wstring& file);
 /// Throws base::Error, and SettingsError when the file cannot be read; then it stays as it is.
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored);
 
+/// The file does not say any more what an editor began with.
+class SettingsChanged : public SettingsError {
+public:
+    using SettingsError::SettingsError;
+};
 /// Writes the FTP server, its login and the remote folders into the settings' file, the password enciphered
-/// as it was before; comments and other settings stay. Throws base::Error, and SettingsError when the file
-/// could not be read again; then it stays as it is.
-void WriteFtpSettings(const Settings& settings);
+/// as it was before; comments and other settings stay. began: what the file said when these were edited;
+/// throws SettingsChanged when it says something else of them now. Throws base::Error, and SettingsError when
+/// the file could not be read again. Then it stays as it is.
+void WriteFtpSettings(const Settings& settings, const Settings& began);

@@ -1,5 +1,6 @@
 """Packets through real FTP servers, and what goes wrong with those."""
 import os
+import re
 import signal
 import socket
 import subprocess
@@ -180,10 +181,15 @@ class SiteTest(FtpHostTest):
         self.field.change("transport", "folder")
         self.assertIn("this command needs transport = ftp", self.verify(2).errors)
 
-    def edit_settings(self, *rounds):
-        """What the host says, and the file that it leaves, when a user answers its dialog."""
+    def edit_settings(self, *rounds, meanwhile=()):
+        """What the host says, and the file that it leaves, when a user answers its dialog. meanwhile: key and value that
+        somebody else writes while the dialog is open."""
         process = start("settings", self.field.settings)
-        answered = run(*rounds, program=support.BIN.parent / "tests" / "apply_settings.exe")
+        user = support.BIN.parent / "tests" / "apply_settings.exe"
+        if meanwhile:
+            self.assert_ends(0, "look", program=user)
+            self.field.change(*meanwhile)
+        answered = run(*rounds, program=user)
         outcome = finish(process)
         self.assertEqual((answered.code, outcome.code), (0, 0), outcome)
         return outcome, self.field.settings.read_text(encoding="utf-8")
@@ -214,6 +220,17 @@ class SiteTest(FtpHostTest):
         self.assertEqual(self.edit_settings("0=ftp.example")[1],
                          after.replace(f"server = {self.server.address}", "server = ftp.example"),
                          "blanks at the ends of values get lost")
+
+    def test_what_somebody_else_writes_meanwhile_comes_into_the_dialog(self):
+        password = re.search("(?m)^password = (.*)$", self.edit_settings("0=ftp.example")[1])[1]
+        self.field.change("password", "other")
+        for key, value, folder in (("server", "new.example", "remote_send"), ("password", password, "remote_send"),
+                                   ("role", "enterprise", "remote_receive")):
+            with self.subTest(key):
+                outcome, after = self.edit_settings("4=older", f"4={key}", meanwhile=(key, value))
+                self.assertIn("the FTP settings were changed while the dialog was open", outcome.errors)
+                self.assertRegex(after, f"(?m)^{key} = {value}\r?$")
+                self.assertRegex(after, f"(?m)^{folder} = {key}\r?$")
 
 
 class LocalTroubleTest(FtpHostTest):

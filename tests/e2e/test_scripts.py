@@ -1,13 +1,15 @@
 """Whole cycles by scripts, over a shared folder and through servers, and the examples that can run here."""
 import os
+import pathlib
 import re
 import shutil
 import subprocess
+import sys
 
 import dav
 import support
 from ftp import PASSWORD, Server
-from support import ROOT, ScratchTest, files_below, run, skip
+from support import ROOT, ScratchTest, files_below, run, skip, windows
 
 EXAMPLES = ROOT / "examples"
 SCRIPTS = ROOT / "tests" / "e2e" / "scripts"
@@ -82,6 +84,27 @@ class ScriptTest(ScratchTest):
             shutil.rmtree(self.field)
             shutil.rmtree(self.scratch / "share")
 
+    def test_the_example_in_vbscript_tells_why_nothing_is_received(self):
+        self.outbox.mkdir(parents=True)
+        example = self.scratch / "exchange.vbs"
+        example.write_text((EXAMPLES / example.name).read_text().replace(
+            "transport.SendReceive : Tell", 'Set transport = CreateObject("znTransporter.clsTransporter")'))
+        lines = self.script(example, 1, self.field, self.scratch / "share")
+        self.assertRegex("\n".join(lines), r"^There is no sender/receiver\..*$")
+
+    def test_the_example_in_python_goes_on_after_a_name_that_the_code_page_lacks(self):
+        library = self.scratch / "comtypes"
+        library.mkdir()
+        (library / "__init__.py").write_text("class COMError(Exception): pass")
+        (library / "client.py").write_text(r"""
+from unittest.mock import Mock
+def CreateObject(_):
+    return Mock(Received=[Mock(**{"Deliver.return_value": name}) for name in ("\u03a9.mdb", "c.mdb")])
+""")
+        done = subprocess.run([sys.executable, EXAMPLES / "exchange.py", "home", "share"], capture_output=True, check=False,
+                              env={**os.environ, "PYTHONPATH": str(self.scratch), "PYTHONIOENCODING": "cp1252"})
+        self.assertEqual((done.returncode, done.stdout.split()), (0, [rb"\u03a9.mdb", b"c.mdb"]), done)
+
     def test_the_example_in_vbscript_is_short(self):
         self.assertLess(len((EXAMPLES / "exchange.vbs").read_text().splitlines()), 25)
 
@@ -97,6 +120,25 @@ class ScriptTest(ScratchTest):
         subprocess.run([compiler, "-Wall", "-Werror", *options], cwd=self.scratch, check=True)
         self.assert_example(lambda code, *arguments: self.assert_ends(code, *arguments,
                                                                       program=self.scratch / "exchange.exe"))
+
+    def test_the_doctor_tells_of_a_registration_of_the_user_that_hides_that_of_the_machine(self):
+        # Wine keeps the type libraries of a user among those of the machine, and takes both back.
+        self.addCleanup(self.register, "/s")
+        self.addCleanup(self.register, "/s", "/u", "/n", "/i:user")
+        settings = support.make_pair(self.scratch / "pair") / "field.ini"
+        for name in ("znTransporter.dll", "znFramework.dll"):
+            with self.subTest(name):
+                library = pathlib.Path(shutil.copy(support.BIN / name, self.scratch))
+                self.assert_ends(0, "/s", "/n", "/i:user", library, program=self.system_program("regsvr32.exe"))
+                text = f"{name} is registered for this user as {windows(library)}"
+                found = self.assert_ends(1, "doctor", settings).output
+                self.assertIn(f"{text}, for the machine as {windows(support.BIN / name)}\n", found)
+                library.unlink()
+                found = self.assert_ends(1, "doctor", settings).output
+                self.assertIn(f"{text}, which is missing\n", found)
+                options, path = re.search('regsvr32 (.*) "(.*)"', found).groups()
+                self.assert_ends(0, "/s", *options.split(), path, program=self.system_program("regsvr32.exe"))
+                self.assert_ends(0, "doctor", settings)
 
     def assert_told(self, lines, result, positions):
         self.assertTrue(lines[0].startswith(result), lines)

@@ -1,6 +1,6 @@
 // apply_settings ROUND...: answers the FTP properties dialog of another program, for the end-to-end tests. In
 // each round it enters BOX=TEXT, asks for no test and applies; "cancel" cancels. A message box stands between
-// two rounds.
+// two rounds. "look" only waits for the dialog.
 #include <windows.h>
 
 #include <string>
@@ -58,10 +58,10 @@ bool Press(HWND dialog, int button) {
     return Ends(dialog);
 }
 
-/// round: "BOX=TEXT", with the number of a box, or "cancel".
+/// round: "BOX=TEXT", with the number of a box, "cancel" or "look".
 bool Answer(const std::wstring& round) {
     const HWND dialog = Await(L"FTP Properties");
-    if (!dialog) return false;
+    if (!dialog || round == L"look") return dialog;
     if (round == L"cancel") return Press(dialog, IDC_FTP_CANCEL);
     SendDlgItemMessageW(dialog, IDC_FTP_TEXT + round.front() - L'0', WM_SETTEXT, 0,
                         reinterpret_cast<LPARAM>(round.c_str() + 2));
