@@ -29,8 +29,9 @@ void HeardReports::Hear(std::wstring_view text) {
     HeardReports* const heard = ThisApartment().heardReports;
     if (!heard) return;
     heard->m_text.append(kCrLf).append(text);
-    if (heard->m_number == S_OK && com::RunningCall::HandlesFailure())
-        heard->m_number = base::CurrentFailure().number;
+    if (heard->m_number != S_OK || !com::RunningCall::HandlesFailure()) return;
+    const std::int32_t number = base::CurrentFailure().number;
+    if (number != kNoUserInterface) heard->m_number = number;
 }
 
 void Procedure::Report(std::wstring_view text, LONG eventType) const {

@@ -133,7 +133,7 @@ LONG ZNMsgBox(const std::wstring& Prompt, LONG Buttons, const std::wstring& Titl
               const std::wstring& HelpFile, LONG Context) {
     if (!UserInterfaceIsAllowed()) {
         throw base::Error(
-            base::Failure{-1,
+            base::Failure{kNoUserInterface,
                           L"modZNStartup.ZNMsgBox",
                           Lines(L"Attempted to raise a messagebox and a user interface is not supported.",
                                 L"Message: " + Prompt),

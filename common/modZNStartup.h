@@ -27,7 +27,10 @@ void ZNReportError(std::wstring Description);
 /// Whether the host allows windows; asked once per apartment, False when it cannot be found out.
 bool UserInterfaceIsAllowed();
 
-/// The platform's message box, in the user's reading direction. Returns the button pressed. Throws -1
-/// when the host allows no user interface, with the prompt in the description.
+/// The number of the failure to show a message box where the host allows no user interface.
+inline constexpr LONG kNoUserInterface = -1;
+
+/// The platform's message box, in the user's reading direction. Returns the button pressed. Throws
+/// kNoUserInterface, with the prompt in the description.
 LONG ZNMsgBox(const std::wstring& Prompt, LONG Buttons, const std::wstring& Title,
               const std::wstring& HelpFile = {}, LONG Context = 0);

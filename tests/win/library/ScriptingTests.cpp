@@ -150,7 +150,9 @@ TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     temp.File(L"share\\to enterprise", "no folder");
     Variant none;
     VARIANT_BOOL moved = VARIANT_TRUE;
-    EXPECT_THAT(Failure(transporter->SendReceive(none.Get(), none.Get(), &moved)),
+    const HRESULT result = transporter->SendReceive(none.Get(), none.Get(), &moved);
+    EXPECT_EQ(result, E_FAIL) << "not the number of a message box that nobody sees";
+    EXPECT_THAT(Failure(result),
                 StartsWith(kSource +
                            L"Not everything could be sent and received. What was not is where it was; the "
                            L"next SendReceive moves it.\r\n"));
