@@ -24,6 +24,9 @@ bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
 }
 
+/// What somebody copies into the folder now has no name yet, and what he tests it with gets none.
+bool IsPacket(const std::wstring& name) { return !FileSystem::IsArrival(name) && !IsFolderTestFile(name); }
+
 /// Whether a file can make room for another one. It stays until that is whole: it may be the only copy.
 bool CanBeReplaced(const std::wstring& path) {
     return base::Persistently(FileSystem::Extended(path), [&] {
@@ -109,7 +112,7 @@ std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std
     const InternetHandle search = m_connection.Find(L"*.*", found);
     if (search) {
         do
-            if (IsFolder(found) || !IsFolderTestFile(found.name)) files.push_back(found);
+            if (IsFolder(found) || IsPacket(found.name)) files.push_back(found);
         while (FtpConnection::FindNext(search, found));
     }
     const DWORD error = GetLastError();

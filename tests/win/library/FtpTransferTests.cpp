@@ -73,11 +73,12 @@ TEST_F(FtpTransferTest, ReceiveTakesTheFoldersOfALocalPathForThoseOfTheServer) {
     EXPECT_EQ(server.currentFolder, "/");
 }
 
-TEST_F(FtpTransferTest, FilesOfFolderTestsAreNoPackets) {
+TEST_F(FtpTransferTest, FilesOfFolderTestsAndWhatIsStillCopiedAreNoPackets) {
     temp.File(L"send\\sub\\RWD_TestFile.txt");
-    server.files = {{"/out/TestFtpConnection.txt", ""}, {"/out/rwd_testfile.TXT", ""}};
+    server.files = {
+        {"/out/TestFtpConnection.txt", ""}, {"/out/rwd_testfile.TXT", ""}, {"/out/~1-2.arriving", "a part"}};
     EXPECT_TRUE(Send() && Receive());
-    EXPECT_THAT(server.files, SizeIs(2));
+    EXPECT_THAT(server.files, SizeIs(3));
     EXPECT_THAT(server.folders, ElementsAre("/", "/in", "/out")) << "nothing is to be sent";
     EXPECT_THAT(temp.Files(), ElementsAre(L"send\\sub\\RWD_TestFile.txt"));
 }
