@@ -35,6 +35,17 @@ FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWO
     return handle;
 }
 
+/// The same as open(), once nobody holds the file for a moment.
+template <class Open>
+FileHandle OpenPersistently(const std::wstring& path, const Open& open) {
+    FileHandle handle;
+    SetLastError(Persistently(FileSystem::Extended(path), [&] {
+        handle = open();
+        return static_cast<bool>(handle);
+    }));
+    return handle;
+}
+
 /// The part of a buffer that one call may carry: 32-bit counts, and redirectors that take far less than
 /// those.
 template <class Byte>
@@ -74,20 +85,16 @@ std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing
 
 std::optional<File> File::TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
                                               DWORD disposition) {
-    std::optional<File> file;
-    SetLastError(Persistently(FileSystem::Extended(path), [&] {
-        file = TryOpen(path, access, sharing, disposition);
-        return file.has_value();
-    }));
-    return file;
+    FileHandle handle =
+        OpenPersistently(path, [&] { return OpenHandle(path, access, sharing, disposition); });
+    if (!handle) return std::nullopt;
+    return File(path, std::move(handle));
 }
 
 std::optional<File> File::TryOpenToRemove(const std::wstring& path) {
-    FileHandle handle;
-    SetLastError(Persistently(FileSystem::Extended(path), [&] {
-        handle = OpenHandle(path, DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
-        return static_cast<bool>(handle);
-    }));
+    FileHandle handle = OpenPersistently(path, [&] {
+        return OpenHandle(path, DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    });
     if (!handle) return std::nullopt;
     return File(path, std::move(handle));
 }

@@ -10,7 +10,7 @@
 #include "base/RollBack.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
-#include "packets/PacketName.h"
+#include "packets/PassingFile.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -23,9 +23,6 @@ bool IsFolder(const FileSystem::FileEntry& entry) {
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
 }
-
-/// What somebody copies into the folder now has no name yet, and what he tests it with gets none.
-bool IsPacket(const std::wstring& name) { return !FileSystem::IsArrival(name) && !IsFolderTestFile(name); }
 
 /// Whether a file can make room for another one. It stays until that is whole: it may be the only copy.
 bool CanBeReplaced(const std::wstring& path) {
@@ -112,7 +109,7 @@ std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std
     const InternetHandle search = m_connection.Find(L"*.*", found);
     if (search) {
         do
-            if (IsFolder(found) || IsPacket(found.name)) files.push_back(found);
+            if (IsFolder(found) || !IsPassingFile(found.name)) files.push_back(found);
         while (FtpConnection::FindNext(search, found));
     }
     const DWORD error = GetLastError();

@@ -5,12 +5,11 @@
 #include <iterator>
 #include <optional>
 
-#include "base/Arrival.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
-#include "packets/PacketName.h"
+#include "packets/PassingFile.h"
 #include "services/ShownProcedure.h"
 
 namespace {
@@ -66,9 +65,7 @@ bool IsRelative(const std::wstring& path) {
 FileSystem::Listing ListLocal(const std::wstring& local) {
     if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
-    std::erase_if(listing.files, [](const auto& file) {
-        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
-    });
+    std::erase_if(listing.files, [](const auto& file) { return IsPassingFile(file.name); });
     return listing;
 }
 

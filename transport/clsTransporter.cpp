@@ -18,6 +18,7 @@
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
 #include "packets/PacketName.h"
+#include "packets/PassingFile.h"
 
 using com::Call;
 using com::Return;
@@ -94,8 +95,7 @@ std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folde
     }
     std::vector<std::wstring> files;
     for (const auto& file : found.files)
-        if (!FileSystem::IsArrival(file.name) && !IsFolderTestFile(file.name))
-            files.push_back(Path::Join(Folder, file.name));
+        if (!IsPassingFile(file.name)) files.push_back(Path::Join(Folder, file.name));
     return files;
 }
 

@@ -7,13 +7,12 @@
 #include <map>
 #include <optional>
 
-#include "base/Arrival.h"
 #include "base/FolderTree.h"
 #include "base/Path.h"
 #include "base/Utf8.h"
 #include "base/WriteBlock.h"
 #include "cipher/Sha256.h"
-#include "packets/PacketName.h"
+#include "packets/PassingFile.h"
 #include "webdav/DavInstallation.h"
 #include "webdav/PacketDigests.h"
 #include "webdav/RemoteFiles.h"
@@ -33,9 +32,7 @@ constexpr std::uint64_t kVeryLarge = 32 << 20;  // bytes
 
 std::vector<base::TreeFile> FilesToSend(const std::wstring& local) {
     std::vector<base::TreeFile> files = base::FilesBelow(local);
-    std::erase_if(files, [](const base::TreeFile& file) {
-        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
-    });
+    std::erase_if(files, [](const base::TreeFile& file) { return IsPassingFile(file.name); });
     return files;
 }
 

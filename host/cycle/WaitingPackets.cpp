@@ -10,14 +10,13 @@
 #include "host/cycle/KeptBackups.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
+#include "packets/PassingFile.h"
 
 namespace {
 
 /// What is being copied there is none yet, and what the folder is tested with never is.
 std::vector<base::TreeFile> PacketsOf(std::vector<base::TreeFile> files) {
-    std::erase_if(files, [](const base::TreeFile& file) {
-        return FileSystem::IsArrival(file.name) || IsFolderTestFile(file.name);
-    });
+    std::erase_if(files, [](const base::TreeFile& file) { return IsPassingFile(file.name); });
     return files;
 }
 
