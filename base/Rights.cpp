@@ -34,9 +34,17 @@ std::vector<BYTE> AccessListOf(const std::wstring& folder) {
 
 }  // namespace
 
-void TakeRightsOfFolder(const std::wstring& path, const std::wstring& formerFolder) noexcept try {
-    const std::vector<BYTE> rights = AccessListOf(Path::ParentFolder(path));
-    if (rights.empty() || rights == AccessListOf(formerFolder)) return;
+bool RightsOfFolders::Differ(const std::wstring& folder, const std::wstring& formerFolder) {
+    if (folder == m_folder && formerFolder == m_formerFolder) return m_differ;
+    const std::vector<BYTE> rights = AccessListOf(folder);
+    m_differ = !rights.empty() && rights != AccessListOf(formerFolder);
+    m_folder = folder;
+    m_formerFolder = formerFolder;
+    return m_differ;
+}
+
+void RightsOfFolders::GiveTo(const std::wstring& path, const std::wstring& formerFolder) noexcept try {
+    if (!Differ(Path::ParentFolder(path), formerFolder)) return;
     ACL none;
     InitializeAcl(&none, sizeof none, ACL_REVISION);
     // Nothing of its own: what remains is what the folder hands on.

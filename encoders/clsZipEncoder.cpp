@@ -122,7 +122,7 @@ bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::w
         if (seconds == kLongestWaitForWorkFile)  // only where that report did not raise
             return self.Fail(L"Zip program timed out for output file " + target);
         FileSystem::MoveFile(workFile, target);
-        FileSystem::TakeRightsOfFolder(target, Path::ParentFolder(workFile));
+        FileSystem::RightsOfFolders().GiveTo(target, Path::ParentFolder(workFile));
         if (!FileSystem::FileExists(target))
             return self.Fail(L"Zip output file " + target + L" was not created.");
         OutFile = target;

@@ -6,7 +6,6 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/Rights.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Undo.h"
@@ -36,6 +35,17 @@ std::optional<std::wstring> Below(const std::wstring& folder, const std::wstring
     if (!base::EqualsIgnoringCase(path.substr(0, root.size()), root)) return std::nullopt;
     const size_t rest = path.find_first_not_of(L'\\', root.size());
     return rest == std::wstring::npos ? std::nullopt : std::optional(path.substr(rest));
+}
+
+/// What of a folder can be listed: a failure is reported. Empty where there is none.
+FileSystem::Listing ListUntilFailure(const Procedure& member, const std::wstring& folder) {
+    FileSystem::Listing found;
+    try {
+        if (FileSystem::FolderIsThere(folder)) FileSystem::List(folder, found);
+    } catch (...) {
+        member.Report(Lines(base::CurrentFailure().description, L"Folder: " + folder));
+    }
+    return found;
 }
 
 }  // namespace
@@ -85,17 +95,10 @@ ComPtr<IZNEncoder> clsTransporter::EncoderFor(ExtensionMember extensionOf, const
 }
 
 std::vector<std::wstring> clsTransporter::InitFileList(const std::wstring& Folder) {
-    FileSystem::Listing found;
-    try {
-        if (FileSystem::FolderIsThere(Folder)) FileSystem::List(Folder, found);
-    } catch (...) {
-        // What was found until then is offered all the same.
-        Procedure(L"clsTransporter.cls.InitFileList")
-            .Report(Lines(base::CurrentFailure().description, L"Folder: " + Folder));
-    }
+    const std::wstring folder = FileSystem::FullPath(Folder);
     std::vector<std::wstring> files;
-    for (const auto& file : found.files)
-        if (!IsPassingFile(file.name)) files.push_back(Path::Join(Folder, file.name));
+    for (const auto& file : ListUntilFailure(Procedure(L"clsTransporter.cls.InitFileList"), folder).files)
+        if (!IsPassingFile(file.name)) files.push_back(Path::Join(folder, file.name));
     return files;
 }
 
@@ -174,6 +177,7 @@ LONG clsTransporter::IZNTransporter_ResetLocalReceiveFiles(const std::wstring& S
     const Procedure self(L"clsTransporter.cls.IZNTransporter_ResetLocalReceiveFiles");
     return self.Guard(LONG{0}, [&] {
         if (!SenderReceiverSet(self)) return LONG{0};
+        m_rights = {};
         return m_receiveList.Reset(InitFileList(LocalReceiveFolder() + L"\\" + SubFolder));
     });
 }
@@ -236,11 +240,7 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
                                                        const std::wstring& destinationFolder) {
     const std::wstring target = Path::Join(destinationFolder, Path::FileName(file));
     const std::wstring previous = target + L"_bak";
-    if (FileSystem::FileExists(previous)) {
-        if (FileSystem::FileExists(target)) return MoveOver(member, file, target, previous);
-        // A delivery ended between its steps.
-        FileSystem::MoveFile(previous, target);
-    }
+    if (FileSystem::FileExists(previous)) return MoveBeside(member, file, target, previous);
     const bool replaces = FileSystem::FileExists(target);
     if (replaces) FileSystem::MoveFile(target, previous);
     base::DoOrUndo([&] { FileSystem::MoveFile(file, target); },
@@ -248,19 +248,20 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
                        if (replaces) FileSystem::MoveFile(previous, target);
                    },
                    L"The previous content of " + target + L" is in " + previous + L"; rename it back.");
-    FileSystem::TakeRightsOfFolder(target, Path::ParentFolder(file));
+    m_rights.GiveTo(target, Path::ParentFolder(file));
     if (replaces) FileSystem::DeleteFile(previous);
     return {true, target};
 }
 
-/// Replaces the previous file in one step. The file that has the name of its backup may be an older version,
-/// of a delivery that ended before its last step, or anything else: only somebody who knows it may remove it.
-clsTransporter::Delivery clsTransporter::MoveOver(const Procedure& member, const std::wstring& file,
-                                                  const std::wstring& target, const std::wstring& backup) {
+/// Replaces the previous file, if there is one, in one step. The file that has the name of its backup may be
+/// an older version, of a delivery that ended between its steps, or anything else: only somebody who knows it
+/// may remove it.
+clsTransporter::Delivery clsTransporter::MoveBeside(const Procedure& member, const std::wstring& file,
+                                                    const std::wstring& target, const std::wstring& backup) {
     FileSystem::MoveReplacing(file, target);
-    FileSystem::TakeRightsOfFolder(target, Path::ParentFolder(file));
+    m_rights.GiveTo(target, Path::ParentFolder(file));
     member.Report(L"File " + backup + L" is left of an earlier delivery. The file " + target +
-                      L" has been replaced without it. Remove it when it is not needed.",
+                      L" has been delivered without it. Remove it when it is not needed.",
                   ZN_EVENTLOG_WARNING_TYPE);
     return {true, target};
 }
@@ -274,7 +275,7 @@ std::optional<std::wstring> clsTransporter::BackupOf(const std::wstring& PacketI
 /// The copy's path below the backup folder is that of the file below the receive folder.
 void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& receiveFolder) {
     if (!FileSystem::FolderExists(receiveFolder)) return;
-    const std::optional<std::wstring> below = Below(receiveFolder, file);
+    const std::optional<std::wstring> below = Below(FileSystem::FullPath(receiveFolder), file);
     if (!below)
         throw base::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
                                             L", which has changed since the received files were listed.");
@@ -290,8 +291,7 @@ void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& re
 void clsTransporter::AddToList(const std::wstring& Folder) {
     const Procedure self(L"clsTransporter.cls.AddToList");
     self.Guard([&] {
-        if (!FileSystem::FolderIsThere(Folder)) return;
-        const FileSystem::Listing listing = FileSystem::List(Folder);
+        const FileSystem::Listing listing = ListUntilFailure(self, Folder);
         for (const FileSystem::FileEntry& file : listing.files) {
             const std::wstring id = GetPacketId(file.name);
             if (id.empty() || m_backups.Add(id, Path::Join(Folder, file.name))) continue;

@@ -10,6 +10,7 @@
 
 #include "base/FileSystem.h"
 #include "base/FolderTree.h"
+#include "base/Rights.h"
 #include "base/WriteBlock.h"
 #include "com/Result.h"
 #include "com/server/EventSource.h"
@@ -125,10 +126,10 @@ private:
                      const std::wstring& destinationFolder);
     static Delivery Decode(IZNEncoder* encoder, const std::wstring& file, const FileSystem::WriteBlock& block,
                            const std::wstring& destinationFolder);
-    static Delivery MoveUnchanged(const Procedure& member, const std::wstring& file,
-                                  const std::wstring& destinationFolder);
-    static Delivery MoveOver(const Procedure& member, const std::wstring& file, const std::wstring& target,
-                             const std::wstring& backup);
+    Delivery MoveUnchanged(const Procedure& member, const std::wstring& file,
+                           const std::wstring& destinationFolder);
+    Delivery MoveBeside(const Procedure& member, const std::wstring& file, const std::wstring& target,
+                        const std::wstring& backup);
     std::optional<std::wstring> BackupOf(const std::wstring& PacketId) const;
     static std::wstring BackupFolder(const std::wstring& receiveFolder) {
         return receiveFolder + L"\\" + std::wstring(kBackupFolder);
@@ -156,6 +157,7 @@ private:
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;
     FileList m_sendList;
     FileList m_receiveList;
+    FileSystem::RightsOfFolders m_rights;  ///< of the folders of its files
     bool m_bBackupEnabled = false;
     BackupMap m_backups;
     bool m_transferring = false;  ///< for a script

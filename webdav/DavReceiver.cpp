@@ -9,6 +9,7 @@
 
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/Rights.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
@@ -258,7 +259,7 @@ private:
         }
         if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
         if (digest) incoming.SetModificationTime(digest->lastWrite);
-        incoming.TakePlace();
+        incoming.TakePlace(m_rights);
         return true;
     }
 
@@ -368,6 +369,7 @@ private:
     std::set<std::wstring> m_received;
     std::set<std::wstring> m_gone;  ///< that waited, and did so no more when it should be claimed
     FolderProvider m_folders{m_server};
+    FileSystem::RightsOfFolders m_rights;
     bool m_hasSeenAll = true;  ///< that waits
     bool m_isFull = false;     ///< the local disk
     bool m_isComplete = true;

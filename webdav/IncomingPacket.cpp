@@ -8,7 +8,6 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
-#include "base/Rights.h"
 #include "base/SystemError.h"
 
 IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend)
@@ -39,11 +38,11 @@ void IncomingPacket::Write(base::Bytes bytes) {
     m_size += bytes.size();
 }
 
-void IncomingPacket::TakePlace() {
+void IncomingPacket::TakePlace(FileSystem::RightsOfFolders& rights) {
     m_file.Flush();
     m_file.Close();
     FileSystem::MoveReplacing(m_file.Path(), m_target);
-    FileSystem::TakeRightsOfFolder(m_target, Path::ParentFolder(m_file.Path()));
+    rights.GiveTo(m_target, Path::ParentFolder(m_file.Path()));
     FileSystem::BringToDisk(m_target);
 }
 

@@ -8,6 +8,7 @@
 #include "base/ByteStream.h"
 #include "base/File.h"
 #include "base/FileTime.h"
+#include "base/Rights.h"
 #include "cipher/Sha256.h"
 
 /// What came of it is kept in a file of its own until it is whole, also when the transfer ends before: the
@@ -26,8 +27,9 @@ public:
     std::wstring Finish() { return m_sum.Finish(); }
 
     void SetModificationTime(base::FileTime time) { m_file.SetModificationTime(time); }
-    /// It is whole: takes its place, also that of another file, and is on the disk there.
-    void TakePlace();
+    /// It is whole: takes its place, also that of another file, and is on the disk there. rights: those of
+    /// the folders that packets come from and go to.
+    void TakePlace(FileSystem::RightsOfFolders& rights);
     /// Nothing is left of it.
     void Drop();
 

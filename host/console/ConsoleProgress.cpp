@@ -69,23 +69,25 @@ STDMETHODIMP ConsoleProgress::put_Position(LONG Value) {
     m_watchdog.Hear();
     return com::Call([&] {
         m_position = Value;
-        ShowBar();
+        ShowBarInTime();
     });
 }
 
 /// Asked in the middle of a long file, too: the time goes on where the position does not.
 STDMETHODIMP ConsoleProgress::get_Cancelled(VARIANT_BOOL* Value) {
-    constexpr ULONGLONG kBetweenBars = 500;
     m_watchdog.Hear();
     return com::Return(Value, [&] {
-        if (GetTickCount64() - m_shown >= kBetweenBars) ShowBar();
+        ShowBarInTime();
         return Interrupt::Requested();
     });
 }
 
-void ConsoleProgress::ShowBar() {
-    if (m_high <= m_low || m_telling != Telling::Everything) return;
-    m_shown = GetTickCount64();
+/// A console takes longer for a bar than a small packet for its way.
+void ConsoleProgress::ShowBarInTime() {
+    constexpr ULONGLONG kBetweenBars = 200;
+    const ULONGLONG now = GetTickCount64();
+    if (m_high <= m_low || m_telling != Telling::Everything || now - m_shown < kBetweenBars) return;
+    m_shown = now;
     Console::Transient(kIndent + Bar());
 }
 

@@ -32,10 +32,10 @@ public:
     STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override;
 
 private:
-    void ShowBar();
+    void ShowBarInTime();
     std::wstring Bar() const;
 
-    const Watchdog m_watchdog;
+    Watchdog m_watchdog;
     const Telling m_telling;
     std::vector<std::wstring> m_failures;
     LONG m_low = 0;

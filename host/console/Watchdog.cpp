@@ -1,7 +1,7 @@
 // See Watchdog.h.
 #include "host/console/Watchdog.h"
 
-#include <array>
+#include <algorithm>
 #include <string>
 
 #include "base/Console.h"
@@ -18,15 +18,21 @@ DWORD WINAPI EndSoon(void*) {
     return 0;
 }
 
+/// How long the computer has been on and awake: a laptop that was closed for the night has waited for nobody.
+std::chrono::milliseconds TimeAwake() noexcept {
+    constexpr ULONGLONG kPerMillisecond = 10'000;
+    ULONGLONG time = 0;  // in units of 100 ns
+    QueryUnbiasedInterruptTime(&time);
+    return std::chrono::milliseconds(time / kPerMillisecond);
+}
+
 }  // namespace
 
 Watchdog::Watchdog(std::chrono::seconds patience)
-    : m_patience(patience), m_transferred(base::TransferredBytes()) {
+    : m_patience(patience), m_heard(TimeAwake()), m_transferred(base::TransferredBytes()) {
     if (patience == std::chrono::seconds::zero()) return;
-    for (base::KernelHandle* event : {&m_heard, &m_end}) {
-        *event = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        if (!*event) base::ThrowWin32(GetLastError(), L"create an event");
-    }
+    m_end = base::KernelHandle(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    if (!m_end) base::ThrowWin32(GetLastError(), L"create an event");
     m_thread = base::KernelHandle(CreateThread(nullptr, 0, &Watch, this, 0, nullptr));
     if (!m_thread) base::ThrowWin32(GetLastError(), L"create a thread");
 }
@@ -37,29 +43,26 @@ Watchdog::~Watchdog() {
     WaitForSingleObject(m_thread.Get(), INFINITE);
 }
 
-void Watchdog::Hear() const noexcept {
-    if (m_heard) SetEvent(m_heard.Get());
-}
+void Watchdog::Hear() noexcept { m_heard = TimeAwake(); }
 
+/// Wakes no more often than the patience asks, whatever happens meanwhile.
 DWORD WINAPI Watchdog::Watch(void* watchdog) {
     auto& self = *static_cast<Watchdog*>(watchdog);
-    const std::array events{self.m_heard.Get(), self.m_end.Get()};
-    const auto patience = std::chrono::duration_cast<std::chrono::milliseconds>(self.m_patience).count();
-    constexpr DWORD kHeard = WAIT_OBJECT_0;
-    DWORD what = kHeard;
-    while (what == kHeard || what == WAIT_TIMEOUT) {
-        what = WaitForMultipleObjects(static_cast<DWORD>(events.size()), events.data(), FALSE,
-                                      static_cast<DWORD>(patience));
-        if (what == WAIT_TIMEOUT) self.EndIfIdle();
-    }
+    while (WaitForSingleObject(self.m_end.Get(), static_cast<DWORD>(self.TimeLeft().count())) == WAIT_TIMEOUT)
+        if (self.TimeLeft() == std::chrono::milliseconds::zero()) self.EndIfIdle();
     return 0;
+}
+
+std::chrono::milliseconds Watchdog::TimeLeft() const {
+    const std::chrono::milliseconds idle = TimeAwake() - m_heard.load();
+    return std::max(m_patience - idle, std::chrono::milliseconds::zero());
 }
 
 void Watchdog::EndIfIdle() {
     // In the middle of a large file nothing but the bytes tells that the other side is there.
     const std::uint64_t before = m_transferred;
     m_transferred = base::TransferredBytes();
-    if (m_transferred != before) return;
+    if (m_transferred != before) return Hear();
     // A console whose text is being marked, or a reader that has stopped, must not keep the process.
     const base::KernelHandle end(CreateThread(nullptr, 0, &EndSoon, nullptr, 0, nullptr));
     Console::ErrorLine(L"znhost: nothing was heard of the remote side for " +

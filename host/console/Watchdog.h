@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 
@@ -20,15 +21,16 @@ public:
     ~Watchdog();
 
     /// Something happened.
-    void Hear() const noexcept;
+    void Hear() noexcept;
 
 private:
     static DWORD WINAPI Watch(void* watchdog);
+    std::chrono::milliseconds TimeLeft() const;
     void EndIfIdle();
 
     const std::chrono::seconds m_patience;
-    base::KernelHandle m_heard;  ///< events
-    base::KernelHandle m_end;
+    std::atomic<std::chrono::milliseconds> m_heard;  ///< the time awake when something happened last
+    base::KernelHandle m_end;                        ///< an event
     base::KernelHandle m_thread;
     std::uint64_t m_transferred;
 };

@@ -333,26 +333,24 @@ TEST_F(Transporter, AFailedDeliveryPutsThePreviousFileBack) {
     EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\x.xml"));
 }
 
-TEST_F(Transporter, ADeliveryThatEndedInBetweenBlocksNoName) {
-    // Before the new file came: what was put aside is the previous file.
+TEST_F(Transporter, WhatHasTheNameOfABackupBlocksNoDeliveryAndStays) {
     temp.File(L"inbox\\x.xml_bak", "old");
     temp.File(L"receive\\x.xml", "new");
     {
         const auto inUse =
             base::File::Open(temp / L"receive\\x.xml", GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
         EXPECT_EQ(Deliver(), L"False ");
-        EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "old");
+        EXPECT_THAT(temp.Files(L"inbox"), ElementsAre(L"x.xml_bak"));
         EXPECT_THAT(framework.TakeLog(), OneReport(kMember + L"NextLocalReceiveFile"));
     }
-    EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
-    EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\x.xml"));
-    // After it came, or the file is something else.
-    temp.File(L"inbox\\x.xml_bak", "older");
-    temp.File(L"receive\\x.xml", "newest");
-    EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
-    EXPECT_EQ(temp.Content(L"inbox\\x.xml"), "newest");
-    EXPECT_EQ(temp.Content(L"inbox\\x.xml_bak"), "older");
-    EXPECT_THAT(framework.TakeLog(), ElementsAre(Tells(L"T:\\inbox\\x.xml_bak", ZN_EVENTLOG_WARNING_TYPE)));
+    for (const std::string content : {"new", "newest"}) {
+        temp.File(L"receive\\x.xml", content);
+        EXPECT_EQ(Deliver(), L"True T:\\inbox\\x.xml");
+        EXPECT_EQ(temp.Content(L"inbox\\x.xml"), content);
+        EXPECT_EQ(temp.Content(L"inbox\\x.xml_bak"), "old");
+        EXPECT_THAT(framework.TakeLog(),
+                    ElementsAre(Tells(L"T:\\inbox\\x.xml_bak", ZN_EVENTLOG_WARNING_TYPE)));
+    }
 }
 
 TEST_F(Transporter, ANewerVersionThatComesDuringADecodingIsNotDeleted) {
