@@ -80,12 +80,14 @@ std::optional<std::wstring> clsXDeltaEncoder::TakeSettings(IZNPropertySet* Setti
                                    ReadNumberAsText(ZNRegObject(), kTimeoutValue, kDefaultTimeout));
             UseReference(GetProperty(Settings, L"REFERENCE_PATH",
                                      m_folderLocator.FolderPath(!m_bMobile, L"XDeltaRefPath")));
-            return GetProperty(Settings, L"XDELTA_UTIL_LOCATION", RegisteredProgramFolder());
+            return RegisteredProgramFolder();
         });
 }
 
 void clsXDeltaEncoder::IZNEncoder2_PropSet(IZNPropertySet* Settings) {
-    if (const std::optional<std::wstring> folder = TakeSettings(Settings)) XDeltaUtilLocation(*folder);
+    // Outside of the handler: a program that is not there is raised to the host.
+    if (const std::optional<std::wstring> folder = TakeSettings(Settings))
+        XDeltaUtilLocation(GetProperty(Settings, L"XDELTA_UTIL_LOCATION", *folder));
 }
 
 ComPtr<IZNPropertySet> clsXDeltaEncoder::IZNEncoder2_PropSet() {

@@ -31,8 +31,8 @@ private:
     void IZNEncoder2_PropSet(IZNPropertySet* Settings) override;
     void IZNEncoder2_ApplicationName(const std::wstring& Name) override;
 
-    /// Takes all settings but the program's folder, which is returned. Nothing after a failure, which is
-    /// reported.
+    /// Takes all settings but the program's folder, and returns that which is registered. Nothing after a
+    /// failure, which is reported.
     std::optional<std::wstring> TakeSettings(IZNPropertySet* Settings);
     void XDeltaUtilLocation(const std::wstring& Folder);
     void ReferencePath(const std::wstring& File);

@@ -103,6 +103,22 @@ std::string AgentName() {
     return ToSystemCodePage(name);
 }
 
+/// From a path to where it was entered, for servers that do not tell where that is; empty when there is no
+/// way.
+std::wstring WayBack(const std::wstring& path) {
+    std::wstring way = path.starts_with(L'/') ? L"" : L".";
+    for (size_t start = 0; start < path.size() && !way.empty();) {
+        const size_t end = std::min(path.find(L'/', start), path.size());
+        const std::wstring name = path.substr(start, end - start);
+        if (name == L"..")
+            way.clear();
+        else if (!name.empty() && name != L".")
+            way += L"/..";
+        start = end + 1;
+    }
+    return way;
+}
+
 }  // namespace
 
 bool IsUnanswered(DWORD error) {
@@ -186,11 +202,12 @@ std::string FtpConnection::CurrentFolder(DWORD longest) const {
     return folder.data();
 }
 
-bool FtpConnection::ReturnTo(const std::string& folder) const {
-    if (!folder.empty()) return SetCurrentFolder(folder);
+bool FtpConnection::ReturnTo(const std::string& folder, const std::wstring& entered) const {
     // Some servers take an empty path for the user's home.
-    SetLastError(ERROR_PATH_NOT_FOUND);
-    return false;
+    if (!folder.empty() && SetCurrentFolder(folder)) return true;
+    if (folder.empty()) SetLastError(ERROR_PATH_NOT_FOUND);
+    const std::wstring way = WayBack(entered);
+    return !way.empty() && Enter(way);
 }
 
 InternetHandle FtpConnection::Find(const std::wstring& pattern, FileEntry& found) const {

@@ -44,8 +44,9 @@ public:
     /// The current remote folder, for a later ReturnTo; as the server spells it. Empty when unknown.
     /// longest: what the call is told of the buffer, which holds 260 characters.
     std::string CurrentFolder(DWORD longest = 259) const;
-    /// Also False for an unknown folder.
-    bool ReturnTo(const std::string& folder) const;
+    /// Goes back to where CurrentFolder was asked; from the path that was entered there, in as many steps,
+    /// where that is unknown or cannot be entered. entered: empty for none.
+    bool ReturnTo(const std::string& folder, const std::wstring& entered) const;
 
     /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
     InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;

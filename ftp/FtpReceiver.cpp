@@ -67,7 +67,7 @@ bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& loc
     if (!SetRemoteFolder(remote)) return LeaveClosedFolder(remote, level);
     const std::optional<FileList> entries = CreateRemoteFileList(remote);
     if (!entries || !HasLocalNames(*entries)) {
-        GoBack(level, remote);
+        m_connection.ReturnTo(level.start, remote);
         return false;
     }
     const auto receive = [&](const FileEntry& entry) { return GetRemoteFile(entry, local); };
@@ -82,7 +82,7 @@ bool FtpReceiver::MoveFolder(const std::wstring& remote, const std::wstring& loc
 /// holds would stay there for ever without a word.
 bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level) const {
     const std::wstring failure = FailureText(GetLastError());
-    if (!GoBack(level, L"")) {
+    if (!m_connection.ReturnTo(level.start, L"")) {
         const DWORD error = GetLastError();
         // What refuses to go back was never left.
         if (!Refuses(error)) return NoWayBack(level, error);

@@ -92,7 +92,7 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
     const FileSystem::Listing listing = ListLocal(local);
     if (IsEmpty(listing)) return true;
     if (!SetRemoteFolder(remote)) {
-        GoBack(level, L"");
+        m_connection.ReturnTo(level.start, L"");
         return false;
     }
     const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name); };

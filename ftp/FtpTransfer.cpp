@@ -13,22 +13,6 @@ namespace {
 
 constexpr auto kMoveFiles = L"clsFTPSndRcv.cls.MoveFiles";
 
-/// From a path to where it was entered, for servers that do not tell where that is; empty when there is no
-/// way.
-std::wstring WayBack(const std::wstring& path) {
-    std::wstring way = path.starts_with(L'/') ? L"" : L".";
-    for (size_t start = 0; start < path.size() && !way.empty();) {
-        const size_t end = std::min(path.find(L'/', start), path.size());
-        const std::wstring name = path.substr(start, end - start);
-        if (name == L"..")
-            way.clear();
-        else if (!name.empty() && name != L".")
-            way += L"/..";
-        start = end + 1;
-    }
-    return way;
-}
-
 }  // namespace
 
 bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes) {
@@ -62,15 +46,9 @@ std::wstring FtpTransfer::SizeDifference(const FileEntry& listed, std::uint64_t 
            L" bytes, but here it has " + std::to_wstring(bytes) + L" bytes.";
 }
 
-bool FtpTransfer::GoBack(const Level& level, const std::wstring& entered) const {
-    if (m_connection.ReturnTo(level.start)) return true;
-    const std::wstring way = WayBack(entered);
-    return !way.empty() && m_connection.Enter(way);
-}
-
 /// Remote folders are entered by their names: from a wrong one, everything after it would land elsewhere.
 bool FtpTransfer::ReturnTo(const Level& level, const std::wstring& entered) const {
-    if (GoBack(level, entered)) return true;
+    if (m_connection.ReturnTo(level.start, entered)) return true;
     const DWORD error = GetLastError();
     if (level.depth > 0) return NoWayBack(level, error);
     // An absolute path is entered from anywhere: to stay in it is nothing to tell.
@@ -109,7 +87,7 @@ bool FtpTransfer::MoveSubFolders(const std::vector<std::wstring>& names, const L
     const DWORD error = GetLastError();
     for (const std::wstring& name : names) {
         if (!MayEnter(name, below, error)) {
-            GoBack(level, entered);
+            m_connection.ReturnTo(level.start, entered);
             return false;
         }
         if (!move(name, below)) return false;

@@ -45,10 +45,9 @@ protected:
 
     /// A listed size and the one here, as a report tells them.
     static std::wstring SizeDifference(const FileEntry& listed, std::uint64_t bytes);
-    /// Goes back to where a folder of a transfer was entered. False, and GetLastError tells why.
-    bool GoBack(const Level& level, const std::wstring& entered) const;
-    /// The same, once everything of the folder was moved; a failure is reported. At the end of a transfer
-    /// it closes the connection, and is a warning: the next transfer begins where a login begins.
+    /// Goes back to where a folder of a transfer was entered, once everything of the folder was moved; a
+    /// failure is reported. At the end of a transfer it closes the connection, and is a warning: the next
+    /// transfer begins where a login begins.
     bool ReturnTo(const Level& level, const std::wstring& entered) const;
     bool NoWayBack(const Level& level, DWORD error) const;
     /// Moves one file after the other, until one fails. The host sees each, and processes its messages.

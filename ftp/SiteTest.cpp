@@ -93,7 +93,7 @@ public:
 
     SiteFault fault;
 
-    /// Behind a site that works.
+    /// What went wrong with a site that works; empty where nothing did.
     std::wstring Report() const;
 
 private:
@@ -145,7 +145,7 @@ bool SiteTest::TestFolders() {
     CreateTestFile();
     const std::string start = m_connection.CurrentFolder(260);
     if (!TestFTPGetandPutFile(&FtpSite::enterpriseToField)) return false;
-    if (!m_connection.ReturnTo(start))
+    if (!m_connection.ReturnTo(start, m_site.enterpriseToField))
         return CallFailed(L"The first folder of the login cannot be entered again.");
     return TestFTPGetandPutFile(&FtpSite::fieldToEnterprise);
 }
@@ -193,11 +193,7 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
 }
 
 std::wstring SiteTest::Report() const {
-    std::wstring left = L"Test files left on this computer: " + FileSystem::FullPath(kSiteTestFile);
-    if (FileSystem::FileExists(kFetchedFile)) left.append(L", ").append(kFetchedFile);
-    if (fault.text.empty())
-        return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", left);
-    return Lines(L"A test file was sent to both folders. But:", fault.text + left);
+    return fault.text.empty() ? L"" : Lines(L"A test file was sent to both folders. But:", fault.text);
 }
 
 }  // namespace

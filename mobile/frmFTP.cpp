@@ -151,7 +151,9 @@ void frmFTP::cmdFTP_Click() const {
     Procedure(L"frmFTP.frm.cmdFTP_Click").Guard([&] {
         std::wstring report;
         if (VerifyFTPSite(ReadBoxes(), true, &report))
-            ShowVerificationMessage(Lines(BrandedText(kSiteVerified), report), MB_ICONINFORMATION);
+            ShowVerificationMessage(report.empty() ? BrandedText(kSiteVerified)
+                                                   : Lines(BrandedText(kSiteVerified), report),
+                                    MB_ICONINFORMATION);
     });
 }
 
@@ -161,9 +163,8 @@ void frmFTP::cmdApply_Click() {
         FtpSite site = ReadBoxes();
         if (!VerifyFTPSite(site, IsChecked(IDC_FTP_VERIFY_ON_APPLY))) return;
         site.password = FtpPassword::Encipher(site.password);
-        auto document = modMobileAdminXML::GenerateFTPXML(m_lSides, site);
-        if (!document) return ShowVerificationMessage(kNotApplied);
-        m_document = std::move(document);
+        m_document = modMobileAdminXML::GenerateFTPXML(m_lSides, site);
+        if (!m_document) return ShowVerificationMessage(kNotApplied);
         m_site = std::move(site);
         Close(true);
     });

@@ -53,13 +53,18 @@ SiteFault FaultOf(const FtpSetting& setting, const wchar_t* problem) {
     return {.text = std::wstring(L"The ") + setting.title + problem, .setting = setting.member};
 }
 
-/// What no FTP site can be, although the settings are complete.
+/// What no setting can be, although all are there.
 std::optional<SiteFault> UnusableValue(const FtpSite& site) {
     for (const FtpSetting& setting : kFtpSettings)
         if (base::HasControlCharacter(site.*setting.member))
             return FaultOf(setting,
                            L" holds a control character, such as a tab or the end of a line. Type it anew "
                            L"without that.");
+    return std::nullopt;
+}
+
+/// What would be tested in the folder of the login itself, or above it.
+std::optional<SiteFault> UnusableFolder(const FtpSite& site) {
     for (const FtpSetting& folder : {kFtpEnterpriseToField, kFtpFieldToEnterprise})
         if (const auto name = Trimmed(site.*folder.member); name == L"." || name == L"..")
             return FaultOf(
@@ -92,6 +97,7 @@ bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& 
                                show);
         if (const auto fault = UnusableValue(site)) return ReportError(*fault, show);
         if (!TestConnection) return true;
+        if (const auto fault = UnusableFolder(site)) return ReportError(*fault, show);
         const SiteTestResult result = TestSite(site);
         if (result.fault) return ReportError(*result.fault, show);
         if (report) *report = result.report;
@@ -100,10 +106,10 @@ bool VerifyFTPSite(const FtpSite& site, bool TestConnection, const ShowMessage& 
 }
 
 void ShowVerificationMessage(const std::wstring& text, LONG icon) {
-    // What a server answers may be taller than the screen.
+    // What a server answers may be taller than the screen. Where nobody sees it, it goes into the log.
     constexpr size_t kLongest = 1000;
-    const std::wstring shown = text.size() > kLongest ? text.substr(0, kLongest) + L" ..." : text;
-    ZNMsgBox(shown, icon, BrandedText(kTitle));
+    const bool isTooLong = UserInterfaceIsAllowed() && text.size() > kLongest;
+    ZNMsgBox(isTooLong ? text.substr(0, kLongest) + L" ..." : text, icon, BrandedText(kTitle));
 }
 
 }  // namespace modverification

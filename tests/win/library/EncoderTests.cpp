@@ -266,6 +266,13 @@ TEST_F(DeltaEncoder, SettingsThatCannotBeReadAreReportedAndNotTaken) {
                 ElementsAre(AllOf(Reported(kDelta + L"IZNEncoder2_PropSet"), Tells(L"TIMEOUT = soon"))));
     EXPECT_THAT(Configuration(), HasSubstr(L"REFERENCE_PATH=" + reference));
     EXPECT_THAT(Configuration(), HasSubstr(L"XDELTA_UTIL_LOCATION=" + children.Folder()));
+    const ComPtr<IZNPropertySet> odd = Properties({{L"REFERENCE_PATH", reference}});
+    VARIANT noText{};
+    noText.vt = VT_ERROR;
+    ASSERT_EQ(odd->SetProperty(In(L"XDELTA_UTIL_LOCATION"), noText), S_OK);
+    EXPECT_EQ(encoder->putref_PropSet(odd.Get()), DISP_E_TYPEMISMATCH)
+        << "where a missing program raises, too";
+    EXPECT_THAT(framework.TakeLog(), SizeIs(1));
 }
 
 TEST_F(DeltaEncoder, EncodesBesideTheReferencesName) {
