@@ -16,6 +16,9 @@ namespace base {
 
 namespace {
 
+/// Why a file system refuses a time: FAT holds none before 1980, and keeps its own then.
+constexpr DWORD kNoSuchTime = ERROR_INVALID_PARAMETER;
+
 /// No handle when it cannot be opened; GetLastError tells why. A file that is to be there, or may be,
 /// is not waited for: somebody may write to it.
 FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition,
@@ -37,7 +40,7 @@ FileHandle OpenHandle(const std::wstring& path, DWORD access, DWORD sharing, DWO
 
 /// The same as open(), once nobody holds the file for a moment.
 template <class Open>
-FileHandle OpenPersistently(const std::wstring& path, const Open& open) {
+FileHandle OpenHandlePersistently(const std::wstring& path, const Open& open) {
     FileHandle handle;
     SetLastError(Persistently(FileSystem::Extended(path), [&] {
         handle = open();
@@ -86,13 +89,20 @@ std::optional<File> File::TryOpen(std::wstring path, DWORD access, DWORD sharing
 std::optional<File> File::TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
                                               DWORD disposition) {
     FileHandle handle =
-        OpenPersistently(path, [&] { return OpenHandle(path, access, sharing, disposition); });
+        OpenHandlePersistently(path, [&] { return OpenHandle(path, access, sharing, disposition); });
     if (!handle) return std::nullopt;
     return File(path, std::move(handle));
 }
 
+File File::OpenPersistently(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition,
+                            Where where) {
+    auto file = TryOpenPersistently(path, access, sharing, disposition);
+    if (!file) throw SystemError(GetLastError(), "open", path, where);
+    return *std::move(file);
+}
+
 std::optional<File> File::TryOpenToRemove(const std::wstring& path) {
-    FileHandle handle = OpenPersistently(path, [&] {
+    FileHandle handle = OpenHandlePersistently(path, [&] {
         return OpenHandle(path, DELETE, kShareAll, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
     });
     if (!handle) return std::nullopt;
@@ -131,7 +141,7 @@ FileTime File::ModificationTime() const {
 
 void File::SetModificationTime(FileTime time) {
     const FILETIME modified = ToWindowsTime(time);
-    if (!SetFileTime(Handle(), nullptr, nullptr, &modified))
+    if (!SetFileTime(Handle(), nullptr, nullptr, &modified) && GetLastError() != kNoSuchTime)
         throw SystemError(GetLastError(), "set the time of", m_path);
 }
 
@@ -145,7 +155,10 @@ void File::TakeTimeAndAttributes(const File& other) {
     info.FileAttributes = (info.FileAttributes & kOfTheUser) | FILE_ATTRIBUTE_NORMAL;
     // 0 leaves a time as it is.
     info.CreationTime.QuadPart = info.LastAccessTime.QuadPart = info.ChangeTime.QuadPart = 0;
-    if (!SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info))
+    if (SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info)) return;
+    info.LastWriteTime.QuadPart = 0;
+    if (GetLastError() != kNoSuchTime ||
+        !SetFileInformationByHandle(Handle(), FileBasicInfo, &info, sizeof info))
         throw SystemError(GetLastError(), "set the attributes of", m_path);
 }
 

@@ -32,6 +32,8 @@ public:
     /// The same for a file that a scanner or a backup program, too, may hold for a moment: waits for that.
     static std::optional<File> TryOpenPersistently(const std::wstring& path, DWORD access, DWORD sharing,
                                                    DWORD disposition = OPEN_EXISTING);
+    static File OpenPersistently(const std::wstring& path, DWORD access, DWORD sharing, DWORD disposition,
+                                 Where where = Where::current());
     /// With the right to delete it; where the path names a link, that link. It is waited for likewise.
     static std::optional<File> TryOpenToRemove(const std::wstring& path);
     /// To read; nobody can write to the file until it is closed, and nobody does so now: what is written

@@ -1,6 +1,9 @@
 // See FileSystem.h.
 #include "base/FileSystem.h"
 
+#include <windows.h>
+#include <wnnc.h>
+
 #include <array>
 
 #include "base/Handle.h"
@@ -26,9 +29,13 @@ DWORD Attributes(const std::wstring& path) noexcept try {
 
 /// Nothing where there is neither file nor folder of the name. Throws where the system does not tell.
 std::optional<DWORD> KnownAttributes(const std::wstring& path, Where where) {
-    const DWORD attributes = GetFileAttributesW(Extended(path).c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES) return attributes;
-    const DWORD error = GetLastError();
+    const std::wstring file = Extended(path);
+    DWORD attributes = 0;
+    const DWORD error = base::Persistently(file, [&] {
+        attributes = GetFileAttributesW(file.c_str());
+        return attributes != INVALID_FILE_ATTRIBUTES;
+    });
+    if (error == ERROR_SUCCESS) return attributes;
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return std::nullopt;
     throw SystemError(error, "examine", path, where);
 }
@@ -111,6 +118,22 @@ bool FileExists(const std::wstring& path) noexcept {
 bool FolderExists(const std::wstring& path) noexcept {
     const DWORD attributes = Attributes(path);
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsReachedByWebDavClient(std::wstring folder) noexcept try {
+    for (std::wstring parent; !FolderExists(folder); folder = parent) {
+        parent = Path::ParentFolder(folder);
+        if (parent == folder) return false;
+    }
+    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const base::FileHandle handle(CreateFileW(Extended(folder).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
+                                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    FILE_REMOTE_PROTOCOL_INFO protocol{};
+    return handle &&
+           GetFileInformationByHandleEx(handle.Get(), FileRemoteProtocolInfo, &protocol, sizeof protocol) &&
+           protocol.Protocol == WNNC_NET_DAV;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool FileIsThere(const std::wstring& path, Where where) {

@@ -53,6 +53,9 @@ bool FolderExists(const std::wstring& path) noexcept;
 /// one, and the file of before for the one that was to be made.
 bool FileIsThere(const std::wstring& path, Where where = Where::current());
 bool FolderIsThere(const std::wstring& path, Where where = Where::current());
+/// Whether the system's WebDAV client leads to a folder, or to that which it is to be made in. It sends a
+/// file when that is closed, and tells nobody whether the server took it.
+bool IsReachedByWebDavClient(std::wstring folder) noexcept;
 /// Whether a path is that of a link or junction, which stands for something elsewhere.
 bool IsLink(const std::wstring& path);
 std::uint64_t FileSize(const std::wstring& path, Where where = Where::current());

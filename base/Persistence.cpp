@@ -9,8 +9,12 @@ namespace {
 
 /// Whether somebody has a file open, or it is deleted but not gone.
 bool IsHeld(const std::wstring& file) {
-    if (GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
-        return GetLastError() == ERROR_ACCESS_DENIED;
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return GetLastError() == ERROR_ACCESS_DENIED;
+    // A folder may be held by any file that is open below it.
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return true;
+    // That alone is why.
+    if (attributes & FILE_ATTRIBUTE_READONLY) return false;
     // No file that is open is replaced, however it is shared.
     const FileHandle handle(CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     return !handle && GetLastError() == ERROR_SHARING_VIOLATION;

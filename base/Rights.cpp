@@ -20,14 +20,25 @@ struct LocalMemoryTraits {
     static void Close(Value memory) noexcept { LocalFree(memory); }
 };
 
-/// Empty where the system does not tell, or the file system knows no rights.
+/// Whether files that are made in a folder of these rights get any of them. Where they do not, one that
+/// "inherits" would be nobody's.
+bool AreHandedOn(ACL& list) {
+    for (DWORD i = 0; i < list.AceCount; ++i) {
+        ACE_HEADER* entry = nullptr;
+        if (GetAce(&list, i, reinterpret_cast<void**>(&entry)) && (entry->AceFlags & OBJECT_INHERIT_ACE))
+            return true;
+    }
+    return false;
+}
+
+/// Empty where the system does not tell, or the folder hands nothing on.
 std::vector<BYTE> AccessListOf(const std::wstring& folder) {
     PACL list = nullptr;
     base::UniqueHandle<LocalMemoryTraits> descriptor;
     const DWORD error =
         GetNamedSecurityInfoW(Extended(folder).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr,
                               nullptr, &list, nullptr, descriptor.Put());
-    if (error != ERROR_SUCCESS || !list) return {};
+    if (error != ERROR_SUCCESS || !list || !AreHandedOn(*list)) return {};
     const auto* const bytes = reinterpret_cast<const BYTE*>(list);
     return {bytes, bytes + list->AclSize};
 }

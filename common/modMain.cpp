@@ -63,7 +63,8 @@ void TestFolder(const std::wstring& testFile, std::wstring& step) {
     written.Close();
     step = L"opening test file " + testFile;
     {
-        const auto file = base::File::Open(testFile, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING);
+        const auto file =
+            base::File::OpenPersistently(testFile, GENERIC_READ, base::kShareAll, OPEN_EXISTING);
         step = L"reading from test file " + testFile;
         std::array<std::uint8_t, 64> line;
         file.Read(line);

@@ -33,7 +33,7 @@ bool CanBeReplaced(const std::wstring& path) {
 
 /// Its time stays with the packet: it tells which of two versions is newer.
 void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
-    base::File file = base::File::Open(arrival, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING);
+    base::File file = base::File::OpenPersistently(arrival, GENERIC_WRITE, base::kShareAll, OPEN_EXISTING);
     if (const auto time = TimeIn(lastWrite)) file.SetModificationTime(*time);
     file.Flush();
 }

@@ -258,11 +258,16 @@ void HttpRequest::BeginSend(std::size_t bodyBytes) {
 }
 
 /// A server may ask for a certificate and do without it: what is told that there is none goes on.
+bool HttpRequest::TellsOfNoCertificate(DWORD error) {
+    if (error != ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED || m_hasClientCertificate) return false;
+    SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
+    return true;
+}
+
 void HttpRequest::AwaitSent(std::size_t bodyBytes) {
     if (!std::exchange(m_isSending, false)) return;
     const DWORD error = Outcome(kLongestWait);
-    if (error == ERROR_WINHTTP_CLIENT_AUTH_CERT_NEEDED && !m_hasClientCertificate) {
-        SetClientCertificate(WINHTTP_NO_CLIENT_CERT_CONTEXT);
+    if (TellsOfNoCertificate(error)) {
         BeginSend(bodyBytes);
         m_isSending = false;
         if (Outcome(kLongestWait) == ERROR_SUCCESS) return;
@@ -302,7 +307,8 @@ DWORD HttpRequest::Receive() {
     AwaitSent(0);
     const DWORD error =
         WinHttpReceiveResponse(m_handle.Get(), nullptr) ? Outcome(m_patience) : GetLastError();
-    if (error == ERROR_WINHTTP_RESEND_REQUEST) return 0;
+    // Some servers ask for a certificate once they know which folder is meant.
+    if (error == ERROR_WINHTTP_RESEND_REQUEST || TellsOfNoCertificate(error)) return 0;
     if (error != ERROR_SUCCESS) Fail(error);
     DWORD status = 0;
     DWORD size = sizeof status;

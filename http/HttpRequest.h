@@ -113,6 +113,8 @@ private:
     /// Milliseconds, without those that the host took, as for a dialog: the server does not answer for them.
     ULONGLONG Now() const { return GetTickCount64() - m_hostsTime; }
     void AwaitSent(std::size_t bodyBytes);
+    /// False where that is not what an error asks for, or was told already.
+    bool TellsOfNoCertificate(DWORD error);
     void CheckRate();
     std::optional<std::uint64_t> LengthTold() const;
     [[noreturn]] void Fail(DWORD error) const;

@@ -170,6 +170,11 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
         progress.SetRange(0, 1);
         progress.StatusText(L"Send Packets");
         if (!FileSystem::FolderExists(from) || base::EqualsIgnoringCase(from, to)) return true;
+        if (FileSystem::IsReachedByWebDavClient(to))
+            return self.Fail(L"The folder " + to +
+                             L" is reached through the WebDAV client of Windows, which does not tell whether "
+                             L"the server has stored a file: packets could be lost, and stay here. Move them "
+                             L"through HTTPS, or to a shared folder.");
         progress.StatusText(L"Moving packets from local folder");
         return Exclusively(self, [&] { return IsComplete(MoveFiles(from, to, progress), self, progress); });
     });

@@ -12,7 +12,7 @@
 
 IncomingPacket::IncomingPacket(std::wstring target, const std::wstring& part, std::function<void()> attend)
     : m_target(std::move(target)),
-      m_file(base::File::Open(part, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS)),
+      m_file(base::File::OpenPersistently(part, GENERIC_READ | GENERIC_WRITE, 0, OPEN_ALWAYS)),
       m_size(m_file.Size()),
       m_attend(std::move(attend)) {
     if (m_size > 0) GoOnAt(m_size);

@@ -1,5 +1,6 @@
 // The command service: the loop as a service of Windows.
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -127,21 +128,23 @@ int commands::StopService(const Options& options) {
 
 /// Bad settings end no service: they may be right with the next cycle.
 int commands::RunService(const Options& options) {
-    const ServiceLog log(options.AbsolutePath());
+    std::optional<ServiceLog> log;
     LoopRequest request{.settings = options.AbsolutePath(),
                         .interval = *IntervalOf(options.service.every),
                         .options = {L"--service", L"--every", options.service.every},
                         .stop = Interrupt::Event(),
                         .isAwaited = false,
                         .timeToStop = kTimeToStop,
-                        .openOutput = [&] { return log.Open(); },
-                        .tell = [&](const std::wstring& line) { log.Write(line); }};
+                        .openOutput = [&] { return log->Open(); },
+                        .tell = [&](const std::wstring& line) { log->Write(line); }};
     const auto timeToStop = std::chrono::milliseconds(kTimeToStop);
-    RunAsService(NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()),
-                 ObstacleFor(request.settings, log), [&] {
-                     log.Write(L"the service has started");
-                     RunLoop(request);
-                     log.Write(L"the service has stopped");
-                 });
+    RunAsService(
+        NameOf(options), request.stop, static_cast<DWORD>(timeToStop.count()),
+        [&] { return ObstacleFor(request.settings, log.emplace(request.settings)); },
+        [&] {
+            log->Write(L"the service has started");
+            RunLoop(request);
+            log->Write(L"the service has stopped");
+        });
     return kAllDelivered;
 }

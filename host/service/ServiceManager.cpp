@@ -123,6 +123,9 @@ void RestartAfterFailures(const ServiceHandle& service, const std::wstring& name
     failures.cActions = static_cast<DWORD>(actions.size());
     failures.lpsaActions = actions.data();
     Configure(service, SERVICE_CONFIG_FAILURE_ACTIONS, &failures, name);
+    // Also after an end that the service tells of: when a computer starts, a server may not be there yet.
+    SERVICE_FAILURE_ACTIONS_FLAG always{TRUE};
+    Configure(service, SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &always, name);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ struct Service {
     std::wstring name;
     HANDLE stop = nullptr;
     DWORD timeToStop = 0;
-    DWORD obstacle = NO_ERROR;
+    const std::function<DWORD()>* obstacle = nullptr;
     const std::function<void()>* work = nullptr;
     SERVICE_STATUS_HANDLE status = nullptr;
 };
@@ -20,6 +20,7 @@ Service service;
 void TellState(DWORD state, DWORD error = NO_ERROR) {
     // Before the end that it has promised, and a little for the process itself.
     constexpr DWORD kReserve = 10'000;
+    constexpr DWORD kTimeToStart = 120'000;
     SERVICE_STATUS status{};
     status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
     status.dwCurrentState = state;
@@ -27,6 +28,7 @@ void TellState(DWORD state, DWORD error = NO_ERROR) {
     // Before the system shuts down there is more time for that than while it does.
     if (state == SERVICE_RUNNING)
         status.dwControlsAccepted = SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_PRESHUTDOWN;
+    if (state == SERVICE_START_PENDING) status.dwWaitHint = kTimeToStart;
     if (state == SERVICE_STOP_PENDING) status.dwWaitHint = service.timeToStop + kReserve;
     SetServiceStatus(service.status, &status);
 }
@@ -48,7 +50,9 @@ DWORD WINAPI Control(DWORD control, DWORD, void*, void*) {
 void WINAPI Main(DWORD, wchar_t**) {
     service.status = RegisterServiceCtrlHandlerExW(service.name.c_str(), &Control, nullptr);
     if (!service.status) return;
-    if (service.obstacle != NO_ERROR) return TellState(SERVICE_STOPPED, service.obstacle);
+    // The manager waits half a minute for a process, and a server may be silent for longer.
+    TellState(SERVICE_START_PENDING);
+    if (const DWORD obstacle = (*service.obstacle)()) return TellState(SERVICE_STOPPED, obstacle);
     TellState(SERVICE_RUNNING);
     try {
         (*service.work)();
@@ -60,9 +64,9 @@ void WINAPI Main(DWORD, wchar_t**) {
 
 }  // namespace
 
-void RunAsService(const std::wstring& name, HANDLE stop, DWORD timeToStop, DWORD obstacle,
-                  const std::function<void()>& work) {
-    service = {name, stop, timeToStop, obstacle, &work, nullptr};
+void RunAsService(const std::wstring& name, HANDLE stop, DWORD timeToStop,
+                  const std::function<DWORD()>& obstacle, const std::function<void()>& work) {
+    service = {name, stop, timeToStop, &obstacle, &work, nullptr};
     std::wstring ownName = name;
     const SERVICE_TABLE_ENTRYW table[] = {{ownName.data(), &Main}, {nullptr, nullptr}};
     if (StartServiceCtrlDispatcherW(table)) return;

@@ -6,6 +6,7 @@
 #include "base/FileSystem.h"
 #include "base/Module.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "host/settings/NetworkDrive.h"
 #include "host/settings/SettingsFile.h"
 
@@ -87,10 +88,20 @@ void CheckPrograms(const Settings& settings) {
                      L"xDelta.exe");
 }
 
+/// Somebody who reads the log keeps no packet here: what cannot be written there goes to Windows' own.
+bool MayBeWrittenLater(const base::SystemError& error) {
+    return error.Code() == ERROR_SHARING_VIOLATION || error.Code() == ERROR_LOCK_VIOLATION;
+}
+
+void AppendNothing(const std::wstring& log) try {
+    FileSystem::CreateFolders(Path::ParentFolder(log));
+    base::AppendToFile(log, "");
+} catch (const base::SystemError& error) {
+    if (!MayBeWrittenLater(error)) throw;
+}
+
 void CheckLogFile(const Settings& settings) try {
-    if (settings.logFile.empty()) return;
-    FileSystem::CreateFolders(Path::ParentFolder(settings.logFile));
-    base::AppendToFile(settings.logFile, "");
+    if (!settings.logFile.empty()) AppendNothing(settings.logFile);
 } catch (const base::Error& error) {
     throw Refusal(settings, SettingOf<&Settings::logFile>(),
                   L"the log cannot be written: " + error.failure().description);

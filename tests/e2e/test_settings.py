@@ -129,6 +129,11 @@ class SettingsTest(HostTest):
         self.assertIn("[log] file", outcome.errors)
         self.assertTrue(packet.exists())
 
+    def test_somebody_who_reads_the_log_stops_no_packet(self):
+        self.field.log_file.write_text("")
+        Holder(self, self.field.log_file, "read")
+        self.deliver("a.mdb")
+
     def test_absolute_paths_and_letter_case(self):
         self.field.change("outbox", self.field.outbox)
         text = self.field.settings.read_text(encoding="utf-8").replace("role = field", "ROLE = Field")
