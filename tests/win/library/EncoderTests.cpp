@@ -329,6 +329,7 @@ TEST_F(DeltaEncoder, NeedsItsReferenceFile) {
     EXPECT_EQ(Ask<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, settings), temp / L"some.AXR");
     settings->put_ReferencePath(In(temp / L"none.AXR"));
     EXPECT_EQ(Ask<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, settings), L"");
+    settings->put_ReferencePath(In(L""));
     EXPECT_FALSE(Encode(L"x.mdb"));
     Configure({{L"REFERENCE_PATH", temp / L"refs"}});
     EXPECT_FALSE(Decode(L"x.mdb~Base1"));

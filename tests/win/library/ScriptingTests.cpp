@@ -195,6 +195,13 @@ TEST_F(Scripting, APacketLeavesItsPlaceWhenItWaitsToBeSent) {
     const auto writer = Held(temp.File(L"outbox\\b.mdb"), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
     EXPECT_EQ(transporter->Move(In(temp / L"outbox\\b.mdb"), Variant().Get()),
               HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION));
+    const auto held =
+        Held(temp.File(L"field\\send\\c.mdb"), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE);
+    VARIANT_BOOL moved = VARIANT_TRUE;
+    EXPECT_EQ(transporter->SendReceive(Variant().Get(), Variant().Get(), &moved),
+              HRESULT_FROM_WIN32(ERROR_SHARING_VIOLATION))
+        << "the number of the first reason that was heard";
+    EXPECT_THAT(framework.TakeLog(), Not(IsEmpty()));
 }
 
 TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
@@ -298,6 +305,7 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
                 HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
+    EXPECT_EQ(Backups(), L"5 ") << "what is there now";
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), E_INVALIDARG);
     EXPECT_EQ(Backups(), L"");
