@@ -150,10 +150,11 @@ private:
     bool DeleteClaim(const std::wstring& packet) {
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Delete(claim);
-        if (reply.Succeeded() || !m_server.Exists(claim)) return true;
+        if (reply.Succeeded() && !reply.MayBeOfAnother()) return true;
+        if (!m_server.Exists(claim)) return true;
         return Stays(
             Lines(L"Failed to delete the file " + packet + L" from the server. It will be received again.",
-                  reply.failure));
+                  m_server.Explained(reply, L"DELETE", claim)));
     }
 
     /// What waits now was sent later, and takes the place of one that did not come as it was sent. False

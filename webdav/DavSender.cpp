@@ -191,14 +191,21 @@ private:
         return isSeen ? Cleared(reply, UploadPath(upload), upload.digest.size) : reply;
     }
 
-    /// Where the answer to an upload got lost, what is there tells what became of it.
-    DavReply Cleared(const DavReply& reply, const std::wstring& path, std::uint64_t size) const try {
-        const std::optional<DavEntry> entry = reply.IsUnclear() ? m_server.Look(path) : std::nullopt;
-        return entry && entry->size == size ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
+    /// Where the answer to an upload got lost, or may be of something else, what is there tells what became
+    /// of it.
+    DavReply Cleared(const DavReply& reply, const std::wstring& path, std::uint64_t size) const {
+        if (!reply.IsUnclear() && !reply.MayBeOfAnother()) return reply;
+        if (IsStored(path, size)) return {HTTP_STATUS_CREATED, {}};
+        return {reply.status, m_server.Explained(reply, L"PUT", path)};
+    }
+
+    bool IsStored(const std::wstring& path, std::uint64_t size) const try {
+        const std::optional<DavEntry> entry = m_server.Look(path);
+        return entry && entry->size == size;
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error&) {
-        return reply;
+        return false;
     }
 
     /// Whether another file may fare better than one that was refused: by itself, or by all that stands
@@ -217,7 +224,8 @@ private:
 
     /// Whether it is these packets that the server refuses, and not whatever is sent there.
     bool TakesAnything() const {
-        const DavReply reply = m_server.Put(Question(), "?");
+        constexpr std::string_view kText = "?";
+        const DavReply reply = Cleared(m_server.Put(Question(), kText), Question(), kText.size());
         m_server.Delete(Question());
         return reply.Succeeded();
     }

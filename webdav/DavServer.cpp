@@ -106,6 +106,7 @@ std::wstring MeaningOf(DWORD status) {
 /// To a change, a list of what failed and a promise are none.
 bool IsSuccess(DWORD status, std::wstring_view method) {
     constexpr DWORD kAccepted = 202;
+    if (method == L"MOVE") return DavServer::HasMoved(status);
     return status / 100 == 2 && (method == L"PROPFIND" || (status != kMultistatus && status != kAccepted));
 }
 

@@ -34,6 +34,9 @@ struct DavReply {
         return IsDenied() || status == 407 || status == 429 || status == 503;
     }
     bool IsOutOfSpace() const noexcept { return status == 507; }
+    /// Something else that answers in the server's place, such as the login to a network, calls its page a
+    /// success, too.
+    bool MayBeOfAnother() const noexcept { return status == HTTP_STATUS_OK; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
 };
 
@@ -65,6 +68,10 @@ public:
     std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes, DWORD patience) const;
     enum class Other { Stays, IsReplaced };
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
+    /// Whether something was moved, by the status. Others, such as that of a page, tell nothing of it.
+    static bool HasMoved(DWORD status) noexcept {
+        return status == HTTP_STATUS_CREATED || status == HTTP_STATUS_NO_CONTENT;
+    }
     /// Tells a request where to move something. destination: a URL.
     static void AddDestination(HttpRequest& request, const std::wstring& destination, Other other);
     DavReply Delete(const std::wstring& path) const;
@@ -77,6 +84,10 @@ public:
                  const std::function<void(base::Bytes)>& take) const;
     static constexpr DWORD kNothingThere = 416;
 
+    /// Of a reply whatever it is: one that seemed to be a success may have been none.
+    std::wstring Explained(const DavReply& reply, const wchar_t* method, const std::wstring& path) const {
+        return reply.failure.empty() ? Explained(reply.status, method, path) : reply.failure;
+    }
     /// The failure of a reply that was no success. reason: where more is known than what the status means.
     std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
                            const std::wstring& reason = {}) const;

@@ -233,6 +233,31 @@ class LiesTest(HttpsHostTest):
         self.assertIn("does not list all of its 20000 bytes", self.field.log)
         self.assert_next_cycle_delivers()
 
+    def test_a_page_that_answers_in_its_place_is_no_success(self):
+        """Such as the login to a network, which may end in the middle of a transfer."""
+        page = 200, {"Content-Type": "text/html"}, b"<html>Please log in</html>"
+
+        def answering(method, ending=""):
+            return self.spoiling(instead=lambda request, body, ask: (
+                page if request.command == method and request.path.endswith(ending) else ask(request, body)))
+        for method, ending in (("MOVE", ""), ("PUT", ".digests"), ("PUT", "")):
+            with self.subTest(method=method, ending=ending):
+                self.put(self.field, "a.mdb")
+                with answering(method, ending):
+                    self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+                self.assertIn(f"answers 200 to {method}", self.field.log)
+                self.assert_next_cycle_delivers()
+                self.ledger.clear()
+        self.send("a.mdb")
+        with answering("DELETE"):
+            self.assert_trouble(self.enterprise, {("in", "a.mdb"): "delivered"}, "answers 200 to DELETE")
+        # One who says no more than that of what he has done is looked after.
+        self.ledger.clear()
+        with self.spoiling(lie=lambda method, status, headers, content: (
+                page if method in ("PUT", "MOVE", "DELETE") else (status, headers, content))):
+            self.deliver("b.mdb")
+        self.assertEqual(files_below(self.server.packets), {})
+
 
 class ContinuedDownloadTest(HttpsHostTest):
     SIZE = 2 << 20
