@@ -224,6 +224,23 @@ class LiesTest(HttpsHostTest):
                 self.receive_under(lie(bend), text)
         self.assert_received()
 
+    def test_the_length_of_what_has_no_note(self):
+        self.send("a.mdb")
+        for note in self.server.packets.glob("*.uploads/*.digests"):
+            note.unlink()
+        self.receive_under(lambda method, status, headers, content: (
+            (200, {}, b"<html>Please log in</html>") if method == "GET" else (status, headers, content)),
+            "lists file a.mdb with another length than the 26 bytes that came")
+        self.assert_received()
+        # Listed before it was replaced.
+        packet = self.put(self.field, "b.mdb", folder=self.to_enterprise)
+        self.server.own(packet)
+        spoiler = Spoiler(self, self.server)
+        spoiler.before("MOVE", "/b.mdb", lambda: packet.write_bytes(b"newer"))
+        with self.through(spoiler):
+            self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "b.mdb").read_bytes(), b"newer")
+
     def test_what_was_not_stored_is_not_deleted(self):
         def lie(method, status, headers, content):
             return status, headers, content.replace(b"20000</", b"19999</")
@@ -547,9 +564,20 @@ class LeftoversTest(HttpsHostTest):
         volume = Mount(self, self.scratch / "volume", "1m")
         self.enterprise.receive = volume.folder / "receive"
         self.enterprise.change("receive", self.enterprise.receive)
-        self.assertIn("The transfer failed", self.assert_run(self.enterprise, 1).output)
-        self.assertEqual(len(files_below(self.to_enterprise)), 3)
-        self.assert_nothing_lost()
+        self.assert_trouble(self.enterprise)
+        self.assertRegex(self.enterprise.log, r"There is no room in .*receive\.https for packets on the server: 4, such as "
+                                              r"\d\.mdb with 400000 bytes")
+        self.assertEqual(len(files_below(self.to_enterprise)), 4)
+        volume.remount("size=8m")
+        self.assert_received()
+        # One that was claimed while there was room keeps nothing smaller back.
+        self.send("large.mdb", content=os.urandom(2_000_000))
+        with self.refusing("GET", ".claims"):
+            self.assert_run(self.enterprise, 1)
+        volume.remount("size=1m")
+        self.send("small.mdb")
+        self.assert_trouble(self.enterprise, {("in", "small.mdb"): "delivered"})
+        self.assertEqual([path.name for path in self.server.packets.glob("*.claims/*/*")], ["large.mdb"])
         volume.remount("size=8m")
         self.assert_received()
 
