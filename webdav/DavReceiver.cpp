@@ -122,6 +122,7 @@ private:
         if (unfinished != m_unfinished.end() && !SetDamagedAside(unfinished->second)) return false;
         // First: what cannot be stored here is left to other receivers.
         if (!HasRoomFor(packet, 0)) return false;
+        if (LacksDigest(packet.path)) return WaitsForDigests(packet.path);
         IncomingPacket incoming = Incoming(packet.path);
         if (Claim(packet.path)) {
             // A part that is left here came of an earlier claim, which may have been another version.
@@ -220,6 +221,7 @@ private:
 
     void ReceiveClaimed(const RemoteFile& packet) {
         const bool received = Attempt([&] {
+            if (LacksDigest(packet.path)) return WaitsForDigests(packet.path);
             IncomingPacket incoming = Incoming(packet.path);
             return HasRoomFor(packet, incoming.Size()) && Receive(packet, incoming);
         });
@@ -280,9 +282,7 @@ private:
             return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
         const std::wstring sha256 = incoming.Finish();
         const PacketDigest* const digest = DigestOf(packet, incoming.Size(), sha256);
-        if (!digest && !m_notes.AreAllRead())
-            return Stays(L"The digests of the packets cannot be read from the server. File " + packet +
-                         L" waits for the next transfer.");
+        if (!digest && m_notes.UnreadOf(packet)) return WaitsForDigests(packet);
         if (!digest && isContinued && attempts == Attempts::Two) {
             incoming.GoOnAt(0);
             return Fetch(file, incoming, Attempts::One);
@@ -316,6 +316,20 @@ private:
         if (const PacketDigest* const digest = m_notes.Find(packet, size, sha256)) return digest;
         m_notes.ReadNew();
         return m_notes.Find(packet, size, sha256);
+    }
+
+    /// Before a packet travels: none tells of it that can be read, and one that cannot be read may.
+    bool LacksDigest(const std::wstring& packet) {
+        const auto lacks = [&] { return !m_notes.Tell(packet) && m_notes.UnreadOf(packet); };
+        if (!lacks()) return false;
+        m_notes.ReadNewOf(packet);
+        return lacks();
+    }
+
+    bool WaitsForDigests(const std::wstring& packet) {
+        return Stays(Lines(L"The digests of the packets cannot be read from the server. File " + packet +
+                               L" waits for the next transfer.",
+                           WayOutOfUnread(m_notes.UnreadOf(packet).value_or(std::wstring()))));
     }
 
     /// It may have been replaced between the list and the claim.

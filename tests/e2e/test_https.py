@@ -224,6 +224,40 @@ class LiesTest(HttpsHostTest):
                 self.receive_under(lie(bend), text)
         self.assert_received()
 
+    def test_notes_that_cannot_be_read(self):
+        """As after a loss of power on the server, or of a later version of the product."""
+        uploads = self.to_enterprise.with_name("to-enterprise.uploads")
+
+        def damage(note):
+            note.write_bytes(b"")
+            return note
+
+        def replace(note):
+            text = note.read_bytes().replace(b"digests 1", b"digests 2", 1)
+            note.unlink()
+            note = uploads / f"{hashlib.sha256(text).hexdigest()}.digests"
+            note.write_bytes(text)
+            return note
+        for spoil in (damage, replace):
+            with self.subTest(spoil.__name__):
+                self.ledger.clear()
+                self.deliver("a.mdb")
+                older = files_below(self.enterprise.inbox)
+                self.send("a.mdb")
+                (self.to_enterprise / "a.mdb").write_bytes(b"")
+                [note] = uploads.glob("*.digests")
+                note = spoil(note)
+                self.assert_run(self.enterprise, 1, log=f"note to-enterprise.uploads/{note.name} is damaged")
+                self.assertEqual((files_below(self.enterprise.inbox), files_below(self.to_enterprise).keys()), (older, {"a.mdb"}))
+                self.ledger.clear()
+                self.send("a.mdb")
+                note.unlink()
+                self.assert_received()
+        self.send("b.mdb")
+        self.receive_under(lambda method, status, headers, content: (
+            (404, {}, b"") if b"digests 1" in content else (status, headers, content)), "The digests of the packets cannot be read")
+        self.assert_received()
+
     def test_the_length_of_what_has_no_note(self):
         self.send("a.mdb")
         for note in self.server.packets.glob("*.uploads/*.digests"):
