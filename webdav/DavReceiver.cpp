@@ -62,7 +62,8 @@ public:
         TellOfThoseWithoutRoom();
         if (goesOn) TellOfOtherClaims();
         if (goesOn) DeleteNotes(waiting);
-        return goesOn && StillReachesServer();
+        if (goesOn && m_stayed > 0) m_server.Check(m_remote);
+        return goesOn;
     }
 
 private:
@@ -81,23 +82,32 @@ private:
         return FilesBelow(m_server, m_remote, m_subFolder, [](const std::wstring&) {});
     }
 
-    /// Runs a step whose failure keeps a packet where it is.
+    /// Runs a step whose failure keeps a packet where it is. Throws where it stays because of the server:
+    /// each other one would do so, and a server that is silent is waited for.
     template <class Step>
     bool Attempt(Step&& step) {
+        const std::size_t before = m_stayed;
         bool done = false;
+        bool isLocal = false;
         const bool ended = Try(m_self, [&] {
-            done = step();
+            done = WithLocalFailures(isLocal, step);
             return true;
         });
-        if (!ended) m_isComplete = false;
+        if (!ended) ++m_stayed;
+        if (m_stayed != before && !isLocal) m_server.Check(m_remote);
         return done;
     }
 
-    /// What stays may do so because of the server, where any other packet would stay, too.
-    bool StillReachesServer() const { return m_isComplete || m_server.IsThere(m_remote); }
+    template <class Step>
+    static bool WithLocalFailures(bool& isLocal, Step&& step) try {
+        return step();
+    } catch (const base::SystemError&) {
+        isLocal = true;
+        throw;
+    }
 
     bool Stays(const std::wstring& report) {
-        m_isComplete = false;
+        ++m_stayed;
         return m_self.Fail(report);
     }
 
@@ -391,7 +401,7 @@ private:
         const std::vector<DigestNote> candidates = m_notes.Done(packets);
         if (candidates.empty() || !AddThoseOnTheirWay(candidates, packets)) return;
         for (const DigestNote& note : m_notes.Done(packets))
-            m_server.Delete(note.path);
+            if (!m_server.Delete(note.path).Succeeded()) m_server.Check(m_remote);
     }
 
     /// Meanwhile packets of a note were sent again, under the same note, and claims were given back. Looked
@@ -431,7 +441,7 @@ private:
     bool m_hasSeenAll = true;      ///< that waits
     std::uint64_t m_room = kMuch;  ///< bytes of the largest that may fit, by the errors of the local disk
     std::vector<RemoteFile> m_withoutRoom;
-    bool m_isComplete = true;
+    std::size_t m_stayed = 0;  ///< reports of what does
 };
 
 bool DavReceiver::MoveFiles(const std::wstring& remote, const std::wstring& subFolder,

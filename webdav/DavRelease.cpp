@@ -130,6 +130,7 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
             return Release(server, notes, self, packet, claim, JoinRemote(remote, packet)).Run();
         });
         isComplete = isReleased && isComplete;
+        if (!isReleased) server.Check(remote);
     }
     return isComplete;
 }

@@ -87,13 +87,16 @@ private:
             if (entry.name.ends_with(kNoteEnding))
                 notes.push_back(entry.name);
             else if (entry.name.starts_with(m_installation.Name() + L"~"))
-                m_server.Delete(JoinRemote(m_uploads, entry.name));  // of an earlier run
+                Remove(entry.name);  // of an earlier run
             else
                 isForeign = true;
         }
         if (notes.size() >= kManyNotes && !isForeign && NothingWaits())
-            for (const std::wstring& note : notes)
-                m_server.Delete(JoinRemote(m_uploads, note));
+            std::ranges::for_each(notes, [&](const std::wstring& note) { Remove(note); });
+    }
+
+    void Remove(const std::wstring& name) const {
+        if (!m_server.Delete(JoinRemote(m_uploads, name)).Succeeded()) m_server.Check(m_uploads);
     }
 
     /// Who receives through the server removes the notes with their packets; others, who take packets from
@@ -263,7 +266,8 @@ private:
         std::vector<const Upload*> whole = WholeOnes(batch);
         if (!whole.empty() && PutNote(whole))
             for (const Upload* upload : whole)
-                Try(m_self, [&] { return TakeName(*upload); });
+                // A server that is silent is waited for, which each of the others would do, too.
+                if (!Try(m_self, [&] { return TakeName(*upload); })) m_server.Check(m_uploads);
     }
 
     /// Of the batch those that the server tells to be there in full.

@@ -261,6 +261,11 @@ bool DavServer::IsThere(const std::wstring& folder) const {
     return !site.MayLackFolder();
 }
 
+void DavServer::Check(const std::wstring& folder) const {
+    if (!IsThere(folder))
+        throw base::Error(E_FAIL, L"The server " + Name() + L" has no folder at that address: " + folder);
+}
+
 DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
     const DavReply reply = Ask(L"MKCOL", FolderPath(folder), &SendNothing);
     constexpr DWORD kIsThere = 405;

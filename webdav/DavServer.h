@@ -56,6 +56,8 @@ public:
     /// Whether the site is there, by a folder that the account reaches, and that need not be there yet.
     /// Throws where the server does not tell.
     bool IsThere(const std::wstring& folder) const;
+    /// After a failure whose cause may be the server: throws where that is not there, as for anything else.
+    void Check(const std::wstring& folder) const;
     /// Creates a folder where it is missing. A success means that it is there then.
     DavReply ProvideFolder(const std::wstring& folder) const;
 

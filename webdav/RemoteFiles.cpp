@@ -59,7 +59,11 @@ private:
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error& error) {
+        if (m_isLost) throw;
         m_refuse(error.failure().description);
+        m_isLost = true;
+        m_server.Check(JoinRemote(m_root, FolderAbove(folder)));
+        m_isLost = false;
     }
 
     static base::LocalNames NamesOf(const std::vector<DavEntry>& entries) {
@@ -82,6 +86,7 @@ private:
     const Refuse& m_refuse;
     const SentInto& m_sentInto;
     std::vector<RemoteFile> m_files;
+    bool m_isLost = false;  ///< the server, and not one folder
 };
 
 }  // namespace

@@ -80,6 +80,38 @@ class StepTest(HttpsHostTest):
             # To whom the login is refused, it would be for anything else.
             self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 
+    def test_a_line_that_dies_is_not_tried_for_each_packet(self):
+        """Nor one who has no time, or knows the login no more."""
+        def run(side, method, ending, status):
+            spoiler = Spoiler(self, self.server)
+            handle, lost = spoiler.handle, []
+
+            def die(request):
+                if not lost and not (request.command == method and ending in request.path):
+                    return handle(request)
+                lost.append(request.command)
+                request.rfile.read(int(request.headers.get("Content-Length", 0)))
+                return Spoiler.answer(request, status, {}, b"") if status else Spoiler.drop(request)
+            spoiler.handle = die
+            before = side.log.count("ERROR")
+            with self.through(spoiler):
+                self.assert_trouble(side)
+            self.assertLess(len(lost), 20, lost)
+            self.assertLess(side.log.count("ERROR") - before, 6, side.log)
+
+        for status in (0, 503, 401):
+            with self.subTest(status=status):
+                self.put_many(20, 1000, None)
+                run(self.field, "MOVE", "~", status)
+                run(self.field, "DELETE", "~", status)
+                self.assert_run(self.field)
+                run(self.enterprise, "MOVE", "to-enterprise/", status)
+                with self.refusing("GET", ".claims"):
+                    self.assert_run(self.enterprise, 1)
+                run(self.enterprise, "GET", ".claims", status)
+                self.assert_received()
+                self.ledger.clear()
+
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")
         self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
