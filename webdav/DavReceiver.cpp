@@ -134,9 +134,9 @@ private:
         if (!HasRoomFor(packet, 0)) return false;
         if (LacksDigest(packet.path)) return WaitsForDigests(packet.path);
         IncomingPacket incoming = Incoming(packet.path);
+        // A part that is left here came of an earlier claim, which may have been another version.
+        incoming.Forget();
         if (Claim(packet.path)) {
-            // A part that is left here came of an earlier claim, which may have been another version.
-            incoming.GoOnAt(0);
             m_unfinished.emplace(name, packet.path);
             const bool received = Receive(packet, incoming);
             if (received) m_unfinished.erase(name);

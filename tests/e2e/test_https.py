@@ -378,6 +378,30 @@ class ContinuedDownloadTest(HttpsHostTest):
         self.assert_delivered()
         self.assertFalse(files_below(self.server.packets))
 
+    def test_not_with_another_version_whose_part_was_left(self):
+        """Something else held the part when it should go, and the host ends with the claim of the newer version."""
+        older = (self.to_enterprise / "a.mdb").read_bytes()
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        part = self.part()
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.unlink()
+        self.ledger.clear()
+        self.send("a.mdb", content=os.urandom(self.SIZE))
+        process = None
+
+        def end_with_claim(method, *answer):
+            if method == "MOVE":
+                process.kill()
+                process.wait()
+            return answer
+        spoiler = Spoiler(self, self.server, lie=end_with_claim)
+        spoiler.before("PROPFIND", "/to-enterprise/", lambda: part.write_bytes(older))
+        with self.through(spoiler):
+            process = start("run", self.enterprise.settings)
+            finish(process)
+        self.assertTrue(claim.exists())
+        self.assert_received()
+
 
 class LeftoversTest(HttpsHostTest):
     def other_enterprise(self):
