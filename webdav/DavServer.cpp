@@ -223,13 +223,24 @@ DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const U
     return reply;
 }
 
+DavReply DavServer::TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const {
+    const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
+    return Find(FolderPath(folder), L"1", read);
+}
+
 std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder) const {
     std::vector<DavEntry> entries;
-    const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
-    const DavReply reply = Find(FolderPath(folder), L"1", read);
-    if (reply.IsMissing()) return std::nullopt;
-    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
-    return entries;
+    const DavReply reply = TryToList(folder, entries);
+    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
+    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+std::optional<std::vector<DavEntry>> DavServer::ListWhereAllowed(const std::wstring& folder) const {
+    std::vector<DavEntry> entries;
+    const DavReply reply = TryToList(folder, entries);
+    const bool isHidden = reply.IsMissing() || reply.IsDenied() || reply.IsForbidden();
+    if (!reply.Succeeded() && !isHidden) throw base::Error(E_FAIL, reply.failure);
+    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
 }
 
 std::optional<DavEntry> DavServer::Look(const std::wstring& path) const {

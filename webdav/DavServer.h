@@ -22,6 +22,7 @@ struct DavReply {
     bool IsTooLarge() const noexcept { return status == 413; }
     /// Nobody is known there by that login, or it does not reach that far.
     bool IsDenied() const noexcept { return status == 401; }
+    bool IsForbidden() const noexcept { return status == 403; }
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
     /// Nor is the folder that it would be in, for all that the server tells.
@@ -49,6 +50,8 @@ public:
 
     /// What lies in a folder; nothing when it is missing. Throws a failure.
     std::optional<std::vector<DavEntry>> List(const std::wstring& folder) const;
+    /// The same; nothing also where the account may not look there.
+    std::optional<std::vector<DavEntry>> ListWhereAllowed(const std::wstring& folder) const;
     /// What has that name; nothing when it is missing. Throws where the server does not tell.
     std::optional<DavEntry> Look(const std::wstring& path) const;
     bool Exists(const std::wstring& path) const { return Answers(path, {}); }
@@ -99,6 +102,7 @@ private:
 
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
+    DavReply TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
     bool Answers(const std::wstring& path, const Use& use) const;
 

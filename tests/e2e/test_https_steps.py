@@ -1,5 +1,6 @@
 """Each step of a transfer through a WebDAV server is refused once: what was not done is told, and done by the next."""
 import os
+import shutil
 import time
 
 import test_failures
@@ -131,6 +132,25 @@ class StepTest(HttpsHostTest):
         with self.spoiling(instead=claim):
             self.assert_run(self.field, 0, {("out", "a.mdb"): "sent"})
         self.assert_received()
+
+    def test_names_that_cannot_be_seen_get_no_twin(self):
+        def hidden(folder, status):
+            return self.spoiling(instead=lambda request, body, ask: (
+                (status, {}, b"") if request.path.endswith(folder) and request.headers["Depth"] == "1" else ask(request, body)))
+        self.send("A.MDB", "SUB/B.MDB")
+        for name, folder in (("a.mdb", "to-enterprise/"), ("sub/b.mdb", "SUB/")):
+            with self.subTest(name=name):
+                self.ledger.clear()
+                for path in (self.field.send, self.field.outbox / "SUB"):
+                    shutil.rmtree(path, ignore_errors=True)
+                self.put(self.field, name)
+                with hidden(folder, 500):
+                    self.assert_trouble(self.field, {("out", name): WAITING}, "answers 500 to PROPFIND")
+                self.assert_run(self.field)
+                self.assertEqual(files_below(self.to_enterprise).keys(), {"A.MDB", "SUB/B.MDB"})
+        # One who may write there, and not look, sends all the same.
+        with hidden("to-enterprise/", 403):
+            self.send("c.mdb")
 
     def test_a_file_in_use_stays(self):
         held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send), "write")
