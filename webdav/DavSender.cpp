@@ -122,6 +122,11 @@ private:
                         L" has a name that on a WebDAV server only the transport uses. Rename it.");
             return true;
         }
+        if (!KeepsItsName(file.RelativePath())) {
+            m_self.Fail(L"File " + file.RelativePath() +
+                        L" has half of a character in its name, which no server can keep. Rename it.");
+            return true;
+        }
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
             m_batch.pop_back();
