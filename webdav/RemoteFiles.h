@@ -21,9 +21,9 @@ struct RemoteFile {
     std::optional<std::uint64_t> size;  ///< bytes, where the server tells them
 };
 
-/// Without what the transport keeps there. subFolder: the one below it
-/// that is looked into, with "/"; empty for all. A folder that is missing holds none. Throws when one cannot
-/// be listed.
+/// All below a folder, without what the transport keeps there. subFolder: the one below it that is looked
+/// into, with "/"; empty for all. A folder that is missing holds none. Throws when one cannot be listed, and
+/// when the server goes away.
 std::vector<RemoteFile> FilesBelow(const DavServer& server, const std::wstring& folder,
                                    const std::wstring& subFolder, const Refuse& refuse,
                                    const SentInto& sentInto = {});
