@@ -162,6 +162,15 @@ std::uint64_t FileSize(const std::wstring& path, Where where) {
     return version->size;
 }
 
+std::optional<std::uint64_t> FreeSpace(const std::wstring& folder) {
+    ULARGE_INTEGER free;
+    ULARGE_INTEGER total;
+    const std::wstring path = Extended(Path::WithSeparator(folder));
+    if (!GetDiskFreeSpaceExW(path.c_str(), &free, &total, nullptr)) return std::nullopt;
+    // Some that lie elsewhere know no sizes, and tell zeros.
+    return total.QuadPart == 0 ? std::nullopt : std::optional(free.QuadPart);
+}
+
 std::optional<FileVersion> VersionOf(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!GetFileAttributesExW(Extended(path).c_str(), GetFileExInfoStandard, &data)) return std::nullopt;

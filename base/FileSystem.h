@@ -59,6 +59,8 @@ bool IsReachedByWebDavClient(std::wstring folder) noexcept;
 /// Whether a path is that of a link or junction, which stands for something elsewhere.
 bool IsLink(const std::wstring& path);
 std::uint64_t FileSize(const std::wstring& path, Where where = Where::current());
+/// Bytes that this user may still write in a folder; nothing where the system does not tell.
+std::optional<std::uint64_t> FreeSpace(const std::wstring& folder);
 /// Nothing when there is no such file.
 std::optional<FileVersion> VersionOf(const std::wstring& path);
 Listing List(const std::wstring& folder, Where where = Where::current());

@@ -324,7 +324,8 @@ private:
             DavServer::AddDestination(request, destination, Other::Stays);
             request.Send();
         };
-        return m_connection.Ask(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")), send).status / 100 == 2;
+        return DavServer::HasMoved(
+            m_connection.Ask(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")), send).status);
     }
 
     DavFinding Replacement() {

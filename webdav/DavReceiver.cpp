@@ -2,8 +2,11 @@
 #include "webdav/DavReceiver.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <limits>
 #include <map>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -29,6 +32,8 @@ constexpr int kMostAttempts = 10;
 // What brings less is left to it at once: it may have taken a minute.
 constexpr std::uint64_t kWorthAnAttempt = 16 << 10;  // bytes
 
+constexpr std::uint64_t kMuch = std::numeric_limits<std::uint64_t>::max();  // bytes
+
 constexpr std::wstring_view kPartEnding = L".part";
 
 }  // namespace
@@ -52,16 +57,18 @@ public:
         // Before the packets: what is still an upload then is seen as one.
         m_notes.ReadOf(JoinRemote(m_subFolder, L"*"));
         ReceiveClaims();
-        const std::vector<std::wstring> waiting = Files(m_remote);
+        const std::vector<RemoteFile> waiting = Files(m_remote);
         const bool goesOn = ClaimAndReceive(waiting);
         if (goesOn && !m_gone.empty()) LookForGone();
+        TellOfThoseWithoutRoom();
         if (goesOn) TellOfOtherClaims();
         if (goesOn) DeleteNotes(waiting);
-        return goesOn && !m_isFull && StillReachesServer();
+        if (goesOn && m_stayed > 0) m_server.Check(m_remote);
+        return goesOn;
     }
 
 private:
-    std::vector<std::wstring> Files(const std::wstring& folder) {
+    std::vector<RemoteFile> Files(const std::wstring& folder) {
         return FilesBelow(
             m_server, folder, m_subFolder,
             [&](const std::wstring& reason) {
@@ -72,27 +79,36 @@ private:
     }
 
     /// Without a word of what was refused the first time.
-    std::vector<std::wstring> WaitingAgain() const {
+    std::vector<RemoteFile> WaitingAgain() const {
         return FilesBelow(m_server, m_remote, m_subFolder, [](const std::wstring&) {});
     }
 
-    /// Runs a step whose failure keeps a packet where it is.
+    /// Runs a step whose failure keeps a packet where it is. Throws where it stays because of the server:
+    /// each other one would do so, and a server that is silent is waited for.
     template <class Step>
     bool Attempt(Step&& step) {
+        const std::size_t before = m_stayed;
         bool done = false;
+        bool isLocal = false;
         const bool ended = Try(m_self, [&] {
-            done = step();
+            done = WithLocalFailures(isLocal, step);
             return true;
         });
-        if (!ended) m_isComplete = false;
+        if (!ended) ++m_stayed;
+        if (m_stayed != before && !isLocal) m_server.Check(m_remote);
         return done;
     }
 
-    /// What stays may do so because of the server, where any other packet would stay, too.
-    bool StillReachesServer() const { return m_isComplete || m_server.IsThere(m_remote); }
+    template <class Step>
+    static bool WithLocalFailures(bool& isLocal, Step&& step) try {
+        return step();
+    } catch (const base::SystemError&) {
+        isLocal = true;
+        throw;
+    }
 
     bool Stays(const std::wstring& report) {
-        m_isComplete = false;
+        ++m_stayed;
         return m_self.Fail(report);
     }
 
@@ -100,27 +116,29 @@ private:
     // ---------------------------------------------------------------------------------------------
 
     /// False when nothing more can be received now.
-    bool ClaimAndReceive(const std::vector<std::wstring>& packets) {
+    bool ClaimAndReceive(const std::vector<RemoteFile>& packets) {
         if (packets.empty()) return true;
         m_progress.SetRange(0, static_cast<LONG>(packets.size()));
         LONG position = 0;
-        for (const std::wstring& packet : packets) {
-            if (m_isFull || !ShowNext(m_progress, packet, position++)) return false;
-            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
+        for (const RemoteFile& packet : packets) {
+            if (!ShowNext(m_progress, packet.path, position++)) return false;
+            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet.path);
         }
         return true;
     }
 
-    bool ClaimAndReceive(const std::wstring& packet) {
-        const std::wstring name = base::Upper(packet);
+    bool ClaimAndReceive(const RemoteFile& packet) {
+        const std::wstring name = base::Upper(packet.path);
         const auto unfinished = m_unfinished.find(name);
         if (unfinished != m_unfinished.end() && !SetDamagedAside(unfinished->second)) return false;
         // First: what cannot be stored here is left to other receivers.
-        IncomingPacket incoming = Incoming(packet);
-        if (Claim(packet)) {
-            // A part that is left here came of an earlier claim, which may have been another version.
-            incoming.GoOnAt(0);
-            m_unfinished.emplace(name, packet);
+        if (!HasRoomFor(packet, 0)) return false;
+        if (LacksDigest(packet.path)) return WaitsForDigests(packet.path);
+        IncomingPacket incoming = Incoming(packet.path);
+        // A part that is left here came of an earlier claim, which may have been another version.
+        incoming.Forget();
+        if (Claim(packet.path)) {
+            m_unfinished.emplace(name, packet.path);
             const bool received = Receive(packet, incoming);
             if (received) m_unfinished.erase(name);
             return received;
@@ -151,10 +169,11 @@ private:
     bool DeleteClaim(const std::wstring& packet) {
         const std::wstring claim = JoinRemote(m_claims, packet);
         const DavReply reply = m_server.Delete(claim);
-        if (reply.Succeeded() || !m_server.Exists(claim)) return true;
+        if (reply.Succeeded() && !reply.MayBeOfAnother()) return true;
+        if (!m_server.Exists(claim)) return true;
         return Stays(
             Lines(L"Failed to delete the file " + packet + L" from the server. It will be received again.",
-                  reply.failure));
+                  m_server.Explained(reply, L"DELETE", claim)));
     }
 
     /// What waits now was sent later, and takes the place of one that did not come as it was sent. False
@@ -177,23 +196,24 @@ private:
     /// What carries a request may do so twice, and what seems to be gone may be there all the same.
     void LookForGone() {
         ReceiveClaims();
-        for (const std::wstring& packet : WaitingAgain()) {
-            if (m_gone.erase(packet) == 0) continue;
-            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet);
-            if (m_gone.contains(packet) && m_server.Exists(JoinRemote(m_remote, packet)))
-                Stays(L"Failed to retrieve file " + packet +
+        for (const RemoteFile& packet : WaitingAgain()) {
+            if (m_gone.erase(packet.path) == 0) continue;
+            if (Attempt([&] { return ClaimAndReceive(packet); })) m_received.insert(packet.path);
+            if (m_gone.contains(packet.path) && m_server.Exists(JoinRemote(m_remote, packet.path)))
+                Stays(L"Failed to retrieve file " + packet.path +
                       L" from the server: it is there, and cannot be claimed.");
         }
     }
 
     /// All of this installation, but for those that could not be received just now.
     void ReceiveClaims() {
-        std::vector<std::wstring> claimed = Files(m_claims);
+        std::vector<RemoteFile> claimed = Files(m_claims);
         DeletePartsExceptOf(claimed);
-        std::erase_if(claimed,
-                      [&](const std::wstring& packet) { return m_unfinished.contains(base::Upper(packet)); });
-        std::ranges::for_each(claimed, [&](const std::wstring& packet) { m_notes.ReadOf(packet); });
-        std::ranges::for_each(claimed, [&](const std::wstring& packet) { ReceiveClaimed(packet); });
+        std::erase_if(claimed, [&](const RemoteFile& packet) {
+            return m_unfinished.contains(base::Upper(packet.path));
+        });
+        std::ranges::for_each(claimed, [&](const RemoteFile& packet) { m_notes.ReadOf(packet.path); });
+        std::ranges::for_each(claimed, [&](const RemoteFile& packet) { ReceiveClaimed(packet); });
     }
 
     /// What was claimed under a name that this installation had: it may be another one's, which receives it
@@ -210,12 +230,33 @@ private:
         }
     }
 
-    void ReceiveClaimed(const std::wstring& packet) {
+    void ReceiveClaimed(const RemoteFile& packet) {
         const bool received = Attempt([&] {
-            IncomingPacket incoming = Incoming(packet);
-            return Receive(packet, incoming);
+            if (LacksDigest(packet.path)) return WaitsForDigests(packet.path);
+            IncomingPacket incoming = Incoming(packet.path);
+            return HasRoomFor(packet, incoming.Size()) && Receive(packet, incoming);
         });
-        if (!received) m_unfinished.emplace(base::Upper(packet), packet);
+        if (!received) m_unfinished.emplace(base::Upper(packet.path), packet.path);
+    }
+
+    /// What is too large keeps nothing smaller back. came: bytes of it that lie here already.
+    bool HasRoomFor(const RemoteFile& packet, std::uint64_t came) {
+        const std::optional<std::uint64_t> free = FileSystem::FreeSpace(m_installation.Folder());
+        const std::uint64_t room = std::min(m_room, free ? *free + came : kMuch);
+        // Where nobody tells how large it is, it has to be tried.
+        if (packet.size.value_or(m_room == kMuch ? 0 : kMuch) <= room) return true;
+        m_withoutRoom.push_back(packet);
+        return false;
+    }
+
+    /// Once for all: on a full disk they may be many.
+    void TellOfThoseWithoutRoom() {
+        if (m_withoutRoom.empty()) return;
+        const RemoteFile& first = m_withoutRoom.front();
+        Stays(L"There is no room in " + m_installation.Folder() + L" for packets on the server: " +
+              std::to_wstring(m_withoutRoom.size()) + L", such as " + first.path +
+              (first.size ? L" with " + std::to_wstring(*first.size) + L" bytes" : L"") +
+              L". They stay there. Make room.");
     }
 
     IncomingPacket Incoming(const std::wstring& packet) const {
@@ -228,11 +269,12 @@ private:
     }
 
     /// Of what is claimed.
-    bool Receive(const std::wstring& packet, IncomingPacket& incoming) try {
-        return Fetch(packet, incoming) && DeleteClaim(packet);
+    bool Receive(const RemoteFile& packet, IncomingPacket& incoming) try {
+        return Fetch(packet, incoming) && DeleteClaim(packet.path);
     } catch (const base::SystemError& error) {
         if (error.Code() == ERROR_DISK_FULL || error.Code() == ERROR_HANDLE_DISK_FULL) {
-            m_isFull = true;
+            // There was less of it than the system told.
+            m_room = std::min(m_room, incoming.Size());
             incoming.Drop();
         }
         throw;
@@ -241,7 +283,8 @@ private:
     enum class Attempts { Two, One };
 
     /// Where it came in parts, one of them may be wrong: then all of it comes once more.
-    bool Fetch(const std::wstring& packet, IncomingPacket& incoming, Attempts attempts = Attempts::Two) {
+    bool Fetch(const RemoteFile& file, IncomingPacket& incoming, Attempts attempts = Attempts::Two) {
+        const std::wstring& packet = file.path;
         // Without a digest nobody could tell what became of a part meanwhile.
         if (!m_notes.Tell(packet)) incoming.GoOnAt(0);
         bool isContinued = incoming.Size() > 0;
@@ -250,14 +293,13 @@ private:
             return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
         const std::wstring sha256 = incoming.Finish();
         const PacketDigest* const digest = DigestOf(packet, incoming.Size(), sha256);
-        if (!digest && !m_notes.AreAllRead())
-            return Stays(L"The digests of the packets cannot be read from the server. File " + packet +
-                         L" waits for the next transfer.");
+        if (!digest && m_notes.UnreadOf(packet)) return WaitsForDigests(packet);
         if (!digest && isContinued && attempts == Attempts::Two) {
             incoming.GoOnAt(0);
-            return Fetch(packet, incoming, Attempts::One);
+            return Fetch(file, incoming, Attempts::One);
         }
         if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
+        if (!digest && !HasListedSize(file, incoming.Size())) return IsOfAnother(packet, incoming);
         if (digest) incoming.SetModificationTime(digest->lastWrite);
         incoming.TakePlace(m_rights);
         return true;
@@ -287,6 +329,34 @@ private:
         return m_notes.Find(packet, size, sha256);
     }
 
+    /// Before a packet travels: none tells of it that can be read, and one that cannot be read may.
+    bool LacksDigest(const std::wstring& packet) {
+        const auto lacks = [&] { return !m_notes.Tell(packet) && m_notes.UnreadOf(packet); };
+        if (!lacks()) return false;
+        m_notes.ReadNewOf(packet);
+        return lacks();
+    }
+
+    bool WaitsForDigests(const std::wstring& packet) {
+        return Stays(Lines(L"The digests of the packets cannot be read from the server. File " + packet +
+                               L" waits for the next transfer.",
+                           WayOutOfUnread(m_notes.UnreadOf(packet).value_or(std::wstring()))));
+    }
+
+    /// It may have been replaced between the list and the claim.
+    bool HasListedSize(const RemoteFile& packet, std::uint64_t size) const {
+        if (packet.size == size) return true;
+        const std::optional<DavEntry> claim = m_server.Look(JoinRemote(m_claims, packet.path));
+        return claim && claim->size.value_or(size) == size;
+    }
+
+    bool IsOfAnother(const std::wstring& packet, IncomingPacket& incoming) {
+        incoming.Drop();
+        return Stays(L"The server " + m_server.Name() + L" lists file " + packet +
+                     L" with another length than the " + std::to_wstring(incoming.Size()) +
+                     L" bytes that came. It stays there for the next transfer.");
+    }
+
     bool IsDamaged(const std::wstring& packet, IncomingPacket& incoming, const std::wstring& sha256) {
         constexpr std::size_t kDigits = 8;
         m_damaged[packet] = sha256.substr(0, kDigits);
@@ -311,28 +381,28 @@ private:
     }
 
     /// A part belongs to a claim: what is claimed later under its name may be another version.
-    void DeletePartsExceptOf(const std::vector<std::wstring>& claimed) const {
+    void DeletePartsExceptOf(const std::vector<RemoteFile>& claimed) const {
         if (!m_subFolder.empty()) return;
         std::set<std::wstring> parts;
         std::ranges::transform(claimed, std::inserter(parts, parts.end()),
-                               [&](const std::wstring& packet) { return PartOf(packet); });
+                               [&](const RemoteFile& packet) { return PartOf(packet.path); });
         for (const FileSystem::FileEntry& file : FileSystem::List(m_installation.Folder()).files)
             if (file.name.ends_with(kPartEnding) && !parts.contains(file.name))
                 FileSystem::TryDelete(Path::Join(m_installation.Folder(), file.name));
     }
 
     /// waiting: what did so after the notes were read.
-    void DeleteNotes(const std::vector<std::wstring>& waiting) {
+    void DeleteNotes(const std::vector<RemoteFile>& waiting) {
         // Of one sub-folder alone nobody knows what waits in the others.
         if (!m_subFolder.empty() || !m_hasSeenAll) return;
         std::set<std::wstring> packets;
-        std::ranges::copy_if(waiting, std::inserter(packets, packets.end()), [&](const std::wstring& packet) {
-            return !m_received.contains(packet) && !m_gone.contains(packet);
-        });
+        for (const RemoteFile& packet : waiting)
+            if (!m_received.contains(packet.path) && !m_gone.contains(packet.path))
+                packets.insert(packet.path);
         const std::vector<DigestNote> candidates = m_notes.Done(packets);
         if (candidates.empty() || !AddThoseOnTheirWay(candidates, packets)) return;
         for (const DigestNote& note : m_notes.Done(packets))
-            m_server.Delete(note.path);
+            if (!m_server.Delete(note.path).Succeeded()) m_server.Check(m_remote);
     }
 
     /// Meanwhile packets of a note were sent again, under the same note, and claims were given back. Looked
@@ -344,8 +414,8 @@ private:
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
         const auto addWaiting = [&](const std::wstring& subFolder) {
-            const std::vector<std::wstring> waiting = FilesBelow(m_server, m_remote, subFolder, refuse);
-            packets.insert(waiting.begin(), waiting.end());
+            std::ranges::transform(FilesBelow(m_server, m_remote, subFolder, refuse),
+                                   std::inserter(packets, packets.end()), &RemoteFile::path);
         };
         std::ranges::for_each(subFolders, [&](const std::wstring& folder) { m_notes.ReadNew(folder); });
         std::ranges::for_each(subFolders, addWaiting);
@@ -370,9 +440,10 @@ private:
     std::set<std::wstring> m_gone;  ///< that waited, and did so no more when it should be claimed
     FolderProvider m_folders{m_server};
     FileSystem::RightsOfFolders m_rights;
-    bool m_hasSeenAll = true;  ///< that waits
-    bool m_isFull = false;     ///< the local disk
-    bool m_isComplete = true;
+    bool m_hasSeenAll = true;      ///< that waits
+    std::uint64_t m_room = kMuch;  ///< bytes of the largest that may fit, by the errors of the local disk
+    std::vector<RemoteFile> m_withoutRoom;
+    std::size_t m_stayed = 0;  ///< reports of what does
 };
 
 bool DavReceiver::MoveFiles(const std::wstring& remote, const std::wstring& subFolder,

@@ -15,8 +15,8 @@ public:
         : m_server(server), m_progress(progress) {}
 
     /// A remote folder that is missing holds nothing to receive. What stays is reported. False where more
-    /// cannot be received now: somebody wants an end, the local disk is full, or the server is gone. Throws
-    /// what keeps the whole transfer from going on, and an HttpError when somebody wants an end.
+    /// cannot be received now: somebody wants an end, or the server is gone. Throws what keeps the whole
+    /// transfer from going on, and an HttpError when somebody wants an end.
     /// subFolder: the one below both that is received, with "/"; empty for all.
     bool MoveFiles(const std::wstring& remote, const std::wstring& subFolder,
                    const std::wstring& local) const;

@@ -31,9 +31,10 @@ public:
         m_notes.ReadOf(m_packet);
         m_notes.ReadNewOf(m_packet);
         if (HasVersions()) LookAtContent();
-        if (!m_notes.AreAllRead())
-            return m_self.Fail(L"The digests of the packets cannot be read from the server. File " + m_claim +
-                               L" is not released.");
+        if (const auto note = m_notes.UnreadOf(m_packet))
+            return m_self.Fail(Lines(L"The digests of the packets cannot be read from the server. File " +
+                                         m_claim + L" is not released.",
+                                     WayOutOfUnread(*note)));
         if (!IsLatest()) return IsOutdated();
         const DavReply reply = m_server.Move(m_claim, m_target, DavServer::Other::Stays);
         if (!reply.Succeeded() && m_server.Exists(m_claim)) return Stays(reply);
@@ -52,7 +53,7 @@ private:
     /// What cannot be seen may be newer.
     bool IsStillLatest() try {
         m_notes.ReadNewOf(m_packet);
-        return m_notes.AreAllRead() && IsLatest();
+        return !m_notes.UnreadOf(m_packet) && IsLatest();
     } catch (const base::Error&) {
         return false;
     }
@@ -129,6 +130,7 @@ bool ReleaseClaims(const DavServer& server, const std::wstring& remote, const st
             return Release(server, notes, self, packet, claim, JoinRemote(remote, packet)).Run();
         });
         isComplete = isReleased && isComplete;
+        if (!isReleased) server.Check(remote);
     }
     return isComplete;
 }

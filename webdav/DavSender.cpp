@@ -87,13 +87,16 @@ private:
             if (entry.name.ends_with(kNoteEnding))
                 notes.push_back(entry.name);
             else if (entry.name.starts_with(m_installation.Name() + L"~"))
-                m_server.Delete(JoinRemote(m_uploads, entry.name));  // of an earlier run
+                Remove(entry.name);  // of an earlier run
             else
                 isForeign = true;
         }
         if (notes.size() >= kManyNotes && !isForeign && NothingWaits())
-            for (const std::wstring& note : notes)
-                m_server.Delete(JoinRemote(m_uploads, note));
+            std::ranges::for_each(notes, [&](const std::wstring& note) { Remove(note); });
+    }
+
+    void Remove(const std::wstring& name) const {
+        if (!m_server.Delete(JoinRemote(m_uploads, name)).Succeeded()) m_server.Check(m_uploads);
     }
 
     /// Who receives through the server removes the notes with their packets; others, who take packets from
@@ -117,6 +120,11 @@ private:
         if (LiesInFolderOfTransport(file)) {
             m_self.Fail(L"The folder " + file.subFolder +
                         L" has a name that on a WebDAV server only the transport uses. Rename it.");
+            return true;
+        }
+        if (!KeepsItsName(file.RelativePath())) {
+            m_self.Fail(L"File " + file.RelativePath() +
+                        L" has half of a character in its name, which no server can keep. Rename it.");
             return true;
         }
         Upload& upload = m_batch.emplace_back(file, m_local);
@@ -191,14 +199,21 @@ private:
         return isSeen ? Cleared(reply, UploadPath(upload), upload.digest.size) : reply;
     }
 
-    /// Where the answer to an upload got lost, what is there tells what became of it.
-    DavReply Cleared(const DavReply& reply, const std::wstring& path, std::uint64_t size) const try {
-        const std::optional<DavEntry> entry = reply.IsUnclear() ? m_server.Look(path) : std::nullopt;
-        return entry && entry->size == size ? DavReply{HTTP_STATUS_CREATED, {}} : reply;
+    /// Where the answer to an upload got lost, or may be of something else, what is there tells what became
+    /// of it.
+    DavReply Cleared(const DavReply& reply, const std::wstring& path, std::uint64_t size) const {
+        if (!reply.IsUnclear() && !reply.MayBeOfAnother()) return reply;
+        if (IsStored(path, size)) return {HTTP_STATUS_CREATED, {}};
+        return {reply.status, m_server.Explained(reply, L"PUT", path)};
+    }
+
+    bool IsStored(const std::wstring& path, std::uint64_t size) const try {
+        const std::optional<DavEntry> entry = m_server.Look(path);
+        return entry && entry->size == size;
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error&) {
-        return reply;
+        return false;
     }
 
     /// Whether another file may fare better than one that was refused: by itself, or by all that stands
@@ -217,7 +232,8 @@ private:
 
     /// Whether it is these packets that the server refuses, and not whatever is sent there.
     bool TakesAnything() const {
-        const DavReply reply = m_server.Put(Question(), "?");
+        constexpr std::string_view kText = "?";
+        const DavReply reply = Cleared(m_server.Put(Question(), kText), Question(), kText.size());
         m_server.Delete(Question());
         return reply.Succeeded();
     }
@@ -255,7 +271,8 @@ private:
         std::vector<const Upload*> whole = WholeOnes(batch);
         if (!whole.empty() && PutNote(whole))
             for (const Upload* upload : whole)
-                Try(m_self, [&] { return TakeName(*upload); });
+                // A server that is silent is waited for, which each of the others would do, too.
+                if (!Try(m_self, [&] { return TakeName(*upload); })) m_server.Check(m_uploads);
     }
 
     /// Of the batch those that the server tells to be there in full.

@@ -106,6 +106,7 @@ std::wstring MeaningOf(DWORD status) {
 /// To a change, a list of what failed and a promise are none.
 bool IsSuccess(DWORD status, std::wstring_view method) {
     constexpr DWORD kAccepted = 202;
+    if (method == L"MOVE") return DavServer::HasMoved(status);
     return status / 100 == 2 && (method == L"PROPFIND" || (status != kMultistatus && status != kAccepted));
 }
 
@@ -222,13 +223,24 @@ DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const U
     return reply;
 }
 
+DavReply DavServer::TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const {
+    const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
+    return Find(FolderPath(folder), L"1", read);
+}
+
 std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder) const {
     std::vector<DavEntry> entries;
-    const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
-    const DavReply reply = Find(FolderPath(folder), L"1", read);
-    if (reply.IsMissing()) return std::nullopt;
-    if (!reply.Succeeded()) throw base::Error(E_FAIL, reply.failure);
-    return entries;
+    const DavReply reply = TryToList(folder, entries);
+    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
+    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+std::optional<std::vector<DavEntry>> DavServer::ListWhereAllowed(const std::wstring& folder) const {
+    std::vector<DavEntry> entries;
+    const DavReply reply = TryToList(folder, entries);
+    const bool isHidden = reply.IsMissing() || reply.IsDenied() || reply.IsForbidden();
+    if (!reply.Succeeded() && !isHidden) throw base::Error(E_FAIL, reply.failure);
+    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
 }
 
 std::optional<DavEntry> DavServer::Look(const std::wstring& path) const {
@@ -258,6 +270,11 @@ bool DavServer::IsThere(const std::wstring& folder) const {
     const DavReply site = Find({}, L"0", {});
     if (!site.IsAnswered()) throw base::Error(E_FAIL, site.failure);
     return !site.MayLackFolder();
+}
+
+void DavServer::Check(const std::wstring& folder) const {
+    if (!IsThere(folder))
+        throw base::Error(E_FAIL, L"The server " + Name() + L" has no folder at that address: " + folder);
 }
 
 DavReply DavServer::ProvideFolder(const std::wstring& folder) const {

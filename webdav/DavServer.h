@@ -22,6 +22,7 @@ struct DavReply {
     bool IsTooLarge() const noexcept { return status == 413; }
     /// Nobody is known there by that login, or it does not reach that far.
     bool IsDenied() const noexcept { return status == 401; }
+    bool IsForbidden() const noexcept { return status == 403; }
     /// There is nothing of that name.
     bool IsMissing() const noexcept { return status == 404; }
     /// Nor is the folder that it would be in, for all that the server tells.
@@ -34,6 +35,9 @@ struct DavReply {
         return IsDenied() || status == 407 || status == 429 || status == 503;
     }
     bool IsOutOfSpace() const noexcept { return status == 507; }
+    /// Something else that answers in the server's place, such as the login to a network, calls its page a
+    /// success, too.
+    bool MayBeOfAnother() const noexcept { return status == HTTP_STATUS_OK; }
     bool Succeeded() const noexcept { return status / 100 == 2 && failure.empty(); }
 };
 
@@ -46,6 +50,8 @@ public:
 
     /// What lies in a folder; nothing when it is missing. Throws a failure.
     std::optional<std::vector<DavEntry>> List(const std::wstring& folder) const;
+    /// The same; nothing also where the account may not look there.
+    std::optional<std::vector<DavEntry>> ListWhereAllowed(const std::wstring& folder) const;
     /// What has that name; nothing when it is missing. Throws where the server does not tell.
     std::optional<DavEntry> Look(const std::wstring& path) const;
     bool Exists(const std::wstring& path) const { return Answers(path, {}); }
@@ -53,6 +59,8 @@ public:
     /// Whether the site is there, by a folder that the account reaches, and that need not be there yet.
     /// Throws where the server does not tell.
     bool IsThere(const std::wstring& folder) const;
+    /// After a failure whose cause may be the server: throws where that is not there, as for anything else.
+    void Check(const std::wstring& folder) const;
     /// Creates a folder where it is missing. A success means that it is there then.
     DavReply ProvideFolder(const std::wstring& folder) const;
 
@@ -65,6 +73,10 @@ public:
     std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes, DWORD patience) const;
     enum class Other { Stays, IsReplaced };
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
+    /// Whether something was moved, by the status. Others, such as that of a page, tell nothing of it.
+    static bool HasMoved(DWORD status) noexcept {
+        return status == HTTP_STATUS_CREATED || status == HTTP_STATUS_NO_CONTENT;
+    }
     /// Tells a request where to move something. destination: a URL.
     static void AddDestination(HttpRequest& request, const std::wstring& destination, Other other);
     DavReply Delete(const std::wstring& path) const;
@@ -77,6 +89,10 @@ public:
                  const std::function<void(base::Bytes)>& take) const;
     static constexpr DWORD kNothingThere = 416;
 
+    /// Of a reply whatever it is: one that seemed to be a success may have been none.
+    std::wstring Explained(const DavReply& reply, const wchar_t* method, const std::wstring& path) const {
+        return reply.failure.empty() ? Explained(reply.status, method, path) : reply.failure;
+    }
     /// The failure of a reply that was no success. reason: where more is known than what the status means.
     std::wstring Explained(DWORD status, const wchar_t* method, const std::wstring& path,
                            const std::wstring& reason = {}) const;
@@ -86,6 +102,7 @@ private:
 
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
+    DavReply TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
     bool Answers(const std::wstring& path, const Use& use) const;
 

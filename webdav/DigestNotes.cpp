@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 #include <utility>
 
 #include "base/Text.h"
@@ -14,15 +13,17 @@ namespace {
 
 constexpr std::size_t kLargestNote = 4 << 20;
 
-/// The text of a note; empty where it is not what was sent, and nothing where it does not come.
+/// The text of a note; empty where it does not come as it was sent, and nothing where there is none any more.
 std::optional<std::string> TextOfNote(const DavServer& server, const std::wstring& folder,
                                       const std::wstring& name) {
     std::string text;
     const auto take = [&](base::Bytes bytes) {
         if (text.size() + bytes.size() <= kLargestNote) text.append(bytes.begin(), bytes.end());
     };
-    const DavReply reply = server.Get(JoinRemote(folder, name), take);
-    if (!reply.Succeeded() && !reply.IsMissing()) return std::nullopt;
+    const std::wstring path = JoinRemote(folder, name);
+    const DavReply reply = server.Get(path, take);
+    // Who may not read it may hear the same.
+    if (reply.IsMissing() && !server.Exists(path)) return std::nullopt;
     const bool isWhole =
         reply.Succeeded() && name == Sha256Of(base::BytesOf(text)) + std::wstring(kNoteEnding);
     return isWhole ? text : std::string();
@@ -40,6 +41,11 @@ std::vector<std::wstring> FoldersOf(const std::wstring& packet) {
 }
 
 }  // namespace
+
+std::wstring WayOutOfUnread(const std::wstring& note) {
+    return L"If that happens again, the note " + note +
+           L" is damaged, or of a newer program: have the packets sent anew, and delete it.";
+}
 
 void DigestNotes::Read(const std::wstring& subFolder) {
     if (m_subFolders.insert(subFolder).second) ReadFolder(subFolder, true);
@@ -77,9 +83,12 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
     if (m_read.contains(path)) return;
     const std::optional<std::string> text = TextOfNote(m_server, uploads, name);
     m_unread.erase(path);
-    if (!text) m_unread.insert(path);
-    auto note = DigestsIn(text.value_or(std::string()));
-    if (!note) return;
+    if (!text) return;
+    auto note = DigestsIn(*text);
+    if (!note) {
+        m_unread.emplace(path, subFolder);
+        return;
+    }
     for (PacketDigest& digest : *note) {
         digest.packet = JoinRemote(subFolder, digest.packet);
         m_packets.emplace(base::Upper(digest.packet), digest);
@@ -95,6 +104,14 @@ const PacketDigest* DigestNotes::Find(const std::wstring& packet, std::uint64_t 
         return told.second.size == size && told.second.sha256 == sha256;
     });
     return found == last ? nullptr : &found->second;
+}
+
+std::optional<std::wstring> DigestNotes::UnreadOf(const std::wstring& packet) const {
+    const std::vector<std::wstring> folders = FoldersOf(base::Upper(packet));
+    const auto unread = std::ranges::find_if(m_unread, [&](const auto& note) {
+        return std::ranges::find(folders, base::Upper(note.second)) != folders.end();
+    });
+    return unread == m_unread.end() ? std::nullopt : std::optional(unread->first);
 }
 
 std::size_t DigestNotes::VersionsOf(const std::wstring& packet) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,15 +17,17 @@ struct DigestNote {
     std::vector<PacketDigest> digests;
 };
 
+/// What to do about one that cannot be read, in words.
+std::wstring WayOutOfUnread(const std::wstring& note);
+
 class DigestNotes {
 public:
     /// remote: the folder of the packets.
     DigestNotes(const DavServer& server, std::wstring remote)
         : m_server(server), m_remote(std::move(remote)) {}
 
-    /// Reads those of the packets that are sent into a sub-folder; empty for the folder itself. One that
-    /// cannot be read, or is damaged, is none. Throws when they cannot be listed. What is read so, before the
-    /// packets are listed, may be deleted later.
+    /// Reads those of the packets that are sent into a sub-folder; empty for the folder itself. Throws when
+    /// they cannot be listed. What is read so, before the packets are listed, may be deleted later.
     void Read(const std::wstring& subFolder);
     /// Reads those of all folders into which a packet may have been sent.
     void ReadOf(const std::wstring& packet);
@@ -37,8 +40,9 @@ public:
                              const std::wstring& sha256) const;
     /// Whether one tells of the packet at all.
     bool Tell(const std::wstring& packet) const;
-    /// False where one is there that could not be fetched: what is in it, nobody knows.
-    bool AreAllRead() const { return m_unread.empty(); }
+    /// The path of one that may tell of the packet, and could not be fetched, is damaged, or of a later
+    /// format: what is in it, nobody knows. Nothing where there is none.
+    std::optional<std::wstring> UnreadOf(const std::wstring& packet) const;
     /// How many contents of a packet they tell of.
     std::size_t VersionsOf(const std::wstring& packet) const;
     /// Whether a packet's latest version has this content, and no other one is as late.
@@ -54,11 +58,11 @@ private:
 
     const DavServer& m_server;
     const std::wstring m_remote;
-    std::set<std::wstring> m_subFolders;  ///< whose notes were read
-    std::vector<DigestNote> m_first;      ///< of the first reading
-    std::set<std::wstring> m_waiting;     ///< names of uploads
-    std::set<std::wstring> m_read;        ///< paths of notes
-    std::set<std::wstring> m_unread;
+    std::set<std::wstring> m_subFolders;            ///< whose notes were read
+    std::vector<DigestNote> m_first;                ///< of the first reading
+    std::set<std::wstring> m_waiting;               ///< names of uploads
+    std::set<std::wstring> m_read;                  ///< paths of notes
+    std::map<std::wstring, std::wstring> m_unread;  ///< paths of others, with their sub-folders
     /// By their names in capitals: some servers keep the letters of what had the name before.
     std::multimap<std::wstring, PacketDigest> m_packets;
 };

@@ -32,6 +32,12 @@ void IncomingPacket::GoOnAt(std::uint64_t offset) {
     }
 }
 
+void IncomingPacket::Forget() {
+    if (m_size == 0) return;
+    GoOnAt(0);
+    m_file.Flush();
+}
+
 void IncomingPacket::Write(base::Bytes bytes) {
     m_sum.Add(bytes);
     m_file.WriteAt(m_size, bytes);

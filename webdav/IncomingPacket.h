@@ -22,6 +22,8 @@ public:
     std::uint64_t Size() const noexcept { return m_size; }  ///< bytes of what came
     /// What comes next begins at this offset, which is not beyond what came.
     void GoOnAt(std::uint64_t offset);
+    /// Nothing of what came is left, on the disk neither.
+    void Forget();
     void Write(base::Bytes bytes);
     /// The SHA-256 of what came. Nothing is written after it, except from the beginning.
     std::wstring Finish() { return m_sum.Finish(); }

@@ -44,6 +44,8 @@ std::optional<PacketDigest> DigestIn(std::string_view line) {
 
 }  // namespace
 
+bool KeepsItsName(std::wstring_view packet) { return base::FromUtf8(base::ToUtf8(packet)) == packet; }
+
 std::string TextOf(const std::vector<PacketDigest>& digests) {
     std::string text = std::string(kHead) + "\n";
     for (const PacketDigest& digest : digests)

@@ -19,6 +19,10 @@ struct PacketDigest {
     bool operator==(const PacketDigest&) const = default;
 };
 
+/// Whether the path of a packet is the same after its way through UTF-8, in which servers and notes hold it.
+/// Half of a surrogate pair, which Windows allows in names, is not: two such names would be one packet.
+bool KeepsItsName(std::wstring_view packet);
+
 /// UTF-8 text of a note.
 std::string TextOf(const std::vector<PacketDigest>& digests);
 /// Nothing for a text that is no note, or not all of one.

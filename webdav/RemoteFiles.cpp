@@ -1,6 +1,9 @@
 // See RemoteFiles.h.
 #include "webdav/RemoteFiles.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/Arrival.h"
 #include "base/Error.h"
 #include "base/LocalNames.h"
@@ -38,7 +41,7 @@ public:
                     L" and another one that differs only in the case of letters. Both would be one local "
                     L"file. It stays there; rename or remove it.");
             else if (!entry.isFolder)
-                m_files.push_back(path);
+                m_files.push_back({path, entry.size});
             else if (depth == kDeepest)
                 m_refuse(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
                          L" folders deep. Move it up.");
@@ -47,7 +50,7 @@ public:
         }
     }
 
-    std::vector<std::wstring> Files() && { return std::move(m_files); }
+    std::vector<RemoteFile> Files() && { return std::move(m_files); }
 
 private:
     /// One folder that cannot be listed does not hide the others.
@@ -56,7 +59,11 @@ private:
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error& error) {
+        if (m_isLost) throw;
         m_refuse(error.failure().description);
+        m_isLost = true;
+        m_server.Check(JoinRemote(m_root, FolderAbove(folder)));
+        m_isLost = false;
     }
 
     static base::LocalNames NamesOf(const std::vector<DavEntry>& entries) {
@@ -78,14 +85,15 @@ private:
     const std::wstring& m_root;
     const Refuse& m_refuse;
     const SentInto& m_sentInto;
-    std::vector<std::wstring> m_files;
+    std::vector<RemoteFile> m_files;
+    bool m_isLost = false;  ///< the server, and not one folder
 };
 
 }  // namespace
 
-std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring& folder,
-                                     const std::wstring& subFolder, const Refuse& refuse,
-                                     const SentInto& sentInto) {
+std::vector<RemoteFile> FilesBelow(const DavServer& server, const std::wstring& folder,
+                                   const std::wstring& subFolder, const Refuse& refuse,
+                                   const SentInto& sentInto) {
     Walk walk(server, folder, refuse, sentInto);
     walk.Through(subFolder, 0);
     return std::move(walk).Files();
@@ -96,7 +104,9 @@ std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstrin
     std::vector<ClaimHolder> holders;
     for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
         if (!entry.isFolder) continue;
-        std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, refuse);
+        std::vector<std::wstring> packets;
+        std::ranges::transform(FilesBelow(server, ClaimsOf(remote, entry.name), {}, refuse),
+                               std::back_inserter(packets), &RemoteFile::path);
         if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
     }
     return holders;

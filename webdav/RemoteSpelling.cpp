@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "base/Text.h"
-#include "http/HttpError.h"
 
 std::wstring RemoteSpelling::PathOf(const std::wstring& packet) {
     if (packet.empty()) return m_folder;
@@ -21,17 +20,14 @@ const RemoteSpelling::Names& RemoteSpelling::NamesIn(const std::wstring& folder)
     return found != m_names.end() ? found->second : m_names.emplace(folder, List(folder)).first->second;
 }
 
-/// Not everybody may look there.
-RemoteSpelling::Names RemoteSpelling::List(const std::wstring& folder) const try {
-    const auto entries = m_server.List(folder);
+/// Not everybody may look there. Any other failure tells nothing of what is there: a second name for it would
+/// stay beside the first one, and neither be received.
+RemoteSpelling::Names RemoteSpelling::List(const std::wstring& folder) const {
+    const auto entries = m_server.ListWhereAllowed(folder);
     if (!entries) return {};
     m_provider.NoteThere(folder);
     Names names;
     for (const DavEntry& entry : *entries)
         names.emplace(base::Upper(entry.name), entry.name);
     return names;
-} catch (const HttpError&) {
-    throw;  // somebody wants an end
-} catch (const base::Error&) {
-    return {};
 }

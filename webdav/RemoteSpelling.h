@@ -14,7 +14,8 @@ public:
     RemoteSpelling(const DavServer& server, std::wstring folder, FolderProvider& provider)
         : m_server(server), m_folder(std::move(folder)), m_provider(provider) {}
 
-    /// Lists the folder itself now; any other one when it is needed, once.
+    /// Lists the folder itself now; any other one when it is needed, once. Throws, as PathOf does, where the
+    /// server does not tell.
     void ReadFolder() { NamesIn(m_folder); }
     /// The path of a packet, or of the folder itself, by its path below that.
     std::wstring PathOf(const std::wstring& packet);

@@ -7,7 +7,6 @@
 
 #include "base/File.h"
 #include "base/FileSystem.h"
-#include "base/Path.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 
@@ -33,16 +32,6 @@ bool IsSameFile(const std::wstring& left, const std::wstring& right) {
            a.nFileIndexLow == b.nFileIndexLow;
 }
 
-/// Bytes that this user may still write; nothing where the file system does not tell.
-std::optional<std::uint64_t> FreeSpace(const std::wstring& folder) {
-    const std::wstring path = folder.empty() ? L"." : folder;
-    ULARGE_INTEGER free;
-    if (!GetDiskFreeSpaceExW(FileSystem::Extended(Path::WithSeparator(path)).c_str(), &free, nullptr,
-                             nullptr))
-        return std::nullopt;
-    return free.QuadPart;
-}
-
 }  // namespace
 
 void CheckIsOther(const std::wstring& output, const std::wstring& input) {
@@ -53,7 +42,7 @@ void CheckIsOther(const std::wstring& output, const std::wstring& input) {
 }
 
 void CheckRoom(const std::wstring& file, std::uint64_t size, const std::wstring& folder) {
-    const std::optional<std::uint64_t> free = FreeSpace(folder);
+    const std::optional<std::uint64_t> free = FileSystem::FreeSpace(folder.empty() ? L"." : folder);
     if (free && size > *free)
         throw base::Error(HRESULT_FROM_WIN32(ERROR_DISK_FULL),
                           file + L" needs " + std::to_wstring(size) + L" bytes in " +

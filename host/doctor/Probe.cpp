@@ -1,8 +1,6 @@
 // See Probe.h.
 #include "host/doctor/Probe.h"
 
-#include <windows.h>
-
 #include "base/Arrival.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
@@ -21,9 +19,5 @@ std::optional<std::uint64_t> FreeSpace(const std::wstring& path) {
         if (parent.empty() || parent == folder) return std::nullopt;
         folder = parent;
     }
-    ULARGE_INTEGER free;
-    if (!GetDiskFreeSpaceExW(FileSystem::Extended(Path::WithSeparator(folder)).c_str(), &free, nullptr,
-                             nullptr))
-        return std::nullopt;
-    return free.QuadPart;
+    return FileSystem::FreeSpace(folder);
 }

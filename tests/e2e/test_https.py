@@ -224,6 +224,57 @@ class LiesTest(HttpsHostTest):
                 self.receive_under(lie(bend), text)
         self.assert_received()
 
+    def test_notes_that_cannot_be_read(self):
+        """As after a loss of power on the server, or of a later version of the product."""
+        uploads = self.to_enterprise.with_name("to-enterprise.uploads")
+
+        def damage(note):
+            note.write_bytes(b"")
+            return note
+
+        def replace(note):
+            text = note.read_bytes().replace(b"digests 1", b"digests 2", 1)
+            note.unlink()
+            note = uploads / f"{hashlib.sha256(text).hexdigest()}.digests"
+            note.write_bytes(text)
+            return note
+        for spoil in (damage, replace):
+            with self.subTest(spoil.__name__):
+                self.ledger.clear()
+                self.deliver("a.mdb")
+                older = files_below(self.enterprise.inbox)
+                self.send("a.mdb")
+                (self.to_enterprise / "a.mdb").write_bytes(b"")
+                [note] = uploads.glob("*.digests")
+                note = spoil(note)
+                self.assert_run(self.enterprise, 1, log=f"note to-enterprise.uploads/{note.name} is damaged")
+                self.assertEqual((files_below(self.enterprise.inbox), files_below(self.to_enterprise).keys()), (older, {"a.mdb"}))
+                self.ledger.clear()
+                self.send("a.mdb")
+                note.unlink()
+                self.assert_received()
+        self.send("b.mdb")
+        self.receive_under(lambda method, status, headers, content: (
+            (404, {}, b"") if b"digests 1" in content else (status, headers, content)), "The digests of the packets cannot be read")
+        self.assert_received()
+
+    def test_the_length_of_what_has_no_note(self):
+        self.send("a.mdb")
+        for note in self.server.packets.glob("*.uploads/*.digests"):
+            note.unlink()
+        self.receive_under(lambda method, status, headers, content: (
+            (200, {}, b"<html>Please log in</html>") if method == "GET" else (status, headers, content)),
+            "lists file a.mdb with another length than the 26 bytes that came")
+        self.assert_received()
+        # Listed before it was replaced.
+        packet = self.put(self.field, "b.mdb", folder=self.to_enterprise)
+        self.server.own(packet)
+        spoiler = Spoiler(self, self.server)
+        spoiler.before("MOVE", "/b.mdb", lambda: packet.write_bytes(b"newer"))
+        with self.through(spoiler):
+            self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "b.mdb").read_bytes(), b"newer")
+
     def test_what_was_not_stored_is_not_deleted(self):
         def lie(method, status, headers, content):
             return status, headers, content.replace(b"20000</", b"19999</")
@@ -232,6 +283,31 @@ class LiesTest(HttpsHostTest):
             self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
         self.assertIn("does not list all of its 20000 bytes", self.field.log)
         self.assert_next_cycle_delivers()
+
+    def test_a_page_that_answers_in_its_place_is_no_success(self):
+        """Such as the login to a network, which may end in the middle of a transfer."""
+        page = 200, {"Content-Type": "text/html"}, b"<html>Please log in</html>"
+
+        def answering(method, ending=""):
+            return self.spoiling(instead=lambda request, body, ask: (
+                page if request.command == method and request.path.endswith(ending) else ask(request, body)))
+        for method, ending in (("MOVE", ""), ("PUT", ".digests"), ("PUT", "")):
+            with self.subTest(method=method, ending=ending):
+                self.put(self.field, "a.mdb")
+                with answering(method, ending):
+                    self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+                self.assertIn(f"answers 200 to {method}", self.field.log)
+                self.assert_next_cycle_delivers()
+                self.ledger.clear()
+        self.send("a.mdb")
+        with answering("DELETE"):
+            self.assert_trouble(self.enterprise, {("in", "a.mdb"): "delivered"}, "answers 200 to DELETE")
+        # One who says no more than that of what he has done is looked after.
+        self.ledger.clear()
+        with self.spoiling(lie=lambda method, status, headers, content: (
+                page if method in ("PUT", "MOVE", "DELETE") else (status, headers, content))):
+            self.deliver("b.mdb")
+        self.assertEqual(files_below(self.server.packets), {})
 
 
 class ContinuedDownloadTest(HttpsHostTest):
@@ -301,6 +377,30 @@ class ContinuedDownloadTest(HttpsHostTest):
         self.assertEqual(self.receive(0, cuts=0), [self.SIZE])
         self.assert_delivered()
         self.assertFalse(files_below(self.server.packets))
+
+    def test_not_with_another_version_whose_part_was_left(self):
+        """Something else held the part when it should go, and the host ends with the claim of the newer version."""
+        older = (self.to_enterprise / "a.mdb").read_bytes()
+        self.receive(1, cuts=1, then=(503, {}, b""))
+        part = self.part()
+        claim, = self.server.packets.glob("*.claims/*/a.mdb")
+        claim.unlink()
+        self.ledger.clear()
+        self.send("a.mdb", content=os.urandom(self.SIZE))
+        process = None
+
+        def end_with_claim(method, *answer):
+            if method == "MOVE":
+                process.kill()
+                process.wait()
+            return answer
+        spoiler = Spoiler(self, self.server, lie=end_with_claim)
+        spoiler.before("PROPFIND", "/to-enterprise/", lambda: part.write_bytes(older))
+        with self.through(spoiler):
+            process = start("run", self.enterprise.settings)
+            finish(process)
+        self.assertTrue(claim.exists())
+        self.assert_received()
 
 
 class LeftoversTest(HttpsHostTest):
@@ -522,9 +622,20 @@ class LeftoversTest(HttpsHostTest):
         volume = Mount(self, self.scratch / "volume", "1m")
         self.enterprise.receive = volume.folder / "receive"
         self.enterprise.change("receive", self.enterprise.receive)
-        self.assertIn("The transfer failed", self.assert_run(self.enterprise, 1).output)
-        self.assertEqual(len(files_below(self.to_enterprise)), 3)
-        self.assert_nothing_lost()
+        self.assert_trouble(self.enterprise)
+        self.assertRegex(self.enterprise.log, r"There is no room in .*receive\.https for packets on the server: 4, such as "
+                                              r"\d\.mdb with 400000 bytes")
+        self.assertEqual(len(files_below(self.to_enterprise)), 4)
+        volume.remount("size=8m")
+        self.assert_received()
+        # One that was claimed while there was room keeps nothing smaller back.
+        self.send("large.mdb", content=os.urandom(2_000_000))
+        with self.refusing("GET", ".claims"):
+            self.assert_run(self.enterprise, 1)
+        volume.remount("size=1m")
+        self.send("small.mdb")
+        self.assert_trouble(self.enterprise, {("in", "small.mdb"): "delivered"})
+        self.assertEqual([path.name for path in self.server.packets.glob("*.claims/*/*")], ["large.mdb"])
         volume.remount("size=8m")
         self.assert_received()
 

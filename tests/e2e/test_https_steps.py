@@ -1,5 +1,6 @@
 """Each step of a transfer through a WebDAV server is refused once: what was not done is told, and done by the next."""
 import os
+import shutil
 import time
 
 import test_failures
@@ -80,6 +81,38 @@ class StepTest(HttpsHostTest):
             # To whom the login is refused, it would be for anything else.
             self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 
+    def test_a_line_that_dies_is_not_tried_for_each_packet(self):
+        """Nor one who has no time, or knows the login no more."""
+        def run(side, method, ending, status):
+            spoiler = Spoiler(self, self.server)
+            handle, lost = spoiler.handle, []
+
+            def die(request):
+                if not lost and not (request.command == method and ending in request.path):
+                    return handle(request)
+                lost.append(request.command)
+                request.rfile.read(int(request.headers.get("Content-Length", 0)))
+                return Spoiler.answer(request, status, {}, b"") if status else Spoiler.drop(request)
+            spoiler.handle = die
+            before = side.log.count("ERROR")
+            with self.through(spoiler):
+                self.assert_trouble(side)
+            self.assertLess(len(lost), 20, lost)
+            self.assertLess(side.log.count("ERROR") - before, 6, side.log)
+
+        for status in (0, 503, 401):
+            with self.subTest(status=status):
+                self.put_many(20, 1000, None)
+                run(self.field, "MOVE", "~", status)
+                run(self.field, "DELETE", "~", status)
+                self.assert_run(self.field)
+                run(self.enterprise, "MOVE", "to-enterprise/", status)
+                with self.refusing("GET", ".claims"):
+                    self.assert_run(self.enterprise, 1)
+                run(self.enterprise, "GET", ".claims", status)
+                self.assert_received()
+                self.ledger.clear()
+
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")
         self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
@@ -99,6 +132,25 @@ class StepTest(HttpsHostTest):
         with self.spoiling(instead=claim):
             self.assert_run(self.field, 0, {("out", "a.mdb"): "sent"})
         self.assert_received()
+
+    def test_names_that_cannot_be_seen_get_no_twin(self):
+        def hidden(folder, status):
+            return self.spoiling(instead=lambda request, body, ask: (
+                (status, {}, b"") if request.path.endswith(folder) and request.headers["Depth"] == "1" else ask(request, body)))
+        self.send("A.MDB", "SUB/B.MDB")
+        for name, folder in (("a.mdb", "to-enterprise/"), ("sub/b.mdb", "SUB/")):
+            with self.subTest(name=name):
+                self.ledger.clear()
+                for path in (self.field.send, self.field.outbox / "SUB"):
+                    shutil.rmtree(path, ignore_errors=True)
+                self.put(self.field, name)
+                with hidden(folder, 500):
+                    self.assert_trouble(self.field, {("out", name): WAITING}, "answers 500 to PROPFIND")
+                self.assert_run(self.field)
+                self.assertEqual(files_below(self.to_enterprise).keys(), {"A.MDB", "SUB/B.MDB"})
+        # One who may write there, and not look, sends all the same.
+        with hidden("to-enterprise/", 403):
+            self.send("c.mdb")
 
     def test_a_file_in_use_stays(self):
         held = Holder(self, self.put(self.field, "held.mdb", folder=self.field.send), "write")

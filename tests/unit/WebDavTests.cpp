@@ -48,6 +48,14 @@ protected:
         {base::FromUtf8("\xC3\xBC.xml"), L"PC-1~78", 0, base::FileTime(), std::wstring(64, L'0')}};
 };
 
+TEST_F(PacketDigests, HalfOfASurrogatePairDoesNotTravel) {
+    for (const char* name :
+         {"SUB/a b.mdb", "\xC3\xBC\xE6\x97\xA5.xml", "\xF0\x9F\x93\xA6.mdb", "\xEF\xBF\xBD.mdb"})
+        EXPECT_TRUE(KeepsItsName(base::FromUtf8(name))) << name;
+    for (const wchar_t half : {wchar_t{0xD83D}, wchar_t{0xDCE6}})
+        EXPECT_FALSE(KeepsItsName(L"SUB/" + std::wstring(1, half) + L".mdb"));
+}
+
 TEST_F(PacketDigests, ComeBackFromTheirNote) {
     EXPECT_EQ(DigestsIn(TextOf(m_digests)), m_digests);
     EXPECT_EQ(DigestsIn(TextOf({})), std::vector<PacketDigest>());
