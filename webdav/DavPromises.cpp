@@ -234,10 +234,12 @@ private:
         FolderProvider folders(m_server);
         folders.Provide(JoinRemote(from, m_name));
         const DavReply moved = m_server.Move(JoinRemote(from, m_name) + L"/", target, Other::Stays);
-        if (!moved.Succeeded()) folders.Provide(JoinRemote(to, m_name));
+        // Of folders some say so what of a packet would tell nothing.
+        const bool isMoved = moved.Succeeded() || (moved.MayBeOfAnother() && m_server.Exists(target));
+        if (!isMoved) folders.Provide(JoinRemote(to, m_name));
         const DavReply deleted = m_server.Delete(target);
         if (!deleted.Succeeded()) return Broken(deleted.failure);
-        if (moved.Succeeded()) return Kept(L"What lies in " + from + L" may be moved to " + to + L".");
+        if (isMoved) return Kept(L"What lies in " + from + L" may be moved to " + to + L".");
         return Noted(L"In " + to +
                      L" folders may be created and deleted. Whether a packet may be moved there, only the "
                      L"first one will show: " +
