@@ -88,7 +88,7 @@ private:
                 notes.push_back(entry.name);
             else if (entry.name.starts_with(m_installation.Name() + L"~"))
                 m_server.Delete(JoinRemote(m_uploads, entry.name));  // of an earlier run
-            else
+            else if (!entry.name.starts_with(kTestPrefix))
                 isForeign = true;
         }
         if (notes.size() >= kManyNotes && !isForeign && NothingWaits())

@@ -95,7 +95,7 @@ std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstrin
                                       const Refuse& refuse) {
     std::vector<ClaimHolder> holders;
     for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
-        if (!entry.isFolder) continue;
+        if (!entry.isFolder || entry.name.starts_with(kTestPrefix)) continue;
         std::vector<std::wstring> packets = FilesBelow(server, ClaimsOf(remote, entry.name), {}, refuse);
         if (!packets.empty()) holders.push_back({entry.name, std::move(packets)});
     }

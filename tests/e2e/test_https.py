@@ -507,6 +507,7 @@ class LeftoversTest(HttpsHostTest):
         for number in range(30):
             (uploads / f"{number}.digests").write_bytes(b"")
             self.server.own(uploads / f"{number}.digests")
+        (uploads / "verify~GONE-1").mkdir()  # of a test that was killed
         self.send("b.mdb")
         self.assertEqual(len(files_below(uploads)), 32)
         for path in self.to_enterprise.iterdir():
