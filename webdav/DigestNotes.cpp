@@ -55,11 +55,6 @@ void DigestNotes::ReadNewOf(const std::wstring& packet) {
         ReadNew(folder);
 }
 
-void DigestNotes::ReadNew() {
-    for (const std::wstring& subFolder : m_subFolders)
-        ReadNew(subFolder);
-}
-
 void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
     const auto entries = m_server.List(UploadsOf(JoinRemote(m_remote, subFolder)));
     if (!entries) return;

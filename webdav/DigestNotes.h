@@ -28,8 +28,7 @@ public:
     void Read(const std::wstring& subFolder);
     /// Reads those of all folders into which a packet may have been sent.
     void ReadOf(const std::wstring& packet);
-    /// Reads those that came since: of all folders that were read, of one, or of those of a packet.
-    void ReadNew();
+    /// Reads those that came since: of one folder, or of those of a packet.
     void ReadNew(const std::wstring& subFolder) { ReadFolder(subFolder, false); }
     void ReadNewOf(const std::wstring& packet);
     /// The version of a packet that has this content, as its sender tells; null when none of them tells that.

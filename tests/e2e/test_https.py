@@ -510,10 +510,20 @@ class LeftoversTest(HttpsHostTest):
         (uploads / "verify~GONE-1").mkdir()  # of a test that was killed
         self.send("b.mdb")
         self.assertEqual(len(files_below(uploads)), 32)
+        # One that is given back at this moment waits, too.
+        claim = self.to_enterprise.with_name("to-enterprise.claims") / "GONE-1" / "a.mdb"
+        claim.parent.mkdir(parents=True)
+        (self.to_enterprise / "a.mdb").rename(claim)
+        (self.to_enterprise / "b.mdb").unlink()
+        self.server.own(claim.parent.parent, claim.parent)
+        with self.spoiling() as spoiler:
+            spoiler.before("PROPFIND", ".claims/", lambda: claim.rename(self.to_enterprise / "a.mdb"))
+            self.send("c.mdb")
+        self.assertEqual(len(files_below(uploads)), 33)
         for path in self.to_enterprise.iterdir():
             path.unlink()
         self.ledger.clear()
-        self.send("c.mdb")
+        self.send("d.mdb")
         self.assertEqual(len(files_below(uploads)), 1)
         self.assert_received()
 
@@ -577,6 +587,20 @@ class SubFolderTest(HttpsHostTest):
         for _ in range(2):
             self.assert_run(self.enterprise, 1)
         self.assertEqual(self.enterprise.log.count("is not what was sent"), 2)
+
+    def test_a_packet_is_checked_whose_sender_begins_at_this_moment(self):
+        """The folder of its uploads was not there yet when the one above was listed."""
+        folder = self.to_enterprise / "field7"
+        folder.mkdir()
+        self.server.own(folder)
+
+        def send_damaged():
+            self.send("a.mdb")
+            (folder / "a.mdb").write_bytes(bytes(20_000))
+        spoiler = Spoiler(self, self.server)
+        spoiler.before("PROPFIND", "/to-enterprise/field7/", send_damaged)
+        self.enterprise.change("https.server", spoiler.url)
+        self.assert_run(self.enterprise, 1, log="is not what was sent")
 
     def test_a_packet_is_checked_whatever_the_case_of_its_letters(self):
         """Some servers keep those of the file whose place it takes."""
