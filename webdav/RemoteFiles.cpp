@@ -1,6 +1,10 @@
 // See RemoteFiles.h.
 #include "webdav/RemoteFiles.h"
 
+#include <cstddef>
+#include <deque>
+#include <utility>
+
 #include "base/Arrival.h"
 #include "base/Error.h"
 #include "base/LocalNames.h"
@@ -11,14 +15,36 @@
 namespace {
 
 constexpr int kDeepest = 32;
+// Links that lead back make folders without end.
+constexpr std::size_t kMostFolders = 5'000;
+constexpr std::size_t kMostFiles = 200'000;
 
-/// One walk through a folder and those below it.
+/// One walk through a folder and those below it: level by level, so that links hide none of those beside
+/// them.
 class Walk {
 public:
     Walk(const DavServer& server, const std::wstring& root, const Refuse& refuse, const SentInto& sentInto)
         : m_server(server), m_root(root), m_refuse(refuse), m_sentInto(sentInto) {}
 
-    void Through(const std::wstring& folder, int depth) {
+    void Through(const std::wstring& folder) {
+        LookInto({folder, 0});
+        for (; !m_folders.empty() && m_files.size() < kMostFiles; m_folders.pop_front())
+            TryToLookInto(m_folders.front());
+        if (!m_folders.empty())
+            m_refuse(L"Below the folder " + JoinRemote(m_root, folder) + L" lie more than " +
+                     std::to_wstring(kMostFiles) + L" files. The others wait for the next transfer.");
+    }
+
+    std::vector<std::wstring> Files() && { return std::move(m_files); }
+
+private:
+    struct Folder {
+        std::wstring path;
+        int depth = 0;
+    };
+
+    void LookInto(const Folder& looked) {
+        const auto& [folder, depth] = looked;
         const auto entries = m_server.List(JoinRemote(m_root, folder));
         if (!entries) return;
         TellWhoSends(folder, *entries);
@@ -43,17 +69,21 @@ public:
                 m_refuse(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
                          L" folders deep. Move it up.");
             else if (!IsOfTransport(entry.name))
-                Into(path, depth + 1);
+                Note({path, depth + 1});
         }
     }
 
-    std::vector<std::wstring> Files() && { return std::move(m_files); }
+    void Note(Folder folder) {
+        if (++m_noted <= kMostFolders)
+            m_folders.push_back(std::move(folder));
+        else if (m_noted == kMostFolders + 1)
+            m_refuse(L"Below the folder " + m_root + L" lie more than " + std::to_wstring(kMostFolders) +
+                     L" folders, such as " + folder.path +
+                     L". Packets in the others stay there. Perhaps a link leads back: remove it.");
+    }
 
-private:
     /// One folder that cannot be listed does not hide the others.
-    void Into(const std::wstring& folder, int depth) try {
-        Through(folder, depth);
-    } catch (const HttpError&) {
+    void TryToLookInto(const Folder& folder) try { LookInto(folder); } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error& error) {
         m_refuse(error.failure().description);
@@ -79,6 +109,8 @@ private:
     const Refuse& m_refuse;
     const SentInto& m_sentInto;
     std::vector<std::wstring> m_files;
+    std::deque<Folder> m_folders;  ///< that are still to be looked into
+    std::size_t m_noted = 0;       ///< folders in all
 };
 
 }  // namespace
@@ -87,7 +119,7 @@ std::vector<std::wstring> FilesBelow(const DavServer& server, const std::wstring
                                      const std::wstring& subFolder, const Refuse& refuse,
                                      const SentInto& sentInto) {
     Walk walk(server, folder, refuse, sentInto);
-    walk.Through(subFolder, 0);
+    walk.Through(subFolder);
     return std::move(walk).Files();
 }
 
