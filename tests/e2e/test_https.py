@@ -399,11 +399,23 @@ class LeftoversTest(HttpsHostTest):
         self.assertIn("is not known to be the latest", self.enterprise.log)
         self.assertEqual(len(files_below(claims)), 1)
 
+    def test_the_latest_version_is_what_was_sent_last(self):
+        """Its file may be older, as one that comes from a backup is."""
+        other = self.other_enterprise()
+        claims = self.claim("a.mdb")
+        os.utime(self.put(self.field, "a.mdb", folder=self.field.send), (1e9, 1e9))
+        self.assert_run(self.field)
+        self.assertEqual(other.run().code, 0, other.log)
+        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertIn("is not known to be the latest", self.enterprise.log)
+        self.assertEqual((len(files_below(claims)), files_below(self.to_enterprise)), (1, {}))
+
     def test_a_claim_is_released_though_an_older_version_never_took_its_name(self):
         self.put(self.field, "a.mdb")
         with self.refusing("MOVE"):
             self.assert_run(self.field, 1)
         self.ledger.clear()
+        time.sleep(1)  # in which servers tell what is later
         self.assert_ends(0, "release", self.enterprise.settings, self.claim("a.mdb").name)
         self.assertTrue((self.to_enterprise / "a.mdb").exists())
         self.assert_received()
