@@ -81,6 +81,13 @@ class StepTest(HttpsHostTest):
             # To whom the login is refused, it would be for anything else.
             self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 
+    def test_how_long_a_busy_server_is_to_be_left_alone(self):
+        for status, wait, told in ((503, "120", "tries again. It asks to wait 120 seconds."),
+                                   (429, "Fri, 27 Nov 2026 10:00:00 GMT", "It asks to wait until Fri, 27 Nov 2026 10:00:00 GMT."),
+                                   (503, "<soon>", "being serviced. The next transfer tries again.")):
+            with self.spoiling(instead=lambda *_, answer=(status, {"Retry-After": wait}, b""): answer):
+                self.assert_waits(told)
+
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")
         self.use(Spoiler(self, self.server, lie=lambda method, status, headers, content: (
