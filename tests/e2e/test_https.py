@@ -1,13 +1,15 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
+import base64
 import functools
 import hashlib
+import http.client
 import os
 import random
 import shutil
 import signal
 import time
 
-from dav import HttpsHostTest, PASSWORD, Server, Spoiler, Stranger, USER, UsualPort
+from dav import HttpsHostTest, PASSWORD, PLAIN_PORT, Server, Spoiler, Stranger, USER, UsualPort
 from support import Mount, Side, WAITING, count_below, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -640,6 +642,70 @@ class SubFolderTest(HttpsHostTest):
 class DigestSubFolderTest(SubFolderTest):
     # Some requests of verify answer no challenge, which here becomes too old within a second.
     LOGIN, EXAMINATIONS = "digest", ("doctor",)
+
+
+class AccountsTest(HttpsHostTest):
+    """Each field computer has an address of its own, whose account reaches no other one, not even by MOVE."""
+
+    KIND = "nginx"
+    EXTRA = """
+location ^~ /dav/field7/ {{
+    alias {folder}/root/dav/field7/;
+    client_max_body_size 0;
+    dav_methods PUT DELETE MKCOL MOVE;
+    dav_ext_methods PROPFIND OPTIONS;
+    auth_basic packets;
+    auth_basic_user_file {folder}/field7.passwords;
+}}
+"""
+
+    def new_server(self):
+        server = Server(self, self.KIND, extra=self.EXTRA)
+        accounts = (server.folder / "passwords").read_text()
+        field, enterprise = (accounts.replace(USER, name) for name in ("field7", "enterprise"))
+        (server.folder / "passwords").write_text(accounts + field + enterprise)
+        (server.folder / "field7.passwords").write_text(field + enterprise)
+        for name in ("field7", "field8"):
+            (server.packets / name).mkdir()
+            server.own(server.packets / name)
+        return server
+
+    def connect(self, side, other):
+        super().connect(side, other)
+        side.change("https.server", f"{self.server.url}/field7")
+        side.change("https.user", {"field": "field7"}.get(side.name, side.name))
+
+    def ask(self, method, path, **headers):
+        connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
+        login = base64.b64encode(f"field7:{PASSWORD}".encode()).decode()
+        connection.request(method, path, b"x" if method == "PUT" else None, headers | {"Authorization": f"Basic {login}"})
+        status = connection.getresponse().status
+        connection.close()
+        return status
+
+    def test_packets_travel_and_nothing_goes_elsewhere(self):
+        self.deliver("a.mdb", "SUB/b.mdb")
+        self.assertEqual(files_below(self.server.packets), {})
+        for path in ("/field8/x", "/field7/../field8/x", "/field7/%2e%2e/field8/x"):
+            self.assertIn(self.ask("PUT", "/dav/field7/x"), (201, 204))
+            self.ask("MOVE", "/dav/field7/x", Destination=f"http://{self.server.address}:{PLAIN_PORT}/dav{path}")
+            self.assertEqual(files_below(self.server.packets / "field8"), {}, path)
+
+
+class LighttpdAccountsTest(AccountsTest):
+    KIND = "lighttpd"
+    EXTRA = """
+server.modules += ("mod_access")
+$HTTP["url"] =~ "^/dav/field7/" {{
+    auth.require = ("" => ("method" => "basic", "realm" => "packets", "require" => "user=field7|user=enterprise"))
+    $REQUEST_HEADER["Destination"] =~ "^(?!https?://[^/]*/dav/field7/)." {{
+        url.access-deny = ("")
+    }}
+}}
+$REQUEST_HEADER["Destination"] =~ "(\\.|%2[eE]){{2}}(/|%2[fF]|$)" {{
+    url.access-deny = ("")
+}}
+"""
 
 
 class StopTest(HttpsHostTest):
