@@ -1,9 +1,11 @@
 // See HttpConnection.h.
 #include "http/HttpConnection.h"
 
+#include <cstdint>
 #include <utility>
 
 #include "base/Error.h"
+#include "base/Number.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Utf8.h"
@@ -52,9 +54,28 @@ Url Parsed(const std::wstring& text) {
             {parts.lpszUrlPath, parts.dwUrlPathLength}};
 }
 
-bool IsThisComputer(const std::wstring& host) {
-    return host.starts_with(L"127.") || host == L"[::1]" || host == L"::1" ||
+/// Digits alone: a name may begin as an address does.
+bool IsLoopbackAddress(std::wstring_view host) {
+    std::size_t numbers = 1;
+    for (std::size_t dot = host.find(L'.'); dot != std::wstring_view::npos; dot = host.find(L'.')) {
+        if (numbers == 1 && host.substr(0, dot) != L"127") return false;
+        if (!base::NumberIn<std::uint8_t>(host.substr(0, dot))) return false;
+        host.remove_prefix(dot + 1);
+        ++numbers;
+    }
+    return numbers == 4 && base::NumberIn<std::uint8_t>(host);
+}
+
+bool IsThisComputer(std::wstring_view host) {
+    return IsLoopbackAddress(host) || host == L"[::1]" || host == L"::1" ||
            base::EqualsIgnoringCase(host, L"localhost");
+}
+
+/// proxy: server:port
+bool IsOnThisComputer(std::wstring_view proxy) {
+    const std::size_t colon = proxy.rfind(L':');
+    return colon != std::wstring_view::npos && IsThisComputer(proxy.substr(0, colon)) &&
+           base::NumberIn<INTERNET_PORT>(proxy.substr(colon + 1));
 }
 
 }  // namespace
@@ -81,8 +102,9 @@ HttpConnection::HttpConnection(const HttpSite& site, HttpRequest::GoOn goOn)
     if (!m_connection) Fail();
 }
 
+/// What is not encrypted leaves this computer through no proxy either: to it, "localhost" is itself.
 void HttpConnection::OpenSession(const std::wstring& proxy) {
-    m_session = NewHttpSession(proxy);
+    m_session = m_isSecure || IsOnThisComputer(proxy) ? NewHttpSession(proxy) : NewHttpSessionWithoutProxy();
     if (!m_session) Fail();
     SetLimits();
 }

@@ -32,3 +32,7 @@ WinHttpHandle NewHttpSession(const std::wstring& proxy) {
     WinHttpHandle session = Opened(kAutomaticProxy, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS);
     return session ? std::move(session) : OpenedAsOfUser();
 }
+
+WinHttpHandle NewHttpSessionWithoutProxy() {
+    return Opened(WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS);
+}

@@ -95,9 +95,11 @@ public:
           m_site(promises.m_site),
           m_send(promises.m_way.send),
           m_receive(promises.m_way.receive),
-          m_name(L"verify~" + DavInstallation(promises.m_way.localSend).Name()),
+          m_sender(promises.m_way.localSend),
+          m_receiver(promises.m_way.localReceive),
+          m_name(std::wstring(kTestPrefix) + m_sender.Name()),
           m_folder(JoinRemote(UploadsOf(m_send), m_name)),
-          m_claims(ClaimsOf(m_receive, L"verify~" + DavInstallation(promises.m_way.localReceive).Name())) {}
+          m_claims(ClaimsOf(m_receive, std::wstring(kTestPrefix) + m_receiver.Name())) {}
 
     bool Run(const Tell& tell) {
         const base::RollBack clean([this] {
@@ -568,6 +570,9 @@ private:
     const DavServer m_server{m_site, m_goOn};
     const std::wstring& m_send;
     const std::wstring& m_receive;
+    // To its end: a second one would play with the same files.
+    const DavInstallation m_sender;
+    const DavInstallation m_receiver;
     const std::wstring m_name;    ///< of what is made for the play
     const std::wstring m_folder;  ///< in which files are
     const std::wstring m_claims;

@@ -322,10 +322,11 @@ private:
         }
     }
 
-    /// A version that was sent since the notes were read is told of by a new one.
+    /// A version that was sent since the notes were read is told of by a new one, perhaps the first in its
+    /// folder.
     const PacketDigest* DigestOf(const std::wstring& packet, std::uint64_t size, const std::wstring& sha256) {
         if (const PacketDigest* const digest = m_notes.Find(packet, size, sha256)) return digest;
-        m_notes.ReadNew();
+        m_notes.ReadNewOf(packet);
         return m_notes.Find(packet, size, sha256);
     }
 

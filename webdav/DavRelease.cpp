@@ -61,7 +61,14 @@ private:
     /// What has the name now may be the newer version already.
     bool TakeBack() {
         const DavReply reply = m_server.Move(m_target, m_claim, DavServer::Other::Stays);
-        if (reply.Succeeded() || m_server.Exists(m_claim)) return Run();
+        if (reply.Succeeded() || m_server.Exists(m_claim)) {
+            // Of two that take a name at one moment, a server may have let the older one replace the newer.
+            m_self.Fail(L"File " + m_target +
+                        L" may have been sent anew while an older version was released, which was taken "
+                        L"back. Look whether the newer one is received, and otherwise have it sent anew.");
+            Run();
+            return false;
+        }
         return m_self.Fail(Lines(L"File " + m_target +
                                      L" may have been sent anew while an older version was released, which "
                                      L"cannot be taken back. Look at what is received.",

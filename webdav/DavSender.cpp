@@ -88,7 +88,7 @@ private:
                 notes.push_back(entry.name);
             else if (entry.name.starts_with(m_installation.Name() + L"~"))
                 Remove(entry.name);  // of an earlier run
-            else
+            else if (!entry.name.starts_with(kTestPrefix))
                 isForeign = true;
         }
         if (notes.size() >= kManyNotes && !isForeign && NothingWaits())
@@ -104,11 +104,13 @@ private:
     bool NothingWaits() const try {
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
-        if (!FilesBelow(m_server, m_remote, {}, refuse).empty()) return false;
+        const auto isEmpty = [&] { return FilesBelow(m_server, m_remote, {}, refuse).empty(); };
+        if (!isEmpty()) return false;
         // Others may receive from a folder above.
         for (std::wstring folder = m_remote; !folder.empty(); folder = FolderAbove(folder))
             if (!ClaimedPackets(m_server, folder, refuse).empty()) return false;
-        return isAllSeen;
+        // Of these, one may have been given back at this moment.
+        return isEmpty() && isAllSeen;
     } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error&) {

@@ -2,12 +2,15 @@
 #include "webdav/DavServer.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <span>
 
 #include "base/Error.h"
+#include "base/Number.h"
 #include "base/SystemError.h"
 #include "base/Utf8.h"
+#include "http/HttpDate.h"
 #include "http/HttpError.h"
 #include "http/UrlPath.h"
 
@@ -86,6 +89,7 @@ constexpr Meaning kMeanings[] = {
     {413, L"it is too large for the server. Raise the server's limit for the body of a request"},
     {423, L"it is locked by another program"},
     {429, L"it is busy. The next transfer tries again"},
+    {500, L"it failed, and its log tells why: its disk may be full, or its account may not write there"},
     {501, L"it does not know that method. Switch WebDAV on, with all of its methods"},
     {502, L"the proxy before it got no answer from it"},
     {503, L"it is busy or being serviced. The next transfer tries again"},
@@ -108,6 +112,20 @@ bool IsSuccess(DWORD status, std::wstring_view method) {
     constexpr DWORD kAccepted = 202;
     if (method == L"MOVE") return DavServer::HasMoved(status);
     return status / 100 == 2 && (method == L"PROPFIND" || (status != kMultistatus && status != kAccepted));
+}
+
+/// How long the server wants to be left alone, in seconds or to a moment; empty where it does not tell.
+std::wstring WaitIn(const HttpRequest& answer) {
+    const std::wstring wait = answer.Header(L"Retry-After").value_or(std::wstring());
+    if (const auto seconds = base::NumberIn<std::uint32_t>(wait))
+        return std::to_wstring(*seconds) + L" seconds";
+    return HttpDateIn(base::ToUtf8(wait)) ? L"until " + wait : std::wstring();
+}
+
+/// What a status of a server that is busy means; nobody waits here.
+std::wstring BusyMeaning(const HttpRequest& answer, DWORD status) {
+    const std::wstring wait = WaitIn(answer);
+    return wait.empty() ? std::wstring() : MeaningOf(status) + L". It asks to wait " + wait;
 }
 
 /// A file that comes in one answer, or in several.
@@ -200,14 +218,20 @@ DavReply DavServer::Ask(const wchar_t* method, const std::wstring& path, const U
     auto [request, status] = m_connection.Ask(method, UrlPath::EncodePath(path), send);
     const bool succeeded = IsSuccess(status, method);
     if (succeeded && use) use(request);
-    const std::wstring mismatch =
-        status == HTTP_STATUS_DENIED ? m_connection.LoginMismatch(request) : std::wstring();
+    const std::wstring reason = ReasonIn(request, status);
     request.Drain();
     if (succeeded) return {status, {}};
-    return {status, Explained(status, method, path, mismatch)};
+    return {status, Explained(status, method, path, reason)};
 } catch (const HttpError& error) {
     if (error.IsCancelled()) throw;
     return {0, error.failure().description};
+}
+
+std::wstring DavServer::ReasonIn(const HttpRequest& answer, DWORD status) const {
+    constexpr DWORD kTooMany = 429;
+    if (status == HTTP_STATUS_DENIED) return m_connection.LoginMismatch(answer);
+    if (status == kTooMany || status == HTTP_STATUS_SERVICE_UNAVAIL) return BusyMeaning(answer, status);
+    return {};
 }
 
 DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const Use& use) const {

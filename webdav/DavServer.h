@@ -103,6 +103,8 @@ private:
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
     DavReply TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const;
+    /// What an answer tells beyond what its status means; empty where it tells nothing.
+    std::wstring ReasonIn(const HttpRequest& answer, DWORD status) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
     bool Answers(const std::wstring& path, const Use& use) const;
 

@@ -26,6 +26,10 @@ std::wstring DamagedOf(const std::wstring& folder);
 /// sub-folder of what another one receives, and hold none.
 bool IsOfTransport(std::wstring_view folderName);
 
+/// What the name of an installation has before it in folders of transport where it tests the server: of a
+/// test that was killed something may be left there. No name of a computer begins so.
+inline constexpr std::wstring_view kTestPrefix = L"verify~";
+
 /// Whether a path that somebody else chose is one of folders of packets below that of all packets, or that
 /// itself. remotePath: without "/" around it.
 bool IsBelowPackets(std::wstring_view remotePath);

@@ -61,18 +61,14 @@ void DigestNotes::ReadNewOf(const std::wstring& packet) {
         ReadNew(folder);
 }
 
-void DigestNotes::ReadNew() {
-    for (const std::wstring& subFolder : m_subFolders)
-        ReadNew(subFolder);
-}
-
 void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
     const auto entries = m_server.List(UploadsOf(JoinRemote(m_remote, subFolder)));
     if (!entries) return;
     for (const DavEntry& entry : *entries) {
-        if (entry.name.ends_with(kNoteEnding))
+        if (entry.name.ends_with(kNoteEnding)) {
+            m_sent[JoinRemote(UploadsOf(JoinRemote(m_remote, subFolder)), entry.name)] = entry.modified;
             ReadNote(subFolder, entry.name, isFirst);
-        else
+        } else
             m_waiting.insert(entry.name);
     }
 }
@@ -91,7 +87,7 @@ void DigestNotes::ReadNote(const std::wstring& subFolder, const std::wstring& na
     }
     for (PacketDigest& digest : *note) {
         digest.packet = JoinRemote(subFolder, digest.packet);
-        m_packets.emplace(base::Upper(digest.packet), digest);
+        m_packets.emplace(base::Upper(digest.packet), Version{digest, path});
     }
     m_read.insert(path);
     if (isFirst) m_first.push_back({subFolder, path, *std::move(note)});
@@ -123,12 +119,22 @@ std::size_t DigestNotes::VersionsOf(const std::wstring& packet) const {
 
 bool DigestNotes::IsLatest(const std::wstring& packet, const std::wstring& sha256) const {
     const auto [first, last] = m_packets.equal_range(base::Upper(packet));
-    const auto latest = std::max_element(first, last, [](const auto& one, const auto& other) {
-        return one.second.lastWrite < other.second.lastWrite;
-    });
+    std::optional<base::FileTime> sent;
+    std::optional<base::FileTime> written;
+    for (auto told = first; told != last; ++told) {
+        if (told->second.sha256 != sha256) continue;
+        sent = std::max(sent, SentAt(told->second));
+        written = std::max(written, std::optional(told->second.lastWrite));
+    }
     return std::all_of(first, last, [&](const auto& told) {
-        return told.second.lastWrite < latest->second.lastWrite || told.second.sha256 == sha256;
+        const auto other = SentAt(told.second);
+        return told.second.sha256 == sha256 || (other && other < sent && told.second.lastWrite < written);
     });
+}
+
+std::optional<base::FileTime> DigestNotes::SentAt(const Version& version) const {
+    const auto found = m_sent.find(version.note);
+    return found == m_sent.end() ? std::nullopt : found->second;
 }
 
 bool DigestNotes::Tell(const std::wstring& packet) const { return m_packets.contains(base::Upper(packet)); }

@@ -31,8 +31,7 @@ public:
     void Read(const std::wstring& subFolder);
     /// Reads those of all folders into which a packet may have been sent.
     void ReadOf(const std::wstring& packet);
-    /// Reads those that came since: of all folders that were read, of one, or of those of a packet.
-    void ReadNew();
+    /// Reads those that came since: of one folder, or of those of a packet.
     void ReadNew(const std::wstring& subFolder) { ReadFolder(subFolder, false); }
     void ReadNewOf(const std::wstring& packet);
     /// The version of a packet that has this content, as its sender tells; null when none of them tells that.
@@ -45,13 +44,21 @@ public:
     std::optional<std::wstring> UnreadOf(const std::wstring& packet) const;
     /// How many contents of a packet they tell of.
     std::size_t VersionsOf(const std::wstring& packet) const;
-    /// Whether a packet's latest version has this content, and no other one is as late.
+    /// Whether a packet's latest version has this content, and no other one is as late: both the time at
+    /// which the server got its note and that of its file must say so. A file that comes from a backup is
+    /// older than what was sent before, and a server's clock can be set back.
     bool IsLatest(const std::wstring& packet, const std::wstring& sha256) const;
     /// Those of the first reading of whose packets none waits any more. packets: those that wait; one that
     /// was among the uploads at any reading does so, too.
     std::vector<DigestNote> Done(const std::set<std::wstring>& packets) const;
 
 private:
+    struct Version : PacketDigest {
+        std::wstring note;  ///< path of the one that tells of it
+    };
+
+    /// Nothing where the server does not tell.
+    std::optional<base::FileTime> SentAt(const Version& version) const;
     void ReadFolder(const std::wstring& subFolder, bool isFirst);
     void ReadNote(const std::wstring& subFolder, const std::wstring& name, bool isFirst);
     bool IsDone(const DigestNote& note, const std::set<std::wstring>& upperPackets) const;
@@ -64,5 +71,6 @@ private:
     std::set<std::wstring> m_read;                  ///< paths of notes
     std::map<std::wstring, std::wstring> m_unread;  ///< paths of others, with their sub-folders
     /// By their names in capitals: some servers keep the letters of what had the name before.
-    std::multimap<std::wstring, PacketDigest> m_packets;
+    std::multimap<std::wstring, Version> m_packets;
+    std::map<std::wstring, std::optional<base::FileTime>> m_sent;  ///< by the paths of notes
 };

@@ -15,6 +15,7 @@
 #include "base/Utf8.h"
 #include "com/ErrorInfo.h"
 #include "com/Object.h"
+#include "http/HttpDate.h"
 #include "http/UrlPath.h"
 
 namespace {
@@ -159,6 +160,8 @@ private:
         if (IsAt({L"response", L"href"})) TakeReference(base::ToUtf8(m_text));
         if (IsAt({L"response", L"propstat", L"prop", L"getcontentlength"}))
             if (const auto size = base::NumberIn<std::uint64_t>(m_text)) m_response.entry.size = size;
+        if (IsAt({L"response", L"propstat", L"prop", L"getlastmodified"}))
+            if (const auto time = HttpDateIn(base::ToUtf8(m_text))) m_response.entry.modified = time;
         if (IsAt({L"response"})) {
             if (m_responses.size() == kMostEntries) Refuse(L"it holds too many names");
             m_responses.push_back(std::move(m_response));

@@ -2,7 +2,10 @@
 #include "webdav/RemoteFiles.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <deque>
 #include <iterator>
+#include <utility>
 
 #include "base/Arrival.h"
 #include "base/Error.h"
@@ -14,14 +17,36 @@
 namespace {
 
 constexpr int kDeepest = 32;
+// Links that lead back make folders without end.
+constexpr std::size_t kMostFolders = 5'000;
+constexpr std::size_t kMostFiles = 200'000;
 
-/// One walk through a folder and those below it.
+/// One walk through a folder and those below it: level by level, so that links hide none of those beside
+/// them.
 class Walk {
 public:
     Walk(const DavServer& server, const std::wstring& root, const Refuse& refuse, const SentInto& sentInto)
         : m_server(server), m_root(root), m_refuse(refuse), m_sentInto(sentInto) {}
 
-    void Through(const std::wstring& folder, int depth) {
+    void Through(const std::wstring& folder) {
+        LookInto({folder, 0});
+        for (; !m_folders.empty() && m_files.size() < kMostFiles; m_folders.pop_front())
+            TryToLookInto(m_folders.front());
+        if (!m_folders.empty())
+            m_refuse(L"Below the folder " + JoinRemote(m_root, folder) + L" lie more than " +
+                     std::to_wstring(kMostFiles) + L" files. The others wait for the next transfer.");
+    }
+
+    std::vector<RemoteFile> Files() && { return std::move(m_files); }
+
+private:
+    struct Folder {
+        std::wstring path;
+        int depth = 0;
+    };
+
+    void LookInto(const Folder& looked) {
+        const auto& [folder, depth] = looked;
         const auto entries = m_server.List(JoinRemote(m_root, folder));
         if (!entries) return;
         TellWhoSends(folder, *entries);
@@ -46,24 +71,26 @@ public:
                 m_refuse(L"The folder " + path + L" lies more than " + std::to_wstring(kDeepest) +
                          L" folders deep. Move it up.");
             else if (!IsOfTransport(entry.name))
-                Into(path, depth + 1);
+                Note({path, depth + 1});
         }
     }
 
-    std::vector<RemoteFile> Files() && { return std::move(m_files); }
+    void Note(Folder folder) {
+        if (++m_noted <= kMostFolders)
+            m_folders.push_back(std::move(folder));
+        else if (m_noted == kMostFolders + 1)
+            m_refuse(L"Below the folder " + m_root + L" lie more than " + std::to_wstring(kMostFolders) +
+                     L" folders, such as " + folder.path +
+                     L". Packets in the others stay there. Perhaps a link leads back: remove it.");
+    }
 
-private:
     /// One folder that cannot be listed does not hide the others.
-    void Into(const std::wstring& folder, int depth) try {
-        Through(folder, depth);
-    } catch (const HttpError&) {
+    void TryToLookInto(const Folder& folder) try { LookInto(folder); } catch (const HttpError&) {
         throw;  // somebody wants an end
     } catch (const base::Error& error) {
-        if (m_isLost) throw;
         m_refuse(error.failure().description);
-        m_isLost = true;
-        m_server.Check(JoinRemote(m_root, FolderAbove(folder)));
-        m_isLost = false;
+        // A server that is gone hides them all.
+        m_server.Check(JoinRemote(m_root, FolderAbove(folder.path)));
     }
 
     static base::LocalNames NamesOf(const std::vector<DavEntry>& entries) {
@@ -86,7 +113,8 @@ private:
     const Refuse& m_refuse;
     const SentInto& m_sentInto;
     std::vector<RemoteFile> m_files;
-    bool m_isLost = false;  ///< the server, and not one folder
+    std::deque<Folder> m_folders;  ///< that are still to be looked into
+    std::size_t m_noted = 0;       ///< folders in all
 };
 
 }  // namespace
@@ -95,7 +123,7 @@ std::vector<RemoteFile> FilesBelow(const DavServer& server, const std::wstring& 
                                    const std::wstring& subFolder, const Refuse& refuse,
                                    const SentInto& sentInto) {
     Walk walk(server, folder, refuse, sentInto);
-    walk.Through(subFolder, 0);
+    walk.Through(subFolder);
     return std::move(walk).Files();
 }
 
@@ -103,7 +131,7 @@ std::vector<ClaimHolder> ClaimHolders(const DavServer& server, const std::wstrin
                                       const Refuse& refuse) {
     std::vector<ClaimHolder> holders;
     for (const DavEntry& entry : server.List(AllClaimsOf(remote)).value_or(std::vector<DavEntry>())) {
-        if (!entry.isFolder) continue;
+        if (!entry.isFolder || entry.name.starts_with(kTestPrefix)) continue;
         std::vector<std::wstring> packets;
         std::ranges::transform(FilesBelow(server, ClaimsOf(remote, entry.name), {}, refuse),
                                std::back_inserter(packets), &RemoteFile::path);

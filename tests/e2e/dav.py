@@ -34,7 +34,7 @@ class Server(ToolServer):
     TOOL, PORT, END = TOOL, 8443, signal.SIGTERM
 
     def __init__(self, test, kind, *options, extra=""):
-        """options: of the tool. extra: for the configuration of Apache, with {address} and {folder}."""
+        """options: of the tool. extra: for the configuration of the server, with {address} and {folder}."""
         address = own_address()
         folder = test.scratch / f"{kind}-{address}"
         super().__init__(test, kind, address, folder, folder / "root" / "dav", *options)

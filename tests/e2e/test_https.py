@@ -1,13 +1,15 @@
 """Packets through real WebDAV servers, and what goes wrong with those."""
+import base64
 import functools
 import hashlib
+import http.client
 import os
 import random
 import shutil
 import signal
 import time
 
-from dav import HttpsHostTest, PASSWORD, Server, Spoiler, Stranger, USER, UsualPort
+from dav import HttpsHostTest, PASSWORD, PLAIN_PORT, Server, Spoiler, Stranger, USER, UsualPort
 from support import Mount, Side, WAITING, count_below, files_below, finish, slow, start, wait_until
 
 MODES = ("refuse", "lose", "gateway", "before", "after")
@@ -499,11 +501,23 @@ class LeftoversTest(HttpsHostTest):
         self.assertIn("is not known to be the latest", self.enterprise.log)
         self.assertEqual(len(files_below(claims)), 1)
 
+    def test_the_latest_version_is_what_was_sent_last(self):
+        """Its file may be older, as one that comes from a backup is."""
+        other = self.other_enterprise()
+        claims = self.claim("a.mdb")
+        os.utime(self.put(self.field, "a.mdb", folder=self.field.send), (1e9, 1e9))
+        self.assert_run(self.field)
+        self.assertEqual(other.run().code, 0, other.log)
+        self.assert_ends(1, "release", self.enterprise.settings, claims.name)
+        self.assertIn("is not known to be the latest", self.enterprise.log)
+        self.assertEqual((len(files_below(claims)), files_below(self.to_enterprise)), (1, {}))
+
     def test_a_claim_is_released_though_an_older_version_never_took_its_name(self):
         self.put(self.field, "a.mdb")
         with self.refusing("MOVE"):
             self.assert_run(self.field, 1)
         self.ledger.clear()
+        time.sleep(1)  # in which servers tell what is later
         self.assert_ends(0, "release", self.enterprise.settings, self.claim("a.mdb").name)
         self.assertTrue((self.to_enterprise / "a.mdb").exists())
         self.assert_received()
@@ -531,6 +545,8 @@ class LeftoversTest(HttpsHostTest):
         self.assertEqual(files_below(other.inbox).keys(), set(names))
         self.assertEqual((files_below(claims).keys(), files_below(self.to_enterprise)), (set(names), {}))
         self.assertEqual(self.enterprise.log.count("is not known to be the latest"), 3)
+        # A server may have replaced the newer one meanwhile.
+        self.assertEqual(self.enterprise.log.count("Look whether the newer one is received"), 1)
 
     def test_notes_stay_with_packets_that_come_back(self):
         """A claim is given back, and a packet travels again, when somebody has looked for them and found none."""
@@ -607,12 +623,23 @@ class LeftoversTest(HttpsHostTest):
         for number in range(30):
             (uploads / f"{number}.digests").write_bytes(b"")
             self.server.own(uploads / f"{number}.digests")
+        (uploads / "verify~GONE-1").mkdir()  # of a test that was killed
         self.send("b.mdb")
         self.assertEqual(len(files_below(uploads)), 32)
+        # One that is given back at this moment waits, too.
+        claim = self.to_enterprise.with_name("to-enterprise.claims") / "GONE-1" / "a.mdb"
+        claim.parent.mkdir(parents=True)
+        (self.to_enterprise / "a.mdb").rename(claim)
+        (self.to_enterprise / "b.mdb").unlink()
+        self.server.own(claim.parent.parent, claim.parent)
+        with self.spoiling() as spoiler:
+            spoiler.before("PROPFIND", ".claims/", lambda: claim.rename(self.to_enterprise / "a.mdb"))
+            self.send("c.mdb")
+        self.assertEqual(len(files_below(uploads)), 33)
         for path in self.to_enterprise.iterdir():
             path.unlink()
         self.ledger.clear()
-        self.send("c.mdb")
+        self.send("d.mdb")
         self.assertEqual(len(files_below(uploads)), 1)
         self.assert_received()
 
@@ -688,6 +715,20 @@ class SubFolderTest(HttpsHostTest):
             self.assert_run(self.enterprise, 1)
         self.assertEqual(self.enterprise.log.count("is not what was sent"), 2)
 
+    def test_a_packet_is_checked_whose_sender_begins_at_this_moment(self):
+        """The folder of its uploads was not there yet when the one above was listed."""
+        folder = self.to_enterprise / "field7"
+        folder.mkdir()
+        self.server.own(folder)
+
+        def send_damaged():
+            self.send("a.mdb")
+            (folder / "a.mdb").write_bytes(bytes(20_000))
+        spoiler = Spoiler(self, self.server)
+        spoiler.before("PROPFIND", "/to-enterprise/field7/", send_damaged)
+        self.enterprise.change("https.server", spoiler.url)
+        self.assert_run(self.enterprise, 1, log="is not what was sent")
+
     def test_a_packet_is_checked_whatever_the_case_of_its_letters(self):
         """Some servers keep those of the file whose place it takes."""
         self.send("a.mdb")
@@ -712,6 +753,70 @@ class SubFolderTest(HttpsHostTest):
 class DigestSubFolderTest(SubFolderTest):
     # Some requests of verify answer no challenge, which here becomes too old within a second.
     LOGIN, EXAMINATIONS = "digest", ("doctor",)
+
+
+class AccountsTest(HttpsHostTest):
+    """Each field computer has an address of its own, whose account reaches no other one, not even by MOVE."""
+
+    KIND = "nginx"
+    EXTRA = """
+location ^~ /dav/field7/ {{
+    alias {folder}/root/dav/field7/;
+    client_max_body_size 0;
+    dav_methods PUT DELETE MKCOL MOVE;
+    dav_ext_methods PROPFIND OPTIONS;
+    auth_basic packets;
+    auth_basic_user_file {folder}/field7.passwords;
+}}
+"""
+
+    def new_server(self):
+        server = Server(self, self.KIND, extra=self.EXTRA)
+        accounts = (server.folder / "passwords").read_text()
+        field, enterprise = (accounts.replace(USER, name) for name in ("field7", "enterprise"))
+        (server.folder / "passwords").write_text(accounts + field + enterprise)
+        (server.folder / "field7.passwords").write_text(field + enterprise)
+        for name in ("field7", "field8"):
+            (server.packets / name).mkdir()
+            server.own(server.packets / name)
+        return server
+
+    def connect(self, side, other):
+        super().connect(side, other)
+        side.change("https.server", f"{self.server.url}/field7")
+        side.change("https.user", {"field": "field7"}.get(side.name, side.name))
+
+    def ask(self, method, path, **headers):
+        connection = http.client.HTTPConnection(self.server.address, PLAIN_PORT)
+        login = base64.b64encode(f"field7:{PASSWORD}".encode()).decode()
+        connection.request(method, path, b"x" if method == "PUT" else None, headers | {"Authorization": f"Basic {login}"})
+        status = connection.getresponse().status
+        connection.close()
+        return status
+
+    def test_packets_travel_and_nothing_goes_elsewhere(self):
+        self.deliver("a.mdb", "SUB/b.mdb")
+        self.assertEqual(files_below(self.server.packets), {})
+        for path in ("/field8/x", "/field7/../field8/x", "/field7/%2e%2e/field8/x"):
+            self.assertIn(self.ask("PUT", "/dav/field7/x"), (201, 204))
+            self.ask("MOVE", "/dav/field7/x", Destination=f"http://{self.server.address}:{PLAIN_PORT}/dav{path}")
+            self.assertEqual(files_below(self.server.packets / "field8"), {}, path)
+
+
+class LighttpdAccountsTest(AccountsTest):
+    KIND = "lighttpd"
+    EXTRA = """
+server.modules += ("mod_access")
+$HTTP["url"] =~ "^/dav/field7/" {{
+    auth.require = ("" => ("method" => "basic", "realm" => "packets", "require" => "user=field7|user=enterprise"))
+    $REQUEST_HEADER["Destination"] =~ "^(?!https?://[^/]*/dav/field7/)." {{
+        url.access-deny = ("")
+    }}
+}}
+$REQUEST_HEADER["Destination"] =~ "(\\.|%2[eE]){{2}}(/|%2[fF]|$)" {{
+    url.access-deny = ("")
+}}
+"""
 
 
 class StopTest(HttpsHostTest):

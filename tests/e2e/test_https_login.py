@@ -331,10 +331,19 @@ class ProxyTest(GuardedTest):
         self.deliver("a.mdb")
         self.assertEqual({method for method, _ in proxy.requests}, {"CONNECT"})
 
+    def use_plain(self):
+        self.change_both("https.server", f"http://{self.server.address}:{PLAIN_PORT}/dav")
+
+    def test_what_is_not_encrypted_goes_to_no_proxy_elsewhere(self):
+        self.use_plain()
+        for proxy in ("proxy.invalid:80", "127.packets.invalid:80"):
+            self.change_both("https.proxy", proxy)
+            self.deliver(f"{proxy[:4]}.mdb")
+
     def test_a_login_to_the_proxy(self):
         """Without a tunnel: before one, Wine sends none."""
         proxy = Proxy(self, "joe:pass word")
-        self.change_both("https.server", f"http://{self.server.address}:{PLAIN_PORT}/dav")
+        self.use_plain()
         self.change_both("https.proxy", proxy.address)
         self.assert_waits("answers 407", "Set proxy_user and proxy_password")
         self.change_both("https.proxy_user", "joe")

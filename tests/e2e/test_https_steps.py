@@ -1,5 +1,6 @@
 """Each step of a transfer through a WebDAV server is refused once: what was not done is told, and done by the next."""
 import os
+import re
 import shutil
 import time
 
@@ -112,6 +113,13 @@ class StepTest(HttpsHostTest):
                 run(self.enterprise, "GET", ".claims", status)
                 self.assert_received()
                 self.ledger.clear()
+
+    def test_how_long_a_busy_server_is_to_be_left_alone(self):
+        for status, wait, told in ((503, "120", "tries again. It asks to wait 120 seconds."),
+                                   (429, "Fri, 27 Nov 2026 10:00:00 GMT", "It asks to wait until Fri, 27 Nov 2026 10:00:00 GMT."),
+                                   (503, "<soon>", "being serviced. The next transfer tries again.")):
+            with self.spoiling(instead=lambda *_, answer=(status, {"Retry-After": wait}, b""): answer):
+                self.assert_waits(told)
 
     def test_an_upload_whose_answer_is_lost(self):
         self.put(self.field, "a.mdb")
@@ -318,3 +326,24 @@ class StrangeNamesTest(HttpsHostTest):
                     self.assert_run(self.enterprise, 1)
                 self.assertIn("The server's list of the folder cannot be used", self.enterprise.log)
                 self.assertEqual(files_below(self.enterprise.inbox), {})
+
+    def test_folders_without_end(self):
+        """As links that lead back make them."""
+        self.put_there("a.mdb")
+        entry = (b"<D:response><D:href>/dav/to-enterprise/%d/</D:href><D:propstat><D:prop><D:resourcetype><D:collection/>"
+                 b"</D:resourcetype></D:prop></D:propstat></D:response>")
+        folders = b"".join(entry % number for number in range(6000)) + b"</D:multistatus>"
+        asked = []
+
+        def lie(request, body, ask):
+            if re.search("to-enterprise/[0-9]+/$", request.path):
+                asked.append(request.path)
+                return 404, {}, b""
+            status, headers, content = ask(request, body)
+            isList = request.command == "PROPFIND" and request.path.endswith("to-enterprise/")
+            return status, headers, content.replace(b"</D:multistatus>", folders) if isList else content
+        with self.spoiling(instead=lie):
+            self.assert_run(self.enterprise, 1)
+        self.assertEqual(self.enterprise.log.count("lie more than 5000 folders"), 1)
+        self.assertEqual(len(asked), 5000)
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"a.mdb"})

@@ -6,7 +6,7 @@ import signal
 import time
 
 from dav import HttpsHostTest, Server, Spoiler, Stranger
-from support import finish, start
+from support import finish, run, start
 
 MODULES = "/usr/lib/apache2/modules"
 CHANGES = f"""
@@ -144,6 +144,30 @@ class VerifyTest(HttpsHostTest):
                 os.chown(folder, 0, 0)
                 self.assertEqual(self.verify(self.server, code=1)[promise], "failed", self.said)
                 self.server.own(folder)
+
+    def test_one_at_a_time(self):
+        outcomes = []
+        spoiler = Spoiler(self, self.server, "stop", 60, lambda: outcomes.append(run("verify", self.field.settings)))
+        self.verify(self.server, spoiler.url)
+        self.assertEqual([outcome.code for outcome in outcomes], [1])
+        self.assertIn("goes on. Begin again when it has ended", outcomes[0].output)
+
+    def test_what_a_killed_one_leaves_is_no_packet(self):
+        process = None
+
+        def end_with_claim(request, body, ask):
+            if request.command != "DELETE" or not request.path.endswith("/claimed.mdb"):
+                return ask(request, body)
+            process.kill()
+            process.wait()
+            return 500, {}, b""
+        self.field.change("https.server", Spoiler(self, self.server, instead=end_with_claim).url)
+        process = start("verify", self.field.settings)
+        finish(process)
+        self.assertTrue([*self.server.packets.glob("*.claims/verify~*/claimed.mdb")])
+        self.field.change("https.server", self.server.url)
+        self.assertIn("Nobody holds packets", self.assert_ends(0, "release", self.field.settings).output)
+        self.verify(self.server)
 
     def test_ctrl_c(self):
         process = None

@@ -1,5 +1,6 @@
 // Names come back from the paths of URLs, and digests from their notes; others' texts are read without harm.
 #include "base/Utf8.h"
+#include "http/HttpDate.h"
 #include "http/UrlPath.h"
 #include "tests/fuzz/FuzzInput.h"
 #include "tests/fuzz/Require.h"
@@ -38,6 +39,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
               input.Between<std::int64_t>(INT64_MIN, INT64_MAX));
     const std::string text = input.Text(100'000);
     UrlPath::LastName(text);
+    HttpDateIn(text);
     ReadNote(text);
     ReadNote(std::string("znTransporter digests 1\n") + text);
     return 0;

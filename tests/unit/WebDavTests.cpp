@@ -3,6 +3,7 @@
 
 #include "base/Utf8.h"
 #include "http/HttpChallenge.h"
+#include "http/HttpDate.h"
 #include "http/UrlPath.h"
 #include "webdav/PacketDigests.h"
 
@@ -38,6 +39,16 @@ TEST(HttpChallenge, HeadersHoldOneOrMany) {
           {"=a, \"", {{"a"}}},
           {"Basic realm=\"a", {{"basic", {{"realm", "a"}}}}}})
         EXPECT_EQ(ReadChallenges(header), expected) << header;
+}
+
+TEST(HttpDate, IsInTheOneFormThatServersMakeToday) {
+    using namespace std::chrono;
+    EXPECT_EQ(HttpDateIn("Sun, 06 Nov 1994 08:49:37 GMT"),
+              sys_days(1994y / November / 6d) + 8h + 49min + 37s);
+    for (const char* text :
+         {"", "Sunday, 06-Nov-94 08:49:37 GMT", "Sun Nov  6 08:49:37 1994", "Sun, 06 Nov 1994 08:49:37 CET",
+          "Sun, 31 Nov 1994 08:49:37 GMT", "Sun, 06 Nox 1994 08:49:37 GMT", "Sun, 06 Nov 1994 08:49:77 GMT"})
+        EXPECT_EQ(HttpDateIn(text), std::nullopt) << text;
 }
 
 class PacketDigests : public testing::Test {
