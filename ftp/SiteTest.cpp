@@ -93,7 +93,7 @@ public:
 
     SiteFault fault;
 
-    /// What went wrong with a site that works; empty where nothing did.
+    /// Behind a site that works.
     std::wstring Report() const;
 
 private:
@@ -193,7 +193,11 @@ bool SiteTest::EnterOrCreate(const std::wstring& folder) {
 }
 
 std::wstring SiteTest::Report() const {
-    return fault.text.empty() ? L"" : Lines(L"A test file was sent to both folders. But:", fault.text);
+    std::wstring left = L"Test files left on this computer: " + FileSystem::FullPath(kSiteTestFile);
+    if (FileSystem::FileExists(kFetchedFile)) left.append(L", ").append(kFetchedFile);
+    if (fault.text.empty())
+        return Lines(L"A test file was sent to both folders, fetched from there and deleted again.", left);
+    return Lines(L"A test file was sent to both folders. But:", fault.text + left);
 }
 
 }  // namespace

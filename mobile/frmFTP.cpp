@@ -151,9 +151,7 @@ void frmFTP::cmdFTP_Click() const {
     Procedure(L"frmFTP.frm.cmdFTP_Click").Guard([&] {
         std::wstring report;
         if (VerifyFTPSite(ReadBoxes(), true, &report))
-            ShowVerificationMessage(report.empty() ? BrandedText(kSiteVerified)
-                                                   : Lines(BrandedText(kSiteVerified), report),
-                                    MB_ICONINFORMATION);
+            ShowVerificationMessage(Lines(BrandedText(kSiteVerified), report), MB_ICONINFORMATION);
     });
 }
 

@@ -196,7 +196,7 @@ TEST_F(FtpPropertiesTest, TheSiteCanBeVerifiedAtAnyTime) {
     Show([](const Screen& screen) {
         for (const wchar_t* text :
              {L"The FTP server cannot be found.\r\n\tThe name of the server cannot be resolved.",
-              L"The FTP site was verified."}) {
+              L"The FTP site was verified.\r\nA test file was sent to both folders, fetched"}) {
             screen.Mnemonic(L'v');
             const Screen message = screen.Popup();
             EXPECT_THAT(message.Message(), StartsWith(text));

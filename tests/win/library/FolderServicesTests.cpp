@@ -22,6 +22,8 @@ TEST_F(FolderServices, CreatesEveryMissingLevel) {
     for (const std::wstring& path : {temp / L"a\\b\\c", temp / L"a\\b\\d\\", temp / L"a\\b\\d", temp / L"z"})
         EXPECT_TRUE(CreateFolders(path, true));
     EXPECT_TRUE(temp.Exists(L"a\\b\\c") && temp.Exists(L"a\\b\\d") && temp.Exists(L"z"));
+    EXPECT_TRUE(CreateFolders(L"C:\\~", true)) << "as short as a path can be";
+    EXPECT_TRUE(RemoveDirectoryW(L"C:\\~"));
     for (const wchar_t* path : {L"", L"C:", L"C:\\"})
         EXPECT_FALSE(CreateFolders(path, true)) << "it names no folder";
     EXPECT_FALSE(CreateFolder(L"", true));

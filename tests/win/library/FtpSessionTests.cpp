@@ -5,6 +5,7 @@
 #include "ftp/settings/AdminXml.h"
 #include "ftp/settings/FtpPassword.h"
 #include "tests/win/library/FtpTest.h"
+#include "tests/win/support/CurrentFolder.h"
 
 namespace tests {
 namespace {
@@ -150,6 +151,26 @@ TEST_F(FtpSettingsTest, MissingValuesAreReadOnceBeforeTheFirstConnection) {
     Disconnect();
     Init({{L"FTPUser", L""}});
     EXPECT_THAT(FailToConnect(), SizeIs(1)) << "a value that was cleared is not read again";
+}
+
+TEST_F(FtpSettingsTest, MissingValuesAreReadBeforeATransferOrATest) {
+    const CurrentFolder current;
+    server.folders.insert({"/in", "/out"});
+    for (const bool transfers : {true, false}) {
+        Renew();
+        NameApplication();
+        framework.registry[L"13/Transport/RemoteSendFolder"] = L"in";
+        framework.registry[L"13/Transport/RemoteReceiveFolder"] = L"out";
+        Init({{L"FTPServer", L"host"}, {L"FTPUser", L"joe"}, {L"FTPPassword", L"secret"}});
+        SendFrom(temp.Folder(L"send"));
+        temp.File(L"send\\a.mdb", "1");
+        if (transfers)
+            EXPECT_TRUE(Send());
+        else
+            EXPECT_EQ(Ask<std::wstring>(&_clsFTPSndRcv::VerifyFTPSite, com::As<_clsFTPSndRcv>(remote.Get())),
+                      L"");
+    }
+    EXPECT_THAT(server.files, ElementsAre(Pair("/in/a.mdb", "1")));
 }
 
 TEST_F(FtpSettingsTest, OptionsNeedNoApplicationName) {

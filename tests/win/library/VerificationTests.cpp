@@ -79,7 +79,9 @@ TEST_F(VerificationTest, AWorkingSiteGetsItsFoldersAndKeepsNoTestFile) {
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@host"));
     EXPECT_EQ(current.temp.Content(L"TestFtpConnection.txt"), "");
     EXPECT_NE(GetFileAttributesW(kFetched), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(report, L"");
+    EXPECT_EQ(report, L"A test file was sent to both folders, fetched from there and deleted again.\r\n"
+                      L"Test files left on this computer: " +
+                          current.temp.Path() + L"\\TestFtpConnection.txt, c:\\FromFTP.xml");
     server.Fail("Get", {ERROR_ACCESS_DENIED});
     server.Fail("Delete", {ERROR_ACCESS_DENIED});
     EXPECT_EQ(Check(), L"fine") << "a file that cannot be fetched or deleted does not fail the test";
