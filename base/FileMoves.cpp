@@ -37,6 +37,8 @@ DWORD Rename(const std::wstring& source, const std::wstring& destination) {
     const std::wstring file = Extended(source);
     const std::wstring target = Extended(destination);
     const auto mayPass = [&](DWORD error) {
+        // A folder is held by whatever is open below it.
+        if (error == ERROR_ACCESS_DENIED && FolderExists(source)) return true;
         return base::MayPass(error, FileExists(destination) ? target : file);
     };
     return base::Persistently(mayPass, [&] { return MoveFileExW(file.c_str(), target.c_str(), 0); });

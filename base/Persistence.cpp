@@ -11,8 +11,6 @@ namespace {
 bool IsHeld(const std::wstring& file) {
     const DWORD attributes = GetFileAttributesW(file.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) return GetLastError() == ERROR_ACCESS_DENIED;
-    // A folder may be held by any file that is open below it.
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return true;
     // That alone is why.
     if (attributes & FILE_ATTRIBUTE_READONLY) return false;
     // No file that is open is replaced, however it is shared.

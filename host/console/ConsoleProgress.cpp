@@ -82,11 +82,12 @@ STDMETHODIMP ConsoleProgress::get_Cancelled(VARIANT_BOOL* Value) {
     });
 }
 
-/// A console takes longer for a bar than a small packet for its way.
+/// A console takes longer for a bar than a small packet for its way. That of the last one is always shown.
 void ConsoleProgress::ShowBarInTime() {
     constexpr ULONGLONG kBetweenBars = 200;
     const ULONGLONG now = GetTickCount64();
-    if (m_high <= m_low || m_telling != Telling::Everything || now - m_shown < kBetweenBars) return;
+    const bool isTime = now - m_shown >= kBetweenBars || m_position == m_high;
+    if (m_high <= m_low || m_telling != Telling::Everything || !isTime) return;
     m_shown = now;
     Console::Transient(kIndent + Bar());
 }

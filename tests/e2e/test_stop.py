@@ -47,7 +47,7 @@ class StopTest(HostTest):
         self.assert_next_cycle_delivers()
 
     def test_a_progress_bar_on_a_terminal_only(self):
-        self.put_many(COUNT, 1_000_000, self.field.send)
+        self.put_many(COUNT, 50_000, self.field.send)
         outcome = run_on_terminal(self.field.settings)
         self.assertEqual(outcome.code, 0, outcome)
         self.assertRegex(outcome.output, r"\[#+\.*\] +\d+/40  \d+\.\d/s  \d+:\d\d left")
