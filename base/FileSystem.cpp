@@ -6,6 +6,7 @@
 
 #include <array>
 
+#include "base/File.h"
 #include "base/Handle.h"
 #include "base/Path.h"
 #include "base/Persistence.h"
@@ -125,9 +126,8 @@ bool IsReachedByWebDavClient(std::wstring folder) noexcept try {
         parent = Path::ParentFolder(folder);
         if (parent == folder) return false;
     }
-    constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const base::FileHandle handle(CreateFileW(Extended(folder).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING,
-                                              FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const base::FileHandle handle(CreateFileW(Extended(folder).c_str(), 0, base::kShareAll, nullptr,
+                                              OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     FILE_REMOTE_PROTOCOL_INFO protocol{};
     return handle &&
            GetFileInformationByHandleEx(handle.Get(), FileRemoteProtocolInfo, &protocol, sizeof protocol) &&

@@ -247,24 +247,25 @@ DavReply DavServer::Find(const std::wstring& path, const wchar_t* depth, const U
     return reply;
 }
 
-DavReply DavServer::TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const {
+std::optional<std::vector<DavEntry>> DavServer::ListUnless(const std::function<bool(const DavReply&)>& isNone,
+                                                           const std::wstring& folder) const {
+    std::vector<DavEntry> entries;
     const auto read = [&](HttpRequest& answer) { entries = ReadMultistatus(answer, LastName(folder)); };
-    return Find(FolderPath(folder), L"1", read);
+    const DavReply reply = Find(FolderPath(folder), L"1", read);
+    if (reply.Succeeded()) return entries;
+    if (isNone(reply)) return std::nullopt;
+    throw base::Error(E_FAIL, reply.failure);
 }
 
 std::optional<std::vector<DavEntry>> DavServer::List(const std::wstring& folder) const {
-    std::vector<DavEntry> entries;
-    const DavReply reply = TryToList(folder, entries);
-    if (!reply.Succeeded() && !reply.IsMissing()) throw base::Error(E_FAIL, reply.failure);
-    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
+    return ListUnless(&DavReply::IsMissing, folder);
 }
 
 std::optional<std::vector<DavEntry>> DavServer::ListWhereAllowed(const std::wstring& folder) const {
-    std::vector<DavEntry> entries;
-    const DavReply reply = TryToList(folder, entries);
-    const bool isHidden = reply.IsMissing() || reply.IsDenied() || reply.IsForbidden();
-    if (!reply.Succeeded() && !isHidden) throw base::Error(E_FAIL, reply.failure);
-    return reply.Succeeded() ? std::optional(std::move(entries)) : std::nullopt;
+    const auto isNone = [](const DavReply& reply) {
+        return reply.IsMissing() || reply.IsDenied() || reply.IsForbidden();
+    };
+    return ListUnless(isNone, folder);
 }
 
 std::optional<DavEntry> DavServer::Look(const std::wstring& path) const {

@@ -102,7 +102,9 @@ private:
 
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
-    DavReply TryToList(const std::wstring& folder, std::vector<DavEntry>& entries) const;
+    /// isNone: which failure means that nothing is there.
+    std::optional<std::vector<DavEntry>> ListUnless(const std::function<bool(const DavReply&)>& isNone,
+                                                    const std::wstring& folder) const;
     /// What an answer tells beyond what its status means; empty where it tells nothing.
     std::wstring ReasonIn(const HttpRequest& answer, DWORD status) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;

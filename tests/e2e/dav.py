@@ -12,7 +12,7 @@ import subprocess
 import threading
 import time
 
-from support import ROOT, WAITING, ServerHostTest, ToolServer, serve_each
+from support import ROOT, WAITING, ServerHostTest, ToolServer, finish, serve_each, start
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
@@ -285,6 +285,20 @@ class HttpsHostTest(ServerHostTest):
 
     def spoiling(self, *how, **more):
         return self.through(Spoiler(self, self.server, *how, **more))
+
+    def end_with_a_claim(self, prepare=lambda spoiler: None):
+        """The host of the enterprise ends when it has claimed its first packet."""
+        process = None
+
+        def end(method, *answer):
+            if method == "MOVE":
+                process.kill()
+                process.wait()
+            return answer
+        with self.spoiling(lie=end) as spoiler:
+            prepare(spoiler)
+            process = start("run", self.enterprise.settings)
+            finish(process)
 
     @contextlib.contextmanager
     def refusing(self, method, text="", status=502):

@@ -389,18 +389,8 @@ class ContinuedDownloadTest(HttpsHostTest):
         claim.unlink()
         self.ledger.clear()
         self.send("a.mdb", content=os.urandom(self.SIZE))
-        process = None
-
-        def end_with_claim(method, *answer):
-            if method == "MOVE":
-                process.kill()
-                process.wait()
-            return answer
-        spoiler = Spoiler(self, self.server, lie=end_with_claim)
-        spoiler.before("PROPFIND", "/to-enterprise/", lambda: part.write_bytes(older))
-        with self.through(spoiler):
-            process = start("run", self.enterprise.settings)
-            finish(process)
+        self.end_with_a_claim(lambda spoiler: spoiler.before(
+            "PROPFIND", "/to-enterprise/", lambda: part.write_bytes(older)))
         self.assertTrue(claim.exists())
         self.assert_received()
 
@@ -423,16 +413,7 @@ class LeftoversTest(HttpsHostTest):
         other = self.other_enterprise()
         self.send("a.mdb")
         # Ended with a claim: its own next run has to know what it must be.
-        process = None
-
-        def end_with_claim(method, *answer):
-            if method == "MOVE":
-                process.kill()
-                process.wait()
-            return answer
-        with self.spoiling(lie=end_with_claim):
-            process = start("run", self.enterprise.settings)
-            finish(process)
+        self.end_with_a_claim()
         claim, = self.server.packets.glob("*.claims/*/a.mdb")
         claim.write_bytes(b"damaged")
         self.assertEqual(other.run().code, 0, other.log)
