@@ -74,6 +74,9 @@ std::wstring Explanation(DWORD code, DWORD certificate) {
     if (certificateFault != std::end(kCertificateFaults)) return certificateFault->text;
     const auto fault = std::ranges::find(kConnectionFaults, code, &ConnectionFault::code);
     if (fault != std::end(kConnectionFaults)) return fault->text;
+    // Of the system's encryption, whose errors pass through unchanged now and then.
+    if (HRESULT_FACILITY(code) == FACILITY_SECURITY)
+        return L"the encryption of the connection failed (" + base::Hexadecimal(code) + L")";
     return L"error " + std::to_wstring(code) + L" (" + base::Hexadecimal(code) + L")";
 }
 

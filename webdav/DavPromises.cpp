@@ -431,19 +431,23 @@ private:
         beginReading();
         beginReading();
         std::vector<std::optional<std::string>> seen;
-        std::ranges::transform(readers, std::back_inserter(seen), &Play::WholeBody);
+        std::ranges::transform(readers, std::back_inserter(seen), &Play::ReadBody);
         if (move.Receive() / 100 != 2)
             throw base::Error(E_FAIL, L"A file that others read cannot be replaced.");
         return seen;
     }
 
-    /// Nothing where the answer is none, or its end is missing: whoever reads a part notices that.
-    static std::optional<std::string> WholeBody(HttpRequest& request) {
+    /// Nothing where the answer is none, or its end is missing: whoever reads a part notices that. Some
+    /// servers break a connection whose file was replaced.
+    static std::optional<std::string> ReadBody(HttpRequest& request) try {
         if (request.Receive() / 100 != 2) return std::nullopt;
         std::string body;
         for (base::Bytes bytes = request.Read(); !bytes.empty(); bytes = request.Read())
             body.append(bytes.begin(), bytes.end());
         return request.BodySize() == body.size() ? std::optional(body) : std::nullopt;
+    } catch (const HttpError& error) {
+        if (error.IsCancelled()) throw;
+        return std::nullopt;
     }
 
     // --- Uploads

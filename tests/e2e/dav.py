@@ -53,15 +53,18 @@ class Server(ToolServer):
         return (self.folder / "access.log").read_text(encoding="utf-8", errors="replace").splitlines()
 
 
-def pump(one, other):
-    """Passes on what comes from either, until one of them ends."""
+def pump(one, other, change=lambda data: data):
+    """Passes on what comes from either, until one of them ends. change: what becomes of the other's data."""
     with contextlib.suppress(OSError):
         while True:
             for source in select.select([one, other], [], [])[0]:
                 data = source.recv(65536)
                 if not data:
                     return
-                (other if source is one else one).sendall(data)
+                if source is one:
+                    other.sendall(data)
+                else:
+                    one.sendall(change(data))
 
 
 def serve_requests(address, methods, handle):
@@ -82,16 +85,16 @@ def serve_requests(address, methods, handle):
 
 
 class UsualPort:
-    """Passes on to a server what comes to the port that no URL needs to name."""
+    """Passes on to a server what comes to the port that no URL needs to name, and answers as change makes them."""
 
-    def __init__(self, test, server):
-        self.server = server
+    def __init__(self, test, server, change=lambda data: data):
+        self.server, self.change = server, change
         self.url = f"https://{server.address}/dav"
         test.addCleanup(serve_each((server.address, 443), self.session).close)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, self.server.PORT)) as server:
-            pump(client, server)
+            pump(client, server, self.change)
 
 
 class Spoiler:

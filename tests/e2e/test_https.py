@@ -55,6 +55,13 @@ class Transfers:
 
 
 class RefusalTest(HttpsHostTest):
+    def test_a_line_that_spoils_what_is_encrypted(self):
+        self.send("a.mdb", content=random.Random(1).randbytes(200_000))
+        self.use(UsualPort(self, self.server, lambda data: data[:-9] + b"x" + data[-8:] if len(data) > 8000 else data).url)
+        self.assert_run(self.enterprise, 1, log="the encryption of the connection failed (0x")
+        self.use(self.server.url)
+        self.assert_received()
+
     def test_a_wrong_password(self):
         self.assertIn("the WebDAV server takes the login", self.assert_ends(0, "doctor", self.field.settings).output)
         self.field.change("https.password", "wrong")

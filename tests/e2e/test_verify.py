@@ -137,6 +137,13 @@ class VerifyTest(HttpsHostTest):
         spoiler.handle = drip
         self.assertNotIn("large uploads", self.verify(self.server, spoiler.url), self.said)
 
+    def test_readers_whose_connection_breaks(self):
+        spoiler = Spoiler(self, self.server)
+        usual = spoiler.handle
+        spoiler.handle = lambda request: (
+            spoiler.drop if request.command == "GET" and request.path.endswith("/read.mdb") else usual)(request)
+        self.assertEqual(self.verify(self.server, spoiler.url), {"readers": "note"})
+
     def test_folders_without_rights(self):
         for folder, promise in ((self.to_enterprise, "send folder"), (self.to_field, "receive folder")):
             with self.subTest(promise=promise):
