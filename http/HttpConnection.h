@@ -41,8 +41,9 @@ public:
     /// it.
     std::wstring LoginMismatch(const HttpRequest& request) const { return m_login->Mismatch(request); }
 
-    /// The absolute form of such a path, as another request names it.
+    /// Such a path as another request names it: with the server, and without it.
     std::wstring UrlOf(std::string_view path) const;
+    std::wstring PathOf(std::string_view path) const;
     /// Name and port, for reports.
     const std::wstring& Server() const noexcept { return m_server; }
 
@@ -67,7 +68,6 @@ private:
     /// answers that.
     bool SparesRevocation(const HttpError& failure) const;
     void Secure(HttpRequest& request) const;
-    std::wstring PathOf(std::string_view path) const;
     [[noreturn]] void Fail(base::Where where = base::Where::current()) const;
 
     HttpRequest::GoOn m_goOn;

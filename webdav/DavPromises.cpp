@@ -83,6 +83,12 @@ constexpr auto kNamesAdvice =
 constexpr auto kContentAdvice =
     L"Switch compression and all other changes of contents off for these folders, on the server and on what "
     L"stands before it.";
+constexpr auto kDestinationAdvice =
+    L"Where a proxy ends the encryption, let the header Destination be rewritten. Apache, before or behind: "
+    L"RequestHeader edit Destination ^https: http: early. nginx as the proxy: proxy_set_header Destination, "
+    L"with a variable that holds $http_destination with http in the place of https. Where it hands on "
+    L"another name, let it hand on the header Host as it comes. Apache: ProxyPreserveHost On. nginx: "
+    L"proxy_set_header Host $http_host.";
 constexpr auto kServerAdvice = L"Packets are not safe with this server. Use another one, or a newer version.";
 
 }  // namespace
@@ -180,8 +186,8 @@ private:
     DavFinding Redirects() {
         const std::wstring target = Look(m_folder).target;
         if (target.empty()) return Kept(L"Folders are found with and without / at the end.");
-        const std::wstring url = UrlOf(m_folder) + L"/";
-        if (target != url && target != PathIn(url)) return LeadsTo(target);
+        const std::string path = UrlPath::EncodePath(m_folder) + "/";
+        if (target != m_connection.UrlOf(path) && target != m_connection.PathOf(path)) return LeadsTo(target);
         return Noted(
             L"The server leads the path of a folder to the same one with / at the end, which is what "
             L"packets use.");
@@ -298,38 +304,16 @@ private:
     DavFinding Move() {
         Put(L"from.mdb", "moved");
         const DavReply reply = m_server.Move(OwnPath(L"from.mdb"), OwnPath(L"to.mdb"), Other::Stays);
-        if (!reply.Succeeded()) return WhyNotMoved(reply.failure);
+        if (!reply.Succeeded()) return Broken(reply.failure);
         if (Content(L"to.mdb") != "moved" || m_server.Exists(OwnPath(L"from.mdb")))
             return Broken(L"A file that was moved is not at its new place alone.");
+        if (!m_server.TakesItsUrl())
+            return Noted(
+                L"A file can be moved, but not by a Destination with the address of the server: what stands "
+                L"before it ends the encryption, or hands on another name. That costs each transfer some "
+                L"requests.",
+                kDestinationAdvice);
         return Kept(L"A file can be moved.");
-    }
-
-    /// By a Destination as it looks behind a proxy.
-    DavFinding WhyNotMoved(const std::wstring& failure) const {
-        const std::wstring url = UrlOf(OwnPath(L"to.mdb"));
-        if (Moves(L"http" + url.substr(url.find(L':'))))
-            return Broken(
-                failure +
-                    L" It takes a Destination that begins with http: a proxy ends the encryption before it.",
-                L"Let the header Destination be rewritten. Apache, before or behind: RequestHeader edit "
-                L"Destination ^https: http: early. nginx as the proxy: proxy_set_header Destination, with a "
-                L"variable that holds $http_destination with http in the place of https.");
-        if (Moves(PathIn(url)))
-            return Broken(
-                failure +
-                    L" It takes a Destination without a server: what stands before it hands on another name.",
-                L"Let the proxy hand on the header Host as it comes. Apache: ProxyPreserveHost On. nginx: "
-                L"proxy_set_header Host $http_host.");
-        return Broken(failure);
-    }
-
-    bool Moves(const std::wstring& destination) const {
-        const auto send = [&](HttpRequest& request) {
-            DavServer::AddDestination(request, destination, Other::Stays);
-            request.Send();
-        };
-        return DavServer::HasMoved(
-            m_connection.Ask(L"MOVE", UrlPath::EncodePath(OwnPath(L"from.mdb")), send).status);
     }
 
     DavFinding Replacement() {
@@ -391,7 +375,7 @@ private:
 
     HttpRequest BegunMove(const std::wstring& from, const std::wstring& to) const {
         HttpRequest request = m_connection.Open(L"MOVE", UrlPath::EncodePath(OwnPath(from)));
-        DavServer::AddDestination(request, UrlOf(OwnPath(to)), Other::IsReplaced);
+        DavServer::AddDestination(request, m_server.DestinationOf(OwnPath(to)), Other::IsReplaced);
         request.Begin();
         return request;
     }
@@ -510,12 +494,6 @@ private:
     // --------------------------------------------------------------------------------
 
     std::wstring OwnPath(const std::wstring& name) const { return JoinRemote(m_folder, name); }
-    std::wstring UrlOf(const std::wstring& path) const {
-        return m_connection.UrlOf(UrlPath::EncodePath(path));
-    }
-    static std::wstring PathIn(const std::wstring& url) {
-        return url.substr(url.find(L'/', url.find(L"//") + 2));
-    }
 
     /// Throws a failure.
     void Put(const std::wstring& name, std::string_view content) const {

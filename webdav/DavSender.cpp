@@ -174,7 +174,8 @@ private:
 
     /// What is put to the server to see how it takes that. Not under the name of an upload, at which it may
     /// still be when that comes.
-    std::wstring Question() const { return JoinRemote(m_uploads, m_installation.Name() + L"~question"); }
+    std::wstring QuestionName() const { return m_installation.Name() + L"~question"; }
+    std::wstring Question() const { return JoinRemote(m_uploads, QuestionName()); }
 
     /// Of a body of that length.
     std::optional<DavReply> RefusalOf(const Upload& upload, DWORD patience) const {
@@ -283,6 +284,8 @@ private:
         std::map<std::wstring, std::optional<std::uint64_t>> sizes;
         for (const DavEntry& entry : listed)
             sizes[entry.name] = entry.size;
+        // Some servers keep what was not even begun.
+        if (sizes.contains(QuestionName())) m_server.Delete(Question());
         std::vector<const Upload*> whole;
         for (const Upload& upload : batch) {
             const auto found = sizes.find(upload.digest.upload);

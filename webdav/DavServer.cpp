@@ -335,10 +335,43 @@ std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint
 }
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
+    const DavReply reply = MoveOnce(from, to, other);
+    // Only where nothing can be replaced: the first attempt may have been carried out.
+    const bool isRefused =
+        reply.MayRefuseDestination() && other == Other::Stays && !std::exchange(m_hasTriedForms, true);
+    return isRefused ? MovedByAnotherForm(from, to).value_or(reply) : reply;
+}
+
+/// The path may be another one to the server than to who stands before it: what has gone there is not at its
+/// place.
+std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, const std::wstring& to) const
+    try {
+    for (const Form form : {Form::Path, Form::PlainUrl}) {
+        m_form = form;
+        const DavReply reply = MoveOnce(from, to, Other::Stays);
+        if ((reply.Succeeded() || reply.IsTaken()) && Exists(to)) return reply;
+    }
+    m_form = Form::Url;
+    return std::nullopt;
+} catch (const HttpError&) {
+    throw;  // somebody wants an end
+} catch (const base::Error&) {
+    m_form = Form::Url;
+    return std::nullopt;
+}
+
+DavReply DavServer::MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const {
     return Ask(L"MOVE", from, [&](HttpRequest& request) {
-        AddDestination(request, m_connection.UrlOf(UrlPath::EncodePath(to)), other);
+        AddDestination(request, DestinationOf(to), other);
         request.Send();
     });
+}
+
+std::wstring DavServer::DestinationOf(const std::wstring& path) const {
+    const std::string encoded = UrlPath::EncodePath(path);
+    if (m_form == Form::Path) return m_connection.PathOf(encoded);
+    const std::wstring url = m_connection.UrlOf(encoded);
+    return m_form == Form::PlainUrl ? L"http" + url.substr(url.find(L':')) : url;
 }
 
 void DavServer::AddDestination(HttpRequest& request, const std::wstring& destination, Other other) {

@@ -28,6 +28,8 @@ struct DavReply {
     /// Nor is the folder that it would be in, for all that the server tells.
     bool MayLackFolder() const noexcept { return status == 404 || status == 409; }
     bool IsAnswered() const noexcept { return status != 0; }
+    /// As some servers answer to a Destination that is no address of theirs.
+    bool MayRefuseDestination() const noexcept { return status == 400 || status == 502; }
     /// Nobody knows what was done: no answer came, or one of a proxy that got none.
     bool IsUnclear() const noexcept { return status == 0 || status == 502 || status == 504; }
     /// To any request the server, or what stands before it, would say the same now.
@@ -72,12 +74,17 @@ public:
     /// say so at once. patience: milliseconds, for which most servers wait in vain.
     std::optional<DavReply> RefusalOf(const std::wstring& path, std::uint64_t bytes, DWORD patience) const;
     enum class Other { Stays, IsReplaced };
+    /// Where the server does not take its own URL for the place to move to, as behind a proxy that ends the
+    /// encryption, it is told in other forms, and from then on at once in that which it takes.
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
+    bool TakesItsUrl() const noexcept { return m_form == Form::Url; }
+    /// In the form that the server takes for the place to move to.
+    std::wstring DestinationOf(const std::wstring& path) const;
     /// Whether something was moved, by the status. Others, such as that of a page, tell nothing of it.
     static bool HasMoved(DWORD status) noexcept {
         return status == HTTP_STATUS_CREATED || status == HTTP_STATUS_NO_CONTENT;
     }
-    /// Tells a request where to move something. destination: a URL.
+    /// Tells a request where to move something. destination: a URL, or an absolute path.
     static void AddDestination(HttpRequest& request, const std::wstring& destination, Other other);
     DavReply Delete(const std::wstring& path) const;
     /// Hands a file's content over. The reply is no success where less came than the server told.
@@ -109,6 +116,15 @@ private:
     std::wstring ReasonIn(const HttpRequest& answer, DWORD status) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
     bool Answers(const std::wstring& path, const Use& use) const;
+    DavReply MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const;
+    /// After a refusal that may be one of the Destination: the reply to a form that the server takes, if
+    /// there is one.
+    std::optional<DavReply> MovedByAnotherForm(const std::wstring& from, const std::wstring& to) const;
+
+    /// Of a Destination. The last one is what a server sees of its own that knows nothing of the encryption.
+    enum class Form { Url, Path, PlainUrl };
 
     HttpConnection m_connection;
+    mutable Form m_form = Form::Url;
+    mutable bool m_hasTriedForms = false;
 };

@@ -20,6 +20,39 @@ USER, PASSWORD = "packets", "secret"
 PLAIN_PORT = 8080
 METHODS = ("GET", "PUT", "DELETE", "PROPFIND", "MKCOL", "MOVE")
 
+# What administrators have set in an Apache: it compresses, and keeps no connection for long.
+MODULES = "/usr/lib/apache2/modules"
+SPARING = f"""
+LoadModule alias_module {MODULES}/mod_alias.so
+LoadModule deflate_module {MODULES}/mod_deflate.so
+LoadModule filter_module {MODULES}/mod_filter.so
+MaxKeepAliveRequests 3
+AddOutputFilterByType DEFLATE text/plain text/html text/xml
+"""
+# Before it stands what ends the encryption, by port: as it is, with the header rewritten, and compressing.
+PROXIES = f"""
+LoadModule proxy_module {MODULES}/mod_proxy.so
+LoadModule proxy_http_module {MODULES}/mod_proxy_http.so
+LoadModule headers_module {MODULES}/mod_headers.so
+LoadModule deflate_module {MODULES}/mod_deflate.so
+LoadModule env_module {MODULES}/mod_env.so
+SSLCertificateFile {{folder}}/server.pem
+SSLCertificateKeyFile {{folder}}/server.key
+ProxyPreserveHost On
+""" + "".join(f"""
+Listen {{address}}:{port}
+<VirtualHost {{address}}:{port}>
+    SSLEngine On
+    <Location /dav>
+        Dav Off
+        ProxyPass http://{{address}}:8080/dav
+        {change}
+    </Location>
+</VirtualHost>
+""" for port, change in ((9001, ""), (9002, 'RequestHeader edit Destination ^https: http:'),
+                         (9003, "SetEnv force-gzip\n        SetOutputFilter DEFLATE")))
+
+
 
 @functools.cache
 def trust_authority():
@@ -258,9 +291,10 @@ class Stranger:
 class HttpsHostTest(ServerHostTest):
     KIND = "apache"
     OPTIONS = ()
+    EXTRA = ""
 
     def new_server(self):
-        return Server(self, self.KIND, *self.OPTIONS)
+        return Server(self, self.KIND, *self.OPTIONS, extra=self.EXTRA)
 
     def connect(self, side, other):
         side.change("transport", "https")

@@ -759,7 +759,7 @@ location ^~ /dav/field7/ {{
 """
 
     def new_server(self):
-        server = Server(self, self.KIND, extra=self.EXTRA)
+        server = super().new_server()
         accounts = (server.folder / "passwords").read_text()
         field, enterprise = (accounts.replace(USER, name) for name in ("field7", "enterprise"))
         (server.folder / "passwords").write_text(accounts + field + enterprise)

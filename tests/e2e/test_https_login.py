@@ -191,7 +191,7 @@ class PinTest(GuardedTest):
 
 class DigestTest(GuardedTest):
     OPTIONS = ("--login", "digest")
-    LONG_PAGE = """
+    EXTRA = """
 ErrorDocument 401 /login.html
 <Location /login.html>
     Require all granted
@@ -200,7 +200,7 @@ ErrorDocument 401 /login.html
 
     def new_server(self):
         """Its page for those who are to log in is long: there is more of it when the next request goes."""
-        server = Server(self, self.KIND, *self.OPTIONS, extra=self.LONG_PAGE)
+        server = super().new_server()
         page = server.packets.parent / "login.html"
         page.write_text("x" * 300_000)
         server.own(page)
