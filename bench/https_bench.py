@@ -22,7 +22,9 @@ from contest import MB, ROOT, print_row
 
 sys.path.append(str(ROOT / "tests" / "e2e"))
 import support  # noqa: E402
-from dav import AUTHORITY, PASSWORD, PORT, USER, trust_authority  # noqa: E402
+from dav import AUTHORITY, PASSWORD, USER, Server, trust_authority  # noqa: E402
+
+PORT = Server.PORT
 
 LOADS = {"500 files of 64 KB": (500, 65_536), "1 file of 200 MB": (1, 200 * MB)}
 DELAYED = {"50 files of 4 KB": (50, 4096)}
