@@ -336,20 +336,22 @@ std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
     const DavReply reply = MoveOnce(from, to, other);
-    // Only where nothing can be replaced: the first attempt may have been carried out.
-    const bool isRefused =
-        reply.MayRefuseDestination() && other == Other::Stays && !std::exchange(m_hasTriedForms, true);
-    return isRefused ? MovedByAnotherForm(from, to).value_or(reply) : reply;
+    if (!reply.MayRefuseDestination() || std::exchange(m_hasTriedForms, true)) return reply;
+    return MovedByAnotherForm(from, to, other).value_or(reply);
 }
 
-/// The path may be another one to the server than to who stands before it: what has gone there is not at its
+/// The first attempt may have been carried out: nothing is replaced before it is clear that it was not. And
+/// the path may be another one to the server than to who stands before it: what has gone there is not at its
 /// place.
-std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, const std::wstring& to) const
-    try {
+std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, const std::wstring& to,
+                                                      Other other) const try {
     for (const Form form : {Form::Path, Form::PlainUrl}) {
         m_form = form;
         const DavReply reply = MoveOnce(from, to, Other::Stays);
-        if ((reply.Succeeded() || reply.IsTaken()) && Exists(to)) return reply;
+        const bool isUnderstood = (reply.Succeeded() || reply.IsTaken()) && Exists(to);
+        if (!isUnderstood) continue;
+        if (reply.Succeeded() || other == Other::Stays) return reply;
+        if (Exists(from)) return MoveOnce(from, to, other);
     }
     m_form = Form::Url;
     return std::nullopt;

@@ -119,7 +119,8 @@ private:
     DavReply MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const;
     /// After a refusal that may be one of the Destination: the reply to a form that the server takes, if
     /// there is one.
-    std::optional<DavReply> MovedByAnotherForm(const std::wstring& from, const std::wstring& to) const;
+    std::optional<DavReply> MovedByAnotherForm(const std::wstring& from, const std::wstring& to,
+                                               Other other) const;
 
     /// Of a Destination. The last one is what a server sees of its own that knows nothing of the encryption.
     enum class Form { Url, Path, PlainUrl };

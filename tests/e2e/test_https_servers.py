@@ -3,6 +3,7 @@ import os
 
 from dav import HttpsHostTest, PROXIES, SPARING
 from support import Mount, files_below
+from test_https import Transfers
 
 
 class SetUp:
@@ -36,6 +37,7 @@ class BehindProxyTest(SetUp, HttpsHostTest):
 
     EXTRA = PROXIES
     PROXY = 9001
+    test_what_was_damaged_makes_room = Transfers.test_what_was_damaged_on_the_server_is_not_delivered
 
     def setUp(self):
         super().setUp()
