@@ -2,6 +2,7 @@
 // elsewhere.
 #include "sendrecv/clsHTTPSndRcv.h"
 
+#include <functional>
 #include <tuple>
 
 #include "base/FileMoves.h"
@@ -79,6 +80,21 @@ TEST_F(Https, WhatIsMissingComesFromTheCommandLineAndTheRegistryOnce) {
     EXPECT_FALSE(Connect());
     EXPECT_THAT(PropSet(), HasSubstr(L"HTTP_LOGIN=\n")) << "a value that was cleared is not read again";
     EXPECT_THAT(framework.TakeLog(), SizeIs(2)) << "there is no such server";
+}
+
+TEST_F(Https, EachCallReadsWhatIsMissing) {
+    framework.registry = {{L"13/Transport/HTTPServer", L"nonsense"},
+                          {L"13/Transport/RemoteSendFolder", L"up"},
+                          {L"13/Transport/RemoteReceiveFolder", L"down"}};
+    for (const auto& call :
+         {std::function([&] { return Send(); }), std::function([&] { return Receive(); })}) {
+        Use(com::Make<clsHTTPSndRcv>());
+        NameApplication();
+        SendFrom(temp / L"out");
+        ReceiveInto(temp / L"in");
+        EXPECT_FALSE(call());
+        EXPECT_THAT(framework.TakeLogText(), HasSubstr(L"it must look like https://server/folder"));
+    }
 }
 
 TEST_F(Https, ScriptsReachTheSameSettings) {

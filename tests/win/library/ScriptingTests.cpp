@@ -141,6 +141,9 @@ TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     EXPECT_EQ(lone->put_SenderReceiver(Create<clsXCOPYSndRcv, IDispatch>().Get()), S_OK);
     EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())),
                 HasSubstr(L"Set SendFolder and ReceiveFolder first"));
+    EXPECT_EQ(lone->put_SendFolder(In(temp / L"alone")), S_OK);
+    EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())),
+                HasSubstr(L"Set SendFolder and ReceiveFolder first"));
     EXPECT_THAT(framework.log, IsEmpty()) << "what a script forgot is no matter for the log";
     EXPECT_EQ(Add(temp / L"a.mdb"),
               kSource + L"The packet T:\\a.mdb was not added to the send folder. It stays where it is.\r\n"
