@@ -300,6 +300,11 @@ bool DavServer::IsThere(const std::wstring& folder) const {
 void DavServer::Check(const std::wstring& folder) const {
     if (!IsThere(folder))
         throw base::Error(E_FAIL, L"The server " + Name() + L" has no folder at that address: " + folder);
+    constexpr int kMostUnanswered = 3;
+    if (m_unansweredMoves >= kMostUnanswered)
+        throw base::Error(E_FAIL, L"The server " + Name() +
+                                      L" answers, but not to MOVE. The next transfer tries again. If that "
+                                      L"goes on, see to what stands before the server.");
 }
 
 DavReply DavServer::ProvideFolder(const std::wstring& folder) const {
@@ -363,10 +368,12 @@ std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, 
 }
 
 DavReply DavServer::MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const {
-    return Ask(L"MOVE", from, [&](HttpRequest& request) {
+    DavReply reply = Ask(L"MOVE", from, [&](HttpRequest& request) {
         AddDestination(request, DestinationOf(to), other);
         request.Send();
     });
+    m_unansweredMoves = reply.IsAnswered() ? 0 : m_unansweredMoves + 1;
+    return reply;
 }
 
 std::wstring DavServer::DestinationOf(const std::wstring& path) const {

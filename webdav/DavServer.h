@@ -61,7 +61,8 @@ public:
     /// Whether the site is there, by a folder that the account reaches, and that need not be there yet.
     /// Throws where the server does not tell.
     bool IsThere(const std::wstring& folder) const;
-    /// After a failure whose cause may be the server: throws where that is not there, as for anything else.
+    /// After a failure whose cause may be the server: throws where that is not there, or leaves one MOVE
+    /// after the other without an answer, as it would each later one.
     void Check(const std::wstring& folder) const;
     /// Creates a folder where it is missing. A success means that it is there then.
     DavReply ProvideFolder(const std::wstring& folder) const;
@@ -128,4 +129,5 @@ private:
     HttpConnection m_connection;
     mutable Form m_form = Form::Url;
     mutable bool m_hasTriedForms = false;
+    mutable int m_unansweredMoves = 0;  ///< in a row
 };

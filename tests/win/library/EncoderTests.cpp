@@ -217,6 +217,9 @@ TEST_F(DeltaEncoder, TakesDefaultsFromRegistryAndFolderLocator) {
     Create();
     EXPECT_EQ(Ask<LONG>(&_clsXDeltaEncoder::get_Timeout, settings), 8);
     encoder->put_ApplicationName(In(L"App"));
+    framework.registry[L"1//XDeltaTimeout"] = L"6";
+    EXPECT_EQ(Configure({}), S_OK);
+    EXPECT_THAT(Configuration(), HasSubstr(L"TIMEOUT=6\n")) << "from the key that its creation has opened";
     EXPECT_EQ(Configure({{L"MOBILE", L"true"}, {L"TIMEOUT", L"5"}}), S_OK);
     EXPECT_EQ(Configuration(),
               L"IN_EXTENSION=.mdb\nOUT_EXTENSION=.axd\nREFERENCE_PATH=F:\\field.AXR\nTIMEOUT=5\n"
