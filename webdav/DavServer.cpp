@@ -340,7 +340,7 @@ std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint
 }
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
-    const DavReply reply = MoveOnce(from, to, other);
+    DavReply reply = MoveOnce(from, to, other);
     if (!reply.MayRefuseDestination() || std::exchange(m_hasTriedForms, true)) return reply;
     return MovedByAnotherForm(from, to, other).value_or(reply);
 }
