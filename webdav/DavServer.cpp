@@ -340,7 +340,7 @@ std::optional<DavReply> DavServer::RefusalOf(const std::wstring& path, std::uint
 }
 
 DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other other) const {
-    DavReply reply = MoveOnce(from, to, other);
+    DavReply reply = MoveOnce(from, to, other, m_form);
     if (!reply.MayRefuseDestination() || std::exchange(m_hasTriedForms, true)) return reply;
     return MovedByAnotherForm(from, to, other).value_or(reply);
 }
@@ -351,36 +351,34 @@ DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other
 std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, const std::wstring& to,
                                                       Other other) const try {
     for (const Form form : {Form::Path, Form::PlainUrl}) {
-        m_form = form;
-        const DavReply reply = MoveOnce(from, to, Other::Stays);
+        const DavReply reply = MoveOnce(from, to, Other::Stays, form);
         const bool isUnderstood = (reply.Succeeded() || reply.IsTaken()) && Exists(to);
-        if (!isUnderstood) continue;
-        if (reply.Succeeded() || other == Other::Stays) return reply;
-        if (Exists(from)) return MoveOnce(from, to, other);
+        const bool isToReplace = reply.IsTaken() && other == Other::IsReplaced;
+        if (!isUnderstood || (isToReplace && !Exists(from))) continue;
+        m_form = form;
+        return isToReplace ? MoveOnce(from, to, other, form) : reply;
     }
-    m_form = Form::Url;
     return std::nullopt;
 } catch (const HttpError&) {
     throw;  // somebody wants an end
 } catch (const base::Error&) {
-    m_form = Form::Url;
     return std::nullopt;
 }
 
-DavReply DavServer::MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const {
+DavReply DavServer::MoveOnce(const std::wstring& from, const std::wstring& to, Other other, Form form) const {
     DavReply reply = Ask(L"MOVE", from, [&](HttpRequest& request) {
-        AddDestination(request, DestinationOf(to), other);
+        AddDestination(request, DestinationIn(form, to), other);
         request.Send();
     });
     m_unansweredMoves = reply.IsAnswered() ? 0 : m_unansweredMoves + 1;
     return reply;
 }
 
-std::wstring DavServer::DestinationOf(const std::wstring& path) const {
+std::wstring DavServer::DestinationIn(Form form, const std::wstring& path) const {
     const std::string encoded = UrlPath::EncodePath(path);
-    if (m_form == Form::Path) return m_connection.PathOf(encoded);
+    if (form == Form::Path) return m_connection.PathOf(encoded);
     const std::wstring url = m_connection.UrlOf(encoded);
-    return m_form == Form::PlainUrl ? L"http" + url.substr(url.find(L':')) : url;
+    return form == Form::PlainUrl ? L"http" + url.substr(url.find(L':')) : url;
 }
 
 void DavServer::AddDestination(HttpRequest& request, const std::wstring& destination, Other other) {

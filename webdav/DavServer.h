@@ -80,7 +80,7 @@ public:
     DavReply Move(const std::wstring& from, const std::wstring& to, Other other) const;
     bool TakesItsUrl() const noexcept { return m_form == Form::Url; }
     /// In the form that the server takes for the place to move to.
-    std::wstring DestinationOf(const std::wstring& path) const;
+    std::wstring DestinationOf(const std::wstring& path) const { return DestinationIn(m_form, path); }
     /// Whether something was moved, by the status. Others, such as that of a page, tell nothing of it.
     static bool HasMoved(DWORD status) noexcept {
         return status == HTTP_STATUS_CREATED || status == HTTP_STATUS_NO_CONTENT;
@@ -107,6 +107,8 @@ public:
 
 private:
     using Use = std::function<void(HttpRequest&)>;
+    /// Of a Destination. The last one is what a server sees of its own that knows nothing of the encryption.
+    enum class Form { Url, Path, PlainUrl };
 
     /// send: sends the body, where there is one. use: of an answer that is a success.
     DavReply Ask(const wchar_t* method, const std::wstring& path, const Use& send, const Use& use = {}) const;
@@ -117,14 +119,12 @@ private:
     std::wstring ReasonIn(const HttpRequest& answer, DWORD status) const;
     DavReply Find(const std::wstring& path, const wchar_t* depth, const Use& use) const;
     bool Answers(const std::wstring& path, const Use& use) const;
-    DavReply MoveOnce(const std::wstring& from, const std::wstring& to, Other other) const;
+    std::wstring DestinationIn(Form form, const std::wstring& path) const;
+    DavReply MoveOnce(const std::wstring& from, const std::wstring& to, Other other, Form form) const;
     /// After a refusal that may be one of the Destination: the reply to a form that the server takes, if
     /// there is one.
     std::optional<DavReply> MovedByAnotherForm(const std::wstring& from, const std::wstring& to,
                                                Other other) const;
-
-    /// Of a Destination. The last one is what a server sees of its own that knows nothing of the encryption.
-    enum class Form { Url, Path, PlainUrl };
 
     HttpConnection m_connection;
     mutable Form m_form = Form::Url;

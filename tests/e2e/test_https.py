@@ -57,22 +57,11 @@ class Transfers:
 class RefusalTest(HttpsHostTest):
     def test_a_server_that_answers_all_but_moves(self):
         """None of them is waited for longer than it takes to see that."""
-        moves = []
-
-        def handle(request):
-            if request.command != "MOVE":
-                return usual(request)
-            moves.append(request.path)
-            return spoiler.drop(request)
-        names = [f"{number}.mdb" for number in range(8)]
+        self.put(self.field, *(f"{number}.mdb" for number in range(8)))
         for side in (self.field, self.enterprise):
-            with self.subTest(side=side.name), self.spoiling() as spoiler:
-                usual, spoiler.handle = spoiler.handle, handle
-                moves.clear()
-                if side is self.field:
-                    self.put(side, *names)
+            with self.subTest(side=side.name), self.refusing("MOVE", status=0) as refuser:
                 self.assert_trouble(side, log="answers, but not to MOVE. The next transfer tries again.")
-                self.assertEqual(len(set(moves)), 3)
+                self.assertEqual(len(set(refuser.refused)), 3)
             self.assert_run(side)
         self.assert_delivered()
 

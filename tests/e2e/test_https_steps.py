@@ -78,7 +78,7 @@ class StepTest(HttpsHostTest):
             self.put_many(5, 1000, None)
             with self.refusing("PUT", "~", status) as refuser:
                 self.assert_trouble(self.field)
-            self.assertEqual(refuser.refused, asked)
+            self.assertEqual(len(refuser.refused), asked)
             # To whom the login is refused, it would be for anything else.
             self.assertEqual((self.field.inbox / f"{status}.mdb").exists(), status != 401)
 

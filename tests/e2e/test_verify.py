@@ -5,7 +5,7 @@ import re
 import signal
 import time
 
-from dav import HttpsHostTest, PROXIES, SPARING, Server, Spoiler, Stranger
+from dav import HttpsHostTest, PROXIES, Refuser, SPARING, Server, Spoiler, Stranger
 from support import finish, run, start
 
 CHANGES = SPARING + """
@@ -111,11 +111,8 @@ class VerifyTest(HttpsHostTest):
         self.assertNotIn("large uploads", self.verify(self.server, spoiler.url), self.said)
 
     def test_readers_whose_connection_breaks(self):
-        spoiler = Spoiler(self, self.server)
-        usual = spoiler.handle
-        spoiler.handle = lambda request: (
-            spoiler.drop if request.command == "GET" and request.path.endswith("/read.mdb") else usual)(request)
-        self.assertEqual(self.verify(self.server, spoiler.url), {"readers": "note"})
+        refuser = Refuser(self, self.server, "GET", "/read.mdb", 0)
+        self.assertEqual(self.verify(self.server, refuser.url), {"readers": "note"})
 
     def test_folders_without_rights(self):
         for folder, promise in ((self.to_enterprise, "send folder"), (self.to_field, "receive folder")):
