@@ -74,6 +74,7 @@ coverage: build-coverage
 	@ctest --preset coverage
 	@tools/coverage build/coverage .
 
+# Without the test of what releases import, and that of a script whose engine under Wine hands over VARIANTs at any address.
 undefined: build-undefined
 	@ctest --preset undefined
 
