@@ -87,9 +87,13 @@ void MoveIntoTree(const std::wstring& source, const std::wstring& destination) {
     FileSystem::MoveReplacing(source, destination);
 }
 
-void TryPutBack(const std::wstring& source, const std::wstring& destination) try {
+void PutBack(const std::wstring& source, const std::wstring& destination) {
     FileSystem::CreateFolders(Path::ParentFolder(destination));
     FileSystem::MoveFile(source, destination);
+}
+
+void TryPutBack(const std::wstring& source, const std::wstring& destination) try {
+    PutBack(source, destination);
 } catch (const Error&) {
     return;
 }

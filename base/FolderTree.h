@@ -60,8 +60,10 @@ private:
 /// Moves a file in the place of any other of the destination's name; folders above that are created. Throws a
 /// failure.
 void MoveIntoTree(const std::wstring& source, const std::wstring& destination);
-/// Moves a file back to where it was taken from, folders above included, unless there is another one now. A
-/// failure shows in what still lies at the source.
+/// Moves a file back to where it was taken from, folders above included. Throws a failure, also where there is
+/// another one now.
+void PutBack(const std::wstring& source, const std::wstring& destination);
+/// The same, where a failure shows in what still lies at the source.
 void TryPutBack(const std::wstring& source, const std::wstring& destination);
 /// Removes the folder and those below it, as far as there is no file in them.
 void RemoveEmptyFolders(const std::wstring& folder);

@@ -62,14 +62,21 @@ bool HasGone(const std::wstring& name, const std::wstring& folder) {
     return !FileSystem::FileIsThere(Path::Join(folder, name)) && FileSystem::FolderIsThere(folder);
 }
 
-/// A source that cannot be deleted stays beside its copy; the next cycle moves it again. One that somebody
-/// still writes is not even copied: half a packet must not travel.
-void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::wstring& to,
+void TellOfGoneFile(const std::wstring& source, const Procedure& self, const HostProgress& progress) {
+    const std::wstring text = L"Somebody else took the file " + source + L" before it was sent.";
+    progress.AddMessage(text, ZN_PROGRESS_FAILURE);
+    self.Report(text);
+}
+
+/// False where there is no such file any more. A source that cannot be deleted stays beside its copy; the
+/// next cycle moves it again. One that somebody still writes is not even copied: half a packet must not
+/// travel.
+bool MoveOneFile(const std::wstring& name, const std::wstring& from, const std::wstring& to,
                  const Procedure& self, const HostProgress& progress) {
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
-    if (!block.Holds() && HasGone(name, from)) return;
+    if (!block.Holds() && HasGone(name, from)) return false;
     const bool somebodyWrites = block.SomebodyWrites();
     if (!somebodyWrites) {
         const base::File& held = block.Held();
@@ -82,7 +89,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
         try {
             FileSystem::CopyReplacing(held, Path::Join(to, name), goOn);
         } catch (const base::Error&) {
-            if (cancelled) return;  // the source is where it was
+            if (cancelled) return true;  // the source is where it was
             throw;
         }
     }
@@ -99,6 +106,7 @@ void MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
         progress.StatusText(Lines(self.Name(), text));
         self.Report(text);
     }
+    return true;
 }
 
 /// What the other side is still copying into the folder is none yet, and what it tests the folder with never
@@ -176,7 +184,9 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
                              L"the server has stored a file: packets could be lost, and stay here. Move them "
                              L"through HTTPS, or to a shared folder.");
         progress.StatusText(L"Moving packets from local folder");
-        return Exclusively(self, [&] { return IsComplete(MoveFiles(from, to, progress), self, progress); });
+        return Exclusively(self, [&] {
+            return IsComplete(MoveFiles(from, to, Rivals::Unexpected, progress), self, progress);
+        });
     });
 }
 
@@ -195,7 +205,9 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
             base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
             return true;
         progress.StatusText(L"Moving packets to local folder");
-        return Exclusively(self, [&] { return IsComplete(MoveFiles(from, to, progress), self, progress); });
+        return Exclusively(self, [&] {
+            return IsComplete(MoveFiles(from, to, Rivals::Expected, progress), self, progress);
+        });
     });
 }
 
@@ -205,7 +217,7 @@ bool clsXCOPYSndRcv::PrepareFolders(const std::wstring& source, const std::wstri
            (FileSystem::FolderExists(destination) || CreateFolders(destination, SupressMsg));
 }
 
-bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination,
+bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination, Rivals rivals,
                                const HostProgress& progress) const {
     const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
     return self.Guard(false, [&] {
@@ -220,8 +232,9 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         for (const FileSystem::FileEntry& file : listing.files) {
             if (names.AreOne(file.name))
                 RefuseName(file.name, Source, Destination, self, progress);
-            else
-                MoveOneFile(file.name, Source, Destination, self, progress);
+            else if (!MoveOneFile(file.name, Source, Destination, self, progress) &&
+                     rivals == Rivals::Unexpected)
+                TellOfGoneFile(Path::Join(Source, file.name), self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
@@ -234,7 +247,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
             if (names.AreOne(folder))
                 RefuseName(folder, Source, Destination, self, progress);
             else
-                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), progress);
+                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), rivals, progress);
             if (progress.Cancelled()) break;
         }
         return true;

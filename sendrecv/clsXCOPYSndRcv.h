@@ -35,7 +35,10 @@ private:
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
     std::wstring DisplayName() override;
 
-    bool MoveFiles(const std::wstring& Source, const std::wstring& Destination,
+    /// Whether others may take files of the source: of a share several computers may receive.
+    enum class Rivals { Expected, Unexpected };
+
+    bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, Rivals rivals,
                    const HostProgress& progress) const;
     bool PrepareFolders(const std::wstring& source, const std::wstring& destination) const;
 };

@@ -3,6 +3,7 @@
 
 #include "base/Arrival.h"
 #include "base/FileSystem.h"
+#include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Undo.h"
@@ -222,9 +223,19 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
     const HeardReports unlisted;
     LONG moved = 0;
     std::wstring refusals;
-    for (const base::TreeFile& file : PacketsBelow(folder, Procedure(L"clsTransporter.cls.MoveAll"))) {
-        if (IsCompanionFile(file.name)) continue;
+    std::vector<base::TreeFile> packets = PacketsBelow(folder, Procedure(L"clsTransporter.cls.MoveAll"));
+    std::erase_if(packets, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
+    base::LocalNames paths;
+    for (const base::TreeFile& file : packets)
+        paths.Add(file.RelativePath());
+    for (const base::TreeFile& file : packets) {
         try {
+            // A share can tell such names apart; in the send folder the second one would replace the first.
+            if (paths.AreOne(file.RelativePath()))
+                throw base::Error(E_FAIL,
+                                  L"Another packet has the same path as " + file.RelativePath() +
+                                      L" but for the case of letters. Both stay; rename or remove one "
+                                      L"of them.");
             MovePacket(Path::Join(folder, file.RelativePath()), file.subFolder);
             ++moved;
         } catch (...) {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
@@ -58,7 +57,7 @@ void AwaitedForms::PutBack(const std::vector<base::TreeFile>& offered, PacketLed
 void AwaitedForms::PutBack(const base::TreeFile& file, PacketLedger& ledger) const {
     const std::wstring held = HeldPath(file, m_settings);
     const std::wstring place = ReceivedPath(file, m_settings);
-    if (!FileSystem::FileIsThere(place)) return base::MoveIntoTree(held, place);
+    if (!FileSystem::FileIsThere(place)) return base::PutBack(held, place);
     const auto newer = FileSystem::VersionOf(place);
     if (newer && newer->lastWrite >= file.lastWrite)
         FileSystem::DeleteFile(held, FileSystem::ReadOnlyFiles::Delete);
@@ -76,29 +75,36 @@ std::vector<base::TreeFile> AwaitedForms::MayBeOfferedIn(const std::wstring& sub
     return before;
 }
 
-void AwaitedForms::HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const {
-    const std::vector<base::TreeFile> received = ReceivedIn(m_settings, subFolder);
-    if (received.empty()) return;
-    std::multimap<std::wstring, base::TreeFile> offered;
-    for (const base::TreeFile& file : MayBeOfferedIn(subFolder))
+/// Nothing for a file that need not wait.
+std::optional<std::wstring> AwaitedForms::ReasonToWait(const base::TreeFile& file, const Forms& offered,
+                                                       const PacketLedger& ledger) const {
+    const std::wstring key = Key(file, ledger);
+    // A newer one of the same name takes the file's place when it comes. What was refused comes no more.
+    const auto [begin, end] = offered.equal_range(key);
+    const auto older = std::find_if(begin, end, [&](const auto& entry) {
+        const base::TreeFile& other = entry.second;
+        return !base::EqualsIgnoringCase(other.name, file.name) && other.lastWrite <= file.lastWrite &&
+               !WasRefused(other, m_settings);
+    });
+    if (older != end)
+        return L"an older version must be received first: " +
+               Path::Join(m_settings.remoteReceive, older->second.RelativePath());
+    if (m_waiting.contains(key)) return L"an older version still waits in " + kAwaitingOlder.Path(m_settings);
+    return std::nullopt;
+}
+
+std::vector<base::TreeFile> AwaitedForms::HoldBack(std::vector<base::TreeFile> received,
+                                                   PacketLedger& ledger) const {
+    if (received.empty()) return received;
+    Forms offered;
+    for (const base::TreeFile& file : MayBeOfferedIn(received.front().subFolder))
         offered.emplace(Key(file, ledger), file);
-    const auto holdBack = [&](const base::TreeFile& file, const std::wstring& reason) {
+    std::erase_if(received, [&](const base::TreeFile& file) {
+        const auto reason = ReasonToWait(file, offered, ledger);
+        if (!reason) return false;
         base::MoveIntoTree(ReceivedPath(file, m_settings), HeldPath(file, m_settings));
-        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
-    };
-    for (const base::TreeFile& file : received) {
-        const std::wstring key = Key(file, ledger);
-        // A newer one of the same name takes the file's place when it comes. What was refused comes no more.
-        const auto [begin, end] = offered.equal_range(key);
-        const auto older = std::find_if(begin, end, [&](const auto& entry) {
-            const base::TreeFile& other = entry.second;
-            return !base::EqualsIgnoringCase(other.name, file.name) && other.lastWrite <= file.lastWrite &&
-                   !WasRefused(other, m_settings);
-        });
-        if (older != end)
-            holdBack(file, L"an older version must be received first: " +
-                               Path::Join(m_settings.remoteReceive, older->second.RelativePath()));
-        else if (m_waiting.contains(key))
-            holdBack(file, L"an older version still waits in " + kAwaitingOlder.Path(m_settings));
-    }
+        ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, *reason);
+        return true;
+    });
+    return received;
 }

@@ -1,6 +1,8 @@
 // Received packets of which the other side still offers an older form under another name.
 #pragma once
 
+#include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -17,11 +19,16 @@ public:
     /// Puts back what earlier runs kept, as far as it can be seen now what is offered, and reports the rest.
     /// offered: what the other side offered before packets were received; must live on.
     void PutBack(const std::vector<base::TreeFile>& offered, PacketLedger& ledger);
-    /// Takes packets that must wait out of a sub-folder of the receive folder, and reports them.
-    void HoldBack(const std::wstring& subFolder, PacketLedger& ledger) const;
+    /// Of the files of one sub-folder of the receive folder takes those that must wait out of it, and reports
+    /// them. Returns the others.
+    std::vector<base::TreeFile> HoldBack(std::vector<base::TreeFile> received, PacketLedger& ledger) const;
 
 private:
+    using Forms = std::multimap<std::wstring, base::TreeFile>;  // by packet, in capitals
+
     void PutBack(const base::TreeFile& file, PacketLedger& ledger) const;
+    std::optional<std::wstring> ReasonToWait(const base::TreeFile& file, const Forms& offered,
+                                             const PacketLedger& ledger) const;
     std::vector<base::TreeFile> MayBeOfferedIn(const std::wstring& subFolder) const;
 
     const Settings& m_settings;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <set>
 
 #include "base/Error.h"
@@ -26,6 +27,20 @@ namespace {
 /// Why something was not done; nothing when it was.
 using Hindrance = std::optional<std::wstring>;
 
+/// How often a sub-folder is looked through until nothing has come into it meanwhile.
+constexpr int kMostJudgements = 5;
+
+/// Whether all of some files are among others, in the same version.
+bool AreAmong(const std::vector<base::TreeFile>& others, const std::vector<base::TreeFile>& files) {
+    std::map<std::wstring, FileSystem::FileVersion> known;
+    for (const base::TreeFile& file : others)
+        known[file.name] = {file.size, file.lastWrite};
+    return std::ranges::all_of(files, [&](const base::TreeFile& file) {
+        const auto found = known.find(file.name);
+        return found != known.end() && found->second == FileSystem::FileVersion{file.size, file.lastWrite};
+    });
+}
+
 class Cycle {
 public:
     Cycle(Session& session, const Settings& settings, Telling telling)
@@ -44,10 +59,13 @@ private:
     std::chrono::seconds Patience() const;
     std::wstring Explained(const std::wstring& failure, const LogTail& log) const;
     Hindrance Transfer();
+    void ReportGone(const std::vector<base::TreeFile>& waiting);
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
-    std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, std::wstring& reason);
+    std::vector<base::TreeFile> Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
+    std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason);
+    bool IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const;
     void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
                         const std::wstring& reason);
 
@@ -59,6 +77,7 @@ private:
     const Settings& m_settings;
     const Telling m_telling;
     PacketLedger m_ledger;
+    std::vector<base::TreeFile> m_added;
     AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
@@ -73,6 +92,7 @@ CycleResult Cycle::Run() {
     Hindrance failure = Transfer();
     if (!m_settings.HasServer() && FileSystem::FileExists(m_settings.remoteReceive))
         failure = m_settings.remoteReceive + L" is a file, not a folder";
+    ReportGone(waiting);
     ReportSending(waiting);
     ReportReceiving(offered);
     const Hindrance notPutBack = Try([&] {
@@ -107,13 +127,17 @@ std::wstring Cycle::Reason() const {
 
 void Cycle::AddOutbox() {
     const SendFolder sendFolder(m_settings, m_ledger);
-    for (const base::TreeFile& file : OutboxFiles(m_settings, m_ledger))
-        AddFile(file, sendFolder);
+    const std::vector<base::TreeFile> files = OutboxFiles(m_settings, m_ledger);
+    const OutboxObjections objections(files, m_settings, m_ledger);
+    for (const base::TreeFile& file : files) {
+        if (const Hindrance objection = objections.To(file))
+            m_ledger.ReportInOutbox(file, PacketState::NotAdded, *objection);
+        else
+            AddFile(file, sendFolder);
+    }
 }
 
 void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
-    if (const Hindrance refusal = OutboxObjection(file, m_settings, m_ledger))
-        return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *refusal);
     const std::wstring path = Path::Join(m_settings.outbox, file.RelativePath());
     // A version that somebody saves after this one was added would leave the outbox without being sent.
     const FileSystem::WriteBlock block(path);
@@ -126,6 +150,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     });
     if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
     m_ledger.NoteAdded(file);
+    m_added.push_back(file);
     const Hindrance notLeft = Try([&] {
         sendFolder.MakeRemovable(file);
         older->Replaced();
@@ -175,9 +200,25 @@ Hindrance Cycle::Transfer() {
     return failure;
 }
 
+/// What was added and did not wait when the transfer began. Where the other side fetches from the send folder
+/// itself, it was quick.
+void Cycle::ReportGone(const std::vector<base::TreeFile>& waiting) {
+    const bool isFetchedThere = base::EqualsIgnoringCase(m_settings.send, m_settings.remoteSend);
+    std::set<std::wstring> seen;
+    for (const base::TreeFile& file : waiting)
+        seen.insert(base::Upper(m_ledger.PacketIn(file).RelativePath()));
+    for (const base::TreeFile& packet : m_added)
+        if (!seen.contains(base::Upper(packet.RelativePath())))
+            m_ledger.ReportTravelling(
+                Direction::Out, packet, isFetchedThere ? PacketState::Sent : PacketState::Gone,
+                isFetchedThere ? L"" : L"somebody else took it from there before it was sent");
+}
+
 void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
+    // With the folder that it lies in no packet has left.
+    const bool isThere = FileSystem::FolderExists(m_settings.send);
     for (const base::TreeFile& file : waiting) {
-        if (FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
+        if (!isThere || FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
             m_ledger.ReportTravelling(Direction::Out, file, PacketState::Waiting, Reason());
         else
             m_ledger.ReportTravelling(Direction::Out, file, PacketState::Sent);
@@ -186,56 +227,63 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
 
 // --- Receiving --------------------------------------------------------------------------------------
 
-/// What came while the others were received is for the next run.
+/// What came while the others were received is for the next run. With the remote folder itself nothing has
+/// left it but what has arrived here.
 void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
+    if (offered.empty()) return;
+    const bool isThere = FileSystem::FolderExists(m_settings.remoteReceive);
     std::set<std::wstring> left;
     for (const base::TreeFile& file : OfferedFiles(m_settings))
         left.insert(file.RelativePath());
-    if (left.empty()) return;
+    const auto arrived = [&](const base::TreeFile& file) {
+        return FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath()));
+    };
     for (const base::TreeFile& file : offered)
-        if (left.contains(file.RelativePath()))
+        if (left.contains(file.RelativePath()) || (!isThere && !arrived(file)))
             m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
 }
 
 void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
-    // What is refused must not be among the files that the library lists.
-    const Hindrance notSetAside = Try([&] {
-        SetAsideRefusedFiles(m_settings, subFolder, waiting, m_ledger);
-        m_awaited.HoldBack(subFolder, m_ledger);
-        return true;
+    std::vector<base::TreeFile> files;
+    LONG count = 0;
+    const Hindrance notListed = Try([&] {
+        // The other side may send into the receive folder itself, and at any time.
+        for (int attempt = 0; attempt < kMostJudgements; ++attempt) {
+            files = Judge(subFolder, waiting);
+            if (files.empty()) return true;
+            FileSystem::CreateFolders(Path::Join(m_settings.inbox, subFolder));
+            count = m_session.ResetReceived(subFolder);
+            if (AreAmong(files, ReceivedIn(m_settings, subFolder))) return true;
+        }
+        throw base::Error(E_FAIL, L"packets are still arriving beside it; the next run delivers them");
     });
-    const std::vector<base::TreeFile> files = ReceivedIn(m_settings, subFolder);
-    if (files.empty()) return;
-    if (notSetAside) {
-        for (const base::TreeFile& file : files)
-            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, *notSetAside);
+    if (notListed) {
+        for (const base::TreeFile& file : ReceivedIn(m_settings, subFolder))
+            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, *notListed);
         return;
     }
     for (const base::TreeFile& file : files)
         m_ledger.NoteReceived(file);
     std::wstring reason = Reason();
-    const std::set<std::wstring> names = DeliverFiles(subFolder, reason);
+    const std::set<std::wstring> names = DeliverFiles(subFolder, count, reason);
     for (const base::TreeFile& file : files)
         ReportDelivery(file, names, reason);
 }
 
+/// What of a sub-folder may be delivered; what may not is not among the files that the library lists next.
+std::vector<base::TreeFile> Cycle::Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
+    return m_awaited.HoldBack(
+        SetAsideRefusedFiles(ReceivedIn(m_settings, subFolder), m_settings, waiting, m_ledger), m_ledger);
+}
+
 /// Returns the names of the files that arrived, in capitals. reason: becomes that of the last one that did
 /// not.
-std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::wstring& reason) {
+std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason) {
     const std::wstring destination = Path::Join(m_settings.inbox, subFolder);
     std::set<std::wstring> names;
-    LONG count = 0;
-    const auto attempt = [&](auto&& call) {
-        if (const Hindrance hindrance = Try(call)) reason = *hindrance;
-    };
-    attempt([&] {
-        FileSystem::CreateFolders(destination);
-        count = m_session.ResetReceived(subFolder);
-        return true;
-    });
     // An empty name also stands for a file that failed, so that only the count tells the end of the list.
-    for (LONG i = 0; i < count && !Interrupt::Requested(); ++i)
-        attempt([&] {
+    for (LONG i = 0; i < count && !Interrupt::Requested(); ++i) {
+        const Hindrance notDelivered = Try([&] {
             const std::optional<std::wstring> delivered = m_session.DeliverNext(destination);
             if (!delivered) return false;
             const std::wstring name = Path::FileName(*delivered);
@@ -243,6 +291,8 @@ std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, std::w
             m_ledger.ReportDelivered(subFolder, name, WhyMoved(subFolder));
             return true;
         });
+        if (notDelivered) reason = *notDelivered;
+    }
     return names;
 }
 
@@ -251,11 +301,18 @@ void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstri
                            const std::wstring& reason) {
     if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
         return m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
-    // Delivered all the same: only the removal of its predecessor failed.
     const base::TreeFile packet = m_ledger.PacketIn(file);
-    if (!names.contains(base::Upper(packet.name)) &&
-        FileSystem::FileExists(Path::Join(m_settings.inbox, packet.RelativePath())))
-        m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
+    if (names.contains(base::Upper(packet.name))) return;
+    // Delivered all the same: only the removal of its predecessor failed.
+    if (IsInInbox(packet, file)) return m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
+    m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
+                              L"it is not in the receive folder any more: " + reason);
+}
+
+/// A packet that travels as it is keeps size and time; an older one in its place has others.
+bool Cycle::IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const {
+    const auto version = FileSystem::VersionOf(Path::Join(m_settings.inbox, packet.RelativePath()));
+    return version == FileSystem::FileVersion{received.size, received.lastWrite};
 }
 
 }  // namespace

@@ -12,6 +12,7 @@ constexpr auto kWords = std::to_array<StateWords>({
     {PacketState::NotAdded, L"not added", L"not_added", Account::Left},
     {PacketState::InOutbox, L"stays in outbox", L"in_outbox", Account::Left},
     {PacketState::Waiting, L"waiting in send folder", L"waiting", Account::Left},
+    {PacketState::Gone, L"gone from send folder", L"gone", Account::Left},
     {PacketState::NotReceived, L"stays at remote side", L"not_received", Account::Left},
     {PacketState::NotDelivered, L"not delivered", L"not_delivered", Account::Left},
     {PacketState::WouldSend, L"would be sent", L"would_send", Account::Sent},

@@ -19,6 +19,7 @@ enum class PacketState {
     NotAdded,
     InOutbox,  ///< added, but its file could not leave the outbox
     Waiting,
+    Gone,  ///< somebody else took it out of the send folder
     NotReceived,
     NotDelivered,
     // What a cycle would do.

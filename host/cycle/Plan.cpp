@@ -48,8 +48,10 @@ Plan Planner::Make() {
 }
 
 void Planner::PlanOutbox() {
-    for (const base::TreeFile& file : OutboxFiles(m_settings, m_ledger)) {
-        if (const auto objection = OutboxObjection(file, m_settings, m_ledger)) {
+    const std::vector<base::TreeFile> files = OutboxFiles(m_settings, m_ledger);
+    const OutboxObjections objections(files, m_settings, m_ledger);
+    for (const base::TreeFile& file : files) {
+        if (const auto objection = objections.To(file)) {
             m_ledger.ReportInOutbox(file, PacketState::NotAdded, *objection);
             continue;
         }

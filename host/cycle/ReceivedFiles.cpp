@@ -12,9 +12,9 @@
 #include "base/OemText.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "base/WriteBlock.h"
 #include "cipher/Sha256.h"
 #include "companions/zip/PacketArchive.h"
-#include "host/cycle/WaitingPackets.h"
 #include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
@@ -68,10 +68,12 @@ struct Candidates {
 };
 
 /// Sets aside what must not be delivered. What was refused before comes again where it cannot be deleted.
-Candidates TakeCandidates(const std::wstring& subFolder, const Settings& settings, PacketLedger& ledger) {
+Candidates TakeCandidates(const std::vector<base::TreeFile>& files, const Settings& settings,
+                          PacketLedger& ledger) {
     Candidates candidates;
-    const bool mayComeAgain = FileSystem::FolderExists(Path::Join(kRefused.Path(settings), subFolder));
-    for (const base::TreeFile& file : ReceivedIn(settings, subFolder)) {
+    const bool mayComeAgain =
+        FileSystem::FolderExists(Path::Join(kRefused.Path(settings), files.front().subFolder));
+    for (const base::TreeFile& file : files) {
         const std::wstring path = Path::Join(settings.receive, file.RelativePath());
         std::optional<std::wstring> refusal;
         try {
@@ -94,12 +96,15 @@ Candidates TakeCandidates(const std::wstring& subFolder, const Settings& setting
 
 void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
               const Settings& settings, PacketLedger& ledger) {
+    const FileSystem::WriteBlock block(path);
+    if (FileSystem::VersionOf(path) != FileSystem::FileVersion{file.size, file.lastWrite}) return;
+    block.Held();
     const std::wstring aside = RefusedPath(
         file, settings, [&](const std::wstring& other) { return HaveSameContent(path, other) == true; });
-    if (FileSystem::FileExists(aside))
-        FileSystem::DeleteFile(path, FileSystem::ReadOnlyFiles::Delete);
-    else
-        base::MoveIntoTree(path, aside);
+    FileSystem::CreateFolders(Path::ParentFolder(aside));
+    const bool isSame = FileSystem::FileExists(aside) ? block.Delete(FileSystem::ReadOnlyFiles::Delete)
+                                                      : block.MoveReplacing(aside);
+    if (!isSame) return;
     ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason + L"; it is now " + aside);
 }
 
@@ -127,9 +132,12 @@ std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const 
                                             &base::FromOemCodePage);
 }
 
-void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolder,
-                          const base::TreeSnapshot& waiting, PacketLedger& ledger) {
-    const Candidates candidates = TakeCandidates(subFolder, settings, ledger);
+std::vector<base::TreeFile> SetAsideRefusedFiles(const std::vector<base::TreeFile>& files,
+                                                 const Settings& settings, const base::TreeSnapshot& waiting,
+                                                 PacketLedger& ledger) {
+    if (files.empty()) return {};
+    const Candidates candidates = TakeCandidates(files, settings, ledger);
+    std::vector<base::TreeFile> stay;
     const auto newest = NewestVersions(candidates.packets, settings, waiting, ledger);
     const auto setAsideFor = [&](const base::TreeFile& file, const base::TreeFile& newer) {
         SetAside(Path::Join(settings.receive, file.RelativePath()), file,
@@ -137,11 +145,17 @@ void SetAsideRefusedFiles(const Settings& settings, const std::wstring& subFolde
     };
     for (const base::TreeFile& file : candidates.packets) {
         const base::TreeFile* const kept = newest.at(base::Upper(ledger.PacketIn(file).name));
-        if (kept != &file) setAsideFor(file, *kept);
+        if (kept == &file)
+            stay.push_back(file);
+        else
+            setAsideFor(file, *kept);
     }
     for (const base::TreeFile& file : candidates.unreadable) {
         const auto kept = newest.find(base::Upper(ledger.PacketIn(file).name));
         if (kept != newest.end() && AgeOf(file, settings, waiting) < AgeOf(*kept->second, settings, waiting))
             setAsideFor(file, *kept->second);
+        else
+            stay.push_back(file);
     }
+    return stay;
 }

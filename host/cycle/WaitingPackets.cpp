@@ -20,22 +20,31 @@ std::vector<base::TreeFile> PacketsOf(std::vector<base::TreeFile> files) {
     return files;
 }
 
-std::vector<base::TreeFile> WithoutCompanions(std::vector<base::TreeFile> files) {
-    std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
+/// A copy that is still being made has a name of its own until it is whole.
+std::vector<base::TreeFile> WithoutArriving(const std::wstring& folder, std::vector<base::TreeFile> files) {
+    std::erase_if(files, [&](const base::TreeFile& file) {
+        return FileSystem::IsArrival(file.name) &&
+               !FileSystem::IsAbandonedArrival(Path::Join(folder, file.RelativePath()));
+    });
     return files;
+}
+
+std::vector<base::TreeFile> OutboxPackets(const Settings& settings, std::vector<base::TreeFile> files) {
+    std::erase_if(files, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
+    return WithoutArriving(settings.outbox, std::move(files));
 }
 
 }  // namespace
 
 std::vector<base::TreeFile> OutboxFiles(const Settings& settings) {
-    return WithoutCompanions(base::FilesBelow(settings.outbox));
+    return OutboxPackets(settings, base::FilesBelow(settings.outbox));
 }
 
 std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& ledger) {
     const auto unlisted = [&](const std::wstring& subFolder, const std::wstring& reason) {
         ledger.ReportInOutbox({subFolder, L"", 0}, PacketState::NotAdded, reason);
     };
-    return WithoutCompanions(base::FilesBelow(settings.outbox, unlisted));
+    return OutboxPackets(settings, base::FilesBelow(settings.outbox, unlisted));
 }
 
 std::vector<base::TreeFile> SendFiles(const Settings& settings) {
@@ -49,12 +58,7 @@ std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {
 }
 
 std::vector<base::TreeFile> ReceivedIn(const Settings& settings, const std::wstring& subFolder) {
-    std::vector<base::TreeFile> files = base::FilesIn(settings.receive, subFolder);
-    std::erase_if(files, [&](const base::TreeFile& file) {
-        return FileSystem::IsArrival(file.name) &&
-               !FileSystem::IsAbandonedArrival(Path::Join(settings.receive, file.RelativePath()));
-    });
-    return files;
+    return WithoutArriving(settings.receive, base::FilesIn(settings.receive, subFolder));
 }
 
 std::vector<base::TreeFile> ReceivedFiles(const Settings& settings) {
@@ -80,20 +84,30 @@ std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings,
     return std::nullopt;
 }
 
-std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,
-                                            const PacketLedger& ledger) {
+OutboxObjections::OutboxObjections(const std::vector<base::TreeFile>& files, const Settings& settings,
+                                   const PacketLedger& ledger)
+    : m_settings(settings), m_ledger(ledger) {
+    for (const base::TreeFile& file : files)
+        m_paths.Add(file.RelativePath());
+}
+
+std::optional<std::wstring> OutboxObjections::To(const base::TreeFile& file) const {
+    // A share can tell such names apart; in the send folder the second one would replace the first.
+    if (m_paths.AreOne(file.RelativePath()))
+        return L"another packet has the same path but for the case of letters; rename or remove one of them";
     if (IsBackupPath(file.RelativePath()))
         return L"the receive folder keeps backups in the sub-folder Backup; use another name";
     if (IsFolderTestFile(file.name))
         return L"it has the name of the file with which folders are tested; use another name";
     if (FileSystem::IsArrival(file.name))
         return L"it has the name of a file that is being copied; use another name";
-    if (IsTakenForEncoded(file.name, settings.zip.outExtension) ||
-        IsTakenForEncoded(file.name, settings.xdelta.outExtension) || ledger.PacketIn(file).name != file.name)
+    if (IsTakenForEncoded(file.name, m_settings.zip.outExtension) ||
+        IsTakenForEncoded(file.name, m_settings.xdelta.outExtension) ||
+        m_ledger.PacketIn(file).name != file.name)
         return L"the extension is that of an encoded packet; use another name";
     if (IsKeptCopy(file.name))
         return L"the name is that of a copy that is kept of a replaced file; use another name";
-    const EncoderSettings* const encoder = settings.ChosenEncoder();
+    const EncoderSettings* const encoder = m_settings.ChosenEncoder();
     if (file.size == 0 && encoder && HasExtension(file.name, encoder->inExtension))
         return L"it is empty, and encoded packets must not be";
     return std::nullopt;

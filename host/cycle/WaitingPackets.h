@@ -6,10 +6,12 @@
 #include <vector>
 
 #include "base/FolderTree.h"
+#include "base/LocalNames.h"
 #include "host/cycle/PacketLedger.h"
 #include "host/settings/Settings.h"
 
-/// The packets in the outbox; what the system and other programs keep there for themselves is none.
+/// The packets in the outbox; what the system and other programs keep there for themselves is none, and what
+/// is being copied there none yet.
 std::vector<base::TreeFile> OutboxFiles(const Settings& settings);
 /// The same, where a folder that cannot be listed leaves the others, and is reported.
 std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& ledger);
@@ -27,6 +29,18 @@ std::vector<base::TreeFile> OfferedFiles(const Settings& settings);
 /// The same of one sub-folder; nothing where that cannot be told.
 std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings, const std::wstring& subFolder);
 
-/// Why a file of the outbox would not reach the other side as the packet that it is; nothing when it would.
-std::optional<std::wstring> OutboxObjection(const base::TreeFile& file, const Settings& settings,
-                                            const PacketLedger& ledger);
+/// Which packets of the outbox would not reach the other side as what they are.
+class OutboxObjections {
+public:
+    /// files: all that lie there. ledger: must live on.
+    OutboxObjections(const std::vector<base::TreeFile>& files, const Settings& settings,
+                     const PacketLedger& ledger);
+
+    /// Why one of them would not; nothing when it would.
+    std::optional<std::wstring> To(const base::TreeFile& file) const;
+
+private:
+    const Settings& m_settings;
+    const PacketLedger& m_ledger;
+    base::LocalNames m_paths;
+};

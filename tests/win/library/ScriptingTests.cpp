@@ -175,6 +175,21 @@ TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     EXPECT_THAT(Failure(packet->Deliver(In(temp / L"other"), file.Put())), HasSubstr(L"delivered already"));
 }
 
+TEST_F(Scripting, PacketsWhoseNamesDifferOnlyInCaseAreNotMoved) {
+    if (!FileSystem::FolderExists(kCaseSensitive))
+        GTEST_SKIP() << "needs a file system that tells them apart";
+    const TempFolder share(kCaseSensitive);
+    share.File(L"A.mdb", "upper");
+    share.File(L"other.mdb");
+    share.ExactFile(L"a.mdb");
+    LONG count = 0;
+    EXPECT_THAT(Failure(transporter->MoveAll(In(share.Path()), &count)),
+                AllOf(HasSubstr(L"1 packet(s)"), HasSubstr(L"the same path as A.mdb but"),
+                      HasSubstr(L"the same path as a.mdb but")));
+    EXPECT_THAT(share.Files(), ElementsAre(L"A.mdb", L"a.mdb"));
+    EXPECT_THAT(temp.Files(L"field\\send"), ElementsAre(L"other.mdb"));
+}
+
 TEST_F(Scripting, APacketLeavesItsPlaceWhenItWaitsToBeSent) {
     temp.File(L"outbox\\a.mdb", "packet");
     temp.File(L"field\\send", "no folder");

@@ -165,7 +165,7 @@ TEST_F(Xcopy, AFileThatIsStillBeingWrittenWaitsForTheNextCycle) {
     EXPECT_EQ(temp.Content(L"share\\in\\a.mdb"), "half and the rest");
 }
 
-TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsPassedOver) {
+TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsToldWhereItWasToBeSent) {
     BeMobile();
     for (const wchar_t* name : {L"out\\a.mdb", L"out\\b.mdb", L"out\\c.mdb"})
         temp.File(name);
@@ -176,6 +176,12 @@ TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsPassedOver) {
     EXPECT_TRUE(Send());
     EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(2));
     EXPECT_THAT(temp.Files(L"out"), IsEmpty());
+    EXPECT_THAT(framework.TakeLogText(), HasSubstr(L".mdb before it was sent."));
+    for (const wchar_t* name : {L"share\\out\\a.mdb", L"share\\out\\b.mdb"})
+        temp.File(name);
+    progress->onPosition = [&] { std::filesystem::remove(temp / L"share\\out\\b.mdb"); };
+    EXPECT_TRUE(Receive()) << "another receiver of the share was quicker";
+    EXPECT_THAT(framework.TakeLog(), IsEmpty());
     temp.File(L"out\\a.mdb");
     temp.File(L"out\\b.mdb");
     progress->onPosition = [&] { std::filesystem::remove_all(temp / L"out"); };
@@ -213,15 +219,14 @@ TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
 }
 
 TEST_F(Xcopy, NamesThatDifferOnlyInCaseStay) {
-    const std::wstring volume = L"Z:\\dev\\shm";
-    if (!FileSystem::FolderExists(volume)) GTEST_SKIP() << "needs a file system that tells them apart";
-    const TempFolder share(volume);
-    const auto exactly = [&](const wchar_t* name) { return L"\\\\?\\unix" + (share / name).substr(2); };
+    if (!FileSystem::FolderExists(kCaseSensitive))
+        GTEST_SKIP() << "needs a file system that tells them apart";
+    const TempFolder share(kCaseSensitive);
     share.File(L"A.mdb", "upper");
     share.File(L"sub\\b.mdb");
     share.File(L"other.mdb");
-    CloseHandle(CreateFileW(exactly(L"a.mdb").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-    ASSERT_TRUE(CreateDirectoryW(exactly(L"SUB").c_str(), nullptr));
+    share.ExactFile(L"a.mdb");
+    ASSERT_TRUE(CreateDirectoryW((L"\\\\?\\unix" + (share / L"SUB").substr(2)).c_str(), nullptr));
     BeMobile();
     SendFrom(share.Path());
     Init({{L"RemoteReceiveFolder", share.Path()}});

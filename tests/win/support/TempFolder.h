@@ -16,6 +16,9 @@
 
 namespace tests {
 
+/// Where names that differ only in letter case are two, if there is such a place.
+constexpr auto kCaseSensitive = L"Z:\\dev\\shm";
+
 class TempFolder {
 public:
     /// With a name that no test in any other system has.
@@ -38,6 +41,11 @@ public:
         std::filesystem::create_directories((m_path / name).parent_path());
         std::ofstream(m_path / name, std::ios::binary) << content;
         return *this / name;
+    }
+    /// An empty file, also beside one whose name differs in letter case only, where the file system is such.
+    void ExactFile(const std::wstring& name) const {
+        const std::wstring path = L"\\\\?\\unix" + (*this / name).substr(2);
+        CloseHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     }
     void Protect(const std::wstring& name) const {
         SetFileAttributesW((*this / name).c_str(), FILE_ATTRIBUTE_READONLY);
