@@ -134,8 +134,9 @@ class SettingsTest(HostTest):
         Holder(self, self.field.log_file, "read")
         self.deliver("a.mdb")
 
-    def test_absolute_paths_and_letter_case(self):
+    def test_absolute_paths_letter_case_and_line_ends(self):
         self.field.change("outbox", self.field.outbox)
         text = self.field.settings.read_text(encoding="utf-8").replace("role = field", "ROLE = Field")
-        self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8")
+        self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8", newline="\r")
+        self.assert_ends(0, "status", self.field.settings)
         self.deliver("a.mdb")
