@@ -40,11 +40,12 @@ bool IsUnderWay(const RunRecord& record, const Settings& settings) {
     return isAtWork ? *isAtWork : HasLivingProcess(record);
 }
 
-/// After the longest wait a loop that is at work has begun its next cycle, which is written down first.
+/// After the longest wait a loop that is at work has begun its next cycle, which is written down first: also
+/// over a record whose end is still to come, because the clock was ahead.
 bool IsOverdue(const RunRecord& record) {
     constexpr std::chrono::minutes kTimeToStart{10};
     return record.interval && record.end != RunEnd::Running &&
-           base::Now() > record.ended + Schedule::Longest(*record.interval) + kTimeToStart;
+           std::chrono::abs(base::Now() - record.ended) > Schedule::Longest(*record.interval) + kTimeToStart;
 }
 
 LastRun Look(const Settings& settings) {

@@ -198,7 +198,9 @@ class StatusTest(JsonTest):
         path = self.field.send.with_name("send.status")
         good = json.loads(path.read_text(encoding="utf-8"))
         self.assertIsNone(good.pop("interval"))
-        for interval, hours, code in ({}, 24, 0), (None, 24, 0), (1, 1, 0), (1, 1.5, 1), (36_000, 11, 0), (36_000, 11.5, 1):
+        # Hours since its end; less than none where the clock was wrong meanwhile.
+        for interval, hours, code in (({}, 24, 0), (None, 24, 0), (1, 1, 0), (1, 1.5, 1), (36_000, 11, 0), (36_000, 11.5, 1),
+                                      (None, -24, 0), (1, -1, 0), (1, -1.5, 1)):
             ended = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(time.time() - hours * 3600))
             path.write_text(json.dumps(good | {"ended": ended} | ({} if interval == {} else {"interval": interval})))
             with self.subTest(interval=interval, hours=hours):
