@@ -94,7 +94,7 @@ class SettingsTest(HostTest):
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
-                                   ([], "A command ("), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
+                                   ([], "verify, release, password"), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
                 self.assertIn(message, self.assert_ends(2, *arguments).errors)
 
