@@ -78,6 +78,8 @@ public:
     void Parse(const std::vector<std::wstring>& arguments);
 
 private:
+    /// Of all commands.
+    std::string Names() const;
     void AddCommands();
     CLI::App& Add(const char* name, const char* description, Command command);
     /// A command that works on the settings file of one side.
@@ -99,6 +101,13 @@ private:
     Options& m_options;
     CLI::App m_app{kDescription, kName};
 };
+
+std::string Parser::Names() const {
+    std::string names;
+    for (const CLI::App* const command : m_app.get_subcommands(nullptr))
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    return names;
+}
 
 void Parser::AddCommands() {
     CLI::App& init =
@@ -296,9 +305,7 @@ void Parser::AddServerOptions(CLI::App& demo, const std::string& kind, const std
 void Parser::Parse(const std::vector<std::wstring>& arguments) try {
     cli::Parse(m_app, arguments);
     // Asked for only now, so that a mistyped command is named instead.
-    if (m_app.get_subcommands().empty())
-        throw CLI::RequiredError("A command (init, run, service, status, doctor, list, backups, config, "
-                                 "verify, password, settings or demo)");
+    if (m_app.get_subcommands().empty()) throw CLI::RequiredError("A command (" + Names() + ")");
 } catch (const CLI::ParseError& error) {
     End(m_app, error);
 }

@@ -70,7 +70,7 @@ void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
 
 /// Without rights to the settings, and to a log that would tell of that, a service would work for nothing.
 /// What else is wrong with either may be right with the next cycle.
-DWORD ObstacleFor(const std::wstring& settings, const ServiceLog& log) try {
+DWORD ObstacleFor(const std::wstring& settings, ServiceLog& log) try {
     base::ReadFile(settings);
     return NO_ERROR;
 } catch (const base::SystemError& error) {

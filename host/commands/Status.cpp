@@ -76,7 +76,7 @@ void PrintLastRun(const LastRun& last) {
     if (last.record->end == RunEnd::Running) return;
     PrintShown(*last.record);
     PrintReport(*last.record, ReportForm::Quiet);
-    Console::Line(Summary(*last.record));
+    if (last.record->isWhole) Console::Line(Summary(*last.record));
     if (last.isOverdue)
         Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
                       L"service still run, and start them again.");

@@ -32,6 +32,11 @@ Object TextIfAny(const std::wstring& text) { return text.empty() ? Object() : Ob
 
 Object Number(const std::optional<std::uint64_t>& number) { return number ? Object(*number) : Object(); }
 
+/// Null where nobody knows.
+Object CountIn(const RunRecord& record, Account account) {
+    return record.isWhole ? Object(record.Count(account)) : Object();
+}
+
 Object Texts(const std::vector<std::wstring>& texts) {
     Object array = Object::array();
     for (const std::wstring& text : texts)
@@ -59,9 +64,9 @@ Object ObjectOf(const RunRecord& record) {
             {"process", record.process},
             {"interval", record.interval ? Object(record.interval->count()) : Object()},
             {"result", std::ranges::find(kEnds, record.end, &EndName::end)->name},
-            {"sent", record.Count(Account::Sent)},
-            {"delivered", record.Count(Account::Delivered)},
-            {"left", record.Count(Account::Left)},
+            {"sent", CountIn(record, Account::Sent)},
+            {"delivered", CountIn(record, Account::Delivered)},
+            {"left", CountIn(record, Account::Left)},
             {"failure", Text(record.failure)},
             {"messages", Texts(record.messages)}};
 }
@@ -83,7 +88,7 @@ Object ObjectsOf(const std::vector<Value>& values) {
 
 Object WithPackets(const RunRecord& record) {
     Object object = ObjectOf(record);
-    object["packets"] = ObjectsOf(record.outcomes);
+    object["packets"] = record.isWhole ? ObjectsOf(record.outcomes) : Object();
     return object;
 }
 
@@ -137,6 +142,7 @@ RunRecord RecordIn(const Object& object) {
     if (!object.at("failure").is_null()) record.failure = TextIn(object, "failure");
     for (const Object& message : object.at("messages"))
         record.messages.push_back(base::FromUtf8(message.get<std::string>()));
+    record.isWhole = !object.at("packets").is_null();
     for (const Object& packet : object.at("packets"))
         record.outcomes.push_back(OutcomeIn(packet));
     return record;

@@ -30,6 +30,7 @@ struct RunRecord {
     std::optional<std::wstring> failure;  ///< of the run as a whole
     std::vector<std::wstring> messages;   ///< what else there is to know of it
     std::vector<Outcome> outcomes;
+    bool isWhole = true;  ///< or its outcomes could not be remembered; messages tells why
 
     std::size_t Count(Account account) const {
         std::size_t count = 0;

@@ -40,11 +40,37 @@ bool IsUnderWay(const RunRecord& record, const Settings& settings) {
     return isAtWork ? *isAtWork : HasLivingProcess(record);
 }
 
-/// After the longest wait a loop that is at work has begun its next cycle, which is written down first.
+/// After the longest wait a loop that is at work has begun its next cycle, which is written down first: also
+/// over a record whose end is still to come, because the clock was ahead.
 bool IsOverdue(const RunRecord& record) {
     constexpr std::chrono::minutes kTimeToStart{10};
     return record.interval && record.end != RunEnd::Running &&
-           base::Now() > record.ended + Schedule::Longest(*record.interval) + kTimeToStart;
+           std::chrono::abs(base::Now() - record.ended) > Schedule::Longest(*record.interval) + kTimeToStart;
+}
+
+void Replace(const std::wstring& path, const RunRecord& record) {
+    FileSystem::CreateFolders(Path::ParentFolder(path));
+    base::File file = FileSystem::CreateArrival(path);
+    file.Write(json::Remembered(record));
+    file.Flush();
+    const DWORD error = file.TakeName(path, base::File::OtherFile::IsReplaced);
+    if (error != ERROR_SUCCESS) throw base::SystemError(error, "write", path);
+}
+
+/// Short, so that it has room where the one before lies.
+RunRecord WithoutPackets(RunRecord record, const std::wstring& why) {
+    record.isWhole = false;
+    record.messages = {L"what became of its packets could not be remembered: " + why};
+    return record;
+}
+
+/// In place. Whoever reads meanwhile, or after an end in the middle, finds no record.
+void Overwrite(const std::wstring& path, const RunRecord& record) {
+    base::File file = base::File::Open(path, GENERIC_WRITE, base::kShareAll, OPEN_EXISTING);
+    // With nothing in it the file would give away its room.
+    file.Truncate(1);
+    file.WriteAt(0, base::BytesOf(json::Remembered(record)));
+    file.Flush();
 }
 
 LastRun Look(const Settings& settings) {
@@ -59,15 +85,15 @@ LastRun Look(const Settings& settings) {
 
 StatusFile::StatusFile(const Settings& settings) : m_path(kStatus.Path(settings)) {}
 
+/// Nobody may be kept from moving packets by a file about it.
 void StatusFile::Write(const RunRecord& record) const noexcept try {
-    FileSystem::CreateFolders(::Path::ParentFolder(m_path));
-    base::File file = FileSystem::CreateArrival(m_path);
-    file.Write(json::Remembered(record));
-    file.Flush();
-    file.TakeName(m_path, base::File::OtherFile::IsReplaced);
+    try {
+        Replace(m_path, record);
+    } catch (const base::SystemError& error) {
+        Overwrite(m_path, WithoutPackets(record, base::SystemText(error.Code())));
+    }
 } catch (...) {
-    // Nobody may be kept from moving packets by a file about it.
-    return;
+    FileSystem::TryDelete(m_path);
 }
 
 std::optional<RunRecord> StatusFile::Read() const try {

@@ -7,7 +7,8 @@
 #include "host/record/RunRecord.h"
 #include "host/settings/Settings.h"
 
-/// The file appears in one step, so that it is whole whenever a run ends. A run that cannot write it goes on.
+/// The file appears in one step, so that it is whole whenever a run ends. A run that cannot write it goes on;
+/// what it leaves is a record without packets, or none, and not that of an earlier run.
 class StatusFile {
 public:
     explicit StatusFile(const Settings& settings);

@@ -15,15 +15,6 @@ namespace {
 
 constexpr std::uint64_t kKilobyte = 1024;
 
-/// Settings that are wrong now may be right with the next cycle.
-Settings SettingsOrDefaults(const std::wstring& file) try {
-    return ReadSettingsWithoutPasswords(file);
-} catch (const SettingsError&) {
-    Settings settings = DefaultSettings();
-    settings.file = file;
-    return settings;
-}
-
 }  // namespace
 
 void TellWindows(const std::wstring& text) noexcept try {
@@ -37,26 +28,41 @@ std::wstring ServiceLogPath(const Settings& settings) {
     return Path::Join(Path::ParentFolder(neighbour), Path::BaseName(settings.file) + L".service.log");
 }
 
-ServiceLog::ServiceLog(const std::wstring& settings) {
-    const Settings read = SettingsOrDefaults(settings);
-    m_path = ServiceLogPath(read);
-    m_limits = {.size = std::stoull(read.logSize) * kKilobyte, .kept = std::stoul(read.logKept)};
+ServiceLog::ServiceLog(const std::wstring& settings) : m_settings(settings) {
+    Settings defaults = DefaultSettings();
+    defaults.file = settings;
+    Follow(defaults);
 }
 
-bool ServiceLog::CanBeWritten() const noexcept try {
+void ServiceLog::Follow(const Settings& settings) {
+    m_path = ServiceLogPath(settings);
+    m_limits = {.size = std::stoull(settings.logSize) * kKilobyte, .kept = std::stoul(settings.logKept)};
+}
+
+/// Those that are wrong now may be right with the next cycle.
+void ServiceLog::FollowSettings() try {
+    Follow(ReadSettingsWithoutPasswords(m_settings));
+} catch (const SettingsError&) {
+    return;
+}
+
+bool ServiceLog::CanBeWritten() noexcept try {
+    FollowSettings();
     base::AppendToFile(m_path, "");
     return true;
 } catch (...) {
     return false;
 }
 
-void ServiceLog::Write(const std::wstring& line) const noexcept try {
+void ServiceLog::Write(const std::wstring& line) noexcept try {
+    FollowSettings();
     base::AppendToLog(m_path, base::ToUtf8(base::LocalTime(base::Now()) + L"  " + line + L"\r\n"), m_limits);
 } catch (...) {
     TellWindows(line + L"\r\nThe log cannot be written: " + base::CurrentFailure().description);
 }
 
-HANDLE ServiceLog::Open() const noexcept try {
+HANDLE ServiceLog::Open() noexcept try {
+    FollowSettings();
     base::SetAsideFullLog(m_path, m_limits);
     SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
     return CreateFileW(FileSystem::Extended(m_path).c_str(), FILE_APPEND_DATA | SYNCHRONIZE, base::kShareAll,

@@ -12,16 +12,22 @@ namespace IniText {
 namespace {
 
 constexpr wchar_t kByteOrderMark = L'\uFEFF';
+constexpr std::wstring_view kLineEnd = L"\r\n";  // either of them, or both
+
+std::size_t EndOfLine(const std::wstring& text, std::size_t start) {
+    return std::min(text.find_first_of(kLineEnd, start), text.size());
+}
 
 /// Of a line of the text, without its end.
 std::wstring_view LineAt(const std::wstring& text, std::size_t start) {
-    const std::size_t end = std::min(text.find_first_of(L"\r\n", start), text.size());
-    return std::wstring_view(text).substr(start, end - start);
+    return std::wstring_view(text).substr(start, EndOfLine(text, start) - start);
 }
 
+/// As the parser of the settings takes lines.
 std::size_t AfterLine(const std::wstring& text, std::size_t start) {
-    const std::size_t end = text.find(L'\n', start);
-    return end == std::wstring::npos ? text.size() : end + 1;
+    const std::size_t end = EndOfLine(text, start);
+    const std::size_t length = text.compare(end, kLineEnd.size(), kLineEnd) == 0 ? kLineEnd.size() : 1;
+    return std::min(end + length, text.size());
 }
 
 bool Names(std::wstring_view line, std::wstring_view section) {
@@ -32,10 +38,16 @@ bool Assigns(std::wstring_view line, std::wstring_view name) {
     return base::EqualsIgnoringCase(Trimmed(line.substr(0, line.find(L'='))), name);
 }
 
+std::wstring FirstLineEnd(const std::wstring& text) {
+    const std::size_t end = EndOfLine(text, 0);
+    return end == text.size() ? L"\n" : text.substr(end, AfterLine(text, 0) - end);
+}
+
 /// With the ends that the text's own lines have.
 void Insert(std::wstring& text, std::size_t place, const std::wstring& lines) {
-    const std::wstring end = text.find(L"\r\n") == std::wstring::npos ? L"\n" : L"\r\n";
-    std::wstring inserted = place > 0 && text[place - 1] != L'\n' ? end : std::wstring();
+    const std::wstring end = FirstLineEnd(text);
+    const bool isBehindText = place > 0 && kLineEnd.find(text[place - 1]) == std::wstring_view::npos;
+    std::wstring inserted = isBehindText ? end : std::wstring();
     for (const wchar_t character : lines)
         inserted += character == L'\n' ? end : std::wstring(1, character);
     text.insert(place, inserted);

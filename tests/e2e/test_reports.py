@@ -8,7 +8,7 @@ import signal
 import time
 
 from objects import JsonTest
-from support import HostTest, Mount, WAITING, files_below, wait_until, windows
+from support import Holder, HostTest, Mount, WAITING, files_below, wait_until, windows
 
 
 def tree(root):
@@ -198,7 +198,9 @@ class StatusTest(JsonTest):
         path = self.field.send.with_name("send.status")
         good = json.loads(path.read_text(encoding="utf-8"))
         self.assertIsNone(good.pop("interval"))
-        for interval, hours, code in ({}, 24, 0), (None, 24, 0), (1, 1, 0), (1, 1.5, 1), (36_000, 11, 0), (36_000, 11.5, 1):
+        # Hours since its end; less than none where the clock was wrong meanwhile.
+        for interval, hours, code in (({}, 24, 0), (None, 24, 0), (1, 1, 0), (1, 1.5, 1), (36_000, 11, 0), (36_000, 11.5, 1),
+                                      (None, -24, 0), (1, -1, 0), (1, -1.5, 1)):
             ended = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(time.time() - hours * 3600))
             path.write_text(json.dumps(good | {"ended": ended} | ({} if interval == {} else {"interval": interval})))
             with self.subTest(interval=interval, hours=hours):
@@ -206,6 +208,30 @@ class StatusTest(JsonTest):
                 for command in "status", "doctor":
                     outcome = self.assert_ends(code, command, self.field.settings)
                     self.assertEqual("The next cycle of the loop is overdue" in outcome.output, bool(code), outcome)
+
+    def test_a_record_that_cannot_be_replaced_tells_of_no_earlier_run(self):
+        volume = Mount(self, self.root / "volume", "300k").folder
+        self.field.send = volume / "send"
+        self.field.change("send", self.field.send)
+        self.send("a.mdb")
+        holder = Holder(self, volume / "send.status", "as a writer")
+        self.assert_run(self.field)
+        holder.release()
+        last = self.status()["last_run"]
+        self.assertEqual([last[key] for key in ("result", "sent", "packets")], ["complete", None, None])
+        self.send("b.mdb")
+        with contextlib.suppress(OSError), (volume / "full").open("wb", buffering=0) as file:
+            while True:
+                file.write(bytes(512))
+        self.put(self.field, "c.mdb")
+        self.assert_run(self.field, 1)
+        text = self.assert_ends(1, "status", self.field.settings).output
+        self.assertIn(", incomplete\nfailed: what became of its packets could not be remembered: ", text)
+        self.assertNotIn("0 sent", text)
+        # Why there was no cycle takes more room than there is.
+        self.field.change("outbox", "\\".join(600 * ["nowhere"]))
+        self.assert_run(self.field, 2)
+        self.assertIsNone(self.status()["last_run"])
 
     def test_what_cannot_be_remembered_hinders_nothing(self):
         path = self.field.send.with_name("send.status")

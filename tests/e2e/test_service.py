@@ -100,13 +100,25 @@ class ServiceTest(HostTest):
 
     def test_settings_that_became_bad_before_it_starts(self):
         self.put(self.field, "a.mdb")
+        logs = self.root / "logs"
+        logs.mkdir()
+        self.field.change("file", logs / "field.log")
         self.service("install", "--every", "1s")
         self.field.change("role", "foo")
         self.service("start")
         wait_until(lambda: "no cycle: " in self.told())
+        self.log_of_service = logs / "field.service.log"
         self.field.change("role", "field")
         wait_until(lambda: (self.to_enterprise / "a.mdb").exists())
+        wait_until(self.log_of_service.exists)
+        self.field.change("max_kilobytes", "1")
+        with self.log_of_service.open("a", encoding="utf-8") as log:
+            log.write("of earlier cycles\n" * 100)
+        wait_until((logs / "field.service.1.log").exists)
+        self.field.change("role", "foo")
+        wait_until(lambda: "no cycle: " in self.told())
         self.service("stop")
+        self.assertTrue(self.told().rstrip().endswith("the service has stopped"), self.told())
 
     def test_an_account_without_rights(self):
         self.service("install", "--every", "1s")

@@ -94,7 +94,7 @@ class SettingsTest(HostTest):
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
-                                   ([], "A command ("), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
+                                   ([], "verify, release, password"), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
                 self.assertIn(message, self.assert_ends(2, *arguments).errors)
 
@@ -134,8 +134,9 @@ class SettingsTest(HostTest):
         Holder(self, self.field.log_file, "read")
         self.deliver("a.mdb")
 
-    def test_absolute_paths_and_letter_case(self):
+    def test_absolute_paths_letter_case_and_line_ends(self):
         self.field.change("outbox", self.field.outbox)
         text = self.field.settings.read_text(encoding="utf-8").replace("role = field", "ROLE = Field")
-        self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8")
+        self.field.settings.write_text("\ufeff" + text.replace("[folders]", "[Folders]"), encoding="utf-8", newline="\r")
+        self.assert_ends(0, "status", self.field.settings)
         self.deliver("a.mdb")
