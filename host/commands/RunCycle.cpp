@@ -1,4 +1,6 @@
 // The command run.
+#include <optional>
+
 #include "base/Console.h"
 #include "base/SystemError.h"
 #include "com/ComApartment.h"
@@ -51,7 +53,6 @@ void RunOnce(RunRecord& record, const Options& options) {
     const RememberedRun remembered(record, settings);
     try {
         const ComApartment apartment;
-        const Interrupt interrupt;
         Session session(settings);
         EndRecord(record, RunCycle(session, settings, TellingOf(FormOf(options))));
     } catch (...) {
@@ -93,6 +94,9 @@ int commands::Run(const Options& options) {
     if (!options.run.every.empty() && !IsOfLoop(options)) return RunSteadily(options);
     // Inherited from the loop.
     if (IsOfLoop(options)) Interrupt::Follow(reinterpret_cast<HANDLE>(options.run.cycle));
+    // Until the run is remembered and told: then the system may end the process.
+    std::optional<Interrupt> interrupt;
+    if (!options.run.dryRun) interrupt.emplace();
     RunRecord record = BeginRecord(options.AbsolutePath());
     record.interval = IntervalOf(options.run.every);
     try {
