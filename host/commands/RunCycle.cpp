@@ -45,8 +45,20 @@ void AskNobodyUnseen(Settings& settings, const Options& options) {
     settings.userInterface = false;
 }
 
+/// Whoever begins can have the log put right. Later, in a loop, that keeps no packet: the log of Windows
+/// takes what there is to tell. Returns why.
+std::optional<std::wstring> LeaveUnwritableLog(Settings& settings, const Options& options) try {
+    CheckLogFile(settings);
+    return std::nullopt;
+} catch (const SettingsError& error) {
+    if (!IsOfLoop(options)) throw;
+    settings.logFile.clear();
+    return error.Text();
+}
+
 void RunOnce(RunRecord& record, const Options& options) {
-    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckPrograms});
+    const auto logFailure = LeaveUnwritableLog(settings, options);
     if (options.run.inService) CheckNoFtpInService(settings);
     AskNobodyUnseen(settings, options);
     const CycleLock lock(settings);
@@ -54,7 +66,9 @@ void RunOnce(RunRecord& record, const Options& options) {
     try {
         const ComApartment apartment;
         Session session(settings);
-        EndRecord(record, RunCycle(session, settings, TellingOf(FormOf(options))));
+        CycleResult result = RunCycle(session, settings, TellingOf(FormOf(options)));
+        if (logFailure) result.shownFailures.push_back(*logFailure);
+        EndRecord(record, result);
     } catch (...) {
         EndRecord(record, base::CurrentFailure().description);
         throw;
