@@ -116,6 +116,25 @@ std::vector<base::TreeFile> PacketsBelow(const std::wstring& folder, const Proce
     return files;
 }
 
+/// What was received and waits to be delivered.
+std::vector<base::TreeFile> ReceivedBelow(const std::wstring& folder, const Procedure& member) {
+    std::vector<base::TreeFile> files = PacketsBelow(folder, member, base::Links::Followed);
+    std::erase_if(files, [](const base::TreeFile& file) { return IsBackupPath(file.RelativePath()); });
+    return files;
+}
+
+/// The backup would take its place, and it has none itself yet.
+void RefuseToReplaceReceived(const std::wstring& packetId, const std::wstring& receiveFolder) {
+    for (const base::TreeFile& file :
+         ReceivedBelow(receiveFolder, Procedure(L"clsTransporter.cls.RestoreBackup")))
+        if (IsSameName(GetPacketId(file.name), packetId))
+            throw base::Error(E_INVALIDARG, L"The backup of the packet " + packetId +
+                                                L" was not restored: a version that was received since waits "
+                                                L"in " +
+                                                Path::Join(receiveFolder, file.RelativePath()) +
+                                                L". Deliver that first.");
+}
+
 template <class Values>
 ComPtr<_Collection> CollectionOf(const Values& values) {
     const auto collection = com::Make<script::Collection>();
@@ -283,12 +302,9 @@ ComPtr<_Collection> clsTransporter::ReceivedPackets() {
     DemandFolders();
     const std::wstring folder = LocalReceiveFolder();
     std::vector<std::pair<std::uint64_t, base::TreeFile>> found;
-    for (base::TreeFile& file :
-         PacketsBelow(folder, Procedure(L"clsTransporter.cls.Received"), base::Links::Followed)) {
-        const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath()));
-        if (version && !IsBackupPath(file.RelativePath()))
+    for (base::TreeFile& file : ReceivedBelow(folder, Procedure(L"clsTransporter.cls.Received")))
+        if (const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath())))
             found.emplace_back(version->lastWrite, std::move(file));
-    }
     std::ranges::stable_sort(found, {}, [](const auto& packet) { return packet.first; });
     const auto packets = com::Make<script::Collection>();
     for (auto& [time, file] : found)
@@ -415,6 +431,7 @@ STDMETHODIMP clsTransporter::get_Backups(_Collection** Value) {
 STDMETHODIMP clsTransporter::RestoreBackup(BSTR PacketId) {
     return kScriptMember.Call([&] {
         const std::wstring backup = KnownBackup(Text(PacketId));
+        RefuseToReplaceReceived(Text(PacketId), LocalReceiveFolder());
         Demand(L"The backup " + backup + L" was not restored. It stays where it is.",
                [&] { return Restore(backup); });
     });

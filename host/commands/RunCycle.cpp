@@ -1,4 +1,6 @@
 // The command run.
+#include <optional>
+
 #include "base/Console.h"
 #include "base/SystemError.h"
 #include "com/ComApartment.h"
@@ -43,17 +45,30 @@ void AskNobodyUnseen(Settings& settings, const Options& options) {
     settings.userInterface = false;
 }
 
+/// Whoever begins can have the log put right. Later, in a loop, that keeps no packet: the log of Windows
+/// takes what there is to tell. Returns why.
+std::optional<std::wstring> LeaveUnwritableLog(Settings& settings, const Options& options) try {
+    CheckLogFile(settings);
+    return std::nullopt;
+} catch (const SettingsError& error) {
+    if (!IsOfLoop(options)) throw;
+    settings.logFile.clear();
+    return error.Text();
+}
+
 void RunOnce(RunRecord& record, const Options& options) {
-    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckPrograms});
+    const auto logFailure = LeaveUnwritableLog(settings, options);
     if (options.run.inService) CheckNoFtpInService(settings);
     AskNobodyUnseen(settings, options);
     const CycleLock lock(settings);
     const RememberedRun remembered(record, settings);
     try {
         const ComApartment apartment;
-        const Interrupt interrupt;
         Session session(settings);
-        EndRecord(record, RunCycle(session, settings, TellingOf(FormOf(options))));
+        CycleResult result = RunCycle(session, settings, TellingOf(FormOf(options)));
+        if (logFailure) result.shownFailures.push_back(*logFailure);
+        EndRecord(record, result);
     } catch (...) {
         EndRecord(record, base::CurrentFailure().description);
         throw;
@@ -93,6 +108,9 @@ int commands::Run(const Options& options) {
     if (!options.run.every.empty() && !IsOfLoop(options)) return RunSteadily(options);
     // Inherited from the loop.
     if (IsOfLoop(options)) Interrupt::Follow(reinterpret_cast<HANDLE>(options.run.cycle));
+    // Until the run is remembered and told: then the system may end the process.
+    std::optional<Interrupt> interrupt;
+    if (!options.run.dryRun) interrupt.emplace();
     RunRecord record = BeginRecord(options.AbsolutePath());
     record.interval = IntervalOf(options.run.every);
     try {

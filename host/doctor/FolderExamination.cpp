@@ -3,10 +3,12 @@
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
+#include "base/Path.h"
 #include "host/console/Table.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/doctor/Examination.h"
 #include "host/doctor/Probe.h"
+#include "host/session/WorkFolder.h"
 #include "host/settings/NetworkDrive.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsError.h"
@@ -53,13 +55,26 @@ std::uint64_t NeededSpace(const Settings& settings) try {
     return 0;
 }
 
-Finding ExamineSpace(const Setting& setting, std::uint64_t needed, const Settings& settings) {
-    const auto free = FreeSpace(setting.text(settings));
-    if (!free) return Good(L"space", Name(setting, settings) + L": the system does not tell what is free");
-    const std::wstring what = Name(setting, settings) + L": " + Grouped(*free >> 20) + L" MB free";
+Finding ExamineSpace(const std::wstring& name, const std::wstring& folder, std::uint64_t needed) {
+    const auto free = FreeSpace(folder);
+    if (!free) return Good(L"space", name + L": the system does not tell what is free");
+    const std::wstring what = name + L": " + Grouped(*free >> 20) + L" MB free";
     if (*free >= needed) return Good(L"space", what);
     return Bad(L"space", what + L", less than the " + Grouped(needed >> 20) + L" MB that packets may need",
                L"Make room on that disk.");
+}
+
+/// As a run uses it.
+void ExamineWorkFolder(std::uint64_t needed, Findings& findings) try {
+    const WorkFolder work;
+    ProbeFolder(work.Path());
+    const std::wstring name = L"TEMP = " + Path::ParentFolder(work.Path());
+    findings.push_back(Good(L"folder", name + L": packets can be compressed there"));
+    findings.push_back(ExamineSpace(name, work.Path(), needed));
+} catch (const base::Error& error) {
+    findings.push_back(Bad(L"folder", L"TEMP: " + error.failure().description,
+                           L"Let TEMP and TMP of the account that runs znhost name a folder where it may "
+                           L"write: without one packets cannot be compressed."));
 }
 
 Finding ExamineLog(const Settings& settings) try {
@@ -78,8 +93,9 @@ void ExamineFolders(const Settings& settings, Findings& findings) {
     for (const Setting& setting : kSettings) {
         if (setting.kind != ValueKind::Folder || setting.text(settings).empty()) continue;
         findings.push_back(ExamineFolder(setting, settings));
-        findings.push_back(ExamineSpace(setting, needed, settings));
+        findings.push_back(ExamineSpace(Name(setting, settings), setting.text(settings), needed));
     }
+    if (settings.encoder == EncoderKind::Zip) ExamineWorkFolder(needed, findings);
     findings.push_back(ExamineLog(settings));
     for (const Setting& setting : kSettings)
         if (const auto advice = NetworkDriveAdvice(setting.text(settings)))

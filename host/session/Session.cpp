@@ -11,6 +11,7 @@
 #include "ftp/settings/AdminXml.h"
 #include "host/session/Components.h"
 #include "packets/EncodedName.h"
+#include "packets/PacketName.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -68,7 +69,8 @@ void CheckReference(IZNEncoder* encoder) {
 
 }  // namespace
 
-Session::Session(const Settings& settings) {
+Session::Session(const Settings& settings)
+    : m_compressed(settings.encoder == EncoderKind::Zip ? settings.zip.inExtension : std::wstring()) {
     ConfigureFramework(settings);
     m_transporter = CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
     m_backups = com::As<IZNTransporter2>(m_transporter.Get());
@@ -133,7 +135,16 @@ void Session::CreateSenderReceiver(const Settings& settings) {
         throw base::Error(E_FAIL, L"The sender/receiver refuses the settings of its remote side.");
 }
 
+void Session::DemandWorkFolder() const try { m_workFolder.Path(); } catch (const base::Error& error) {
+    throw base::Error(error.failure().number,
+                      L"there is no folder for the work file of the zip program: " +
+                          error.failure().description +
+                          L"; let TEMP and TMP of the account that runs znhost name a folder where it may "
+                          L"write");
+}
+
 bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {
+    if (!m_compressed.empty() && HasExtension(path, m_compressed)) DemandWorkFolder();
     return com::Get<bool>(&IZNTransporter::Add, m_transporter.Get(), com::Bstr(path).Get(),
                           com::Bstr(subFolder).Get());
 }

@@ -55,8 +55,10 @@ private:
                                                   Section section, const EncoderSettings& own,
                                                   const wchar_t* decodingProgram);
     void CreateSenderReceiver(const Settings& settings);
+    void DemandWorkFolder() const;
 
     WorkFolder m_workFolder;
+    std::wstring m_compressed;  ///< the extension of packets that need work files; empty where none does
     Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
     Microsoft::WRL::ComPtr<IZNTransporter2> m_backups;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;

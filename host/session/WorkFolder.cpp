@@ -17,9 +17,10 @@ namespace {
 constexpr const wchar_t* kVariable = L"TEMP";
 constexpr std::wstring_view kPrefix = L"znhost-work-";
 
-bool Runs(DWORD processId) {
+/// Only of a process that has gone it is known.
+bool MayRun(DWORD processId) {
     const base::KernelHandle process(OpenProcess(SYNCHRONIZE, FALSE, processId));
-    return process || GetLastError() == ERROR_ACCESS_DENIED;
+    return process || GetLastError() != ERROR_INVALID_PARAMETER;
 }
 
 /// What a zip program beyond its time still writes, or somebody else holds, can wait for the next host.
@@ -37,25 +38,43 @@ std::wstring NewName() {
            std::to_wstring(random());
 }
 
-/// Hosts that were ended by force could not remove theirs.
-void RemoveAbandoned(const std::wstring& temporary) {
+/// Hosts that were ended by force could not remove theirs. Clearing up after them is not this one's work.
+void RemoveAbandoned(const std::wstring& temporary) try {
     for (const std::wstring& name : FileSystem::List(temporary).folders)
-        if (name.starts_with(kPrefix) && !Runs(std::wcstoul(name.c_str() + kPrefix.size(), nullptr, 10)))
-            TryDeleteTree(Path::Join(temporary, name));
+        if (name.starts_with(kPrefix) && !MayRun(std::wcstoul(name.c_str() + kPrefix.size(), nullptr, 10)))
+            TryDeleteTree(::Path::Join(temporary, name));
+} catch (const base::Error&) {
+    return;
 }
 
 }  // namespace
 
 WorkFolder::WorkFolder() {
+    try {
+        Make();
+    } catch (const base::Error& error) {
+        m_refusal = error.failure();
+    }
+}
+
+/// A clean-up of the system may have removed TEMP itself.
+void WorkFolder::Make() {
     const std::wstring temporary = base::TemporaryFolder();
     RemoveAbandoned(temporary);
-    m_path = Path::Join(temporary, NewName());
+    const std::wstring path = ::Path::Join(temporary, NewName());
+    FileSystem::CreateFolders(path);
+    m_path = path;
     m_previous = base::EnvironmentVariable(kVariable);
-    FileSystem::CreateFolder(m_path);
     SetEnvironmentVariableW(kVariable, m_path.c_str());
 }
 
+const std::wstring& WorkFolder::Path() const {
+    if (m_refusal) throw base::Error(*m_refusal);
+    return m_path;
+}
+
 WorkFolder::~WorkFolder() {
+    if (m_refusal) return;
     SetEnvironmentVariableW(kVariable, m_previous.c_str());
     TryDeleteTree(m_path);
 }

@@ -2,9 +2,12 @@
 // hosts that run side by side must not take each other's.
 #pragma once
 
+#include <optional>
 #include <string>
 
-/// TEMP names the folder while it exists. Throws base::Error.
+#include "base/Error.h"
+
+/// TEMP names the folder while it exists. Where none can be made, nobody is kept from what needs none.
 class WorkFolder {
 public:
     WorkFolder();
@@ -12,7 +15,13 @@ public:
     WorkFolder& operator=(const WorkFolder&) = delete;
     ~WorkFolder();
 
+    /// Throws why there is none.
+    const std::wstring& Path() const;
+
 private:
+    void Make();
+
+    std::optional<base::Failure> m_refusal;
     std::wstring m_path;
     std::wstring m_previous;
 };

@@ -184,6 +184,16 @@ def run(*arguments, **options):
     return finish(start(*arguments, **options))
 
 
+def run_with_temp(folder, *arguments):
+    """What the host does where TEMP names a folder of this machine; Wine replaces what its first program inherits."""
+    with tempfile.NamedTemporaryFile("w", suffix=".bat", prefix=PREFIX, newline="\r\n") as script:
+        for name in ("TEMP", "TMP"):
+            script.write(f"@set {name}={windows(folder)}\n")
+        script.write(f"@{' '.join(map(windows, (BIN / 'znhost.exe', *arguments)))}\n")
+        script.flush()
+        return run("/c", pathlib.Path(script.name), program="cmd")
+
+
 def use_on_terminal(arguments, type_next, raw=False, program=None):
     """The host, or another program, on a terminal of its own, as a user starts it. type_next: what the user types after
     so much output. raw: as a console of Windows hands over what is typed, and shows nothing itself."""

@@ -5,7 +5,7 @@ import signal
 
 from ftp import FtpHostTest
 from objects import JsonTest
-from support import Mount, files_below, finish, run, wait_until
+from support import Mount, files_below, finish, run, run_with_temp, wait_until
 
 
 class DoctorTest(JsonTest):
@@ -43,6 +43,8 @@ class DoctorTest(JsonTest):
         self.field.inbox.rmdir()
         self.field.inbox.write_bytes(b"a file")
         self.assert_only("folder", "[folders] outbox", "no such folder", "[folders] inbox", "this is a file")
+        self.field.change("encoder", "zip")
+        self.assertIn("to do folder: TEMP: ", run_with_temp(self.field.inbox / "2", "doctor", self.field.settings).output)
 
     def test_rights_and_space(self):
         volume = Mount(self, self.field.send, "1m")

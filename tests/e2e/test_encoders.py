@@ -8,8 +8,8 @@ import time
 import zipfile
 
 import support
-from support import (Holder, HostTest, WAITING, arriving, end_programs_naming, files_below, finish, size_of, slow, start,
-                     temporary_folders, wait_until, windows)
+from support import (Holder, HostTest, WAITING, arriving, end_programs_naming, files_below, finish, run_with_temp, size_of,
+                     slow, start, temporary_folders, wait_until, windows)
 
 
 def database(pages, seed):
@@ -121,6 +121,17 @@ class ZipTest(EncoderCase):
         self.assert_run(self.field)
         self.assertEqual(sum(not folder.exists() for folder in abandoned), 2)
         self.assertEqual(files_below(self.scratch / "elsewhere").keys(), {"of somebody.mdb"})
+
+    def test_without_a_folder_for_work_files_what_is_not_compressed_travels(self):
+        self.put(self.field, "a.mdb")
+        outcome = run_with_temp(self.scratch / "cleaned up" / "2", "run", self.field.settings)
+        self.assertEqual(outcome.packets, {("out", "a.mdb"): "sent"}, outcome)
+        self.put(self.field, "b.mdb", "c.xml")
+        (self.scratch / "file").touch()
+        outcome = run_with_temp(self.scratch / "file" / "2", "run", self.field.settings)
+        self.assertEqual(outcome.packets, {("out", "b.mdb"): "not added", ("out", "c.xml"): "sent"}, outcome)
+        self.assertIn("let TEMP and TMP of the account", outcome.output)
+        self.assert_next_cycle_delivers()
 
     def end_deliveries(self, count):
         """Ends the host during deliveries: one at each step of a delivery, and then more and more after the steps."""

@@ -66,6 +66,24 @@ class LoopTest(JsonTest):
         self.assertIsNone(process.poll())
         self.stopped(process)
 
+    def test_a_log_that_cannot_be_written_any_more_keeps_no_packet(self):
+        logs = self.root / "logs"
+        self.field.change("log.file", logs / "field.log")
+        process = self.loop(every="2s")
+        self.put(self.field, "a.mdb")
+        self.wait_for(process, "1 sent")
+        logs.rename(self.scratch / "away")
+        logs.touch()
+        self.put(self.field, "b.mdb")
+        complaint = "[log] file = " + windows(logs / "field.log") + ": the log cannot be written"
+        wait_until((self.to_enterprise / "b.mdb").exists, process)
+        self.wait_for(process, complaint)
+        self.assertIn(complaint, self.assert_ends(1, "status", self.field.settings).output)
+        outcome = self.stopped(process)
+        self.assertEqual(outcome.code, 1, outcome)
+        self.assertNotIn("no cycle", outcome.output)
+        self.assert_received()
+
     def test_bad_settings_at_the_beginning_and_bad_intervals(self):
         self.field.change("outbox", "nowhere")
         self.assertIn("no such folder", self.assert_ends(2, "run", self.field.settings, "--every", "1s").errors)

@@ -54,17 +54,18 @@ class StopTest(HostTest):
         self.put_many(COUNT, 50_000, self.field.send)
         self.assertNotRegex(self.assert_run(self.field).output, r"\[#+\.*\]")
 
-    def test_the_end_of_the_session_ends_a_run(self):
+    def test_the_end_of_the_session_ends_a_run_that_is_told_and_remembered(self):
         program = own_program(self, "end_session")
 
         def log_off():
             process = self.start_run(self.field)
             wait_until(lambda: self.arrived() >= 5, process)
-            answer = run("znhost session", windows(self.field.settings), program=program)
+            answer = run("znhost session", windows(self.field.settings), "end", program=program)
             outcome = finish(process)
             return outcome if answer.code == 0 else None
 
         self.assertIn("Stopped by the user", self.disturbed("send", log_off).output)
+        self.assertIn("stopped by the user", run("status", self.field.settings).output)
         self.assert_next_cycle_delivers()
 
     def test_a_run_that_is_killed_in_the_middle_of_a_copy_leaves_no_part(self):

@@ -318,6 +318,14 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     Ask<std::wstring>(&_Packet::Deliver, Received().at(0), temp / L"inbox");
     transporter->put_BackupEnabled(VARIANT_FALSE);
     EXPECT_EQ(Backups(), L"4712 ");
+    for (const std::wstring since : {L"4712.xml.afz", L"sub\\4712~1.XML"}) {
+        const std::wstring received = temp.File(L"field\\receive\\" + since, "newer");
+        const HRESULT refused = transporter->RestoreBackup(In(L"4712"));
+        EXPECT_EQ(refused, E_INVALIDARG);
+        EXPECT_THAT(Failure(refused), HasSubstr(since));
+        EXPECT_EQ(base::ReadFile(received), "newer");
+        FileSystem::DeleteFile(received);
+    }
     EXPECT_EQ(transporter->RestoreBackup(In(L"4712")), S_OK);
     EXPECT_EQ(temp.Content(L"field\\receive\\4712~1.xml"), "packet");
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
