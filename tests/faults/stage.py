@@ -12,7 +12,6 @@ import time
 
 import support
 from cases import count_plan, read_calls
-from dav import HttpsHostTest
 from ftp import FtpHostTest
 from packets import INBOX, OUTBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, hash_of, packet_of
 from support import HostTest, Mount, windows
@@ -125,7 +124,7 @@ class Stage:
         self.findings = {}
         self.later = {}  # of states: what later cycles find in them
         self.began = time.time()
-        self.pair = (FtpStage if scenario.server else FolderStage)()
+        self.pair = (FtpHostTest if scenario.server else HostTest)()
         self.pair.KIND = scenario.server
         self.pair.setUp()
         try:
@@ -158,7 +157,8 @@ class Stage:
             Mount(pair, pair.scratch / "volume", "16m")
             pair.enterprise.change("inbox", pair.scratch / "volume" / "inbox")
             pair.enterprise.inbox = pair.scratch / "volume" / "inbox"
-        self.packets = self.make_packets()
+        self.packets = packets_between(pair.field, pair.enterprise, pair.to_enterprise,
+                                       lambda path: decode_difference(path, pair))
         if scenario.older:
             self.put(0)
             self.cycle(pair.field)
@@ -166,10 +166,6 @@ class Stage:
         self.put(1)
         if side == "receive":
             self.cycle(pair.field)
-
-    def make_packets(self):
-        pair = self.pair
-        return packets_between(pair.field, pair.enterprise, pair.to_enterprise, self.decode_difference)
 
     def content(self, *what):
         """The same for each of its names, and half of it the reference's."""
@@ -194,9 +190,6 @@ class Stage:
         copy_tree(pair.to_enterprise, waits)
         subprocess.run(["chown", "-R", "root:", waits], check=True)
         return empty(pair.to_enterprise)
-
-    def decode_difference(self, path):
-        return decode_difference(path, self.pair)
 
     def states(self):
         """The folders that a run changes, and their copies."""
@@ -322,18 +315,3 @@ class Stage:
         if self.scenario.server and waits and (place == REMOTE or REST in self.findings):
             return REST
         return WRONG if place == INBOX else HALF
-
-
-class FolderStage(HostTest):
-    def runTest(self):
-        """A scratch folder and two installations are all that is needed of the test."""
-
-
-class FtpStage(FtpHostTest):
-    def runTest(self):
-        """As above."""
-
-
-class HttpsStage(HttpsHostTest):
-    def runTest(self):
-        """As above."""

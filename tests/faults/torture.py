@@ -27,11 +27,11 @@ sys.dont_write_bytecode = True
 sys.path[:0] = [str(HERE), str(HERE.parent / "e2e")]
 
 import support  # noqa: E402
-from dav import Spoiler  # noqa: E402
-from ftp import CuttingProxy  # noqa: E402
+from dav import HttpsHostTest, Spoiler  # noqa: E402
+from ftp import CuttingProxy, FtpHostTest  # noqa: E402
 from packets import INBOX, RECEIVE, REMOTE, SEND, PLACE_NAMES, Packets, files_below  # noqa: E402
-from stage import FolderStage, FtpStage, HttpsStage, claims_beside, decode_difference, file_text, packets_between, prepare  # noqa: E402
-from support import Holder, Mount  # noqa: E402
+from stage import claims_beside, decode_difference, file_text, packets_between, prepare  # noqa: E402
+from support import Holder, HostTest, Mount  # noqa: E402
 
 WORKERS = 2
 ROUNDS_OF_A_WORLD = 25
@@ -41,8 +41,8 @@ PATIENCE = 180  # seconds after which a run hangs
 NAMES = ("a.mdb", "b.xml", "c.dat", "SUB/d.mdb", "SUB/DEEP/e.mdb")
 SIZES = (1, 700, 30_000, 600_000)
 VOLUME = 48  # MB
-STAGES = {"folder": FolderStage, "pure-ftpd": FtpStage, "vsftpd": FtpStage,
-          "apache": HttpsStage, "nginx": HttpsStage, "lighttpd": HttpsStage, "rclone": HttpsStage}
+STAGES = {"folder": HostTest, "pure-ftpd": FtpHostTest, "vsftpd": FtpHostTest,
+          **dict.fromkeys(("apache", "nginx", "lighttpd", "rclone"), HttpsHostTest)}
 TRANSPORTS = (*STAGES, "folder", "apache")
 REQUESTS = 40  # of a cycle, more or less
 ROUNDS_TO_TELL = 100
@@ -206,7 +206,7 @@ class World:
                 if not self.is_safe(direction, version, found):
                     raise Finding(f"lost: {version}")
             # What a cut transfer left on a server, and what was received of it, is replaced once its source comes.
-            for place, path in () if isinstance(self.pair, FtpStage) else found.strangers:
+            for place, path in () if isinstance(self.pair, FtpHostTest) else found.strangers:
                 raise Finding(f"no version of its packet in the {PLACE_NAMES[place]}: {path}")
             for packet, number in found.delivered.items():
                 if number < direction.delivered.get(packet, 0):
@@ -281,7 +281,7 @@ def killed_server(world):
 def cut_lines(world):
     if not world.server:
         yield
-    elif isinstance(world.pair, FtpStage):
+    elif isinstance(world.pair, FtpHostTest):
         yield from cut_ftp_lines(world)
     else:
         yield from cut_https_lines(world)

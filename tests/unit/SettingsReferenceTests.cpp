@@ -11,23 +11,6 @@
 
 namespace {
 
-constexpr const wchar_t* kIntroduction =
-    L"<!-- Made from host/settings/SettingsTable.h: a test compares both, and leaves the new text when they "
-    L"differ. -->\n"
-    L"# Settings of znhost\n\n"
-    L"A settings file is UTF-8 text: sections in brackets, `name = value` on a line of its own; a line that\n"
-    L"begins with `;` is a comment. Other sections and names than these, and names given twice, are refused; "
-    L"the letter case "
-    L"of\n"
-    L"names and of the listed values does not matter. `znhost init` writes a file for each side, with these\n"
-    L"explanations as comments. Double quotes around a value are no part of it, but keep blanks at its "
-    L"ends.\n\n"
-    L"Paths are absolute, or relative to the settings file, and hold none of `* ? \" < > |`. No folder of\n"
-    L"`[folders]` may be or lie in another one, and settings file, log, reference file and programs lie in\n"
-    L"none; only a reference file may lie in `sent` or `inbox`. The extensions that encoded packets get "
-    L"differ\n"
-    L"from each other and from those of the packets that are encoded.\n";
-
 std::wstring Code(const wchar_t* text) { return std::wstring(L"`") + text + L"`"; }
 
 std::wstring ValuesOf(const Setting& setting) {
@@ -44,8 +27,9 @@ std::wstring DefaultOf(const Setting& setting) {
     return *setting.fallback == L'\0' ? L"empty" : Code(setting.fallback);
 }
 
-std::string Reference() {
-    std::wstring text = kIntroduction;
+/// The tables; what stands before them is prose.
+std::string Tables() {
+    std::wstring text;
     const Setting* previous = nullptr;
     for (const Setting& setting : kSettings) {
         if (!previous || previous->section != setting.section)
@@ -73,7 +57,7 @@ TEST(SettingsReference, NoTwoSettingsShareANameOrAField) {
 TEST(SettingsReference, SaysWhatTheTableSays) {
     std::ifstream file(ZN_DOCS "/settings.md", std::ios::binary);
     const std::string written{std::istreambuf_iterator<char>(file), {}};
-    const std::string made = Reference();
+    const std::string made = written.substr(0, written.find("\n## [")) + Tables();
     if (written != made) std::ofstream("settings.md", std::ios::binary) << made;
     EXPECT_EQ(written, made) << "The table has changed: copy " << std::filesystem::absolute("settings.md")
                              << " to docs.";

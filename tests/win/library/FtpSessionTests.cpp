@@ -256,17 +256,5 @@ TEST_F(FtpAdministrationTest, APasswordThatThePromptSavedTravelsAsDigits) {
     }
 }
 
-class FtpFile : public LibraryTest {};
-
-TEST_F(FtpFile, KeepsANameAndAttributes) {
-    const auto file = Create<clsFTPFile, _clsFTPFile>();
-    EXPECT_EQ(Ask<std::wstring>(&_clsFTPFile::get_sFileName, file), L"");
-    EXPECT_EQ(Ask<LONG>(&_clsFTPFile::get_lAttributes, file), 0);
-    file->put_sFileName(In(L"a.mdb"));
-    file->put_lAttributes(FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(Ask<std::wstring>(&_clsFTPFile::get_sFileName, file), L"a.mdb");
-    EXPECT_EQ(Ask<LONG>(&_clsFTPFile::get_lAttributes, file), FILE_ATTRIBUTE_DIRECTORY);
-}
-
 }  // namespace
 }  // namespace tests

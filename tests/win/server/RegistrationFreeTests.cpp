@@ -3,7 +3,6 @@
 
 #include "tests/win/server/ProgIds.h"
 #include "tests/win/support/Dll.h"
-#include "tests/win/support/ScratchHives.h"
 
 namespace tests {
 namespace {
@@ -36,23 +35,6 @@ TEST(RegistrationFree, AHostMayEnterAndLeaveComAgainAndAgain) {
 TEST(RegistrationFree, ManifestsServeTheFirstTypeLibraries) {
     for (const GUID& id : {LIBID_znTransporter, LIBID_znSystem})
         EXPECT_EQ(LoadedTypeLibrary(id), com::Text(id));
-}
-
-TEST(RegistrationFree, TheFolderLocatorAnswersFromTheMobileConfiguration) {
-    const ScratchHives hives;
-    const ComApartment apartment;
-    const DWORD mode = 1;
-    const wchar_t home[] = L"D:\\M";
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"MobileConfigValue", REG_DWORD, &mode,
-                    sizeof mode);
-    RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\znMobile", L"FieldHome", REG_SZ, home, sizeof home);
-    ComPtr<IZNMobileFolders> folders;
-    ASSERT_EQ(
-        CoCreateInstance(__uuidof(ZNMobileFolders), nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&folders)),
-        S_OK);
-    ASSERT_EQ(folders->put_ApplicationName(In(L"Designer")), S_OK);
-    EXPECT_EQ(Ask<std::wstring>(&IZNMobileFolders::FolderPath, folders, VARIANT_FALSE, L"XDeltaRefPath"),
-              L"D:\\M\\Transport\\Designer\\XDeltaReferenceFiles\\");
 }
 
 }  // namespace
