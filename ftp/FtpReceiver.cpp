@@ -151,15 +151,17 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         const base::RollBack part([&] { FileSystem::TryDelete(arrival); });
         bool isSeen = true;
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
-        if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isSeen))
-            return false;
+        if (!Fetch(entry, localFolder, arrival)) return false;
+        Finish(arrival, lastWrite);  // before the server is looked at: long files take long
+        if (!IsUnchanged(entry.name, arrival, lastWrite, isSeen)) return false;
         // What is gone by now may have been a part, which the other side took away: an older packet stays.
         if (!isSeen && FileSystem::FileIsThere(target)) return NotVerified(entry.name, ERROR_NO_MORE_FILES);
-        Finish(arrival, lastWrite);
         FileSystem::MoveReplacing(arrival, target);
         base::RollBack unseen([&] { FileSystem::TryDelete(target); });
         if (isSeen) unseen.Dismiss();
         FileSystem::BringToDisk(target);
+        // What has replaced it meanwhile takes the place of what is here, too, with the next transfer.
+        if (!HasTime(entry.name, lastWrite)) return false;
         if (m_connection.Delete(entry.name)) {
             unseen.Dismiss();
             return true;
@@ -213,14 +215,15 @@ bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& targ
     } else if (*size != bytes) {
         return OtherSize(SizeDifference({name, *size}, bytes));
     }
-    if (lastWrite.empty()) return true;
-    isSeen = HasTime(name, lastWrite);
-    return isSeen;
+    if (!HasTime(name, lastWrite)) return false;
+    isSeen = isSeen || !lastWrite.empty();
+    return true;
 }
 
 /// What was put in its place may be as long. A server that told the time of a file tells it again while the
 /// file is there.
 bool FtpReceiver::HasTime(const std::wstring& name, const std::wstring& lastWrite) const {
+    if (lastWrite.empty()) return true;
     const std::wstring now = m_connection.LastWriteOf(name);
     if (now == lastWrite) return true;
     if (now.empty()) return NotVerified(name, GetLastError());

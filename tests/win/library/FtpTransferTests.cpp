@@ -3,6 +3,8 @@
 
 #include "base/File.h"
 #include "base/Text.h"
+#include "base/WindowsTime.h"
+#include "common/FtpReply.h"
 #include "ftp/FtpTransfer.h"
 #include "tests/win/library/FtpTest.h"
 
@@ -412,6 +414,31 @@ TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_TRUE(Receive());
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "another version!!");
+}
+
+TEST_F(FtpTransferTest, WhatReplacesAPacketWhileItIsBroughtToTheDiskStaysOnTheServer) {
+    server.tellsStatus = true;
+    server.files["/out/a.mdb"] = "older";
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    bool isOnDisk = false;
+    server.atCommand = [&](const std::string& command) {
+        for (const std::wstring& file : temp.Files(L"receive")) {
+            const auto version = FileSystem::VersionOf(temp / (L"receive\\" + file));
+            const auto written = TimeIn(L"20250102030405");
+            // The last step before a file is flushed.
+            if (command.starts_with("SIZE")) isOnDisk = base::FromWindowsTime(version->lastWrite) == written;
+            if (file != L"a.mdb") continue;
+            server.files["/out/a.mdb"] = "newer";
+            server.lastWrites["/out/a.mdb"] = "20250102030406";
+        }
+    };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")));
+    EXPECT_TRUE(isOnDisk);
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "whole, and the server has no other copy";
+    EXPECT_THAT(server.files, ElementsAre(Pair("/out/a.mdb", "newer")));
+    EXPECT_TRUE(Receive());
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "newer");
+    EXPECT_THAT(server.files, IsEmpty());
 }
 
 TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {

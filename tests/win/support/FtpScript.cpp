@@ -233,6 +233,7 @@ BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command
     EXPECT_FALSE(expectData);
     if (!Succeed("Command", connection)) return FALSE;
     const std::string text = command;
+    g_script->atCommand(text);
     if (text == "TYPE I") return g_binary = true;
     const auto file = g_script->files.find(PathOf(text.substr(5)));
     const bool asksSize = text.starts_with("SIZE ");
