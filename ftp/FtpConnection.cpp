@@ -89,9 +89,12 @@ std::wstring ProxyForFtp(std::wstring_view list) {
     return {};
 }
 
+std::uint64_t Joined(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
+
 FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
-    return {base::FromSystemCodePage(found.cFileName),
-            (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.dwFileAttributes};
+    return {base::FromSystemCodePage(found.cFileName), Joined(found.nFileSizeHigh, found.nFileSizeLow),
+            found.dwFileAttributes,
+            Joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime)};
 }
 
 /// What the connection calls itself, which no FTP server hears: a brand in another script must not keep it

@@ -1,6 +1,8 @@
 // See FtpReceiver.h.
 #include "ftp/FtpReceiver.h"
 
+#include <chrono>
+
 #include "base/Arrival.h"
 #include "base/File.h"
 #include "base/FileMoves.h"
@@ -8,6 +10,7 @@
 #include "base/Path.h"
 #include "base/Persistence.h"
 #include "base/RollBack.h"
+#include "base/WindowsTime.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
 #include "packets/PassingFile.h"
@@ -31,10 +34,26 @@ bool CanBeReplaced(const std::wstring& path) {
            }) == ERROR_SUCCESS;
 }
 
-/// Its time stays with the packet: it tells which of two versions is newer.
-void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
+/// When a listed file was written: to the minute or the day, by a clock of the server's. Lists leave the year
+/// out in times of the last half year; whoever takes it for this one, as the system may, makes last year's
+/// lie ahead. Nothing where the list does not tell.
+std::optional<base::FileTime> ListedTime(const FileSystem::FileEntry& entry) {
+    using std::chrono::days;
+    if (entry.lastWrite == 0) return std::nullopt;
+    const base::FileTime time = base::FromWindowsTime(entry.lastWrite);
+    if (time < base::Now() + days(150)) return time;  // what a clock may be wrong by
+    const auto day = std::chrono::floor<days>(time);
+    const std::chrono::sys_days yearBefore = std::chrono::year_month_day(day) - std::chrono::years(1);
+    return yearBefore + (time - day);
+}
+
+/// Its time stays with the packet: it tells which of two versions is newer. That of a list does where the
+/// server tells no other.
+void Finish(const std::wstring& arrival, const std::wstring& lastWrite, const FileSystem::FileEntry& entry) {
     base::File file = base::File::OpenPersistently(arrival, GENERIC_WRITE, base::kShareAll, OPEN_EXISTING);
-    if (const auto time = TimeIn(lastWrite)) file.SetModificationTime(*time);
+    std::optional<base::FileTime> time = TimeIn(lastWrite);
+    if (!time) time = ListedTime(entry);
+    if (time) file.SetModificationTime(*time);
     file.Flush();
 }
 
@@ -152,7 +171,7 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         bool isSeen = true;
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
         if (!Fetch(entry, localFolder, arrival)) return false;
-        Finish(arrival, lastWrite);  // before the server is looked at: long files take long
+        Finish(arrival, lastWrite, entry);  // before the server is looked at: long files take long
         if (!IsUnchanged(entry.name, arrival, lastWrite, isSeen)) return false;
         // What is gone by now may have been a part, which the other side took away: an older packet stays.
         if (!isSeen && FileSystem::FileIsThere(target)) return NotVerified(entry.name, ERROR_NO_MORE_FILES);

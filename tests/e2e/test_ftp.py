@@ -7,7 +7,7 @@ import subprocess
 import threading
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD, own_address
+from ftp import CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy, own_address
 from support import Holder, WAITING, files_below, finish, run, slow, start
 
 MB = 1 << 20
@@ -135,6 +135,18 @@ class AwkwardServerTest(FtpHostTest):
         whole = path.read_bytes()
         self.assert_run(self.enterprise)
         self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), whole)
+
+
+    def test_the_newest_form_is_delivered_also_where_only_the_list_tells_times(self):
+        self.enterprise.change("server", TimelessProxy(self, self.server).address)
+        for encoder, name, minutes in (("zip", "a.mdb.afz", 10), ("none", "a.mdb", 0)):
+            self.field.change("encoder", encoder)
+            newest = self.send("a.mdb")
+            path = self.to_enterprise / name
+            written = path.stat().st_mtime - 60 * minutes  # lists tell no seconds
+            os.utime(path, (written, written))
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), newest)
 
 
 class LoginTest(FtpHostTest):

@@ -441,6 +441,28 @@ TEST_F(FtpTransferTest, WhatReplacesAPacketWhileItIsBroughtToTheDiskStaysOnTheSe
     EXPECT_THAT(server.files, IsEmpty());
 }
 
+TEST_F(FtpTransferTest, WhatAServerListsTellsTheTimeOfAPacketWhereNothingElseDoes) {
+    using std::chrono::days;
+    const auto start = base::Now();
+    const auto listedAs = [&](FILETIME time) {
+        server.files["/out/a.mdb"] = "1";
+        server.listing = {{"a.mdb", FILE_ATTRIBUTE_NORMAL, 1, time}};
+        EXPECT_TRUE(Receive());
+        return base::FromWindowsTime(FileSystem::VersionOf(temp / L"receive\\a.mdb")->lastWrite);
+    };
+    for (const days age : {days(0), days(100), days(1000), days(-1), days(-100)})  // by another clock
+        EXPECT_EQ(listedAs(base::ToWindowsTime(start - age)), start - age);
+    for (const days ahead : {days(364), days(190)}) {  // of last year, which lists leave out
+        const auto day = std::chrono::floor<days>(start + ahead);
+        const std::chrono::sys_days yearBefore = std::chrono::year_month_day(day) - std::chrono::years(1);
+        EXPECT_EQ(listedAs(base::ToWindowsTime(start + ahead)), yearBefore + (start + ahead - day));
+    }
+    EXPECT_GE(listedAs({}), start) << "not listed: when it came";
+    server.tellsStatus = true;
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    EXPECT_EQ(listedAs(base::ToWindowsTime(start)), TimeIn(L"20250102030405")) << "to the second";
+}
+
 TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {
     server.files["/out/a.mdb"] = "new";
     base::FileHandle lock = Held(temp.File(L"receive\\a.mdb", "held"), GENERIC_READ, FILE_SHARE_READ);

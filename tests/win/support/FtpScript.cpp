@@ -92,6 +92,7 @@ BOOL HandOut(WIN32_FIND_DATAA* found) {
     g_found.front().name.copy(found->cFileName, sizeof found->cFileName - 1);
     found->dwFileAttributes = g_found.front().attributes;
     found->nFileSizeLow = g_found.front().size;
+    found->ftLastWriteTime = g_found.front().lastWrite;
     g_found.erase(g_found.begin());
     return TRUE;
 }

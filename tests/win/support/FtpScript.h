@@ -20,6 +20,7 @@ struct RemoteEntry {
     std::string name;
     DWORD attributes = FILE_ATTRIBUTE_NORMAL;
     DWORD size = 0;
+    FILETIME lastWrite{};
 };
 
 /// While it exists, the library's FTP calls end here. Handles that are closed twice, or used without being
