@@ -18,10 +18,6 @@
 
 namespace {
 
-bool IsFolder(const FileSystem::FileEntry& entry) {
-    return (entry.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 /// The folder that is listed, or the one above it.
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
     return IsFolder(entry) && (entry.name == L"." || entry.name == L"..");
@@ -123,17 +119,15 @@ bool FtpReceiver::SetRemoteFolder(const std::wstring& path) const {
 }
 
 std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std::wstring& folder) const {
-    FileList files;
-    FileEntry found;
-    const InternetHandle search = m_connection.Find(L"*.*", found);
-    if (search) {
-        do
-            if (IsFolder(found) || !IsPassingFile(found.name)) files.push_back(found);
-        while (FtpConnection::FindNext(search, found));
-    }
+    FileList entries = m_connection.List();
     const DWORD error = GetLastError();
-    if (error == ERROR_NO_MORE_FILES) return files;
-    const std::wstring failure = search ? L"Could not find FTP file: " : L"Could not find first FTP file: ";
+    if (error == ERROR_NO_MORE_FILES) {
+        std::erase_if(entries,
+                      [](const FileEntry& entry) { return !IsFolder(entry) && IsPassingFile(entry.name); });
+        return entries;
+    }
+    const bool isFirst = entries.empty();
+    const std::wstring failure = isFirst ? L"Could not find first FTP file: " : L"Could not find FTP file: ";
     ShownProcedure(L"clsFTPSndRcv.cls.CreateRemoteFileList", m_progress)
         .Fail(WithReply(Lines(failure + ErrorText(error), L"Folder: " + folder), error));
     return std::nullopt;

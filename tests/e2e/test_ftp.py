@@ -89,11 +89,12 @@ class InterruptionTest(FtpHostTest):
         self.assert_next_cycle_delivers()
 
     def test_the_connection_drops_at_each_step_of_a_file(self):
-        for side, command, reply in ((self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
-                                     (self.field, b"LIST", b"150"), (self.enterprise, b"LIST", b"226"),
-                                     (self.enterprise, b"RETR", b"226"), (self.enterprise, b"DELE", b"250")):
+        steps = ((self.field, b"LIST", b"150"), (self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
+                 (self.field, b"STOR", b"150 Here"),  # the list in which the packet is looked up
+                 (self.enterprise, b"LIST", b"226"), (self.enterprise, b"RETR", b"226"), (self.enterprise, b"DELE", b"250"))
+        for number, (side, command, reply) in enumerate(steps):
             with self.subTest(side=side.name, command=command, reply=reply):
-                self.put(self.field, f"{side.name}{command.decode()}{reply.decode()}.mdb", content=os.urandom(200_000))
+                self.put(self.field, f"{number}.mdb", content=os.urandom(200_000))
                 if side is self.enterprise:
                     self.assert_run(self.field)
                 proxy = CuttingProxy(self, self.server, command, reply)

@@ -107,9 +107,9 @@ TEST_F(FtpTransferTest, AReplyInThePlaceOfAListTellsWhetherThereIsNothing) {
                                                           L"\r\nFolder: out/\r\n450 /mnt/share: No such file "
                                                           L"or directory"));
     temp.File(L"send\\a.mdb");
-    search("450 a.mdb: no such file");
+    server.afterPut = [&] { search("450 a.mdb: no such file"); };
     EXPECT_THAT(FailToSend(), Contains(Tells(L"took file a.mdb but does not list it")));
-    search("450 Busy");
+    server.afterPut = [&] { search("450 Busy"); };
     EXPECT_THAT(FailToSend(), Contains(Tells(L"file a.mdb was transported to the FTP server.\r\n" + why +
                                              L"\r\n450 Busy")));
     server.files["/out/b.mdb"] = "1";
@@ -184,10 +184,13 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     const auto failed = Reported(L"clsFTPSndRcv.cls.SendLocalFile",
                                  L"Failed occurred while transmiting file a.mdb to the FTP server.");
     temp.File(L"send\\a.mdb");
-    server.Fail("Find", {ERROR_NO_MORE_FILES});
+    const auto failToFind = [&](DWORD error) {
+        server.afterPut = [&, error] { server.Fail("Find", {error}); };
+    };
+    failToFind(ERROR_NO_MORE_FILES);
     EXPECT_THAT(FailToSend(),
                 ElementsAre(Tells(L"The FTP server took file a.mdb but does not list it"), failed));
-    server.Fail("Find", {kLost});
+    failToFind(kLost);
     EXPECT_THAT(
         FailToSend(),
         ElementsAre(Reported(L"clsFTPSndRcv.cls.RemoteFileExists",
@@ -195,7 +198,7 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
                                  ErrorText(kLost)),
                     failed));
     EXPECT_TRUE(temp.Exists(L"send\\a.mdb"));
-    server.Fail("Find", {ERROR_SUCCESS});
+    failToFind(ERROR_SUCCESS);
     EXPECT_TRUE(Send()) << "no handle, but no error either: the file counts as present";
     EXPECT_THAT(temp.Files(L"send"), IsEmpty());
 }
@@ -203,6 +206,7 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
 TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
     temp.File(L"send\\a.mdb", "content");
     server.files["/in/A.mdb"] = "another";
+    server.Fail("Rename", std::vector<DWORD>(9, ERROR_INTERNET_EXTENDED_ERROR));  // it stays beside
     server.afterPut = [&] { server.files["/in/a.mdb"].resize(3); };
     EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"lists file a.mdb with 3 bytes, but here it has 7 bytes."),
                                           Tells(L"Failed occurred while transmiting file a.mdb")));
@@ -242,6 +246,31 @@ TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPl
     EXPECT_TRUE(temp.Exists(L"send\\my plan.mdb"));
     server.listing = {{"my_plan.mdb", 0, 3}, {"MY PLAN.MDB", 0, 2}};
     EXPECT_TRUE(Send()) << "in the case that the server gives it";
+}
+
+TEST_F(FtpTransferTest, AVersionInOtherLettersTakesThePlaceOfTheOneThatWaits) {
+    const auto sendAll = [&](std::map<std::string, std::string> there, const auto&... names) {
+        server.files = std::move(there);
+        (temp.File(std::wstring(L"send\\") + names, "new"), ...);
+        EXPECT_TRUE(Send());
+        EXPECT_THAT(temp.Files(L"send"), IsEmpty());
+        return server.files;
+    };
+    EXPECT_THAT(
+        sendAll({{"/in/A.MDB", "old"}, {"/in/SUB/B.mdb", "old"}, {"/in/c", "else"}}, L"a.mdb", L"sub\\b.mdb"),
+        ElementsAre(Pair("/in/SUB/b.mdb", "new"), Pair("/in/a.mdb", "new"), Pair("/in/c", "else")));
+    server.Fail("Rename", {ERROR_INTERNET_EXTENDED_ERROR});
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}}, L"a.mdb"),
+                ElementsAre(Pair("/in/A.MDB", "old"), Pair("/in/a.mdb", "new")));
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}, {"/in/a.mdb", "old"}}, L"a.mdb"),
+                ElementsAre(Pair("/in/A.MDB", "old"), Pair("/in/a.mdb", "new")))
+        << "which of the two is newer, nobody knows";
+    server.listing = {{"A.MDB", FILE_ATTRIBUTE_DIRECTORY}};
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "of a folder"}}, L"a.mdb"),
+                Contains(Pair("/in/A.MDB", "of a folder")));
+    server.listing.reset();
+    server.Fail("Find", {kLost});
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}}, L"a.mdb"), Contains(Pair("/in/a.mdb", "new")));
 }
 
 TEST(ListedSize, MayBeUnknownOrOfFewerBits) {

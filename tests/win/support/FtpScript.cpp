@@ -230,6 +230,16 @@ BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
     return Refuse("550 No such file.\r\n");
 }
 
+BOOL WINAPI Rename(HINTERNET connection, LPCSTR from, LPCSTR to) {
+    if (!Succeed("Rename", connection)) return FALSE;
+    auto file = g_script->files.extract(PathOf(from));
+    if (file.empty()) return Refuse("550 No such file.\r\n");
+    g_script->files.erase(PathOf(to));
+    file.key() = PathOf(to);
+    g_script->files.insert(std::move(file));
+    return TRUE;
+}
+
 BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command, DWORD_PTR, HINTERNET*) {
     EXPECT_FALSE(expectData);
     if (!Succeed("Command", connection)) return FALSE;
@@ -251,7 +261,7 @@ BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command
 FtpScript::FtpScript() : m_real(WinInet()) {
     g_script = this;
     WinInet() = {&Open,      &SetOption, &QueryOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
-                 &GetFolder, &Create,    &Find,        &Get,     &Put,   &Delete,   &Command};
+                 &GetFolder, &Create,    &Find,        &Get,     &Put,   &Delete,   &Rename,       &Command};
 }
 
 FtpScript::~FtpScript() {
