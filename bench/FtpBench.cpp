@@ -133,7 +133,7 @@ private:
 constexpr double kLimit = 1.1;
 // For a folder of 50: what a transfer needs once counts, too.
 constexpr double kMostCallsToSend = 2.5;
-constexpr double kMostCallsToReceive = 6.2;
+constexpr double kMostCallsToReceive = 7.2;
 
 /// What the library asks of WinINet for each packet of a folder, of whatever length. A look at one name is
 /// one call, for which Wine reads the whole list.

@@ -57,6 +57,7 @@ WinInetFunctions& WinInet() {
         &::FtpGetFileA,
         &::FtpPutFileA,
         &::FtpDeleteFileA,
+        &::FtpRenameFileA,
         &::FtpCommandA,
     };
     return functions;

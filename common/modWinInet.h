@@ -47,6 +47,7 @@ struct WinInetFunctions {
     decltype(&::FtpGetFileA) FtpGetFileA;
     decltype(&::FtpPutFileA) FtpPutFileA;
     decltype(&::FtpDeleteFileA) FtpDeleteFileA;
+    decltype(&::FtpRenameFileA) FtpRenameFileA;
     decltype(&::FtpCommandA) FtpCommandA;
 
     /// FtpFindFirstFileA, but a search that finds nothing ends with ERROR_NO_MORE_FILES wherever it runs, and

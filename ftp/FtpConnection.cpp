@@ -89,9 +89,18 @@ std::wstring ProxyForFtp(std::wstring_view list) {
     return {};
 }
 
+std::uint64_t Joined(DWORD high, DWORD low) { return (std::uint64_t{high} << 32) | low; }
+
 FileEntry EntryOf(const WIN32_FIND_DATAA& found) {
-    return {base::FromSystemCodePage(found.cFileName),
-            (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.dwFileAttributes};
+    return {base::FromSystemCodePage(found.cFileName), Joined(found.nFileSizeHigh, found.nFileSizeLow),
+            found.dwFileAttributes,
+            Joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime)};
+}
+
+void CloseKeepingError(InternetHandle& search) {
+    const DWORD error = GetLastError();
+    search.Reset();
+    SetLastError(error);
 }
 
 /// What the connection calls itself, which no FTP server hears: a brand in another script must not keep it
@@ -225,6 +234,16 @@ bool FtpConnection::FindNext(const InternetHandle& search, FileEntry& found) {
     return true;
 }
 
+std::vector<FileEntry> FtpConnection::List() const {
+    std::vector<FileEntry> entries;
+    FileEntry found;
+    InternetHandle search = Find(L"*.*", found);
+    for (auto isFound = static_cast<bool>(search); isFound; isFound = FindNext(search, found))
+        entries.push_back(found);
+    CloseKeepingError(search);
+    return entries;
+}
+
 /// Some proxies and servers end a search for one file without handle and without error although the file
 /// is there: only an error says that it is not. The size of another name tells nothing; where the pattern
 /// fits others, too, another name does not even tell that the file is there.
@@ -241,9 +260,7 @@ bool FtpConnection::FindFile(const std::wstring& name, FileEntry& found) const {
             isFound = true;
         }
     while (entry.name != name && FindNext(search, entry));
-    const DWORD error = GetLastError();
-    search.Reset();
-    SetLastError(error);
+    CloseKeepingError(search);
     return isFound;
 }
 
@@ -282,4 +299,9 @@ bool FtpConnection::Get(const std::wstring& name, const std::wstring& localFile,
 
 bool FtpConnection::Delete(const std::wstring& name) const {
     return WinInet().FtpDeleteFileA(m_connection.Get(), CommandText(name).c_str()) != FALSE;
+}
+
+bool FtpConnection::Rename(const std::wstring& name, const std::wstring& newName) const {
+    return WinInet().FtpRenameFileA(m_connection.Get(), CommandText(name).c_str(),
+                                    CommandText(newName).c_str()) != FALSE;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/FileSystem.h"
 #include "common/modWinInet.h"
@@ -48,9 +49,9 @@ public:
     /// where that is unknown or cannot be entered. entered: empty for none.
     bool ReturnTo(const std::string& folder, const std::wstring& entered) const;
 
-    /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
-    InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
-    static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
+    /// What the current remote folder lists: all of it where GetLastError tells ERROR_NO_MORE_FILES, what
+    /// came before a failure elsewhere.
+    std::vector<FileSystem::FileEntry> List() const;
     /// The entry of one name. Where the search ends without one and without an error, or with entries of
     /// other names only, the name counts as found, with an unknown size (0); a name that cannot be searched
     /// for as it is (with blanks, brackets or braces, or a dash or tilde at its beginning) only in the first
@@ -71,8 +72,12 @@ public:
     /// Replaces a local file. attributes: of the new one, except those that would protect or hide it.
     bool Get(const std::wstring& name, const std::wstring& localFile, DWORD attributes) const;
     bool Delete(const std::wstring& name) const;
+    bool Rename(const std::wstring& name, const std::wstring& newName) const;
 
 private:
+    /// The first entry of the current remote folder whose name matches; ERROR_NO_MORE_FILES when none does.
+    InternetHandle Find(const std::wstring& pattern, FileSystem::FileEntry& found) const;
+    static bool FindNext(const InternetHandle& search, FileSystem::FileEntry& found);
     void LimitWaiting() const;
     bool SetCurrentFolder(const std::string& folder) const;
     bool Command(const std::wstring& text) const;

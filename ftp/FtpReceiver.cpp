@@ -1,6 +1,8 @@
 // See FtpReceiver.h.
 #include "ftp/FtpReceiver.h"
 
+#include <chrono>
+
 #include "base/Arrival.h"
 #include "base/File.h"
 #include "base/FileMoves.h"
@@ -8,16 +10,13 @@
 #include "base/Path.h"
 #include "base/Persistence.h"
 #include "base/RollBack.h"
+#include "base/WindowsTime.h"
 #include "common/FtpReply.h"
 #include "common/modMain.h"
 #include "packets/PassingFile.h"
 #include "services/ShownProcedure.h"
 
 namespace {
-
-bool IsFolder(const FileSystem::FileEntry& entry) {
-    return (entry.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
 
 /// The folder that is listed, or the one above it.
 bool IsSelfOrParent(const FileSystem::FileEntry& entry) {
@@ -31,10 +30,26 @@ bool CanBeReplaced(const std::wstring& path) {
            }) == ERROR_SUCCESS;
 }
 
-/// Its time stays with the packet: it tells which of two versions is newer.
-void Finish(const std::wstring& arrival, const std::wstring& lastWrite) {
+/// When a listed file was written: to the minute or the day, by a clock of the server's. Lists leave the year
+/// out in times of the last half year; whoever takes it for this one, as the system may, makes last year's
+/// lie ahead. Nothing where the list does not tell.
+std::optional<base::FileTime> ListedTime(const FileSystem::FileEntry& entry) {
+    using std::chrono::days;
+    if (entry.lastWrite == 0) return std::nullopt;
+    const base::FileTime time = base::FromWindowsTime(entry.lastWrite);
+    if (time < base::Now() + days(150)) return time;  // what a clock may be wrong by
+    const auto day = std::chrono::floor<days>(time);
+    const std::chrono::sys_days yearBefore = std::chrono::year_month_day(day) - std::chrono::years(1);
+    return yearBefore + (time - day);
+}
+
+/// Its time stays with the packet: it tells which of two versions is newer. That of a list does where the
+/// server tells no other.
+void Finish(const std::wstring& arrival, const std::wstring& lastWrite, const FileSystem::FileEntry& entry) {
     base::File file = base::File::OpenPersistently(arrival, GENERIC_WRITE, base::kShareAll, OPEN_EXISTING);
-    if (const auto time = TimeIn(lastWrite)) file.SetModificationTime(*time);
+    std::optional<base::FileTime> time = TimeIn(lastWrite);
+    if (!time) time = ListedTime(entry);
+    if (time) file.SetModificationTime(*time);
     file.Flush();
 }
 
@@ -104,17 +119,15 @@ bool FtpReceiver::SetRemoteFolder(const std::wstring& path) const {
 }
 
 std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std::wstring& folder) const {
-    FileList files;
-    FileEntry found;
-    const InternetHandle search = m_connection.Find(L"*.*", found);
-    if (search) {
-        do
-            if (IsFolder(found) || !IsPassingFile(found.name)) files.push_back(found);
-        while (FtpConnection::FindNext(search, found));
-    }
+    FileList entries = m_connection.List();
     const DWORD error = GetLastError();
-    if (error == ERROR_NO_MORE_FILES) return files;
-    const std::wstring failure = search ? L"Could not find FTP file: " : L"Could not find first FTP file: ";
+    if (error == ERROR_NO_MORE_FILES) {
+        std::erase_if(entries,
+                      [](const FileEntry& entry) { return !IsFolder(entry) && IsPassingFile(entry.name); });
+        return entries;
+    }
+    const bool isFirst = entries.empty();
+    const std::wstring failure = isFirst ? L"Could not find first FTP file: " : L"Could not find FTP file: ";
     ShownProcedure(L"clsFTPSndRcv.cls.CreateRemoteFileList", m_progress)
         .Fail(WithReply(Lines(failure + ErrorText(error), L"Folder: " + folder), error));
     return std::nullopt;
@@ -151,15 +164,17 @@ bool FtpReceiver::GetRemoteFile(const FileEntry& entry, const std::wstring& loca
         const base::RollBack part([&] { FileSystem::TryDelete(arrival); });
         bool isSeen = true;
         const std::wstring lastWrite = m_connection.LastWriteOf(entry.name);
-        if (!Fetch(entry, localFolder, arrival) || !IsUnchanged(entry.name, arrival, lastWrite, isSeen))
-            return false;
+        if (!Fetch(entry, localFolder, arrival)) return false;
+        Finish(arrival, lastWrite, entry);  // before the server is looked at: long files take long
+        if (!IsUnchanged(entry.name, arrival, lastWrite, isSeen)) return false;
         // What is gone by now may have been a part, which the other side took away: an older packet stays.
         if (!isSeen && FileSystem::FileIsThere(target)) return NotVerified(entry.name, ERROR_NO_MORE_FILES);
-        Finish(arrival, lastWrite);
         FileSystem::MoveReplacing(arrival, target);
         base::RollBack unseen([&] { FileSystem::TryDelete(target); });
         if (isSeen) unseen.Dismiss();
         FileSystem::BringToDisk(target);
+        // What has replaced it meanwhile takes the place of what is here, too, with the next transfer.
+        if (!HasTime(entry.name, lastWrite)) return false;
         if (m_connection.Delete(entry.name)) {
             unseen.Dismiss();
             return true;
@@ -213,14 +228,15 @@ bool FtpReceiver::IsUnchanged(const std::wstring& name, const std::wstring& targ
     } else if (*size != bytes) {
         return OtherSize(SizeDifference({name, *size}, bytes));
     }
-    if (lastWrite.empty()) return true;
-    isSeen = HasTime(name, lastWrite);
-    return isSeen;
+    if (!HasTime(name, lastWrite)) return false;
+    isSeen = isSeen || !lastWrite.empty();
+    return true;
 }
 
 /// What was put in its place may be as long. A server that told the time of a file tells it again while the
 /// file is there.
 bool FtpReceiver::HasTime(const std::wstring& name, const std::wstring& lastWrite) const {
+    if (lastWrite.empty()) return true;
     const std::wstring now = m_connection.LastWriteOf(name);
     if (now == lastWrite) return true;
     if (now.empty()) return NotVerified(name, GetLastError());

@@ -35,6 +35,7 @@ private:
     bool IsUnchanged(const std::wstring& name, const std::wstring& target, const std::wstring& lastWrite,
                      bool& isSeen) const;
     bool IsListedUnchanged(const std::wstring& name, const std::wstring& target, bool& isSeen) const;
+    /// True also where the server told no time before.
     bool HasTime(const std::wstring& name, const std::wstring& lastWrite) const;
     bool NotVerified(const std::wstring& name, DWORD error) const;
     bool HasListedSize(const FileEntry& listed, const std::wstring& target) const;

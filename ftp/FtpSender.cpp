@@ -95,7 +95,8 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
         m_connection.ReturnTo(level.start, L"");
         return false;
     }
-    const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name); };
+    Names there = listing.files.empty() ? Names() : ListNames();
+    const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name, there); };
     const auto sendFolder = [&](const std::wstring& name, const Level& below) {
         return MoveFolder(Path::Join(local, name), base::Upper(name), below);
     };
@@ -134,10 +135,29 @@ bool FtpSender::EnterOrCreate(const std::wstring& folder) const {
     return self.Fail(L"Could not set current directory(" + folder + L"): " + ErrorText(error));
 }
 
-bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const {
+/// A list that fails ends no transfer: whether a packet can be seen there is known once it was sent.
+FtpSender::Names FtpSender::ListNames() const {
+    Names names;
+    for (const FileEntry& entry : m_connection.List())
+        if (!IsFolder(entry)) names.emplace(base::Upper(entry.name), entry.name);
+    return names;
+}
+
+/// Names that differ only in the case of letters are one packet for whoever receives them, and while a server
+/// that tells them apart has both, neither is received. The version that waits there gets the letters of the
+/// newer one, which then takes its place. What was sent since the list was read is no such version.
+void FtpSender::GiveLetters(const std::wstring& name, Names& there) const {
+    const auto [first, last] = there.equal_range(base::Upper(name));
+    const bool isThere = std::any_of(first, last, [&](const auto& entry) { return entry.second == name; });
+    if (first != last && !isThere) m_connection.Rename(first->second, name);
+    there.erase(first, last);
+}
+
+bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name, Names& there) const {
     const ShownProcedure self(L"clsFTPSndRcv.cls.SendLocalFile", m_progress);
     return self.Guard(false, [&] {
         const std::wstring file = localFolder + L"\\" + name;
+        GiveLetters(name, there);
         const auto sent = FileSystem::VersionOf(file);
         if (!m_connection.Put(file, name)) {
             const PutError error = PutError::Last();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -23,7 +24,12 @@ private:
     bool EnterOrCreate(const std::wstring& folder) const;
     bool NotCreated(const std::wstring& folder, DWORD error) const;
 
-    bool SendLocalFile(const std::wstring& localFolder, const std::wstring& name) const;
+    /// The names of files in a remote folder, by their capitals.
+    using Names = std::multimap<std::wstring, std::wstring>;
+
+    Names ListNames() const;
+    void GiveLetters(const std::wstring& name, Names& there) const;
+    bool SendLocalFile(const std::wstring& localFolder, const std::wstring& name, Names& there) const;
     void RemovePart(const std::wstring& name, std::uint64_t whole) const;
     std::uint64_t SizeThere(const FileEntry& listed, const std::wstring& name, std::uint64_t sent) const;
     bool RemoteFileExists(const std::wstring& name, const std::optional<FileSystem::FileVersion>& sent) const;

@@ -15,6 +15,10 @@ constexpr auto kMoveFiles = L"clsFTPSndRcv.cls.MoveFiles";
 
 }  // namespace
 
+bool IsFolder(const FileSystem::FileEntry& entry) {
+    return (entry.attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 bool MayBeListedSize(std::uint64_t listed, std::uint64_t bytes) {
     constexpr std::uint64_t kLargestSigned = 0x7FFFFFFF;
     constexpr std::uint64_t kLargestUnsigned = 0xFFFFFFFF;

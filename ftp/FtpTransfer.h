@@ -9,6 +9,8 @@
 #include "ftp/FtpConnection.h"
 #include "services/HostProgress.h"
 
+bool IsFolder(const FileSystem::FileEntry& entry);
+
 /// Whether a listed size can be that of a file of so many bytes. 0 stands for a size that is not known; one
 /// of 2 GB or more may be listed as the largest number that the reader of the list has, or by its lower 32
 /// bits.

@@ -32,35 +32,68 @@ class Server(ToolServer):
         self.start()
 
 
-class CuttingProxy:
-    """Passes commands on to a server until the reply that follows a command, and drops the connection there."""
+class Proxy:
+    """Passes commands on to a server, and its replies back."""
 
-    def __init__(self, test, server, command, reply):
-        self.server, self.command, self.reply = server, command, reply
+    def __init__(self, test, server):
+        self.server = server
         self.address = own_address()
-        self.cuts = 0
         self.listener = serve_each((self.address, 21), self.session)
         test.addCleanup(self.listener.close)
 
     def session(self, client):
         with client, socket.create_connection((self.server.address, 21)) as upstream:
-            commanded = threading.Event()
-
             def pass_commands():
                 with contextlib.suppress(OSError):  # that the host has gone
                     for line in client.makefile("rb"):
-                        if line.startswith(self.command):
-                            commanded.set()
-                        upstream.sendall(line)
+                        if not self.answers(line, client):
+                            upstream.sendall(line)
 
             threading.Thread(target=pass_commands, daemon=True).start()
             for line in upstream.makefile("rb"):
-                if commanded.is_set() and line.startswith(self.reply):
-                    self.cuts += 1
+                if self.cuts_at(line):
                     client.shutdown(socket.SHUT_RDWR)
                     upstream.shutdown(socket.SHUT_RDWR)
                     return
                 client.sendall(line)
+
+    def answers(self, command, client):
+        """Whether it answers a command itself."""
+        return False
+
+    def cuts_at(self, reply):
+        """Whether it drops the connection in the place of a reply."""
+        return False
+
+
+class CuttingProxy(Proxy):
+    """Drops the connection at the reply that follows a command."""
+
+    def __init__(self, test, server, command, reply):
+        self.command, self.reply = command, reply
+        self.commanded = False
+        self.cuts = 0
+        super().__init__(test, server)
+
+    def answers(self, command, client):
+        self.commanded = self.commanded or command.startswith(self.command)
+        return False
+
+    def cuts_at(self, reply):
+        cuts = self.commanded and reply.startswith(self.reply)
+        self.cuts += cuts
+        self.commanded = self.commanded and not cuts
+        return cuts
+
+
+class TimelessProxy(Proxy):
+    """Makes a server one that knows no MDTM."""
+
+    def answers(self, command, client):
+        is_asked = command.startswith(b"MDTM")
+        if is_asked:
+            client.sendall(b"502 MDTM not implemented.\r\n")
+        return is_asked
 
 
 class FtpHostTest(ServerHostTest):

@@ -7,7 +7,7 @@ import subprocess
 import threading
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD, own_address
+from ftp import CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy, own_address
 from support import Holder, WAITING, files_below, finish, run, slow, start
 
 MB = 1 << 20
@@ -89,11 +89,12 @@ class InterruptionTest(FtpHostTest):
         self.assert_next_cycle_delivers()
 
     def test_the_connection_drops_at_each_step_of_a_file(self):
-        for side, command, reply in ((self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
-                                     (self.field, b"LIST", b"150"), (self.enterprise, b"LIST", b"226"),
-                                     (self.enterprise, b"RETR", b"226"), (self.enterprise, b"DELE", b"250")):
+        steps = ((self.field, b"LIST", b"150"), (self.field, b"STOR", b"150"), (self.field, b"STOR", b"226"),
+                 (self.field, b"STOR", b"150 Here"),  # the list in which the packet is looked up
+                 (self.enterprise, b"LIST", b"226"), (self.enterprise, b"RETR", b"226"), (self.enterprise, b"DELE", b"250"))
+        for number, (side, command, reply) in enumerate(steps):
             with self.subTest(side=side.name, command=command, reply=reply):
-                self.put(self.field, f"{side.name}{command.decode()}{reply.decode()}.mdb", content=os.urandom(200_000))
+                self.put(self.field, f"{number}.mdb", content=os.urandom(200_000))
                 if side is self.enterprise:
                     self.assert_run(self.field)
                 proxy = CuttingProxy(self, self.server, command, reply)
@@ -135,6 +136,18 @@ class AwkwardServerTest(FtpHostTest):
         whole = path.read_bytes()
         self.assert_run(self.enterprise)
         self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), whole)
+
+
+    def test_the_newest_form_is_delivered_also_where_only_the_list_tells_times(self):
+        self.enterprise.change("server", TimelessProxy(self, self.server).address)
+        for encoder, name, minutes in (("zip", "a.mdb.afz", 10), ("none", "a.mdb", 0)):
+            self.field.change("encoder", encoder)
+            newest = self.send("a.mdb")
+            path = self.to_enterprise / name
+            written = path.stat().st_mtime - 60 * minutes  # lists tell no seconds
+            os.utime(path, (written, written))
+        self.assertIn("a newer version has arrived", self.assert_run(self.enterprise, 1).output)
+        self.assertEqual((self.enterprise.inbox / "a.mdb").read_bytes(), newest)
 
 
 class LoginTest(FtpHostTest):

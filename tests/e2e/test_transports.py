@@ -67,6 +67,14 @@ class Cases:
             if others:
                 self.assert_received()
 
+    def test_a_newer_version_in_other_letters_replaces_one_that_waits(self):
+        self.send("PLAN.MDB")
+        newer = self.send("plan.mdb")
+        self.assert_run(self.enterprise)
+        plan, = self.enterprise.inbox.iterdir()
+        self.assertEqual(plan.read_bytes(), newer)
+        self.assertEqual(files_below(self.field.send) | files_below(self.remote), {})
+
     def test_a_packet_takes_the_place_of_no_folder(self):
         self.offer("SUB/a.mdb", b"waits")
         expected = files_below(self.to_enterprise)

@@ -3,6 +3,8 @@
 
 #include "base/File.h"
 #include "base/Text.h"
+#include "base/WindowsTime.h"
+#include "common/FtpReply.h"
 #include "ftp/FtpTransfer.h"
 #include "tests/win/library/FtpTest.h"
 
@@ -105,9 +107,9 @@ TEST_F(FtpTransferTest, AReplyInThePlaceOfAListTellsWhetherThereIsNothing) {
                                                           L"\r\nFolder: out/\r\n450 /mnt/share: No such file "
                                                           L"or directory"));
     temp.File(L"send\\a.mdb");
-    search("450 a.mdb: no such file");
+    server.afterPut = [&] { search("450 a.mdb: no such file"); };
     EXPECT_THAT(FailToSend(), Contains(Tells(L"took file a.mdb but does not list it")));
-    search("450 Busy");
+    server.afterPut = [&] { search("450 Busy"); };
     EXPECT_THAT(FailToSend(), Contains(Tells(L"file a.mdb was transported to the FTP server.\r\n" + why +
                                              L"\r\n450 Busy")));
     server.files["/out/b.mdb"] = "1";
@@ -182,10 +184,13 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
     const auto failed = Reported(L"clsFTPSndRcv.cls.SendLocalFile",
                                  L"Failed occurred while transmiting file a.mdb to the FTP server.");
     temp.File(L"send\\a.mdb");
-    server.Fail("Find", {ERROR_NO_MORE_FILES});
+    const auto failToFind = [&](DWORD error) {
+        server.afterPut = [&, error] { server.Fail("Find", {error}); };
+    };
+    failToFind(ERROR_NO_MORE_FILES);
     EXPECT_THAT(FailToSend(),
                 ElementsAre(Tells(L"The FTP server took file a.mdb but does not list it"), failed));
-    server.Fail("Find", {kLost});
+    failToFind(kLost);
     EXPECT_THAT(
         FailToSend(),
         ElementsAre(Reported(L"clsFTPSndRcv.cls.RemoteFileExists",
@@ -193,7 +198,7 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
                                  ErrorText(kLost)),
                     failed));
     EXPECT_TRUE(temp.Exists(L"send\\a.mdb"));
-    server.Fail("Find", {ERROR_SUCCESS});
+    failToFind(ERROR_SUCCESS);
     EXPECT_TRUE(Send()) << "no handle, but no error either: the file counts as present";
     EXPECT_THAT(temp.Files(L"send"), IsEmpty());
 }
@@ -201,6 +206,7 @@ TEST_F(FtpTransferTest, ASourceIsDeletedOnlyAfterItsCopyWasSeen) {
 TEST_F(FtpTransferTest, ASentFileThatIsShorterOnTheServerIsNotSent) {
     temp.File(L"send\\a.mdb", "content");
     server.files["/in/A.mdb"] = "another";
+    server.Fail("Rename", std::vector<DWORD>(9, ERROR_INTERNET_EXTENDED_ERROR));  // it stays beside
     server.afterPut = [&] { server.files["/in/a.mdb"].resize(3); };
     EXPECT_THAT(FailToSend(), ElementsAre(Tells(L"lists file a.mdb with 3 bytes, but here it has 7 bytes."),
                                           Tells(L"Failed occurred while transmiting file a.mdb")));
@@ -240,6 +246,31 @@ TEST_F(FtpTransferTest, ANameThatAServerTakesForAPatternIsFoundAndNoOtherInItsPl
     EXPECT_TRUE(temp.Exists(L"send\\my plan.mdb"));
     server.listing = {{"my_plan.mdb", 0, 3}, {"MY PLAN.MDB", 0, 2}};
     EXPECT_TRUE(Send()) << "in the case that the server gives it";
+}
+
+TEST_F(FtpTransferTest, AVersionInOtherLettersTakesThePlaceOfTheOneThatWaits) {
+    const auto sendAll = [&](std::map<std::string, std::string> there, const auto&... names) {
+        server.files = std::move(there);
+        (temp.File(std::wstring(L"send\\") + names, "new"), ...);
+        EXPECT_TRUE(Send());
+        EXPECT_THAT(temp.Files(L"send"), IsEmpty());
+        return server.files;
+    };
+    EXPECT_THAT(
+        sendAll({{"/in/A.MDB", "old"}, {"/in/SUB/B.mdb", "old"}, {"/in/c", "else"}}, L"a.mdb", L"sub\\b.mdb"),
+        ElementsAre(Pair("/in/SUB/b.mdb", "new"), Pair("/in/a.mdb", "new"), Pair("/in/c", "else")));
+    server.Fail("Rename", {ERROR_INTERNET_EXTENDED_ERROR});
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}}, L"a.mdb"),
+                ElementsAre(Pair("/in/A.MDB", "old"), Pair("/in/a.mdb", "new")));
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}, {"/in/a.mdb", "old"}}, L"a.mdb"),
+                ElementsAre(Pair("/in/A.MDB", "old"), Pair("/in/a.mdb", "new")))
+        << "which of the two is newer, nobody knows";
+    server.listing = {{"A.MDB", FILE_ATTRIBUTE_DIRECTORY}};
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "of a folder"}}, L"a.mdb"),
+                Contains(Pair("/in/A.MDB", "of a folder")));
+    server.listing.reset();
+    server.Fail("Find", {kLost});
+    EXPECT_THAT(sendAll({{"/in/A.MDB", "old"}}, L"a.mdb"), Contains(Pair("/in/a.mdb", "new")));
 }
 
 TEST(ListedSize, MayBeUnknownOrOfFewerBits) {
@@ -412,6 +443,53 @@ TEST_F(FtpTransferTest, AServerThatTellsSizeAndTimeIsNotAskedForItsListAgain) {
     server.afterGet = [&] { server.Fail("Find", {kLost}); };
     EXPECT_TRUE(Receive());
     EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "another version!!");
+}
+
+TEST_F(FtpTransferTest, WhatReplacesAPacketWhileItIsBroughtToTheDiskStaysOnTheServer) {
+    server.tellsStatus = true;
+    server.files["/out/a.mdb"] = "older";
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    bool isOnDisk = false;
+    server.atCommand = [&](const std::string& command) {
+        for (const std::wstring& file : temp.Files(L"receive")) {
+            const auto version = FileSystem::VersionOf(temp / (L"receive\\" + file));
+            const auto written = TimeIn(L"20250102030405");
+            // The last step before a file is flushed.
+            if (command.starts_with("SIZE")) isOnDisk = base::FromWindowsTime(version->lastWrite) == written;
+            if (file != L"a.mdb") continue;
+            server.files["/out/a.mdb"] = "newer";
+            server.lastWrites["/out/a.mdb"] = "20250102030406";
+        }
+    };
+    EXPECT_THAT(FailToReceive(), ElementsAre(Tells(L"a.mdb was replaced on the FTP server")));
+    EXPECT_TRUE(isOnDisk);
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "older") << "whole, and the server has no other copy";
+    EXPECT_THAT(server.files, ElementsAre(Pair("/out/a.mdb", "newer")));
+    EXPECT_TRUE(Receive());
+    EXPECT_EQ(temp.Content(L"receive\\a.mdb"), "newer");
+    EXPECT_THAT(server.files, IsEmpty());
+}
+
+TEST_F(FtpTransferTest, WhatAServerListsTellsTheTimeOfAPacketWhereNothingElseDoes) {
+    using std::chrono::days;
+    const auto start = base::Now();
+    const auto listedAs = [&](FILETIME time) {
+        server.files["/out/a.mdb"] = "1";
+        server.listing = {{"a.mdb", FILE_ATTRIBUTE_NORMAL, 1, time}};
+        EXPECT_TRUE(Receive());
+        return base::FromWindowsTime(FileSystem::VersionOf(temp / L"receive\\a.mdb")->lastWrite);
+    };
+    for (const days age : {days(0), days(100), days(1000), days(-1), days(-100)})  // by another clock
+        EXPECT_EQ(listedAs(base::ToWindowsTime(start - age)), start - age);
+    for (const days ahead : {days(364), days(190)}) {  // of last year, which lists leave out
+        const auto day = std::chrono::floor<days>(start + ahead);
+        const std::chrono::sys_days yearBefore = std::chrono::year_month_day(day) - std::chrono::years(1);
+        EXPECT_EQ(listedAs(base::ToWindowsTime(start + ahead)), yearBefore + (start + ahead - day));
+    }
+    EXPECT_GE(listedAs({}), start) << "not listed: when it came";
+    server.tellsStatus = true;
+    server.lastWrites["/out/a.mdb"] = "20250102030405";
+    EXPECT_EQ(listedAs(base::ToWindowsTime(start)), TimeIn(L"20250102030405")) << "to the second";
 }
 
 TEST_F(FtpTransferTest, ALocalFileInTheWayEndsTheTransfer) {

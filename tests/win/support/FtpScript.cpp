@@ -92,6 +92,7 @@ BOOL HandOut(WIN32_FIND_DATAA* found) {
     g_found.front().name.copy(found->cFileName, sizeof found->cFileName - 1);
     found->dwFileAttributes = g_found.front().attributes;
     found->nFileSizeLow = g_found.front().size;
+    found->ftLastWriteTime = g_found.front().lastWrite;
     g_found.erase(g_found.begin());
     return TRUE;
 }
@@ -229,10 +230,21 @@ BOOL WINAPI Delete(HINTERNET connection, LPCSTR name) {
     return Refuse("550 No such file.\r\n");
 }
 
+BOOL WINAPI Rename(HINTERNET connection, LPCSTR from, LPCSTR to) {
+    if (!Succeed("Rename", connection)) return FALSE;
+    auto file = g_script->files.extract(PathOf(from));
+    if (file.empty()) return Refuse("550 No such file.\r\n");
+    g_script->files.erase(PathOf(to));
+    file.key() = PathOf(to);
+    g_script->files.insert(std::move(file));
+    return TRUE;
+}
+
 BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command, DWORD_PTR, HINTERNET*) {
     EXPECT_FALSE(expectData);
     if (!Succeed("Command", connection)) return FALSE;
     const std::string text = command;
+    g_script->atCommand(text);
     if (text == "TYPE I") return g_binary = true;
     const auto file = g_script->files.find(PathOf(text.substr(5)));
     const bool asksSize = text.starts_with("SIZE ");
@@ -249,7 +261,7 @@ BOOL WINAPI Command(HINTERNET connection, BOOL expectData, DWORD, LPCSTR command
 FtpScript::FtpScript() : m_real(WinInet()) {
     g_script = this;
     WinInet() = {&Open,      &SetOption, &QueryOption, &Connect, &Close, &FindNext, &LastResponse, &SetFolder,
-                 &GetFolder, &Create,    &Find,        &Get,     &Put,   &Delete,   &Command};
+                 &GetFolder, &Create,    &Find,        &Get,     &Put,   &Delete,   &Rename,       &Command};
 }
 
 FtpScript::~FtpScript() {

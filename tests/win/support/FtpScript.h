@@ -20,6 +20,7 @@ struct RemoteEntry {
     std::string name;
     DWORD attributes = FILE_ATTRIBUTE_NORMAL;
     DWORD size = 0;
+    FILETIME lastWrite{};
 };
 
 /// While it exists, the library's FTP calls end here. Handles that are closed twice, or used without being
@@ -51,7 +52,8 @@ public:
     std::function<void()> afterPut = [] {};       ///< what happens once a file was sent
     std::function<void()> afterGet = [] {};       ///< what happens once a file was received
     std::function<void()> afterEntering = [] {};  ///< what happens once a folder was entered
-    std::function<void()> failedPut = [] {};      ///< what happens before a put fails
+    std::function<void(const std::string&)> atCommand = [](const std::string&) {};  ///< before it is done
+    std::function<void()> failedPut = [] {};  ///< what happens before a put fails
 
     std::vector<std::string> logins;  ///< "agent: user:password@server" of each attempt
     std::map<DWORD, DWORD> options;   ///< of the session
