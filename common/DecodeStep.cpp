@@ -5,6 +5,7 @@
 
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/Undo.h"
 #include "common/modMain.h"
@@ -51,8 +52,11 @@ DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutS
       m_backup(m_outputFile + L"_bck") {}
 
 bool DecodeStep::Run() const {
+    if (FileSystem::FileIsThere(m_outputFile)) {
+        FileSystem::RefuseShortName(m_outputFile);
+        if (!MakeRoomForOutput()) return false;
+    }
     // A file of the name is the program's output from here on.
-    if (FileSystem::FileIsThere(m_outputFile) && !MakeRoomForOutput()) return false;
     if (!MakeOutput(Self(), m_outputFile, m_backup, [this] { return Decode(); })) return false;
     if (FileSystem::FileExists(m_backup)) FileSystem::DeleteFile(m_backup);
     return true;

@@ -254,6 +254,19 @@ TEST_F(DecodeTest, NothingRunsWhileThePreviousOutputCannotBeMoved) {
                            kAdvice)));
 }
 
+TEST_F(DecodeTest, NothingIsDecodedUnderTheShortNameOfAnotherFile) {
+    temp.File(L"a week of work.mdb", "a week of work");
+    const std::wstring name = temp.ShortName(L"a week of work.mdb");
+    if (name == L"a week of work.mdb") GTEST_SKIP() << "needs a volume that keeps short names";
+    temp.File(name + L"_bck", "of an earlier run");
+    EXPECT_FALSE(Decode(name));
+    EXPECT_FALSE(children.WasStarted());
+    EXPECT_THAT(framework.TakeLog(),
+                ElementsAre(AllOf(Reported(kDecode), Tells(name + L" is the short name of another file"))));
+    EXPECT_EQ(temp.Content(L"a week of work.mdb"), "a week of work");
+    EXPECT_TRUE(temp.Exists(name + L"_bck"));
+}
+
 TEST_F(DecodeTest, ABackupThatCannotBeDeletedCostsThePreviousOutput) {
     temp.File(L"x.mdb", "previous");
     temp.File(L"x.mdb_bck", "stale");
