@@ -193,6 +193,20 @@ TEST_F(DecodeTest, EveryFailureOfTheCommandBringsThePreviousOutputBack) {
     expectFailure(L"Decoding failed for output file T:\\x.mdb");
 }
 
+TEST_F(DecodeTest, WhatAppearsWhileADecoderExceedsItsTimeIsKept) {
+    temp.File(L"x.mdb", "previous");
+    for (const wchar_t* saved : {L"an hour of edits", L"more edits"}) {
+        children.Script(L"write T:\\x.mdb*" + std::wstring(saved) + L"|await never");
+        EXPECT_FALSE(Decode(L"x.mdb", 1));
+        EXPECT_EQ(Files(), "previous");
+        EXPECT_EQ(temp.Content(L"x.mdb_late"), "an hour of edits");
+        EXPECT_THAT(framework.TakeLog(), Contains(Tells(L"Command timed out")));
+    }
+    FileSystem::TryDelete(temp / L"x.mdb_late");
+    EXPECT_FALSE(Decode(L"x.mdb", 1));
+    EXPECT_THAT(framework.TakeLog(), Contains(Tells(L"is in T:\\x.mdb_late now", ZN_EVENTLOG_WARNING_TYPE)));
+}
+
 TEST_F(DecodeTest, ALogThatFailsCostsNoPreviousOutput) {
     temp.File(L"x.mdb", "previous");
     framework.logResult = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
