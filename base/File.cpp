@@ -9,6 +9,8 @@
 
 #include "base/FileSystem.h"
 #include "base/Persistence.h"
+#include "base/RollBack.h"
+#include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/WindowsTime.h"
 
@@ -223,13 +225,15 @@ DWORD File::Rename(const std::wstring& path, OtherFile other) {
     // Zeros stand behind the name: the system looks for its end as well as for its length.
     std::vector<std::uint64_t> buffer((sizeof(FILE_RENAME_INFO) + bytes) / sizeof(std::uint64_t) + 1);
     auto* const info = new (buffer.data()) FILE_RENAME_INFO{};
-    info->ReplaceIfExists = other == OtherFile::IsReplaced;
     info->FileNameLength = static_cast<DWORD>(bytes);
     target.copy(info->FileName, target.size());
-    const DWORD error = Persistently(target, [&] {
+    const auto rename = [&](bool replaces) {
+        info->ReplaceIfExists = replaces;
         return SetFileInformationByHandle(Handle(), FileRenameInfo, info,
-                                          static_cast<DWORD>(buffer.size() * sizeof buffer.front()));
-    });
+                                          static_cast<DWORD>(buffer.size() * sizeof buffer.front())) != FALSE;
+    };
+    const DWORD error = other == OtherFile::IsReplaced ? FileSystem::RenameReplacing(path, rename)
+                                                       : Persistently(target, [&] { return rename(false); });
     if (error == ERROR_SUCCESS) m_path = path;
     return error;
 }
@@ -238,8 +242,9 @@ DWORD File::Rename(const std::wstring& path, OtherFile other) {
 DWORD File::TakeName(const std::wstring& path, OtherFile other) {
     // Renamed all the same it would go under its new name, and its source is deleted next.
     if (!SetRemovedWhenClosed(Handle(), false) && m_isRemovedWhenClosed) return GetLastError();
+    RollBack transient([&] { RemoveWhenClosed(); });
     const DWORD error = Rename(path, other);
-    if (error != ERROR_SUCCESS) RemoveWhenClosed();
+    if (error == ERROR_SUCCESS) transient.Dismiss();
     return error;
 }
 

@@ -64,7 +64,7 @@ public:
     void Truncate(std::uint64_t size);
     /// Brings everything to the disk.
     void Flush();
-    /// What becomes of another file whose name is taken.
+    /// What becomes of another file whose name is taken. Where that is its short one, it is thrown.
     enum class OtherFile { Stays, IsReplaced };
     /// Gives a transient file its final name, with which it outlives the process. Returns why not; then it is
     /// transient still.

@@ -12,6 +12,7 @@
 #include "base/Path.h"
 #include "base/Persistence.h"
 #include "base/RollBack.h"
+#include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/WriteBlock.h"
@@ -26,8 +27,9 @@ using base::SystemError;
 DWORD Replace(const std::wstring& source, const std::wstring& destination) {
     const std::wstring target = Extended(destination);
     return base::WithoutProtection(target, [&] {
-        return base::Persistently(target, [&] {
-            return MoveFileExW(Extended(source).c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING);
+        return RenameReplacing(destination, [&](bool replaces) {
+            const DWORD flags = replaces ? MOVEFILE_REPLACE_EXISTING : 0;
+            return MoveFileExW(Extended(source).c_str(), target.c_str(), flags) != FALSE;
         });
     });
 }
@@ -150,12 +152,11 @@ void CopyReplacing(const std::wstring& source, const std::wstring& destination, 
 void CopyReplacing(const File& source, const std::wstring& destination, const std::function<bool()>& goOn,
                    Where where) {
     File arrival = Arrive(source, destination, goOn, where);
+    base::RollBack removal([&] { arrival.Discard(); });
     const DWORD error = base::WithoutProtection(
         Extended(destination), [&] { return arrival.TakeName(destination, File::OtherFile::IsReplaced); });
-    if (error != ERROR_SUCCESS) {
-        arrival.Discard();
-        throw SystemError(error, "replace", Way(source.Path(), destination), where);
-    }
+    if (error != ERROR_SUCCESS) throw SystemError(error, "replace", Way(source.Path(), destination), where);
+    removal.Dismiss();
     // Also the name: who copies deletes the source next. On one volume, journals keep that order.
     if (!AreOnOneDrive(source.Path(), destination)) arrival.Flush();
 }

@@ -5,6 +5,7 @@
 
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
+#include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/Undo.h"
 #include "common/modMain.h"
@@ -48,25 +49,49 @@ DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutS
       m_command(std::move(command)),
       m_timeoutSeconds(timeoutSeconds),
       m_outputFile(std::move(outputFile)),
-      m_backup(m_outputFile + L"_bck") {}
+      m_backup(m_outputFile + L"_bck"),
+      m_late(m_outputFile + L"_late") {}
 
 bool DecodeStep::Run() const {
+    if (FileSystem::FileIsThere(m_outputFile)) {
+        FileSystem::RefuseShortName(m_outputFile);
+        if (!MakeRoomForOutput()) return false;
+    }
     // A file of the name is the program's output from here on.
-    if (FileSystem::FileIsThere(m_outputFile) && !MakeRoomForOutput()) return false;
-    if (!MakeOutput(Self(), m_outputFile, m_backup, [this] { return Decode(); })) return false;
+    bool isLate = false;
+    const bool isMade = MakeOutput(Self(), m_outputFile, m_backup, [&] { return Decode(isLate); });
+    if (isLate)
+        Self().Report(L"While its decoder exceeded its time, a file appeared as " + m_outputFile +
+                          L": a part of the packet, or what somebody has saved. It is in " + m_late +
+                          L" now.",
+                      ZN_EVENTLOG_WARNING_TYPE);
+    if (!isMade) return false;
     if (FileSystem::FileExists(m_backup)) FileSystem::DeleteFile(m_backup);
     return true;
 }
 
 /// Says why there is no output; empty when there is.
-std::wstring DecodeStep::Decode() const {
-    if (!DoShellCmd(m_command, m_timeoutSeconds, true, m_program))
+std::wstring DecodeStep::Decode(bool& isLate) const {
+    if (!DoShellCmd(m_command, m_timeoutSeconds, true, m_program)) {
+        isLate = KeepLateOutput();
         return Lines(L"Command: " + m_command, L"Command timed out");
+    }
     if (!FileSystem::FileExists(m_outputFile)) return L"Decoding failed for output file " + m_outputFile;
     if (FileSystem::FileSize(m_outputFile) == 0)
         return L"Output file " + m_outputFile +
                L" is zero length. Check that the decoder input files are compatible with each other.";
     return {};
+}
+
+/// Takes what is to be removed next out of the way. One such file is kept, and not another one with each
+/// attempt: decoders that write under the output's name leave a part each time.
+bool DecodeStep::KeepLateOutput() const try {
+    const auto version = FileSystem::VersionOf(m_outputFile);
+    if (!version || version->size == 0) return false;
+    FileSystem::MoveFile(m_outputFile, m_late);
+    return true;
+} catch (const base::Error&) {
+    return false;
 }
 
 /// Takes a previous output file out of the decoder's way. True when its name is free.

@@ -9,8 +9,9 @@
 #include "common/Report.h"
 
 /// Runs a command that decodes a packet into OutputFile. A previous file of that name is kept as OutputFile &
-/// "_bck" until the new one is there in full, and comes back when the command fails. False when no non-empty
-/// output file was made in time; every failure is reported, or thrown where it leaves files in doubt.
+/// "_bck" until the new one is there in full, and comes back when the command fails. What lies under the name
+/// when the time is over is kept as OutputFile & "_late". False when no non-empty output file was made in
+/// time; every failure is reported, or thrown where it leaves files in doubt.
 class DecodeStep {
 public:
     /// program: as clsShell's.
@@ -21,13 +22,15 @@ public:
 private:
     bool MakeRoomForOutput() const;
     bool RenameToBackup() const;
-    std::wstring Decode() const;
+    std::wstring Decode(bool& isLate) const;
+    bool KeepLateOutput() const;
 
     std::wstring m_program;
     std::wstring m_command;
     LONG m_timeoutSeconds;
     std::wstring m_outputFile;
     std::wstring m_backup;
+    std::wstring m_late;
 };
 
 /// Makes a file whose previous version, if there is one, waits as a backup. make: says why it could not;

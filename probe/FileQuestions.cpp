@@ -205,13 +205,49 @@ std::wstring LongPath(const Folder& folder) try {
     return ErrorAnswer(error.Code());
 }
 
-std::wstring ShortName(const Folder& folder) {
+/// Its own name where it has no other.
+std::wstring ShortNameOf(const std::wstring& path) {
+    std::array<wchar_t, MAX_PATH> buffer{};
+    if (GetShortPathNameW(path.c_str(), buffer.data(), buffer.size()) == 0)
+        base::ThrowWin32(GetLastError(), path);
+    return Path::FileName(buffer.data());
+}
+
+std::wstring ShortName(const Folder& folder) try {
     // No code page has both.
     const std::wstring path = folder.NewFile(L"\u6F22\u05D0.tmp");
-    std::array<wchar_t, MAX_PATH> buffer{};
-    if (GetShortPathNameW(path.c_str(), buffer.data(), buffer.size()) == 0) return Outcome(false);
-    const std::wstring name = Path::FileName(buffer.data());
+    const std::wstring name = ShortNameOf(path);
     return name == Path::FileName(path) ? L"none" : name;
+} catch (const base::SystemError& error) {
+    return ErrorAnswer(error.Code());
+}
+
+/// The path of a new file by its short name.
+std::wstring NewFileWithShortName(const Folder& folder, const wchar_t* name) {
+    const std::wstring shortName = ShortNameOf(folder.NewFile(name));
+    if (shortName == name) throw NoOccasion{L"the volume keeps no short names"};
+    return folder / shortName.c_str();
+}
+
+std::wstring FoundByShortName(const Folder& folder) {
+    constexpr auto kName = L"a name to be found.tmp";
+    const std::wstring path = NewFileWithShortName(folder, kName);
+    WIN32_FIND_DATAW found{};
+    const base::SearchHandle search(FindFirstFileW(path.c_str(), &found));
+    if (!search) return Outcome(false);
+    const bool both = found.cFileName == std::wstring(kName) &&
+                      base::EqualsIgnoringCase(found.cAlternateFileName, Path::FileName(path));
+    return both ? L"both names" : std::wstring(found.cFileName) + L", " + found.cAlternateFileName;
+}
+
+std::wstring MoveOverShortName(const Folder& folder) {
+    constexpr auto kName = L"a name to be replaced.tmp";
+    const std::wstring path = NewFileWithShortName(folder, kName);
+    const std::uint64_t size = FileSystem::FileSize(folder / kName);
+    const std::wstring source = folder.NewFile(L"replaces", 1);
+    if (!MoveFileExW(source.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) return Outcome(false);
+    const auto left = FileSystem::VersionOf(folder / kName);
+    return left && left->size == size ? L"leaves the other file" : L"replaces the other file";
 }
 
 std::wstring FreeSpace(const Folder& folder) {
@@ -258,6 +294,8 @@ std::vector<Question> FileQuestions(const std::wstring& path) {
         {L"Names that differ in case", L"one file", [=] { return OtherCase(folder); }},
         {L"A path of more than 500 characters", L"done", [=] { return LongPath(folder); }},
         {L"The short name of one outside the code page", kAny, [=] { return ShortName(folder); }},
+        {L"What a search for a short name finds", L"both names", [=] { return FoundByShortName(folder); }},
+        {L"Moving over the short name of another file", kAny, [=] { return MoveOverShortName(folder); }},
         {L"The free space", L"done", [=] { return FreeSpace(folder); }},
         {L"The process's counters count what is written", L"yes", [=] { return CountsWritten(folder); }},
         {L"Deleting the folder with all of that", L"done", [=] { return Delete(folder); }},

@@ -6,6 +6,7 @@
 #include "base/FileMoves.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
+#include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/Text.h"
 #include "base/Undo.h"
@@ -242,7 +243,10 @@ clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, 
     const std::wstring previous = target + L"_bak";
     if (FileSystem::FileExists(previous)) return MoveBeside(member, file, target, previous);
     const bool replaces = FileSystem::FileExists(target);
-    if (replaces) FileSystem::MoveFile(target, previous);
+    if (replaces) {
+        FileSystem::RefuseShortName(target);
+        FileSystem::MoveFile(target, previous);
+    }
     base::DoOrUndo([&] { FileSystem::MoveFile(file, target); },
                    [&] {
                        if (replaces) FileSystem::MoveFile(previous, target);

@@ -115,6 +115,16 @@ class ObstacleTest(HostTest):
         self.assertEqual(outcome.output.count("receive.refused"), 2, outcome)
         self.assert_nothing_lost()
 
+    def test_a_packet_that_has_the_short_name_of_another_file(self):
+        other = self.enterprise.inbox / "survey-2026.mdb"
+        other.write_bytes(b"a week of work")
+        self.send("SURV~VNE.MDB")  # what Wine makes of that
+        self.assert_trouble(self.enterprise, {("in", "SURV~VNE.MDB"): "not delivered"},
+                            log="SURV~VNE.MDB is the short name of another file, survey-2026.mdb.")
+        self.assertEqual(other.read_bytes(), b"a week of work")
+        other.rename(other.with_name("survey.mdb"))
+        self.assert_next_cycle_delivers()
+
     def test_an_older_file_that_cannot_be_removed(self):
         older = self.enterprise.inbox / "a.mdb"
         older.write_bytes(b"older")

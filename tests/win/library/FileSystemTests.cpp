@@ -124,6 +124,26 @@ TEST_F(Files, AMoveToAnotherVolumeIsWholeOrNotThere) {
     EXPECT_THAT(temp.Files(), IsEmpty());
 }
 
+TEST_F(Files, NothingTakesTheShortNameOfAnotherFile) {
+    temp.File(L"a week of work.mdb", "a week of work");
+    const std::wstring name = temp.ShortName(L"a week of work.mdb");
+    if (name == L"a week of work.mdb") GTEST_SKIP() << "needs a volume that keeps short names";
+    const std::wstring source = temp.File(L"source", "packet");
+    const std::wstring taken = temp / name;
+    const auto expectRefusal = [&](const std::function<void()>& replace) {
+        EXPECT_THAT(WhyThrown(replace),
+                    StartsWith(taken + L" is the short name of another file, a week of work.mdb. "));
+        EXPECT_EQ(temp.Content(L"a week of work.mdb"), "a week of work");
+        EXPECT_THAT(temp.Files(), ElementsAre(L"a week of work.mdb", L"source"));
+    };
+    expectRefusal([&] { FileSystem::MoveReplacing(source, taken); });
+    expectRefusal([&] { FileSystem::CopyReplacing(source, taken); });
+    expectRefusal([&] { FileSystem::WriteBlock(source).MoveReplacing(taken); });
+    temp.File(L"A WEEK OF WORK.mdb", "newer");
+    FileSystem::MoveReplacing(source, temp / L"A Week of Work.MDB");
+    EXPECT_EQ(temp.Content(L"a week of work.mdb"), "packet");
+}
+
 TEST_F(Files, AFolderOfWhichTheSystemTellsNothingIsNoEmptyOne) {
     EXPECT_THAT(base::FilesBelow(temp / L"missing"), IsEmpty());
     const std::wstring unknown = temp / L"a*b";

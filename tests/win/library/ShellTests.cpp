@@ -193,6 +193,20 @@ TEST_F(DecodeTest, EveryFailureOfTheCommandBringsThePreviousOutputBack) {
     expectFailure(L"Decoding failed for output file T:\\x.mdb");
 }
 
+TEST_F(DecodeTest, WhatAppearsWhileADecoderExceedsItsTimeIsKept) {
+    temp.File(L"x.mdb", "previous");
+    for (const wchar_t* saved : {L"an hour of edits", L"more edits"}) {
+        children.Script(L"write T:\\x.mdb*" + std::wstring(saved) + L"|await never");
+        EXPECT_FALSE(Decode(L"x.mdb", 1));
+        EXPECT_EQ(Files(), "previous");
+        EXPECT_EQ(temp.Content(L"x.mdb_late"), "an hour of edits");
+        EXPECT_THAT(framework.TakeLog(), Contains(Tells(L"Command timed out")));
+    }
+    FileSystem::TryDelete(temp / L"x.mdb_late");
+    EXPECT_FALSE(Decode(L"x.mdb", 1));
+    EXPECT_THAT(framework.TakeLog(), Contains(Tells(L"is in T:\\x.mdb_late now", ZN_EVENTLOG_WARNING_TYPE)));
+}
+
 TEST_F(DecodeTest, ALogThatFailsCostsNoPreviousOutput) {
     temp.File(L"x.mdb", "previous");
     framework.logResult = HRESULT_FROM_WIN32(ERROR_DISK_FULL);
@@ -252,6 +266,19 @@ TEST_F(DecodeTest, NothingRunsWhileThePreviousOutputCannotBeMoved) {
                            L" to delete the existing output file instead."),
                     warned(L"Decode output file T:\\x.mdb already exists and couldn't be renamed or deleted.",
                            kAdvice)));
+}
+
+TEST_F(DecodeTest, NothingIsDecodedUnderTheShortNameOfAnotherFile) {
+    temp.File(L"a week of work.mdb", "a week of work");
+    const std::wstring name = temp.ShortName(L"a week of work.mdb");
+    if (name == L"a week of work.mdb") GTEST_SKIP() << "needs a volume that keeps short names";
+    temp.File(name + L"_bck", "of an earlier run");
+    EXPECT_FALSE(Decode(name));
+    EXPECT_FALSE(children.WasStarted());
+    EXPECT_THAT(framework.TakeLog(),
+                ElementsAre(AllOf(Reported(kDecode), Tells(name + L" is the short name of another file"))));
+    EXPECT_EQ(temp.Content(L"a week of work.mdb"), "a week of work");
+    EXPECT_TRUE(temp.Exists(name + L"_bck"));
 }
 
 TEST_F(DecodeTest, ABackupThatCannotBeDeletedCostsThePreviousOutput) {

@@ -333,6 +333,17 @@ TEST_F(Transporter, AFailedDeliveryPutsThePreviousFileBack) {
     EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\x.xml"));
 }
 
+TEST_F(Transporter, NoPacketTakesTheShortNameOfAnotherFile) {
+    temp.File(L"inbox\\a week of work.xml", "a week of work");
+    const std::wstring name = temp.ShortName(L"inbox\\a week of work.xml");
+    if (name == L"a week of work.xml") GTEST_SKIP() << "needs a volume that keeps short names";
+    temp.File(L"receive\\" + name, "packet");
+    EXPECT_EQ(Deliver(), L"False ");
+    EXPECT_THAT(framework.TakeLog(), ElementsAre(Tells(name + L" is the short name of another file")));
+    EXPECT_EQ(temp.Content(L"inbox\\a week of work.xml"), "a week of work");
+    EXPECT_THAT(temp.Files(), ElementsAre(L"inbox\\a week of work.xml", L"receive\\" + name));
+}
+
 TEST_F(Transporter, WhatHasTheNameOfABackupBlocksNoDeliveryAndStays) {
     temp.File(L"inbox\\x.xml_bak", "old");
     temp.File(L"receive\\x.xml", "new");

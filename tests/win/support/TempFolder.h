@@ -55,6 +55,12 @@ public:
         if (!file) return "(no file)";
         return {std::istreambuf_iterator<char>(file), {}};
     }
+    /// The short name of a file; its own where the volume keeps none.
+    std::wstring ShortName(const std::wstring& name) const {
+        wchar_t path[MAX_PATH];
+        GetShortPathNameW((*this / name).c_str(), path, MAX_PATH);
+        return std::filesystem::path(path).filename();
+    }
     bool Exists(const std::wstring& name) const { return std::filesystem::exists(m_path / name); }
     /// Whether somebody else makes a file before long.
     bool Appears(const std::wstring& name) const {
