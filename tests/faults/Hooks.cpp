@@ -271,6 +271,7 @@ const Hook kHooks[] = {
     FtpGetSystem::HookOf(&HookedFtpGetFileA),
     FtpPutSystem::HookOf(&HookedFtpPutFileA),
     Plain<ZN_NAMED(FtpDeleteFileA), Kind::Change>::Entry(),
+    Plain<ZN_NAMED(FtpRenameFileA), Kind::Change>::Entry(),
     Plain<ZN_NAMED(FtpCreateDirectoryA), Kind::Change>::Entry(),
     Plain<ZN_NAMED(FtpSetCurrentDirectoryA), Kind::Read>::Entry(),
     Plain<ZN_NAMED(FtpGetCurrentDirectoryA), Kind::Read>::Entry(),

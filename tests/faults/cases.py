@@ -45,7 +45,7 @@ ERRORS_OF_SERVERS = (INTERNET_TIMEOUT, INTERNET_EXTENDED_ERROR, INTERNET_CONNECT
 # Calls whose answer can get lost on the way back from a share or a server, after they were carried out.
 ANSWERED = {"CreateDirectoryW", "RemoveDirectoryW", "DeleteFileW", "MoveFileExW", "SetFileInformationByHandle (name)",
             "SetFileInformationByHandle (removal)", "FtpPutFileA", "FtpGetFileA", "FtpDeleteFileA",
-            "FtpCreateDirectoryA", "FtpSetCurrentDirectoryA"}
+            "FtpRenameFileA", "FtpCreateDirectoryA", "FtpSetCurrentDirectoryA"}
 # Calls that a full disk makes fail.
 ROOM = {"CreateFileW", "WriteFile", "SetEndOfFile", "FlushFileBuffers", "CreateDirectoryW", "MoveFileExW"}
 HALVED = {"WriteFile", "FtpPutFileA", "FtpGetFileA"}
