@@ -60,8 +60,8 @@ private:
 /// Moves a file in the place of any other of the destination's name; folders above that are created. Throws a
 /// failure.
 void MoveIntoTree(const std::wstring& source, const std::wstring& destination);
-/// Moves a file back to where it was taken from, folders above included. Throws a failure, also where there is
-/// another one now.
+/// Moves a file back to where it was taken from, folders above included. Throws a failure, also where there
+/// is another one now.
 void PutBack(const std::wstring& source, const std::wstring& destination);
 /// The same, where a failure shows in what still lies at the source.
 void TryPutBack(const std::wstring& source, const std::wstring& destination);
