@@ -64,6 +64,7 @@ private:
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
     std::vector<base::TreeFile> Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
+    void LetDecodersReplace(const std::vector<base::TreeFile>& files) const;
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason);
     bool IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const;
     void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
@@ -265,6 +266,11 @@ void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapsho
     for (const base::TreeFile& file : files)
         m_ledger.NoteReceived(file);
     std::wstring reason = Reason();
+    const Hindrance isProtected = Try([&] {
+        LetDecodersReplace(files);
+        return true;
+    });
+    if (isProtected) reason = *isProtected;
     const std::set<std::wstring> names = DeliverFiles(subFolder, count, reason);
     for (const base::TreeFile& file : files)
         ReportDelivery(file, names, reason);
@@ -274,6 +280,14 @@ void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapsho
 std::vector<base::TreeFile> Cycle::Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
     return m_awaited.HoldBack(
         SetAsideRefusedFiles(ReceivedIn(m_settings, subFolder), m_settings, waiting, m_ledger), m_ledger);
+}
+
+/// Decoding deletes no read-only file: the packet would take its place, and stay to be decoded once more,
+/// over what somebody has made of it meanwhile.
+void Cycle::LetDecodersReplace(const std::vector<base::TreeFile>& files) const {
+    for (const base::TreeFile& file : files)
+        if (const base::TreeFile packet = m_ledger.PacketIn(file); packet.name != file.name)
+            FileSystem::MakeWritable(Path::Join(m_settings.inbox, packet.RelativePath()));
 }
 
 /// Returns the names of the files that arrived, in capitals. reason: becomes that of the last one that did

@@ -62,6 +62,13 @@ class ZipTest(EncoderCase):
         self.assert_run(self.enterprise)
         self.assertEqual(target.read_bytes(), packet)
 
+    def test_a_read_only_file_of_the_inbox_makes_room(self):
+        older = self.put(self.enterprise, "sub/a.mdb", content=b"older", folder=self.enterprise.inbox)
+        self.ledger.clear()
+        older.chmod(0o444)
+        self.deliver("sub/a.mdb")
+        self.assertEqual(files_below(self.enterprise.inbox).keys(), {"sub/a.mdb"})
+
     def test_an_archive_that_holds_more_than_its_packet_replaces_nothing(self):
         other = self.enterprise.inbox / "b.mdb"
         other.write_bytes(b"another packet")
