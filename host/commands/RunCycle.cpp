@@ -56,12 +56,14 @@ std::optional<std::wstring> LeaveUnwritableLog(Settings& settings, const Options
     return error.Text();
 }
 
-void RunOnce(RunRecord& record, const Options& options) {
+/// interrupt: from here on, and until the run is told, the system waits for it before it ends the process.
+void RunOnce(RunRecord& record, const Options& options, std::optional<Interrupt>& interrupt) {
     Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckPrograms});
     const auto logFailure = LeaveUnwritableLog(settings, options);
     if (options.run.inService) CheckNoFtpInService(settings);
     AskNobodyUnseen(settings, options);
     const CycleLock lock(settings);
+    interrupt.emplace();
     const RememberedRun remembered(record, settings);
     try {
         const ComApartment apartment;
@@ -108,16 +110,14 @@ int commands::Run(const Options& options) {
     if (!options.run.every.empty() && !IsOfLoop(options)) return RunSteadily(options);
     // Inherited from the loop.
     if (IsOfLoop(options)) Interrupt::Follow(reinterpret_cast<HANDLE>(options.run.cycle));
-    // Until the run is remembered and told: then the system may end the process.
     std::optional<Interrupt> interrupt;
-    if (!options.run.dryRun) interrupt.emplace();
     RunRecord record = BeginRecord(options.AbsolutePath());
     record.interval = IntervalOf(options.run.every);
     try {
         if (options.run.dryRun)
             DryRun(record);
         else
-            RunOnce(record, options);
+            RunOnce(record, options, interrupt);
     } catch (const SettingsError& error) {
         EndRecord(record, error.Text());
         if (!record.isDryRun) RememberNoCycle(record);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <map>
 #include <set>
 
 #include "base/Error.h"
@@ -15,31 +14,15 @@
 #include "host/console/ConsoleProgress.h"
 #include "host/console/Interrupt.h"
 #include "host/cycle/AwaitedForms.h"
+#include "host/cycle/Delivery.h"
+#include "host/cycle/Hindrance.h"
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/OutcomeWords.h"
-#include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/SendFolder.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/LogTail.h"
 
 namespace {
-
-/// Why something was not done; nothing when it was.
-using Hindrance = std::optional<std::wstring>;
-
-/// How often a sub-folder is looked through until nothing has come into it meanwhile.
-constexpr int kMostJudgements = 5;
-
-/// Whether all of some files are among others, in the same version.
-bool AreAmong(const std::vector<base::TreeFile>& others, const std::vector<base::TreeFile>& files) {
-    std::map<std::wstring, FileSystem::FileVersion> known;
-    for (const base::TreeFile& file : others)
-        known[file.name] = {file.size, file.lastWrite};
-    return std::ranges::all_of(files, [&](const base::TreeFile& file) {
-        const auto found = known.find(file.name);
-        return found != known.end() && found->second == FileSystem::FileVersion{file.size, file.lastWrite};
-    });
-}
 
 class Cycle {
 public:
@@ -62,17 +45,6 @@ private:
     void ReportGone(const std::vector<base::TreeFile>& waiting);
     void ReportSending(const std::vector<base::TreeFile>& waiting);
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
-    void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
-    std::vector<base::TreeFile> Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
-    void LetDecodersReplace(const std::vector<base::TreeFile>& files) const;
-    std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason);
-    bool IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const;
-    void ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
-                        const std::wstring& reason);
-
-    template <class Call>
-    Hindrance Try(Call&& call) const;
-    std::wstring Reason() const;
 
     Session& m_session;
     const Settings& m_settings;
@@ -96,7 +68,7 @@ CycleResult Cycle::Run() {
     ReportGone(waiting);
     ReportSending(waiting);
     ReportReceiving(offered);
-    const Hindrance notPutBack = Try([&] {
+    const Hindrance notPutBack = Try(m_settings, [&] {
         m_awaited.PutBack(offered, m_ledger);
         backups.PutBack();
         return true;
@@ -106,22 +78,8 @@ CycleResult Cycle::Run() {
     if (notPutBack)
         failure = notPutBack;
     else
-        for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
-            DeliverFolder(subFolder, waitingHere);
+        Delivery(m_session, m_settings, m_awaited, m_ledger).DeliverAll(waitingHere);
     return {m_ledger.Outcomes(), failure, m_shownFailures, Interrupt::Requested()};
-}
-
-/// call: false when the library refuses.
-template <class Call>
-Hindrance Cycle::Try(Call&& call) const try {
-    if (call()) return std::nullopt;
-    return Reason();
-} catch (const base::Error& error) {
-    return error.failure().description;
-}
-
-std::wstring Cycle::Reason() const {
-    return Interrupt::Requested() ? L"stopped before its turn" : m_settings.LogReference();
 }
 
 // --- Sending ----------------------------------------------------------------------------------------
@@ -143,7 +101,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     // A version that somebody saves after this one was added would leave the outbox without being sent.
     const FileSystem::WriteBlock block(path);
     std::optional<SendFolder::OlderVersions> older;
-    const Hindrance notAdded = Try([&] {
+    const Hindrance notAdded = Try(m_settings, [&] {
         if (Interrupt::Requested()) return false;
         block.Held();
         older.emplace(sendFolder, file);
@@ -152,7 +110,7 @@ void Cycle::AddFile(const base::TreeFile& file, const SendFolder& sendFolder) {
     if (notAdded) return m_ledger.ReportInOutbox(file, PacketState::NotAdded, *notAdded);
     m_ledger.NoteAdded(file);
     m_added.push_back(file);
-    const Hindrance notLeft = Try([&] {
+    const Hindrance notLeft = Try(m_settings, [&] {
         sendFolder.MakeRemovable(file);
         older->Replaced();
         LeaveOutbox(file, block);
@@ -191,7 +149,7 @@ std::wstring Cycle::Explained(const std::wstring& failure, const LogTail& log) c
 Hindrance Cycle::Transfer() {
     const auto progress = com::Make<ConsoleProgress>(Patience(), m_telling);
     const LogTail log(m_settings);
-    Hindrance failure = Try([&] {
+    Hindrance failure = Try(m_settings, [&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
     });
     m_shownFailures = progress->Failures();
@@ -220,7 +178,7 @@ void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
     const bool isThere = FileSystem::FolderExists(m_settings.send);
     for (const base::TreeFile& file : waiting) {
         if (!isThere || FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
-            m_ledger.ReportTravelling(Direction::Out, file, PacketState::Waiting, Reason());
+            m_ledger.ReportTravelling(Direction::Out, file, PacketState::Waiting, ReasonIn(m_settings));
         else
             m_ledger.ReportTravelling(Direction::Out, file, PacketState::Sent);
     }
@@ -241,92 +199,7 @@ void Cycle::ReportReceiving(const std::vector<base::TreeFile>& offered) {
     };
     for (const base::TreeFile& file : offered)
         if (left.contains(file.RelativePath()) || (!isThere && !arrived(file)))
-            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, Reason());
-}
-
-void Cycle::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
-    std::vector<base::TreeFile> files;
-    LONG count = 0;
-    const Hindrance notListed = Try([&] {
-        // The other side may send into the receive folder itself, and at any time.
-        for (int attempt = 0; attempt < kMostJudgements; ++attempt) {
-            files = Judge(subFolder, waiting);
-            if (files.empty()) return true;
-            FileSystem::CreateFolders(Path::Join(m_settings.inbox, subFolder));
-            count = m_session.ResetReceived(subFolder);
-            if (AreAmong(files, ReceivedIn(m_settings, subFolder))) return true;
-        }
-        throw base::Error(E_FAIL, L"packets are still arriving beside it; the next run delivers them");
-    });
-    if (notListed) {
-        for (const base::TreeFile& file : ReceivedIn(m_settings, subFolder))
-            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, *notListed);
-        return;
-    }
-    for (const base::TreeFile& file : files)
-        m_ledger.NoteReceived(file);
-    std::wstring reason = Reason();
-    const Hindrance isProtected = Try([&] {
-        LetDecodersReplace(files);
-        return true;
-    });
-    if (isProtected) reason = *isProtected;
-    const std::set<std::wstring> names = DeliverFiles(subFolder, count, reason);
-    for (const base::TreeFile& file : files)
-        ReportDelivery(file, names, reason);
-}
-
-/// What of a sub-folder may be delivered; what may not is not among the files that the library lists next.
-std::vector<base::TreeFile> Cycle::Judge(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
-    return m_awaited.HoldBack(
-        SetAsideRefusedFiles(ReceivedIn(m_settings, subFolder), m_settings, waiting, m_ledger), m_ledger);
-}
-
-/// Decoding deletes no read-only file: the packet would take its place, and stay to be decoded once more,
-/// over what somebody has made of it meanwhile.
-void Cycle::LetDecodersReplace(const std::vector<base::TreeFile>& files) const {
-    for (const base::TreeFile& file : files)
-        if (const base::TreeFile packet = m_ledger.PacketIn(file); packet.name != file.name)
-            FileSystem::MakeWritable(Path::Join(m_settings.inbox, packet.RelativePath()));
-}
-
-/// Returns the names of the files that arrived, in capitals. reason: becomes that of the last one that did
-/// not.
-std::set<std::wstring> Cycle::DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason) {
-    const std::wstring destination = Path::Join(m_settings.inbox, subFolder);
-    std::set<std::wstring> names;
-    // An empty name also stands for a file that failed, so that only the count tells the end of the list.
-    for (LONG i = 0; i < count && !Interrupt::Requested(); ++i) {
-        const Hindrance notDelivered = Try([&] {
-            const std::optional<std::wstring> delivered = m_session.DeliverNext(destination);
-            if (!delivered) return false;
-            const std::wstring name = Path::FileName(*delivered);
-            names.insert(base::Upper(name));
-            m_ledger.ReportDelivered(subFolder, name, WhyMoved(subFolder));
-            return true;
-        });
-        if (notDelivered) reason = *notDelivered;
-    }
-    return names;
-}
-
-/// Reports a received file that no call handed out as delivered.
-void Cycle::ReportDelivery(const base::TreeFile& file, const std::set<std::wstring>& names,
-                           const std::wstring& reason) {
-    if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
-        return m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
-    const base::TreeFile packet = m_ledger.PacketIn(file);
-    if (names.contains(base::Upper(packet.name))) return;
-    // Delivered all the same: only the removal of its predecessor failed.
-    if (IsInInbox(packet, file)) return m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
-    m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
-                              L"it is not in the receive folder any more: " + reason);
-}
-
-/// A packet that travels as it is keeps size and time; an older one in its place has others.
-bool Cycle::IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const {
-    const auto version = FileSystem::VersionOf(Path::Join(m_settings.inbox, packet.RelativePath()));
-    return version == FileSystem::FileVersion{received.size, received.lastWrite};
+            m_ledger.ReportTravelling(Direction::In, file, PacketState::NotReceived, ReasonIn(m_settings));
 }
 
 }  // namespace
