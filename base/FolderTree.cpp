@@ -40,6 +40,13 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, Links links
 
 std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
 
+LocalNames PathsOf(const std::vector<TreeFile>& files) {
+    LocalNames paths;
+    for (const TreeFile& file : files)
+        paths.Add(file.RelativePath());
+    return paths;
+}
+
 bool LiesIn(const std::wstring& folder, const std::wstring& path) {
     return Upper(Path::WithSeparator(path)).starts_with(Upper(Path::WithSeparator(folder)));
 }

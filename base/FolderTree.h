@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/FileSystem.h"
+#include "base/LocalNames.h"
 
 namespace base {
 
@@ -20,7 +21,12 @@ struct TreeFile {
     std::uint64_t lastWrite = 0;  ///< as in FILETIME, where a folder was listed
 
     std::wstring RelativePath() const;
+    /// As listed.
+    FileSystem::FileVersion Version() const { return {size, lastWrite}; }
 };
+
+/// The relative paths of some files.
+LocalNames PathsOf(const std::vector<TreeFile>& files);
 
 /// Whether a path is that of a folder, or of something below it, by their texts in any letter case.
 bool LiesIn(const std::wstring& folder, const std::wstring& path);

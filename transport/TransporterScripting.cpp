@@ -3,7 +3,6 @@
 
 #include "base/Arrival.h"
 #include "base/FileSystem.h"
-#include "base/LocalNames.h"
 #include "base/Path.h"
 #include "base/RollBack.h"
 #include "base/Undo.h"
@@ -244,9 +243,7 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
     std::wstring refusals;
     std::vector<base::TreeFile> packets = PacketsBelow(folder, Procedure(L"clsTransporter.cls.MoveAll"));
     std::erase_if(packets, [](const base::TreeFile& file) { return IsCompanionFile(file.name); });
-    base::LocalNames paths;
-    for (const base::TreeFile& file : packets)
-        paths.Add(file.RelativePath());
+    const base::LocalNames paths = base::PathsOf(packets);
     for (const base::TreeFile& file : packets) {
         try {
             // A share can tell such names apart; in the send folder the second one would replace the first.

@@ -23,10 +23,10 @@ constexpr int kMostJudgements = 5;
 bool AreAmong(const std::vector<base::TreeFile>& others, const std::vector<base::TreeFile>& files) {
     std::map<std::wstring, FileSystem::FileVersion> known;
     for (const base::TreeFile& file : others)
-        known[file.name] = {file.size, file.lastWrite};
+        known[file.name] = file.Version();
     return std::ranges::all_of(files, [&](const base::TreeFile& file) {
         const auto found = known.find(file.name);
-        return found != known.end() && found->second == FileSystem::FileVersion{file.size, file.lastWrite};
+        return found != known.end() && found->second == file.Version();
     });
 }
 
@@ -131,6 +131,5 @@ void Delivery::Report(const base::TreeFile& file, const std::set<std::wstring>& 
 
 /// A packet that travels as it is keeps size and time; an older one in its place has others.
 bool Delivery::IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const {
-    const auto version = FileSystem::VersionOf(Path::Join(m_settings.inbox, packet.RelativePath()));
-    return version == FileSystem::FileVersion{received.size, received.lastWrite};
+    return FileSystem::VersionOf(Path::Join(m_settings.inbox, packet.RelativePath())) == received.Version();
 }

@@ -97,7 +97,7 @@ Candidates TakeCandidates(const std::vector<base::TreeFile>& files, const Settin
 void SetAside(const std::wstring& path, const base::TreeFile& file, const std::wstring& reason,
               const Settings& settings, PacketLedger& ledger) {
     const FileSystem::WriteBlock block(path);
-    if (FileSystem::VersionOf(path) != FileSystem::FileVersion{file.size, file.lastWrite}) return;
+    if (FileSystem::VersionOf(path) != file.Version()) return;
     block.Held();
     const std::wstring aside = RefusedPath(
         file, settings, [&](const std::wstring& other) { return HaveSameContent(path, other) == true; });
@@ -109,9 +109,8 @@ void SetAside(const std::wstring& path, const base::TreeFile& file, const std::w
 }
 
 bool WasRefused(const base::TreeFile& file, const Settings& settings, const std::wstring& path) {
-    const FileSystem::FileVersion version{file.size, file.lastWrite};
     return FileSystem::FileExists(RefusedPath(file, settings, [&](const std::wstring& other) {
-        return FileSystem::VersionOf(other) == version &&
+        return FileSystem::VersionOf(other) == file.Version() &&
                (path.empty() || HaveSameContent(path, other) != false);
     }));
 }

@@ -86,10 +86,7 @@ std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings,
 
 OutboxObjections::OutboxObjections(const std::vector<base::TreeFile>& files, const Settings& settings,
                                    const PacketLedger& ledger)
-    : m_settings(settings), m_ledger(ledger) {
-    for (const base::TreeFile& file : files)
-        m_paths.Add(file.RelativePath());
-}
+    : m_settings(settings), m_ledger(ledger), m_paths(base::PathsOf(files)) {}
 
 std::optional<std::wstring> OutboxObjections::To(const base::TreeFile& file) const {
     // A share can tell such names apart; in the send folder the second one would replace the first.

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "base/FolderTree.h"
-#include "base/LocalNames.h"
 #include "host/cycle/PacketLedger.h"
 #include "host/settings/Settings.h"
 

@@ -178,10 +178,7 @@ TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
 TEST_F(Scripting, PacketsWhoseNamesDifferOnlyInCaseAreNotMoved) {
     if (!FileSystem::FolderExists(kCaseSensitive))
         GTEST_SKIP() << "needs a file system that tells them apart";
-    const TempFolder share(kCaseSensitive);
-    share.File(L"A.mdb", "upper");
-    share.File(L"other.mdb");
-    share.ExactFile(L"a.mdb");
+    const TwoLetterCases share;
     LONG count = 0;
     EXPECT_THAT(Failure(transporter->MoveAll(In(share.Path()), &count)),
                 AllOf(HasSubstr(L"1 packet(s)"), HasSubstr(L"the same path as A.mdb but"),

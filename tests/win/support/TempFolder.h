@@ -16,9 +16,6 @@
 
 namespace tests {
 
-/// Where names that differ only in letter case are two, if there is such a place.
-constexpr auto kCaseSensitive = L"Z:\\dev\\shm";
-
 class TempFolder {
 public:
     /// With a name that no test in any other system has.
@@ -41,11 +38,6 @@ public:
         std::filesystem::create_directories((m_path / name).parent_path());
         std::ofstream(m_path / name, std::ios::binary) << content;
         return *this / name;
-    }
-    /// An empty file, also beside one whose name differs in letter case only, where the file system is such.
-    void ExactFile(const std::wstring& name) const {
-        const std::wstring path = L"\\\\?\\unix" + (*this / name).substr(2);
-        CloseHandle(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     }
     void Protect(const std::wstring& name) const {
         SetFileAttributesW((*this / name).c_str(), FILE_ATTRIBUTE_READONLY);
@@ -98,6 +90,22 @@ private:
     }
 
     const std::filesystem::path m_path;
+};
+
+/// Where names that differ only in letter case are two, if there is such a place.
+constexpr auto kCaseSensitive = L"Z:\\dev\\shm";
+
+/// Holds A.mdb, a.mdb, and other.mdb.
+class TwoLetterCases : public TempFolder {
+public:
+    TwoLetterCases() : TempFolder(kCaseSensitive) {
+        File(L"A.mdb", "upper");
+        File(L"other.mdb");
+        CloseHandle(
+            CreateFileW(Exactly(L"a.mdb").c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+    }
+    /// The path by which Windows finds, and makes, what has no name but this.
+    std::wstring Exactly(const std::wstring& name) const { return L"\\\\?\\unix" + (*this / name).substr(2); }
 };
 
 /// A file that somebody has open meanwhile.
