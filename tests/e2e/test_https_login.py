@@ -1,5 +1,6 @@
 """Logins to servers, and what guards them: passwords at rest, keys and certificates, proxies."""
 import base64
+import fcntl
 import hashlib
 import os
 import re
@@ -8,9 +9,9 @@ import subprocess
 import tempfile
 
 import support
-from dav import (HttpsHostTest, METHODS, PASSWORD, PLAIN_PORT, Server, Stranger, new_certificate, openssl, own_address, pump,
+from dav import (AUTHORITY, HttpsHostTest, METHODS, PASSWORD, PLAIN_PORT, Stranger, new_certificate, openssl, pump,
                  serve_requests)
-from support import HostTest, finish, own_program, run, start, use_on_terminal
+from support import HostTest, finish, own_address, own_program, run, start, use_on_terminal
 
 PROTECTED = r"(?m)^password = (dpapi:[A-Za-z0-9+/=]+)$"
 
@@ -249,6 +250,13 @@ class OtherLoginsTest(GuardedTest):
 
 class ClientCertificateTest(GuardedTest):
     OPTIONS = ("--certificates",)
+
+    def setUp(self):
+        """Wine keeps one private key for all certificates of an account: one test at a time has its own there."""
+        super().setUp()
+        lock = open(AUTHORITY / "client.lock", "w", encoding="utf-8")
+        self.addCleanup(lock.close)
+        fcntl.flock(lock, fcntl.LOCK_EX)
 
     def own_certificate(self, name, days=30):
         """Makes one of the tests' authority, and installs it; its thumbprint."""
