@@ -3,7 +3,6 @@ import contextlib
 import functools
 import http.client
 import http.server
-import random
 import select
 import signal
 import socket
@@ -12,7 +11,7 @@ import subprocess
 import threading
 import time
 
-from support import ROOT, WAITING, ServerHostTest, ToolServer, finish, serve_each, start
+from support import ROOT, WAITING, ServerHostTest, ToolServer, finish, own_address, serve_each, start
 
 TOOL = ROOT / "tools" / "dav-server"
 AUTHORITY = ROOT / "build" / "setup" / "authority"
@@ -56,10 +55,6 @@ Listen {{address}}:{port}
 @functools.cache
 def trust_authority():
     subprocess.run([TOOL, "trust"], check=True)
-
-
-def own_address():
-    return f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
 
 
 class Server(ToolServer):

@@ -1,25 +1,12 @@
 """Real FTP servers for the end-to-end tests, and a way to cut a connection at a chosen reply."""
 import contextlib
-import random
 import socket
 import threading
 
-from support import ROOT, ServerHostTest, ToolServer, serve_each
+from support import ROOT, ServerHostTest, ToolServer, own_address, serve_each
 
 USERS = {"vsftpd": "ftp", "pure-ftpd": "packets"}
 PASSWORD = "secret"
-
-
-def own_address():
-    """An address of its own for each server: the clients use no port but 21."""
-    while True:
-        address = f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
-        with socket.socket() as probe:
-            try:
-                probe.bind((address, 21))
-                return address
-            except OSError:
-                continue
 
 
 class Server(ToolServer):
@@ -27,7 +14,7 @@ class Server(ToolServer):
 
     def __init__(self, test, kind):
         folder = test.scratch / "server"
-        super().__init__(test, kind, own_address(), folder, folder / "root" / "packets")
+        super().__init__(test, kind, own_address(self.PORT), folder, folder / "root" / "packets")
         self.user = USERS[kind]
         self.start()
 
@@ -37,7 +24,7 @@ class Proxy:
 
     def __init__(self, test, server):
         self.server = server
-        self.address = own_address()
+        self.address = own_address(21)
         self.listener = serve_each((self.address, 21), self.session)
         test.addCleanup(self.listener.close)
 

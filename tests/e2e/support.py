@@ -7,6 +7,7 @@ import hashlib
 import os
 import pathlib
 import pty
+import random
 import re
 import select
 import shutil
@@ -62,6 +63,15 @@ def files_below(folder):
     """Hashes of all files below a folder, by relative path."""
     folder = pathlib.Path(folder)
     return {str(file.relative_to(folder)): sha256(file) for file in folder.rglob("*") if file.is_file()}
+
+
+def own_address(port=0):
+    """An address of its own for each server: clients choose no port. port: which nobody may have there."""
+    while True:
+        address = f"127.{random.randint(1, 254)}.{random.randint(1, 254)}.{random.randint(2, 254)}"
+        with contextlib.suppress(OSError), socket.socket() as probe:
+            probe.bind((address, port))
+            return address
 
 
 def serve_each(address, session):

@@ -18,20 +18,23 @@ class CycleTest(HostTest):
             del files["field/send.status"]  # it tells of the last run
         self.assertEqual(after, before)
 
-    def test_a_run_during_another_one_is_refused(self):
+    def test_what_others_see_of_a_run_at_work(self):
+        """A second one is refused, and an examination finds nothing that it has left."""
         def attempt(load):
-            self.put_many(40 * load, 20_000, self.field.outbox)
+            self.put_many(40 * load, 50_000, self.field.send)
             first = self.start_run(self.field)
-            wait_until(lambda: any(self.field.sent.iterdir()), first)
-            first.send_signal(signal.SIGSTOP)  # it stays at work for as long as the second one takes
-            second = self.field.run()
+            wait_until(lambda: count_below(self.to_enterprise) >= 3, first)
+            first.send_signal(signal.SIGSTOP)  # it stays at work for as long as the others take
+            second, examined = self.field.run(), run("doctor", self.field.settings)
             first.send_signal(signal.SIGCONT)
             self.assertEqual(finish(first).code, 0)
-            return second.code and second
+            return second.code and (second, examined)
 
-        refused = self.in_time(attempt)
+        refused, examined = self.in_time(attempt)
         self.assertEqual(refused.code, 1, refused)
         self.assertIn("Another znhost is at work with", refused.errors)
+        self.assertIn("a run is at work", examined.output)
+        self.assertNotIn("leftover", examined.output)
         self.assert_received()
 
     def test_a_run_with_the_send_or_receive_folder_of_another_one_is_refused(self):

@@ -1,11 +1,9 @@
 """The examination of an installation."""
 import os
 import shutil
-import signal
 
-from ftp import FtpHostTest
 from objects import JsonTest
-from support import Mount, files_below, finish, run, run_with_temp, wait_until
+from support import Mount, files_below, run_with_temp
 
 
 class DoctorTest(JsonTest):
@@ -84,32 +82,9 @@ class DoctorTest(JsonTest):
                          "send.older holds 1 file")
         self.assertEqual(len(self.to_do()["leftover"]), 5)
 
-    def test_a_run_that_is_at_work_has_left_nothing_yet(self):
-        def attempt(load):
-            self.put_many(40 * load, 50_000, self.field.send)
-            process = self.start_run(self.field)
-            wait_until(lambda: len(os.listdir(self.to_enterprise)) >= 3, process)
-            process.send_signal(signal.SIGSTOP)
-            outcome = run("doctor", self.field.settings)
-            process.send_signal(signal.SIGCONT)
-            finish(process)
-            return "a run is at work" in outcome.output and outcome
-
-        self.assertNotIn("leftover", self.in_time(attempt).output)
-
     def test_a_last_run_that_left_something(self):
         self.put(self.field, "bad.afz")
         self.assert_run(self.field, 1)
         os.remove(self.field.outbox / "bad.afz")
         self.assert_only("last_run")
         self.assertIn("-> See znhost status.", self.assert_ends(1, "doctor", self.field.settings).output)
-
-
-class ServerDoctorTest(FtpHostTest):
-    def test_a_server_and_its_login(self):
-        before = files_below(self.server.packets)
-        self.assertIn("takes the login", self.assert_ends(0, "doctor", self.field.settings).output)
-        self.field.change("password", "wrong")
-        self.assertIn("to do remote: there is no connection to the FTP server",
-                      self.assert_ends(1, "doctor", self.field.settings).output)
-        self.assertEqual(files_below(self.server.packets), before)

@@ -4,12 +4,11 @@ import io
 import os
 import random
 import shutil
-import time
 import zipfile
 
 import support
-from support import (Holder, HostTest, WAITING, arriving, end_programs_naming, files_below, finish, run_with_temp, size_of,
-                     slow, start, temporary_folders, wait_until, windows)
+from support import (Holder, HostTest, WAITING, files_below, finish, run_with_temp, start, temporary_folders, wait_until,
+                     windows)
 
 
 def database(pages, seed):
@@ -139,41 +138,6 @@ class ZipTest(EncoderCase):
         self.assertEqual(outcome.packets, {("out", "b.mdb"): "not added", ("out", "c.xml"): "sent"}, outcome)
         self.assertIn("let TEMP and TMP of the account", outcome.output)
         self.assert_next_cycle_delivers()
-
-    def end_deliveries(self, count):
-        """Ends the host during deliveries: one at each step of a delivery, and then more and more after the steps."""
-        old, new = database(400, seed=1), os.urandom(3_000_000)
-        self.send("a.mdb", content=new)
-        archive = (self.to_enterprise / "a.mdb.afz").read_bytes()
-        (self.to_enterprise / "a.mdb.afz").unlink()
-        received = self.enterprise.receive / "a.mdb.afz"
-        target, backup = (self.enterprise.inbox / f"a.mdb{end}" for end in ("", "_bck"))
-        steps = [lambda: True, backup.exists, lambda: arriving(self.enterprise.inbox) >= 0, lambda: size_of(target) == len(new),
-                 lambda: size_of(target) == len(new) and not backup.exists(), lambda: not received.exists()]
-        ends = set()
-        self.addCleanup(end_programs_naming, self.scratch.name)
-        for moment in range(count):
-            target.write_bytes(old)
-            received.write_bytes(archive)
-            process = self.start_run(self.enterprise)
-            wait_until(steps[moment % len(steps)], process)
-            time.sleep(moment // len(steps) * 0.003)
-            process.kill()
-            process.wait()
-            contents = [path.read_bytes() for path in (target, backup) if path.exists()]
-            self.assertTrue(old in contents or new in contents, f"moment {moment}: {len(contents)} files")
-            ends.add((target.exists() and target.read_bytes() == new, backup.exists()))
-            self.assert_run(self.enterprise)
-            self.assertEqual(target.read_bytes(), new)
-            self.assertFalse(backup.exists())
-        self.assertGreater(len(ends), 1, "every run ended before or after the delivery")
-
-    def test_the_host_can_end_at_each_step_of_a_delivery(self):
-        self.end_deliveries(6)
-
-    @slow
-    def test_the_host_can_end_at_any_moment_of_a_delivery(self):
-        self.end_deliveries(50)
 
 
 class DifferenceTest(EncoderCase):

@@ -7,8 +7,8 @@ import subprocess
 import threading
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy, own_address
-from support import Holder, WAITING, files_below, finish, run, slow, start
+from ftp import CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy
+from support import Holder, WAITING, files_below, finish, own_address, run, slow, start
 
 MB = 1 << 20
 
@@ -62,7 +62,7 @@ class InterruptionTest(FtpHostTest):
     """What is the same with every server."""
 
     def test_a_second_interrupt_ends_a_run_whose_server_is_silent(self):
-        with socket.create_server((own_address(), 21)) as silent:
+        with socket.create_server((own_address(21), 21)) as silent:
             self.put(self.field, "a.mdb")
             self.field.change("server", silent.getsockname()[0])
             process = self.start_run(self.field)
@@ -79,7 +79,7 @@ class InterruptionTest(FtpHostTest):
         self.assert_next_cycle_delivers()
 
     def test_a_run_ends_by_itself_when_the_server_is_silent(self):
-        with socket.create_server((own_address(), 21)) as silent:
+        with socket.create_server((own_address(21), 21)) as silent:
             self.put(self.field, "a.mdb")
             self.field.change("server", silent.getsockname()[0])
             self.field.change("patience", "2")
@@ -151,12 +151,25 @@ class AwkwardServerTest(FtpHostTest):
 
 
 class LoginTest(FtpHostTest):
+    def doctor(self, code, text):
+        self.assertIn(text, self.assert_ends(code, "doctor", self.field.settings).output)
+
     def test_a_login_that_does_not_work_asks_nobody(self):
+        before = files_below(self.server.packets)
+        self.doctor(0, "takes the login")
         self.put(self.field, "a.mdb")
         self.field.change("password", "wrong")
+        self.doctor(1, "to do remote: there is no connection to the FTP server")
+        self.assertEqual(files_below(self.server.packets), before)
         self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
         self.assertIn("no connection as user ftp to the FTP server " + self.server.address, self.field.log)
         self.field.change("password", PASSWORD)
+        self.assert_next_cycle_delivers()
+
+    def test_a_local_file_in_use_is_sent_later(self):
+        held = Holder(self, self.put(self.field, "a.mdb", folder=self.field.send))
+        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
+        held.release()
         self.assert_next_cycle_delivers()
 
 
@@ -244,11 +257,3 @@ class SiteTest(FtpHostTest):
                 self.assertIn("the FTP settings were changed while the dialog was open", outcome.errors)
                 self.assertRegex(after, f"(?m)^{key} = {value}\r?$")
                 self.assertRegex(after, f"(?m)^{folder} = {key}\r?$")
-
-
-class LocalTroubleTest(FtpHostTest):
-    def test_a_local_file_in_use_is_sent_later(self):
-        held = Holder(self, self.put(self.field, "a.mdb", folder=self.field.send))
-        self.assert_trouble(self.field, {("out", "a.mdb"): WAITING})
-        held.release()
-        self.assert_next_cycle_delivers()

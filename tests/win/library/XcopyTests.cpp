@@ -189,35 +189,6 @@ TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsToldWhereItWasToBeSent) {
     EXPECT_THAT(framework.TakeLog(), SizeIs(2));
 }
 
-TEST_F(Xcopy, FilesOfFolderTestsAreNoPackets) {
-    BeMobile();
-    for (const wchar_t* name : {L"share\\out\\rwd_testfile.TXT", L"share\\out\\TestFtpConnection.txt",
-                                L"out\\sub\\RWD_TestFile.txt"})
-        temp.File(name);
-    EXPECT_TRUE(Send() && Receive());
-    EXPECT_THAT(temp.Files(L"share\\out"), SizeIs(2));
-    EXPECT_THAT(temp.Files(L"out"), SizeIs(1));
-    EXPECT_THAT(temp.Files(L"in"), IsEmpty());
-}
-
-TEST_F(Xcopy, WhatIsInTheWayOfAPacketIsReportedAndKeepsIt) {
-    BeMobile();
-    temp.File(L"out\\1\\a.mdb");
-    temp.File(L"out\\2\\b.mdb");
-    temp.File(L"out\\3\\c.mdb");
-    temp.Folder(L"share\\in\\1\\a.mdb");
-    temp.File(L"share\\in\\2", "a file where a folder is wanted");
-    EXPECT_TRUE(Send()) << "a sub-folder's failure leaves the others to be moved";
-    EXPECT_THAT(temp.Files(L"out"), ElementsAre(L"1\\a.mdb", L"2\\b.mdb"));
-    EXPECT_THAT(temp.Files(L"share\\in"), ElementsAre(L"2", L"3\\c.mdb"));
-    EXPECT_THAT(framework.TakeLogText(), HasSubstr(L"clsXCOPYSndRcv.cls.MoveFiles\r\n"));
-    temp.File(L"out\\1.mdb");
-    Init({{L"RemoteSendFolder", temp / L"share\\in\\2"}});
-    EXPECT_FALSE(Send());
-    EXPECT_TRUE(temp.Exists(L"out\\1.mdb"));
-    EXPECT_THAT(framework.TakeLog(), Contains(Reported(kSend, kFailed)));
-}
-
 TEST_F(Xcopy, NamesThatDifferOnlyInCaseStay) {
     if (!FileSystem::FolderExists(kCaseSensitive))
         GTEST_SKIP() << "needs a file system that tells them apart";
