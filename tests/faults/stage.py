@@ -28,16 +28,21 @@ CHANCE = re.compile(r"(?<=~)\d+-\d+(?=\.arriving)|(?<=znhost-work-)\d+-\d+")
 LOST, HALF, WRONG, OLDER, NOT_DELIVERED, CRASHES, HANGS, ASTRAY, REST = FINDINGS = (
     "lost", "half", "wrong", "older", "not delivered", "crashes", "hangs", "astray", "rest")
 
+SIDES = ("send", "receive")
+
 
 @dataclasses.dataclass(frozen=True)
 class Scenario:
-    """older: where an older version of each packet is when the newer one comes: nowhere, delivered, waiting."""
+    """older: where an older version of each packet is when the newer one comes: nowhere, delivered, waiting on the side
+    that is tested, or remote. letters: whether its name has other letters."""
     name: str
     encoder: str = "none"
     older: str = ""
+    letters: bool = False
     backups: bool = False
     volume: bool = False
     server: str = ""
+    sides: tuple = SIDES
 
 
 SCENARIOS = {scenario.name: scenario for scenario in (
@@ -54,13 +59,16 @@ SCENARIOS = {scenario.name: scenario for scenario in (
     Scenario("newer", older="waiting"),
     Scenario("newer-zip", "zip", older="waiting"),
     Scenario("newer-delta", "xdelta", older="waiting"),
+    Scenario("remote", older="remote", sides=("send",)),
+    Scenario("letters", older="remote", letters=True, sides=("send",)),
     Scenario("ftp-pure", server="pure-ftpd"),
     Scenario("ftp-vs", server="vsftpd"),
     Scenario("ftp-zip", "zip", server="pure-ftpd"),
     Scenario("ftp-newer", older="waiting", server="pure-ftpd"),
     Scenario("ftp-over", older="delivered", server="vsftpd"),
+    Scenario("ftp-remote", older="remote", server="pure-ftpd", sides=("send",)),
+    Scenario("ftp-letters", older="remote", letters=True, server="pure-ftpd", sides=("send",)),
 )}
-SIDES = ("send", "receive")
 
 
 def file_text(file):
@@ -176,6 +184,8 @@ class Stage:
         for name in PACKETS:
             content = self.content(name, number)
             path = self.pair.field.outbox / name
+            if number == 0 and self.scenario.letters:
+                path = path.with_name(path.name.swapcase())
             path.parent.mkdir(exist_ok=True)
             path.write_bytes(content)
             # Versions of one second are told apart by no server.
@@ -186,6 +196,8 @@ class Stage:
         pair = self.pair
         if self.scenario.older == "delivered":
             return self.cycle(pair.enterprise)
+        if self.scenario.older == "remote":
+            return None
         waits = pair.field.send if side == "send" else pair.enterprise.receive
         copy_tree(pair.to_enterprise, waits)
         subprocess.run(["chown", "-R", "root:", waits], check=True)

@@ -55,7 +55,7 @@ class Sweep:
         """(scenario, side, number of runs) to be swept; None for all of them."""
         arguments = self.arguments
         stages = [(SCENARIOS[name], side) for name in arguments.scenario or SCENARIOS
-                  for side in arguments.side or SIDES]
+                  for side in SCENARIOS[name].sides if side in (arguments.side or SIDES)]
         if arguments.all:
             return [(*stage, None) for stage in stages]
         count = min(len(stages), max(1, arguments.runs // RUNS_OF_A_SLICE))
