@@ -16,7 +16,7 @@ sys.path.append(str(ROOT / "tests" / "e2e"))
 import support  # noqa: E402
 
 PER_FOLDER = 100
-COUNTS = {100: 5, 1_000: 3, 10_000: 1, 30_000: 1}  # packets, and rounds
+COUNTS = {100: 6, 1_000: 4, 10_000: 2, 30_000: 2}  # packets, and rounds
 MOST = 1.3
 MOST_MEMORY = 64  # MB
 
@@ -50,18 +50,36 @@ def run(command, scratch):
     return Run(["sh", "-c", '"$@" && touch "$0"', witness, *command], witness)
 
 
-def cycles(bits, count, scratch):
-    """(send, receive) of the host, and of the bare calls."""
-    host = Pair(scratch / "host", count)
-    ours = [run([*program(bits, "znhost"), "run", support.windows(side.settings)], scratch) for side in (host.field, host.enterprise)]
-    host.check(count)
-    bare = Pair(scratch / "bare", count)
+def host_cycles(bits, count, scratch):
+    """(send, receive) of the host."""
+    pair = Pair(scratch / "host", count)
+    runs = [run([*program(bits, "znhost"), "run", support.windows(side.settings)], scratch)
+            for side in (pair.field, pair.enterprise)]
+    pair.check(count)
+    return runs
+
+
+def bare_cycles(bits, count, scratch):
+    """(send, receive) of the bare calls."""
+    pair = Pair(scratch / "bare", count)
     calls = [ROOT / "tools/wine", ROOT / f"build/win{bits}/bench/cycle_bench.exe"]
-    theirs = [run([*calls, *map(support.windows, arguments)], scratch) for arguments in (
-        ["send", bare.field.outbox, bare.field.sent, bare.field.send, bare.share],
-        ["receive", bare.share, bare.enterprise.receive, bare.enterprise.inbox])]
-    bare.check(count)
-    return ours, theirs
+    runs = [run([*calls, *map(support.windows, arguments)], scratch) for arguments in (
+        ["send", pair.field.outbox, pair.field.sent, pair.field.send, pair.share],
+        ["receive", pair.share, pair.enterprise.receive, pair.enterprise.inbox])]
+    pair.check(count)
+    return runs
+
+
+def race_cycles(bits, count, scratch):
+    """The best (send, receive) of the host, and of the bare calls. Each is first as often as the other: a disk is not as
+    fast all the time."""
+    contenders = [host_cycles, bare_cycles]
+    rounds = []
+    for _ in range(COUNTS.get(count, 2)):
+        rounds.append({contender: contender(bits, count, scratch) for contender in contenders})
+        contenders.reverse()
+    return [[min((one[contender][direction] for one in rounds), key=lambda run: run.seconds) for direction in (0, 1)]
+            for contender in (host_cycles, bare_cycles)]
 
 
 def main():
@@ -72,9 +90,8 @@ def main():
     support.BIN = ROOT / f"build/win{arguments.bits}/bin"
     with tempfile.TemporaryDirectory(prefix="cycle-bench-") as temporary:
         for count in arguments.packets:
-            rounds = [cycles(arguments.bits, count, pathlib.Path(temporary)) for _ in range(COUNTS.get(count, 1))]
-            for number, direction in enumerate(("send", "receive")):
-                ours, theirs = (min((one[side][number] for one in rounds), key=lambda run: run.seconds) for side in (0, 1))
+            best = race_cycles(arguments.bits, count, pathlib.Path(temporary))
+            for direction, ours, theirs in zip(("send", "receive"), *best):
                 figure = f"Cycle, {direction} {count:,} packets"
                 print_row(f"{figure}, per packet", "us", ours.seconds / count * 1e6, "the calls it needs",
                           theirs.seconds / count * 1e6, MOST if count >= 1000 else 0)
