@@ -40,6 +40,15 @@ void Walk(const std::wstring& folder, const std::wstring& subFolder, Links links
 
 std::wstring TreeFile::RelativePath() const { return Path::Join(subFolder, name); }
 
+LocalNames NamesOf(const FileSystem::Listing& listing) {
+    LocalNames names;
+    for (const FileSystem::FileEntry& file : listing.files)
+        names.Add(file.name);
+    for (const std::wstring& folder : listing.folders)
+        names.Add(folder);
+    return names;
+}
+
 LocalNames PathsOf(const std::vector<TreeFile>& files) {
     LocalNames paths;
     for (const TreeFile& file : files)

@@ -25,6 +25,8 @@ struct TreeFile {
     FileSystem::FileVersion Version() const { return {size, lastWrite}; }
 };
 
+/// The names of files and folders.
+LocalNames NamesOf(const FileSystem::Listing& listing);
 /// The relative paths of some files.
 LocalNames PathsOf(const std::vector<TreeFile>& files);
 

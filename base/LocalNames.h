@@ -24,4 +24,12 @@ private:
     std::map<std::wstring, int> m_names;
 };
 
+/// What is told of such a name: the second file that moves would replace the first one.
+inline std::wstring TellOfTwin(const std::wstring& name, const std::wstring& from, const std::wstring& to) {
+    return L"The folder " + from + L" holds the name " + name +
+           L" and another one that differs only in the case of letters. Both would be one name in the "
+           L"folder " +
+           to + L". Both stay; rename or remove one of them.";
+}
+
 }  // namespace base

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <optional>
 
+#include "base/FolderTree.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "base/WriteBlock.h"
@@ -89,7 +90,7 @@ bool FtpSender::MoveFiles(const std::wstring& local, const std::wstring& remote)
 }
 
 bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const {
-    const FileSystem::Listing listing = ListLocal(local);
+    const FileSystem::Listing listing = ListToMove(local, remote);
     if (IsEmpty(listing)) return true;
     if (!SetRemoteFolder(remote)) {
         m_connection.ReturnTo(level.start, L"");
@@ -103,6 +104,19 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
     return MoveEach(listing.files, send) &&
            MoveSubFolders(FilledFolders(local, listing), level, remote, sendFolder) &&
            ReturnTo(level, remote);
+}
+
+/// Without names that are one for whoever receives them; that is reported.
+FileSystem::Listing FtpSender::ListToMove(const std::wstring& local, const std::wstring& remote) const {
+    FileSystem::Listing listing = ListLocal(local);
+    const base::LocalNames names = base::NamesOf(listing);
+    const auto isTwin = [&](const std::wstring& name) {
+        return names.AreOne(name) && !ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
+                                          .Fail(base::TellOfTwin(name, local, remote));
+    };
+    std::erase_if(listing.files, [&](const auto& file) { return isTwin(file.name); });
+    std::erase_if(listing.folders, isTwin);
+    return listing;
 }
 
 bool FtpSender::SetRemoteFolder(const std::wstring& path) const {

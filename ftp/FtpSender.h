@@ -19,6 +19,7 @@ public:
 
 private:
     bool MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const;
+    FileSystem::Listing ListToMove(const std::wstring& local, const std::wstring& remote) const;
     bool SetRemoteFolder(const std::wstring& path) const;
     bool CreateRemoteFolders(const std::wstring& path) const;
     bool EnterOrCreate(const std::wstring& folder) const;

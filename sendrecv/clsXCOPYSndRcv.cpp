@@ -36,10 +36,10 @@ private:
     std::int16_t m_count = 0;
 };
 
-/// Moving a folder into itself would never end.
+/// Moving a folder into itself would never end, however the two are spelled.
 void RefuseOverlap(const std::wstring& source, const std::wstring& destination,
                    base::Where where = base::Where::current()) {
-    if (base::LiesIn(source, destination))
+    if (base::LiesIn(FileSystem::FullPath(source), FileSystem::FullPath(destination)))
         throw base::Error(E_INVALIDARG,
                           L"The folder " + destination + L" lies inside the folder " + source +
                               L" whose files are to be moved into it.",
@@ -126,22 +126,10 @@ FileSystem::Listing PacketsIn(const std::wstring& folder, const Procedure& self)
     return listing;
 }
 
-base::LocalNames NamesIn(const FileSystem::Listing& listing) {
-    base::LocalNames names;
-    for (const FileSystem::FileEntry& file : listing.files)
-        names.Add(file.name);
-    for (const std::wstring& folder : listing.folders)
-        names.Add(folder);
-    return names;
-}
-
-/// The second file of a name would replace the first one, in this transfer or in the next.
+/// In the next transfer, too, the second file of a name would replace the first one.
 void RefuseName(const std::wstring& name, const std::wstring& from, const std::wstring& to,
                 const Procedure& self, const HostProgress& progress) {
-    const std::wstring text = L"The folder " + from + L" holds the name " + name +
-                              L" and another one that differs only in the case of letters. Both would be one "
-                              L"name in the folder " +
-                              to + L". Both stay; rename or remove one of them.";
+    const std::wstring text = base::TellOfTwin(name, from, to);
     progress.StatusText(Lines(self.Name(), text));
     self.Report(text);
 }
@@ -227,7 +215,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
 
-        const base::LocalNames names = NamesIn(listing);
+        const base::LocalNames names = base::NamesOf(listing);
         FileCounter done;
         for (const FileSystem::FileEntry& file : listing.files) {
             if (names.AreOne(file.name))

@@ -65,6 +65,7 @@ public:
     bool Run() {
         const std::vector<base::TreeFile> files = FilesToSend(m_local);
         if (files.empty()) return true;
+        m_paths = base::PathsOf(files);
         m_progress.SetRange(0, static_cast<LONG>(files.size()));
         m_spelling.ReadFolder();
         m_folders.Provide(m_remote);
@@ -122,6 +123,10 @@ private:
         if (LiesInFolderOfTransport(file)) {
             m_self.Fail(L"The folder " + file.subFolder +
                         L" has a name that on a WebDAV server only the transport uses. Rename it.");
+            return true;
+        }
+        if (m_paths.AreOne(file.RelativePath())) {
+            m_self.Fail(base::TellOfTwin(file.RelativePath(), m_local, m_remote));
             return true;
         }
         if (!KeepsItsName(file.RelativePath())) {
@@ -354,6 +359,7 @@ private:
     const DavInstallation m_installation;
     FolderProvider m_folders{m_server};
     RemoteSpelling m_spelling{m_server, m_remote, m_folders};
+    base::LocalNames m_paths;              ///< of all that is to be sent
     std::deque<Upload> m_batch;            ///< that waits for its names
     std::uint64_t m_bytes = 0;             ///< of it
     std::uint64_t m_largest = kVeryLarge;  ///< that needs no question

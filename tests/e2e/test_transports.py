@@ -75,6 +75,17 @@ class Cases:
         self.assertEqual(plan.read_bytes(), newer)
         self.assertEqual(files_below(self.field.send) | files_below(self.remote), {})
 
+    def test_two_packets_of_one_name_both_stay(self):
+        """The send folder can tell them apart, as can many a server, but no receiver."""
+        twins = {"A.mdb": "OTHER.mdb", "a.mdb": "a.mdb", "Sub/x.mdb": "OTHER/x.mdb", "SUB/x.mdb": "SUB/x.mdb"}
+        self.put(self.field, *twins, "b.mdb", folder=self.field.send)
+        self.assert_trouble(self.field, {("out", "b.mdb"): "sent", **{("out", name): WAITING for name in twins}},
+                            "differs only in the case of letters")
+        for name in ("A.mdb", "Sub"):
+            (self.field.send / name).rename(self.field.send / ("OTHER" + (self.field.send / name).suffix))
+        self.ledger = [(side, twins.get(name, name), digest) for side, name, digest in self.ledger]
+        self.assert_next_cycle_delivers()
+
     def test_a_packet_takes_the_place_of_no_folder(self):
         self.offer("SUB/a.mdb", b"waits")
         expected = files_below(self.to_enterprise)

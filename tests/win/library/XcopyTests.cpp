@@ -109,6 +109,12 @@ TEST_F(Xcopy, TheSameFolderOnBothSidesIsLeftAlone) {
                 ElementsAre(Reported(kMove, L"The folder T:\\out\\inner lies inside the folder "
                                             L"T:\\out whose files are to be moved into it.\r\n"),
                             Reported(kSend, kFailed)));
+    SendFrom(temp / L"out\\");
+    for (const wchar_t* inner : {L"out\\inner", L"out\\\\inner", L"in\\..\\OUT/inner"}) {
+        Init({{L"RemoteSendFolder", temp / inner}});
+        EXPECT_FALSE(Send()) << inner;
+        EXPECT_THAT(framework.TakeLogText(), HasSubstr(L" whose files are to be moved into it."));
+    }
 }
 
 TEST_F(Xcopy, AReadOnlySourceIsCopiedAndStays) {
