@@ -112,10 +112,12 @@ bool FtpReceiver::LeaveClosedFolder(const std::wstring& name, const Level& level
     return true;
 }
 
-bool FtpReceiver::SetRemoteFolder(const std::wstring& path) const {
-    return Procedure(L"clsFTPSndRcv.cls.SetRemoteFolder").Guard(false, [&] {
-        return m_connection.Enter(path);
-    });
+/// A folder that the server does not let enter may not be there yet; one whose name cannot be sent to it
+/// never will be.
+bool FtpReceiver::SetRemoteFolder(const std::wstring& path) const try {
+    return m_connection.Enter(path);
+} catch (const base::Error& error) {
+    return ShownProcedure(L"clsFTPSndRcv.cls.SetRemoteFolder", m_progress).Fail(error.failure().description);
 }
 
 std::optional<FtpReceiver::FileList> FtpReceiver::CreateRemoteFileList(const std::wstring& folder) const {

@@ -86,12 +86,13 @@ void clsFTPSndRcv::ReadMissingSettings(const Procedure& self) {
         return OptionOrSetting(setting.name, m_folderLocator, setting.configName, !m_bMobile);
     };
     const auto folder = [&](const wchar_t* name) { return OptionOrSetting(name, transport); };
+    if (m_sRemoteReceiveFolder.empty()) m_sRemoteReceiveFolder = folder(L"RemoteReceiveFolder");
+    if (m_sRemoteSendFolder.empty()) m_sRemoteSendFolder = folder(L"RemoteSendFolder");
+    // These fail without the application's name.
     FtpSite& site = m_session.site;
     if (site.server.empty()) site.server = login(kFtpServer);
     if (site.user.empty()) site.user = login(kFtpUser);
     if (site.password.empty()) site.password = Deciphered(login(kFtpPassword), self);
-    if (m_sRemoteReceiveFolder.empty()) m_sRemoteReceiveFolder = folder(L"RemoteReceiveFolder");
-    if (m_sRemoteSendFolder.empty()) m_sRemoteSendFolder = folder(L"RemoteSendFolder");
 }
 
 STDMETHODIMP clsFTPSndRcv::VerifyFTPSite(BSTR* Failure) {

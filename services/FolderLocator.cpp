@@ -14,8 +14,7 @@ void FolderLocator::Open(const std::wstring& applicationName) {
 
 IZNMobileFolders* FolderLocator::Get() const {
     if (!m_locator)
-        throw base::Error(E_UNEXPECTED,
-                          L"The folder locator is missing: set ApplicationName before PropSet.");
+        throw base::Error(E_UNEXPECTED, L"The folder locator is missing: set ApplicationName first.");
     return m_locator.Get();
 }
 

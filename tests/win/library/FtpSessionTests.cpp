@@ -78,6 +78,7 @@ TEST_F(FtpSessionTest, TheEndOfALineInANameIsNoFurtherCommand) {
     Init({{L"RemoteSendFolder", L"in\r\nDELE x"}, {L"RemoteReceiveFolder", L"out\tx"}});
     EXPECT_FALSE(Send());
     EXPECT_TRUE(Receive()) << "as from a folder that is not there";
+    EXPECT_THAT(progress->transcript, HasSubstr(L"out\tx/: a control character")) << "but it is told";
     EXPECT_THAT(server.folders, ElementsAre("/"));
     EXPECT_THAT(framework.TakeLogText(),
                 AllOf(HasSubstr(L"SetRemoteFolder\r\nin\r\nDELE x: a control character"),
@@ -122,7 +123,7 @@ TEST_F(FtpSettingsTest, FieldAndEnterpriseTakeOppositeFolders) {
     EXPECT_THAT(
         framework.TakeLog(),
         ElementsAre(Reported(L"clsFTPSndRcv.cls.IZNSenderReceiver2_PropSet",
-                             L"The folder locator is missing: set ApplicationName before PropSet.\r\n"),
+                             L"The folder locator is missing: set ApplicationName first.\r\n"),
                     Reported(L"clsFTPSndRcv.cls.IZNSenderReceiver_Init", L"There is no property set.\r\n")));
     NameApplication();
     EXPECT_EQ(Ask<std::wstring>(&IZNSenderReceiver2::get_ApplicationName, remote2), L"App");
@@ -179,6 +180,13 @@ TEST_F(FtpSettingsTest, OptionsNeedNoApplicationName) {
     Init({{L"FTPPassword", L"secret"}});
     EXPECT_TRUE(Connect());
     EXPECT_THAT(server.logins, ElementsAre("Test Tool: joe:secret@typed"));
+    Renew();
+    ThisApartment().commandLine = com::Make<clsCmdLine>();
+    framework.registry[L"13/Transport/RemoteSendFolder"] = L"in";
+    Init({{L"FTPServer", L"host"}});
+    EXPECT_FALSE(Connect());
+    EXPECT_THAT(framework.TakeLogText(), HasSubstr(L"set ApplicationName first."));
+    EXPECT_THAT(PropSet(), HasSubstr(L"REMOTE_SEND_FOLDER=in\n")) << "nor do the folders";
 }
 
 TEST_F(FtpSettingsTest, TheStoredPasswordIsDeciphered) {
