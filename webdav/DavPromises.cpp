@@ -149,10 +149,24 @@ private:
     // ---------------------------------------------------------------------------------
 
     DavFinding Connection() {
-        if (const std::wstring target = Look(m_send + L"/").target; !target.empty()) return LeadsTo(target);
-        if (!m_server.IsThere(m_send))
-            return Broken(L"The server " + m_server.Name() + L" has no folder at that address.");
-        return Kept(L"The server " + m_server.Name() + L" is reached, and takes the login.");
+        const Sight sight = Look(m_send + L"/");
+        if (!sight.target.empty()) return LeadsTo(sight.target);
+        try {
+            if (m_server.IsThere(m_send))
+                return Kept(L"The server " + m_server.Name() + L" is reached, and takes the login.");
+        } catch (const HttpError&) {
+            throw;  // it was not even reached
+        } catch (const base::Error& error) {
+            return Broken(error.failure().description, IsNoWebDav(sight.status) ? kWebDavAdvice : L"");
+        }
+        return Broken(L"The server " + m_server.Name() + L" has no folder at that address.",
+                      L"Correct the address in the settings, or make the folder on the server.");
+    }
+
+    /// Whether a status to PROPFIND is that of a server, or of a place on one, that knows no such method.
+    static bool IsNoWebDav(DWORD status) {
+        const bool isOtherAnswer = status / 100 == 2 && status != kMultistatus;
+        return isOtherAnswer || status == HTTP_STATUS_BAD_METHOD || status == HTTP_STATUS_NOT_SUPPORTED;
     }
 
     static DavFinding LeadsTo(const std::wstring& target) {
@@ -194,6 +208,7 @@ private:
     }
 
     struct Sight {
+        DWORD status = 0;
         std::wstring target;  ///< of a redirect; empty where it is none
         std::optional<base::FileTime> date;
         bool isEncoded = false;
@@ -207,7 +222,7 @@ private:
                 propfind.Send();
             });
         const bool leads = status / 100 == 3;
-        return {leads ? request.Header(L"Location").value_or(L"nowhere") : L"", request.Date(),
+        return {status, leads ? request.Header(L"Location").value_or(L"nowhere") : L"", request.Date(),
                 request.Header(L"Content-Encoding").has_value()};
     }
 
@@ -563,7 +578,7 @@ private:
 
 std::span<const DavPromises::Play::Promise> DavPromises::Play::Promises() {
     static constexpr Promise kPromises[] = {
-        {L"connection", &Play::Connection, kWebDavAdvice, true},
+        {L"connection", &Play::Connection, L"", true},
         {L"clock", &Play::Clock, L""},
         {L"folders", &Play::Folders, kRightsAdvice, true},
         {L"redirects", &Play::Redirects, L""},

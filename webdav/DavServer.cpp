@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr DWORD kMultistatus = 207;
-
 void SendNothing(HttpRequest& request) { request.Send(); }
 
 /// Puts the bytes from an offset on into a buffer and returns their number.

@@ -11,6 +11,9 @@
 #include "http/HttpConnection.h"
 #include "webdav/Multistatus.h"
 
+/// Status of an answer that lists what a folder holds.
+inline constexpr DWORD kMultistatus = 207;
+
 /// How the server took a request.
 struct DavReply {
     DWORD status = 0;      ///< 0 where no answer came, and nobody knows what was done

@@ -43,6 +43,14 @@ class VerifyTest(HttpsHostTest):
         self.assertIn("answers 405 to PROPFIND", self.said)
         self.assertIn("dav_ext_methods PROPFIND", self.said)
 
+    def test_a_wrong_address_or_login(self):
+        for url, text in ((self.server.url + "/nowhere", "-> Correct the address"),
+                          (self.server.url, "Check the login")):
+            self.assertEqual(self.verify(self.server, url, code=1), {"connection": "failed"})
+            self.assertIn(text, self.said)
+            self.assertNotIn("Switch WebDAV on", self.said)
+            self.field.change("https.password", "wrong")
+
     def test_what_an_administrator_may_have_set(self):
         found = self.verify(Server(self, "apache", extra=CHANGES))
         self.assertEqual(found | {"readers": "note"}, {"redirects": "note", "large uploads": "note", "readers": "note"}, self.said)
