@@ -9,6 +9,7 @@
 #include "base/SystemError.h"
 #include "base/Undo.h"
 #include "common/modMain.h"
+#include "packets/PacketName.h"
 
 using FileSystem::ReadOnlyFiles;
 
@@ -50,7 +51,7 @@ DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutS
       m_timeoutSeconds(timeoutSeconds),
       m_outputFile(std::move(outputFile)),
       m_backup(m_outputFile + L"_bck"),
-      m_late(m_outputFile + L"_late") {}
+      m_late(m_outputFile + kLateOutput) {}
 
 bool DecodeStep::Run() const {
     if (FileSystem::FileIsThere(m_outputFile)) {

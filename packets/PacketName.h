@@ -20,9 +20,11 @@ inline constexpr const wchar_t* kSiteTestFile = L"TestFtpConnection.txt";
 bool IsFolderTestFile(std::wstring_view FileName);
 
 /// Whether a name is that of a copy which a delivery or a decoding keeps of the file that it replaces:
-/// "<name>_bak" or
-/// "<name>_bck".
+/// "<name>_bak" or "<name>_bck".
 bool IsKeptCopy(std::wstring_view FileName);
+
+/// Behind a packet's name: what appeared under it while its decoder exceeded its time.
+inline constexpr const wchar_t* kLateOutput = L"_late";
 
 /// The folder below the receive folder that keeps backups of received packets.
 inline constexpr std::wstring_view kBackupFolder = L"Backup";

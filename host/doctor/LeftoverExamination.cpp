@@ -50,8 +50,16 @@ void ExamineKeptCopies(const std::wstring& inbox, Findings& findings) {
         inbox, [](const base::TreeFile& file) { return IsKeptCopy(file.name); },
         L" is what a delivery replaced when it ended in the middle",
         L"Compare it with the file of the same name without the ending, and delete the one that is not "
-        L"needed; "
-        L"where there is none of that name, the next delivery puts it back.",
+        L"needed; where there is none of that name, the next delivery puts it back.",
+        findings);
+}
+
+void ExamineLateFiles(const std::wstring& inbox, Findings& findings) {
+    ExamineFiles(
+        inbox, [](const base::TreeFile& file) { return HasExtension(file.name, kLateOutput); },
+        L" appeared while a decoder exceeded its time: a part of the packet, or what somebody has saved",
+        L"Compare it with the file of the same name without the ending, and delete the one that is not "
+        L"needed.",
         findings);
 }
 
@@ -95,6 +103,7 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
         ExamineTestFiles(setting.text(settings), findings);
     }
     ExamineKeptCopies(settings.inbox, findings);
+    ExamineLateFiles(settings.inbox, findings);
     ExamineSideFolder(
         kRefused, settings, L" that must not be delivered",
         L"See why in the report of the run, or in docs/operations.md; move what is good into the "

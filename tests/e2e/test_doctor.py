@@ -73,14 +73,14 @@ class DoctorTest(JsonTest):
         self.assert_only("remote", "to-enterprise takes no file", "to-field is not there")
 
     def test_leftovers(self):
-        for path in (self.field.inbox / "a.mdb_bak", self.to_field / "~1-2.arriving", self.to_field / "RWD_TestFile.txt",
+        for path in (self.field.inbox / "a.mdb_bak", self.field.inbox / "a.mdb_late", self.to_field / "~1-2.arriving", self.to_field / "RWD_TestFile.txt",
                      self.field.receive.with_name("receive.refused") / "x.afz",
                      self.field.send.with_name("send.older") / "b.mdb"):
             path.parent.mkdir(exist_ok=True)
             path.write_bytes(b"left")
-        self.assert_only("leftover", "a.mdb_bak", "~1-2.arriving", "RWD_TestFile.txt", "receive.refused holds 1 file",
-                         "send.older holds 1 file")
-        self.assertEqual(len(self.to_do()["leftover"]), 5)
+        self.assert_only("leftover", "a.mdb_bak", "a.mdb_late", "~1-2.arriving", "RWD_TestFile.txt",
+                         "receive.refused holds 1 file", "send.older holds 1 file")
+        self.assertEqual(len(self.to_do()["leftover"]), 6)
 
     def test_a_last_run_that_left_something(self):
         self.put(self.field, "bad.afz")
