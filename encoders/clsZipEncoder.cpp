@@ -8,6 +8,7 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Rights.h"
+#include "common/FileAtWork.h"
 #include "common/Report.h"
 #include "common/clsShell.h"
 #include "common/modMain.h"
@@ -110,6 +111,7 @@ bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::w
         const std::wstring source = InFolder + L"\\" + FileName;
         const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
         const std::wstring workFile = base::EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
+        const FileAtWork work(workFile);
         if (!OverduePrograms::Await(workFile, m_lZipTimeout))
             return self.Fail(L"A zip program that has exceeded its time still runs, and may write " +
                              workFile + L". Until it ends, nothing else becomes that file: " + source +

@@ -14,6 +14,7 @@
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "common/FileAtWork.h"
 #include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
@@ -240,6 +241,7 @@ clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::
 clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, const std::wstring& file,
                                                        const std::wstring& destinationFolder) {
     const std::wstring target = Path::Join(destinationFolder, Path::FileName(file));
+    const FileAtWork work(target);
     const std::wstring previous = target + L"_bak";
     if (FileSystem::FileExists(previous)) return MoveBeside(member, file, target, previous);
     const bool replaces = FileSystem::FileExists(target);

@@ -5,6 +5,7 @@
 #include "com/Create.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 
 namespace tests {
 namespace {
@@ -161,6 +162,23 @@ TEST_F(ZipEncoder, AZipProgramBeyondItsTimeRunsOnAndKeepsItsWorkFileFromOthers) 
     children.Script(L"write T:\\work\\a b.mdb.afz*another");
     EXPECT_TRUE(Encode(L"a b.mdb"));
     EXPECT_EQ(temp.Content(L"out\\a b.mdb.afz"), "another");
+}
+
+TEST_F(ZipEncoder, TwoPacketsOfOneNameDoNotShareAWorkFile) {
+    const Meanwhile meanwhile([&] {
+        EXPECT_TRUE(temp.Appears(L"work\\a b.mdb.afz"));
+        children.Script(L"");
+        EXPECT_FALSE(Ask<bool>(&IZNEncoder2::Encode, encoder, temp.Folder(L"other"), temp.Folder(L"sub"),
+                               L"A b.mdb", outFile.Put()));
+        temp.File(L"go");
+    });
+    children.Script(L"write T:\\work\\a b.mdb.afz*zipped|await T:\\go");
+    EXPECT_TRUE(Encode(L"a b.mdb"));
+    EXPECT_EQ(temp.Content(L"out\\a b.mdb.afz"), "zipped");
+    EXPECT_THAT(temp.Files(L"sub"), IsEmpty());
+    EXPECT_THAT(framework.TakeLog(),
+                ElementsAre(AllOf(Reported(kEncode),
+                                  Tells(L"Another call is making the file T:\\work\\A b.mdb.afz "))));
 }
 
 TEST_F(ZipEncoder, AWorkFileThatComesLateFailsTheEncoding) {
