@@ -85,21 +85,40 @@ ComPtr<Interface> Optional(IUnknown* object) {
     return other;
 }
 
-/// What the library's own encoders make of a packet must be restored by them; others know what they can.
+/// Whether an encoder is one of the library's own; others know what they can.
+bool IsOwn(IZNEncoder* encoder) {
+    return Optional<_clsXDeltaEncoder>(encoder) || Optional<_clsZipEncoder>(encoder);
+}
+
+/// What the library's own encoders make of a packet must be restored by them.
 void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
-    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
-    if (!delta && !Optional<_clsZipEncoder>(encoder)) return;
+    if (!IsOwn(encoder)) return;
     if (!IsDecodedUnderItsName(Path::FileName(file)))
         Refuse(file,
                L"the other side restores a packet under its name only when that ends with .mdb or .xml. "
                L"Let no encoder take it.");
     if (const auto version = FileSystem::VersionOf(file); version && version->size == 0)
         Refuse(file, L"it is empty, and encoded packets must not be.");
+    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
     if (!delta) return;
     const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get());
     if (!reference.empty() && !CanBeReference(Path::FileName(reference)))
         Refuse(file, L"the other side finds no reference by such a name: a reference file is named *.AXR, "
                      L"without a ~, on both sides. Set ReferencePath to one.");
+}
+
+/// What one of the library's own decoders restores from a file. Its program would write over any file of
+/// another name, and no attempt would succeed.
+std::wstring DecodedName(IZNEncoder* decoder, const std::wstring& file) {
+    const std::wstring name = Path::BaseName(file);
+    const std::wstring packet =
+        Optional<_clsXDeltaEncoder>(decoder) ? SplitDifferenceName(name).packet : name;
+    if (!IsDecodedUnderItsName(packet))
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + file +
+                              L" was not delivered: its decoder restores a packet under its name only when "
+                              L"that ends with .mdb or .xml. Have it sent under such a name, or as it is.");
+    return packet;
 }
 
 /// All packets in a folder and below it. A folder below that cannot be listed is reported and leaves the
@@ -329,6 +348,13 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
                 L" is not in the receive folder any more: it was delivered already, or somebody has "
                 L"removed it.");
     const std::wstring destination = Path::Join(folder, packet.subFolder);
+    const ComPtr<IZNEncoder> decoder = EncoderFor(&IZNEncoder::get_OutExtension, packet.name);
+    if (decoder && IsOwn(decoder.Get())) {
+        // Decoding deletes no read-only file: the packet would stay, and be decoded once more, over what
+        // somebody has made of it meanwhile.
+        FileSystem::MakeWritable(Path::Join(destination, DecodedName(decoder.Get(), file)));
+        FileSystem::MakeWritable(file);
+    }
     FileSystem::CreateFolders(destination);
     std::wstring fileName;
     const Procedure self(L"clsTransporter.cls.Deliver");

@@ -317,6 +317,29 @@ TEST_F(Scripting, NoPacketIsDeliveredInThePlaceOfOneThatIsBeingDecoded) {
     EXPECT_THAT(framework.TakeLog(), SizeIs(2));
 }
 
+TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    EXPECT_EQ(transporter->AddEncoder(Create<clsZipEncoder, IDispatch>().Get()), S_OK);
+    Bstr file;
+    for (const std::wstring name : {L"x.txt.afz", L"x.txt~Base.axd"}) {
+        const std::wstring received = temp.File(L"field\\receive\\" + name);
+        EXPECT_THAT(Failure(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put())),
+                    HasSubstr(L"only when that ends with .mdb or .xml"));
+        FileSystem::DeleteFile(received);
+    }
+    EXPECT_FALSE(children.WasStarted());
+    for (const std::wstring name : {L"inbox\\x.mdb", L"field\\receive\\x.mdb~Base.axd"}) {
+        temp.File(name);
+        temp.Protect(name);
+    }
+    children.Script(L"write T:\\inbox\\x.mdb*decoded");
+    EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), S_OK)
+        << "a read-only packet is decoded once";
+    EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "decoded");
+    EXPECT_THAT(temp.Files(L"field"), IsEmpty());
+}
+
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
     for (const wchar_t* name : {L"field\\receive\\b.xml", L"field\\receive\\z\\a.xml",
                                 L"field\\receive\\Backup\\c.xml", L"field\\receive\\~1-2.arriving"})
