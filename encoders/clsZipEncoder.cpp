@@ -109,6 +109,10 @@ bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::w
     return self.Guard(false, [&] {
         if (!ProgramExists(L"Zip.exe")) return false;
         const std::wstring source = InFolder + L"\\" + FileName;
+        if (m_sOutExtension.empty())
+            return self.Fail(source +
+                             L" was not encoded: OutExtension is empty, and an archive needs another "
+                             L"name than its packet.");
         const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
         const std::wstring workFile = base::EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
         const FileAtWork work(workFile);

@@ -125,6 +125,16 @@ TEST_F(ZipEncoder, EncodesThroughTheWorkFile) {
     EXPECT_THAT(framework.TakeLog(), OneReport(kEncode));
 }
 
+TEST_F(ZipEncoder, ThePacketIsNotItsOwnWorkFile) {
+    com::As<IZNEncoder>(encoder.Get())->put_OutExtension(In(L""));
+    temp.File(L"work\\x.mdb", "packet");
+    children.Script(L"write T:\\work\\x.mdb*zipped");
+    EXPECT_FALSE(
+        Ask<bool>(&IZNEncoder2::Encode, encoder, temp / L"work", temp / L"out", L"x.mdb", outFile.Put()));
+    EXPECT_EQ(temp.Content(L"work\\x.mdb"), "packet");
+    EXPECT_THAT(framework.TakeLog(), ElementsAre(AllOf(Reported(kEncode), Tells(L"OutExtension is empty"))));
+}
+
 TEST_F(ZipEncoder, DecodesIntoTheFolder) {
     children.Install(L"Unzip.exe");
     children.Script(L"write T:\\out\\a b.mdb*packet");
