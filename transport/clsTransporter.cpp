@@ -314,7 +314,9 @@ void clsTransporter::AddToList(const std::wstring& Folder) {
 
 void clsTransporter::ListBackups() {
     m_backups.Clear();
-    AddToList(BackupFolder(LocalReceiveFolder()));
+    const std::wstring receiveFolder = LocalReceiveFolder();
+    // Without one, the root of the current drive would be searched.
+    if (!receiveFolder.empty()) AddToList(BackupFolder(receiveFolder));
 }
 
 void clsTransporter::IZNTransporter2_Reset() {
@@ -333,7 +335,7 @@ bool clsTransporter::IZNTransporter2_BackupExists(const std::wstring& PacketId) 
 bool clsTransporter::IZNTransporter2_DestroyBackup(const std::wstring& PacketId) {
     const std::optional<std::wstring> backup = BackupOf(PacketId);
     if (!backup) return false;
-    if (FileSystem::FileExists(*backup)) FileSystem::DeleteFile(*backup, FileSystem::ReadOnlyFiles::Delete);
+    if (FileSystem::FileIsThere(*backup)) FileSystem::DeleteFile(*backup, FileSystem::ReadOnlyFiles::Delete);
     return true;
 }
 
