@@ -252,7 +252,7 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
     if (!FileSystem::FolderExists(folder))
         throw base::Error(E_INVALIDARG,
                           L"There is no folder " + folder + L" of which packets could be moved.");
-    for (const std::wstring& own : {LocalSendFolder(), LocalReceiveFolder()})
+    for (const std::wstring& own : {ScriptPath(LocalSendFolder()), ScriptPath(LocalReceiveFolder())})
         if (base::LiesIn(folder, own))
             throw base::Error(E_INVALIDARG, L"The packets of " + folder + L" were not moved: the folder " +
                                                 own +
@@ -316,7 +316,7 @@ bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder)
 /// Of a packet that came in several forms the newest must be the last to be delivered.
 ComPtr<_Collection> clsTransporter::ReceivedPackets() {
     DemandFolders();
-    const std::wstring folder = LocalReceiveFolder();
+    const std::wstring folder = ScriptPath(LocalReceiveFolder());
     std::vector<std::pair<std::uint64_t, base::TreeFile>> found;
     for (base::TreeFile& file : ReceivedBelow(folder, Procedure(L"clsTransporter.cls.Received")))
         if (const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath())))

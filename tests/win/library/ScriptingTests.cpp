@@ -356,8 +356,14 @@ TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
 TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     transporter->put_BackupEnabled(VARIANT_TRUE);
     temp.File(L"field\\receive\\4712~1.xml", "packet");
-    com::As<IZNSenderReceiver>(remote.Get())->put_LocalReceiveFolder(In(temp / L"field\\receive\\"));
-    Ask<std::wstring>(&_Packet::Deliver, Received().at(0), temp / L"inbox");
+    com::As<IZNSenderReceiver>(remote.Get())->put_LocalReceiveFolder(In(temp / L"field/send\\..\\receive\\"));
+    const auto packet = Received().at(0);
+    Bstr file;
+    EXPECT_EQ(packet->Deliver(In(temp / L"field\\receive\\below"), file.Put()), E_INVALIDARG);
+    LONG count = 0;
+    EXPECT_THAT(Failure(transporter->MoveAll(In(temp / L"field\\receive"), &count)),
+                HasSubstr(L"lies in it"));
+    EXPECT_EQ(packet->Deliver(In(temp / L"inbox"), file.Put()), S_OK);
     transporter->put_BackupEnabled(VARIANT_FALSE);
     EXPECT_EQ(Backups(), L"4712 ");
     for (const std::wstring since : {L"4712.xml.afz", L"sub\\4712~1.XML"}) {
@@ -371,7 +377,7 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_EQ(transporter->RestoreBackup(In(L"4712")), S_OK);
     EXPECT_EQ(temp.Content(L"field\\receive\\4712~1.xml"), "packet");
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
-                HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\"));
+                HasSubstr(L"There is no backup of the packet 4712 in T:\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
     EXPECT_EQ(Backups(), L"5 ") << "what is there now";
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
