@@ -98,9 +98,11 @@ bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile
 /// the file fails the encoding, because this report raises where no error is current.
 void clsZipEncoder::ReportLateWorkFile(const Procedure& encode, const std::wstring& workFile, int seconds) {
     // The tail looks like arguments of the report, but hosts match on the text as it always was.
-    ZNReportError(Lines(
-        encode.Name(), L"It took " + std::to_wstring(seconds) + L" seconds waiting for the zip output file " +
-                           workFile + L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE"));
+    const std::wstring text = L"It took " + std::to_wstring(seconds) +
+                              L" seconds waiting for the zip output file " + workFile +
+                              L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE";
+    HeardReports::Hear(text);
+    ZNReportError(Lines(encode.Name(), text));
 }
 
 bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,

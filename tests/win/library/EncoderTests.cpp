@@ -200,7 +200,16 @@ TEST_F(ZipEncoder, AWorkFileThatComesLateFailsTheEncoding) {
         Sleep(500);
         temp.File(L"work\\x.mdb.afz");
     });
-    EXPECT_FALSE(Encode(L"x.mdb"));
+    const auto transporter = ScratchTest::Create<clsTransporter, _clsTransporter>();
+    const auto folders = ScratchTest::Create<clsXCOPYSndRcv, _clsXCOPYSndRcv>();
+    folders->put_SendFolder(In(temp / L"out"));
+    folders->put_ReceiveFolder(In(temp / L"receive"));
+    EXPECT_EQ(transporter->putref_SenderReceiver(folders.Get()), S_OK);
+    EXPECT_EQ(transporter->AddEncoder(settings.Get()), S_OK);
+    EXPECT_THAT(FailureOf([&] {
+                    com::Check(transporter->Add(In(temp.File(L"in\\x.mdb")), com::Variant().Get()));
+                }).description,
+                HasSubstr(L"stays where it is.\r\nIt took "));
     late.join();
     EXPECT_THAT(
         framework.TakeLog(),
