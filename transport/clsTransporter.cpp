@@ -359,8 +359,8 @@ bool clsTransporter::Restore(const std::wstring& backup) {
 // --- Binary contract --------------------------------------------------------------------------------
 
 STDMETHODIMP clsTransporter::putref_Encoder(IZNEncoder* Value) {
-    if (!Value) return E_POINTER;
     return Call([&] {
+        if (!Value) throw base::Error(E_POINTER, L"There is no encoder to add.");
         m_shownEncoder = Value;
         m_encoders.emplace_back(Value);
     });
