@@ -8,6 +8,7 @@
 #include "base/ShortNames.h"
 #include "base/SystemError.h"
 #include "base/Undo.h"
+#include "common/FileAtWork.h"
 #include "common/modMain.h"
 #include "packets/PacketName.h"
 
@@ -54,6 +55,7 @@ DecodeStep::DecodeStep(std::wstring program, std::wstring command, LONG timeoutS
       m_late(m_outputFile + kLateOutput) {}
 
 bool DecodeStep::Run() const {
+    const FileAtWork work(m_outputFile);
     if (FileSystem::FileIsThere(m_outputFile)) {
         FileSystem::RefuseShortName(m_outputFile);
         if (!MakeRoomForOutput()) return false;
@@ -121,9 +123,16 @@ bool DecodeStep::RenameToBackup() const {
 
 bool MakeOutput(const Procedure& self, const std::wstring& OutputFile, const std::wstring& Backup,
                 const std::function<std::wstring()>& make) {
-    const auto restore = [&] { RestoreOutput(OutputFile, Backup); };
+    const bool replaces = FileSystem::FileIsThere(Backup);
+    const auto isTakenAway = [&] { return replaces && !FileSystem::FileIsThere(Backup); };
+    const auto restore = [&] {
+        if (!isTakenAway()) RestoreOutput(OutputFile, Backup);
+    };
     const std::wstring left = WhatIsLeft(OutputFile, Backup);
-    const std::wstring why = base::DoOrUndo(make, restore, left);
+    std::wstring why = base::DoOrUndo(make, restore, left);
+    if (why.empty() && isTakenAway())
+        why = L"The previous file " + Backup + L" was taken away while " + OutputFile +
+              L" was being made. What has that name now stays.";
     if (why.empty()) return true;
     // Reported outside of a handler: the report is about the step, not about its undoing.
     std::exception_ptr notRestored;

@@ -35,7 +35,8 @@ private:
 
 /// Makes a file whose previous version, if there is one, waits as a backup. make: says why it could not;
 /// empty when it could. Where it could not, or throws, what it left is removed and the previous file comes
-/// back before anything is reported: the full disk that ended a program refuses the event log, too. False
-/// after a failure.
+/// back before anything is reported: the full disk that ended a program refuses the event log, too. A backup
+/// that is gone then may be back in its place, and is no output: that is a failure after which all stays.
+/// False after a failure.
 bool MakeOutput(const Procedure& self, const std::wstring& OutputFile, const std::wstring& Backup,
                 const std::function<std::wstring()>& make);

@@ -7,6 +7,7 @@
 #include "com/Result.h"
 #include "com/Values.h"
 #include "common/DecodeStep.h"
+#include "common/FileAtWork.h"
 #include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
@@ -125,6 +126,7 @@ bool clsXDeltaEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std
         const std::wstring source = InFolder + L"\\" + FileName;
         const std::wstring target =
             OutFolder + L"\\" + DifferenceName(FileName, Path::BaseName(m_sReferencePath)) + m_sOutExtension;
+        const FileAtWork work(target);
         const std::wstring backup = target + L"_bck";
         if (FileSystem::FileIsThere(target)) FileSystem::MoveFile(target, backup);
         const std::wstring program = ProgramPath();

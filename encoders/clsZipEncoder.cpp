@@ -8,6 +8,7 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Rights.h"
+#include "common/FileAtWork.h"
 #include "common/Report.h"
 #include "common/clsShell.h"
 #include "common/modMain.h"
@@ -97,9 +98,11 @@ bool clsZipEncoder::Zip(const std::wstring& source, const std::wstring& workFile
 /// the file fails the encoding, because this report raises where no error is current.
 void clsZipEncoder::ReportLateWorkFile(const Procedure& encode, const std::wstring& workFile, int seconds) {
     // The tail looks like arguments of the report, but hosts match on the text as it always was.
-    ZNReportError(Lines(
-        encode.Name(), L"It took " + std::to_wstring(seconds) + L" seconds waiting for the zip output file " +
-                           workFile + L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE"));
+    const std::wstring text = L"It took " + std::to_wstring(seconds) +
+                              L" seconds waiting for the zip output file " + workFile +
+                              L" to be written., gk_sToolName, False, ZN_EVENTLOG_WARNING_TYPE";
+    HeardReports::Hear(text);
+    ZNReportError(Lines(encode.Name(), text));
 }
 
 bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::wstring& OutFolder,
@@ -108,8 +111,13 @@ bool clsZipEncoder::IZNEncoder_Encode(const std::wstring& InFolder, const std::w
     return self.Guard(false, [&] {
         if (!ProgramExists(L"Zip.exe")) return false;
         const std::wstring source = InFolder + L"\\" + FileName;
+        if (m_sOutExtension.empty())
+            return self.Fail(source +
+                             L" was not encoded: OutExtension is empty, and an archive needs another "
+                             L"name than its packet.");
         const std::wstring target = OutFolder + L"\\" + FileName + m_sOutExtension;
         const std::wstring workFile = base::EnvironmentVariable(L"TEMP") + L"\\" + FileName + m_sOutExtension;
+        const FileAtWork work(workFile);
         if (!OverduePrograms::Await(workFile, m_lZipTimeout))
             return self.Fail(L"A zip program that has exceeded its time still runs, and may write " +
                              workFile + L". Until it ends, nothing else becomes that file: " + source +

@@ -85,21 +85,40 @@ ComPtr<Interface> Optional(IUnknown* object) {
     return other;
 }
 
-/// What the library's own encoders make of a packet must be restored by them; others know what they can.
+/// Whether an encoder is one of the library's own; others know what they can.
+bool IsOwn(IZNEncoder* encoder) {
+    return Optional<_clsXDeltaEncoder>(encoder) || Optional<_clsZipEncoder>(encoder);
+}
+
+/// What the library's own encoders make of a packet must be restored by them.
 void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
-    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
-    if (!delta && !Optional<_clsZipEncoder>(encoder)) return;
+    if (!IsOwn(encoder)) return;
     if (!IsDecodedUnderItsName(Path::FileName(file)))
         Refuse(file,
                L"the other side restores a packet under its name only when that ends with .mdb or .xml. "
                L"Let no encoder take it.");
     if (const auto version = FileSystem::VersionOf(file); version && version->size == 0)
         Refuse(file, L"it is empty, and encoded packets must not be.");
+    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
     if (!delta) return;
     const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get());
     if (!reference.empty() && !CanBeReference(Path::FileName(reference)))
         Refuse(file, L"the other side finds no reference by such a name: a reference file is named *.AXR, "
                      L"without a ~, on both sides. Set ReferencePath to one.");
+}
+
+/// What one of the library's own decoders restores from a file. Its program would write over any file of
+/// another name, and no attempt would succeed.
+std::wstring DecodedName(IZNEncoder* decoder, const std::wstring& file) {
+    const std::wstring name = Path::BaseName(file);
+    const std::wstring packet =
+        Optional<_clsXDeltaEncoder>(decoder) ? SplitDifferenceName(name).packet : name;
+    if (!IsDecodedUnderItsName(packet))
+        throw base::Error(E_INVALIDARG,
+                          L"The packet " + file +
+                              L" was not delivered: its decoder restores a packet under its name only when "
+                              L"that ends with .mdb or .xml. Have it sent under such a name, or as it is.");
+    return packet;
 }
 
 /// All packets in a folder and below it. A folder below that cannot be listed is reported and leaves the
@@ -233,7 +252,7 @@ LONG clsTransporter::MovePackets(const std::wstring& folder) {
     if (!FileSystem::FolderExists(folder))
         throw base::Error(E_INVALIDARG,
                           L"There is no folder " + folder + L" of which packets could be moved.");
-    for (const std::wstring& own : {LocalSendFolder(), LocalReceiveFolder()})
+    for (const std::wstring& own : {ScriptPath(LocalSendFolder()), ScriptPath(LocalReceiveFolder())})
         if (base::LiesIn(folder, own))
             throw base::Error(E_INVALIDARG, L"The packets of " + folder + L" were not moved: the folder " +
                                                 own +
@@ -297,7 +316,7 @@ bool clsTransporter::Transfer(IUnknown* progress, const std::wstring& subFolder)
 /// Of a packet that came in several forms the newest must be the last to be delivered.
 ComPtr<_Collection> clsTransporter::ReceivedPackets() {
     DemandFolders();
-    const std::wstring folder = LocalReceiveFolder();
+    const std::wstring folder = ScriptPath(LocalReceiveFolder());
     std::vector<std::pair<std::uint64_t, base::TreeFile>> found;
     for (base::TreeFile& file : ReceivedBelow(folder, Procedure(L"clsTransporter.cls.Received")))
         if (const auto version = FileSystem::VersionOf(Path::Join(folder, file.RelativePath())))
@@ -329,6 +348,13 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
                 L" is not in the receive folder any more: it was delivered already, or somebody has "
                 L"removed it.");
     const std::wstring destination = Path::Join(folder, packet.subFolder);
+    const ComPtr<IZNEncoder> decoder = EncoderFor(&IZNEncoder::get_OutExtension, packet.name);
+    if (decoder && IsOwn(decoder.Get())) {
+        // Decoding deletes no read-only file: the packet would stay, and be decoded once more, over what
+        // somebody has made of it meanwhile.
+        FileSystem::MakeWritable(Path::Join(destination, DecodedName(decoder.Get(), file)));
+        FileSystem::MakeWritable(file);
+    }
     FileSystem::CreateFolders(destination);
     std::wstring fileName;
     const Procedure self(L"clsTransporter.cls.Deliver");

@@ -14,6 +14,7 @@
 #include "com/ErrorInfo.h"
 #include "com/Result.h"
 #include "com/Values.h"
+#include "common/FileAtWork.h"
 #include "common/Report.h"
 #include "common/modMain.h"
 #include "common/modZNStartup.h"
@@ -240,6 +241,7 @@ clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::
 clsTransporter::Delivery clsTransporter::MoveUnchanged(const Procedure& member, const std::wstring& file,
                                                        const std::wstring& destinationFolder) {
     const std::wstring target = Path::Join(destinationFolder, Path::FileName(file));
+    const FileAtWork work(target);
     const std::wstring previous = target + L"_bak";
     if (FileSystem::FileExists(previous)) return MoveBeside(member, file, target, previous);
     const bool replaces = FileSystem::FileExists(target);
@@ -312,7 +314,9 @@ void clsTransporter::AddToList(const std::wstring& Folder) {
 
 void clsTransporter::ListBackups() {
     m_backups.Clear();
-    AddToList(BackupFolder(LocalReceiveFolder()));
+    const std::wstring receiveFolder = LocalReceiveFolder();
+    // Without one, the root of the current drive would be searched.
+    if (!receiveFolder.empty()) AddToList(BackupFolder(receiveFolder));
 }
 
 void clsTransporter::IZNTransporter2_Reset() {
@@ -331,7 +335,7 @@ bool clsTransporter::IZNTransporter2_BackupExists(const std::wstring& PacketId) 
 bool clsTransporter::IZNTransporter2_DestroyBackup(const std::wstring& PacketId) {
     const std::optional<std::wstring> backup = BackupOf(PacketId);
     if (!backup) return false;
-    if (FileSystem::FileExists(*backup)) FileSystem::DeleteFile(*backup, FileSystem::ReadOnlyFiles::Delete);
+    if (FileSystem::FileIsThere(*backup)) FileSystem::DeleteFile(*backup, FileSystem::ReadOnlyFiles::Delete);
     return true;
 }
 
@@ -355,8 +359,8 @@ bool clsTransporter::Restore(const std::wstring& backup) {
 // --- Binary contract --------------------------------------------------------------------------------
 
 STDMETHODIMP clsTransporter::putref_Encoder(IZNEncoder* Value) {
-    if (!Value) return E_POINTER;
     return Call([&] {
+        if (!Value) throw base::Error(E_POINTER, L"There is no encoder to add.");
         m_shownEncoder = Value;
         m_encoders.emplace_back(Value);
     });

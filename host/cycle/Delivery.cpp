@@ -81,13 +81,14 @@ std::vector<base::TreeFile> Delivery::Judge(const std::wstring& subFolder,
         SetAsideRefusedFiles(ReceivedIn(m_settings, subFolder), m_settings, waiting, m_ledger), m_ledger);
 }
 
-/// Decoding deletes no read-only file: the packet would take its place, and stay to be decoded once more,
-/// over what somebody has made of it meanwhile.
+/// Decoding deletes no read-only file, neither the one that the packet replaces nor the one that held it: it
+/// would stay to be decoded once more, over what somebody has made of it meanwhile.
 void Delivery::LetDecodersReplace(const std::vector<base::TreeFile>& files, std::wstring& reason) const {
     for (const base::TreeFile& file : files) {
         const base::TreeFile packet = m_ledger.PacketIn(file);
         if (packet.name == file.name) continue;
         const Hindrance isProtected = Try(m_settings, [&] {
+            FileSystem::MakeWritable(Path::Join(m_settings.receive, file.RelativePath()));
             FileSystem::MakeWritable(Path::Join(m_settings.inbox, packet.RelativePath()));
             return true;
         });

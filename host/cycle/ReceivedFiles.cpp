@@ -125,7 +125,12 @@ std::optional<std::wstring> DeliveryObjection(const base::TreeFile& file, const 
         return L"it has the name of a copy that is kept of a replaced file, and would be deleted as that";
     if (FileSystem::IsArrival(file.name))
         return L"a run ended while it was received, so that it may be a part; its source is where it was";
-    if (!IsTakenForEncoded(file.name, settings.zip.outExtension)) return std::nullopt;
+    const bool isArchive = IsTakenForEncoded(file.name, settings.zip.outExtension);
+    if (!isArchive && !IsTakenForEncoded(file.name, settings.xdelta.outExtension)) return std::nullopt;
+    if (!IsDecodedUnderItsName(packet))
+        return L"its decoder restores a packet under its name only when that ends with .mdb or .xml, and "
+               L"would write over any other file";
+    if (!isArchive) return std::nullopt;
     const std::wstring path = Path::Join(settings.receive, file.RelativePath());
     return companions::zip::PacketObjection(base::InputFile(path), Path::BaseName(path), &base::Upper,
                                             &base::FromOemCodePage);

@@ -61,12 +61,30 @@ class ZipTest(EncoderCase):
         self.assert_run(self.enterprise)
         self.assertEqual(target.read_bytes(), packet)
 
-    def test_a_read_only_file_of_the_inbox_makes_room(self):
+    def test_read_only_files_of_inbox_and_receive_folder_make_room(self):
         older = self.put(self.enterprise, "sub/a.mdb", content=b"older", folder=self.enterprise.inbox)
         self.ledger.clear()
         older.chmod(0o444)
-        self.deliver("sub/a.mdb")
+        self.send("sub/a.mdb")
+        received = self.enterprise.receive / "sub/a.mdb.afz"
+        received.parent.mkdir(parents=True)
+        (self.to_enterprise / "sub/a.mdb.afz").rename(received)
+        received.chmod(0o444)
+        self.assert_received()
         self.assertEqual(files_below(self.enterprise.inbox).keys(), {"sub/a.mdb"})
+        self.assertEqual(files_below(self.enterprise.receive).keys(), set())
+
+    def test_what_no_decoder_restores_under_its_name_replaces_nothing(self):
+        other = self.enterprise.inbox / "x.txt"
+        other.write_bytes(b"of the user")
+        with zipfile.ZipFile(self.to_enterprise / "x.txt.afz", "w") as archive:
+            archive.writestr("x.txt", b"packet")
+        (self.to_enterprise / "x.txt~Base.axd").write_bytes(b"difference")
+        outcome = self.assert_run(self.enterprise, 1)
+        self.assertEqual(outcome.output.count("only when that ends with .mdb or .xml"), 2, outcome)
+        self.assertEqual(other.read_bytes(), b"of the user")
+        self.assertEqual(files_below(self.enterprise.receive.with_name("receive.refused")).keys(),
+                         {"x.txt.afz", "x.txt~Base.axd"})
 
     def test_an_archive_that_holds_more_than_its_packet_replaces_nothing(self):
         other = self.enterprise.inbox / "b.mdb"

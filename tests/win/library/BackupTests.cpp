@@ -1,5 +1,6 @@
 // Backups of received packets: taken while receiving, listed, restored, destroyed.
 #include "base/File.h"
+#include "base/RollBack.h"
 #include "tests/win/support/Library.h"
 
 namespace tests {
@@ -189,6 +190,20 @@ TEST_F(Backups, AreListedWithAFoldersOwnFilesFirst) {
     EXPECT_TRUE(Restore(L"2"));
     EXPECT_THAT(temp.Files(L"in"),
                 UnorderedElementsAre(L"2.mdb", L"Backup\\a\\1.mdb", L"Backup\\a\\more\\2~Base.axd"));
+}
+
+TEST_F(Backups, NothingInTheRootOfTheDriveIsOne) {
+    constexpr auto kFolder = L"C:\\Backup";
+    if (!CreateDirectoryW(kFolder, nullptr)) GTEST_SKIP() << "needs a drive to whose root it may write";
+    const base::RollBack removal([&, was = std::filesystem::current_path()] {
+        std::filesystem::current_path(was);
+        std::filesystem::remove_all(kFolder);
+    });
+    std::ofstream(std::filesystem::path(kFolder) / "9.mdb") << "of somebody";
+    std::filesystem::current_path(L"C:\\");
+    transporter->putref_SenderReceiver(Create<clsXCOPYSndRcv, IZNSenderReceiver>().Get());
+    EXPECT_EQ(backups->Reset(), S_OK);
+    EXPECT_THAT(Ids(), IsEmpty()) << "where no receive folder is set";
 }
 
 TEST_F(Backups, ABackupThatCannotBeTakenLeavesThePacketWhereItIs) {

@@ -5,6 +5,7 @@
 #include "com/Create.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 
 namespace tests {
 namespace {
@@ -124,6 +125,16 @@ TEST_F(ZipEncoder, EncodesThroughTheWorkFile) {
     EXPECT_THAT(framework.TakeLog(), OneReport(kEncode));
 }
 
+TEST_F(ZipEncoder, ThePacketIsNotItsOwnWorkFile) {
+    com::As<IZNEncoder>(encoder.Get())->put_OutExtension(In(L""));
+    temp.File(L"work\\x.mdb", "packet");
+    children.Script(L"write T:\\work\\x.mdb*zipped");
+    EXPECT_FALSE(
+        Ask<bool>(&IZNEncoder2::Encode, encoder, temp / L"work", temp / L"out", L"x.mdb", outFile.Put()));
+    EXPECT_EQ(temp.Content(L"work\\x.mdb"), "packet");
+    EXPECT_THAT(framework.TakeLog(), ElementsAre(AllOf(Reported(kEncode), Tells(L"OutExtension is empty"))));
+}
+
 TEST_F(ZipEncoder, DecodesIntoTheFolder) {
     children.Install(L"Unzip.exe");
     children.Script(L"write T:\\out\\a b.mdb*packet");
@@ -163,6 +174,23 @@ TEST_F(ZipEncoder, AZipProgramBeyondItsTimeRunsOnAndKeepsItsWorkFileFromOthers) 
     EXPECT_EQ(temp.Content(L"out\\a b.mdb.afz"), "another");
 }
 
+TEST_F(ZipEncoder, TwoPacketsOfOneNameDoNotShareAWorkFile) {
+    const Meanwhile meanwhile([&] {
+        EXPECT_TRUE(temp.Appears(L"work\\a b.mdb.afz"));
+        children.Script(L"");
+        EXPECT_FALSE(Ask<bool>(&IZNEncoder2::Encode, encoder, temp.Folder(L"other"), temp.Folder(L"sub"),
+                               L"A b.mdb", outFile.Put()));
+        temp.File(L"go");
+    });
+    children.Script(L"write T:\\work\\a b.mdb.afz*zipped|await T:\\go");
+    EXPECT_TRUE(Encode(L"a b.mdb"));
+    EXPECT_EQ(temp.Content(L"out\\a b.mdb.afz"), "zipped");
+    EXPECT_THAT(temp.Files(L"sub"), IsEmpty());
+    EXPECT_THAT(framework.TakeLog(),
+                ElementsAre(AllOf(Reported(kEncode),
+                                  Tells(L"Another call is making the file T:\\work\\A b.mdb.afz "))));
+}
+
 TEST_F(ZipEncoder, AWorkFileThatComesLateFailsTheEncoding) {
     // The program's end is not its file's.
     children.Script(L"hold T:\\running|write T:\\done*x");
@@ -172,7 +200,16 @@ TEST_F(ZipEncoder, AWorkFileThatComesLateFailsTheEncoding) {
         Sleep(500);
         temp.File(L"work\\x.mdb.afz");
     });
-    EXPECT_FALSE(Encode(L"x.mdb"));
+    const auto transporter = ScratchTest::Create<clsTransporter, _clsTransporter>();
+    const auto folders = ScratchTest::Create<clsXCOPYSndRcv, _clsXCOPYSndRcv>();
+    folders->put_SendFolder(In(temp / L"out"));
+    folders->put_ReceiveFolder(In(temp / L"receive"));
+    EXPECT_EQ(transporter->putref_SenderReceiver(folders.Get()), S_OK);
+    EXPECT_EQ(transporter->AddEncoder(settings.Get()), S_OK);
+    EXPECT_THAT(FailureOf([&] {
+                    com::Check(transporter->Add(In(temp.File(L"in\\x.mdb")), com::Variant().Get()));
+                }).description,
+                HasSubstr(L"stays where it is.\r\nIt took "));
     late.join();
     EXPECT_THAT(
         framework.TakeLog(),

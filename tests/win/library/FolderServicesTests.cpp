@@ -9,6 +9,7 @@
 #include "services/Options.h"
 #include "services/PropertySet.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 
 namespace tests {
 namespace {
@@ -132,19 +133,15 @@ TEST_F(FolderServices, OptionsOfTheCommandLineWinOverStoredSettings) {
     EXPECT_EQ(OptionOrSetting(L"ftpserver", registry), L"") << "letter case matters";
 }
 
-bool rang;
-void CALLBACK Ring(HWND, UINT, UINT_PTR, DWORD) { rang = true; }
-
 TEST_F(FolderServices, AMessageToQuitStaysForTheHostAndHoldsNothingUp) {
-    const UINT_PTR timer = SetTimer(nullptr, 0, 10, &Ring);
-    rang = false;
+    bool rang = false;
+    const Meanwhile meanwhile([&] { rang = true; });
     PostQuitMessage(3);
     for (int i = 0; i < 1000 && !rang; ++i) {
         Sleep(10);
         com::ProcessPendingMessages();
     }
     EXPECT_TRUE(rang);
-    KillTimer(nullptr, timer);
     MSG message{};
     ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
     EXPECT_EQ(message.message, static_cast<UINT>(WM_QUIT));

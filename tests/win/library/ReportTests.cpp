@@ -12,6 +12,7 @@
 #include "common/modZNStartup.h"
 #include "tests/win/dialogs/User.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 
 namespace tests {
 namespace {
@@ -158,23 +159,18 @@ TEST_F(ReportTest, MessageBoxesAreShownAsAskedForAndReturnTheButton) {
     EXPECT_EQ(ZNMsgBox(L"Go on?", MB_YESNO | MB_ICONWARNING, L"Box of the test"), IDNO);
 }
 
-std::atomic<bool> g_failedMeanwhile;
-
-void CALLBACK FailMeanwhile(HWND, UINT, UINT_PTR, DWORD) {
-    com::Call([] { throw base::Error(E_FAIL, L"while a box was shown"); });
-    g_failedMeanwhile = true;
-}
-
 TEST_F(ReportTest, WhatFailsWhileABoxIsShownDescribesNoLaterFailure) {
     framework.userInterface = true;
-    g_failedMeanwhile = false;
-    const UINT_PTR timer = SetTimer(nullptr, 0, USER_TIMER_MINIMUM, &FailMeanwhile);
-    const User user(L"Box of the test", [](const Screen& box) {
-        EXPECT_TRUE(Eventually([] { return g_failedMeanwhile.load(); }));
+    std::atomic<bool> failed = false;
+    const Meanwhile meanwhile([&] {
+        com::Call([] { throw base::Error(E_FAIL, L"while a box was shown"); });
+        failed = true;
+    });
+    const User user(L"Box of the test", [&](const Screen& box) {
+        EXPECT_TRUE(Eventually([&] { return failed.load(); }));
         box.Confirm();
     });
     ZNMsgBox(L"Look", MB_OK, L"Box of the test");
-    KillTimer(nullptr, timer);
     Microsoft::WRL::ComPtr<IErrorInfo> left;
     EXPECT_EQ(GetErrorInfo(0, &left), S_FALSE);
 }

@@ -14,6 +14,7 @@
 #include "com/Object.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 
 namespace tests {
 namespace {
@@ -266,33 +267,77 @@ TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
 }
 
-std::function<void()> g_meanwhile;
-
-void CALLBACK CallMeanwhile(HWND, UINT, UINT_PTR timer, DWORD) {
-    KillTimer(nullptr, timer);
-    g_meanwhile();
-}
-
 TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
     const ChildPrograms children(temp);
     MakeDifferencesBy(children);
     const std::wstring waiting = temp.File(L"field\\send\\x.mdb~Base.axd", "older");
+    const std::wstring packet = temp.File(L"outbox\\x.mdb", "newer");
     HRESULT other = E_PENDING;
-    g_meanwhile = [&] {
+    children.Script(L"await T:\\failed");
+    const Meanwhile meanwhile([&] {
+        children.Script(L"");
+        EXPECT_THAT(Failure(transporter->Move(In(packet), Variant().Get())),
+                    HasSubstr(L"Another call is making the file T:\\field\\send\\x.mdb~Base.axd"));
         children.Script(L"write T:\\field\\send\\y.mdb~Base.axd*other");
         other = transporter->Add(In(temp.File(L"y.mdb")), Variant().Get());
         VARIANT_BOOL moved = VARIANT_FALSE;
         EXPECT_EQ(transporter->SendReceive(Variant().Get(), Variant().Get(), &moved), E_UNEXPECTED)
             << "the backup would travel";
         temp.File(L"failed");
-    };
-    children.Script(L"await T:\\failed");
-    SetTimer(nullptr, 0, USER_TIMER_MINIMUM, &CallMeanwhile);
-    EXPECT_THAT(Failure(transporter->Add(In(temp.File(L"x.mdb")), Variant().Get())),
-                HasSubstr(L"It stays where it is."));
+    });
+    EXPECT_THAT(Failure(transporter->Move(In(packet), Variant().Get())), HasSubstr(L"It stays where it is."));
+    EXPECT_EQ(base::ReadFile(packet), "newer");
     EXPECT_EQ(other, S_OK);
     EXPECT_EQ(base::ReadFile(waiting), "older") << "it comes back when the encoder has failed";
-    EXPECT_THAT(framework.TakeLog(), SizeIs(1));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+}
+
+TEST_F(Scripting, NoPacketIsDeliveredInThePlaceOfOneThatIsBeingDecoded) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    const std::wstring inbox = temp / L"inbox";
+    temp.File(L"inbox\\x.mdb", "previous");
+    for (const std::wstring name : {L"x.mdb~Base.axd", L"x.mdb"})
+        temp.File(L"field\\receive\\" + name, "packet");
+    const auto deliver = [&](const std::wstring& name) {
+        Bstr file;
+        for (const auto& packet : Received())
+            if (Ask<std::wstring>(&_Packet::get_Name, packet) == name)
+                return Failure(packet->Deliver(In(inbox), file.Put()));
+        return std::wstring();
+    };
+    children.Script(L"await T:\\failed");
+    const Meanwhile meanwhile([&] {
+        EXPECT_THAT(deliver(L"x.mdb"), HasSubstr(L"Another call is making the file T:\\inbox\\x.mdb "));
+        temp.File(L"failed");
+    });
+    EXPECT_THAT(deliver(L"x.mdb~Base.axd"), HasSubstr(L"Decoding failed"));
+    EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "previous");
+    EXPECT_THAT(temp.Files(L"field\\receive"), UnorderedElementsAre(L"x.mdb", L"x.mdb~Base.axd"));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+}
+
+TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    EXPECT_EQ(transporter->AddEncoder(Create<clsZipEncoder, IDispatch>().Get()), S_OK);
+    Bstr file;
+    for (const std::wstring name : {L"x.txt.afz", L"x.txt~Base.axd"}) {
+        const std::wstring received = temp.File(L"field\\receive\\" + name);
+        EXPECT_THAT(Failure(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put())),
+                    HasSubstr(L"only when that ends with .mdb or .xml"));
+        FileSystem::DeleteFile(received);
+    }
+    EXPECT_FALSE(children.WasStarted());
+    for (const std::wstring name : {L"inbox\\x.mdb", L"field\\receive\\x.mdb~Base.axd"}) {
+        temp.File(name);
+        temp.Protect(name);
+    }
+    children.Script(L"write T:\\inbox\\x.mdb*decoded");
+    EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), S_OK)
+        << "a read-only packet is decoded once";
+    EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "decoded");
+    EXPECT_THAT(temp.Files(L"field"), IsEmpty());
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
@@ -311,8 +356,14 @@ TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
 TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     transporter->put_BackupEnabled(VARIANT_TRUE);
     temp.File(L"field\\receive\\4712~1.xml", "packet");
-    com::As<IZNSenderReceiver>(remote.Get())->put_LocalReceiveFolder(In(temp / L"field\\receive\\"));
-    Ask<std::wstring>(&_Packet::Deliver, Received().at(0), temp / L"inbox");
+    com::As<IZNSenderReceiver>(remote.Get())->put_LocalReceiveFolder(In(temp / L"field/send\\..\\receive\\"));
+    const auto packet = Received().at(0);
+    Bstr file;
+    EXPECT_EQ(packet->Deliver(In(temp / L"field\\receive\\below"), file.Put()), E_INVALIDARG);
+    LONG count = 0;
+    EXPECT_THAT(Failure(transporter->MoveAll(In(temp / L"field\\receive"), &count)),
+                HasSubstr(L"lies in it"));
+    EXPECT_EQ(packet->Deliver(In(temp / L"inbox"), file.Put()), S_OK);
     transporter->put_BackupEnabled(VARIANT_FALSE);
     EXPECT_EQ(Backups(), L"4712 ");
     for (const std::wstring since : {L"4712.xml.afz", L"sub\\4712~1.XML"}) {
@@ -326,7 +377,7 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_EQ(transporter->RestoreBackup(In(L"4712")), S_OK);
     EXPECT_EQ(temp.Content(L"field\\receive\\4712~1.xml"), "packet");
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
-                HasSubstr(L"There is no backup of the packet 4712 in T:\\field\\receive\\"));
+                HasSubstr(L"There is no backup of the packet 4712 in T:\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
     EXPECT_EQ(Backups(), L"5 ") << "what is there now";
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);

@@ -6,6 +6,7 @@
 #include "common/modMain.h"
 #include "tests/win/support/ChildPrograms.h"
 #include "tests/win/support/Library.h"
+#include "tests/win/support/Meanwhile.h"
 #include "tests/win/support/Process.h"
 #include "tests/win/support/Resources.h"
 
@@ -77,24 +78,16 @@ TEST_F(ShellTest, AProgramThatWritesBeyondABufferEnds) {
     EXPECT_EQ(Process(program).ExitCode(), kFailFast);
 }
 
-const TempFolder* scratch;
-/// No lambda: it has no calling convention of its own, and 32-bit Windows calls back by another one.
-void CALLBACK LetGo(HWND, UINT, UINT_PTR, DWORD) { scratch->File(L"go"); }
-
 TEST_F(ShellTest, TheHostGetsItsMessagesWhileACommandRuns) {
-    scratch = &temp;
-    const UINT_PTR timer = SetTimer(nullptr, 0, 10, &LetGo);
+    const Meanwhile meanwhile([&] { temp.File(L"go"); });
     children.Script(kAwaitGo);
     EXPECT_TRUE(DoShellCmd(program, 20, false));
-    KillTimer(nullptr, timer);
 }
 
 TEST_F(ShellTest, TimeIsCountedInSeconds) {
-    scratch = &temp;
-    const UINT_PTR timer = SetTimer(nullptr, 0, 8000, &LetGo);
+    const Meanwhile meanwhile([&] { temp.File(L"go"); }, 8000);
     children.Script(kAwaitGo);
     EXPECT_FALSE(DoShellCmd(program, 1, false)) << "it would have ended by itself within ten times that";
-    KillTimer(nullptr, timer);
     EXPECT_THAT(framework.TakeLog(),
                 OneReport(L"modMain.DoShellCmd", L"Command: " + kProgram + L"\r\ntimed out"));
 }
@@ -191,6 +184,33 @@ TEST_F(DecodeTest, EveryFailureOfTheCommandBringsThePreviousOutputBack) {
                 Contains(Reported(kDecode, L"Command: " + kProgram + L"\r\nCommand timed out")));
     program = temp / L"missing.exe";
     expectFailure(L"Decoding failed for output file T:\\x.mdb");
+}
+
+TEST_F(DecodeTest, WhatOthersDoMeanwhileIsNotTakenForTheOutput) {
+    temp.File(L"x.mdb", "previous");
+    const auto decodeWhile = [&](std::function<void()> others) {
+        children.Script(L"await T:\\go");
+        const Meanwhile meanwhile([&, others = std::move(others)] {
+            others();
+            temp.File(L"go");
+        });
+        EXPECT_FALSE(Decode());
+        EXPECT_EQ(Files(), "previous");
+        FileSystem::TryDelete(temp / L"go");
+        return framework.TakeLog();
+    };
+    EXPECT_THAT(decodeWhile([&] {
+                    children.Script(L"");
+                    std::wstring path = temp / L".\\X.MDB";
+                    std::wstring ignored;
+                    EXPECT_FALSE(CommonDecode(path, true, program, 60, ignored));
+                }),
+                ElementsAre(AllOf(Reported(kDecode), Tells(L"Another call is making the file T:\\X.MDB")),
+                            Reported(kDecode, L"Decoding failed for output file T:\\x.mdb")));
+    EXPECT_THAT(decodeWhile([&] { FileSystem::MoveFile(temp / L"x.mdb_bck", temp / L"x.mdb"); }),
+                OneReport(kDecode,
+                          L"The previous file T:\\x.mdb_bck was taken away while T:\\x.mdb was being "
+                          L"made. What has that name now stays."));
 }
 
 TEST_F(DecodeTest, WhatAppearsWhileADecoderExceedsItsTimeIsKept) {

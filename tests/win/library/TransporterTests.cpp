@@ -162,7 +162,10 @@ TEST_F(Transporter, TheFirstEncoderOfTheExtensionTakesIt) {
     EXPECT_EQ(transporter->get_Encoder(&encoder), S_OK);
     EXPECT_EQ(transporter->get_SenderReceiver(&current), S_OK);
     EXPECT_TRUE(encoder == first && current == remote);
-    EXPECT_EQ(transporter->putref_Encoder(nullptr), E_POINTER);
+    const HRESULT refused = transporter->putref_Encoder(nullptr);
+    EXPECT_EQ(refused, E_POINTER);
+    EXPECT_THAT(FailureOf([&] { com::Check(refused); }).description,
+                HasSubstr(L"There is no encoder to add"));
 }
 
 TEST_F(Transporter, AddReportsWhatItCannotDo) {
