@@ -8,6 +8,7 @@
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "host/settings/NetworkDrive.h"
+#include "host/settings/Place.h"
 #include "host/settings/SettingsFile.h"
 
 namespace {
@@ -100,8 +101,18 @@ void AppendNothing(const std::wstring& log) try {
     if (!MayBeWrittenLater(error)) throw;
 }
 
+/// What is reported would end up in what runs are steered by, or in what differences are made against.
+void CheckLogIsNone(const Settings& settings, const std::wstring& other, const wchar_t* what) {
+    if (!other.empty() && AreOnePlace(settings.logFile, other))
+        throw Refusal(settings, SettingOf<&Settings::logFile>(),
+                      std::wstring(L"the log must not be ") + what + L"; name a file of its own");
+}
+
 void CheckLogFile(const Settings& settings) try {
-    if (!settings.logFile.empty()) AppendNothing(settings.logFile);
+    if (settings.logFile.empty()) return;
+    CheckLogIsNone(settings, settings.file, L"the settings file");
+    CheckLogIsNone(settings, settings.xdelta.referencePath, L"the reference file");
+    AppendNothing(settings.logFile);
 } catch (const base::Error& error) {
     throw Refusal(settings, SettingOf<&Settings::logFile>(),
                   L"the log cannot be written: " + error.failure().description);

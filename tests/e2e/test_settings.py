@@ -24,6 +24,7 @@ BAD_SETTINGS = [
     ("receive = field\\receive", "receive = c:receive", "[folders] receive = c:receive", "behind the drive"),
     ("file = field.log", "file = field\\OUTBOX\\field.log", "[log] file", "must not lie in the folder of [folders] outbox"),
     ("file = field.log", "file = field\\send.status", "[log] file", "send.status, which belongs to the transport"),
+    ("file = field.log", "file = FIELD.INI", "[log] file", "must not be the settings file"),
     ("reference_path = ", "reference_path = share\\to-field\\Base.AXR", "[xdelta] reference_path", "[folders] remote_receive"),
     ("zip_util_location = ", "zip_util_location = field\\inbox\\bin", "[zip] zip_util_location", "[folders] inbox"),
     ("inbox = field\\inbox", "inbox = field\\inbox ; the office", "[folders] inbox", "line of its own"),
@@ -125,6 +126,14 @@ class SettingsTest(HostTest):
         outcome = self.assert_run(self.field, 2)
         self.assertIn("[log] file", outcome.errors)
         self.assertTrue(packet.exists())
+
+    def test_the_log_is_neither_the_settings_nor_the_reference_file(self):
+        (self.root / "other").symlink_to(self.root)
+        for log, what in (("other\\field.ini", "settings"), ("other\\BASE.axr", "reference")):
+            self.field.change("reference_path", "Base.AXR")
+            self.field.change("file", log)
+            self.assertIn(f"the log must not be the {what} file", self.assert_run(self.field, 2).errors)
+        self.assertFalse((self.root / "Base.AXR").exists())
 
     def test_somebody_who_reads_the_log_stops_no_packet(self):
         self.field.log_file.write_text("")
