@@ -118,6 +118,7 @@ public:
     Settings Read();
 
 private:
+    void CheckLines();
     void CheckSections();
     void CheckNames(const wchar_t* section);
     void ReadValue(const Setting& setting);
@@ -153,6 +154,7 @@ Reader::Reader(const std::wstring& file, const std::string& text) : m_text(text)
 }
 
 Settings Reader::Read() {
+    CheckLines();
     CheckSections();
     for (const Setting& setting : kSettings)
         ReadValue(setting);
@@ -163,6 +165,15 @@ Settings Reader::Read() {
     CheckOwnFiles();
     ThrowProblems();
     return std::move(m_settings);
+}
+
+/// The parser passes over values without a name.
+void Reader::CheckLines() {
+    for (std::size_t sign = m_text.find('='); sign != std::string::npos; sign = m_text.find('=', sign + 1)) {
+        const std::size_t before = std::string_view(m_text).substr(0, sign).find_last_not_of(" \t");
+        if (before == std::string::npos || m_text[before] == '\r' || m_text[before] == '\n')
+            Complain(L"a line has no name before its =");
+    }
 }
 
 void Reader::CheckSections() {

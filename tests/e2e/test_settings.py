@@ -11,6 +11,7 @@ BAD_SETTINGS = [
     ("user_interface = no", "user_interface = maybe", "[host] user_interface = maybe", "yes, no"),
     ("sent = field\\sent", "", "[folders] sent is missing"),
     ("[log]", "[log]\ncolour = red", "[log] colour", "unknown key"),
+    ("[log]", "[log]\n \t= 5", "a line has no name before its ="),
     ("[log]", "[log]\nnonsense", "[log] nonsense", "unknown key"),
     ("[log]", "[extra]\na = b\n[log]", "[extra]", "unknown section"),
     ("outbox = field\\outbox", "outbox = field\\outbox\noutbox = x", "[folders] outbox", "2 times"),
