@@ -250,11 +250,12 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
             ProtectedText::WhyHidden(value) +
             L" If another account has enciphered it, run this as that account; else write it anew, for all "
             L"of this computer: " +
-            CommandOfPassword(m_settings.file));
+            CommandOfPassword(m_settings.file, setting));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
-                 L": the password cannot be deciphered; write it anew, plain, and znhost settings "
-                 L"enciphers it");
+                 L": the password cannot be deciphered: it is damaged, or a plain one of hexadecimal digits "
+                 L"alone, as enciphered ones are; write it anew, for all of this computer: " +
+                 CommandOfPassword(m_settings.file, setting));
     refuseIf(!setting.allowed.empty() && !Find(setting.allowed, value),
              L"the value must be one of: " + Listed(setting.allowed));
     refuseIf((is(ValueKind::Number) && !IsNumber(value)) || (is(ValueKind::Extension) && !IsExtension(value)),
@@ -490,17 +491,19 @@ Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
     return Reader(file, text).Read();
 }
 
-bool HoldsPasswordOfAccount(const std::wstring& file) {
+const Setting* PasswordOfAccount(const std::wstring& file) {
     const std::string text = SettingsText(file);
-    return std::ranges::any_of(kSettings, [&](const Setting& setting) {
+    const auto found = std::ranges::find_if(kSettings, [&](const Setting& setting) {
         if (setting.kind != ValueKind::Password) return false;
         const auto revealed = ProtectedText::Reveal(ValueIn(text, setting));
         return revealed && revealed->readers == ProtectedText::Readers::Account;
     });
+    return found == kSettings.end() ? nullptr : &*found;
 }
 
-std::wstring CommandOfPassword(const std::wstring& file) {
-    return L"znhost password --machine \"" + file + L"\"";
+std::wstring CommandOfPassword(const std::wstring& file, const Setting& setting) {
+    const bool ofProxy = &setting == &SettingOf<&Settings::httpsProxyPassword>();
+    return L"znhost password --machine \"" + file + L"\"" + (ofProxy ? L" --proxy" : L"");
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {

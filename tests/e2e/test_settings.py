@@ -38,7 +38,8 @@ BAD_SETTINGS = [
     ("reference_path = ", "reference_path = refs\\base.mdb", "[xdelta] reference_path", ".AXR"),
     ("reference_path = ", "reference_path = refs\\ba~se.axr", "[xdelta] reference_path", "~"),
     *((f"password = \n\n\n[{after}]", f"password = {64 * 'A'}\n\n\n[{after}]",
-       f"{title}: the password cannot be deciphered") for title, after in (("[ftp] password", "https"), ("[https] proxy_password", "zip"))),
+       f"{title}: the password cannot be deciphered", 'znhost password --machine "', way_out)
+      for title, after, way_out in (("[ftp] password", "https", '.ini"\n'), ("[https] proxy_password", "zip", '.ini" --proxy\n'))),
     ("role = field", "role = foo\ncolour = red", "[host] role = foo", "[host] colour"),
 ]
 
