@@ -94,6 +94,15 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
                   Age(packets.front().saved, now) + L" ago");
 }
 
+/// Where nothing can be seen nobody knows of the last run, nor of what waits.
+bool TellOfMissingDrive(const Settings& settings) {
+    if (FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send)))) return false;
+    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::send>(),
+                                               L"this drive or share is not there, nor what is remembered "
+                                               L"there of the last run"));
+    return true;
+}
+
 bool IsGood(const LastRun& last) {
     if (last.isOverdue) return false;
     return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
@@ -114,5 +123,6 @@ int commands::Status(const Options& options) {
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    return IsGood(last) && unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
+    const bool isMissing = TellOfMissingDrive(settings);
+    return IsGood(last) && unlisted.Outcomes().empty() && !isMissing ? kAllDelivered : kSomethingLeft;
 }

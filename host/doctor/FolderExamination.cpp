@@ -28,15 +28,17 @@ Finding ExamineFolder(const Setting& setting, const Settings& settings) try {
     if (!FileSystem::FolderExists(folder)) {
         if (&setting == &SettingOf<&Settings::outbox>())
             return Bad(L"folder", name + L": there is no such folder", L"Make it, or name another one.");
+        ProbeMissingFolder(folder);
         return Good(L"folder", name + L": not there yet; a run makes it");
     }
     FileSystem::List(folder);
     ProbeFolder(folder);
     return Good(L"folder", name + L": files can be listed, written and deleted");
 } catch (const base::Error& error) {
-    return Bad(L"folder", Name(setting, settings) + L": " + error.failure().description,
-               L"Give the account that runs znhost the right to list, read, write and delete there, and see "
-               L"that the disk is not full or write-protected.");
+    return Bad(
+        L"folder", Name(setting, settings) + L": " + error.failure().description,
+        L"See that its drive or share is there, and that the disk is not full or write-protected; give "
+        L"the account that runs znhost the right to list, read, write and delete there.");
 }
 
 std::uint64_t Total(const std::vector<base::TreeFile>& files) {

@@ -41,6 +41,13 @@ class DoctorTest(JsonTest):
         self.field.inbox.rmdir()
         self.field.inbox.write_bytes(b"a file")
         self.assert_only("folder", "[folders] outbox", "no such folder", "[folders] inbox", "this is a file")
+        for name in ("inbox", "send"):
+            self.field.change(name, f"Q:\\{name}")
+        self.field.change("receive", f"field\\{300 * 'x'}")
+        self.assert_only("folder", "[folders] inbox = Q:", "[folders] send = Q:", "[folders] receive")
+        self.assertFalse(self.field.sent.exists())
+        outcome = self.assert_ends(1, "status", self.field.settings)
+        self.assertIn("[folders] send = Q:\\send: this drive or share is not there", outcome.errors)
         self.field.change("encoder", "zip")
         self.assertIn("to do folder: TEMP: ", run_with_temp(self.field.inbox / "2", "doctor", self.field.settings).output)
 
