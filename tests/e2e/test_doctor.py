@@ -71,6 +71,17 @@ class DoctorTest(JsonTest):
         (self.scratch / "Unzip.exe").write_bytes(b"")
         self.assertIn("Unzip.exe cannot be started", self.to_do()["program"][0])
 
+    def test_differences_without_a_reference(self):
+        self.field.change("encoder", "xdelta")
+        self.assert_only("reference", "no reference file is named")
+        self.field.change("encoder", "none")
+        self.assertEqual(self.to_do(0), {})
+        for folder in (self.to_field, self.field.receive):
+            difference = folder / "a.mdb~Base.axd"
+            difference.write_bytes(b"waits")
+            self.assert_only("reference", "no reference file is named")
+            difference.unlink()
+
     def test_the_remote_side(self):
         shutil.rmtree(self.to_enterprise)
         self.assert_only("remote", "to-enterprise is not there")
