@@ -90,6 +90,14 @@ class ReportTest(JsonTest):
         outcome = self.assert_ends(0, "run", self.field.settings, "--dry-run")
         self.assertIn(f"The remote folder {windows(self.to_field)} is not there, or cannot be seen.", outcome.output)
         self.assertEqual(outcome.packets, {("out", "a.mdb"): "would be sent"})
+        self.assert_run(self.field)
+        for folder in ("nowhere\\to-field", "Q:\\to-field", "\\\\nohost\\share\\to-field"):
+            self.field.change("remote_receive", folder)
+            for options in (), ("--dry-run",):
+                *_, run = self.json(1, "run", self.field, *options)
+                self.assertIn(f"{folder} is not there, or cannot be seen.", run["failure"])
+        self.assertIn("would fail: The remote folder", self.assert_ends(1, "run", self.field.settings, "--dry-run").output)
+
 
 class LogTest(HostTest):
     """A file that is left of a copy is reported by each run."""
