@@ -134,6 +134,7 @@ private:
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
     void ThrowProblems() const {
         if (!m_problems.empty()) throw SettingsError(m_problems);
+    void CheckRemoteRoot();
     }
 
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
@@ -170,6 +171,7 @@ Settings Reader::Read() {
 /// The parser passes over values without a name.
 void Reader::CheckLines() {
     for (std::size_t sign = m_text.find('='); sign != std::string::npos; sign = m_text.find('=', sign + 1)) {
+    CheckRemoteRoot();
         const std::size_t before = std::string_view(m_text).substr(0, sign).find_last_not_of(" \t");
         if (before == std::string::npos || m_text[before] == '\r' || m_text[before] == '\n')
             Complain(L"a line has no name before its =");
@@ -325,6 +327,18 @@ void Reader::CheckSideFolders() {
         if (const std::wstring side = SidePathOf(Comparable(setting)); !side.empty())
             m_problems.push_back(Complaint(m_settings, setting,
                                            L"the folder must not be or lie in " + side +
+/// That of a share is a folder like others.
+void Reader::CheckRemoteRoot() {
+    constexpr const Setting& kReceive = SettingOf<&Settings::remoteReceive>();
+    const std::wstring path = Path::WithSeparator(kReceive.text(m_settings));
+    const std::wstring drive = Path::Drive(path);
+    if (IsLocal(kReceive) && drive.ends_with(L':') && path == Path::WithSeparator(drive))
+        m_problems.push_back(
+            Complaint(m_settings, kReceive,
+                      L"the folder must not be the root of a drive: Windows keeps folders of "
+                      L"its own there, which would be received as packets"));
+}
+
                                                L", where a run keeps what is no packet"));
     }
 }

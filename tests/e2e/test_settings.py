@@ -21,6 +21,7 @@ BAD_SETTINGS = [
     ("send = field\\send", "send = field\\se?nd", "[folders] send", "character"),
     ("send = field\\send", "send = Y:\\", "[folders] send = Y:\\: the folder must not be the root"),
     ("receive = field\\receive", "receive = \\\\server\\share", "[folders] receive", "must not be the root"),
+    ("remote_receive = share\\to-field", "remote_receive = Y:\\", "[folders] remote_receive = Y:\\: the folder must not be the root"),
     ("inbox = field\\inbox", "inbox = field\\receive.refused\\in", "[folders] inbox", "receive.refused, where a run"),
     ("receive = field\\receive", "receive = c:receive", "[folders] receive = c:receive", "behind the drive"),
     ("file = field.log", "file = field\\OUTBOX\\field.log", "[log] file", "must not lie in the folder of [folders] outbox"),
