@@ -4,6 +4,7 @@
 #include <SimpleIni.h>
 
 #include <algorithm>
+#include <array>
 #include <cwctype>
 #include <span>
 #include <vector>
@@ -98,6 +99,14 @@ bool HoldsRelativeName(const std::wstring& path) {
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
 }
 
+/// On a WebDAV server, where notes and parts of packets lie in folders of such names.
+bool HoldsNameOfTransport(const std::wstring& path) {
+    const std::wstring comparable = ComparableOnServer(path);
+    return std::ranges::any_of(std::array{L".UPLOADS/", L".CLAIMS/", L".DAMAGED/"}, [&](const wchar_t* end) {
+        return comparable.find(end) != std::wstring::npos;
+    });
+}
+
 /// "C:x" begins in the folder of drive C: that the process is in.
 bool BeginsAnywhereOnDrive(const std::wstring& path) {
     constexpr std::size_t kRoot = 2;  // of "C:\"
@@ -125,6 +134,7 @@ private:
     void CheckValue(const Setting& setting, const std::wstring& value);
     void CheckExtensions();
     void CheckApart();
+    void CheckRemoteRoot();
     void CheckSideFolders();
     void CheckOwnFiles();
     std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
@@ -134,7 +144,6 @@ private:
     void Complain(const std::wstring& problem) { m_problems.push_back(m_settings.file + L": " + problem); }
     void ThrowProblems() const {
         if (!m_problems.empty()) throw SettingsError(m_problems);
-    void CheckRemoteRoot();
     }
 
     // Repeated names are kept apart so that they can be refused; lines without "=" count as names.
@@ -162,6 +171,7 @@ Settings Reader::Read() {
     ThrowProblems();
     CheckExtensions();
     CheckApart();
+    CheckRemoteRoot();
     CheckSideFolders();
     CheckOwnFiles();
     ThrowProblems();
@@ -171,7 +181,6 @@ Settings Reader::Read() {
 /// The parser passes over values without a name.
 void Reader::CheckLines() {
     for (std::size_t sign = m_text.find('='); sign != std::string::npos; sign = m_text.find('=', sign + 1)) {
-    CheckRemoteRoot();
         const std::size_t before = std::string_view(m_text).substr(0, sign).find_last_not_of(" \t");
         if (before == std::string::npos || m_text[before] == '\r' || m_text[before] == '\n')
             Complain(L"a line has no name before its =");
@@ -268,6 +277,11 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"a path on a server is written with /");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
              L"a path on a server must hold no . and no .. in the place of a name");
+    refuseIf(
+        is(ValueKind::RemoteFolder) && m_settings.transport == Transport::Https &&
+            HoldsNameOfTransport(value),
+        L"the path must hold no name that ends in .uploads, .claims or .damaged, as those of the folders "
+        L"that the transport keeps beside it");
     refuseIf(IsPath(setting.kind) && SeemsToHoldComment(value) &&
                  m_text.find(base::ToUtf8(Quoted(value))) == std::string::npos,
              L"a comment takes a line of its own; put the value in quotes if this is none");
@@ -313,6 +327,18 @@ void Reader::CheckApart() {
                               L"the folder must not be or lie in that of " + outerSetting->Title()));
 }
 
+/// That of a share is a folder like others.
+void Reader::CheckRemoteRoot() {
+    constexpr const Setting& kReceive = SettingOf<&Settings::remoteReceive>();
+    const std::wstring path = Path::WithSeparator(kReceive.text(m_settings));
+    const std::wstring drive = Path::Drive(path);
+    if (IsLocal(kReceive) && drive.ends_with(L':') && path == Path::WithSeparator(drive))
+        m_problems.push_back(
+            Complaint(m_settings, kReceive,
+                      L"the folder must not be the root of a drive: Windows keeps folders of "
+                      L"its own there, which would be received as packets"));
+}
+
 /// What a run keeps beside a folder must neither travel nor be taken for packets.
 void Reader::CheckSideFolders() {
     for (const Setting& setting : {SettingOf<&Settings::send>(), SettingOf<&Settings::receive>()}) {
@@ -327,18 +353,6 @@ void Reader::CheckSideFolders() {
         if (const std::wstring side = SidePathOf(Comparable(setting)); !side.empty())
             m_problems.push_back(Complaint(m_settings, setting,
                                            L"the folder must not be or lie in " + side +
-/// That of a share is a folder like others.
-void Reader::CheckRemoteRoot() {
-    constexpr const Setting& kReceive = SettingOf<&Settings::remoteReceive>();
-    const std::wstring path = Path::WithSeparator(kReceive.text(m_settings));
-    const std::wstring drive = Path::Drive(path);
-    if (IsLocal(kReceive) && drive.ends_with(L':') && path == Path::WithSeparator(drive))
-        m_problems.push_back(
-            Complaint(m_settings, kReceive,
-                      L"the folder must not be the root of a drive: Windows keeps folders of "
-                      L"its own there, which would be received as packets"));
-}
-
                                                L", where a run keeps what is no packet"));
     }
 }

@@ -58,6 +58,13 @@ class SettingsTest(HostTest):
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
 
+    def test_names_that_the_transport_keeps_on_a_server(self):
+        for old, new in (("transport", "https"), ("remote_send", "/share/to-enterprise")):
+            self.field.change(old, new)
+        for folder in ("to-field.Claims", "/to-field.uploads/", "in.damaged/to-field"):
+            self.field.change("remote_receive", folder)
+            self.assertIn(f"remote_receive = {folder}: the path must hold no name that ends in", self.assert_run(self.field, 2).errors)
+
     def test_the_settings_file_is_no_packet(self):
         self.field.change("reference_path", self.field.inbox / "Base.AXR")
         self.assert_run(self.field)
