@@ -21,7 +21,7 @@ namespace {
 /// later ends no loop. Where nobody is there, such as at the start of the computer, a task starts the loop
 /// again.
 void CheckAtTheBeginning(const std::wstring& settings) try {
-    ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+    ReadSettings(settings, {&CheckFolders, &CheckPlaces, &CheckLogFile, &CheckPrograms});
 } catch (const SettingsError& error) {
     RunRecord record = BeginRecord(settings);
     EndRecord(record, error.Text());

@@ -91,7 +91,7 @@ int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
     const Settings settings =
         ReadSettings(options.AbsolutePath(), {&CheckNoFtpInService, &CheckNoNetworkDrives, &CheckFolders,
-                                              &CheckLogFile, &CheckPrograms});
+                                              &CheckPlaces, &CheckLogFile, &CheckPrograms});
     CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
                        .title = L"Packet transport (" + NameOf(options) + L")",

@@ -1,6 +1,9 @@
 // See SettingsChecks.h.
 #include "host/settings/SettingsChecks.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "base/Error.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
@@ -79,6 +82,36 @@ void CheckFolders(const Settings& settings) {
     if (!problems.empty()) throw SettingsError(problems);
     if (!FileSystem::FolderExists(settings.outbox))
         throw Refusal(settings, SettingOf<&Settings::outbox>(), L"there is no such folder");
+}
+
+/// A folder of packets, and all places that its path leads through, from its own on.
+struct PlacedFolder {
+    const Setting* setting;
+    std::vector<std::wstring> places;
+
+    bool LiesIn(const PlacedFolder& outer) const {
+        if (this == &outer || outer.places.empty()) return false;
+        const auto found = std::ranges::find(places, outer.places.front());
+        return found != places.end() && (found != places.begin() || outer.setting < setting);
+    }
+};
+
+void CheckPlaces(const Settings& settings) {
+    std::vector<PlacedFolder> folders;
+    for (const Setting& setting : kSettings) {
+        const bool isHere = setting.kind == ValueKind::Folder ||
+                            (setting.kind == ValueKind::RemoteFolder && !settings.HasServer());
+        const std::wstring path = setting.text(settings);
+        if (isHere && !path.empty()) folders.emplace_back(&setting, PlacesOf(path));
+    }
+    Problems problems;
+    for (const PlacedFolder& outer : folders)
+        for (const PlacedFolder& inner : folders)
+            if (inner.LiesIn(outer))
+                problems.push_back(Complaint(settings, *inner.setting,
+                                             L"the folder must not be or lie in that of " +
+                                                 outer.setting->Title() + L", where its path leads, too"));
+    if (!problems.empty()) throw SettingsError(problems);
 }
 
 void CheckPrograms(const Settings& settings) {

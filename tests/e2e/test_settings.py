@@ -1,7 +1,7 @@
 """Bad usage and bad settings are refused before anything moves, and the message names the culprit."""
 import re
 
-from support import Holder, HostTest, files_below, windows
+from support import Holder, HostTest, files_below, run, windows
 
 # A line of field.ini, what takes its place, and what the message must hold.
 BAD_SETTINGS = [
@@ -144,6 +144,23 @@ class SettingsTest(HostTest):
             self.field.change("file", log)
             self.assertIn(f"the log must not be the {what} file", self.assert_run(self.field, 2).errors)
         self.assertFalse((self.root / "Base.AXR").exists())
+
+    def test_one_folder_by_two_paths(self):
+        """As by a junction, or a drive that stands for a folder."""
+        packet = self.put(self.field, "a.mdb")
+        (self.root / "other").symlink_to(self.root)
+        for key, path, outer in (("inbox", "other\\field\\outbox\\new", "outbox"),
+                                 ("receive", "other\\field\\send", "send"),
+                                 ("remote_receive", "other\\share\\to-enterprise", "remote_send")):
+            good = self.field.settings.read_text(encoding="utf-8")
+            self.field.change(key, path)
+            for command in ("run", "--dry-run"), ("run", "--every", "1s"), ("run",), ("doctor",):
+                outcome = run(*command, self.field.settings)
+                self.assertEqual(outcome.code, 1 if command == ("doctor",) else 2, outcome)
+                self.assertIn(f"that of [folders] {outer}, where its path leads, too", outcome.errors + outcome.output)
+            self.assert_ends(1, "status", self.field.settings)
+            self.field.settings.write_text(good, encoding="utf-8")
+        self.assertTrue(packet.exists())
 
     def test_somebody_who_reads_the_log_stops_no_packet(self):
         self.field.log_file.write_text("")
