@@ -22,9 +22,7 @@ std::wstring Name(const Setting& setting, const Settings& settings) {
 Finding ExamineFolder(const Setting& setting, const Settings& settings) try {
     const std::wstring folder = setting.text(settings);
     const std::wstring name = Name(setting, settings);
-    if (FileSystem::FileExists(folder))
-        return Bad(L"folder", name + L": this is a file, not a folder",
-                   L"Remove the file, or name a folder.");
+    if (FileSystem::FileExists(folder)) return NoFolder(L"folder", name);
     if (!FileSystem::FolderExists(folder)) {
         if (&setting == &SettingOf<&Settings::outbox>())
             return Bad(L"folder", name + L": there is no such folder", L"Make it, or name another one.");

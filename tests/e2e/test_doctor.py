@@ -89,6 +89,9 @@ class DoctorTest(JsonTest):
         self.assert_only("remote", "to-enterprise takes no file")
         self.to_field.rmdir()
         self.assert_only("remote", "to-enterprise takes no file", "to-field is not there")
+        self.assertIn("the other side's first run", self.assert_ends(1, "doctor", self.field.settings).output)
+        self.to_field.touch()
+        self.assert_only("remote", "to-enterprise takes no file", "to-field: this is a file")
 
     def test_leftovers(self):
         for path in (self.field.inbox / "a.mdb_bak", self.to_field / "~1-2.arriving", self.to_field / "RWD_TestFile.txt",
