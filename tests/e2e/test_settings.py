@@ -102,7 +102,9 @@ class SettingsTest(HostTest):
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
-                                   ([], "verify, release, password"), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
+                                   ([], "verify, release, password"), *((arguments, "the text is empty") for arguments in
+                                     (["run", ""], ["init", ""], ["demo", ""], ["service", "install", "x.ini", "--name", ""])),
+                                   (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
                 self.assertIn(message, self.assert_ends(2, *arguments).errors)
 
