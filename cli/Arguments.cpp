@@ -21,6 +21,8 @@ std::string ToParser(const std::wstring& argument) {
     return text.starts_with('[') && text.ends_with(']') ? kLiteral + text : text;
 }
 
+std::string WhyNoName(const std::string& text) { return text.empty() ? "the text is empty" : ""; }
+
 }  // namespace
 
 void SetUp(CLI::App& app, const std::string& program) {
@@ -41,6 +43,11 @@ CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value
                      const std::string& description) {
     const auto take = [&value](const std::string& text) { value = FromParser(text); };
     return *app.add_option_function<std::string>(name, take, description);
+}
+
+CLI::Option& AddName(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description) {
+    return *AddText(app, name, value, description).check(&WhyNoName);
 }
 
 CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::wstring>& values,

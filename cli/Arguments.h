@@ -18,8 +18,12 @@ void SetUp(CLI::App& app, const std::string& program);
 void AddVersion(CLI::App& app, const std::string& program);
 /// What --help ends with: the program's own words, and how output arrives elsewhere than on a console.
 void AddFooter(CLI::App& app, const std::string& text);
-/// Adds an option or positional whose value is text, or the name of a file or folder.
+/// Adds an option or positional whose value is text.
 CLI::Option& AddText(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description);
+/// The same for one that names something, such as a file or folder: an empty name, as of a variable of a
+/// script that was never set, is refused, and taken for no default.
+CLI::Option& AddName(CLI::App& app, const std::string& name, std::wstring& value,
                      const std::string& description);
 /// Adds a positional that names one file or several.
 CLI::Option& AddTexts(CLI::App& app, const std::string& name, std::vector<std::wstring>& values,

@@ -55,7 +55,7 @@ void AddOptions(CLI::App& app, Options& options) {
     server.needs(&user, &password);
     for (CLI::Option* const option : {&user, &password, &folder})
         option->needs(&server);
-    cli::AddText(app, "--path", options.path,
+    cli::AddName(app, "--path", options.path,
                  "Local or shared folder to work in; that for temporary files without it");
     cli::AddText(app, "--die-holding", options.held, "").group("");
 }

@@ -80,14 +80,14 @@ void Run(const std::vector<std::wstring>& arguments) {
 
     Paths paths;
     auto* const delta = app.add_subcommand("delta", "Writes what changed from REF to SRC into the file OUT");
-    cli::AddText(*delta, "REF", paths.reference, "the file that the receiver has, too").required();
-    cli::AddText(*delta, "SRC", paths.source, "the file that the receiver is to get").required();
-    cli::AddText(*delta, "OUT", paths.output, "the delta file; an older one is replaced, another file is not")
+    cli::AddName(*delta, "REF", paths.reference, "the file that the receiver has, too").required();
+    cli::AddName(*delta, "SRC", paths.source, "the file that the receiver is to get").required();
+    cli::AddName(*delta, "OUT", paths.output, "the delta file; an older one is replaced, another file is not")
         .required();
     auto* const patch = app.add_subcommand("patch", "Restores a file from the file DELTA and its reference");
-    cli::AddText(*patch, "DELTA", paths.delta, "the delta file").required();
-    cli::AddText(*patch, "REF", paths.reference, "the file that the delta was made against").required();
-    cli::AddText(*patch, "OUT", paths.output, "the restored file; one that exists is replaced").required();
+    cli::AddName(*patch, "DELTA", paths.delta, "the delta file").required();
+    cli::AddName(*patch, "REF", paths.reference, "the file that the delta was made against").required();
+    cli::AddName(*patch, "OUT", paths.output, "the restored file; one that exists is replaced").required();
 
     Parse(app, arguments);
     if (delta->parsed())

@@ -53,10 +53,10 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     cli::SetUp(app, kProgram.name);
     app.add_flag("-o", options.overwrite, "Overwrite existing files; without it they are an error");
     app.add_flag("-j", options.junkPaths, "Junk paths: all files go directly into the folder");
-    cli::AddText(app, "-d", options.folder,
+    cli::AddName(app, "-d", options.folder,
                  "The folder to extract into, made when it is missing. Default: the current one")
         .type_name("FOLDER");
-    cli::AddText(app, "ARCHIVE", options.archive, "The archive to read").required();
+    cli::AddName(app, "ARCHIVE", options.archive, "The archive to read").required();
     Parse(app, arguments);
     return options;
 }

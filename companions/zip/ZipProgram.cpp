@@ -65,7 +65,7 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
     AddLevels(app, options.level);
     app.add_flag("-j", options.junkPaths, "Junk paths: members have the bare names of the files");
     app.add_flag("-o", options.timeOfNewest, "Give the archive the time of its newest member");
-    cli::AddText(app, "ARCHIVE", options.archive, "The archive to write").required();
+    cli::AddName(app, "ARCHIVE", options.archive, "The archive to write").required();
     cli::AddTexts(app, "FILE", options.sources, "The files to put into it").required();
     Parse(app, arguments);
     return options;

@@ -138,6 +138,25 @@ int Restore(Session& session, std::vector<std::wstring> packetIds, const Setting
     return refused > 0 ? kSomethingLeft : code;
 }
 
+/// By ids nobody reaches them. Returns whether there are any.
+bool TellOfBackupsWithoutId(const Settings& settings) {
+    const std::wstring folder = BackupFolder(settings);
+    std::vector<base::TreeFile> files = base::FilesBelow(folder);
+    std::erase_if(files, [](const base::TreeFile& file) { return !GetPacketId(file.name).empty(); });
+    for (const base::TreeFile& file : files)
+        Console::ErrorLine(L"znhost: the backup " + Path::Join(folder, file.RelativePath()) +
+                           L" stays: its name holds no id. While no run works, move it to " +
+                           Path::Join(settings.receive, file.RelativePath()) +
+                           L"; the next run delivers it from there");
+    return !files.empty();
+}
+
+int RestoreAll(Session& session, const std::vector<std::wstring>& packetIds, const Settings& settings,
+               bool isOver) {
+    const int code = Restore(session, packetIds, settings, isOver);
+    return TellOfBackupsWithoutId(settings) ? kSomethingLeft : code;
+}
+
 }  // namespace
 
 int commands::Backups(const Options& options) {
@@ -151,7 +170,7 @@ int commands::Backups(const Options& options) {
     const std::vector<std::wstring> packetIds = session.PacketsWithBackup();
     const auto& [action, packetId, isOver] = options.backup;
     if (action == BackupAction::List) return ListAll(packetIds, settings);
-    if (action == BackupAction::RestoreAll) return Restore(session, packetIds, settings, isOver);
+    if (action == BackupAction::RestoreAll) return RestoreAll(session, packetIds, settings, isOver);
     if (std::ranges::find(packetIds, packetId) == packetIds.end()) return Refuse(packetId);
     if (action == BackupAction::Restore) return Restore(session, {packetId}, settings, isOver);
     return Apply(kDestroy, session, {packetId}, settings);

@@ -7,6 +7,7 @@
 #include "host/console/Table.h"
 #include "host/doctor/Examination.h"
 #include "host/record/Json.h"
+#include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsFile.h"
 
 #include <algorithm>
@@ -16,6 +17,7 @@ namespace {
 /// Without settings there is nothing else to examine.
 Findings Examine(const std::wstring& file) try {
     const Settings settings = ReadSettings(file);
+    CheckPlaces(settings);
     Findings findings = {Good(L"settings", file)};
     ExamineFolders(settings, findings);
     ExaminePrograms(settings, findings);

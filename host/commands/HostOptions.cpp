@@ -65,6 +65,12 @@ CLI::Option* AddText(CLI::App& app, const std::string& name, std::wstring& value
     return cli::AddText(app, name, value, description).type_name("TEXT");
 }
 
+/// The same for one that names something.
+CLI::Option* AddName(CLI::App& app, const std::string& name, std::wstring& value,
+                     const std::string& description) {
+    return cli::AddName(app, name, value, description).type_name("TEXT");
+}
+
 /// The commands, their options and what they set.
 class Parser {
 public:
@@ -113,7 +119,7 @@ void Parser::AddCommands() {
     CLI::App& init =
         Add("init", "Write commented settings for a field computer and its enterprise, with their folders.",
             &commands::Init);
-    AddText(init, "DIR", m_options.path,
+    AddName(init, "DIR", m_options.path,
             "Folder for field.ini, enterprise.ini and the folders that they name")
         ->required();
     AddRunOptions(
@@ -147,7 +153,7 @@ void Parser::AddCommands() {
                        "from there. For one "
                        "that will not run again: the next run of any other takes its own claims up.",
                        &commands::Release);
-    AddText(release, "INSTALLATION", m_options.installation,
+    AddName(release, "INSTALLATION", m_options.installation,
             "Its name on the server. Default: list those that hold packets");
     AddPasswordOptions(AddForSettings("password",
                                       "Write the password of the FTP or WebDAV server into the settings "
@@ -159,7 +165,7 @@ void Parser::AddCommands() {
     CLI::App& demo =
         Add("demo", "Let two installations exchange packets in a scratch folder, and compare every file.",
             &commands::Demo);
-    AddText(demo, "DIR", m_options.path,
+    AddName(demo, "DIR", m_options.path,
             "Scratch folder; must not exist. Default: a new one for temporary files");
     demo.add_flag("--keep", m_options.keep, "Leave the scratch folder when all went well");
     AddServerOptions(demo, "ftp", "FTP server", m_options.ftp);
@@ -187,8 +193,8 @@ CLI::App& Parser::AddServiceCommand(CLI::App& service, const char* name, const c
                                     Command command) {
     CLI::App& added = *service.add_subcommand(name, description);
     added.callback([this, command] { m_options.command = command; });
-    AddText(added, "SETTINGS", m_options.path, "Settings file")->required();
-    AddText(added, "--name", m_options.service.name,
+    AddName(added, "SETTINGS", m_options.path, "Settings file")->required();
+    AddName(added, "--name", m_options.service.name,
             "Name of the service. Default: znhost-, and that of the file")
         ->type_name("NAME");
     cli::AddVersion(added, kName);
@@ -199,7 +205,7 @@ CLI::App& Parser::AddServiceCommand(CLI::App& service, const char* name, const c
 void Parser::AddInstallOptions(CLI::App& install) {
     ServiceRequest& request = m_options.service;
     AddInterval(install, request.every, "How often cycles come, as of run --every. Default: 10m");
-    AddText(
+    AddName(
         install, "--account", request.account,
         "Account of the service, DOMAIN\\user. Default: NT AUTHORITY\\NetworkService, which other computers "
         "know as this computer")
@@ -222,7 +228,7 @@ CLI::App& Parser::Add(const char* name, const char* description, Command command
 
 CLI::App& Parser::AddForSettings(const char* name, const char* description, Command command) {
     CLI::App& added = Add(name, description, command);
-    AddText(added, "SETTINGS", m_options.path, "Settings file")->required();
+    AddName(added, "SETTINGS", m_options.path, "Settings file")->required();
     return added;
 }
 
@@ -257,13 +263,13 @@ void Parser::AddBackupOptions(CLI::App& backups) {
         return [&request, action](const std::string&) { request.action = action; };
     };
     CLI::Option* const restore =
-        AddText(backups, "--restore", request.packetId, "Put a packet back into the receive folder")
+        AddName(backups, "--restore", request.packetId, "Put a packet back into the receive folder")
             ->type_name("ID")
             ->each(is(BackupAction::Restore));
     CLI::Option* const restoreAll = backups.add_flag_callback(
         "--restore-all", [&request] { request.action = BackupAction::RestoreAll; },
         "Put every packet back into the receive folder");
-    CLI::Option* const destroy = AddText(backups, "--destroy", request.packetId, "Delete a backup")
+    CLI::Option* const destroy = AddName(backups, "--destroy", request.packetId, "Delete a backup")
                                      ->type_name("ID")
                                      ->each(is(BackupAction::Destroy));
     CLI::Option* const over = backups.add_flag(
@@ -291,7 +297,7 @@ void Parser::AddServerOptions(CLI::App& demo, const std::string& kind, const std
                               ServerAccount& account) {
     const std::string prefix = "--" + kind + "-";
     CLI::Option* const server =
-        AddText(demo, prefix + "server", account.server, "Exchange packets through this " + what + ", too");
+        AddName(demo, prefix + "server", account.server, "Exchange packets through this " + what + ", too");
     CLI::Option* const user = AddText(demo, prefix + "user", account.user, "User of the " + what);
     CLI::Option* const password =
         AddText(demo, prefix + "password", account.password, "Password of the user");

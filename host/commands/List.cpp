@@ -17,6 +17,7 @@
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/RunReport.h"
 #include "host/settings/SettingsChecks.h"
+#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -42,8 +43,10 @@ int commands::List(const Options& options) {
     PacketLedger unlisted(settings);
     std::vector<base::TreeFile> received = ReceivedFiles(settings);
     std::ranges::copy(AwaitingFiles(settings), std::back_inserter(received));
+    std::vector<base::TreeFile> sending = FilesToSend(session, settings);
+    std::ranges::copy(base::FilesBelow(kOlderVersions.Path(settings)), std::back_inserter(sending));
     const std::vector<Place> places = {{L"outbox", OutboxFiles(settings, unlisted)},
-                                       {L"send folder", FilesToSend(session, settings)},
+                                       {L"send folder", std::move(sending)},
                                        {L"receive folder", std::move(received)}};
     Table table({{L"Place"}, {L"Packet"}, {L"Size", Table::Align::Right}});
     for (const Place& place : places)

@@ -32,8 +32,8 @@ ReportForm FormOf(const Options& options) {
 /// Nobody is kept from anything, and nothing is made or changed: not even the log.
 void DryRun(RunRecord& record) {
     record.isDryRun = true;
-    EndRecord(record,
-              PlanCycle(ReadSettingsWithoutPasswords(record.settings, {&CheckFolders, &CheckPrograms})));
+    EndRecord(record, PlanCycle(ReadSettingsWithoutPasswords(record.settings,
+                                                             {&CheckFolders, &CheckPlaces, &CheckPrograms})));
 }
 
 /// A message box that nobody sees waits for good.
@@ -58,7 +58,7 @@ std::optional<std::wstring> LeaveUnwritableLog(Settings& settings, const Options
 
 /// interrupt: from here on, and until the run is told, the system waits for it before it ends the process.
 void RunOnce(RunRecord& record, const Options& options, std::optional<Interrupt>& interrupt) {
-    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckPrograms});
+    Settings settings = ReadSettings(record.settings, {&CheckFolders, &CheckPlaces, &CheckPrograms});
     const auto logFailure = LeaveUnwritableLog(settings, options);
     if (options.run.inService) CheckNoFtpInService(settings);
     AskNobodyUnseen(settings, options);

@@ -11,6 +11,7 @@
 #include "host/loop/Interval.h"
 #include "host/loop/Loop.h"
 #include "host/record/RunInProgress.h"
+#include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
 #include "host/settings/SettingsChecks.h"
 #include "host/settings/SettingsError.h"
@@ -20,12 +21,13 @@ namespace {
 /// What is wrong from the beginning is told at once, to somebody who may have mistyped it; what becomes wrong
 /// later ends no loop. Where nobody is there, such as at the start of the computer, a task starts the loop
 /// again.
-void CheckAtTheBeginning(const std::wstring& settings) try {
-    ReadSettings(settings, {&CheckFolders, &CheckLogFile, &CheckPrograms});
+void CheckAtTheBeginning(const std::wstring& settings, const Options& options) try {
+    ReadSettings(settings, {&CheckFolders, &CheckPlaces, &CheckLogFile, &CheckPrograms});
 } catch (const SettingsError& error) {
     RunRecord record = BeginRecord(settings);
     EndRecord(record, error.Text());
     RememberNoCycle(record);
+    if (options.json) PrintReport(record, ReportForm::Json);
     throw;
 }
 
@@ -33,7 +35,7 @@ void CheckAtTheBeginning(const std::wstring& settings) try {
 
 int commands::RunSteadily(const Options& options) {
     const std::wstring settings = options.AbsolutePath();
-    CheckAtTheBeginning(settings);
+    CheckAtTheBeginning(settings, options);
     const Interrupt interrupt;
     const UnmarkedConsole console;
     LoopRequest request{.settings = settings,

@@ -62,10 +62,12 @@ std::wstring InstalledName(const Options& options) {
 
 /// The service must decipher what the caller can.
 void CheckPasswords(const std::wstring& settings, const std::wstring& account) {
-    if (HoldsPasswordOfAccount(settings) && !services::IsOwnAccount(account))
-        throw SettingsError(
-            {settings + L": a password was enciphered for your account alone, and the service runs as " +
-             account + L"; write it anew for all of this computer: " + CommandOfPassword(settings)});
+    const Setting* const password = PasswordOfAccount(settings);
+    if (password && !services::IsOwnAccount(account))
+        throw SettingsError({settings +
+                             L": a password was enciphered for your account alone, and the service runs as " +
+                             account + L"; write it anew for all of this computer: " +
+                             CommandOfPassword(settings, *password)});
 }
 
 /// Without rights to the settings, and to a log that would tell of that, a service would work for nothing.
@@ -89,7 +91,7 @@ int commands::InstallService(const Options& options) {
     const ServiceRequest& request = options.service;
     const Settings settings =
         ReadSettings(options.AbsolutePath(), {&CheckNoFtpInService, &CheckNoNetworkDrives, &CheckFolders,
-                                              &CheckLogFile, &CheckPrograms});
+                                              &CheckPlaces, &CheckLogFile, &CheckPrograms});
     CheckPasswords(settings.file, request.account);
     services::Install({.name = NameOf(options),
                        .title = L"Packet transport (" + NameOf(options) + L")",

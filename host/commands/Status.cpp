@@ -40,6 +40,9 @@ std::vector<WaitingPacket> WaitingPackets(const Settings& settings, PacketLedger
     std::vector<WaitingPacket> packets;
     Add(packets, L"outbox", settings.outbox, OutboxFiles(settings, unlisted));
     Add(packets, L"send", settings.send, SendFiles(settings));
+    // A run that ended in between has left it there.
+    const std::wstring older = kOlderVersions.Path(settings);
+    Add(packets, L"send.older", older, base::FilesBelow(older));
     Add(packets, L"receive", settings.receive, ReceivedFiles(settings));
     Add(packets, L"receive.waiting", kAwaitingOlder.Path(settings), AwaitingFiles(settings));
     std::ranges::stable_sort(packets, {}, &WaitingPacket::saved);
@@ -94,6 +97,15 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
                   Age(packets.front().saved, now) + L" ago");
 }
 
+/// Where nothing can be seen nobody knows of the last run, nor of what waits.
+bool TellOfMissingDrive(const Settings& settings) {
+    if (FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send)))) return false;
+    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::send>(),
+                                               L"this drive or share is not there, nor what is remembered "
+                                               L"there of the last run"));
+    return true;
+}
+
 bool IsGood(const LastRun& last) {
     if (last.isOverdue) return false;
     return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
@@ -114,5 +126,6 @@ int commands::Status(const Options& options) {
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    return IsGood(last) && unlisted.Outcomes().empty() ? kAllDelivered : kSomethingLeft;
+    const bool isMissing = TellOfMissingDrive(settings);
+    return IsGood(last) && unlisted.Outcomes().empty() && !isMissing ? kAllDelivered : kSomethingLeft;
 }

@@ -63,8 +63,8 @@ CycleResult Cycle::Run() {
     backups.Take();
     const base::TreeSnapshot waitingHere(m_settings.receive);
     Hindrance failure = Transfer();
-    if (!m_settings.HasServer() && FileSystem::FileExists(m_settings.remoteReceive))
-        failure = m_settings.remoteReceive + L" is a file, not a folder";
+    // For the transport a folder that is not there holds nothing.
+    if (const Hindrance unseen = WhyNothingIsReceived(m_settings); unseen && !failure) failure = unseen;
     ReportGone(waiting);
     ReportSending(waiting);
     ReportReceiving(offered);

@@ -69,8 +69,9 @@ void Planner::PlanSending(const std::vector<base::TreeFile>& files) {
 
 void Planner::PlanReceiving() {
     if (m_settings.HasServer()) return Doubt(L"What the server holds is known only when a run lists it.");
-    if (!FileSystem::FolderExists(m_settings.remoteReceive))
-        return Doubt(L"The remote folder " + m_settings.remoteReceive + L" is not there, or cannot be seen.");
+    m_plan.failure = WhyNothingIsReceived(m_settings);
+    if (m_plan.failure) return;
+    if (!FileSystem::FolderExists(m_settings.remoteReceive)) return Doubt(Unseen(m_settings));
     for (const base::TreeFile& file : OfferedFiles(m_settings))
         m_ledger.ReportTravelling(Direction::In, file, PacketState::WouldReceive);
 }

@@ -84,6 +84,19 @@ std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings,
     return std::nullopt;
 }
 
+std::wstring Unseen(const Settings& settings) {
+    return L"The remote folder " + settings.remoteReceive + L" is not there, or cannot be seen.";
+}
+
+std::optional<std::wstring> WhyNothingIsReceived(const Settings& settings) {
+    const std::wstring& folder = settings.remoteReceive;
+    if (settings.HasServer()) return std::nullopt;
+    if (FileSystem::FileExists(folder)) return folder + L" is a file, not a folder";
+    if (FileSystem::FolderExists(folder) || FileSystem::FolderExists(Path::ParentFolder(folder)))
+        return std::nullopt;
+    return Unseen(settings);
+}
+
 OutboxObjections::OutboxObjections(const std::vector<base::TreeFile>& files, const Settings& settings,
                                    const PacketLedger& ledger)
     : m_settings(settings), m_ledger(ledger), m_paths(base::PathsOf(files)) {}

@@ -28,6 +28,12 @@ std::vector<base::TreeFile> OfferedFiles(const Settings& settings);
 /// The same of one sub-folder; nothing where that cannot be told.
 std::optional<std::vector<base::TreeFile>> OfferedIn(const Settings& settings, const std::wstring& subFolder);
 
+/// That the remote folder of what is received cannot be seen, as runs tell it.
+std::wstring Unseen(const Settings& settings);
+/// Why nothing can ever be received as things are; nothing where it can. A folder that the other side has not
+/// made yet hinders nobody.
+std::optional<std::wstring> WhyNothingIsReceived(const Settings& settings);
+
 /// Which packets of the outbox would not reach the other side as what they are.
 class OutboxObjections {
 public:

@@ -17,3 +17,7 @@ inline Finding Good(const wchar_t* check, std::wstring what) { return {check, tr
 inline Finding Bad(const wchar_t* check, std::wstring what, std::wstring advice) {
     return {check, false, std::move(what), std::move(advice)};
 }
+/// A file lies in the place of a folder.
+inline Finding NoFolder(const wchar_t* check, const std::wstring& folder) {
+    return Bad(check, folder + L": this is a file, not a folder", L"Remove the file, or name a folder.");
+}

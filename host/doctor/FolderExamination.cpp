@@ -22,21 +22,21 @@ std::wstring Name(const Setting& setting, const Settings& settings) {
 Finding ExamineFolder(const Setting& setting, const Settings& settings) try {
     const std::wstring folder = setting.text(settings);
     const std::wstring name = Name(setting, settings);
-    if (FileSystem::FileExists(folder))
-        return Bad(L"folder", name + L": this is a file, not a folder",
-                   L"Remove the file, or name a folder.");
+    if (FileSystem::FileExists(folder)) return NoFolder(L"folder", name);
     if (!FileSystem::FolderExists(folder)) {
         if (&setting == &SettingOf<&Settings::outbox>())
             return Bad(L"folder", name + L": there is no such folder", L"Make it, or name another one.");
+        ProbeMissingFolder(folder);
         return Good(L"folder", name + L": not there yet; a run makes it");
     }
     FileSystem::List(folder);
     ProbeFolder(folder);
     return Good(L"folder", name + L": files can be listed, written and deleted");
 } catch (const base::Error& error) {
-    return Bad(L"folder", Name(setting, settings) + L": " + error.failure().description,
-               L"Give the account that runs znhost the right to list, read, write and delete there, and see "
-               L"that the disk is not full or write-protected.");
+    return Bad(
+        L"folder", Name(setting, settings) + L": " + error.failure().description,
+        L"See that its drive or share is there, and that the disk is not full or write-protected; give "
+        L"the account that runs znhost the right to list, read, write and delete there.");
 }
 
 std::uint64_t Total(const std::vector<base::TreeFile>& files) {

@@ -1,7 +1,10 @@
 // Companion programs, the reference files, and the libraries.
 #include <windows.h>
 
+#include <algorithm>
+#include <iterator>
 #include <map>
+#include <optional>
 
 #include "base/Error.h"
 #include "base/FileSystem.h"
@@ -20,7 +23,9 @@
 #include "host/cycle/WaitingPackets.h"
 #include "host/doctor/Examination.h"
 #include "host/session/Components.h"
+#include "host/session/Session.h"
 #include "host/settings/SideFolders.h"
+#include "packets/EncodedName.h"
 #include "znFramework.h"
 #include "znTransporter.h"
 
@@ -51,37 +56,78 @@ Finding ExamineProgram(const std::wstring& folder, const wchar_t* name, const wc
     return Good(L"program", path + L" is there");
 }
 
-Finding ExamineReference(const Settings& settings) {
-    const std::wstring& path = settings.xdelta.referencePath;
-    if (path.empty())
-        return Good(L"reference", L"the registry names the reference file; it was not examined");
-    if (FileSystem::FileExists(path)) return Good(L"reference", path + L" is there");
-    return Bad(L"reference", path + L" is missing",
-               L"Put the reference file there that the other side has under the same name.");
-}
-
-/// Of older differences, which outlive a change of the settings.
-void ExamineOtherReferences(const Settings& settings, Findings& findings) try {
-    std::map<std::wstring, std::size_t> missing;  // how many files need each
+/// Those of which packets are still made here, or may be.
+std::vector<base::TreeFile> DifferencesHere(const Settings& settings) try {
+    std::vector<base::TreeFile> differences;
     const auto add = [&](const std::vector<base::TreeFile>& files) {
-        for (const base::TreeFile& file : files)
-            if (const std::wstring path = MissingReference(file.name, settings); !path.empty())
-                ++missing[path];
+        std::ranges::copy_if(files, std::back_inserter(differences), [&](const base::TreeFile& file) {
+            return IsTakenForEncoded(file.name, settings.xdelta.outExtension);
+        });
     };
     add(OfferedFiles(settings));
     add(ReceivedFiles(settings));
     add(AwaitingFiles(settings));
     add(base::FilesBelow(BackupFolder(settings)));
     add(base::FilesBelow(kKeptBackups.Path(settings)));
+    return differences;
+} catch (const base::Error&) {
+    // The examinations of the folders and of the remote side tell of that.
+    return {};
+}
+
+/// Nothing where the encoder cannot be asked: that of the libraries tells of that.
+std::optional<std::wstring> FindReference(const Settings& settings) try {
+    if (!settings.xdelta.referencePath.empty()) return settings.xdelta.referencePath;
+    const ComApartment apartment;
+    ConfigureFramework(settings);
+    return ReferenceInUse(settings);
+} catch (const base::Error&) {
+    return std::nullopt;
+}
+
+Finding ExamineReference(const Settings& settings) {
+    const std::wstring& path = settings.xdelta.referencePath;
+    constexpr auto kAdvice = L"Put the reference file there that the other side has under the same name.";
+    if (path.empty())
+        return Bad(L"reference",
+                   L"no reference file is named: neither by [xdelta] reference_path nor by the registry",
+                   std::wstring(kAdvice) + L" Name it by [xdelta] reference_path.");
+    if (!FileSystem::FileExists(path)) return Bad(L"reference", path + L" is missing", kAdvice);
+    if (settings.encoder == EncoderKind::XDelta && !CanBeReference(Path::FileName(path)))
+        return Bad(L"reference", path + L" has a name by which the other side would find none",
+                   L"On both sides it must end in .AXR and hold no ~: rename it, or name another one by "
+                   L"[xdelta] reference_path.");
+    return Good(L"reference", path + L" is there");
+}
+
+/// Of older differences, which outlive a change of the settings.
+void ExamineOtherReferences(const std::vector<base::TreeFile>& differences, const Settings& settings,
+                            Findings& findings) {
+    std::map<std::wstring, std::size_t> missing;  // how many files need each
+    for (const base::TreeFile& file : differences)
+        if (const std::wstring path = MissingReference(file.name, settings); !path.empty()) ++missing[path];
     for (const auto& [path, count] : missing)
         if (!base::EqualsIgnoringCase(path, settings.xdelta.referencePath))
             findings.push_back(Bad(L"reference",
                                    path + L" is missing: " + Counted(count, L"file") +
                                        L" among what waits and the backups cannot be decoded without it",
                                    L"Get it from the other side, under the same name."));
-} catch (const base::Error&) {
-    // The examinations of the folders and of the remote side tell of that.
-    return;
+}
+
+void ExamineDifferences(Settings settings, Findings& findings) {
+    const std::vector<base::TreeFile> differences = DifferencesHere(settings);
+    if (settings.encoder != EncoderKind::XDelta && settings.xdelta.referencePath.empty() &&
+        differences.empty())
+        return;
+    const Finding program = ExamineProgram(settings.xdelta.programFolder, L"xDelta.exe",
+                                           L"differences can be neither made nor applied");
+    findings.push_back(program);
+    if (!program.isGood && settings.xdelta.referencePath.empty()) return;
+    const std::optional<std::wstring> reference = FindReference(settings);
+    if (!reference) return;
+    settings.xdelta.referencePath = *reference;
+    findings.push_back(ExamineReference(settings));
+    ExamineOtherReferences(differences, settings, findings);
 }
 
 Finding ExamineLibraries(const Settings& settings) try {
@@ -125,18 +171,10 @@ void ExamineRegistration(const Library& library, Findings& findings) {
 
 void ExaminePrograms(const Settings& settings, Findings& findings) {
     const std::wstring& zip = settings.zip.programFolder;
-    const std::wstring& xdelta = settings.xdelta.programFolder;
     if (settings.encoder == EncoderKind::Zip)
         findings.push_back(ExamineProgram(zip, L"Zip.exe", L"packets cannot be compressed"));
     findings.push_back(ExamineProgram(zip, L"Unzip.exe", L"compressed packets cannot be restored"));
-    const bool usesDifferences =
-        settings.encoder == EncoderKind::XDelta || !settings.xdelta.referencePath.empty();
-    if (usesDifferences) {
-        findings.push_back(
-            ExamineProgram(xdelta, L"xDelta.exe", L"differences can be neither made nor applied"));
-        findings.push_back(ExamineReference(settings));
-        ExamineOtherReferences(settings, findings);
-    }
+    ExamineDifferences(settings, findings);
     findings.push_back(ExamineLibraries(settings));
     for (const Library& library : kLibraries)
         ExamineRegistration(library, findings);

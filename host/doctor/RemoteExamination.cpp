@@ -33,13 +33,16 @@ Finding ExamineClock(base::FileTime remote, base::FileTime here) {
                kClockAdvice);
 }
 
+/// maker: whose run makes a folder where only that is missing.
+Finding Missing(const std::wstring& folder, const std::wstring& maker) {
+    if (FileSystem::FileExists(folder)) return NoFolder(L"remote", folder);
+    return Bad(L"remote", folder + L" is not there, or cannot be reached",
+               L"Check network, name and rights of the account that runs znhost; " + maker +
+                   L" makes the folder where only it is missing.");
+}
+
 void ExamineRemoteSend(const std::wstring& folder, Findings& findings) try {
-    if (!FileSystem::FolderExists(folder)) {
-        findings.push_back(Bad(L"remote", folder + L" is not there, or cannot be reached",
-                               L"Check network, name and rights of the account that runs znhost; a run makes "
-                               L"the folder where only it is missing."));
-        return;
-    }
+    if (!FileSystem::FolderExists(folder)) return findings.push_back(Missing(folder, L"a run"));
     const base::FileTime here = base::Now();
     const base::FileTime remote = ProbeFolder(folder);
     findings.push_back(Good(L"remote", folder + L" takes files"));
@@ -60,12 +63,8 @@ void TryToReceive(const std::wstring& packet) try {
 
 void ExamineRemoteReceive(const Settings& settings, Findings& findings) try {
     const std::wstring& folder = settings.remoteReceive;
-    if (!FileSystem::FolderExists(folder)) {
-        findings.push_back(Bad(L"remote", folder + L" is not there, or cannot be reached",
-                               L"Check network, name and rights; a run makes the folder where only it is "
-                               L"missing."));
-        return;
-    }
+    if (!FileSystem::FolderExists(folder))
+        return findings.push_back(Missing(folder, L"the other side's first run that sends"));
     FileSystem::List(folder);
     const std::vector<base::TreeFile> offered = OfferedFiles(settings);
     if (!offered.empty()) TryToReceive(Path::Join(folder, offered.front().RelativePath()));

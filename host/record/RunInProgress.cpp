@@ -31,8 +31,10 @@ void EndRecord(RunRecord& record, const CycleResult& result) {
 void EndRecord(RunRecord& record, const Plan& plan) {
     record.isDryRun = true;
     record.outcomes = plan.outcomes;
+    record.failure = plan.failure;
     record.messages = plan.unknown;
-    End(record, record.Count(Account::Left) == 0 ? RunEnd::Complete : RunEnd::Incomplete);
+    const bool isGood = record.Count(Account::Left) == 0 && !plan.failure;
+    End(record, isGood ? RunEnd::Complete : RunEnd::Incomplete);
 }
 
 void EndRecord(RunRecord& record, const std::wstring& failure) {

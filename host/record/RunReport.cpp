@@ -56,6 +56,7 @@ void PrintTable(const RunRecord& record) {
     if (record.isDryRun) {
         for (const std::wstring& message : record.messages)
             Console::Line(message);
+        if (record.failure) Console::Line(L"The transfer would fail: " + *record.failure);
         return Console::Line(PlannedSummary(record));
     }
     PrintRemarks(record);

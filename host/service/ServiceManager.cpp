@@ -35,8 +35,11 @@ std::wstring AdviceFor(DWORD code) {
         return L" Another service is shown under this one's name or title; choose another one with --name.";
     case ERROR_SERVICE_MARKED_FOR_DELETE:
         return L" It goes when everything that shows services, such as their console, is closed.";
-    case ERROR_INVALID_SERVICE_ACCOUNT:
     case ERROR_INVALID_NAME:
+        return L" The name of a service has up to 256 characters, and no / and no \\: choose another one "
+               L"with "
+               L"--name.";
+    case ERROR_INVALID_SERVICE_ACCOUNT:
         return L" An account is named DOMAIN\\user, or .\\user for one of this computer, with its password.";
     case ERROR_SERVICE_LOGON_FAILED:
         return L" See that the password is right, and that the account has the right to log on as a service.";

@@ -56,10 +56,24 @@ PropertySet PropertiesOf(Section encoder, const Settings& settings) {
     return properties.With(L"MOBILE", Mobile(settings));
 }
 
+template <class Class>
+ComPtr<IZNEncoder> NewEncoder(const wchar_t* component, const Settings& settings) {
+    auto encoder = CreateComponent<Class, IZNEncoder>(component);
+    const com::Bstr application(settings.applicationName);
+    com::Check(com::As<IZNEncoder2>(encoder.Get())->put_ApplicationName(application.Get()));
+    return encoder;
+}
+
+constexpr auto kXDeltaEncoder = L"znTransporter.clsXDeltaEncoder";
+
+std::wstring ReferenceOf(IZNEncoder* encoder) {
+    return com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath,
+                                  com::As<_clsXDeltaEncoder>(encoder).Get());
+}
+
 /// The settings' own was looked at with them; one of the registry has not been.
 void CheckReference(IZNEncoder* encoder) {
-    const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath,
-                                                  com::As<_clsXDeltaEncoder>(encoder).Get());
+    const std::wstring reference = ReferenceOf(encoder);
     if (!FileSystem::FileExists(reference) || CanBeReference(Path::FileName(reference))) return;
     throw base::Error(E_INVALIDARG,
                       L"The registry names the reference file " + reference +
@@ -69,6 +83,13 @@ void CheckReference(IZNEncoder* encoder) {
 
 }  // namespace
 
+std::wstring ReferenceInUse(const Settings& settings) {
+    const auto encoder = NewEncoder<clsXDeltaEncoder>(kXDeltaEncoder, settings);
+    const PropertySet properties = PropertiesOf(Section::XDelta, settings);
+    com::Check(com::As<IZNEncoder2>(encoder.Get())->putref_PropSet(properties.Get()), kXDeltaEncoder);
+    return ReferenceOf(encoder.Get());
+}
+
 Session::Session(const Settings& settings)
     : m_compressed(settings.encoder == EncoderKind::Zip ? settings.zip.inExtension : std::wstring()) {
     ConfigureFramework(settings);
@@ -77,8 +98,8 @@ Session::Session(const Settings& settings)
     com::Check(m_backups->put_BackupEnabled(settings.backups ? VARIANT_TRUE : VARIANT_FALSE));
     AddEncoder<clsZipEncoder>(L"znTransporter.clsZipEncoder", settings, Section::Zip, settings.zip,
                               L"Unzip.exe");
-    const auto delta = AddEncoder<clsXDeltaEncoder>(L"znTransporter.clsXDeltaEncoder", settings,
-                                                    Section::XDelta, settings.xdelta, L"xDelta.exe");
+    const auto delta = AddEncoder<clsXDeltaEncoder>(kXDeltaEncoder, settings, Section::XDelta,
+                                                    settings.xdelta, L"xDelta.exe");
     if (settings.encoder == EncoderKind::XDelta) CheckReference(delta.Get());
     CreateSenderReceiver(settings);
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
@@ -91,11 +112,10 @@ ComPtr<IZNEncoder> Session::AddEncoder(const wchar_t* component, const Settings&
                                        const EncoderSettings& own, const wchar_t* decodingProgram) {
     const bool encodes = settings.ChosenEncoder() == &own;
     const bool works = encodes || FileSystem::FileExists(Path::Join(own.programFolder, decodingProgram));
-    auto encoder = CreateComponent<Class, IZNEncoder>(component);
-    const auto configurable = com::As<IZNEncoder2>(encoder.Get());
-    com::Check(configurable->put_ApplicationName(com::Bstr(settings.applicationName).Get()));
+    auto encoder = NewEncoder<Class>(component, settings);
     if (works)
-        com::Check(configurable->putref_PropSet(PropertiesOf(section, settings).Get()), component);
+        com::Check(com::As<IZNEncoder2>(encoder.Get())->putref_PropSet(PropertiesOf(section, settings).Get()),
+                   component);
     else
         com::Check(encoder->put_OutExtension(com::Bstr(own.outExtension).Get()));
     if (!encodes) com::Check(encoder->put_InExtension(nullptr));

@@ -12,6 +12,10 @@
 #include "host/settings/SettingsTable.h"
 #include "znTransporter.h"
 
+/// The file that differences are made against: that of the settings, or else of the registry; empty for none.
+/// The encoder, which is asked, needs its program. Throws base::Error.
+std::wstring ReferenceInUse(const Settings& settings);
+
 /// Its members throw base::Error.
 class Session {
 public:

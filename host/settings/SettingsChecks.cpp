@@ -1,6 +1,9 @@
 // See SettingsChecks.h.
 #include "host/settings/SettingsChecks.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "base/Error.h"
 #include "base/File.h"
 #include "base/FileSystem.h"
@@ -8,6 +11,7 @@
 #include "base/Path.h"
 #include "base/SystemError.h"
 #include "host/settings/NetworkDrive.h"
+#include "host/settings/Place.h"
 #include "host/settings/SettingsFile.h"
 
 namespace {
@@ -80,6 +84,36 @@ void CheckFolders(const Settings& settings) {
         throw Refusal(settings, SettingOf<&Settings::outbox>(), L"there is no such folder");
 }
 
+/// A folder of packets, and all places that its path leads through, from its own on.
+struct PlacedFolder {
+    const Setting* setting;
+    std::vector<std::wstring> places;
+
+    bool LiesIn(const PlacedFolder& outer) const {
+        if (this == &outer || outer.places.empty()) return false;
+        const auto found = std::ranges::find(places, outer.places.front());
+        return found != places.end() && (found != places.begin() || outer.setting < setting);
+    }
+};
+
+void CheckPlaces(const Settings& settings) {
+    std::vector<PlacedFolder> folders;
+    for (const Setting& setting : kSettings) {
+        const bool isHere = setting.kind == ValueKind::Folder ||
+                            (setting.kind == ValueKind::RemoteFolder && !settings.HasServer());
+        const std::wstring path = setting.text(settings);
+        if (isHere && !path.empty()) folders.emplace_back(&setting, PlacesOf(path));
+    }
+    Problems problems;
+    for (const PlacedFolder& outer : folders)
+        for (const PlacedFolder& inner : folders)
+            if (inner.LiesIn(outer))
+                problems.push_back(Complaint(settings, *inner.setting,
+                                             L"the folder must not be or lie in that of " +
+                                                 outer.setting->Title() + L", where its path leads, too"));
+    if (!problems.empty()) throw SettingsError(problems);
+}
+
 void CheckPrograms(const Settings& settings) {
     if (settings.encoder == EncoderKind::Zip)
         CheckProgram(settings, SettingOf<&Settings::zip, &EncoderSettings::programFolder>(), L"Zip.exe");
@@ -100,8 +134,18 @@ void AppendNothing(const std::wstring& log) try {
     if (!MayBeWrittenLater(error)) throw;
 }
 
+/// What is reported would end up in what runs are steered by, or in what differences are made against.
+void CheckLogIsNone(const Settings& settings, const std::wstring& other, const wchar_t* what) {
+    if (!other.empty() && AreOnePlace(settings.logFile, other))
+        throw Refusal(settings, SettingOf<&Settings::logFile>(),
+                      std::wstring(L"the log must not be ") + what + L"; name a file of its own");
+}
+
 void CheckLogFile(const Settings& settings) try {
-    if (!settings.logFile.empty()) AppendNothing(settings.logFile);
+    if (settings.logFile.empty()) return;
+    CheckLogIsNone(settings, settings.file, L"the settings file");
+    CheckLogIsNone(settings, settings.xdelta.referencePath, L"the reference file");
+    AppendNothing(settings.logFile);
 } catch (const base::Error& error) {
     throw Refusal(settings, SettingOf<&Settings::logFile>(),
                   L"the log cannot be written: " + error.failure().description);

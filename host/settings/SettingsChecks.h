@@ -18,6 +18,8 @@ void CheckNoFtpInService(const Settings& settings);
 void CheckNoNetworkDrives(const Settings& settings);
 /// Local folders are no files, the outbox is there.
 void CheckFolders(const Settings& settings);
+/// No folder of packets is, or lies in, another one, whatever their paths. Asks the disks and shares.
+void CheckPlaces(const Settings& settings);
 /// The program of the chosen encoder is there.
 void CheckPrograms(const Settings& settings);
 /// The log file can be written.

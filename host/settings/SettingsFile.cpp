@@ -4,6 +4,7 @@
 #include <SimpleIni.h>
 
 #include <algorithm>
+#include <array>
 #include <cwctype>
 #include <span>
 #include <vector>
@@ -98,6 +99,14 @@ bool HoldsRelativeName(const std::wstring& path) {
     return names.find(L"/./") != std::wstring::npos || names.find(L"/../") != std::wstring::npos;
 }
 
+/// On a WebDAV server, where notes and parts of packets lie in folders of such names.
+bool HoldsNameOfTransport(const std::wstring& path) {
+    const std::wstring comparable = ComparableOnServer(path);
+    return std::ranges::any_of(std::array{L".UPLOADS/", L".CLAIMS/", L".DAMAGED/"}, [&](const wchar_t* end) {
+        return comparable.find(end) != std::wstring::npos;
+    });
+}
+
 /// "C:x" begins in the folder of drive C: that the process is in.
 bool BeginsAnywhereOnDrive(const std::wstring& path) {
     constexpr std::size_t kRoot = 2;  // of "C:\"
@@ -118,12 +127,14 @@ public:
     Settings Read();
 
 private:
+    void CheckLines();
     void CheckSections();
     void CheckNames(const wchar_t* section);
     void ReadValue(const Setting& setting);
     void CheckValue(const Setting& setting, const std::wstring& value);
     void CheckExtensions();
     void CheckApart();
+    void CheckRemoteRoot();
     void CheckSideFolders();
     void CheckOwnFiles();
     std::wstring WhyNotAt(const std::wstring& path, bool isReference) const;
@@ -153,16 +164,27 @@ Reader::Reader(const std::wstring& file, const std::string& text) : m_text(text)
 }
 
 Settings Reader::Read() {
+    CheckLines();
     CheckSections();
     for (const Setting& setting : kSettings)
         ReadValue(setting);
     ThrowProblems();
     CheckExtensions();
     CheckApart();
+    CheckRemoteRoot();
     CheckSideFolders();
     CheckOwnFiles();
     ThrowProblems();
     return std::move(m_settings);
+}
+
+/// The parser passes over values without a name.
+void Reader::CheckLines() {
+    for (std::size_t sign = m_text.find('='); sign != std::string::npos; sign = m_text.find('=', sign + 1)) {
+        const std::size_t before = std::string_view(m_text).substr(0, sign).find_last_not_of(" \t");
+        if (before == std::string::npos || m_text[before] == '\r' || m_text[before] == '\n')
+            Complain(L"a line has no name before its =");
+    }
 }
 
 void Reader::CheckSections() {
@@ -239,11 +261,12 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
             ProtectedText::WhyHidden(value) +
             L" If another account has enciphered it, run this as that account; else write it anew, for all "
             L"of this computer: " +
-            CommandOfPassword(m_settings.file));
+            CommandOfPassword(m_settings.file, setting));
     if (is(ValueKind::Password) && FtpPassword::IsEnciphered(value) && !FtpPassword::Decipher(value))
         Complain(setting.Title() +
-                 L": the password cannot be deciphered; write it anew, plain, and znhost settings "
-                 L"enciphers it");
+                 L": the password cannot be deciphered: it is damaged, or a plain one of hexadecimal digits "
+                 L"alone, as enciphered ones are; write it anew, for all of this computer: " +
+                 CommandOfPassword(m_settings.file, setting));
     refuseIf(!setting.allowed.empty() && !Find(setting.allowed, value),
              L"the value must be one of: " + Listed(setting.allowed));
     refuseIf((is(ValueKind::Number) && !IsNumber(value)) || (is(ValueKind::Extension) && !IsExtension(value)),
@@ -254,6 +277,11 @@ void Reader::CheckValue(const Setting& setting, const std::wstring& value) {
              L"a path on a server is written with /");
     refuseIf(is(ValueKind::RemoteFolder) && !IsLocal(setting) && HoldsRelativeName(value),
              L"a path on a server must hold no . and no .. in the place of a name");
+    refuseIf(
+        is(ValueKind::RemoteFolder) && m_settings.transport == Transport::Https &&
+            HoldsNameOfTransport(value),
+        L"the path must hold no name that ends in .uploads, .claims or .damaged, as those of the folders "
+        L"that the transport keeps beside it");
     refuseIf(IsPath(setting.kind) && SeemsToHoldComment(value) &&
                  m_text.find(base::ToUtf8(Quoted(value))) == std::string::npos,
              L"a comment takes a line of its own; put the value in quotes if this is none");
@@ -297,6 +325,18 @@ void Reader::CheckApart() {
                 m_problems.push_back(
                     Complaint(m_settings, *innerSetting,
                               L"the folder must not be or lie in that of " + outerSetting->Title()));
+}
+
+/// That of a share is a folder like others.
+void Reader::CheckRemoteRoot() {
+    constexpr const Setting& kReceive = SettingOf<&Settings::remoteReceive>();
+    const std::wstring path = Path::WithSeparator(kReceive.text(m_settings));
+    const std::wstring drive = Path::Drive(path);
+    if (IsLocal(kReceive) && drive.ends_with(L':') && path == Path::WithSeparator(drive))
+        m_problems.push_back(
+            Complaint(m_settings, kReceive,
+                      L"the folder must not be the root of a drive: Windows keeps folders of "
+                      L"its own there, which would be received as packets"));
 }
 
 /// What a run keeps beside a folder must neither travel nor be taken for packets.
@@ -479,17 +519,19 @@ Settings ReadSettingsWithoutPasswords(const std::wstring& file) {
     return Reader(file, text).Read();
 }
 
-bool HoldsPasswordOfAccount(const std::wstring& file) {
+const Setting* PasswordOfAccount(const std::wstring& file) {
     const std::string text = SettingsText(file);
-    return std::ranges::any_of(kSettings, [&](const Setting& setting) {
+    const auto found = std::ranges::find_if(kSettings, [&](const Setting& setting) {
         if (setting.kind != ValueKind::Password) return false;
         const auto revealed = ProtectedText::Reveal(ValueIn(text, setting));
         return revealed && revealed->readers == ProtectedText::Readers::Account;
     });
+    return found == kSettings.end() ? nullptr : &*found;
 }
 
-std::wstring CommandOfPassword(const std::wstring& file) {
-    return L"znhost password --machine \"" + file + L"\"";
+std::wstring CommandOfPassword(const std::wstring& file, const Setting& setting) {
+    const bool ofProxy = &setting == &SettingOf<&Settings::httpsProxyPassword>();
+    return L"znhost password --machine \"" + file + L"\"" + (ofProxy ? L" --proxy" : L"");
 }
 
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored) {

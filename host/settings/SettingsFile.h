@@ -17,10 +17,10 @@ std::string NewSettingsText(const Settings& settings);
 /// What a file says, without its passwords, which are empty: for whoever needs none, and perhaps cannot
 /// decipher them.
 Settings ReadSettingsWithoutPasswords(const std::wstring& file);
-/// Whether the file holds a password that only one account can decipher.
-bool HoldsPasswordOfAccount(const std::wstring& file);
+/// A password of the file that only one account can decipher; null where there is none.
+const Setting* PasswordOfAccount(const std::wstring& file);
 /// What a user types to write a password that every account of the computer can decipher.
-std::wstring CommandOfPassword(const std::wstring& file);
+std::wstring CommandOfPassword(const std::wstring& file, const Setting& setting);
 /// Writes a password, in the form in which it is stored, into the settings' file, of which all else stays.
 /// Throws base::Error, and SettingsError when the file cannot be read; then it stays as it is.
 void WritePassword(const std::wstring& file, const Setting& setting, const std::wstring& stored);

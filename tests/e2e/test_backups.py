@@ -35,6 +35,18 @@ class BackupTest(HostTest):
         self.backups("--restore", "a", "--destroy", "b", code=2)
         self.assertIn("--over requires --restore", self.backups("--over", code=2).errors)
 
+    def test_backups_whose_names_hold_no_id(self):
+        names = {".hidden", "noext", "sub/~x.mdb"}
+        self.deliver("a.mdb", *names)
+        (self.enterprise.inbox / "a.mdb").unlink()
+        self.assertIn("1 packet with a backup", self.backups().output)
+        errors = self.backups("--restore-all", code=1).errors
+        for name in names:
+            self.assertIn(f"the backup {windows(self.folder / name)} stays: its name holds no id", errors)
+            self.assertIn(f"move it to {windows(self.enterprise.receive / name)};", errors)
+        self.assertEqual(files_below(self.folder).keys(), names)
+        self.assert_received()
+
     def test_backups_that_an_ended_run_took_out_of_the_way_are_there(self):
         self.deliver("a.mdb")
         self.folder.rename(self.folder.parent.with_name("receive.backups"))

@@ -47,4 +47,5 @@ class ConfigTest(HostTest):
         self.store(PRODUCT + "\\Transport", "XDeltaRegPath", windows(reference))
         self.field.change("encoder", "xdelta")
         self.assertIn(reference.name, self.assert_ends(1, "run", self.field.settings).errors)
+        self.assertIn(f"to do reference: {windows(reference)} has a name", self.assert_ends(1, "doctor", self.field.settings).output)
         self.assertTrue(packet.exists())

@@ -41,6 +41,13 @@ class DoctorTest(JsonTest):
         self.field.inbox.rmdir()
         self.field.inbox.write_bytes(b"a file")
         self.assert_only("folder", "[folders] outbox", "no such folder", "[folders] inbox", "this is a file")
+        for name in ("inbox", "send"):
+            self.field.change(name, f"Q:\\{name}")
+        self.field.change("receive", f"field\\{300 * 'x'}")
+        self.assert_only("folder", "[folders] inbox = Q:", "[folders] send = Q:", "[folders] receive")
+        self.assertFalse(self.field.sent.exists())
+        outcome = self.assert_ends(1, "status", self.field.settings)
+        self.assertIn("[folders] send = Q:\\send: this drive or share is not there", outcome.errors)
         self.field.change("encoder", "zip")
         self.assertIn("to do folder: TEMP: ", run_with_temp(self.field.inbox / "2", "doctor", self.field.settings).output)
 
@@ -64,6 +71,17 @@ class DoctorTest(JsonTest):
         (self.scratch / "Unzip.exe").write_bytes(b"")
         self.assertIn("Unzip.exe cannot be started", self.to_do()["program"][0])
 
+    def test_differences_without_a_reference(self):
+        self.field.change("encoder", "xdelta")
+        self.assert_only("reference", "no reference file is named")
+        self.field.change("encoder", "none")
+        self.assertEqual(self.to_do(0), {})
+        for folder in (self.to_field, self.field.receive):
+            difference = folder / "a.mdb~Base.axd"
+            difference.write_bytes(b"waits")
+            self.assert_only("reference", "no reference file is named")
+            difference.unlink()
+
     def test_the_remote_side(self):
         shutil.rmtree(self.to_enterprise)
         self.assert_only("remote", "to-enterprise is not there")
@@ -71,6 +89,9 @@ class DoctorTest(JsonTest):
         self.assert_only("remote", "to-enterprise takes no file")
         self.to_field.rmdir()
         self.assert_only("remote", "to-enterprise takes no file", "to-field is not there")
+        self.assertIn("the other side's first run", self.assert_ends(1, "doctor", self.field.settings).output)
+        self.to_field.touch()
+        self.assert_only("remote", "to-enterprise takes no file", "to-field: this is a file")
 
     def test_leftovers(self):
         for path in (self.field.inbox / "a.mdb_bak", self.field.inbox / "a.mdb_late", self.to_field / "~1-2.arriving", self.to_field / "RWD_TestFile.txt",

@@ -87,6 +87,9 @@ class LoopTest(JsonTest):
     def test_bad_settings_at_the_beginning_and_bad_intervals(self):
         self.field.change("outbox", "nowhere")
         self.assertIn("no such folder", self.assert_ends(2, "run", self.field.settings, "--every", "1s").errors)
+        [told] = self.json(2, "run", self.field, "--every", "1s")
+        self.assertEqual((told["type"], told["result"]), ("run", "no_cycle"))
+        self.assertIn("no such folder", told["failure"])
         for every in ("0s", "10", "ten"):
             self.assertIn("an interval is", self.assert_ends(2, "run", self.field.settings, "--every", every).errors)
         self.assert_ends(2, "run", self.field.settings, "--every", "1s", "--dry-run")

@@ -90,6 +90,14 @@ class ReportTest(JsonTest):
         outcome = self.assert_ends(0, "run", self.field.settings, "--dry-run")
         self.assertIn(f"The remote folder {windows(self.to_field)} is not there, or cannot be seen.", outcome.output)
         self.assertEqual(outcome.packets, {("out", "a.mdb"): "would be sent"})
+        self.assert_run(self.field)
+        for folder in ("nowhere\\to-field", "Q:\\to-field", "\\\\nohost\\share\\to-field"):
+            self.field.change("remote_receive", folder)
+            for options in (), ("--dry-run",):
+                *_, run = self.json(1, "run", self.field, *options)
+                self.assertIn(f"{folder} is not there, or cannot be seen.", run["failure"])
+        self.assertIn("would fail: The remote folder", self.assert_ends(1, "run", self.field.settings, "--dry-run").output)
+
 
 class LogTest(HostTest):
     """A file that is left of a copy is reported by each run."""
@@ -131,6 +139,11 @@ class StatusTest(JsonTest):
         os.utime(self.field.outbox / "old.mdb", (time.time() - 3 * 86_400,) * 2)
         self.assertEqual([packet["packet"] for packet in self.status()["waiting"]], ["old.mdb", "new.mdb"])
         self.assertIn("the oldest saved 3 d ago", self.assert_ends(0, "status", self.field.settings).output)
+        left = self.put(self.field, "left.mdb", folder=self.field.send.with_name("send.older"))
+        self.assertIn(("send.older", "left.mdb"), [(packet["place"], packet["packet"]) for packet in self.status()["waiting"]])
+        self.assertIn("send folder: 1 packet,", self.assert_ends(0, "list", self.field.settings).output)
+        left.unlink()
+        self.ledger.pop()
         self.put(self.field, "bad.afz")
         self.assert_run(self.field, 1)
         status = self.status(1)

@@ -133,6 +133,8 @@ class ServiceTest(HostTest):
         self.assertIn("neither read the settings nor write a log", self.service("start", code=1).errors)
 
     def test_what_is_refused(self):
+        self.assertIn("no / and no \\: choose another one with --name",
+                      self.assert_ends(1, "service", "install", self.field.settings, "--name", "a/b").errors)
         self.change_to_ftp()
         self.assertIn("let the Task Scheduler", self.service("install", code=2).errors)
         self.assertIn("--start", self.service("install", "--start", "soon", code=2).errors)

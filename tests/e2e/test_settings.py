@@ -1,7 +1,7 @@
 """Bad usage and bad settings are refused before anything moves, and the message names the culprit."""
 import re
 
-from support import Holder, HostTest, files_below, windows
+from support import Holder, HostTest, files_below, run, windows
 
 # A line of field.ini, what takes its place, and what the message must hold.
 BAD_SETTINGS = [
@@ -11,6 +11,7 @@ BAD_SETTINGS = [
     ("user_interface = no", "user_interface = maybe", "[host] user_interface = maybe", "yes, no"),
     ("sent = field\\sent", "", "[folders] sent is missing"),
     ("[log]", "[log]\ncolour = red", "[log] colour", "unknown key"),
+    ("[log]", "[log]\n \t= 5", "a line has no name before its ="),
     ("[log]", "[log]\nnonsense", "[log] nonsense", "unknown key"),
     ("[log]", "[extra]\na = b\n[log]", "[extra]", "unknown section"),
     ("outbox = field\\outbox", "outbox = field\\outbox\noutbox = x", "[folders] outbox", "2 times"),
@@ -20,10 +21,12 @@ BAD_SETTINGS = [
     ("send = field\\send", "send = field\\se?nd", "[folders] send", "character"),
     ("send = field\\send", "send = Y:\\", "[folders] send = Y:\\: the folder must not be the root"),
     ("receive = field\\receive", "receive = \\\\server\\share", "[folders] receive", "must not be the root"),
+    ("remote_receive = share\\to-field", "remote_receive = Y:\\", "[folders] remote_receive = Y:\\: the folder must not be the root"),
     ("inbox = field\\inbox", "inbox = field\\receive.refused\\in", "[folders] inbox", "receive.refused, where a run"),
     ("receive = field\\receive", "receive = c:receive", "[folders] receive = c:receive", "behind the drive"),
     ("file = field.log", "file = field\\OUTBOX\\field.log", "[log] file", "must not lie in the folder of [folders] outbox"),
     ("file = field.log", "file = field\\send.status", "[log] file", "send.status, which belongs to the transport"),
+    ("file = field.log", "file = FIELD.INI", "[log] file", "must not be the settings file"),
     ("reference_path = ", "reference_path = share\\to-field\\Base.AXR", "[xdelta] reference_path", "[folders] remote_receive"),
     ("zip_util_location = ", "zip_util_location = field\\inbox\\bin", "[zip] zip_util_location", "[folders] inbox"),
     ("inbox = field\\inbox", "inbox = field\\inbox ; the office", "[folders] inbox", "line of its own"),
@@ -36,7 +39,8 @@ BAD_SETTINGS = [
     ("reference_path = ", "reference_path = refs\\base.mdb", "[xdelta] reference_path", ".AXR"),
     ("reference_path = ", "reference_path = refs\\ba~se.axr", "[xdelta] reference_path", "~"),
     *((f"password = \n\n\n[{after}]", f"password = {64 * 'A'}\n\n\n[{after}]",
-       f"{title}: the password cannot be deciphered") for title, after in (("[ftp] password", "https"), ("[https] proxy_password", "zip"))),
+       f"{title}: the password cannot be deciphered", 'znhost password --machine "', way_out)
+      for title, after, way_out in (("[ftp] password", "https", '.ini"\n'), ("[https] proxy_password", "zip", '.ini" --proxy\n'))),
     ("role = field", "role = foo\ncolour = red", "[host] role = foo", "[host] colour"),
 ]
 
@@ -53,6 +57,13 @@ class SettingsTest(HostTest):
                 for message in messages:
                     self.assertIn(message, outcome.errors)
                 self.assertTrue(packet.exists())
+
+    def test_names_that_the_transport_keeps_on_a_server(self):
+        for old, new in (("transport", "https"), ("remote_send", "/share/to-enterprise")):
+            self.field.change(old, new)
+        for folder in ("to-field.Claims", "/to-field.uploads/", "in.damaged/to-field"):
+            self.field.change("remote_receive", folder)
+            self.assertIn(f"remote_receive = {folder}: the path must hold no name that ends in", self.assert_run(self.field, 2).errors)
 
     def test_the_settings_file_is_no_packet(self):
         self.field.change("reference_path", self.field.inbox / "Base.AXR")
@@ -91,7 +102,9 @@ class SettingsTest(HostTest):
 
     def test_bad_usage(self):
         for arguments, message in ((["run"], "SETTINGS"), (["frob"], "frob"), (["demo", "--foo"], "--foo"),
-                                   ([], "verify, release, password"), (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
+                                   ([], "verify, release, password"), *((arguments, "the text is empty") for arguments in
+                                     (["run", ""], ["init", ""], ["demo", ""], ["service", "install", "x.ini", "--name", ""])),
+                                   (["run", "Z:\\nowhere.ini"], "nowhere.ini")):
             with self.subTest(arguments):
                 self.assertIn(message, self.assert_ends(2, *arguments).errors)
 
@@ -124,6 +137,31 @@ class SettingsTest(HostTest):
         self.field.log_file.mkdir()
         outcome = self.assert_run(self.field, 2)
         self.assertIn("[log] file", outcome.errors)
+        self.assertTrue(packet.exists())
+
+    def test_the_log_is_neither_the_settings_nor_the_reference_file(self):
+        (self.root / "other").symlink_to(self.root)
+        for log, what in (("other\\field.ini", "settings"), ("other\\BASE.axr", "reference")):
+            self.field.change("reference_path", "Base.AXR")
+            self.field.change("file", log)
+            self.assertIn(f"the log must not be the {what} file", self.assert_run(self.field, 2).errors)
+        self.assertFalse((self.root / "Base.AXR").exists())
+
+    def test_one_folder_by_two_paths(self):
+        """As by a junction, or a drive that stands for a folder."""
+        packet = self.put(self.field, "a.mdb")
+        (self.root / "other").symlink_to(self.root)
+        for key, path, outer in (("inbox", "other\\field\\outbox\\new", "outbox"),
+                                 ("receive", "other\\field\\send", "send"),
+                                 ("remote_receive", "other\\share\\to-enterprise", "remote_send")):
+            good = self.field.settings.read_text(encoding="utf-8")
+            self.field.change(key, path)
+            for command in ("run", "--dry-run"), ("run", "--every", "1s"), ("run",), ("doctor",):
+                outcome = run(*command, self.field.settings)
+                self.assertEqual(outcome.code, 1 if command == ("doctor",) else 2, outcome)
+                self.assertIn(f"that of [folders] {outer}, where its path leads, too", outcome.errors + outcome.output)
+            self.assert_ends(1, "status", self.field.settings)
+            self.field.settings.write_text(good, encoding="utf-8")
         self.assertTrue(packet.exists())
 
     def test_somebody_who_reads_the_log_stops_no_packet(self):

@@ -178,6 +178,8 @@ class UnzipReadsTest(ZipTest):
         self.assertEqual((self.target / "new" / "a.mdb").read_bytes(), b"a")
         for folder in ("Q:\\", "Q:\\new\\folder"):
             self.assertRegex(self.unpack(target=folder, code=1), r"(?s)cannot create Q:\\.*check the name")
+        # As of a variable of a script that was never set.
+        self.assertIn("-d: the text is empty", self.assert_ends(2, self.archive, "-d", "", program=support.BIN / "Unzip.exe").errors)
 
 
 class MaliciousArchiveTest(ZipTest):
