@@ -37,8 +37,7 @@ std::wstring AdviceFor(DWORD code) {
         return L" It goes when everything that shows services, such as their console, is closed.";
     case ERROR_INVALID_NAME:
         return L" The name of a service has up to 256 characters, and no / and no \\: choose another one "
-               L"with "
-               L"--name.";
+               L"with --name.";
     case ERROR_INVALID_SERVICE_ACCOUNT:
         return L" An account is named DOMAIN\\user, or .\\user for one of this computer, with its password.";
     case ERROR_SERVICE_LOGON_FAILED:
