@@ -25,7 +25,12 @@ bool IsMissing(DWORD error) { return error == ERROR_FILE_NOT_FOUND || error == E
 
 }  // namespace
 
-std::wstring PlaceOf(const std::wstring& path) {
+const std::wstring& Places::Of(const std::wstring& path) {
+    const auto known = m_known.find(path);
+    return known != m_known.end() ? known->second : m_known.emplace(path, Ask(path)).first->second;
+}
+
+std::wstring Places::Ask(const std::wstring& path) {
     const base::FileHandle handle(CreateFileW(FileSystem::Extended(path).c_str(), 0, base::kShareAll, nullptr,
                                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (handle) {
@@ -35,24 +40,25 @@ std::wstring PlaceOf(const std::wstring& path) {
     const bool isMissing = IsMissing(GetLastError());
     const std::wstring parent = Path::ParentFolder(path);
     if (!isMissing || parent.empty() || parent == path) return {};
-    const std::wstring place = PlaceOf(parent);
+    const std::wstring& place = Of(parent);
     return place.empty() ? place : Path::Join(place, base::Upper(Path::FileName(path)));
 }
 
-bool AreOnePlace(const std::wstring& one, const std::wstring& other) {
-    const std::wstring place = PlaceOf(one);
-    return !place.empty() && place == PlaceOf(other);
-}
-
-std::vector<std::wstring> PlacesOf(const std::wstring& path) {
+std::vector<std::wstring> Places::OnTheWayTo(const std::wstring& path) {
     std::vector<std::wstring> places;
     for (std::wstring at = path;;) {
-        std::wstring place = PlaceOf(at);
+        const std::wstring& place = Of(at);
         // A share that does not answer is not asked again.
         if (place.empty()) return places;
-        places.push_back(std::move(place));
+        places.push_back(place);
         const std::wstring parent = Path::ParentFolder(at);
         if (parent.empty() || parent == at) return places;
         at = parent;
     }
+}
+
+bool AreOnePlace(const std::wstring& one, const std::wstring& other) {
+    Places places;
+    const std::wstring& place = places.Of(one);
+    return !place.empty() && place == places.Of(other);
 }

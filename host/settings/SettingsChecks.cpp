@@ -97,12 +97,13 @@ struct PlacedFolder {
 };
 
 void CheckPlaces(const Settings& settings) {
+    Places places;
     std::vector<PlacedFolder> folders;
     for (const Setting& setting : kSettings) {
         const bool isHere = setting.kind == ValueKind::Folder ||
                             (setting.kind == ValueKind::RemoteFolder && !settings.HasServer());
         const std::wstring path = setting.text(settings);
-        if (isHere && !path.empty()) folders.emplace_back(&setting, PlacesOf(path));
+        if (isHere && !path.empty()) folders.emplace_back(&setting, places.OnTheWayTo(path));
     }
     Problems problems;
     for (const PlacedFolder& outer : folders)

@@ -169,13 +169,13 @@ class FaultTest(HostTest):
         # One folder: the order of several is the file system's, and another one in a copy.
         self.put(self.field, "a.mdb", "closed/b.mdb")
         closed = windows(self.field.outbox / "closed")
-        shutil.copytree(self.root, self.scratch / "saved")
         for command in (("status", "--json"), ("status",), ("list",)):
             fault = Fault(self.number_of_listing(closed, *command), Mode.FAIL, ACCESS_DENIED)
             outcome, _ = self.run_with(fault.plan(False), *command)
             self.assertEqual(outcome.code, 1, outcome)
             for told in ("closed)", "a.mdb"):
                 self.assertIn(told, outcome.output)
+        shutil.copytree(self.root, self.scratch / "saved")
         number = self.number_of_listing(closed)
         shutil.rmtree(self.root)
         shutil.copytree(self.scratch / "saved", self.root)
@@ -184,7 +184,6 @@ class FaultTest(HostTest):
                          (1, {("out", "closed"): "not added", ("out", "a.mdb"): "sent"}))
         self.assertIn(f"({closed})", outcome.output)
         self.assert_next_cycle_delivers()
-
 
     def test_a_packet_that_is_received_while_an_installation_is_examined(self):
         packet = windows(self.put(self.enterprise, "a.mdb", folder=self.to_field))
