@@ -111,8 +111,7 @@ void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
 /// another name, and no attempt would succeed.
 std::wstring DecodedName(IZNEncoder* decoder, const std::wstring& file) {
     const std::wstring name = Path::BaseName(file);
-    const std::wstring packet =
-        Optional<_clsXDeltaEncoder>(decoder) ? SplitDifferenceName(name).packet : name;
+    std::wstring packet = Optional<_clsXDeltaEncoder>(decoder) ? SplitDifferenceName(name).packet : name;
     if (!IsDecodedUnderItsName(packet))
         throw base::Error(E_INVALIDARG,
                           L"The packet " + file +

@@ -103,7 +103,7 @@ void CheckPlaces(const Settings& settings) {
         const bool isHere = setting.kind == ValueKind::Folder ||
                             (setting.kind == ValueKind::RemoteFolder && !settings.HasServer());
         const std::wstring path = setting.text(settings);
-        if (isHere && !path.empty()) folders.emplace_back(&setting, places.OnTheWayTo(path));
+        if (isHere && !path.empty()) folders.push_back({&setting, places.OnTheWayTo(path)});
     }
     Problems problems;
     for (const PlacedFolder& outer : folders)
