@@ -40,6 +40,18 @@ SettingsError NeedsTransport(const Settings& settings, const std::wstring& trans
                    std::wstring(L"this command needs ") + kTransport.name + L" = " + transport);
 }
 
+/// A folder of packets, and all places that its path leads through, from its own on.
+struct PlacedFolder {
+    const Setting* setting;
+    std::vector<std::wstring> places;
+
+    bool LiesIn(const PlacedFolder& outer) const {
+        if (this == &outer || outer.places.empty()) return false;
+        const auto found = std::ranges::find(places, outer.places.front());
+        return found != places.end() && (found != places.begin() || outer.setting < setting);
+    }
+};
+
 }  // namespace
 
 void CheckFtp(const Settings& settings) {
@@ -83,18 +95,6 @@ void CheckFolders(const Settings& settings) {
     if (!FileSystem::FolderExists(settings.outbox))
         throw Refusal(settings, SettingOf<&Settings::outbox>(), L"there is no such folder");
 }
-
-/// A folder of packets, and all places that its path leads through, from its own on.
-struct PlacedFolder {
-    const Setting* setting;
-    std::vector<std::wstring> places;
-
-    bool LiesIn(const PlacedFolder& outer) const {
-        if (this == &outer || outer.places.empty()) return false;
-        const auto found = std::ranges::find(places, outer.places.front());
-        return found != places.end() && (found != places.begin() || outer.setting < setting);
-    }
-};
 
 void CheckPlaces(const Settings& settings) {
     Places places;
