@@ -108,11 +108,13 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
 
 /// Without names that are one for whoever receives them; that is reported.
 FileSystem::Listing FtpSender::ListToMove(const std::wstring& local, const std::wstring& remote) const {
+    const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
     FileSystem::Listing listing = ListLocal(local);
     const base::LocalNames names = base::NamesOf(listing);
     const auto isTwin = [&](const std::wstring& name) {
-        return names.AreOne(name) && !ShownProcedure(L"clsFTPSndRcv.cls.MoveFiles", m_progress)
-                                          .Fail(base::TellOfTwin(name, local, remote));
+        if (!names.AreOne(name)) return false;
+        self.Fail(base::TellOfTwin(name, local, remote));
+        return true;
     };
     std::erase_if(listing.files, [&](const auto& file) { return isTwin(file.name); });
     std::erase_if(listing.folders, isTwin);

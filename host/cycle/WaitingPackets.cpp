@@ -90,10 +90,9 @@ std::wstring Unseen(const Settings& settings) {
 
 std::optional<std::wstring> WhyNothingIsReceived(const Settings& settings) {
     const std::wstring& folder = settings.remoteReceive;
-    if (settings.HasServer()) return std::nullopt;
+    if (settings.HasServer() || FileSystem::FolderExists(folder)) return std::nullopt;
     if (FileSystem::FileExists(folder)) return folder + L" is a file, not a folder";
-    if (FileSystem::FolderExists(folder) || FileSystem::FolderExists(Path::ParentFolder(folder)))
-        return std::nullopt;
+    if (FileSystem::FolderExists(Path::ParentFolder(folder))) return std::nullopt;
     return Unseen(settings);
 }
 
