@@ -17,7 +17,6 @@
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/RunReport.h"
 #include "host/settings/SettingsChecks.h"
-#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -44,7 +43,7 @@ int commands::List(const Options& options) {
     std::vector<base::TreeFile> received = ReceivedFiles(settings);
     std::ranges::copy(AwaitingFiles(settings), std::back_inserter(received));
     std::vector<base::TreeFile> sending = FilesToSend(session, settings);
-    std::ranges::copy(base::FilesBelow(kOlderVersions.Path(settings)), std::back_inserter(sending));
+    std::ranges::copy(OlderFiles(settings), std::back_inserter(sending));
     const std::vector<Place> places = {{L"outbox", OutboxFiles(settings, unlisted)},
                                        {L"send folder", std::move(sending)},
                                        {L"receive folder", std::move(received)}};

@@ -40,9 +40,7 @@ std::vector<WaitingPacket> WaitingPackets(const Settings& settings, PacketLedger
     std::vector<WaitingPacket> packets;
     Add(packets, L"outbox", settings.outbox, OutboxFiles(settings, unlisted));
     Add(packets, L"send", settings.send, SendFiles(settings));
-    // A run that ended in between has left it there.
-    const std::wstring older = kOlderVersions.Path(settings);
-    Add(packets, L"send.older", older, base::FilesBelow(older));
+    Add(packets, L"send.older", kOlderVersions.Path(settings), OlderFiles(settings));
     Add(packets, L"receive", settings.receive, ReceivedFiles(settings));
     Add(packets, L"receive.waiting", kAwaitingOlder.Path(settings), AwaitingFiles(settings));
     std::ranges::stable_sort(packets, {}, &WaitingPacket::saved);

@@ -9,7 +9,6 @@
 #include "host/cycle/AwaitedForms.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/WaitingPackets.h"
-#include "host/settings/SideFolders.h"
 
 namespace {
 
@@ -35,8 +34,7 @@ private:
 Plan Planner::Make() {
     PlanOutbox();
     PlanSending(SendFiles(m_settings));
-    // The next run puts back what one that ended in between had taken out of the way.
-    PlanSending(base::FilesBelow(kOlderVersions.Path(m_settings)));
+    PlanSending(OlderFiles(m_settings));
     PlanReceiving();
     for (const base::TreeFile& file : ReceivedFiles(m_settings))
         PlanDelivery(file);

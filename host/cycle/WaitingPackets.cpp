@@ -8,6 +8,7 @@
 #include "base/Error.h"
 #include "base/Path.h"
 #include "host/cycle/KeptBackups.h"
+#include "host/settings/SideFolders.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
 #include "packets/PassingFile.h"
@@ -49,6 +50,10 @@ std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& 
 
 std::vector<base::TreeFile> SendFiles(const Settings& settings) {
     return PacketsOf(base::FilesBelow(settings.send));
+}
+
+std::vector<base::TreeFile> OlderFiles(const Settings& settings) {
+    return base::FilesBelow(kOlderVersions.Path(settings));
 }
 
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings) {

@@ -16,6 +16,8 @@ std::vector<base::TreeFile> OutboxFiles(const Settings& settings);
 std::vector<base::TreeFile> OutboxFiles(const Settings& settings, PacketLedger& ledger);
 /// The files in the send folder and below it that hold packets, as far as names tell.
 std::vector<base::TreeFile> SendFiles(const Settings& settings);
+/// The versions that a run which ended in between left beside the send folder; the next one puts them back.
+std::vector<base::TreeFile> OlderFiles(const Settings& settings);
 /// The sub-folders of the receive folder that hold packets; the transport's backups are none.
 std::vector<std::wstring> ReceiveSubFolders(const Settings& settings);
 /// The files in one of them. What the other side still copies there is none yet; what is left of a copy that

@@ -1,7 +1,6 @@
 // See SettingsChecks.h.
 #include "host/settings/SettingsChecks.h"
 
-#include <algorithm>
 #include <vector>
 
 #include "base/Error.h"
@@ -10,6 +9,7 @@
 #include "base/Module.h"
 #include "base/Path.h"
 #include "base/SystemError.h"
+#include "host/settings/NestedFolders.h"
 #include "host/settings/NetworkDrive.h"
 #include "host/settings/Place.h"
 #include "host/settings/SettingsFile.h"
@@ -39,18 +39,6 @@ SettingsError NeedsTransport(const Settings& settings, const std::wstring& trans
     return Refusal(settings, kTransport,
                    std::wstring(L"this command needs ") + kTransport.name + L" = " + transport);
 }
-
-/// A folder of packets, and all places that its path leads through, from its own on.
-struct PlacedFolder {
-    const Setting* setting;
-    std::vector<std::wstring> places;
-
-    bool LiesIn(const PlacedFolder& outer) const {
-        if (this == &outer || outer.places.empty()) return false;
-        const auto found = std::ranges::find(places, outer.places.front());
-        return found != places.end() && (found != places.begin() || outer.setting < setting);
-    }
-};
 
 }  // namespace
 
@@ -98,20 +86,14 @@ void CheckFolders(const Settings& settings) {
 
 void CheckPlaces(const Settings& settings) {
     Places places;
-    std::vector<PlacedFolder> folders;
+    std::vector<LocatedFolder> folders;
     for (const Setting& setting : kSettings) {
         const bool isHere = setting.kind == ValueKind::Folder ||
                             (setting.kind == ValueKind::RemoteFolder && !settings.HasServer());
         const std::wstring path = setting.text(settings);
         if (isHere && !path.empty()) folders.push_back({&setting, places.OnTheWayTo(path)});
     }
-    Problems problems;
-    for (const PlacedFolder& outer : folders)
-        for (const PlacedFolder& inner : folders)
-            if (inner.LiesIn(outer))
-                problems.push_back(Complaint(settings, *inner.setting,
-                                             L"the folder must not be or lie in that of " +
-                                                 outer.setting->Title() + L", where its path leads, too"));
+    const Problems problems = NestedFolders(settings, folders, L", where its path leads, too");
     if (!problems.empty()) throw SettingsError(problems);
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cwctype>
+#include <iterator>
 #include <span>
 #include <vector>
 
@@ -21,6 +22,7 @@
 #include "cipher/ProtectedText.h"
 #include "ftp/settings/FtpPassword.h"
 #include "host/settings/IniText.h"
+#include "host/settings/NestedFolders.h"
 #include "host/settings/SideFolders.h"
 
 namespace {
@@ -91,6 +93,17 @@ std::wstring ComparableOnServer(const std::wstring& path) {
     for (const wchar_t letter : base::Upper(path) + L'/')
         if (letter != L'/' || comparable.back() != L'/') comparable += letter;
     return comparable;
+}
+
+/// A comparable path, and that of every folder that it lies in.
+std::vector<std::wstring> WayTo(std::wstring comparable) {
+    std::vector<std::wstring> way;
+    while (!comparable.empty()) {
+        way.push_back(comparable);
+        comparable.pop_back();
+        comparable.erase(comparable.find_last_of(L"\\/") + 1);
+    }
+    return way;
 }
 
 /// Such names hide that one path lies in another.
@@ -312,19 +325,13 @@ std::wstring Reader::Comparable(const Setting& setting) const {
     return IsLocal(setting) ? ComparableHere(path) : ComparableOnServer(path);
 }
 
-/// A folder inside another one, or named twice, would send packets in a circle.
+/// By their paths; where those lead is asked when a run begins.
 void Reader::CheckApart() {
-    std::vector<std::pair<const Setting*, std::wstring>> folders;
+    std::vector<LocatedFolder> folders;
     for (const Setting& setting : kSettings)
         if (HoldsPackets(setting.kind) && !setting.text(m_settings).empty())
-            folders.emplace_back(&setting, Comparable(setting));
-    for (const auto& [outerSetting, outer] : folders)
-        for (const auto& [innerSetting, inner] : folders)
-            if (outerSetting != innerSetting && inner.starts_with(outer) &&
-                (inner != outer || outerSetting < innerSetting))
-                m_problems.push_back(
-                    Complaint(m_settings, *innerSetting,
-                              L"the folder must not be or lie in that of " + outerSetting->Title()));
+            folders.push_back({&setting, WayTo(Comparable(setting))});
+    std::ranges::move(NestedFolders(m_settings, folders), std::back_inserter(m_problems));
 }
 
 /// That of a share is a folder like others.
