@@ -56,6 +56,8 @@ public:
     bool Run() {
         // Before the packets: what is still an upload then is seen as one.
         m_notes.ReadOf(JoinRemote(m_subFolder, L"*"));
+        // Who sends into a folder above tells by it that this one is received alone. Not every account may.
+        if (!m_notes.HaveFolder()) m_folders.TryToProvide(UploadsOf(m_remote));
         ReceiveClaims();
         const std::vector<RemoteFile> waiting = Files(m_remote);
         const bool goesOn = ClaimAndReceive(waiting);
@@ -158,8 +160,13 @@ private:
             m_gone.insert(packet);
             return false;
         }
+        if (reply.Succeeded()) return true;
         // Somebody who was faster shows in other ways, too, and the answer to a success can get lost.
-        if (reply.Succeeded() || m_server.HasFile(claim)) return true;
+        const std::optional<DavEntry> other = m_server.Look(claim);
+        if (other && !other->isFolder) return true;
+        if (other)
+            return Stays(L"File " + packet + L" cannot be retrieved from the server: the folder " + claim +
+                         L" has its name. Remove that folder there when it is empty.");
         if (m_server.Exists(source))
             return Stays(Lines(L"Failed to retrieve file " + packet + L" from the server.", reply.failure));
         m_gone.insert(packet);
@@ -299,7 +306,7 @@ private:
             return Fetch(file, incoming, Attempts::One);
         }
         if (!digest && m_notes.Tell(packet)) return IsDamaged(packet, incoming, sha256);
-        if (!digest && !HasListedSize(file, incoming.Size())) return IsOfAnother(packet, incoming);
+        if (!HasListedSize(file, incoming.Size())) return IsOfAnother(packet, incoming);
         if (digest) incoming.SetModificationTime(digest->lastWrite);
         incoming.TakePlace(m_rights);
         return true;

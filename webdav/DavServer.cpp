@@ -134,6 +134,8 @@ public:
         : m_server(server), m_path(path), m_begin(begin), m_take(take), m_offset(offset) {}
 
     void Send(HttpRequest& request) const {
+        // Of another version that had the name before, something between may still hold the content.
+        request.AddHeader(L"Cache-Control: no-cache");
         if (m_offset > 0) request.AddHeader(L"Range: bytes=" + std::to_wstring(m_offset) + L"-");
         request.Send();
     }
@@ -280,11 +282,6 @@ bool DavServer::Answers(const std::wstring& path, const Use& use) const {
     return reply.Succeeded();
 }
 
-bool DavServer::HasFile(const std::wstring& path) const {
-    const std::optional<DavEntry> entry = Look(path);
-    return entry && !entry->isFolder;
-}
-
 /// Above its own folders an account may see nothing.
 bool DavServer::IsThere(const std::wstring& folder) const {
     const DavReply reply = Find(FolderPath(folder), L"0", {});
@@ -344,17 +341,22 @@ DavReply DavServer::Move(const std::wstring& from, const std::wstring& to, Other
 }
 
 /// The first attempt may have been carried out: nothing is replaced before it is clear that it was not. And
-/// the path may be another one to the server than to who stands before it: what has gone there is not at its
-/// place.
+/// the path may be another one to the server than to who stands before it: only what arrives at a place where
+/// nothing was proves that a form is understood.
 std::optional<DavReply> DavServer::MovedByAnotherForm(const std::wstring& from, const std::wstring& to,
                                                       Other other) const try {
+    const bool wasThere = Exists(to);
     for (const Form form : {Form::Path, Form::PlainUrl}) {
         const DavReply reply = MoveOnce(from, to, Other::Stays, form);
-        const bool isUnderstood = (reply.Succeeded() || reply.IsTaken()) && Exists(to);
-        const bool isToReplace = reply.IsTaken() && other == Other::IsReplaced;
-        if (!isUnderstood || (isToReplace && !Exists(from))) continue;
-        m_form = form;
-        return isToReplace ? MoveOnce(from, to, other, form) : reply;
+        if (reply.Succeeded() && !wasThere && Exists(to)) {
+            m_form = form;
+            return reply;
+        }
+        if (!reply.IsTaken() || !wasThere || !Exists(from)) continue;
+        m_hasTriedForms = false;
+        if (other == Other::Stays) return reply;
+        MoveOnce(from, to, other, form);
+        return std::nullopt;
     }
     return std::nullopt;
 } catch (const HttpError&) {

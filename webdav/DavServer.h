@@ -60,7 +60,6 @@ public:
     /// What has that name; nothing when it is missing. Throws where the server does not tell.
     std::optional<DavEntry> Look(const std::wstring& path) const;
     bool Exists(const std::wstring& path) const { return Answers(path, {}); }
-    bool HasFile(const std::wstring& path) const;
     /// Whether the site is there, by a folder that the account reaches, and that need not be there yet.
     /// Throws where the server does not tell.
     bool IsThere(const std::wstring& folder) const;

@@ -57,6 +57,8 @@ std::wstring FolderAbove(const std::wstring& path) {
     return path.substr(0, separator == std::wstring::npos ? 0 : separator);
 }
 
+std::wstring RemoteName(const std::wstring& path) { return path.substr(path.rfind(L'/') + 1); }
+
 std::wstring RemotePath(std::wstring localPath) {
     std::ranges::replace(localPath, L'\\', L'/');
     return localPath;

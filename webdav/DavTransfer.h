@@ -41,6 +41,7 @@ inline constexpr std::wstring_view kNoteEnding = L".digests";
 std::wstring JoinRemote(const std::wstring& folder, const std::wstring& name);
 /// The one that a file or folder lies in; empty where no other name stands before its own.
 std::wstring FolderAbove(const std::wstring& path);
+std::wstring RemoteName(const std::wstring& path);
 std::wstring RemotePath(std::wstring localPath);
 std::wstring LocalPath(std::wstring remotePath);
 
@@ -54,12 +55,12 @@ public:
 
     /// With those above it. Throws a failure.
     void Provide(const std::wstring& folder);
+    /// The same; the reply tells of a failure.
+    DavReply TryToProvide(const std::wstring& folder);
     /// Nothing is asked for a folder that was seen to be there.
     void NoteThere(const std::wstring& folder) { m_provided.insert(folder); }
 
 private:
-    DavReply TryToProvide(const std::wstring& folder);
-
     const DavServer& m_server;
     std::set<std::wstring> m_provided;
 };

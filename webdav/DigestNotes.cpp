@@ -64,6 +64,7 @@ void DigestNotes::ReadNewOf(const std::wstring& packet) {
 void DigestNotes::ReadFolder(const std::wstring& subFolder, bool isFirst) {
     const auto entries = m_server.List(UploadsOf(JoinRemote(m_remote, subFolder)));
     if (!entries) return;
+    if (subFolder.empty()) m_haveFolder = true;
     for (const DavEntry& entry : *entries) {
         if (entry.name.ends_with(kNoteEnding)) {
             m_sent[JoinRemote(UploadsOf(JoinRemote(m_remote, subFolder)), entry.name)] = entry.modified;

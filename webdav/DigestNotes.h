@@ -31,6 +31,8 @@ public:
     void Read(const std::wstring& subFolder);
     /// Reads those of all folders into which a packet may have been sent.
     void ReadOf(const std::wstring& packet);
+    /// Whether the folder in which those of the folder itself lie was there when they were read.
+    bool HaveFolder() const noexcept { return m_haveFolder; }
     /// Reads those that came since: of one folder, or of those of a packet.
     void ReadNew(const std::wstring& subFolder) { ReadFolder(subFolder, false); }
     void ReadNewOf(const std::wstring& packet);
@@ -65,6 +67,7 @@ private:
 
     const DavServer& m_server;
     const std::wstring m_remote;
+    bool m_haveFolder = false;
     std::set<std::wstring> m_subFolders;            ///< whose notes were read
     std::vector<DigestNote> m_first;                ///< of the first reading
     std::set<std::wstring> m_waiting;               ///< names of uploads
