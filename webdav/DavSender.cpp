@@ -6,6 +6,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 
 #include "base/FolderTree.h"
 #include "base/Path.h"
@@ -59,7 +60,6 @@ public:
           m_self(L"clsHTTPSndRcv.cls.MoveFiles", m_progress),
           m_local(local),
           m_remote(std::move(remote)),
-          m_uploads(UploadsOf(m_remote)),
           m_installation(local) {}
 
     bool Run() {
@@ -69,8 +69,7 @@ public:
         m_progress.SetRange(0, static_cast<LONG>(files.size()));
         m_spelling.ReadFolder();
         m_folders.Provide(m_remote);
-        m_folders.Provide(m_uploads);
-        CleanUp();
+        UploadBeside({});
         for (const base::TreeFile& file : files) {
             if (!ShowNext(m_progress, file.name, m_position++) || !Send(file)) break;
             if (m_batch.size() == kMostFiles || m_bytes >= kMostBytes) Publish();
@@ -80,6 +79,32 @@ public:
     }
 
 private:
+    /// The folder from which the packet is received, below the remote one. Who receives from a sub-folder
+    /// alone makes the folder of its uploads, and looks nowhere else for notes.
+    std::wstring ReceivedFolder(const base::TreeFile& file) {
+        std::wstring folder = RemotePath(file.subFolder);
+        while (!folder.empty() && !m_spelling.IsThere(UploadsOf(folder)))
+            folder = FolderAbove(folder);
+        return folder;
+    }
+
+    /// What is sent from now on travels through the uploads beside that folder.
+    void UploadBeside(const std::wstring& folder) {
+        const std::wstring path = m_spelling.PathOf(folder);
+        m_folders.Provide(UploadsOf(path));
+        m_received = folder;
+        m_receivedPath = path;
+        m_uploads = UploadsOf(path);
+        if (m_cleaned.insert(m_uploads).second) CleanUp();
+    }
+
+    void UploadBesideReceivedFolder(const base::TreeFile& file) {
+        const std::wstring folder = ReceivedFolder(file);
+        if (folder == m_received) return;
+        Publish();
+        UploadBeside(folder);
+    }
+
     /// What nobody needs takes room, which may be what is missing.
     void CleanUp() {
         std::vector<std::wstring> notes;
@@ -105,10 +130,10 @@ private:
     bool NothingWaits() const try {
         bool isAllSeen = true;
         const Refuse refuse = [&](const std::wstring&) { isAllSeen = false; };
-        const auto isEmpty = [&] { return FilesBelow(m_server, m_remote, {}, refuse).empty(); };
+        const auto isEmpty = [&] { return FilesBelow(m_server, m_receivedPath, {}, refuse).empty(); };
         if (!isEmpty()) return false;
         // Others may receive from a folder above.
-        for (std::wstring folder = m_remote; !folder.empty(); folder = FolderAbove(folder))
+        for (std::wstring folder = m_receivedPath; !folder.empty(); folder = FolderAbove(folder))
             if (!ClaimedPackets(m_server, folder, refuse).empty()) return false;
         // Of these, one may have been given back at this moment.
         return isEmpty() && isAllSeen;
@@ -132,6 +157,14 @@ private:
         if (!KeepsItsName(file.RelativePath())) {
             m_self.Fail(L"File " + file.RelativePath() +
                         L" has half of a character in its name, which no server can keep. Rename it.");
+            return true;
+        }
+        const bool hasWay = Try(m_self, [&] {
+            UploadBesideReceivedFolder(file);
+            return true;
+        });
+        if (!hasWay) {
+            m_server.Check(m_remote);
             return true;
         }
         Upload& upload = m_batch.emplace_back(file, m_local);
@@ -255,6 +288,7 @@ private:
     void Describe(Upload& upload) const {
         const base::File& file = upload.block.Held();
         upload.digest.packet = RemotePath(upload.file.RelativePath());
+        if (!m_received.empty()) upload.digest.packet.erase(0, m_received.size() + 1);
         upload.digest.size = file.Size();
         upload.digest.lastWrite = file.ModificationTime();
         upload.digest.upload = m_installation.Name() + L"~" + VersionName(upload.digest);
@@ -276,49 +310,63 @@ private:
         if (m_batch.empty()) return;
         const std::deque<Upload> batch = std::exchange(m_batch, {});
         m_bytes = 0;
-        std::vector<const Upload*> whole = WholeOnes(batch);
-        if (!whole.empty() && PutNote(whole))
-            for (const Upload* upload : whole)
-                // A server that is silent is waited for, which each of the others would do, too.
-                if (!Try(m_self, [&] { return TakeName(*upload); })) m_server.Check(m_uploads);
+        const Note note = PutNote(batch);
+        for (const Upload* upload : WholeOnes(batch, note))
+            // A server that is silent is waited for, which each of the others would do, too.
+            if (!Try(m_self, [&] { return TakeName(*upload); })) m_server.Check(m_uploads);
     }
 
-    /// Of the batch those that the server tells to be there in full.
-    std::vector<const Upload*> WholeOnes(const std::deque<Upload>& batch) {
+    /// Of the digests of a batch.
+    struct Note {
+        std::wstring name;
+        std::uint64_t size = 0;
+        std::wstring failure;  ///< why, where it is not there
+    };
+
+    /// Without it nobody could tell whether what arrives is what was sent.
+    Note PutNote(const std::deque<Upload>& batch) const {
+        std::vector<PacketDigest> digests;
+        std::ranges::transform(batch, std::back_inserter(digests), &Upload::digest);
+        const std::string text = TextOf(digests);
+        const std::wstring name = Sha256Of(base::BytesOf(text)) + std::wstring(kNoteEnding);
+        const std::wstring path = JoinRemote(m_uploads, name);
+        const DavReply reply = m_server.Put(path, text);
+        const bool isTaken = reply.Succeeded() && !reply.MayBeOfAnother();
+        return {name, text.size(),
+                isTaken ? L"The server " + m_server.Name() + L" took them, but does not list all of their " +
+                              std::to_wstring(text.size()) + L" bytes."
+                        : m_server.Explained(reply, L"PUT", path)};
+    }
+
+    /// Of the batch those that the server tells to be there in full; none without their note.
+    std::vector<const Upload*> WholeOnes(const std::deque<Upload>& batch, const Note& note) const {
         const std::vector<DavEntry> listed = m_server.List(m_uploads).value_or(std::vector<DavEntry>());
         std::map<std::wstring, std::optional<std::uint64_t>> sizes;
         for (const DavEntry& entry : listed)
             sizes[entry.name] = entry.size;
         // Some servers keep what was not even begun.
         if (sizes.contains(QuestionName())) m_server.Delete(Question());
+        const auto isWhole = [&](const std::wstring& name, std::uint64_t size) {
+            const auto found = sizes.find(name);
+            return found != sizes.end() && found->second == size;
+        };
+        if (!isWhole(note.name, note.size)) {
+            m_self.Fail(Lines(L"Failed to transmit the digests of the packets.", note.failure));
+            return {};
+        }
         std::vector<const Upload*> whole;
-        for (const Upload& upload : batch) {
-            const auto found = sizes.find(upload.digest.upload);
-            const bool isWhole = found != sizes.end() && found->second == upload.digest.size;
-            if (isWhole)
+        for (const Upload& upload : batch)
+            if (isWhole(upload.digest.upload, upload.digest.size))
                 whole.push_back(&upload);
             else
                 m_self.Fail(L"The server " + m_server.Name() + L" took file " + upload.file.name +
                             L", but does not list all of its " + std::to_wstring(upload.digest.size) +
                             L" bytes. It stays here for the next transfer.");
-        }
         return whole;
     }
 
-    /// Without it nobody could tell whether what arrives is what was sent.
-    bool PutNote(const std::vector<const Upload*>& uploads) {
-        std::vector<PacketDigest> digests;
-        std::ranges::transform(uploads, std::back_inserter(digests), &Upload::digest);
-        const std::string note = TextOf(digests);
-        const std::wstring name = Sha256Of(base::BytesOf(note)) + std::wstring(kNoteEnding);
-        const std::wstring path = JoinRemote(m_uploads, name);
-        const DavReply reply = Cleared(m_server.Put(path, note), path, note.size());
-        return reply.Succeeded() ||
-               m_self.Fail(Lines(L"Failed to transmit the digests of the packets.", reply.failure));
-    }
-
     bool TakeName(const Upload& upload) {
-        const std::wstring target = m_spelling.PathOf(upload.digest.packet);
+        const std::wstring target = m_spelling.PathOf(RemotePath(upload.file.RelativePath()));
         m_folders.Provide(FolderAbove(target));
         const DavReply reply = MoveTo(target, upload);
         if (!reply.Succeeded() && !HasTakenName(upload, target))
@@ -355,11 +403,14 @@ private:
     const ShownProcedure m_self;
     const std::wstring& m_local;
     const std::wstring m_remote;
-    const std::wstring m_uploads;
     const DavInstallation m_installation;
     FolderProvider m_folders{m_server};
     RemoteSpelling m_spelling{m_server, m_remote, m_folders};
     base::LocalNames m_paths;              ///< of all that is to be sent
+    std::wstring m_received;               ///< the folder that packets are received from, below m_remote
+    std::wstring m_receivedPath;           ///< its path on the server
+    std::wstring m_uploads;                ///< beside it
+    std::set<std::wstring> m_cleaned;      ///< folders of uploads
     std::deque<Upload> m_batch;            ///< that waits for its names
     std::uint64_t m_bytes = 0;             ///< of it
     std::uint64_t m_largest = kVeryLarge;  ///< that needs no question

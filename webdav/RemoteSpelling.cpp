@@ -8,11 +8,15 @@
 std::wstring RemoteSpelling::PathOf(const std::wstring& packet) {
     if (packet.empty()) return m_folder;
     const std::wstring folder = PathOf(FolderAbove(packet));
-    const std::wstring name = packet.substr(packet.rfind(L'/') + 1);
+    const std::wstring name = RemoteName(packet);
     const Names& names = NamesIn(folder);
     const auto [first, last] = names.equal_range(base::Upper(name));
     const bool isThere = std::any_of(first, last, [&](const auto& there) { return there.second == name; });
     return JoinRemote(folder, isThere || first == last ? name : first->second);
+}
+
+bool RemoteSpelling::IsThere(const std::wstring& path) {
+    return NamesIn(PathOf(FolderAbove(path))).contains(base::Upper(RemoteName(path)));
 }
 
 const RemoteSpelling::Names& RemoteSpelling::NamesIn(const std::wstring& folder) {

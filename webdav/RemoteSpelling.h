@@ -19,6 +19,8 @@ public:
     void ReadFolder() { NamesIn(m_folder); }
     /// The path of a packet, or of the folder itself, by its path below that.
     std::wstring PathOf(const std::wstring& packet);
+    /// Whether something of that path is listed, in whatever letters.
+    bool IsThere(const std::wstring& path);
 
 private:
     /// The names in a folder, by their capitals.

@@ -217,6 +217,30 @@ class LiesTest(HttpsHostTest):
         self.assertFalse(list(self.scratch.rglob("*evil*")))
         self.assert_nothing_lost()
 
+    def test_half_of_what_tells_of_the_packets_is_stored(self):
+        def store_half(request, body, ask):
+            if not request.path.endswith(".digests"):
+                return ask(request, body)
+            request.headers.replace_header("Content-Length", str(len(body) // 2))
+            return ask(request, body[:len(body) // 2])
+        self.put(self.field, "a.mdb")
+        with self.spoiling(instead=store_half):
+            self.assert_trouble(self.field, {("out", "a.mdb"): WAITING}, "took them, but does not list all of their")
+        self.assert_next_cycle_delivers()
+
+    def test_content_that_somebody_between_has_kept(self):
+        """Of the version before."""
+        kept = {}
+
+        def keep(request, body, ask):
+            if request.command != "GET" or "no-cache" in request.headers.get("Cache-Control", ""):
+                return ask(request, body)
+            return kept[request.path] if request.path in kept else kept.setdefault(request.path, ask(request, body))
+        with self.spoiling(instead=keep):
+            for _ in range(2):
+                self.ledger.clear()
+                self.deliver("a.mdb")
+
     def test_names_and_lists(self):
         self.send("a.mdb")
         for name in self.NAMES:
@@ -436,6 +460,19 @@ class LeftoversTest(HttpsHostTest):
         self.assertEqual(other.run().code, 0, other.log)
         self.assert_run(self.enterprise, 1, log="is not what was sent")
         self.assertEqual(files_below(self.enterprise.inbox), {})
+
+    def test_a_folder_of_claims_has_the_name_of_a_packet(self):
+        self.deliver("x/a.mdb")
+        for folder in (self.enterprise.inbox, self.enterprise.receive, self.field.sent, self.field.send, self.to_enterprise):
+            shutil.rmtree(folder / "x", ignore_errors=True)
+        (self.field.outbox / "x").rmdir()
+        self.ledger.clear()
+        self.send("x")
+        self.assert_trouble(self.enterprise, log=".claims/")
+        folder, = self.server.packets.glob("*.claims/*/x")
+        self.assertIn(f"{folder.relative_to(self.server.packets)} has its name", self.enterprise.log)
+        folder.rmdir()
+        self.assert_received()
 
     def test_a_claim_comes_before_what_has_its_name_in_other_letters(self):
         claim = (self.claim("A.mdb") / "A.mdb").read_bytes()
@@ -673,7 +710,7 @@ class SubFolderTest(HttpsHostTest):
 <Location /dav>
     Require user packets
 </Location>
-<LocationMatch "^/dav/(to-enterprise/field7([.]uploads)?|to-field([.](uploads|claims|damaged))?)(/|$)">
+<LocationMatch "^/dav/(to-enterprise/field7([.]uploads)?|to-field/field7([.](uploads|claims|damaged))?)(/|$)">
     Require user packets field7
 </LocationMatch>
 """
@@ -683,8 +720,9 @@ class SubFolderTest(HttpsHostTest):
         basic, digest = server.folder / "passwords", server.folder / "digests"
         basic.write_text(basic.read_text() + basic.read_text().replace(USER, "field7"))
         digest.write_text(digest.read_text() + f"field7:packets:{hashlib.md5(f'field7:packets:{PASSWORD}'.encode()).hexdigest()}\n")
-        (server.packets / "to-enterprise").mkdir()
-        server.own(server.packets / "to-enterprise")
+        for name in ("to-enterprise", "to-field"):
+            (server.packets / name).mkdir()
+            server.own(server.packets / name)
         return server
 
     def connect(self, side, other):
@@ -692,6 +730,7 @@ class SubFolderTest(HttpsHostTest):
         side.change("https.login", self.LOGIN)
         if side is self.field:
             side.change("remote_send", "/to-enterprise/field7")
+            side.change("remote_receive", "to-field/field7")
             side.change("https.user", "field7")
 
     def test_examinations(self):
@@ -712,6 +751,22 @@ class SubFolderTest(HttpsHostTest):
         for _ in range(2):
             self.assert_run(self.enterprise, 1)
         self.assertEqual(self.enterprise.log.count("is not what was sent"), 2)
+
+    def test_packets_arrive_in_it(self):
+        """Who sends into the folder above tells of each packet where it is received. The other one is nobody's yet."""
+        self.assert_run(self.field)
+        self.put(self.enterprise, "field7/a.mdb", "field7/SUB/b.mdb", "field8/c.mdb")
+        self.assert_run(self.enterprise)
+        waiting = self.to_field / "field7" / "a.mdb"
+        content = waiting.read_bytes()
+        waiting.write_bytes(bytes(len(content)))
+        self.assert_run(self.field, 1, log="is not what was sent")
+        self.assertEqual(files_below(self.field.inbox).keys(), {"SUB/b.mdb"})
+        claim, = self.to_field.glob("*.claims/*/a.mdb")
+        claim.write_bytes(content)
+        self.assert_run(self.field)
+        self.assertEqual((self.field.inbox / "a.mdb").read_bytes(), content)
+        self.assertEqual(files_below(self.to_field).keys(), {"field8/c.mdb"})
 
     def test_a_packet_is_checked_whose_sender_begins_at_this_moment(self):
         """The folder of its uploads was not there yet when the one above was listed."""
@@ -899,7 +954,7 @@ class ApacheTest(Transfers, SpoiledRequests, HttpsHostTest):
         self.assert_run(self.field)
         sent = [line.split()[3] for line in self.server.requests[before:]]
         self.assertEqual((sent.count("PUT"), sent.count("MOVE")), (21, 20))
-        self.assertLess(len(sent), 2 * 20 + 12)
+        self.assertLess(len(sent), 2 * 20 + 13)
         self.assert_run(self.enterprise)
         received = [line.split()[3] for line in self.server.requests[before + len(sent):]]
         self.assertEqual((received.count("GET"), received.count("MOVE"), received.count("DELETE")), (21, 20, 21))
@@ -909,6 +964,26 @@ class ApacheTest(Transfers, SpoiledRequests, HttpsHostTest):
 
 class NginxTest(Transfers, SpoiledRequests, HttpsHostTest):
     KIND = "nginx"
+
+    def test_a_place_that_is_another_one_to_the_server(self):
+        """Who stands before it changes paths, but not where a packet is moved to; something has its name at both."""
+        def lead_on(request, body, ask):
+            if request.headers.get("Destination", "").startswith("http"):
+                return 502, {}, b""
+            request.path = request.path.replace("/dav/", "/dav/tenant/", 1)
+            status, headers, content = ask(request, body)
+            return status, headers, content.replace(b"/dav/tenant/", b"/dav/")
+        place = self.server.packets / "tenant" / "to-enterprise"
+        for folder in (place, self.to_enterprise):
+            folder.mkdir(parents=True)
+            self.server.own(folder.parent, folder)
+        (place / "a.mdb").write_bytes(b"older")
+        self.server.own(place / "a.mdb")
+        self.put(self.field, "a.mdb", "b.mdb")
+        with self.spoiling(instead=lead_on):
+            for _ in range(2):
+                self.assert_trouble(self.field, {("out", "a.mdb"): WAITING, ("out", "b.mdb"): WAITING})
+        self.assertEqual((place / "a.mdb").read_bytes(), b"older")
 
 
 class LighttpdTest(Transfers, SpoiledRequests, HttpsHostTest):
