@@ -71,16 +71,28 @@ std::wstring EndOf(const LastRun& last) {
     return last.isUnderWay ? L"still under way" : L"ended in the middle; the next run goes on from there";
 }
 
+void PrintOverdue(const LastRun& last) {
+    if (last.isUnderWay)
+        Console::Line(
+            L"It has been at work for more than a day. See in the log whether it moves packets, and "
+            L"whether it waits for an answer; where it hangs, end its process (" +
+            std::to_wstring(last.record->process) + L"): the next run goes on from there.");
+    else
+        Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
+                      L"service still run, and start them again.");
+}
+
+void PrintOutcome(const RunRecord& record) {
+    PrintShown(record);
+    PrintReport(record, ReportForm::Quiet);
+    if (record.isWhole) Console::Line(Summary(record));
+}
+
 void PrintLastRun(const LastRun& last) {
     if (!last.record) return Console::Line(L"Last run: none that is remembered");
     Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
-    if (last.record->end == RunEnd::Running) return;
-    PrintShown(*last.record);
-    PrintReport(*last.record, ReportForm::Quiet);
-    if (last.record->isWhole) Console::Line(Summary(*last.record));
-    if (last.isOverdue)
-        Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
-                      L"service still run, and start them again.");
+    if (last.record->end != RunEnd::Running) PrintOutcome(*last.record);
+    if (last.isOverdue) PrintOverdue(last);
 }
 
 void PrintWaiting(const std::vector<WaitingPacket>& packets) {

@@ -74,6 +74,15 @@ void ExamineSideFolder(const SideFolder& side, const Settings& settings, const w
     findings.push_back(Bad(kLeftover, error.failure().description, L"See that the folder can be listed."));
 }
 
+Finding ExamineRunAtWork(const LastRun& last) {
+    if (!last.isOverdue)
+        return Good(L"last_run", L"a run is at work; what earlier ones have left was not examined");
+    return Bad(
+        L"last_run", L"a run has been at work for more than a day",
+        L"See in the log whether it moves packets, and whether it waits for an answer; where it hangs, end "
+        L"its process, which znhost status names.");
+}
+
 Finding ExamineLastRun(const LastRun& last) {
     if (!last.record) return Good(L"last_run", L"none that is remembered");
     if (last.isOverdue)
@@ -90,8 +99,7 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
     const LastRun last = LastRunOf(settings);
     // What it keeps aside is nothing that it has left.
     if (last.isUnderWay) {
-        findings.push_back(
-            Good(L"last_run", L"a run is at work; what earlier ones have left was not examined"));
+        findings.push_back(ExamineRunAtWork(last));
         return;
     }
     const std::size_t before = findings.size();

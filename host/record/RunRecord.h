@@ -44,7 +44,7 @@ struct RunRecord {
 struct LastRun {
     std::optional<RunRecord> record;  ///< nothing where none is remembered
     bool isUnderWay = false;
-    bool isOverdue = false;  ///< the next one, of a loop
+    bool isOverdue = false;  ///< its end where it is under way, or else the next one, of a loop
 
     bool HasEndedInTheMiddle() const { return record && record->end == RunEnd::Running && !isUnderWay; }
 };

@@ -42,10 +42,16 @@ bool IsUnderWay(const RunRecord& record, const Settings& settings) {
 
 /// After the longest wait a loop that is at work has begun its next cycle, which is written down first: also
 /// over a record whose end is still to come, because the clock was ahead.
-bool IsOverdue(const RunRecord& record) {
+bool IsNextOverdue(const RunRecord& record) {
     constexpr std::chrono::minutes kTimeToStart{10};
     return record.interval && record.end != RunEnd::Running &&
            std::chrono::abs(base::Now() - record.ended) > Schedule::Longest(*record.interval) + kTimeToStart;
+}
+
+/// Of a run that is under way: one that waits for an answer that nobody gives has no end of its own, and who
+/// would start the next one waits for that.
+bool IsEndOverdue(const RunRecord& record) {
+    return std::chrono::abs(base::Now() - record.started) > std::chrono::days(1);
 }
 
 void Replace(const std::wstring& path, const RunRecord& record) {
@@ -77,7 +83,7 @@ LastRun Look(const Settings& settings) {
     auto record = StatusFile(settings).Read();
     if (!record) return {};
     const bool isUnderWay = IsUnderWay(*record, settings);
-    const bool isOverdue = IsOverdue(*record);
+    const bool isOverdue = isUnderWay ? IsEndOverdue(*record) : IsNextOverdue(*record);
     return {std::move(record), isUnderWay, isOverdue};
 }
 

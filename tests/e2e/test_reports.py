@@ -206,7 +206,7 @@ class StatusTest(JsonTest):
         self.assertIn("ended in the middle", self.assert_ends(1, "status", self.field.settings).output)
         self.assert_next_cycle_delivers()
 
-    def test_a_loop_whose_next_cycle_is_overdue(self):
+    def test_a_cycle_or_its_end_that_is_overdue(self):
         self.send("a.mdb")
         path = self.field.send.with_name("send.status")
         good = json.loads(path.read_text(encoding="utf-8"))
@@ -221,6 +221,17 @@ class StatusTest(JsonTest):
                 for command in "status", "doctor":
                     outcome = self.assert_ends(code, command, self.field.settings)
                     self.assertEqual("The next cycle of the loop is overdue" in outcome.output, bool(code), outcome)
+        lock = self.field.send.with_name("send.lock")
+        lock.write_bytes(b"")
+        Holder(self, lock)
+        for hours, code in ((23, 0), (25, 1)):
+            started = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(time.time() - hours * 3600))
+            path.write_text(json.dumps(good | {"started": started, "ended": None, "result": "running"}))
+            with self.subTest(hours=hours):
+                self.assertEqual([self.status(code)[key] for key in ("under_way", "overdue")], [True, bool(code)])
+                for command in "status", "doctor":
+                    outcome = self.assert_ends(code, command, self.field.settings)
+                    self.assertEqual("at work for more than a day" in outcome.output, bool(code), outcome)
 
     def test_a_record_that_cannot_be_replaced_tells_of_no_earlier_run(self):
         volume = Mount(self, self.root / "volume", "300k").folder
