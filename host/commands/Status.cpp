@@ -1,6 +1,7 @@
 // The command status.
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -89,7 +90,9 @@ void PrintOutcome(const RunRecord& record) {
 }
 
 void PrintLastRun(const LastRun& last) {
-    if (!last.record) return Console::Line(L"Last run: none that is remembered");
+    if (!last.record)
+        return Console::Line(last.isUnreadable ? L"Last run: not known"
+                                               : L"Last run: none that is remembered");
     Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
     if (last.record->end != RunEnd::Running) PrintOutcome(*last.record);
     if (last.isOverdue) PrintOverdue(last);
@@ -107,13 +110,15 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
                   Age(packets.front().saved, now) + L" ago");
 }
 
-/// Where nothing can be seen nobody knows of the last run, nor of what waits.
-bool TellOfMissingDrive(const Settings& settings) {
-    if (FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send)))) return false;
-    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::send>(),
-                                               L"this drive or share is not there, nor what is remembered "
-                                               L"there of the last run"));
-    return true;
+/// Why nobody knows of the last run; where nothing can be seen, nor of what waits.
+std::optional<std::wstring> ObstacleFor(const Settings& settings, const LastRun& last) {
+    if (!FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send))))
+        return Complaint(settings, SettingOf<&Settings::send>(),
+                         L"this drive or share is not there, nor what is remembered there of the last run");
+    if (last.isUnreadable)
+        return StatusFile(settings).Path() +
+               L" cannot be read, which tells of the last run; the next one writes it anew";
+    return std::nullopt;
 }
 
 bool IsGood(const LastRun& last) {
@@ -136,6 +141,7 @@ int commands::Status(const Options& options) {
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    const bool isMissing = TellOfMissingDrive(settings);
-    return IsGood(last) && unlisted.Outcomes().empty() && !isMissing ? kAllDelivered : kSomethingLeft;
+    const auto obstacle = ObstacleFor(settings, last);
+    if (obstacle) Console::ErrorLine(L"znhost: " + *obstacle);
+    return IsGood(last) && unlisted.Outcomes().empty() && !obstacle ? kAllDelivered : kSomethingLeft;
 }

@@ -83,7 +83,10 @@ Finding ExamineRunAtWork(const LastRun& last) {
         L"its process, which znhost status names.");
 }
 
-Finding ExamineLastRun(const LastRun& last) {
+Finding ExamineLastRun(const LastRun& last, const Settings& settings) {
+    if (last.isUnreadable)
+        return Bad(L"last_run", StatusFile(settings).Path() + L" cannot be read, which tells of the last run",
+                   L"Run again, which writes it anew, and see that this account may read it.");
     if (!last.record) return Good(L"last_run", L"none that is remembered");
     if (last.isOverdue)
         return Bad(L"last_run", L"The next cycle of the loop is overdue",
@@ -128,5 +131,5 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
     if (findings.size() == before) findings.push_back(Good(kLeftover, L"none"));
-    findings.push_back(ExamineLastRun(last));
+    findings.push_back(ExamineLastRun(last, settings));
 }

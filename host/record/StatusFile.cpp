@@ -80,11 +80,16 @@ void Overwrite(const std::wstring& path, const RunRecord& record) {
 }
 
 LastRun Look(const Settings& settings) {
-    auto record = StatusFile(settings).Read();
-    if (!record) return {};
-    const bool isUnderWay = IsUnderWay(*record, settings);
-    const bool isOverdue = isUnderWay ? IsEndOverdue(*record) : IsNextOverdue(*record);
-    return {std::move(record), isUnderWay, isOverdue};
+    const StatusFile file(settings);
+    LastRun last;
+    last.record = file.Read();
+    if (last.record) {
+        last.isUnderWay = IsUnderWay(*last.record, settings);
+        last.isOverdue = last.isUnderWay ? IsEndOverdue(*last.record) : IsNextOverdue(*last.record);
+    } else {
+        last.isUnreadable = FileSystem::FileExists(file.Path()) || FileSystem::FolderExists(file.Path());
+    }
+    return last;
 }
 
 }  // namespace
@@ -125,6 +130,6 @@ void RememberNoCycle(const RunRecord& record) noexcept try {
 
 LastRun LastRunOf(const Settings& settings) {
     LastRun last = Look(settings);
-    // It may have ended since its record was read.
-    return last.HasEndedInTheMiddle() ? Look(settings) : last;
+    // It may have ended since its record was read, or have been writing it.
+    return last.HasEndedInTheMiddle() || last.isUnreadable ? Look(settings) : last;
 }

@@ -257,12 +257,21 @@ class StatusTest(JsonTest):
         self.assert_run(self.field, 2)
         self.assertIsNone(self.status()["last_run"])
 
+    def assert_not_known(self, path):
+        self.assertIsNone(self.status(1)["last_run"])
+        text = self.assert_ends(1, "status", self.field.settings)
+        self.assertIn("Last run: not known\n", text.output)
+        self.assertIn(f"{windows(path)} cannot be read", text.errors)
+        self.assertIn(f"{windows(path)} cannot be read", self.assert_ends(1, "doctor", self.field.settings).output)
+
     def test_what_cannot_be_remembered_hinders_nothing(self):
         path = self.field.send.with_name("send.status")
-        path.write_bytes(b"{ no JSON")
-        self.assertIsNone(self.status()["last_run"])
+        self.send("a.mdb")
+        path.write_bytes(path.read_bytes()[:-20])
+        self.assert_not_known(path)
         path.unlink()
+        self.assertIsNone(self.status()["last_run"])
         path.mkdir()
         (path / "in the way").write_bytes(b"")
-        self.deliver("a.mdb")
-        self.assertIsNone(self.status()["last_run"])
+        self.deliver("b.mdb")
+        self.assert_not_known(path)
