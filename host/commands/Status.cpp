@@ -9,6 +9,7 @@
 #include "base/FileSystem.h"
 #include "base/LocalTime.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -19,6 +20,7 @@
 #include "host/record/Json.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
+#include "host/settings/SettingsError.h"
 #include "host/settings/SettingsFile.h"
 #include "host/settings/SideFolders.h"
 
@@ -126,22 +128,37 @@ bool IsGood(const LastRun& last) {
     return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
 }
 
-}  // namespace
-
 /// Nothing is asked of the remote side, and nothing of the libraries.
-int commands::Status(const Options& options) {
+int TellStatus(const Options& options) {
     const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
     const LastRun last = LastRunOf(settings);
     PacketLedger unlisted(settings);
     const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);
+    const auto obstacle = ObstacleFor(settings, last);
     if (options.json) {
-        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes()));
+        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes(), obstacle));
     } else {
         PrintLastRun(last);
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    const auto obstacle = ObstacleFor(settings, last);
     if (obstacle) Console::ErrorLine(L"znhost: " + *obstacle);
     return IsGood(last) && unlisted.Outcomes().empty() && !obstacle ? kAllDelivered : kSomethingLeft;
+}
+
+/// Programs get an object for each call.
+void TellFailure(const Options& options, const std::wstring& failure) {
+    if (options.json) Console::Line(json::Status(options.AbsolutePath(), {}, {}, {}, failure));
+}
+
+}  // namespace
+
+int commands::Status(const Options& options) try {
+    return TellStatus(options);
+} catch (const SettingsError& error) {
+    TellFailure(options, error.Text());
+    throw;
+} catch (...) {
+    TellFailure(options, base::CurrentFailure().description);
+    throw;
 }

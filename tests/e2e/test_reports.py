@@ -38,11 +38,14 @@ class ReportTest(JsonTest):
         self.assertEqual([(packet["direction"], packet["state"]) for packet in packets], [("in", "delivered")])
         self.assertEqual((run["result"], run["delivered"]), ("complete", 1))
 
-    def test_an_object_of_a_run_without_a_cycle(self):
+    def test_objects_of_bad_settings(self):
         self.field.change("role", "foo")
         [run] = self.json(2, "run", self.field)
         self.assertEqual(run["result"], "no_cycle")
-        self.assertIn("[host] role = foo", run["failure"])
+        [status] = self.json(2, "status", self.field)
+        self.assertEqual((status["last_run"], status["waiting"]), (None, []))
+        for told in (run, status):
+            self.assertIn("[host] role = foo", told["failure"])
 
     def test_a_failed_transfer_in_objects_and_in_quiet(self):
         self.field.change("remote_send", self.scratch / "file")
@@ -258,7 +261,9 @@ class StatusTest(JsonTest):
         self.assertIsNone(self.status()["last_run"])
 
     def assert_not_known(self, path):
-        self.assertIsNone(self.status(1)["last_run"])
+        status = self.status(1)
+        self.assertIsNone(status["last_run"])
+        self.assertIn(f"{windows(path)} cannot be read", status["failure"])
         text = self.assert_ends(1, "status", self.field.settings)
         self.assertIn("Last run: not known\n", text.output)
         self.assertIn(f"{windows(path)} cannot be read", text.errors)
@@ -270,7 +275,7 @@ class StatusTest(JsonTest):
         path.write_bytes(path.read_bytes()[:-20])
         self.assert_not_known(path)
         path.unlink()
-        self.assertIsNone(self.status()["last_run"])
+        self.assertEqual([self.status()[key] for key in ("last_run", "failure")], [None, None])
         path.mkdir()
         (path / "in the way").write_bytes(b"")
         self.deliver("b.mdb")
