@@ -1,6 +1,7 @@
 // The command status.
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "base/FileSystem.h"
 #include "base/LocalTime.h"
 #include "base/Path.h"
+#include "base/SystemError.h"
 #include "base/WindowsTime.h"
 #include "host/commands/Commands.h"
 #include "host/commands/HostOptions.h"
@@ -18,6 +20,7 @@
 #include "host/record/Json.h"
 #include "host/record/RunReport.h"
 #include "host/record/StatusFile.h"
+#include "host/settings/SettingsError.h"
 #include "host/settings/SettingsFile.h"
 #include "host/settings/SideFolders.h"
 
@@ -71,16 +74,30 @@ std::wstring EndOf(const LastRun& last) {
     return last.isUnderWay ? L"still under way" : L"ended in the middle; the next run goes on from there";
 }
 
-void PrintLastRun(const LastRun& last) {
-    if (!last.record) return Console::Line(L"Last run: none that is remembered");
-    Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
-    if (last.record->end == RunEnd::Running) return;
-    PrintShown(*last.record);
-    PrintReport(*last.record, ReportForm::Quiet);
-    if (last.record->isWhole) Console::Line(Summary(*last.record));
-    if (last.isOverdue)
+void PrintOverdue(const LastRun& last) {
+    if (last.isUnderWay)
+        Console::Line(
+            L"It has been at work for more than a day. See in the log whether it moves packets, and "
+            L"whether it waits for an answer; where it hangs, end its process (" +
+            std::to_wstring(last.record->process) + L"): the next run goes on from there.");
+    else
         Console::Line(L"The next cycle of the loop is overdue. Nothing was heard of it: see whether loop or "
                       L"service still run, and start them again.");
+}
+
+void PrintOutcome(const RunRecord& record) {
+    PrintShown(record);
+    PrintReport(record, ReportForm::Quiet);
+    if (record.isWhole) Console::Line(Summary(record));
+}
+
+void PrintLastRun(const LastRun& last) {
+    if (!last.record)
+        return Console::Line(last.isUnreadable ? L"Last run: not known"
+                                               : L"Last run: none that is remembered");
+    Console::Line(L"Last run: " + base::LocalTime(last.record->started) + L", " + EndOf(last));
+    if (last.record->end != RunEnd::Running) PrintOutcome(*last.record);
+    if (last.isOverdue) PrintOverdue(last);
 }
 
 void PrintWaiting(const std::vector<WaitingPacket>& packets) {
@@ -95,13 +112,15 @@ void PrintWaiting(const std::vector<WaitingPacket>& packets) {
                   Age(packets.front().saved, now) + L" ago");
 }
 
-/// Where nothing can be seen nobody knows of the last run, nor of what waits.
-bool TellOfMissingDrive(const Settings& settings) {
-    if (FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send)))) return false;
-    Console::ErrorLine(L"znhost: " + Complaint(settings, SettingOf<&Settings::send>(),
-                                               L"this drive or share is not there, nor what is remembered "
-                                               L"there of the last run"));
-    return true;
+/// Why nobody knows of the last run; where nothing can be seen, nor of what waits.
+std::optional<std::wstring> ObstacleFor(const Settings& settings, const LastRun& last) {
+    if (!FileSystem::FolderExists(Path::WithSeparator(Path::Drive(settings.send))))
+        return Complaint(settings, SettingOf<&Settings::send>(),
+                         L"this drive or share is not there, nor what is remembered there of the last run");
+    if (last.isUnreadable)
+        return StatusFile(settings).Path() +
+               L" cannot be read, which tells of the last run; the next one writes it anew";
+    return std::nullopt;
 }
 
 bool IsGood(const LastRun& last) {
@@ -109,21 +128,37 @@ bool IsGood(const LastRun& last) {
     return !last.record || last.record->end == RunEnd::Complete || last.isUnderWay;
 }
 
-}  // namespace
-
 /// Nothing is asked of the remote side, and nothing of the libraries.
-int commands::Status(const Options& options) {
+int TellStatus(const Options& options) {
     const Settings settings = ReadSettingsWithoutPasswords(options.AbsolutePath());
     const LastRun last = LastRunOf(settings);
     PacketLedger unlisted(settings);
     const std::vector<WaitingPacket> packets = WaitingPackets(settings, unlisted);
+    const auto obstacle = ObstacleFor(settings, last);
     if (options.json) {
-        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes()));
+        Console::Line(json::Status(settings.file, last, packets, unlisted.Outcomes(), obstacle));
     } else {
         PrintLastRun(last);
         PrintWaiting(packets);
         PrintUnlisted(unlisted.Outcomes());
     }
-    const bool isMissing = TellOfMissingDrive(settings);
-    return IsGood(last) && unlisted.Outcomes().empty() && !isMissing ? kAllDelivered : kSomethingLeft;
+    if (obstacle) Console::ErrorLine(L"znhost: " + *obstacle);
+    return IsGood(last) && unlisted.Outcomes().empty() && !obstacle ? kAllDelivered : kSomethingLeft;
+}
+
+/// Programs get an object for each call.
+void TellFailure(const Options& options, const std::wstring& failure) {
+    if (options.json) Console::Line(json::Status(options.AbsolutePath(), {}, {}, {}, failure));
+}
+
+}  // namespace
+
+int commands::Status(const Options& options) try {
+    return TellStatus(options);
+} catch (const SettingsError& error) {
+    TellFailure(options, error.Text());
+    throw;
+} catch (...) {
+    TellFailure(options, base::CurrentFailure().description);
+    throw;
 }

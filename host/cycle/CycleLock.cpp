@@ -20,9 +20,12 @@ base::File LockSettings(const std::wstring& path) {
     OVERLAPPED place{};
     // Far behind the text, so that everybody can still read and edit that.
     place.Offset = 1u << 30;
-    if (!LockFileEx(file.Handle(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
-        Refuse(GetLastError(), path);
-    return file;
+    if (LockFileEx(file.Handle(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &place))
+        return file;
+    const DWORD error = GetLastError();
+    if (error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING) Refuse(error, path);
+    throw base::Error(HRESULT_FROM_WIN32(error), L"The settings file cannot be locked against another run: " +
+                                                     base::SystemText(error, path));
 }
 
 /// By a file beside the folder, which nobody else can open, and which the system removes with the process.

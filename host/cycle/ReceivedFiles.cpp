@@ -1,6 +1,8 @@
 // See ReceivedFiles.h.
 #include "host/cycle/ReceivedFiles.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <utility>
@@ -51,6 +53,16 @@ std::wstring RefusedPath(const base::TreeFile& file, const Settings& settings, c
     for (unsigned number = 2; FileSystem::FileExists(path) && !is(path); ++number)
         path = first + L" (" + std::to_wstring(number) + L")";
     return path;
+}
+
+/// By size and time. A volume that keeps local time, as FAT does, tells another one by an hour once the clock
+/// was changed to or from summer time.
+bool IsSameVersion(const std::wstring& path, const FileSystem::FileVersion& version) {
+    constexpr std::uint64_t kHour = 60ULL * 60 * 10'000'000;
+    const auto known = FileSystem::VersionOf(path);
+    if (!known || known->size != version.size) return false;
+    const auto [earlier, later] = std::minmax({known->lastWrite, version.lastWrite});
+    return earlier == later || earlier + kHour == later;
 }
 
 /// Nothing where one of them cannot be read.
@@ -110,7 +122,7 @@ void SetAside(const std::wstring& path, const base::TreeFile& file, const std::w
 
 bool WasRefused(const base::TreeFile& file, const Settings& settings, const std::wstring& path) {
     return FileSystem::FileExists(RefusedPath(file, settings, [&](const std::wstring& other) {
-        return FileSystem::VersionOf(other) == file.Version() &&
+        return IsSameVersion(other, file.Version()) &&
                (path.empty() || HaveSameContent(path, other) != false);
     }));
 }

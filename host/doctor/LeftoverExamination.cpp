@@ -74,7 +74,19 @@ void ExamineSideFolder(const SideFolder& side, const Settings& settings, const w
     findings.push_back(Bad(kLeftover, error.failure().description, L"See that the folder can be listed."));
 }
 
-Finding ExamineLastRun(const LastRun& last) {
+Finding ExamineRunAtWork(const LastRun& last) {
+    if (!last.isOverdue)
+        return Good(L"last_run", L"a run is at work; what earlier ones have left was not examined");
+    return Bad(
+        L"last_run", L"a run has been at work for more than a day",
+        L"See in the log whether it moves packets, and whether it waits for an answer; where it hangs, end "
+        L"its process, which znhost status names.");
+}
+
+Finding ExamineLastRun(const LastRun& last, const Settings& settings) {
+    if (last.isUnreadable)
+        return Bad(L"last_run", StatusFile(settings).Path() + L" cannot be read, which tells of the last run",
+                   L"Run again, which writes it anew, and see that this account may read it.");
     if (!last.record) return Good(L"last_run", L"none that is remembered");
     if (last.isOverdue)
         return Bad(L"last_run", L"The next cycle of the loop is overdue",
@@ -90,8 +102,7 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
     const LastRun last = LastRunOf(settings);
     // What it keeps aside is nothing that it has left.
     if (last.isUnderWay) {
-        findings.push_back(
-            Good(L"last_run", L"a run is at work; what earlier ones have left was not examined"));
+        findings.push_back(ExamineRunAtWork(last));
         return;
     }
     const std::size_t before = findings.size();
@@ -120,5 +131,5 @@ void ExamineLeftovers(const Settings& settings, Findings& findings) {
                       L" of backups that a run took aside when it ended in the middle",
                       L"Run again: that puts them right.", findings);
     if (findings.size() == before) findings.push_back(Good(kLeftover, L"none"));
-    findings.push_back(ExamineLastRun(last));
+    findings.push_back(ExamineLastRun(last, settings));
 }

@@ -155,14 +155,16 @@ std::wstring Packet(const Outcome& outcome) { return Line(ObjectOf(outcome)); }
 std::wstring Run(const RunRecord& record) { return Line(ObjectOf(record)); }
 
 std::wstring Status(const std::wstring& settings, const LastRun& last,
-                    const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted) {
+                    const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted,
+                    const std::optional<std::wstring>& failure) {
     return Line({{"type", "status"},
                  {"settings", base::ToUtf8(settings)},
                  {"under_way", last.isUnderWay},
                  {"overdue", last.isOverdue},
                  {"last_run", last.record ? WithPackets(*last.record) : Object()},
                  {"waiting", ObjectsOf(waiting)},
-                 {"unlisted", ObjectsOf(unlisted)}});
+                 {"unlisted", ObjectsOf(unlisted)},
+                 {"failure", Text(failure)}});
 }
 
 std::wstring Check(const Finding& finding) {

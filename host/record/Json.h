@@ -14,9 +14,10 @@ namespace json {
 /// All texts are wide, without line ends.
 std::wstring Packet(const Outcome& outcome);
 std::wstring Run(const RunRecord& record);
-/// unlisted: folders of the outbox that cannot be listed.
+/// unlisted: folders of the outbox that cannot be listed. failure: why something could not be found out.
 std::wstring Status(const std::wstring& settings, const LastRun& last,
-                    const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted);
+                    const std::vector<WaitingPacket>& waiting, const std::vector<Outcome>& unlisted,
+                    const std::optional<std::wstring>& failure);
 std::wstring Check(const Finding& finding);
 
 /// A run with its packets, as it is remembered: UTF-8.

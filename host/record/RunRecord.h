@@ -42,9 +42,10 @@ struct RunRecord {
 
 /// The last run, and what is known of it now.
 struct LastRun {
-    std::optional<RunRecord> record;  ///< nothing where none is remembered
+    std::optional<RunRecord> record;  ///< nothing where none is remembered, or can be read
     bool isUnderWay = false;
-    bool isOverdue = false;  ///< the next one, of a loop
+    bool isOverdue = false;     ///< its end where it is under way, or else the next one, of a loop
+    bool isUnreadable = false;  ///< something is remembered, but cannot be read
 
     bool HasEndedInTheMiddle() const { return record && record->end == RunEnd::Running && !isUnderWay; }
 };

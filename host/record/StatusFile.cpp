@@ -42,10 +42,16 @@ bool IsUnderWay(const RunRecord& record, const Settings& settings) {
 
 /// After the longest wait a loop that is at work has begun its next cycle, which is written down first: also
 /// over a record whose end is still to come, because the clock was ahead.
-bool IsOverdue(const RunRecord& record) {
+bool IsNextOverdue(const RunRecord& record) {
     constexpr std::chrono::minutes kTimeToStart{10};
     return record.interval && record.end != RunEnd::Running &&
            std::chrono::abs(base::Now() - record.ended) > Schedule::Longest(*record.interval) + kTimeToStart;
+}
+
+/// Of a run that is under way: one that waits for an answer that nobody gives has no end of its own, and who
+/// would start the next one waits for that.
+bool IsEndOverdue(const RunRecord& record) {
+    return std::chrono::abs(base::Now() - record.started) > std::chrono::days(1);
 }
 
 void Replace(const std::wstring& path, const RunRecord& record) {
@@ -74,11 +80,16 @@ void Overwrite(const std::wstring& path, const RunRecord& record) {
 }
 
 LastRun Look(const Settings& settings) {
-    auto record = StatusFile(settings).Read();
-    if (!record) return {};
-    const bool isUnderWay = IsUnderWay(*record, settings);
-    const bool isOverdue = IsOverdue(*record);
-    return {std::move(record), isUnderWay, isOverdue};
+    const StatusFile file(settings);
+    LastRun last;
+    last.record = file.Read();
+    if (last.record) {
+        last.isUnderWay = IsUnderWay(*last.record, settings);
+        last.isOverdue = last.isUnderWay ? IsEndOverdue(*last.record) : IsNextOverdue(*last.record);
+    } else {
+        last.isUnreadable = FileSystem::FileExists(file.Path()) || FileSystem::FolderExists(file.Path());
+    }
+    return last;
 }
 
 }  // namespace
@@ -119,6 +130,6 @@ void RememberNoCycle(const RunRecord& record) noexcept try {
 
 LastRun LastRunOf(const Settings& settings) {
     LastRun last = Look(settings);
-    // It may have ended since its record was read.
-    return last.HasEndedInTheMiddle() ? Look(settings) : last;
+    // It may have ended since its record was read, or have been writing it.
+    return last.HasEndedInTheMiddle() || last.isUnreadable ? Look(settings) : last;
 }

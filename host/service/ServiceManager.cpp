@@ -3,8 +3,10 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <new>
 #include <vector>
 
@@ -80,16 +82,27 @@ SERVICE_STATUS StatusOf(const ServiceHandle& service, const std::wstring& name) 
                           L"log; give it the right to both.");
 }
 
-/// A service may take as long as it says, and goes through other states before.
-void WaitFor(DWORD state, const ServiceHandle& service, const std::wstring& name) {
+/// Whether a service has done a step since.
+bool HasGoneOn(const SERVICE_STATUS& before, const SERVICE_STATUS& now) {
+    return before.dwCurrentState != now.dwCurrentState || before.dwCheckPoint != now.dwCheckPoint ||
+           before.dwWaitHint != now.dwWaitHint;
+}
+
+/// Waits until a service is in one of the states. It may take as long as it says for each step, and goes
+/// through other states before.
+SERVICE_STATUS WaitFor(std::initializer_list<DWORD> states, const ServiceHandle& service,
+                       const std::wstring& name) {
     constexpr DWORD kBetweenLooks = 100;
-    constexpr ULONGLONG kPatience = 60'000;
-    const ULONGLONG begun = GetTickCount64();
+    constexpr DWORD kPatience = 60'000;
+    SERVICE_STATUS before{};
+    ULONGLONG since = 0;
     for (;;) {
-        const SERVICE_STATUS status = StatusOf(service, name);
-        if (status.dwCurrentState == state) return;
-        if (status.dwCurrentState == SERVICE_STOPPED) TellEnd(status.dwWin32ExitCode, name);
-        if (GetTickCount64() - begun > kPatience) Refuse(ERROR_SERVICE_REQUEST_TIMEOUT, name);
+        const SERVICE_STATUS now = StatusOf(service, name);
+        if (std::ranges::find(states, now.dwCurrentState) != states.end()) return now;
+        if (HasGoneOn(before, now)) since = GetTickCount64();
+        if (GetTickCount64() - since > std::max(kPatience, now.dwWaitHint))
+            Refuse(ERROR_SERVICE_REQUEST_TIMEOUT, name);
+        before = now;
         Sleep(kBetweenLooks);
     }
 }
@@ -183,19 +196,21 @@ void Start(const std::wstring& name) {
     // once.
     if (error != NO_ERROR && error != ERROR_SERVICE_ALREADY_RUNNING && error != ERROR_SERVICE_REQUEST_TIMEOUT)
         Refuse(error, name);
-    WaitFor(SERVICE_RUNNING, service, name);
+    const SERVICE_STATUS status = WaitFor({SERVICE_RUNNING, SERVICE_STOPPED}, service, name);
+    if (status.dwCurrentState == SERVICE_STOPPED) TellEnd(status.dwWin32ExitCode, name);
 }
 
 void Stop(const std::wstring& name) {
     const ServiceHandle service = OpenNamed(name, SERVICE_STOP | SERVICE_QUERY_STATUS);
+    // One that starts hears of nothing before it runs.
+    WaitFor({SERVICE_RUNNING, SERVICE_STOP_PENDING, SERVICE_STOPPED}, service, name);
     SERVICE_STATUS status;
-    if (ControlService(service.Get(), SERVICE_CONTROL_STOP, &status))
-        return WaitFor(SERVICE_STOPPED, service, name);
-    const DWORD error = GetLastError();
+    const DWORD error =
+        ControlService(service.Get(), SERVICE_CONTROL_STOP, &status) ? NO_ERROR : GetLastError();
     if (error == ERROR_SERVICE_NOT_ACTIVE) return;
-    // It is stopping already.
-    if (error != ERROR_SERVICE_CANNOT_ACCEPT_CTRL) Refuse(error, name);
-    WaitFor(SERVICE_STOPPED, service, name);
+    // It may be stopping already.
+    if (error != NO_ERROR && error != ERROR_SERVICE_CANNOT_ACCEPT_CTRL) Refuse(error, name);
+    WaitFor({SERVICE_STOPPED}, service, name);
 }
 
 void Remove(const std::wstring& name) {

@@ -7,7 +7,8 @@ import support
 from support import Holder, HostTest, Mount, WAITING, arriving, files_below, finish, wait_until, windows
 
 sys.path.append(str(support.ROOT / "tests" / "faults"))
-from cases import ACCESS_DENIED, FILE_NOT_FOUND, Fault, Mode, count_plan, read_calls  # noqa: E402
+from cases import (ACCESS_DENIED, FILE_NOT_FOUND, Fault, LOCK_VIOLATION, Mode, NOT_SUPPORTED, count_plan,  # noqa: E402
+                   read_calls)
 
 
 class RemoteFolderTest(HostTest):
@@ -159,6 +160,13 @@ class FaultTest(HostTest):
         outcome = support.run(support.BIN / "znhost.exe", command, self.field.settings, *options,
                               program=support.BIN.parent / "tests" / "faults.exe", env=environment)
         return outcome, read_calls(log)
+
+    def test_settings_that_cannot_be_locked(self):
+        self.assert_run(self.field)  # whose calls are more
+        number, = (call.number for call in self.run_with(count_plan(False))[1] if call.function == "LockFileEx")
+        for error, told in ((NOT_SUPPORTED, "cannot be locked"), (LOCK_VIOLATION, "Another znhost is at work")):
+            outcome, _ = self.run_with(Fault(number, Mode.FAIL, error).plan(False))
+            self.assertEqual((outcome.code, told in outcome.errors), (1, True), outcome)
 
     def number_of_listing(self, folder, *command):
         log = self.run_with(count_plan(False), *command)[1]

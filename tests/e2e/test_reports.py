@@ -38,11 +38,14 @@ class ReportTest(JsonTest):
         self.assertEqual([(packet["direction"], packet["state"]) for packet in packets], [("in", "delivered")])
         self.assertEqual((run["result"], run["delivered"]), ("complete", 1))
 
-    def test_an_object_of_a_run_without_a_cycle(self):
+    def test_objects_of_bad_settings(self):
         self.field.change("role", "foo")
         [run] = self.json(2, "run", self.field)
         self.assertEqual(run["result"], "no_cycle")
-        self.assertIn("[host] role = foo", run["failure"])
+        [status] = self.json(2, "status", self.field)
+        self.assertEqual((status["last_run"], status["waiting"]), (None, []))
+        for told in (run, status):
+            self.assertIn("[host] role = foo", told["failure"])
 
     def test_a_failed_transfer_in_objects_and_in_quiet(self):
         self.field.change("remote_send", self.scratch / "file")
@@ -206,7 +209,7 @@ class StatusTest(JsonTest):
         self.assertIn("ended in the middle", self.assert_ends(1, "status", self.field.settings).output)
         self.assert_next_cycle_delivers()
 
-    def test_a_loop_whose_next_cycle_is_overdue(self):
+    def test_a_cycle_or_its_end_that_is_overdue(self):
         self.send("a.mdb")
         path = self.field.send.with_name("send.status")
         good = json.loads(path.read_text(encoding="utf-8"))
@@ -221,6 +224,17 @@ class StatusTest(JsonTest):
                 for command in "status", "doctor":
                     outcome = self.assert_ends(code, command, self.field.settings)
                     self.assertEqual("The next cycle of the loop is overdue" in outcome.output, bool(code), outcome)
+        lock = self.field.send.with_name("send.lock")
+        lock.write_bytes(b"")
+        Holder(self, lock)
+        for hours, code in ((23, 0), (25, 1)):
+            started = time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(time.time() - hours * 3600))
+            path.write_text(json.dumps(good | {"started": started, "ended": None, "result": "running"}))
+            with self.subTest(hours=hours):
+                self.assertEqual([self.status(code)[key] for key in ("under_way", "overdue")], [True, bool(code)])
+                for command in "status", "doctor":
+                    outcome = self.assert_ends(code, command, self.field.settings)
+                    self.assertEqual("at work for more than a day" in outcome.output, bool(code), outcome)
 
     def test_a_record_that_cannot_be_replaced_tells_of_no_earlier_run(self):
         volume = Mount(self, self.root / "volume", "300k").folder
@@ -246,12 +260,23 @@ class StatusTest(JsonTest):
         self.assert_run(self.field, 2)
         self.assertIsNone(self.status()["last_run"])
 
+    def assert_not_known(self, path):
+        status = self.status(1)
+        self.assertIsNone(status["last_run"])
+        self.assertIn(f"{windows(path)} cannot be read", status["failure"])
+        text = self.assert_ends(1, "status", self.field.settings)
+        self.assertIn("Last run: not known\n", text.output)
+        self.assertIn(f"{windows(path)} cannot be read", text.errors)
+        self.assertIn(f"{windows(path)} cannot be read", self.assert_ends(1, "doctor", self.field.settings).output)
+
     def test_what_cannot_be_remembered_hinders_nothing(self):
         path = self.field.send.with_name("send.status")
-        path.write_bytes(b"{ no JSON")
-        self.assertIsNone(self.status()["last_run"])
+        self.send("a.mdb")
+        path.write_bytes(path.read_bytes()[:-20])
+        self.assert_not_known(path)
         path.unlink()
+        self.assertEqual([self.status()[key] for key in ("last_run", "failure")], [None, None])
         path.mkdir()
         (path / "in the way").write_bytes(b"")
-        self.deliver("a.mdb")
-        self.assertIsNone(self.status()["last_run"])
+        self.deliver("b.mdb")
+        self.assert_not_known(path)

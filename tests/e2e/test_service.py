@@ -1,9 +1,11 @@
 """The loop as a service, with Wine's service manager."""
 import os
+import signal
 import subprocess
+import time
 
 import support
-from support import HostTest, files_below, run, wait_until, windows
+from support import HostTest, files_below, finish, processes_naming, run, wait_until, windows
 
 
 class ServiceTest(HostTest):
@@ -119,6 +121,24 @@ class ServiceTest(HostTest):
         wait_until(lambda: "no cycle: " in self.told())
         self.service("stop")
         self.assertTrue(self.told().rstrip().endswith("the service has stopped"), self.told())
+
+    def test_a_stop_while_it_starts(self):
+        self.service("install", "--every", "1h")
+        start, stop = (["service", action, self.field.settings, "--name", self.scratch.name] for action in ("start", "stop"))
+        starting = support.start(*start)
+        wait_until(lambda: list(processes_naming(self.scratch.name, "--every")))
+        (process, _), = processes_naming(self.scratch.name, "--every")
+        os.kill(int(process.name), signal.SIGSTOP)
+        try:
+            self.assertIn("START_PENDING", self.manager("sc", "query", self.scratch.name))
+            stopping = support.start(*stop)
+            time.sleep(1)
+        finally:
+            os.kill(int(process.name), signal.SIGCONT)
+        finish(starting)
+        outcome = finish(stopping)
+        self.assertEqual(outcome.code, 0, outcome)
+        self.assertIn("STOPPED", self.manager("sc", "query", self.scratch.name))
 
     def test_an_account_without_rights(self):
         self.service("install", "--every", "1s")
