@@ -10,6 +10,7 @@
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
+#include "packets/GoneFile.h"
 #include "packets/PassingFile.h"
 #include "services/ShownProcedure.h"
 
@@ -179,6 +180,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
             const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
             if (sent && HasFlowed(error)) RemovePart(name, sent->size);
+            if (HasGone(localFolder, name)) self.Fail(TellOfGone(Path::Join(localFolder, name)));
             return false;
         }
         if (!RemoteFileExists(name, sent))

@@ -15,6 +15,7 @@
 #include "base/WriteBlock.h"
 #include "com/MessagePump.h"
 #include "common/modMain.h"
+#include "packets/GoneFile.h"
 #include "packets/PacketName.h"
 #include "services/Branding.h"
 
@@ -57,13 +58,8 @@ bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress)
     return false;
 }
 
-/// Whether somebody else has taken a file. With its whole folder it has not: a disk or a share may be away.
-bool HasGone(const std::wstring& name, const std::wstring& folder) {
-    return !FileSystem::FileIsThere(Path::Join(folder, name)) && FileSystem::FolderIsThere(folder);
-}
-
-void TellOfGoneFile(const std::wstring& source, const Procedure& self, const HostProgress& progress) {
-    const std::wstring text = L"Somebody else took the file " + source + L" before it was sent.";
+void ReportGone(const std::wstring& source, const Procedure& self, const HostProgress& progress) {
+    const std::wstring text = TellOfGone(source);
     progress.AddMessage(text, ZN_PROGRESS_FAILURE);
     self.Report(text);
 }
@@ -76,7 +72,7 @@ bool MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
-    if (!block.Holds() && HasGone(name, from)) return false;
+    if (!block.Holds() && HasGone(from, name)) return false;
     const bool somebodyWrites = block.SomebodyWrites();
     if (!somebodyWrites) {
         const base::File& held = block.Held();
@@ -222,7 +218,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
                 RefuseName(file.name, Source, Destination, self, progress);
             else if (!MoveOneFile(file.name, Source, Destination, self, progress) &&
                      rivals == Rivals::Unexpected)
-                TellOfGoneFile(Path::Join(Source, file.name), self, progress);
+                ReportGone(Path::Join(Source, file.name), self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
