@@ -64,6 +64,15 @@ bool IsRelative(const std::wstring& path) {
     return !path.starts_with(L'/') && path.find(L"//") == std::wstring::npos;
 }
 
+/// A list is text for people, which other characters may cut.
+std::wstring NameAdvice(const std::wstring& name) {
+    constexpr auto kListedEverywhere = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_~.";
+    const bool isListed = name.find_first_not_of(kListedEverywhere) == std::wstring::npos;
+    if (isListed && !name.starts_with(L'.')) return {};
+    return L"give it a name without blanks, without a dot at its beginning and with letters of the English "
+           L"alphabet only; or ";
+}
+
 FileSystem::Listing ListLocal(const std::wstring& local) {
     if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
@@ -233,10 +242,9 @@ bool FtpSender::RemoteFileExists(const std::wstring& name,
     if (error == ERROR_NO_MORE_FILES)
         return self.Fail(
             L"The FTP server took file " + name +
-            L" but does not list it, so that the other side would not see it. It stays here. If "
-            L"that happens again, give it a name without blanks, without a dot at its beginning "
-            L"and with letters of the English alphabet only; or see whether the server's list has "
-            L"the usual form (as of ls -l).");
+            L" but does not list it, so that the other side would not see it; or the other side has received "
+            L"it already, and nothing needs to be done. It stays here. If that happens again, " +
+            NameAdvice(name) + L"see whether the server's list has the usual form (as of ls -l).");
     return self.Fail(
         WithReply(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
                         ErrorText(error)),
