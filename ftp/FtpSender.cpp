@@ -10,7 +10,6 @@
 #include "base/Text.h"
 #include "base/WriteBlock.h"
 #include "common/FtpReply.h"
-#include "packets/GoneFile.h"
 #include "packets/PassingFile.h"
 #include "services/ShownProcedure.h"
 
@@ -95,12 +94,19 @@ std::vector<std::wstring> FilledFolders(const std::wstring& local, const FileSys
 
 bool FtpSender::MoveFiles(const std::wstring& local, const std::wstring& remote) const {
     return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] {
-        return MoveFolder(local, remote, {m_connection.CurrentFolder()});
+        FilesToCome toCome(local);
+        const bool moved = MoveFolder(local, remote, {m_connection.CurrentFolder()}, toCome);
+        const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+        for (const std::wstring& path : toCome.Gone())
+            self.Fail(TellOfGone(path));
+        return moved;
     });
 }
 
-bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const {
+bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level,
+                           FilesToCome& toCome) const {
     const FileSystem::Listing listing = ListToMove(local, remote);
+    toCome.HaveCome(local, listing);
     if (IsEmpty(listing)) return true;
     if (!SetRemoteFolder(remote)) {
         m_connection.ReturnTo(level.start, L"");
@@ -109,7 +115,7 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
     Names there = listing.files.empty() ? Names() : ListNames();
     const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name, there); };
     const auto sendFolder = [&](const std::wstring& name, const Level& below) {
-        return MoveFolder(Path::Join(local, name), base::Upper(name), below);
+        return MoveFolder(Path::Join(local, name), base::Upper(name), below, toCome);
     };
     return MoveEach(listing.files, send) &&
            MoveSubFolders(FilledFolders(local, listing), level, remote, sendFolder) &&
@@ -189,7 +195,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
             const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
             if (sent && HasFlowed(error)) RemovePart(name, sent->size);
-            if (HasGone(localFolder, name)) self.Fail(TellOfGone(Path::Join(localFolder, name)));
+            if (HasGone(file, localFolder)) self.Fail(TellOfGone(Path::Join(localFolder, name)));
             return false;
         }
         if (!RemoteFileExists(name, sent))

@@ -117,12 +117,13 @@ class AwkwardServerTest(FtpHostTest):
 
     def test_a_packet_that_is_taken_before_its_turn_was_not_sent(self):
         """While the host logs in, and while another packet is sent."""
-        for command in (b"USER", b"STOR"):
-            with self.subTest(command=command):
-                self.put(self.field, "a.mdb", "taken.mdb")
-                proxy = ActingProxy(self, self.server, command, lambda: (self.field.send / "taken.mdb").unlink(missing_ok=True))
+        for command, name in ((b"USER", "taken.mdb"), (b"STOR", "taken.mdb"), (b"STOR", "SUB/taken.mdb")):
+            with self.subTest(command=command, name=name):
+                self.put(self.field, "a.mdb", name)
+                taken = self.field.send / name
+                proxy = ActingProxy(self, self.server, command, lambda path=taken: path.unlink(missing_ok=True))
                 self.field.change("server", proxy.address)
-                self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", "taken.mdb"): "gone from send folder"})
+                self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", name): "gone from send folder"})
                 self.assertEqual(files_below(self.to_enterprise).keys(), {"a.mdb"})
 
     def test_a_packet_that_is_still_uploaded_is_received_later(self):
