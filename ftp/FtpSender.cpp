@@ -63,6 +63,15 @@ bool IsRelative(const std::wstring& path) {
     return !path.starts_with(L'/') && path.find(L"//") == std::wstring::npos;
 }
 
+/// A list is text for people, which other characters may cut.
+std::wstring NameAdvice(const std::wstring& name) {
+    constexpr auto kListedEverywhere = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_~.";
+    const bool isListed = name.find_first_not_of(kListedEverywhere) == std::wstring::npos;
+    if (isListed && !name.starts_with(L'.')) return {};
+    return L"give it a name without blanks, without a dot at its beginning and with letters of the English "
+           L"alphabet only; or ";
+}
+
 FileSystem::Listing ListLocal(const std::wstring& local) {
     if (!FileSystem::FolderIsThere(local)) return {};
     FileSystem::Listing listing = FileSystem::List(local);
@@ -85,12 +94,19 @@ std::vector<std::wstring> FilledFolders(const std::wstring& local, const FileSys
 
 bool FtpSender::MoveFiles(const std::wstring& local, const std::wstring& remote) const {
     return Procedure(L"clsFTPSndRcv.cls.MoveFiles").Guard(false, [&] {
-        return MoveFolder(local, remote, {m_connection.CurrentFolder()});
+        FilesToCome toCome(local);
+        const bool moved = MoveFolder(local, remote, {m_connection.CurrentFolder()}, toCome);
+        const ShownProcedure self(L"clsFTPSndRcv.cls.MoveFiles", m_progress);
+        for (const std::wstring& path : toCome.Gone())
+            self.Fail(TellOfGone(path));
+        return moved;
     });
 }
 
-bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const {
+bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level,
+                           FilesToCome& toCome) const {
     const FileSystem::Listing listing = ListToMove(local, remote);
+    toCome.HaveCome(local, listing);
     if (IsEmpty(listing)) return true;
     if (!SetRemoteFolder(remote)) {
         m_connection.ReturnTo(level.start, L"");
@@ -99,7 +115,7 @@ bool FtpSender::MoveFolder(const std::wstring& local, const std::wstring& remote
     Names there = listing.files.empty() ? Names() : ListNames();
     const auto send = [&](const FileEntry& file) { return SendLocalFile(local, file.name, there); };
     const auto sendFolder = [&](const std::wstring& name, const Level& below) {
-        return MoveFolder(Path::Join(local, name), base::Upper(name), below);
+        return MoveFolder(Path::Join(local, name), base::Upper(name), below, toCome);
     };
     return MoveEach(listing.files, send) &&
            MoveSubFolders(FilledFolders(local, listing), level, remote, sendFolder) &&
@@ -179,6 +195,7 @@ bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstrin
             const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
             if (sent && HasFlowed(error)) RemovePart(name, sent->size);
+            if (HasGone(file, localFolder)) self.Fail(TellOfGone(Path::Join(localFolder, name)));
             return false;
         }
         if (!RemoteFileExists(name, sent))
@@ -231,10 +248,9 @@ bool FtpSender::RemoteFileExists(const std::wstring& name,
     if (error == ERROR_NO_MORE_FILES)
         return self.Fail(
             L"The FTP server took file " + name +
-            L" but does not list it, so that the other side would not see it. It stays here. If "
-            L"that happens again, give it a name without blanks, without a dot at its beginning "
-            L"and with letters of the English alphabet only; or see whether the server's list has "
-            L"the usual form (as of ls -l).");
+            L" but does not list it, so that the other side would not see it; or the other side has received "
+            L"it already, and nothing needs to be done. It stays here. If that happens again, " +
+            NameAdvice(name) + L"see whether the server's list has the usual form (as of ls -l).");
     return self.Fail(
         WithReply(Lines(L"Could not verify that file " + name + L" was transported to the FTP server.",
                         ErrorText(error)),

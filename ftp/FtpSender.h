@@ -8,6 +8,7 @@
 #include <string>
 
 #include "ftp/FtpTransfer.h"
+#include "packets/GoneFile.h"
 
 class FtpSender : FtpTransfer {
 public:
@@ -18,7 +19,8 @@ public:
     bool MoveFiles(const std::wstring& local, const std::wstring& remote) const;
 
 private:
-    bool MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level) const;
+    bool MoveFolder(const std::wstring& local, const std::wstring& remote, const Level& level,
+                    FilesToCome& toCome) const;
     FileSystem::Listing ListToMove(const std::wstring& local, const std::wstring& remote) const;
     bool SetRemoteFolder(const std::wstring& path) const;
     bool CreateRemoteFolders(const std::wstring& path) const;

@@ -57,13 +57,8 @@ bool IsComplete(bool moved, const Procedure& self, const HostProgress& progress)
     return false;
 }
 
-/// Whether somebody else has taken a file. With its whole folder it has not: a disk or a share may be away.
-bool HasGone(const std::wstring& name, const std::wstring& folder) {
-    return !FileSystem::FileIsThere(Path::Join(folder, name)) && FileSystem::FolderIsThere(folder);
-}
-
-void TellOfGoneFile(const std::wstring& source, const Procedure& self, const HostProgress& progress) {
-    const std::wstring text = L"Somebody else took the file " + source + L" before it was sent.";
+void ReportGone(const std::wstring& source, const Procedure& self, const HostProgress& progress) {
+    const std::wstring text = TellOfGone(source);
     progress.AddMessage(text, ZN_PROGRESS_FAILURE);
     self.Report(text);
 }
@@ -76,7 +71,7 @@ bool MoveOneFile(const std::wstring& name, const std::wstring& from, const std::
     const std::wstring source = Path::Join(from, name);
     // The other side, too, may write to a shared folder now: a newer packet of the same name.
     const FileSystem::WriteBlock block(source);
-    if (!block.Holds() && HasGone(name, from)) return false;
+    if (!block.Holds() && HasGone(source, from)) return false;
     const bool somebodyWrites = block.SomebodyWrites();
     if (!somebodyWrites) {
         const base::File& held = block.Held();
@@ -172,9 +167,7 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Send(IUnknown* ProgressObject) {
                              L"the server has stored a file: packets could be lost, and stay here. Move them "
                              L"through HTTPS, or to a shared folder.");
         progress.StatusText(L"Moving packets from local folder");
-        return Exclusively(self, [&] {
-            return IsComplete(MoveFiles(from, to, Rivals::Unexpected, progress), self, progress);
-        });
+        return Exclusively(self, [&] { return IsComplete(SendFiles(from, to, progress), self, progress); });
     });
 }
 
@@ -193,9 +186,8 @@ bool clsXCOPYSndRcv::IZNSenderReceiver_Receive(const std::wstring& FolderName, I
             base::EqualsIgnoringCase(m_sLocalReceiveFolder, m_sRemoteReceiveFolder))
             return true;
         progress.StatusText(L"Moving packets to local folder");
-        return Exclusively(self, [&] {
-            return IsComplete(MoveFiles(from, to, Rivals::Expected, progress), self, progress);
-        });
+        return Exclusively(
+            self, [&] { return IsComplete(MoveFiles(from, to, nullptr, progress), self, progress); });
     });
 }
 
@@ -205,12 +197,23 @@ bool clsXCOPYSndRcv::PrepareFolders(const std::wstring& source, const std::wstri
            (FileSystem::FolderExists(destination) || CreateFolders(destination, SupressMsg));
 }
 
-bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination, Rivals rivals,
+bool clsXCOPYSndRcv::SendFiles(const std::wstring& from, const std::wstring& to,
                                const HostProgress& progress) const {
+    FilesToCome toCome(from);
+    const bool moved = MoveFiles(from, to, &toCome, progress);
+    const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
+    for (const std::wstring& path : toCome.Gone())
+        ReportGone(path, self, progress);
+    return moved;
+}
+
+bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& Destination,
+                               FilesToCome* toCome, const HostProgress& progress) const {
     const Procedure self(L"clsXCOPYSndRcv.cls.MoveFiles");
     return self.Guard(false, [&] {
         if (!PrepareFolders(Source, Destination)) return false;
         const FileSystem::Listing listing = PacketsIn(Source, self);
+        if (toCome) toCome->HaveCome(Source, listing);
         const auto count = static_cast<LONG>(listing.files.size());
         if (count > 0) progress.SetRange(0, count);
         progress.AddMessage(L"Transferring " + std::to_wstring(count) + L" file(s)", ZN_PROGRESS_INFORMATION);
@@ -220,9 +223,8 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
         for (const FileSystem::FileEntry& file : listing.files) {
             if (names.AreOne(file.name))
                 RefuseName(file.name, Source, Destination, self, progress);
-            else if (!MoveOneFile(file.name, Source, Destination, self, progress) &&
-                     rivals == Rivals::Unexpected)
-                TellOfGoneFile(Path::Join(Source, file.name), self, progress);
+            else if (!MoveOneFile(file.name, Source, Destination, self, progress) && toCome)
+                ReportGone(Path::Join(Source, file.name), self, progress);
             progress.Position(done.Next());
             com::ProcessPendingMessages();
             if (progress.Cancelled()) {
@@ -235,7 +237,7 @@ bool clsXCOPYSndRcv::MoveFiles(const std::wstring& Source, const std::wstring& D
             if (names.AreOne(folder))
                 RefuseName(folder, Source, Destination, self, progress);
             else
-                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), rivals, progress);
+                MoveFiles(Path::Join(Source, folder), Path::Join(Destination, folder), toCome, progress);
             if (progress.Cancelled()) break;
         }
         return true;

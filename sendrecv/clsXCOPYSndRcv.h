@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "packets/GoneFile.h"
 #include "sendrecv/SenderReceiver.h"
 
 class clsXCOPYSndRcv final : public SenderReceiver<com::Dual<_clsXCOPYSndRcv>, IZNMobileAdminPropertiesEx> {
@@ -35,10 +36,9 @@ private:
     bool IZNSenderReceiver_Receive(const std::wstring& FolderName, IUnknown* ProgressObject) override;
     std::wstring DisplayName() override;
 
-    /// Whether others may take files of the source: of a share several computers may receive.
-    enum class Rivals { Expected, Unexpected };
-
-    bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, Rivals rivals,
+    bool SendFiles(const std::wstring& from, const std::wstring& to, const HostProgress& progress) const;
+    /// toCome: nothing where others may take files of the source: of a share several computers may receive.
+    bool MoveFiles(const std::wstring& Source, const std::wstring& Destination, FilesToCome* toCome,
                    const HostProgress& progress) const;
     bool PrepareFolders(const std::wstring& source, const std::wstring& destination) const;
 };

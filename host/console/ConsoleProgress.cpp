@@ -51,6 +51,7 @@ STDMETHODIMP ConsoleProgress::SetRange(LONG Low, LONG High) {
 STDMETHODIMP ConsoleProgress::AddMessage(BSTR Text, LONG Level) {
     m_watchdog.Hear();
     return com::Call([&] {
+        if (const auto call = std::exchange(m_beforeFirstFile, {})) call();
         const bool isFailure = Level == ZN_PROGRESS_FAILURE;
         const std::wstring text = com::Text(Text);
         if (isFailure) m_failures.push_back(text);

@@ -4,7 +4,9 @@
 #include <windows.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "com/Object.h"
@@ -17,9 +19,11 @@ enum class Telling { Everything, Failures, Nothing };
 /// Headlines and messages as lines; on a console a bar as well.
 class ConsoleProgress final : public com::Object<IZNProgress> {
 public:
-    /// patience: after how long without a step the run ends; none for never.
-    explicit ConsoleProgress(std::chrono::seconds patience, Telling telling = Telling::Everything)
-        : m_watchdog(patience), m_telling(telling) {}
+    /// patience: after how long without a step the run ends; none for never. beforeFirstFile: called with the
+    /// first message: no transport moves anything without one.
+    explicit ConsoleProgress(std::chrono::seconds patience, Telling telling = Telling::Everything,
+                             std::function<void()> beforeFirstFile = {})
+        : m_watchdog(patience), m_telling(telling), m_beforeFirstFile(std::move(beforeFirstFile)) {}
 
     /// The messages about failures, in their order.
     const std::vector<std::wstring>& Failures() const noexcept { return m_failures; }
@@ -37,6 +41,7 @@ private:
 
     Watchdog m_watchdog;
     const Telling m_telling;
+    std::function<void()> m_beforeFirstFile;  ///< until it was called
     std::vector<std::wstring> m_failures;
     LONG m_low = 0;
     LONG m_high = 1;

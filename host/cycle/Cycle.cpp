@@ -21,6 +21,7 @@
 #include "host/cycle/SendFolder.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/LogTail.h"
+#include "packets/GoneFile.h"
 
 namespace {
 
@@ -42,8 +43,11 @@ private:
     std::chrono::seconds Patience() const;
     std::wstring Explained(const std::wstring& failure, const LogTail& log) const;
     Hindrance Transfer();
-    void ReportGone(const std::vector<base::TreeFile>& waiting);
-    void ReportSending(const std::vector<base::TreeFile>& waiting);
+    void SeeWhatCanBeSent();
+    bool WasTaken(const base::TreeFile& file) const;
+    void ReportTaken(const base::TreeFile& file);
+    void ReportGone();
+    void ReportSending();
     void ReportReceiving(const std::vector<base::TreeFile>& offered);
 
     Session& m_session;
@@ -51,6 +55,8 @@ private:
     const Telling m_telling;
     PacketLedger m_ledger;
     std::vector<base::TreeFile> m_added;
+    std::vector<base::TreeFile> m_waiting;  // to be sent
+    std::set<std::wstring> m_sendable;      // of these, what is there when the transport begins; in capitals
     AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
@@ -58,15 +64,15 @@ private:
 CycleResult Cycle::Run() {
     const std::vector<base::TreeFile> offered = OfferedFiles(m_settings);
     AddOutbox();
-    const std::vector<base::TreeFile> waiting = FilesToSend(m_session, m_settings);
+    m_waiting = FilesToSend(m_session, m_settings);
     KeptBackups backups(m_settings);
     backups.Take();
     const base::TreeSnapshot waitingHere(m_settings.receive);
     Hindrance failure = Transfer();
     // For the transport a folder that is not there holds nothing.
     if (const Hindrance unseen = WhyNothingIsReceived(m_settings); unseen && !failure) failure = unseen;
-    ReportGone(waiting);
-    ReportSending(waiting);
+    ReportGone();
+    ReportSending();
     ReportReceiving(offered);
     const Hindrance notPutBack = Try(m_settings, [&] {
         m_awaited.PutBack(offered, m_ledger);
@@ -147,7 +153,7 @@ std::wstring Cycle::Explained(const std::wstring& failure, const LogTail& log) c
 }
 
 Hindrance Cycle::Transfer() {
-    const auto progress = com::Make<ConsoleProgress>(Patience(), m_telling);
+    const auto progress = com::Make<ConsoleProgress>(Patience(), m_telling, [this] { SeeWhatCanBeSent(); });
     const LogTail log(m_settings);
     Hindrance failure = Try(m_settings, [&] {
         return !Interrupt::Requested() && m_session.SendReceive(static_cast<IZNProgress*>(progress.Get()));
@@ -159,26 +165,50 @@ Hindrance Cycle::Transfer() {
     return failure;
 }
 
-/// What was added and did not wait when the transfer began. Where the other side fetches from the send folder
-/// itself, it was quick.
-void Cycle::ReportGone(const std::vector<base::TreeFile>& waiting) {
-    const bool isFetchedThere = base::EqualsIgnoringCase(m_settings.send, m_settings.remoteSend);
-    std::set<std::wstring> seen;
-    for (const base::TreeFile& file : waiting)
-        seen.insert(base::Upper(m_ledger.PacketIn(file).RelativePath()));
-    for (const base::TreeFile& packet : m_added)
-        if (!seen.contains(base::Upper(packet.RelativePath())))
-            m_ledger.ReportTravelling(
-                Direction::Out, packet, isFetchedThere ? PacketState::Sent : PacketState::Gone,
-                isFetchedThere ? L"" : L"somebody else took it from there before it was sent");
+/// Somebody else can take packets while the transport connects.
+void Cycle::SeeWhatCanBeSent() {
+    std::vector<base::TreeFile> there;
+    const Hindrance unseen = Try(m_settings, [&] {
+        there = SendFiles(m_settings);
+        return FileSystem::FolderIsThere(m_settings.send);
+    });
+    for (const base::TreeFile& file : unseen ? m_waiting : there)
+        m_sendable.insert(base::Upper(file.RelativePath()));
 }
 
-void Cycle::ReportSending(const std::vector<base::TreeFile>& waiting) {
+/// Whether somebody else took what has left the send folder.
+bool Cycle::WasTaken(const base::TreeFile& file) const {
+    const std::wstring path = file.RelativePath();
+    const std::wstring taken = TellOfGone(Path::Join(m_settings.send, path));
+    return !m_sendable.contains(base::Upper(path)) || std::ranges::count(m_shownFailures, taken) > 0;
+}
+
+/// Where the other side fetches from the send folder itself, it was quick.
+void Cycle::ReportTaken(const base::TreeFile& file) {
+    if (base::EqualsIgnoringCase(m_settings.send, m_settings.remoteSend))
+        m_ledger.ReportTravelling(Direction::Out, file, PacketState::Sent);
+    else
+        m_ledger.ReportTravelling(Direction::Out, file, PacketState::Gone,
+                                  L"somebody else took it from there before it was sent");
+}
+
+/// What was added and did not wait when the transfer began.
+void Cycle::ReportGone() {
+    std::set<std::wstring> seen;
+    for (const base::TreeFile& file : m_waiting)
+        seen.insert(base::Upper(m_ledger.PacketIn(file).RelativePath()));
+    for (const base::TreeFile& packet : m_added)
+        if (!seen.contains(base::Upper(packet.RelativePath()))) ReportTaken(packet);
+}
+
+void Cycle::ReportSending() {
     // With the folder that it lies in no packet has left.
     const bool isThere = FileSystem::FolderExists(m_settings.send);
-    for (const base::TreeFile& file : waiting) {
+    for (const base::TreeFile& file : m_waiting) {
         if (!isThere || FileSystem::FileExists(Path::Join(m_settings.send, file.RelativePath())))
             m_ledger.ReportTravelling(Direction::Out, file, PacketState::Waiting, ReasonIn(m_settings));
+        else if (WasTaken(file))
+            ReportTaken(file);
         else
             m_ledger.ReportTravelling(Direction::Out, file, PacketState::Sent);
     }

@@ -73,6 +73,19 @@ class CuttingProxy(Proxy):
         return cuts
 
 
+class ActingProxy(Proxy):
+    """Has something done before the server hears of a command."""
+
+    def __init__(self, test, server, command, act):
+        self.command, self.act = command, act
+        super().__init__(test, server)
+
+    def answers(self, command, client):
+        if command.startswith(self.command):
+            self.act()
+        return False
+
+
 class TimelessProxy(Proxy):
     """Makes a server one that knows no MDTM."""
 

@@ -7,7 +7,7 @@ import subprocess
 import threading
 
 import support
-from ftp import CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy
+from ftp import ActingProxy, CuttingProxy, FtpHostTest, PASSWORD, TimelessProxy
 from support import Holder, WAITING, files_below, finish, own_address, run, slow, start
 
 MB = 1 << 20
@@ -114,6 +114,17 @@ class AwkwardServerTest(FtpHostTest):
         self.assertNotIn("The transfer failed", self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "delivered"}).output)
         self.assertIn("failed: The FTP server lists the folder CLOSED",
                       self.assert_ends(1, "status", self.enterprise.settings).output)
+
+    def test_a_packet_that_is_taken_before_its_turn_was_not_sent(self):
+        """While the host logs in, and while another packet is sent."""
+        for command, name in ((b"USER", "taken.mdb"), (b"STOR", "taken.mdb"), (b"STOR", "SUB/taken.mdb")):
+            with self.subTest(command=command, name=name):
+                self.put(self.field, "a.mdb", name)
+                taken = self.field.send / name
+                proxy = ActingProxy(self, self.server, command, lambda path=taken: path.unlink(missing_ok=True))
+                self.field.change("server", proxy.address)
+                self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", name): "gone from send folder"})
+                self.assertEqual(files_below(self.to_enterprise).keys(), {"a.mdb"})
 
     def test_a_packet_that_is_still_uploaded_is_received_later(self):
         path = self.remote_folder(self.to_enterprise) / "a.mdb"

@@ -32,6 +32,12 @@ class StepTest(HttpsHostTest):
                 self.assert_next_cycle_delivers()
                 self.assertEqual(files_below(self.server.packets), {})
 
+    def test_a_packet_that_is_taken_while_the_host_connects_was_not_sent(self):
+        self.put(self.field, "a.mdb", "taken.mdb")
+        with self.spoiling() as spoiler:
+            spoiler.before("PROPFIND", "", (self.field.send / "taken.mdb").unlink)
+            self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", "taken.mdb"): "gone from send folder"})
+
     def test_a_request_that_is_carried_twice(self):
         """The answer to the second one comes, which finds nothing left to do."""
         for _ in ("new", "newer"):

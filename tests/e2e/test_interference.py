@@ -49,7 +49,7 @@ class QuarantineTest(HostTest):
         self.put_many(60, 50_000, self.field.send)
         last = self.field.send / "9.mdb"
         outcome = self.take_in_run(self.field, lambda: last, (self.to_enterprise / "10.mdb").exists)
-        self.assertEqual(outcome.code, 1, outcome)
+        self.assertEqual((outcome.code, outcome.packets["out", last.name]), (1, "gone from send folder"), outcome)
         self.assertIn("9.mdb before it was sent.", self.field.log)
 
     def test_what_stays_with_a_share_that_goes_away_is_told(self):

@@ -183,6 +183,16 @@ TEST_F(Xcopy, AFileThatSomebodyElseHasTakenIsToldWhereItWasToBeSent) {
     EXPECT_THAT(temp.Files(L"share\\in"), SizeIs(2));
     EXPECT_THAT(temp.Files(L"out"), IsEmpty());
     EXPECT_THAT(framework.TakeLogText(), HasSubstr(L".mdb before it was sent."));
+    for (const wchar_t* name : {L"out\\a.mdb", L"out\\sub\\b.mdb", L"out\\taken\\c.mdb"})
+        temp.File(name);
+    progress->onPosition = [&] {
+        std::filesystem::remove(temp / L"out\\sub\\b.mdb");
+        std::filesystem::remove_all(temp / L"out\\taken");
+    };
+    EXPECT_TRUE(Send());
+    EXPECT_THAT(framework.TakeLogText(),
+                AllOf(Not(HasSubstr(L"a.mdb")), HasSubstr(L"\\sub\\b.mdb before it was sent."),
+                      HasSubstr(L"\\taken\\c.mdb before it was sent.")));
     for (const wchar_t* name : {L"share\\out\\a.mdb", L"share\\out\\b.mdb"})
         temp.File(name);
     progress->onPosition = [&] { std::filesystem::remove(temp / L"share\\out\\b.mdb"); };
