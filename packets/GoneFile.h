@@ -1,10 +1,11 @@
 // Files that wait to be sent, and that somebody else takes.
 #pragma once
 
-#include <algorithm>
-#include <iterator>
+#include <map>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/FolderTree.h"
@@ -22,30 +23,42 @@ inline std::wstring TellOfGone(const std::wstring& path) {
     return L"Somebody else took the file " + path + L" before it was sent.";
 }
 
-/// What waits below a folder when its transfer begins, and whose turn has not come yet. A transfer lists a
-/// sub-folder when it comes to it, and a packet that is gone by then would never be missed.
+/// What waits in the sub-folders when a transfer begins. It lists each of them when its turn comes, and would
+/// never miss a packet that is gone by then.
 class FilesToCome {
 public:
     explicit FilesToCome(const std::wstring& folder) : m_folder(folder) {
         for (const base::TreeFile& file : base::FilesBelow(folder, [](const auto&, const auto&) {}))
-            if (!IsPassingFile(file.name)) m_paths.insert(Path::Join(folder, file.RelativePath()));
+            if (!file.subFolder.empty() && !IsPassingFile(file.name))
+                m_names[Path::Join(folder, file.subFolder)].push_back(file.name);
     }
 
-    /// These are moved next.
+    /// Of that folder these are moved next.
     void HaveCome(const std::wstring& folder, const FileSystem::Listing& listing) {
+        const auto waiting = m_names.extract(folder);
+        if (waiting.empty()) return;
+        std::set<std::wstring_view> listed;
         for (const FileSystem::FileEntry& file : listing.files)
-            m_paths.erase(Path::Join(folder, file.name));
+            listed.insert(file.name);
+        for (const std::wstring& name : waiting.mapped())
+            if (!listed.contains(name)) NoteIfGone(folder, name);
     }
 
-    /// What somebody else took before.
-    std::vector<std::wstring> Gone() const {
-        std::vector<std::wstring> gone;
-        std::ranges::copy_if(m_paths, std::back_inserter(gone),
-                             [&](const std::wstring& path) { return HasGone(path, m_folder); });
-        return gone;
+    /// What somebody else took before its turn, once all is over.
+    const std::vector<std::wstring>& Gone() {
+        for (const auto& [folder, names] : std::exchange(m_names, {}))
+            for (const std::wstring& name : names)
+                NoteIfGone(folder, name);
+        return m_gone;
     }
 
 private:
+    void NoteIfGone(const std::wstring& folder, const std::wstring& name) {
+        std::wstring path = Path::Join(folder, name);
+        if (HasGone(path, m_folder)) m_gone.push_back(std::move(path));
+    }
+
     std::wstring m_folder;
-    std::set<std::wstring> m_paths;
+    std::map<std::wstring, std::vector<std::wstring>> m_names;  ///< by their folders
+    std::vector<std::wstring> m_gone;
 };

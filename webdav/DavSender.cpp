@@ -13,6 +13,7 @@
 #include "base/Utf8.h"
 #include "base/WriteBlock.h"
 #include "cipher/Sha256.h"
+#include "packets/GoneFile.h"
 #include "packets/PassingFile.h"
 #include "webdav/DavInstallation.h"
 #include "webdav/PacketDigests.h"
@@ -169,8 +170,10 @@ private:
         }
         Upload& upload = m_batch.emplace_back(file, m_local);
         if (!upload.block.Holds()) {
+            m_self.Fail(HasGone(upload.path, m_local)
+                            ? TellOfGone(upload.path)
+                            : L"File " + file.name + L" is in use. It stays here for the next transfer.");
             m_batch.pop_back();
-            m_self.Fail(L"File " + file.name + L" is in use. It stays here for the next transfer.");
             return true;
         }
         DavReply reply;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <set>
 
 #include "base/Error.h"
@@ -56,7 +57,7 @@ private:
     PacketLedger m_ledger;
     std::vector<base::TreeFile> m_added;
     std::vector<base::TreeFile> m_waiting;  // to be sent
-    std::set<std::wstring> m_sendable;      // of these, what is there when the transport begins; in capitals
+    std::optional<std::set<std::wstring>> m_taken;  // of these, before the transport began; nothing if it did not
     AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
@@ -167,20 +168,23 @@ Hindrance Cycle::Transfer() {
 
 /// Somebody else can take packets while the transport connects.
 void Cycle::SeeWhatCanBeSent() {
-    std::vector<base::TreeFile> there;
+    std::set<std::wstring> there;
     const Hindrance unseen = Try(m_settings, [&] {
-        there = SendFiles(m_settings);
+        for (const base::TreeFile& file : SendFiles(m_settings))
+            there.insert(file.RelativePath());
         return FileSystem::FolderIsThere(m_settings.send);
     });
-    for (const base::TreeFile& file : unseen ? m_waiting : there)
-        m_sendable.insert(base::Upper(file.RelativePath()));
+    m_taken.emplace();
+    if (unseen) return;
+    for (const base::TreeFile& file : m_waiting)
+        if (!there.contains(file.RelativePath())) m_taken->insert(file.RelativePath());
 }
 
 /// Whether somebody else took what has left the send folder.
 bool Cycle::WasTaken(const base::TreeFile& file) const {
     const std::wstring path = file.RelativePath();
     const std::wstring taken = TellOfGone(Path::Join(m_settings.send, path));
-    return !m_sendable.contains(base::Upper(path)) || std::ranges::count(m_shownFailures, taken) > 0;
+    return !m_taken || m_taken->contains(path) || std::ranges::count(m_shownFailures, taken) > 0;
 }
 
 /// Where the other side fetches from the send folder itself, it was quick.

@@ -32,11 +32,13 @@ class StepTest(HttpsHostTest):
                 self.assert_next_cycle_delivers()
                 self.assertEqual(files_below(self.server.packets), {})
 
-    def test_a_packet_that_is_taken_while_the_host_connects_was_not_sent(self):
-        self.put(self.field, "a.mdb", "taken.mdb")
-        with self.spoiling() as spoiler:
-            spoiler.before("PROPFIND", "", (self.field.send / "taken.mdb").unlink)
-            self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", "taken.mdb"): "gone from send folder"})
+    def test_a_packet_that_is_taken_before_its_turn_was_not_sent(self):
+        """While the host connects, and while another packet is sent."""
+        for method in ("PROPFIND", "PUT"):
+            with self.subTest(method=method), self.spoiling() as spoiler:
+                self.put(self.field, "a.mdb", "taken.mdb")
+                spoiler.before(method, "", (self.field.send / "taken.mdb").unlink)
+                self.assert_run(self.field, 1, {("out", "a.mdb"): "sent", ("out", "taken.mdb"): "gone from send folder"})
 
     def test_a_request_that_is_carried_twice(self):
         """The answer to the second one comes, which finds nothing left to do."""
