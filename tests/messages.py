@@ -12,7 +12,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 GUIDE = "docs/operations.md"
 # Where reports are made, and failures that become parts of them. Complaints about settings and arguments name their
 # culprit themselves.
-PLACES = ("base", "common", "encoders", "ftp/*.cpp", "ftp/*.h", "http", "mobile", "sendrecv", "services", "transport", "ui", "webdav",
+PLACES = ("base", "common", "encoders", "ftp/*.cpp", "ftp/*.h", "http", "mobile", "packets", "sendrecv", "services", "transport", "ui", "webdav",
           "host/console/Watchdog.cpp", "host/cycle", "host/loop", "host/session", "host/service/ServiceProcess.cpp")
 # Texts that no log holds: headlines of a transfer and states of packets, answers for people and programs.
 NO_MESSAGES = ("host/cycle/OutcomeWords.cpp", "mobile/frmFTP.cpp", "sendrecv/frmPromptFTP.cpp", "webdav/DavPromises.cpp")

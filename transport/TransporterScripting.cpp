@@ -90,6 +90,19 @@ bool IsOwn(IZNEncoder* encoder) {
     return Optional<_clsXDeltaEncoder>(encoder) || Optional<_clsZipEncoder>(encoder);
 }
 
+/// The file that differences are made against; empty for an encoder that makes none, or has none.
+std::wstring ReferenceOf(IZNEncoder* encoder) {
+    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
+    return delta ? com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get())
+                 : std::wstring();
+}
+
+/// What one of the library's own encoders makes of a packet in a folder.
+std::wstring EncodedFile(IZNEncoder* encoder, const std::wstring& folder, const std::wstring& name) {
+    const auto extension = com::Get<std::wstring>(&IZNEncoder::get_OutExtension, encoder);
+    return Path::Join(folder, name + EncodedEnding(Path::BaseName(ReferenceOf(encoder)), extension));
+}
+
 /// What the library's own encoders make of a packet must be restored by them.
 void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
     if (!IsOwn(encoder)) return;
@@ -99,9 +112,7 @@ void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
                L"Let no encoder take it.");
     if (const auto version = FileSystem::VersionOf(file); version && version->size == 0)
         Refuse(file, L"it is empty, and encoded packets must not be.");
-    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
-    if (!delta) return;
-    const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get());
+    const std::wstring reference = ReferenceOf(encoder);
     if (!reference.empty() && !CanBeReference(Path::FileName(reference)))
         Refuse(file, L"the other side finds no reference by such a name: a reference file is named *.AXR, "
                      L"without a ~, on both sides. Set ReferencePath to one.");
@@ -217,15 +228,21 @@ void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& sub
         if (encoder && isOutermost) SettleBackups(encoder.Get(), base::FilesIn(LocalSendFolder(), subFolder));
     };
     settle();
-    Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.",
-           [&] { return IZNTransporter_Add(file, subFolder); });
+    const std::wstring folder = Path::Join(LocalSendFolder(), subFolder);
+    const Procedure self(L"clsTransporter.cls.Add");
+    Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.", [&] {
+        return IZNTransporter_Add(file, subFolder) && self.Guard(false, [&] {
+            if (encoder && IsOwn(encoder.Get())) RefuseEmptyFile(EncodedFile(encoder.Get(), folder, name));
+            return true;
+        });
+    });
     try {
         settle();
     } catch (const base::Error&) {
         // The packet waits all the same, and the transfer settles what is left.
     }
     // A copy that cannot be deleted when it was sent would travel again and again.
-    FileSystem::MakeWritable(Path::Join(Path::Join(LocalSendFolder(), subFolder), name));
+    FileSystem::MakeWritable(Path::Join(folder, name));
 }
 
 /// A version that somebody saves after this one was added must not be deleted in its place.

@@ -267,6 +267,22 @@ TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
 }
 
+TEST_F(Scripting, WhatAProgramLeftEmptyIsNoPacket) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    temp.File(L"field\\send\\x.mdb~Base.axd", "older");
+    const std::wstring packet = temp.File(L"outbox\\x.mdb", "newer");
+    children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*|exit 1");
+    EXPECT_THAT(Failure(transporter->Move(In(packet), Variant().Get())),
+                AllOf(HasSubstr(L"It stays where it is."), HasSubstr(L"x.mdb~Base.axd was left empty")));
+    EXPECT_EQ(framework.TakeLog().size(), 1u);
+    EXPECT_EQ(temp.Content(L"outbox\\x.mdb"), "newer");
+    EXPECT_TRUE(SendReceive());
+    EXPECT_EQ(temp.Content(L"share\\to enterprise\\x.mdb~Base.axd"), "older") << "what waited is sent";
+    children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*x|exit 1");
+    EXPECT_EQ(transporter->Move(In(packet), Variant().Get()), S_OK) << "some programs end so that differ";
+}
+
 TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
     const ChildPrograms children(temp);
     MakeDifferencesBy(children);
