@@ -225,6 +225,8 @@ clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const 
 clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::wstring& file,
                                                 const FileSystem::WriteBlock& block,
                                                 const std::wstring& destinationFolder) {
+    // It would be offered again, and decoded over what somebody has made of it meanwhile.
+    if (block.Holds()) block.DemandDeletable();
     const std::wstring baseName = Path::BaseName(file);
     com::Bstr outputFile;
     VARIANT_BOOL decoded = VARIANT_FALSE;
