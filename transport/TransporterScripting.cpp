@@ -376,7 +376,11 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
     const Procedure self(L"clsTransporter.cls.Deliver");
     Demand(L"The packet " + file + L" was not delivered into " + destination +
                L". As long as it is in the receive folder, Received offers it again.",
-           [&] { return self.Guard(false, [&] { return DeliverFile(self, file, destination, fileName); }); });
+           [&] {
+               return self.Guard(false, [&] {
+                   return DeliverFile(self, file, destination, WithoutBackup::Stays, fileName);
+               });
+           });
     return fileName;
 }
 

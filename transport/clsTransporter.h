@@ -94,6 +94,8 @@ private:
         bool done = false;
         std::wstring fileName;
     };
+    /// What becomes of a received file of which no backup can be taken.
+    enum class WithoutBackup { IsDelivered, Stays };
     using ExtensionMember = HRESULT (STDMETHODCALLTYPE IZNEncoder::*)(BSTR*);
 
     bool IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder);
@@ -121,9 +123,9 @@ private:
     static std::vector<std::wstring> InitFileList(const std::wstring& Folder);
     /// Delivers a received file, with the name to hand to the host. False after a failure, which is reported.
     bool DeliverFile(const Procedure& member, const std::wstring& file, const std::wstring& destinationFolder,
-                     std::wstring& fileName);
-    Delivery Deliver(const Procedure& member, const std::wstring& file,
-                     const std::wstring& destinationFolder);
+                     WithoutBackup withoutBackup, std::wstring& fileName);
+    Delivery Deliver(const Procedure& member, const std::wstring& file, const std::wstring& destinationFolder,
+                     WithoutBackup withoutBackup);
     static Delivery Decode(IZNEncoder* encoder, const std::wstring& file, const FileSystem::WriteBlock& block,
                            const std::wstring& destinationFolder);
     Delivery MoveUnchanged(const Procedure& member, const std::wstring& file,
@@ -134,7 +136,8 @@ private:
     static std::wstring BackupFolder(const std::wstring& receiveFolder) {
         return receiveFolder + L"\\" + std::wstring(kBackupFolder);
     }
-    void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
+    /// False where the folder for it cannot be written, which is reported.
+    bool TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);
     void ListBackups();
     bool Restore(const std::wstring& backup);

@@ -401,6 +401,18 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_EQ(Backups(), L"");
 }
 
+TEST_F(Scripting, WithoutItsBackupNoPacketIsDelivered) {
+    transporter->put_BackupEnabled(VARIANT_TRUE);
+    temp.File(L"field\\receive\\1.xml", "packet");
+    temp.Folder(L"field\\receive\\Backup\\RWD_TestFile.txt");
+    Bstr file;
+    EXPECT_THAT(Failure(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put())),
+                AllOf(HasSubstr(L"was not delivered into"), HasSubstr(L"has no backup")));
+    EXPECT_THAT(framework.TakeLog(), Not(IsEmpty()));
+    EXPECT_EQ(temp.Content(L"field\\receive\\1.xml"), "packet");
+    EXPECT_FALSE(temp.Exists(L"inbox\\1.xml"));
+}
+
 TEST_F(Scripting, HandlersHearOfATransferAndMayCallBack) {
     temp.File(L"field\\send\\a.xml");
     temp.File(L"field\\send\\b.xml");
