@@ -365,9 +365,11 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
                 L"removed it.");
     const std::wstring destination = Path::Join(folder, packet.subFolder);
     const ComPtr<IZNEncoder> decoder = EncoderFor(&IZNEncoder::get_OutExtension, packet.name);
-    if (decoder && IsOwn(decoder.Get())) {
-        // Decoding deletes no read-only file: the packet would stay, and be decoded once more, over what
-        // somebody has made of it meanwhile.
+    // Deliveries delete no read-only file: what is replaced would stay as _bak or _bck, and a packet that was
+    // decoded be so once more, over what somebody has made of it meanwhile.
+    if (!decoder) {
+        FileSystem::MakeWritable(Path::Join(destination, packet.name));
+    } else if (IsOwn(decoder.Get())) {
         FileSystem::MakeWritable(Path::Join(destination, DecodedName(decoder.Get(), file)));
         FileSystem::MakeWritable(file);
     }

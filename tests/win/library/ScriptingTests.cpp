@@ -354,6 +354,12 @@ TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
         << "a read-only packet is decoded once";
     EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "decoded");
     EXPECT_THAT(temp.Files(L"field"), IsEmpty());
+    temp.File(L"field\\receive\\y.xml", "newer");
+    temp.File(L"inbox\\y.xml", "older");
+    temp.Protect(L"inbox\\y.xml");
+    EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), S_OK) << "nor does one as it is";
+    EXPECT_EQ(temp.Content(L"inbox\\y.xml"), "newer");
+    EXPECT_THAT(temp.Files(L"inbox"), UnorderedElementsAre(L"x.mdb", L"y.xml"));
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
