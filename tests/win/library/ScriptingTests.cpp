@@ -247,6 +247,11 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     Bstr file;
     EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), E_INVALIDARG);
     EXPECT_EQ(temp.Content(L"field\\receive\\x.xml_bak"), "packet");
+    zip->put_InExtension(In(L".mdb"));
+    zip->put_ZipUtilLocation(In(temp.Path()));
+    for (const wchar_t* again : {L"first.mdb", L"again.mdb"})
+        EXPECT_THAT(Add(temp.File(again)), HasSubstr(L"Zip.exe does not exist"));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(1)) << "which the log is told once";
 }
 
 TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
@@ -328,9 +333,13 @@ TEST_F(Scripting, NoPacketIsDeliveredInThePlaceOfOneThatIsBeingDecoded) {
         temp.File(L"failed");
     });
     EXPECT_THAT(deliver(L"x.mdb~Base.axd"), HasSubstr(L"Decoding failed"));
+    {
+        const auto user = Held(temp / L"inbox\\x.mdb", GENERIC_READ, FILE_SHARE_READ);
+        EXPECT_THAT(deliver(L"x.mdb~Base.axd"), HasSubstr(L"may be in use by another application"));
+    }
     EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "previous");
     EXPECT_THAT(temp.Files(L"field\\receive"), UnorderedElementsAre(L"x.mdb", L"x.mdb~Base.axd"));
-    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(3));
 }
 
 TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
