@@ -153,8 +153,13 @@ std::vector<base::TreeFile> ReceivedBelow(const std::wstring& folder, const Proc
 
 /// The backup would take its place, and it has none itself yet.
 void RefuseToReplaceReceived(const std::wstring& packetId, const std::wstring& receiveFolder) {
-    for (const base::TreeFile& file :
-         ReceivedBelow(receiveFolder, Procedure(L"clsTransporter.cls.RestoreBackup")))
+    const HeardReports unlisted;
+    const auto received = ReceivedBelow(receiveFolder, Procedure(L"clsTransporter.cls.RestoreBackup"));
+    if (unlisted.Any())
+        throw unlisted.AsError(L"The backup of the packet " + packetId +
+                               L" was not restored: a version that was received since may wait where the "
+                               L"receive folder cannot be listed.");
+    for (const base::TreeFile& file : received)
         if (IsSameName(GetPacketId(file.name), packetId))
             throw base::Error(E_INVALIDARG, L"The backup of the packet " + packetId +
                                                 L" was not restored: a version that was received since waits "
@@ -388,9 +393,18 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
 
 // --- Backups ----------------------------------------------------------------------------------------
 
-std::wstring clsTransporter::KnownBackup(const std::wstring& packetId) {
+/// A backup that could not be listed would seem to be missing.
+void clsTransporter::ListAllBackups() {
     DemandFolders();
+    const HeardReports unlisted;
     ListBackups();
+    if (unlisted.Any())
+        throw unlisted.AsError(L"Not all backups in " + BackupFolder(LocalReceiveFolder()) +
+                               L" could be listed.");
+}
+
+std::wstring clsTransporter::KnownBackup(const std::wstring& packetId) {
+    ListAllBackups();
     const std::optional<std::wstring> backup = m_backups.Find(packetId);
     if (!backup)
         throw base::Error(E_INVALIDARG, L"There is no backup of the packet " + packetId + L" in " +
@@ -468,8 +482,7 @@ STDMETHODIMP clsTransporter::get_Waiting(_Collection** Value) {
 }
 STDMETHODIMP clsTransporter::get_Backups(_Collection** Value) {
     return kScriptMember.Return(Value, [&] {
-        DemandFolders();
-        ListBackups();
+        ListAllBackups();
         return CollectionOf(m_backups.Ids());
     });
 }

@@ -152,6 +152,7 @@ private:
     LONG MovePackets(const std::wstring& folder);
     bool Transfer(IUnknown* progress, const std::wstring& subFolder);
     Microsoft::WRL::ComPtr<_Collection> ReceivedPackets();
+    void ListAllBackups();
     std::wstring KnownBackup(const std::wstring& packetId);
 
     const bool SupressMsg = false;

@@ -64,6 +64,12 @@ private:
     const std::vector<std::wstring> m_members;
 };
 
+/// Nobody else can list it meanwhile.
+base::FileHandle HeldFolder(const std::wstring& path) {
+    return base::FileHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
 const std::wstring kSource = L"znTransporter.clsTransporter: ";
 
 /// The field's side of an exchange through a shared folder, with the members of scripts.
@@ -410,6 +416,11 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
                 HasSubstr(L"There is no backup of the packet 4712 in T:\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
+    for (const wchar_t* folder : {L"Backup\\hidden", L"hidden"}) {
+        const auto hidden = HeldFolder(temp.Folder(L"field\\receive\\" + std::wstring(folder)));
+        EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"5"))), HasSubstr(folder));
+        EXPECT_THAT(framework.TakeLog(), SizeIs(1));
+    }
     EXPECT_EQ(Backups(), L"5 ") << "what is there now";
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), E_INVALIDARG);
