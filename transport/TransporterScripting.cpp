@@ -179,11 +179,15 @@ ComPtr<_Collection> CollectionOf(const Values& values) {
 }  // namespace
 
 /// What a script has forgotten is no failure for the event log.
-void clsTransporter::DemandFolders() const {
+void clsTransporter::DemandSenderReceiver() const {
     if (!m_senderReceiver)
         throw base::Error(E_UNEXPECTED,
                           L"There is no sender/receiver. Set SenderReceiver to a clsXCOPYSndRcv, "
                           L"a clsFTPSndRcv or a clsHTTPSndRcv first.");
+}
+
+void clsTransporter::DemandFolders() const {
+    DemandSenderReceiver();
     if (LocalSendFolder().empty() || LocalReceiveFolder().empty())
         throw base::Error(E_UNEXPECTED, L"The send or the receive folder is missing. Set SendFolder and "
                                         L"ReceiveFolder first.");
@@ -191,8 +195,9 @@ void clsTransporter::DemandFolders() const {
 
 void clsTransporter::SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR),
                                const std::wstring& folder) {
+    DemandSenderReceiver();
+    const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     FileSystem::CreateFolders(folder);
-    const ComPtr<IZNSenderReceiver> remote = Remote();
     com::Check((remote.Get()->*setter)(com::Bstr(folder).Get()));
 }
 

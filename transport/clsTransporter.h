@@ -143,6 +143,7 @@ private:
     bool Restore(const std::wstring& backup);
 
     // What scripts' members do; see TransporterScripting.cpp.
+    void DemandSenderReceiver() const;
     void DemandFolders() const;
     void SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR), const std::wstring& folder);
     void SettleBackups(IZNEncoder* encoder, const std::vector<base::TreeFile>& files) const;

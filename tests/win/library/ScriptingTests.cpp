@@ -143,6 +143,8 @@ protected:
 TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     const auto lone = Create<clsTransporter, _clsTransporter>();
     EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())), HasSubstr(L"Set SenderReceiver to"));
+    EXPECT_THAT(Failure(lone->put_SendFolder(In(temp / L"early"))), HasSubstr(L"Set SenderReceiver to"));
+    EXPECT_FALSE(temp.Exists(L"early"));
     EXPECT_EQ(lone->putref_SenderReceiver(lone.Get()), E_NOINTERFACE);
     EXPECT_EQ(lone->AddEncoder(nullptr), E_NOINTERFACE);
     EXPECT_EQ(lone->put_SenderReceiver(Create<clsXCOPYSndRcv, IDispatch>().Get()), S_OK);
