@@ -72,6 +72,15 @@ std::optional<WriteBlock::Named> WriteBlock::OpenNamed(Where where) const {
     return std::nullopt;
 }
 
+void WriteBlock::DemandDeletable(Where where) const {
+    const std::optional<Named> named = OpenNamed(where);
+    FILE_BASIC_INFO basic{};
+    if (!named || !GetFileInformationByHandleEx(named->file.Handle(), FileBasicInfo, &basic, sizeof basic))
+        return;
+    if (basic.FileAttributes & FILE_ATTRIBUTE_READONLY)
+        throw SystemError(ERROR_ACCESS_DENIED, "delete", m_path, where);
+}
+
 bool WriteBlock::MoveReplacing(const std::wstring& destination, Where where) const {
     std::optional<Named> named = OpenNamed(where);
     if (!named) return false;

@@ -24,6 +24,8 @@ public:
     bool SomebodyWrites() const;
     /// The file, opened to read. Throws when it is not held.
     const base::File& Held(Where where = Where::current()) const;
+    /// Throws where the file that is held could not be deleted now.
+    void DemandDeletable(Where where = Where::current()) const;
     /// Moves the file that is held, also to another volume, in the place of any other. False when another one
     /// has its name by now, which stays.
     bool MoveReplacing(const std::wstring& destination, Where where = Where::current()) const;

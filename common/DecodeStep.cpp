@@ -28,7 +28,10 @@ bool Try(Action&& action, std::wstring heading) try {
     action();
     return true;
 } catch (...) {
-    Self().Report(Lines(std::move(heading), base::CurrentFailure().description), ZN_EVENTLOG_WARNING_TYPE);
+    const std::wstring text = Lines(std::move(heading), base::CurrentFailure().description);
+    // A warning, but the reason for a step that may fail.
+    HeardReports::Hear(text);
+    Self().Report(text, ZN_EVENTLOG_WARNING_TYPE);
     return false;
 }
 

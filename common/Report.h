@@ -21,8 +21,8 @@ std::wstring Lines(std::wstring first, const Parts&... others) {
 /// be written.
 void Report(std::wstring text, LONG eventType = ZN_EVENTLOG_ERROR_TYPE);
 
-/// Hears the errors that procedures report in this apartment while it exists, for a caller who learns of them
-/// by an error of his own. Of several the innermost hears.
+/// Hears the errors that procedures report in this apartment while it exists, and what else is a reason for a
+/// failure, for a caller who learns of them by an error of his own. Of several the innermost hears.
 class HeardReports {
 public:
     HeardReports();
@@ -35,7 +35,7 @@ public:
     /// being handled, E_FAIL without one.
     base::Error AsError(std::wstring_view heading) const;
 
-    /// Called with each report.
+    /// Called with each of them.
     static void Hear(std::wstring_view text);
 
 private:

@@ -73,8 +73,11 @@ bool clsShell::WaitProcessingMessages(LONG Seconds) {
     return EndsProcessingMessages(m_program.process.Get(), Seconds) && Wait(0);
 }
 
+/// Also what the process has started: a launcher's program would go on, and write over what is newer.
 void clsShell::Terminate() {
-    if (!Wait(0)) TerminateProcess(m_program.process.Get(), 1);
+    if (Wait(0)) return;
+    if (m_program.job) TerminateJobObject(m_program.job.Get(), 1);
+    TerminateProcess(m_program.process.Get(), 1);
 }
 
 RunningProgram clsShell::Detach() { return std::exchange(m_program, {}); }

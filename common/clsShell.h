@@ -39,7 +39,7 @@ public:
     /// As Wait, by EndsProcessingMessages.
     bool WaitProcessingMessages(LONG Seconds);
 
-    /// Ends the process by force.
+    /// Ends the process by force, with what it has started itself.
     void Terminate();
 
     /// Lets the process run on without its runner, and hands it out; nothing where none runs.

@@ -70,8 +70,11 @@ std::wstring clsZipEncoder::ProgramPath(const wchar_t* Program) const {
 bool clsZipEncoder::ProgramExists(const wchar_t* Program) {
     const std::wstring path = ProgramPath(Program);
     if (FileSystem::FileExists(path)) return true;
-    if (!std::exchange(m_missingProgramReported, true))
-        Member(L"ProgramExists").Report(L"program " + path + L" does not exist");
+    const std::wstring text = L"program " + path + L" does not exist";
+    if (std::exchange(m_missingProgramReported, true))
+        HeardReports::Hear(text);
+    else
+        Member(L"ProgramExists").Report(text);
     return false;
 }
 

@@ -15,6 +15,10 @@ std::wstring DifferenceName(std::wstring_view packet, std::wstring_view referenc
     return std::wstring(packet).append(1, kTilde).append(reference);
 }
 
+std::wstring EncodedEnding(std::wstring_view reference, std::wstring_view extension) {
+    return (reference.empty() ? std::wstring() : DifferenceName({}, reference)).append(extension);
+}
+
 Difference SplitDifferenceName(std::wstring_view fileName) {
     const size_t tilde = fileName.rfind(kTilde);
     if (tilde == std::wstring_view::npos)

@@ -10,6 +10,9 @@
 /// "<packet>~<reference>".
 std::wstring DifferenceName(std::wstring_view packet, std::wstring_view reference);
 
+/// What an encoder adds to a packet's name. reference: of a difference; empty for a compressed packet.
+std::wstring EncodedEnding(std::wstring_view reference, std::wstring_view extension);
+
 /// What such a name says.
 struct Difference {
     std::wstring packet;

@@ -1,6 +1,7 @@
 // See ReplacedVersions.h.
 #include "packets/ReplacedVersions.h"
 
+#include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "packets/EncodedName.h"
@@ -21,4 +22,13 @@ void SettleBackup(const std::wstring& folder, const base::TreeFile& file, std::w
     } catch (const base::Error&) {
         return;  // whether there is a new one cannot be told now
     }
+}
+
+void RefuseEmptyFile(const std::wstring& encoded) {
+    const auto version = FileSystem::VersionOf(encoded);
+    if (!version || version->size > 0) return;
+    FileSystem::DeleteFile(encoded);
+    throw base::Error(E_FAIL, encoded +
+                                  L" was left empty by the program that was to make it, and is removed; "
+                                  L"there may be no room for it");
 }

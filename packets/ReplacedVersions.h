@@ -1,4 +1,5 @@
-// What is left of versions of a packet that newer ones were to replace in the send folder.
+// What is left in the send folder: of versions of a packet that newer ones were to replace, and by encoders
+// that failed.
 #pragma once
 
 #include <string>
@@ -14,3 +15,7 @@ void SettleVersion(bool replaced, const std::wstring& path, const std::wstring& 
 /// the version that it replaces, which must not travel beside the new one. Without a new one it is the
 /// packet. extension: of differences.
 void SettleBackup(const std::wstring& folder, const base::TreeFile& file, std::wstring_view extension);
+
+/// Removes the file that an encoder's program has made, and throws, where there is nothing in it: such a
+/// program has failed, by whatever exit code.
+void RefuseEmptyFile(const std::wstring& encoded);

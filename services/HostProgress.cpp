@@ -34,5 +34,7 @@ void HostProgress::Position(LONG value, Where where) const {
 }
 
 bool HostProgress::Cancelled(Where where) const {
-    return m_progress && com::Get<bool>(&IZNProgress::get_Cancelled, {m_progress.Get(), where});
+    m_cancelled =
+        m_cancelled || (m_progress && com::Get<bool>(&IZNProgress::get_Cancelled, {m_progress.Get(), where}));
+    return m_cancelled;
 }

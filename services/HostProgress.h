@@ -21,8 +21,10 @@ public:
     void AddMessage(const std::wstring& text, ZNProgressLevel level, Where where = Where::current()) const;
     void StatusText(const std::wstring& text, Where where = Where::current()) const;
     void Position(LONG value, Where where = Where::current()) const;
+    /// Whether the host has asked to stop, even if it tells so only once.
     bool Cancelled(Where where = Where::current()) const;
 
 private:
     Microsoft::WRL::ComPtr<IZNProgress> m_progress;
+    mutable bool m_cancelled = false;
 };

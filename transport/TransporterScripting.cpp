@@ -90,6 +90,19 @@ bool IsOwn(IZNEncoder* encoder) {
     return Optional<_clsXDeltaEncoder>(encoder) || Optional<_clsZipEncoder>(encoder);
 }
 
+/// The file that differences are made against; empty for an encoder that makes none, or has none.
+std::wstring ReferenceOf(IZNEncoder* encoder) {
+    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
+    return delta ? com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get())
+                 : std::wstring();
+}
+
+/// What one of the library's own encoders makes of a packet in a folder.
+std::wstring EncodedFile(IZNEncoder* encoder, const std::wstring& folder, const std::wstring& name) {
+    const auto extension = com::Get<std::wstring>(&IZNEncoder::get_OutExtension, encoder);
+    return Path::Join(folder, name + EncodedEnding(Path::BaseName(ReferenceOf(encoder)), extension));
+}
+
 /// What the library's own encoders make of a packet must be restored by them.
 void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
     if (!IsOwn(encoder)) return;
@@ -99,9 +112,7 @@ void RefuseEncoding(IZNEncoder* encoder, const std::wstring& file) {
                L"Let no encoder take it.");
     if (const auto version = FileSystem::VersionOf(file); version && version->size == 0)
         Refuse(file, L"it is empty, and encoded packets must not be.");
-    const auto delta = Optional<_clsXDeltaEncoder>(encoder);
-    if (!delta) return;
-    const auto reference = com::Get<std::wstring>(&_clsXDeltaEncoder::get_ReferencePath, delta.Get());
+    const std::wstring reference = ReferenceOf(encoder);
     if (!reference.empty() && !CanBeReference(Path::FileName(reference)))
         Refuse(file, L"the other side finds no reference by such a name: a reference file is named *.AXR, "
                      L"without a ~, on both sides. Set ReferencePath to one.");
@@ -142,8 +153,13 @@ std::vector<base::TreeFile> ReceivedBelow(const std::wstring& folder, const Proc
 
 /// The backup would take its place, and it has none itself yet.
 void RefuseToReplaceReceived(const std::wstring& packetId, const std::wstring& receiveFolder) {
-    for (const base::TreeFile& file :
-         ReceivedBelow(receiveFolder, Procedure(L"clsTransporter.cls.RestoreBackup")))
+    const HeardReports unlisted;
+    const auto received = ReceivedBelow(receiveFolder, Procedure(L"clsTransporter.cls.RestoreBackup"));
+    if (unlisted.Any())
+        throw unlisted.AsError(L"The backup of the packet " + packetId +
+                               L" was not restored: a version that was received since may wait where the "
+                               L"receive folder cannot be listed.");
+    for (const base::TreeFile& file : received)
         if (IsSameName(GetPacketId(file.name), packetId))
             throw base::Error(E_INVALIDARG, L"The backup of the packet " + packetId +
                                                 L" was not restored: a version that was received since waits "
@@ -163,11 +179,15 @@ ComPtr<_Collection> CollectionOf(const Values& values) {
 }  // namespace
 
 /// What a script has forgotten is no failure for the event log.
-void clsTransporter::DemandFolders() const {
+void clsTransporter::DemandSenderReceiver() const {
     if (!m_senderReceiver)
         throw base::Error(E_UNEXPECTED,
                           L"There is no sender/receiver. Set SenderReceiver to a clsXCOPYSndRcv, "
                           L"a clsFTPSndRcv or a clsHTTPSndRcv first.");
+}
+
+void clsTransporter::DemandFolders() const {
+    DemandSenderReceiver();
     if (LocalSendFolder().empty() || LocalReceiveFolder().empty())
         throw base::Error(E_UNEXPECTED, L"The send or the receive folder is missing. Set SendFolder and "
                                         L"ReceiveFolder first.");
@@ -175,8 +195,9 @@ void clsTransporter::DemandFolders() const {
 
 void clsTransporter::SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR),
                                const std::wstring& folder) {
+    DemandSenderReceiver();
+    const ComPtr<IZNSenderReceiver> remote = m_senderReceiver;
     FileSystem::CreateFolders(folder);
-    const ComPtr<IZNSenderReceiver> remote = Remote();
     com::Check((remote.Get()->*setter)(com::Bstr(folder).Get()));
 }
 
@@ -217,15 +238,21 @@ void clsTransporter::AddPacket(const std::wstring& file, const std::wstring& sub
         if (encoder && isOutermost) SettleBackups(encoder.Get(), base::FilesIn(LocalSendFolder(), subFolder));
     };
     settle();
-    Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.",
-           [&] { return IZNTransporter_Add(file, subFolder); });
+    const std::wstring folder = Path::Join(LocalSendFolder(), subFolder);
+    const Procedure self(L"clsTransporter.cls.Add");
+    Demand(L"The packet " + file + L" was not added to the send folder. It stays where it is.", [&] {
+        return IZNTransporter_Add(file, subFolder) && self.Guard(false, [&] {
+            if (encoder && IsOwn(encoder.Get())) RefuseEmptyFile(EncodedFile(encoder.Get(), folder, name));
+            return true;
+        });
+    });
     try {
         settle();
     } catch (const base::Error&) {
         // The packet waits all the same, and the transfer settles what is left.
     }
     // A copy that cannot be deleted when it was sent would travel again and again.
-    FileSystem::MakeWritable(Path::Join(Path::Join(LocalSendFolder(), subFolder), name));
+    FileSystem::MakeWritable(Path::Join(folder, name));
 }
 
 /// A version that somebody saves after this one was added must not be deleted in its place.
@@ -348,9 +375,11 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
                 L"removed it.");
     const std::wstring destination = Path::Join(folder, packet.subFolder);
     const ComPtr<IZNEncoder> decoder = EncoderFor(&IZNEncoder::get_OutExtension, packet.name);
-    if (decoder && IsOwn(decoder.Get())) {
-        // Decoding deletes no read-only file: the packet would stay, and be decoded once more, over what
-        // somebody has made of it meanwhile.
+    // Deliveries delete no read-only file: what is replaced would stay as _bak or _bck, and a packet that was
+    // decoded be so once more, over what somebody has made of it meanwhile.
+    if (!decoder) {
+        FileSystem::MakeWritable(Path::Join(destination, packet.name));
+    } else if (IsOwn(decoder.Get())) {
         FileSystem::MakeWritable(Path::Join(destination, DecodedName(decoder.Get(), file)));
         FileSystem::MakeWritable(file);
     }
@@ -359,15 +388,28 @@ std::wstring clsTransporter::DeliverPacket(const std::wstring& receiveFolder, co
     const Procedure self(L"clsTransporter.cls.Deliver");
     Demand(L"The packet " + file + L" was not delivered into " + destination +
                L". As long as it is in the receive folder, Received offers it again.",
-           [&] { return self.Guard(false, [&] { return DeliverFile(self, file, destination, fileName); }); });
+           [&] {
+               return self.Guard(false, [&] {
+                   return DeliverFile(self, file, destination, WithoutBackup::Stays, fileName);
+               });
+           });
     return fileName;
 }
 
 // --- Backups ----------------------------------------------------------------------------------------
 
-std::wstring clsTransporter::KnownBackup(const std::wstring& packetId) {
+/// A backup that could not be listed would seem to be missing.
+void clsTransporter::ListAllBackups() {
     DemandFolders();
+    const HeardReports unlisted;
     ListBackups();
+    if (unlisted.Any())
+        throw unlisted.AsError(L"Not all backups in " + BackupFolder(LocalReceiveFolder()) +
+                               L" could be listed.");
+}
+
+std::wstring clsTransporter::KnownBackup(const std::wstring& packetId) {
+    ListAllBackups();
     const std::optional<std::wstring> backup = m_backups.Find(packetId);
     if (!backup)
         throw base::Error(E_INVALIDARG, L"There is no backup of the packet " + packetId + L" in " +
@@ -445,8 +487,7 @@ STDMETHODIMP clsTransporter::get_Waiting(_Collection** Value) {
 }
 STDMETHODIMP clsTransporter::get_Backups(_Collection** Value) {
     return kScriptMember.Return(Value, [&] {
-        DemandFolders();
-        ListBackups();
+        ListAllBackups();
         return CollectionOf(m_backups.Ids());
     });
 }

@@ -193,16 +193,17 @@ bool clsTransporter::IZNTransporter_NextLocalReceiveFile(const std::wstring& Des
         if (!file) return true;
         OutputDebugStringW((L"Zarn: NextLocalReceiveFile " + *file).c_str());
         OutputDebugStringW((L"Zarn: sFileName " + Path::BaseName(*file)).c_str());
-        return DeliverFile(self, *file, DestinationFolder, FileName);
+        return DeliverFile(self, *file, DestinationFolder, WithoutBackup::IsDelivered, FileName);
     });
 }
 
 bool clsTransporter::DeliverFile(const Procedure& member, const std::wstring& file,
-                                 const std::wstring& destinationFolder, std::wstring& fileName) {
+                                 const std::wstring& destinationFolder, WithoutBackup withoutBackup,
+                                 std::wstring& fileName) {
     if (!FileSystem::FolderExists(destinationFolder))
         return member.Fail(L"Destination folder " + destinationFolder + L" does not exist.");
     if (!CheckReadWriteDelete(destinationFolder, SupressMsg)) return false;
-    const Delivery delivery = Deliver(member, file, destinationFolder);
+    const Delivery delivery = Deliver(member, file, destinationFolder, withoutBackup);
     if (!delivery.done && !FileSystem::FileExists(file))
         member.Report(L"The encoder failed to decompress and/or decode the file " + file + L".");
     fileName = delivery.fileName;
@@ -210,12 +211,14 @@ bool clsTransporter::DeliverFile(const Procedure& member, const std::wstring& fi
 }
 
 clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const std::wstring& file,
-                                                 const std::wstring& destinationFolder) {
+                                                 const std::wstring& destinationFolder,
+                                                 WithoutBackup withoutBackup) {
     // The receive folder can be the remote side's send folder: a newer version that comes while this one is
     // decoded would be deleted in its place.
     const FileSystem::WriteBlock block(file);
     if (FileSystem::FileExists(file)) block.Held();
-    if (m_bBackupEnabled) TakeBackup(file, LocalReceiveFolder());
+    if (m_bBackupEnabled && !TakeBackup(file, LocalReceiveFolder()) && withoutBackup == WithoutBackup::Stays)
+        throw base::Error(E_FAIL, L"The packet has no backup, as the folder for it cannot be written.");
     const ComPtr<IZNEncoder> encoder = EncoderFor(&IZNEncoder::get_OutExtension, file);
     return encoder ? Decode(encoder.Get(), file, block, destinationFolder)
                    : MoveUnchanged(member, file, destinationFolder);
@@ -225,6 +228,8 @@ clsTransporter::Delivery clsTransporter::Deliver(const Procedure& member, const 
 clsTransporter::Delivery clsTransporter::Decode(IZNEncoder* encoder, const std::wstring& file,
                                                 const FileSystem::WriteBlock& block,
                                                 const std::wstring& destinationFolder) {
+    // It would be offered again, and decoded over what somebody has made of it meanwhile.
+    if (block.Holds()) block.DemandDeletable();
     const std::wstring baseName = Path::BaseName(file);
     com::Bstr outputFile;
     VARIANT_BOOL decoded = VARIANT_FALSE;
@@ -279,18 +284,19 @@ std::optional<std::wstring> clsTransporter::BackupOf(const std::wstring& PacketI
 }
 
 /// The copy's path below the backup folder is that of the file below the receive folder.
-void clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& receiveFolder) {
-    if (!FileSystem::FolderExists(receiveFolder)) return;
+bool clsTransporter::TakeBackup(const std::wstring& file, const std::wstring& receiveFolder) {
+    if (!FileSystem::FolderExists(receiveFolder)) return false;
     const std::optional<std::wstring> below = Below(FileSystem::FullPath(receiveFolder), file);
     if (!below)
         throw base::Error(E_INVALIDARG, file + L" does not lie in the receive folder " + receiveFolder +
                                             L", which has changed since the received files were listed.");
     const std::wstring backup = Path::Join(BackupFolder(receiveFolder), *below);
     const std::wstring parent = Path::ParentFolder(backup);
-    if (!ProvideFolder(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return;
+    if (!ProvideFolder(parent) || !CheckReadWriteDelete(parent, SupressMsg)) return false;
     FileSystem::CopyReplacing(file, backup);
     const std::wstring id = GetPacketId(Path::FileName(file));
     if (!id.empty()) m_backups.Add(id, backup);
+    return true;
 }
 
 /// A folder's own files come before those of its sub-folders.

@@ -94,6 +94,8 @@ private:
         bool done = false;
         std::wstring fileName;
     };
+    /// What becomes of a received file of which no backup can be taken.
+    enum class WithoutBackup { IsDelivered, Stays };
     using ExtensionMember = HRESULT (STDMETHODCALLTYPE IZNEncoder::*)(BSTR*);
 
     bool IZNTransporter_Add(const std::wstring& FileName, const std::wstring& SubFolder);
@@ -121,9 +123,9 @@ private:
     static std::vector<std::wstring> InitFileList(const std::wstring& Folder);
     /// Delivers a received file, with the name to hand to the host. False after a failure, which is reported.
     bool DeliverFile(const Procedure& member, const std::wstring& file, const std::wstring& destinationFolder,
-                     std::wstring& fileName);
-    Delivery Deliver(const Procedure& member, const std::wstring& file,
-                     const std::wstring& destinationFolder);
+                     WithoutBackup withoutBackup, std::wstring& fileName);
+    Delivery Deliver(const Procedure& member, const std::wstring& file, const std::wstring& destinationFolder,
+                     WithoutBackup withoutBackup);
     static Delivery Decode(IZNEncoder* encoder, const std::wstring& file, const FileSystem::WriteBlock& block,
                            const std::wstring& destinationFolder);
     Delivery MoveUnchanged(const Procedure& member, const std::wstring& file,
@@ -134,12 +136,14 @@ private:
     static std::wstring BackupFolder(const std::wstring& receiveFolder) {
         return receiveFolder + L"\\" + std::wstring(kBackupFolder);
     }
-    void TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
+    /// False where the folder for it cannot be written, which is reported.
+    bool TakeBackup(const std::wstring& file, const std::wstring& receiveFolder);
     void AddToList(const std::wstring& Folder);
     void ListBackups();
     bool Restore(const std::wstring& backup);
 
     // What scripts' members do; see TransporterScripting.cpp.
+    void DemandSenderReceiver() const;
     void DemandFolders() const;
     void SetFolder(HRESULT (STDMETHODCALLTYPE IZNSenderReceiver::*setter)(BSTR), const std::wstring& folder);
     void SettleBackups(IZNEncoder* encoder, const std::vector<base::TreeFile>& files) const;
@@ -149,6 +153,7 @@ private:
     LONG MovePackets(const std::wstring& folder);
     bool Transfer(IUnknown* progress, const std::wstring& subFolder);
     Microsoft::WRL::ComPtr<_Collection> ReceivedPackets();
+    void ListAllBackups();
     std::wstring KnownBackup(const std::wstring& packetId);
 
     const bool SupressMsg = false;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 
+#include "base/Console.h"
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
@@ -38,6 +39,7 @@ public:
     CycleResult Run();
 
 private:
+    void Show(const std::wstring& failure);
     void AddOutbox();
     void AddFile(const base::TreeFile& file, const SendFolder& sendFolder);
     void LeaveOutbox(const base::TreeFile& file, const FileSystem::WriteBlock& block) const;
@@ -84,9 +86,16 @@ CycleResult Cycle::Run() {
     // next run takes them for packets.
     if (notPutBack)
         failure = notPutBack;
-    else
-        Delivery(m_session, m_settings, m_awaited, m_ledger).DeliverAll(waitingHere);
+    else if (const Hindrance noBackup =
+                 Delivery(m_session, m_settings, m_awaited, m_ledger).DeliverAll(waitingHere))
+        Show(*noBackup);
     return {m_ledger.Outcomes(), failure, m_shownFailures, Interrupt::Requested()};
+}
+
+/// As the progress object does.
+void Cycle::Show(const std::wstring& failure) {
+    m_shownFailures.push_back(failure);
+    if (m_telling != Telling::Nothing) Console::Line(L"failed: " + base::OnOneLine(failure));
 }
 
 // --- Sending ----------------------------------------------------------------------------------------

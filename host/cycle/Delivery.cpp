@@ -9,7 +9,6 @@
 #include "base/FileSystem.h"
 #include "base/Path.h"
 #include "base/Text.h"
-#include "host/cycle/Hindrance.h"
 #include "host/cycle/KeptBackups.h"
 #include "host/cycle/ReceivedFiles.h"
 #include "host/cycle/WaitingPackets.h"
@@ -32,9 +31,10 @@ bool AreAmong(const std::vector<base::TreeFile>& others, const std::vector<base:
 
 }  // namespace
 
-void Delivery::DeliverAll(const base::TreeSnapshot& waiting) {
+Hindrance Delivery::DeliverAll(const base::TreeSnapshot& waiting) {
     for (const std::wstring& subFolder : ReceiveSubFolders(m_settings))
         DeliverFolder(subFolder, waiting);
+    return m_noBackup;
 }
 
 void Delivery::DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting) {
@@ -123,11 +123,20 @@ void Delivery::Report(const base::TreeFile& file, const std::set<std::wstring>& 
     if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
         return m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
     const base::TreeFile packet = m_ledger.PacketIn(file);
-    if (names.contains(base::Upper(packet.name))) return;
+    if (names.contains(base::Upper(packet.name))) return DemandBackup(file);
     // Delivered all the same: only the removal of its predecessor failed.
     if (IsInInbox(packet, file)) return m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
     m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
                               L"it is not in the receive folder any more: " + reason);
+}
+
+/// The library delivers also where the folder of the backups cannot be written.
+void Delivery::DemandBackup(const base::TreeFile& delivered) {
+    if (!m_settings.backups) return;
+    const std::wstring backup = Path::Join(BackupFolder(m_settings), delivered.RelativePath());
+    if (FileSystem::VersionOf(backup) != delivered.Version())
+        m_noBackup =
+            L"there is no backup " + backup + L" of a packet that was delivered: " + ReasonIn(m_settings);
 }
 
 /// A packet that travels as it is keeps size and time; an older one in its place has others.

@@ -7,6 +7,7 @@
 
 #include "base/FolderTree.h"
 #include "host/cycle/AwaitedForms.h"
+#include "host/cycle/Hindrance.h"
 #include "host/cycle/PacketLedger.h"
 #include "host/session/Session.h"
 
@@ -17,7 +18,8 @@ public:
         : m_session(session), m_settings(settings), m_awaited(awaited), m_ledger(ledger) {}
 
     /// Reports what became of each file. waiting: what the receive folder held before packets were received.
-    void DeliverAll(const base::TreeSnapshot& waiting);
+    /// Returns what of the backups could not be kept.
+    Hindrance DeliverAll(const base::TreeSnapshot& waiting);
 
 private:
     void DeliverFolder(const std::wstring& subFolder, const base::TreeSnapshot& waiting);
@@ -27,10 +29,12 @@ private:
     void LetDecodersReplace(const std::vector<base::TreeFile>& files, std::wstring& reason) const;
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason);
     bool IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const;
+    void DemandBackup(const base::TreeFile& delivered);
     void Report(const base::TreeFile& file, const std::set<std::wstring>& names, const std::wstring& reason);
 
     Session& m_session;
     const Settings& m_settings;
     const AwaitedForms& m_awaited;
     PacketLedger& m_ledger;
+    Hindrance m_noBackup;
 };

@@ -12,6 +12,7 @@
 #include "host/session/Components.h"
 #include "packets/EncodedName.h"
 #include "packets/PacketName.h"
+#include "packets/ReplacedVersions.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -90,8 +91,7 @@ std::wstring ReferenceInUse(const Settings& settings) {
     return ReferenceOf(encoder.Get());
 }
 
-Session::Session(const Settings& settings)
-    : m_compressed(settings.encoder == EncoderKind::Zip ? settings.zip.inExtension : std::wstring()) {
+Session::Session(const Settings& settings) : m_settings(settings) {
     ConfigureFramework(settings);
     m_transporter = CreateComponent<clsTransporter, IZNTransporter>(L"znTransporter.clsTransporter");
     m_backups = com::As<IZNTransporter2>(m_transporter.Get());
@@ -100,7 +100,12 @@ Session::Session(const Settings& settings)
                               L"Unzip.exe");
     const auto delta = AddEncoder<clsXDeltaEncoder>(kXDeltaEncoder, settings, Section::XDelta,
                                                     settings.xdelta, L"xDelta.exe");
-    if (settings.encoder == EncoderKind::XDelta) CheckReference(delta.Get());
+    const bool makesDifferences = settings.encoder == EncoderKind::XDelta;
+    if (makesDifferences) CheckReference(delta.Get());
+    if (const EncoderSettings* const chosen = settings.ChosenEncoder())
+        m_encodedEnding =
+            EncodedEnding(makesDifferences ? Path::BaseName(ReferenceOf(delta.Get())) : std::wstring(),
+                          chosen->outExtension);
     CreateSenderReceiver(settings);
     com::Check(m_transporter->putref_SenderReceiver(m_senderReceiver.Get()));
 }
@@ -164,9 +169,15 @@ void Session::DemandWorkFolder() const try { m_workFolder.Path(); } catch (const
 }
 
 bool Session::Add(const std::wstring& path, const std::wstring& subFolder) {
-    if (!m_compressed.empty() && HasExtension(path, m_compressed)) DemandWorkFolder();
-    return com::Get<bool>(&IZNTransporter::Add, m_transporter.Get(), com::Bstr(path).Get(),
-                          com::Bstr(subFolder).Get());
+    const EncoderSettings* const encoder = m_settings.ChosenEncoder();
+    const bool isEncoded = encoder && HasExtension(path, encoder->inExtension);
+    if (isEncoded && m_settings.encoder == EncoderKind::Zip) DemandWorkFolder();
+    const bool added = com::Get<bool>(&IZNTransporter::Add, m_transporter.Get(), com::Bstr(path).Get(),
+                                      com::Bstr(subFolder).Get());
+    if (added && isEncoded)
+        RefuseEmptyFile(
+            Path::Join(Path::Join(m_settings.send, subFolder), Path::FileName(path) + m_encodedEnding));
+    return added;
 }
 
 bool Session::SendReceive(IUnknown* progress) {

@@ -19,6 +19,7 @@ std::wstring ReferenceInUse(const Settings& settings);
 /// Its members throw base::Error.
 class Session {
 public:
+    /// settings: must live on.
     explicit Session(const Settings& settings);
 
     /// True when the packet waits in the send folder.
@@ -61,8 +62,9 @@ private:
     void CreateSenderReceiver(const Settings& settings);
     void DemandWorkFolder() const;
 
+    const Settings& m_settings;
     WorkFolder m_workFolder;
-    std::wstring m_compressed;  ///< the extension of packets that need work files; empty where none does
+    std::wstring m_encodedEnding;  ///< what the chosen encoder adds to the name of a packet
     Microsoft::WRL::ComPtr<IZNTransporter> m_transporter;
     Microsoft::WRL::ComPtr<IZNTransporter2> m_backups;
     Microsoft::WRL::ComPtr<IZNSenderReceiver> m_senderReceiver;

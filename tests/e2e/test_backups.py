@@ -112,7 +112,10 @@ class BackupTest(HostTest):
     def test_a_write_protected_disk_takes_no_backup_but_the_packet_arrives(self):
         volume = Mount(self, self.folder, "1m")
         volume.remount("ro")
-        self.deliver("a.mdb")
+        self.send("a.mdb")
+        outcome = self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "delivered"})
+        self.assertIn("there is no backup", outcome.output + outcome.errors)
+        self.assert_delivered()
         self.assertIn("RWD_TestFile.txt", self.enterprise.log)
         volume.remount("rw")
         self.deliver("b.mdb")

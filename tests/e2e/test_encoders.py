@@ -7,7 +7,7 @@ import shutil
 import zipfile
 
 import support
-from support import (Holder, HostTest, WAITING, files_below, finish, run_with_temp, start, temporary_folders, wait_until,
+from support import (Holder, HostTest, WAITING, files_below, finish, run, run_with_temp, start, temporary_folders, wait_until,
                      windows)
 
 
@@ -214,6 +214,19 @@ class DifferenceTest(EncoderCase):
         self.assertIn("1 sent, 0 delivered, 1 left behind", outcome.output)
         self.assert_run(self.enterprise)
         self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), content)
+
+    def test_what_a_program_left_empty_is_no_packet(self):
+        """Such as one whose disk is full."""
+        older = self.send_offline(sent="", xdelta_util_location=support.BIN)
+        shutil.copy(support.BIN.parent / "tests" / "child.exe", self.scratch / "xDelta.exe")
+        self.field.change("xdelta_util_location", self.scratch)
+        newer = self.put(self.field, "sub/a.mdb", content=self.base + b"newer")
+        steps = f"write {windows(self.field.send / 'sub/a.mdb~Base 1.axd')}*|exit 1"
+        outcome = run("run", self.field.settings, env=os.environ | {"CHILD": steps})
+        self.assertIn("a.mdb~Base 1.axd was left empty", outcome.output, outcome)
+        self.assertEqual((outcome.code, newer.read_bytes()), (1, self.base + b"newer"))
+        self.assert_run(self.enterprise)
+        self.assertEqual((self.enterprise.inbox / "sub/a.mdb").read_bytes(), older)
 
     def test_what_a_run_left_in_the_send_folder_that_ended_in_between_is_put_right(self):
         aside = self.field.send.with_name("send.older")

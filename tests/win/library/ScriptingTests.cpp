@@ -64,6 +64,12 @@ private:
     const std::vector<std::wstring> m_members;
 };
 
+/// Nobody else can list it meanwhile.
+base::FileHandle HeldFolder(const std::wstring& path) {
+    return base::FileHandle(CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                                        FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
 const std::wstring kSource = L"znTransporter.clsTransporter: ";
 
 /// The field's side of an exchange through a shared folder, with the members of scripts.
@@ -137,6 +143,8 @@ protected:
 TEST_F(Scripting, ErrorsNameTheThingAndTheReason) {
     const auto lone = Create<clsTransporter, _clsTransporter>();
     EXPECT_THAT(Failure(lone->Add(In(L"x"), Variant().Get())), HasSubstr(L"Set SenderReceiver to"));
+    EXPECT_THAT(Failure(lone->put_SendFolder(In(temp / L"early"))), HasSubstr(L"Set SenderReceiver to"));
+    EXPECT_FALSE(temp.Exists(L"early"));
     EXPECT_EQ(lone->putref_SenderReceiver(lone.Get()), E_NOINTERFACE);
     EXPECT_EQ(lone->AddEncoder(nullptr), E_NOINTERFACE);
     EXPECT_EQ(lone->put_SenderReceiver(Create<clsXCOPYSndRcv, IDispatch>().Get()), S_OK);
@@ -247,6 +255,11 @@ TEST_F(Scripting, WhatWouldNotReachTheOtherSideIsRefused) {
     Bstr file;
     EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), E_INVALIDARG);
     EXPECT_EQ(temp.Content(L"field\\receive\\x.xml_bak"), "packet");
+    zip->put_InExtension(In(L".mdb"));
+    zip->put_ZipUtilLocation(In(temp.Path()));
+    for (const wchar_t* again : {L"first.mdb", L"again.mdb"})
+        EXPECT_THAT(Add(temp.File(again)), HasSubstr(L"Zip.exe does not exist"));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(1)) << "which the log is told once";
 }
 
 TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
@@ -265,6 +278,22 @@ TEST_F(Scripting, ADifferenceReplacesTheOneThatWaits) {
     EXPECT_TRUE(SendReceive());
     EXPECT_EQ(sent(), "of a process that ended");
     EXPECT_THAT(temp.Files(L"share"), ElementsAre(L"to enterprise\\x.mdb~Base.axd"));
+}
+
+TEST_F(Scripting, WhatAProgramLeftEmptyIsNoPacket) {
+    const ChildPrograms children(temp);
+    MakeDifferencesBy(children);
+    temp.File(L"field\\send\\x.mdb~Base.axd", "older");
+    const std::wstring packet = temp.File(L"outbox\\x.mdb", "newer");
+    children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*|exit 1");
+    EXPECT_THAT(Failure(transporter->Move(In(packet), Variant().Get())),
+                AllOf(HasSubstr(L"It stays where it is."), HasSubstr(L"x.mdb~Base.axd was left empty")));
+    EXPECT_EQ(framework.TakeLog().size(), 1u);
+    EXPECT_EQ(temp.Content(L"outbox\\x.mdb"), "newer");
+    EXPECT_TRUE(SendReceive());
+    EXPECT_EQ(temp.Content(L"share\\to enterprise\\x.mdb~Base.axd"), "older") << "what waited is sent";
+    children.Script(L"write T:\\field\\send\\x.mdb~Base.axd*x|exit 1");
+    EXPECT_EQ(transporter->Move(In(packet), Variant().Get()), S_OK) << "some programs end so that differ";
 }
 
 TEST_F(Scripting, AHostThatAddsPacketsWhileOneIsEncodedPutsNoOlderOneBack) {
@@ -312,9 +341,13 @@ TEST_F(Scripting, NoPacketIsDeliveredInThePlaceOfOneThatIsBeingDecoded) {
         temp.File(L"failed");
     });
     EXPECT_THAT(deliver(L"x.mdb~Base.axd"), HasSubstr(L"Decoding failed"));
+    {
+        const auto user = Held(temp / L"inbox\\x.mdb", GENERIC_READ, FILE_SHARE_READ);
+        EXPECT_THAT(deliver(L"x.mdb~Base.axd"), HasSubstr(L"may be in use by another application"));
+    }
     EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "previous");
     EXPECT_THAT(temp.Files(L"field\\receive"), UnorderedElementsAre(L"x.mdb", L"x.mdb~Base.axd"));
-    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+    EXPECT_THAT(framework.TakeLog(), SizeIs(3));
 }
 
 TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
@@ -338,6 +371,12 @@ TEST_F(Scripting, OnlyWhatADecoderRestoresUnderItsNameIsDecoded) {
         << "a read-only packet is decoded once";
     EXPECT_EQ(temp.Content(L"inbox\\x.mdb"), "decoded");
     EXPECT_THAT(temp.Files(L"field"), IsEmpty());
+    temp.File(L"field\\receive\\y.xml", "newer");
+    temp.File(L"inbox\\y.xml", "older");
+    temp.Protect(L"inbox\\y.xml");
+    EXPECT_EQ(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put()), S_OK) << "nor does one as it is";
+    EXPECT_EQ(temp.Content(L"inbox\\y.xml"), "newer");
+    EXPECT_THAT(temp.Files(L"inbox"), UnorderedElementsAre(L"x.mdb", L"y.xml"));
 }
 
 TEST_F(Scripting, OfSeveralFormsTheNewestIsDeliveredLast) {
@@ -379,10 +418,27 @@ TEST_F(Scripting, BackupsAreListedRestoredAndDestroyed) {
     EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"4712"))),
                 HasSubstr(L"There is no backup of the packet 4712 in T:\\"));
     temp.File(L"field\\receive\\Backup\\5.xml");
+    for (const wchar_t* folder : {L"Backup\\hidden", L"hidden"}) {
+        const auto hidden = HeldFolder(temp.Folder(L"field\\receive\\" + std::wstring(folder)));
+        EXPECT_THAT(Failure(transporter->RestoreBackup(In(L"5"))), HasSubstr(folder));
+        EXPECT_THAT(framework.TakeLog(), SizeIs(1));
+    }
     EXPECT_EQ(Backups(), L"5 ") << "what is there now";
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), S_OK);
     EXPECT_EQ(transporter->DestroyBackup(In(L"5")), E_INVALIDARG);
     EXPECT_EQ(Backups(), L"");
+}
+
+TEST_F(Scripting, WithoutItsBackupNoPacketIsDelivered) {
+    transporter->put_BackupEnabled(VARIANT_TRUE);
+    temp.File(L"field\\receive\\1.xml", "packet");
+    temp.Folder(L"field\\receive\\Backup\\RWD_TestFile.txt");
+    Bstr file;
+    EXPECT_THAT(Failure(Received().at(0)->Deliver(In(temp / L"inbox"), file.Put())),
+                AllOf(HasSubstr(L"was not delivered into"), HasSubstr(L"has no backup")));
+    EXPECT_THAT(framework.TakeLog(), Not(IsEmpty()));
+    EXPECT_EQ(temp.Content(L"field\\receive\\1.xml"), "packet");
+    EXPECT_FALSE(temp.Exists(L"inbox\\1.xml"));
 }
 
 TEST_F(Scripting, HandlersHearOfATransferAndMayCallBack) {

@@ -111,6 +111,20 @@ TEST_F(ShellTest, ARunnerEndsItsProcessUnlessItLetItGo) {
     EXPECT_TRUE(temp.Appears(L"done"));
 }
 
+TEST_F(ShellTest, WhatAProgramHasStartedItselfEndsWithItsTime) {
+    children.Script(kAwaitGo);
+    {
+        clsShell launcher;
+        launcher.Command(L"cmd /c \"" + program + L"\"");
+        EXPECT_NE(launcher.Execute(), 0);
+        EXPECT_TRUE(temp.Appears(L"started"));
+        EXPECT_FALSE(launcher.WaitProcessingMessages(0));
+    }
+    for (int i = 0; i < 1000 && temp.Exists(L"running"); ++i)
+        Sleep(10);
+    EXPECT_FALSE(temp.Exists(L"running")) << "what it makes would take the place of what is newer";
+}
+
 TEST_F(ShellTest, LeaksNoHandles) {
     DoShellCmd(program, 60, false);
     const int before = HandlesInUse();

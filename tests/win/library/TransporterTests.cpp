@@ -407,6 +407,20 @@ TEST_F(Transporter, AFileThatCannotBeDecodedStays) {
                                                L"T:\\receive\\x.mdb.afz."));
 }
 
+TEST_F(Transporter, WhatCouldNotBeDeletedAfterwardsIsNotDecoded) {
+    const auto encoder = AddEncoder(L".mdb", L".afz");
+    const std::wstring received = temp.File(L"receive\\x.mdb.afz", "packet");
+    {
+        const auto reader = Held(received, GENERIC_READ, FILE_SHARE_READ);
+        EXPECT_EQ(Deliver(), L"False ");
+    }
+    temp.Protect(L"receive\\x.mdb.afz");
+    EXPECT_EQ(Deliver(), L"False ");
+    EXPECT_THAT(framework.TakeLog(), SizeIs(2));
+    EXPECT_EQ(encoder->calls, 0) << "it would be decoded again, over what was made of it meanwhile";
+    EXPECT_THAT(temp.Files(), ElementsAre(L"receive\\x.mdb.afz"));
+}
+
 TEST_F(Transporter, AMissingDestinationIsReportedNotCreated) {
     temp.File(L"receive\\x.xml");
     EXPECT_EQ(Deliver(L"nowhere"), L"False ");

@@ -235,16 +235,19 @@ TEST_F(Xcopy, NamesThatDifferOnlyInCaseStay) {
 
 TEST_F(Xcopy, CancelStopsAfterTheCurrentFile) {
     BeMobile();
-    for (const wchar_t* name : {L"out\\1\\a", L"out\\1\\b", L"out\\1\\c", L"out\\2\\d"})
-        temp.File(name);
-    progress->cancelAt = 2;
-    EXPECT_FALSE(Send());
-    EXPECT_EQ(temp.Files(L"share\\in").size(), 2u);
-    EXPECT_EQ(temp.Files(L"out").size(), 2u);
-    EXPECT_THAT(progress->transcript, EndsWith(L"2|message 0 Interrupted by user|"));
-    progress->cancelAt = -1;
-    EXPECT_TRUE(Send());
-    EXPECT_EQ(temp.Files(L"share\\in").size(), 4u);
+    for (const bool once : {false, true}) {
+        for (const wchar_t* name : {L"out\\1\\a", L"out\\1\\b", L"out\\1\\c", L"out\\2\\d"})
+            temp.File(name);
+        progress->position = 0;
+        progress->cancelAt = 2;
+        progress->cancelsOnce = once;
+        EXPECT_FALSE(Send());
+        EXPECT_EQ(temp.Files(L"out").size(), 2u);
+        EXPECT_THAT(progress->transcript, EndsWith(L"2|message 0 Interrupted by user|"));
+        progress->cancelAt = -1;
+        EXPECT_TRUE(Send());
+        EXPECT_EQ(temp.Files(L"share\\in").size(), 4u);
+    }
 }
 
 TEST_F(Xcopy, WorksWithoutProgressAndRefusesOtherObjects) {

@@ -27,12 +27,15 @@ public:
         return Note(std::to_wstring(Value) + L"|");
     }
     STDMETHODIMP get_Cancelled(VARIANT_BOOL* Value) override {
-        return com::Return(Value, cancelAt >= 0 && position >= cancelAt);
+        const bool cancels = cancelAt >= 0 && position >= cancelAt;
+        if (cancels && cancelsOnce) cancelAt = -1;
+        return com::Return(Value, cancels);
     }
 
     std::wstring transcript;
     LONG position = 0;
-    LONG cancelAt = -1;  ///< position from which on the user wants to stop
+    LONG cancelAt = -1;        ///< position from which on the user wants to stop
+    bool cancelsOnce = false;  ///< and tells it to the first who asks alone
     std::function<void()> onPosition = [] {};
 
 private:
