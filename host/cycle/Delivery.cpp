@@ -123,7 +123,7 @@ void Delivery::Report(const base::TreeFile& file, const std::set<std::wstring>& 
     if (FileSystem::FileExists(Path::Join(m_settings.receive, file.RelativePath())))
         return m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered, reason);
     const base::TreeFile packet = m_ledger.PacketIn(file);
-    if (names.contains(base::Upper(packet.name))) return DemandBackup(file);
+    if (names.contains(base::Upper(packet.name))) return NoteMissingBackup(file);
     // Delivered all the same: only the removal of its predecessor failed.
     if (IsInInbox(packet, file)) return m_ledger.ReportDelivered(packet.subFolder, packet.name, reason);
     m_ledger.ReportTravelling(Direction::In, file, PacketState::NotDelivered,
@@ -131,12 +131,12 @@ void Delivery::Report(const base::TreeFile& file, const std::set<std::wstring>& 
 }
 
 /// The library delivers also where the folder of the backups cannot be written.
-void Delivery::DemandBackup(const base::TreeFile& delivered) {
+void Delivery::NoteMissingBackup(const base::TreeFile& delivered) {
     if (!m_settings.backups) return;
     const std::wstring backup = Path::Join(BackupFolder(m_settings), delivered.RelativePath());
     if (FileSystem::VersionOf(backup) != delivered.Version())
-        m_noBackup =
-            L"there is no backup " + backup + L" of a packet that was delivered: " + ReasonIn(m_settings);
+        m_noBackup = L"there is no backup " + backup + L" of a packet that was delivered: " +
+                     m_settings.LogReference();
 }
 
 /// A packet that travels as it is keeps size and time; an older one in its place has others.

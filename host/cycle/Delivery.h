@@ -29,7 +29,7 @@ private:
     void LetDecodersReplace(const std::vector<base::TreeFile>& files, std::wstring& reason) const;
     std::set<std::wstring> DeliverFiles(const std::wstring& subFolder, LONG count, std::wstring& reason);
     bool IsInInbox(const base::TreeFile& packet, const base::TreeFile& received) const;
-    void DemandBackup(const base::TreeFile& delivered);
+    void NoteMissingBackup(const base::TreeFile& delivered);
     void Report(const base::TreeFile& file, const std::set<std::wstring>& names, const std::wstring& reason);
 
     Session& m_session;

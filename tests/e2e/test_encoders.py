@@ -74,6 +74,16 @@ class ZipTest(EncoderCase):
         self.assertEqual(files_below(self.enterprise.inbox).keys(), {"sub/a.mdb"})
         self.assertEqual(files_below(self.enterprise.receive).keys(), set())
 
+    def test_a_packet_that_cannot_be_deleted_is_not_decoded(self):
+        self.send("a.mdb")
+        received = self.enterprise.receive / "a.mdb.afz"
+        (self.to_enterprise / received.name).rename(received)
+        reader = Holder(self, received, "read")
+        self.assert_run(self.enterprise, 1, {("in", "a.mdb"): "not delivered"})
+        self.assertEqual(files_below(self.enterprise.inbox), {})
+        reader.release()
+        self.assert_received()
+
     def test_what_no_decoder_restores_under_its_name_replaces_nothing(self):
         other = self.enterprise.inbox / "x.txt"
         other.write_bytes(b"of the user")

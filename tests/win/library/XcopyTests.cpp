@@ -236,17 +236,18 @@ TEST_F(Xcopy, NamesThatDifferOnlyInCaseStay) {
 TEST_F(Xcopy, CancelStopsAfterTheCurrentFile) {
     BeMobile();
     for (const bool once : {false, true}) {
-        for (const wchar_t* name : {L"out\\1\\a", L"out\\1\\b", L"out\\1\\c", L"out\\2\\d"})
+        for (const wchar_t* name :
+             {L"out\\1\\a", L"out\\1\\b", L"out\\1\\c", L"out\\2\\d", L"out\\2\\e", L"out\\2\\f"})
             temp.File(name);
         progress->position = 0;
         progress->cancelAt = 2;
         progress->cancelsOnce = once;
         EXPECT_FALSE(Send());
-        EXPECT_EQ(temp.Files(L"out").size(), 2u);
+        EXPECT_EQ(temp.Files(L"out").size(), 4u);
         EXPECT_THAT(progress->transcript, EndsWith(L"2|message 0 Interrupted by user|"));
         progress->cancelAt = -1;
         EXPECT_TRUE(Send());
-        EXPECT_EQ(temp.Files(L"share\\in").size(), 4u);
+        EXPECT_EQ(temp.Files(L"share\\in").size(), 6u);
     }
 }
 
