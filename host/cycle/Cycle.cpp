@@ -59,7 +59,8 @@ private:
     PacketLedger m_ledger;
     std::vector<base::TreeFile> m_added;
     std::vector<base::TreeFile> m_waiting;  // to be sent
-    std::optional<std::set<std::wstring>> m_taken;  // of these, before the transport began; nothing if it did not
+    // Of these, before the transport began; nothing where it did not.
+    std::optional<std::set<std::wstring>> m_taken;
     AwaitedForms m_awaited;
     std::vector<std::wstring> m_shownFailures;
 };
