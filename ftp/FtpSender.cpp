@@ -188,14 +188,14 @@ void FtpSender::GiveLetters(const std::wstring& name, Names& there) const {
 bool FtpSender::SendLocalFile(const std::wstring& localFolder, const std::wstring& name, Names& there) const {
     const ShownProcedure self(L"clsFTPSndRcv.cls.SendLocalFile", m_progress);
     return self.Guard(false, [&] {
-        const std::wstring file = localFolder + L"\\" + name;
+        const std::wstring file = Path::Join(localFolder, name);
         GiveLetters(name, there);
         const auto sent = FileSystem::VersionOf(file);
         if (!m_connection.Put(file, name)) {
             const PutError error = PutError::Last();
             if (const auto failure = PutFailure(name, error)) self.Fail(*failure);
             if (sent && HasFlowed(error)) RemovePart(name, sent->size);
-            if (HasGone(file, localFolder)) self.Fail(TellOfGone(Path::Join(localFolder, name)));
+            if (HasGone(file, localFolder)) self.Fail(TellOfGone(file));
             return false;
         }
         if (!RemoteFileExists(name, sent))

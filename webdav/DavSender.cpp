@@ -92,10 +92,11 @@ private:
     /// What is sent from now on travels through the uploads beside that folder.
     void UploadBeside(const std::wstring& folder) {
         const std::wstring path = m_spelling.PathOf(folder);
-        m_folders.Provide(UploadsOf(path));
+        const std::wstring uploads = UploadsOf(path);
+        m_folders.Provide(uploads);
         m_received = folder;
         m_receivedPath = path;
-        m_uploads = UploadsOf(path);
+        m_uploads = uploads;
         if (m_cleaned.insert(m_uploads).second) CleanUp();
     }
 
