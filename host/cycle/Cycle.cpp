@@ -6,7 +6,6 @@
 #include <optional>
 #include <set>
 
-#include "base/Console.h"
 #include "base/Error.h"
 #include "base/FileSystem.h"
 #include "base/Path.h"
@@ -23,6 +22,7 @@
 #include "host/cycle/SendFolder.h"
 #include "host/cycle/WaitingPackets.h"
 #include "host/record/LogTail.h"
+#include "host/record/RunReport.h"
 #include "packets/GoneFile.h"
 
 namespace {
@@ -96,7 +96,7 @@ CycleResult Cycle::Run() {
 /// As the progress object does.
 void Cycle::Show(const std::wstring& failure) {
     m_shownFailures.push_back(failure);
-    if (m_telling != Telling::Nothing) Console::Line(L"failed: " + base::OnOneLine(failure));
+    if (m_telling != Telling::Nothing) PrintFailure(failure);
 }
 
 // --- Sending ----------------------------------------------------------------------------------------

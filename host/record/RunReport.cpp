@@ -122,10 +122,11 @@ Telling TellingOf(ReportForm form) {
     }
 }
 
+void PrintFailure(const std::wstring& message) { Console::Line(L"failed: " + base::OnOneLine(message)); }
+
 void PrintShown(const RunRecord& record) {
     if (record.failure) return;
-    for (const std::wstring& message : record.messages)
-        Console::Line(L"failed: " + base::OnOneLine(message));
+    std::ranges::for_each(record.messages, &PrintFailure);
 }
 
 void PrintUnlisted(const std::vector<Outcome>& unlisted) {

@@ -23,6 +23,8 @@ void PrintReport(const RunRecord& record, ReportForm form);
 /// them.
 std::wstring LineOf(const RunRecord& record);
 
+/// A failure that a run shows.
+void PrintFailure(const std::wstring& message);
 /// What the transfer showed of single packets, where it did not fail as a whole.
 void PrintShown(const RunRecord& record);
 
